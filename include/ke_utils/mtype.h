@@ -1,0 +1,127 @@
+/**
+ * @file mtype.h
+ * The tagged value: one record that holds a number, a boolean, a status, a string, a blob, a pointer or a
+ * 128-bit number, and knows which. JSON values are in json.h.
+ */
+#ifndef KE_UTILS_MTYPE_H
+#define KE_UTILS_MTYPE_H
+
+#include "ke_utils/text.h"
+#include "ke_utils/types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** @defgroup mtype Tagged values
+ *  @{ */
+
+/** The type tags. */
+enum wiq_mtype_tag {
+    WIQ_MTYPE_NULL = 0,
+    WIQ_MTYPE_BOOL = 1,
+    WIQ_MTYPE_INT32 = 2,
+    WIQ_MTYPE_INT64 = 3,
+    WIQ_MTYPE_UINT32 = 4,
+    WIQ_MTYPE_UINT64 = 5,
+    WIQ_MTYPE_UINT128 = 6,
+    WIQ_MTYPE_FLOAT = 7,
+    WIQ_MTYPE_DOUBLE = 8,
+    WIQ_MTYPE_UTF8 = 9,
+    WIQ_MTYPE_BLOB = 10,
+    WIQ_MTYPE_PTR = 11,
+    WIQ_MTYPE_STATUS = 12
+};
+
+/** The bits of wiq_mtype.flags. */
+enum wiq_mtype_flag {
+    WIQ_MTYPE_OWNED = 1,    /**< the value releases its string, blob data or pointer */
+    WIQ_MTYPE_LONG_BLOB = 2 /**< the payload points at a wiq_mtype_blob record */
+};
+
+/** The record of a blob of 65535 bytes or more. */
+typedef struct wiq_mtype_blob {
+    u64 length; /**< in bytes */
+    void* data;
+} wiq_mtype_blob;
+
+typedef struct wiq_mtype {
+    u8 type;
+    u8 flags;
+    u16 blob_len;
+    union {
+        u8 boolean;
+        i32 int32;
+        i64 int64;
+        u32 uint32;
+        u64 uint64;
+        wiq_uint128* uint128;
+        float float32;
+        double float64;
+        char* utf8;
+        void* blob;
+        wiq_mtype_blob* long_blob;
+        void* ptr;
+        i32 status;
+    } payload;
+} wiq_mtype;
+
+KE_API void wiq_mtype_init(wiq_mtype* value);
+KE_API i32 wiq_mtype_finalize(wiq_mtype* value);
+KE_API i32 wiq_mtype_set_null(wiq_mtype* value);
+KE_API i32 wiq_mtype_set_bool(wiq_mtype* value, u8 boolean);
+KE_API i32 wiq_mtype_set_int32(wiq_mtype* value, i32 number);
+KE_API i32 wiq_mtype_set_int64(wiq_mtype* value, i64 number);
+KE_API i32 wiq_mtype_set_uint32(wiq_mtype* value, u32 number);
+KE_API i32 wiq_mtype_set_uint64(wiq_mtype* value, u64 number);
+KE_API i32 wiq_mtype_set_float(wiq_mtype* value, float number);
+KE_API i32 wiq_mtype_set_double(wiq_mtype* value, double number);
+KE_API i32 wiq_mtype_set_status(wiq_mtype* value, i32 status);
+KE_API i32 wiq_mtype_set_uint128(wiq_mtype* value, wiq_uint128 number);
+KE_API i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy);
+KE_API i32 wiq_mtype_set_blob(wiq_mtype* value, const void* data, u64 size, u8 copy, u8 own);
+KE_API i32 wiq_mtype_set_ptr(wiq_mtype* value, void* ptr, u8 own);
+
+KE_API u8 wiq_mtype_get_type(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_null(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_bool(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_int32(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_int64(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_uint32(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_uint64(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_uint128(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_float(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_double(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_utf8(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_blob(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_ptr(const wiq_mtype* value);
+KE_API bool wiq_mtype_is_status(const wiq_mtype* value);
+KE_API bool wiq_mtype_get_bool(const wiq_mtype* value);
+KE_API i32 wiq_mtype_get_int32(const wiq_mtype* value);
+KE_API i64 wiq_mtype_get_int64(const wiq_mtype* value);
+KE_API u32 wiq_mtype_get_uint32(const wiq_mtype* value);
+KE_API u64 wiq_mtype_get_uint64(const wiq_mtype* value);
+KE_API wiq_uint128 wiq_mtype_get_uint128(const wiq_mtype* value);
+KE_API float wiq_mtype_get_float(const wiq_mtype* value);
+KE_API double wiq_mtype_get_double(const wiq_mtype* value);
+KE_API const char* wiq_mtype_get_utf8(const wiq_mtype* value);
+KE_API const void* wiq_mtype_get_blob(const wiq_mtype* value, u64* length);
+KE_API void* wiq_mtype_get_ptr(const wiq_mtype* value);
+KE_API i32 wiq_mtype_get_status(const wiq_mtype* value);
+
+KE_API i32 wiq_mtype_copy(const wiq_mtype* src, wiq_mtype* dst);
+KE_API i32 wiq_mtype_copy_ref(const wiq_mtype* src, wiq_mtype* dst);
+KE_API bool wiq_mtype_equal(const wiq_mtype* a, const wiq_mtype* b);
+KE_API bool wiq_mtype_equal_utf8(const wiq_mtype* a, const wiq_mtype* b);
+KE_API i32 wiq_mtype_to_uint32(const wiq_mtype* value, u32* out);
+KE_API i32 wiq_mtype_to_uint64(const wiq_mtype* value, u64* out);
+KE_API i32 wiq_mtype_to_uint32_ext(const wiq_mtype* value, u32* out, u32 min, u32 max);
+KE_API i32 wiq_mtype_to_uint64_ext(const wiq_mtype* value, u64* out, u64 min, u64 max);
+
+/** @} */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,71 @@
+/**
+ * @file types.h
+ * The vocabulary that every other public header is written in: fixed-width integers, the status type,
+ * export and format attributes. Nothing here is a function; for those see core.h and its siblings.
+ */
+#ifndef KE_UTILS_TYPES_H
+#define KE_UTILS_TYPES_H
+
+#include <stdarg.h>
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+
+/** @defgroup types Types and attributes
+ *  Fixed-width integers and the compiler attributes of the interface.
+ *  @{ */
+
+typedef int8_t i8;    /**< signed, 8 bits */
+typedef int16_t i16;  /**< signed, 16 bits */
+typedef int32_t i32;  /**< signed, 32 bits; also the type of every status */
+typedef int64_t i64;  /**< signed, 64 bits */
+typedef uint8_t u8;   /**< unsigned, 8 bits; a byte */
+typedef uint16_t u16; /**< unsigned, 16 bits */
+typedef uint32_t u32; /**< unsigned, 32 bits */
+typedef uint64_t u64; /**< unsigned, 64 bits */
+
+/**
+ * KE_API marks what the library exports. Defining KE_UTILS_STATIC selects the static library (the CMake
+ * target `ke_utils::ke_utils_static` and `pkg-config --static` do it); a consumer of the shared library
+ * defines nothing.
+ */
+#if defined(_WIN32)
+#if defined(KE_UTILS_BUILD)
+#define KE_API __declspec(dllexport)
+#elif defined(KE_UTILS_STATIC)
+#define KE_API
+#else
+#define KE_API __declspec(dllimport)
+#endif
+#else
+#define KE_API __attribute__((visibility("default")))
+#endif
+
+/**
+ * KE_PRINTF(f, a) lets the compiler check a call's arguments against its format: f is the 1-based place
+ * of the format, a that of the first variable argument, 0 for a va_list.
+ */
+#if defined(__GNUC__) && !defined(__clang__)
+#define KE_PRINTF(f, a) __attribute__((format(gnu_printf, f, a)))
+#elif defined(__clang__)
+#define KE_PRINTF(f, a) __attribute__((format(printf, f, a)))
+#else
+#define KE_PRINTF(f, a)
+#endif
+
+/**
+ * Room for one of libuv's mutexes (`uv_mutex_t`: a critical section on Windows, a pthread mutex
+ * elsewhere), so that users of the headers need no libuv headers of their own. Opaque.
+ */
+typedef union wiq_mutex {
+    void* alignment;
+#if defined(_WIN32) || defined(__x86_64__)
+    u8 storage[40];
+#else
+    u8 storage[48];
+#endif
+} wiq_mutex;
+
+/** @} */
+
+#endif

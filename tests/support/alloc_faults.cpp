@@ -1,0 +1,115 @@
+// See alloc_faults.h.
+#include "support/alloc_faults.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+std::atomic<long> g_live{0};
+// Faults strike the thread that armed them only; other threads of a test allocate undisturbed.
+thread_local AllocFaults* t_armed = nullptr;
+
+bool fault() {
+    return t_armed != nullptr && t_armed->should_fail();
+}
+
+void* counted(void* block) {
+    if (block != nullptr)
+        g_live.fetch_add(1, std::memory_order_relaxed);
+    return block;
+}
+
+}  // namespace
+
+void AllocFaults::arm() {
+    t_armed = this;
+}
+
+void AllocFaults::disarm() {
+    t_armed = nullptr;
+}
+
+bool AllocFaults::should_fail() {
+    ++seen_;
+    const bool strike = mode_ == kTransient ? seen_ == nth_ : seen_ >= nth_;
+    fired_ = fired_ || strike;
+    return strike;
+}
+
+long live_blocks() {
+    return g_live.load(std::memory_order_relaxed);
+}
+
+size_t SweepAllocations(const std::function<void(AllocFaults&)>& body, size_t limit) {
+    size_t points = 0;
+    for (AllocFaults::Mode mode : {AllocFaults::kTransient, AllocFaults::kPersistent}) {
+        for (size_t nth = 1;; ++nth) {
+            if (nth > limit) {
+                ADD_FAILURE() << "still failing at allocation " << nth;
+                return points;
+            }
+            SCOPED_TRACE(testing::Message() << (mode == AllocFaults::kTransient ? "only" : "from")
+                                            << " allocation " << nth << " failing");
+            AllocFaults faults(nth, mode);
+            const long before = live_blocks();
+            body(faults);
+            faults.disarm();
+            EXPECT_EQ(live_blocks(), before) << "leaked or over-released blocks";
+            if (!faults.fired())
+                break;
+            ++points;
+            if (testing::Test::HasFatalFailure())
+                return points;
+        }
+    }
+    return points;
+}
+
+extern "C" {
+
+void* __real_malloc(size_t size);
+void* __real_calloc(size_t count, size_t size);
+void* __real_realloc(void* ptr, size_t size);
+void __real_free(void* ptr);
+
+void* __wrap_malloc(size_t size) {
+    return fault() ? nullptr : counted(__real_malloc(size));
+}
+
+void* __wrap_calloc(size_t count, size_t size) {
+    return fault() ? nullptr : counted(__real_calloc(count, size));
+}
+
+void* __wrap_realloc(void* ptr, size_t size) {
+    if (size != 0 && fault())
+        return nullptr;
+    void* block = __real_realloc(ptr, size);
+    if (ptr == nullptr)
+        return counted(block);
+    if (size == 0)
+        g_live.fetch_sub(1, std::memory_order_relaxed);
+    return block;
+}
+
+void __wrap_free(void* ptr) {
+    if (ptr != nullptr)
+        g_live.fetch_sub(1, std::memory_order_relaxed);
+    __real_free(ptr);
+}
+
+char* __wrap_strdup(const char* text) {
+    const size_t size = strlen(text) + 1;
+    void* copy = __wrap_malloc(size);
+    return copy == nullptr ? nullptr : static_cast<char*>(memcpy(copy, text, size));
+}
+
+// The name under which the Windows runtime knows strdup().
+char* __wrap__strdup(const char* text) {
+    return __wrap_strdup(text);
+}
+
+}  // extern "C"
