@@ -1,0 +1,82 @@
+# ke_add_test(<family> SHARED|INTERNAL <files...>): a test program of a family.
+#
+#   SHARED    test_<family>: uses the library as its users do, through the shared library.
+#   INTERNAL  test_<family>_internal: links the static library, may include headers of src/, and
+#             has every allocation go through tests/support/alloc_faults.cpp.
+#
+# May be called several times for a family; later calls add files. ctest lists one entry for each
+# test suite, named <preset>/<program>/<suite>: entries per program would let one crash hide a
+# whole family, entries per test would start thousands of processes (30 ms and more under Wine).
+# A suite whose name contains "Threads" carries the label "threads".
+
+set(KE_TEST_ONLY "" CACHE STRING "Register only the test suites whose name matches this expression")
+set(KE_TEST_TIMEOUT 120 CACHE STRING "Seconds that a test suite may take")
+
+find_package(GTest REQUIRED)
+set(KE_WRAPPED_FUNCTIONS malloc calloc realloc free strdup)
+if(WIN32)
+  list(APPEND KE_WRAPPED_FUNCTIONS _strdup)
+endif()
+list(TRANSFORM KE_WRAPPED_FUNCTIONS PREPEND -Wl,--wrap= OUTPUT_VARIABLE KE_WRAP_FLAGS)
+
+# Settings that all test programs of a kind share; the first program of a kind compiles the
+# precompiled header, the others reuse it.
+function(ke_test_kind target kind)
+  if(kind STREQUAL "SHARED")
+    target_link_libraries(${target} PRIVATE ke_utils)
+  else()
+    target_link_libraries(${target} PRIVATE ke_utils_static)
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  endif()
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${target} PRIVATE ke_options GTest::gtest)
+endfunction()
+
+foreach(kind IN ITEMS shared internal)
+  add_library(ke_test_pch_${kind} OBJECT ${PROJECT_SOURCE_DIR}/tests/support/pch.cpp)
+  string(TOUPPER ${kind} upper)
+  ke_test_kind(ke_test_pch_${kind} ${upper})
+  target_precompile_headers(ke_test_pch_${kind} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/pch.h)
+endforeach()
+
+function(ke_add_test family kind)
+  if(kind STREQUAL "SHARED")
+    set(target test_${family})
+  elseif(kind STREQUAL "INTERNAL")
+    set(target test_${family}_internal)
+  else()
+    message(FATAL_ERROR "ke_add_test: ${kind} is neither SHARED nor INTERNAL")
+  endif()
+  if(TARGET ${target})
+    target_sources(${target} PRIVATE ${ARGN})
+    return()
+  endif()
+
+  add_executable(${target} ${ARGN})
+  ke_test_kind(${target} ${kind})
+  target_link_libraries(${target} PRIVATE GTest::gtest_main)
+  string(TOLOWER ${kind} lower)
+  target_precompile_headers(${target} REUSE_FROM ke_test_pch_${lower})
+  if(kind STREQUAL "INTERNAL")
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/alloc_faults.cpp)
+    # -fno-lto: the linker replaces calls by name, so they must still be calls.
+    target_link_options(${target} PRIVATE ${KE_WRAP_FLAGS} -fno-lto)
+  endif()
+  ke_register_suites(${target})
+endfunction()
+
+# Lists the suites when ctest starts, by asking the program itself.
+function(ke_register_suites target)
+  set(emulator ${CMAKE_CROSSCOMPILING_EMULATOR})
+  cmake_path(GET PROJECT_BINARY_DIR FILENAME build_name)
+  set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}_suites.cmake)
+  file(GENERATE OUTPUT ${script} CONTENT "\
+set(name [==[${build_name}/${target}]==])
+set(emulator [==[${emulator}]==])
+set(program [==[$<TARGET_FILE:${target}>]==])
+set(only [==[${KE_TEST_ONLY}]==])
+set(timeout ${KE_TEST_TIMEOUT})
+include([==[${PROJECT_SOURCE_DIR}/cmake/RegisterSuites.cmake]==])
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${script})
+endfunction()

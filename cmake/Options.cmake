@@ -1,0 +1,32 @@
+# Compiler settings that every target of this tree shares: language level, warnings, sanitizers.
+# Targets link ke_options (privately); nothing here reaches an installed target.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_library(ke_options INTERFACE)
+target_compile_options(ke_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(KE_WERROR)
+  target_compile_options(ke_options INTERFACE -Werror)
+endif()
+
+if(WIN32)
+  # The system that libuv asks for: Windows 8 and later.
+  target_compile_definitions(ke_options INTERFACE _WIN32_WINNT=0x0602)
+  # One file to ship: the compiler's runtime goes into each program and DLL.
+  target_link_options(ke_options INTERFACE -static)
+endif()
+
+if(KE_SANITIZE)
+  set(flags -fsanitize=${KE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(ke_options INTERFACE ${flags})
+  target_link_options(ke_options INTERFACE ${flags})
+endif()
+
+if(KE_COVERAGE)
+  target_compile_options(ke_options INTERFACE --coverage)
+  target_link_options(ke_options INTERFACE --coverage)
+endif()

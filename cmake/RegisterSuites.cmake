@@ -1,0 +1,35 @@
+# Read by ctest, not by CMake: adds one ctest entry for each suite of a GoogleTest program.
+#   name     first part of the entries' names
+#   emulator what starts the program (empty: nothing)
+#   program  the program's file
+#   only     expression that a suite's name must match ("" for all)
+#   timeout  seconds for each entry
+if(NOT EXISTS ${program})
+  # A failing entry, so that a program that was never built is not taken for one that passed.
+  add_test(${name}/not_built ${program})
+  return()
+endif()
+
+set(command ${emulator} ${program})
+execute_process(COMMAND ${command} --gtest_list_tests
+                OUTPUT_VARIABLE listing ERROR_VARIABLE errors RESULT_VARIABLE result)
+string(REGEX MATCHALL "(^|\n)[^ .\n]+\\." suites "${listing}")
+if(NOT result EQUAL 0 OR NOT suites)
+  add_test(${name}/not_listed ${command} --gtest_list_tests)
+  set_tests_properties(${name}/not_listed PROPERTIES PASS_REGULAR_EXPRESSION "^a listing of suites$")
+  return()
+endif()
+
+foreach(suite IN LISTS suites)
+  string(REGEX REPLACE "[\n\r]" "" suite "${suite}")
+  string(REGEX REPLACE "\\.$" "" suite "${suite}")
+  if(only AND NOT suite MATCHES "${only}")
+    continue()
+  endif()
+  # A parameterised suite is listed as Instance/Suite; "/" in its name is kept.
+  add_test(${name}/${suite} ${command} --gtest_filter=${suite}.* --gtest_brief=1)
+  set_tests_properties(${name}/${suite} PROPERTIES TIMEOUT ${timeout})
+  if(suite MATCHES "Threads")
+    set_tests_properties(${name}/${suite} PROPERTIES LABELS threads)
+  endif()
+endforeach()
