@@ -1,0 +1,62 @@
+// Sleeping, the clock and modules, each as a plain function and as a slot that callers may fill with a
+// function of their own. The library itself calls the plain functions and never reads the slots.
+
+#include <uv.h>
+
+#include "ke_utils/core.h"
+#include "os/os.h"
+
+// A caller's wiq_lib is libuv's record under a name that needs no libuv header.
+static_assert(sizeof(wiq_lib) == sizeof(uv_lib_t));
+static_assert(offsetof(wiq_lib, handle) == offsetof(uv_lib_t, handle));
+static_assert(offsetof(wiq_lib, errmsg) == offsetof(uv_lib_t, errmsg));
+
+namespace {
+
+uv_lib_t* uv_lib(wiq_lib* lib) {
+    return reinterpret_cast<uv_lib_t*>(lib);
+}
+
+}  // namespace
+
+void (*wiq_sleep_real_ptr)(u32 ms) = wiq_sleep_real;
+i64 (*wiq_time_real_ptr)(i64* t) = wiq_time_real;
+i32 (*wiq_gmtime_real_ptr)(const i64* t, struct tm* out) = wiq_gmtime_real;
+i32 (*wiq_dlopen_real_ptr)(const char* path, wiq_lib* lib) = wiq_dlopen_real;
+void (*wiq_dlclose_real_ptr)(wiq_lib* lib) = wiq_dlclose_real;
+i32 (*wiq_dlsym_real_ptr)(wiq_lib* lib, const char* name, void** sym) = wiq_dlsym_real;
+
+void wiq_sleep_real(u32 ms) {
+    ke::os::sleep_ms(ms);
+}
+
+i64 wiq_time_real(i64* t) {
+    const i64 now = ke::os::unix_time();
+    if (t != nullptr)
+        *t = now;
+    return now;
+}
+
+i32 wiq_gmtime_real(const i64* t, struct tm* out) {
+    if (t == nullptr || out == nullptr || !ke::os::utc_time(*t, out))
+        return WIQ_ERR_TIME_CONVERSION;
+    return 0;
+}
+
+i32 wiq_dlopen_real(const char* path, wiq_lib* lib) {
+    if (uv_dlopen(path, uv_lib(lib)) == 0)
+        return 0;
+    uv_dlclose(uv_lib(lib));
+    return WIQ_ERR_DLOPEN;
+}
+
+void wiq_dlclose_real(wiq_lib* lib) {
+    uv_dlclose(uv_lib(lib));
+}
+
+i32 wiq_dlsym_real(wiq_lib* lib, const char* name, void** sym) {
+    if (uv_dlsym(uv_lib(lib), name, sym) == 0)
+        return 0;
+    *sym = nullptr;
+    return WIQ_ERR_DLSYM;
+}

@@ -1,0 +1,86 @@
+// The hook slots, and the leak tracker that can be put into them. Counters and slots are plain data on
+// purpose: they are set up before other threads allocate, and counts taken across threads are approximate.
+
+#include "ke_utils/core.h"
+
+wiq_malloc_pre_fn wiq_malloc_pre_cb = nullptr;
+wiq_malloc_post_fn wiq_malloc_post_cb = nullptr;
+wiq_realloc_pre_fn wiq_realloc_pre_cb = nullptr;
+wiq_realloc_post_fn wiq_realloc_post_cb = nullptr;
+wiq_aligned_alloc_fn wiq_aligned_alloc_pre_cb = nullptr;
+wiq_aligned_alloc_fn wiq_aligned_alloc_post_cb = nullptr;
+wiq_free_fn wiq_free_cb = nullptr;
+wiq_free_fn wiq_aligned_free_cb = nullptr;
+wiq_track_fn wiq_alloc_track_pause_cb = nullptr;
+wiq_track_fn wiq_alloc_track_resume_cb = nullptr;
+
+namespace {
+
+i32 balance = 0;      // allocations counted minus frees counted
+i32 count = 0;        // allocations counted
+i32 pause_depth = 0;  // nothing is counted while it is nonzero
+
+void count_alloc(const void* block) {
+    if (block != nullptr && pause_depth == 0) {
+        ++balance;
+        ++count;
+    }
+}
+
+void count_free(const void* block) {
+    if (block != nullptr && pause_depth == 0)
+        --balance;
+}
+
+void on_malloc(void** result, size_t*) {
+    count_alloc(*result);
+}
+
+// A reallocation counts as the end of the old block and the start of a new one.
+void before_realloc(void** ptr, size_t*) {
+    count_free(*ptr);
+}
+
+void after_realloc(void** result, size_t*) {
+    count_alloc(*result);
+}
+
+void on_aligned_alloc(void*** out, size_t*, size_t*) {
+    count_alloc(**out);
+}
+
+void on_free(void** ptr) {
+    count_free(*ptr);
+}
+
+void pause() {
+    ++pause_depth;
+}
+
+void resume() {
+    --pause_depth;
+}
+
+}  // namespace
+
+void wiq_memleak_begin(void) {
+    balance = 0;
+    count = 0;
+    pause_depth = 0;
+    wiq_malloc_post_cb = on_malloc;
+    wiq_realloc_pre_cb = before_realloc;
+    wiq_realloc_post_cb = after_realloc;
+    wiq_aligned_alloc_post_cb = on_aligned_alloc;
+    wiq_free_cb = on_free;
+    wiq_aligned_free_cb = on_free;
+    wiq_alloc_track_pause_cb = pause;
+    wiq_alloc_track_resume_cb = resume;
+}
+
+i32 wiq_memleak_balance(void) {
+    return balance;
+}
+
+i32 wiq_memleak_count(void) {
+    return count;
+}

@@ -1,0 +1,18 @@
+// The mapping between the two ranges of status codes that speak of conversions: -70xx is what the
+// library's own parsers and converters say, -10xx what a tool reports about its user's data.
+
+#include "ke_utils/core.h"
+
+i32 wiq_status_ie_to_pe(i32 status) {
+    switch (status) {
+        case WIQ_ERR_INVALID_ARG:
+        case WIQ_ERR_BAD_FORMAT:
+            return WIQ_ERR_INVALID_VALUE;
+        case WIQ_ERR_RANGE:
+            return WIQ_ERR_VALUE_OUT_OF_RANGE;
+        case WIQ_ERR_NOT_INTEGRAL:
+            return WIQ_ERR_VALUE_NOT_INTEGRAL;
+        default:
+            return status;
+    }
+}

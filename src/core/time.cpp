@@ -1,0 +1,47 @@
+// Time helpers: broken-down time now, milliseconds since midnight, and a millisecond count as clock text.
+
+#include "ke_utils/core.h"
+
+namespace {
+
+constexpr u32 kMsPerSecond = 1000;
+constexpr u32 kMsPerMinute = 60 * kMsPerSecond;
+constexpr u32 kMsPerHour = 60 * kMsPerMinute;
+constexpr u64 kNsPerMs = 1000000;
+
+// Writes `width` decimal digits of a value that fits them.
+char* put_digits(char* dst, u32 value, int width) {
+    for (int i = width - 1; i >= 0; --i) {
+        dst[i] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    }
+    return dst + width;
+}
+
+}  // namespace
+
+i32 wiq_get_tm(struct tm* out) {
+    const i64 now = wiq_time_real(nullptr);
+    return wiq_gmtime_real(&now, out);
+}
+
+int calc_tm_to_ms(const struct tm* tm) {
+    // Wraps as 32-bit arithmetic does, whatever the fields hold.
+    const u32 seconds = (static_cast<u32>(tm->tm_hour) * 60 + static_cast<u32>(tm->tm_min)) * 60 +
+                        static_cast<u32>(tm->tm_sec);
+    return static_cast<i32>(seconds * kMsPerSecond);
+}
+
+i32 time_ms_to_string(u64 ms, u64 ns, char* dst) {
+    const u32 time = static_cast<u32>(ms + ns / kNsPerMs);
+    char* end = put_digits(dst, time / kMsPerHour % 24, 2);
+    *end++ = ':';
+    end = put_digits(end, time / kMsPerMinute % 60, 2);
+    *end++ = ':';
+    end = put_digits(end, time / kMsPerSecond % 60, 2);
+    *end++ = '.';
+    end = put_digits(end, time % kMsPerSecond, 3);
+    *end++ = ' ';
+    *end = '\0';
+    return static_cast<i32>(end - dst);
+}

@@ -1,0 +1,121 @@
+// Tests of the replaceable entry points: the slots at load, and each function behind them.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+
+#include "ke_utils/core.h"
+#include "ke_utils/files.h"
+
+namespace {
+
+struct Slots {
+    decltype(wiq_sleep_real_ptr) sleep = wiq_sleep_real_ptr;
+    decltype(wiq_time_real_ptr) time = wiq_time_real_ptr;
+    decltype(wiq_gmtime_real_ptr) gmtime = wiq_gmtime_real_ptr;
+    decltype(wiq_dlopen_real_ptr) dlopen = wiq_dlopen_real_ptr;
+    decltype(wiq_dlclose_real_ptr) dlclose = wiq_dlclose_real_ptr;
+    decltype(wiq_dlsym_real_ptr) dlsym = wiq_dlsym_real_ptr;
+};
+
+// The path of a module that the build puts beside this program.
+std::string beside(const char* name) {
+    char* dir = wiq_install_dir();
+    char* path = wiq_build_path(dir, name);
+    std::string result = path;
+    free(path);
+    free(dir);
+    return result;
+}
+
+TEST(EntryPoints, SlotsHoldTheLibrarysFunctionsAtLoad) {
+    // Through dlsym-like equality: the address seen by a user equals the slot's content. On Windows a
+    // user's view of a function may be an import thunk, so the effect is compared there as well.
+    const Slots slots;
+    i64 now = 0;
+    EXPECT_EQ(slots.time(&now), now);
+    EXPECT_NEAR(static_cast<double>(now), static_cast<double>(time(nullptr)), 2.0);
+#ifndef _WIN32
+    EXPECT_EQ(slots.sleep, &wiq_sleep_real);
+    EXPECT_EQ(slots.time, &wiq_time_real);
+    EXPECT_EQ(slots.gmtime, &wiq_gmtime_real);
+    EXPECT_EQ(slots.dlopen, &wiq_dlopen_real);
+    EXPECT_EQ(slots.dlclose, &wiq_dlclose_real);
+    EXPECT_EQ(slots.dlsym, &wiq_dlsym_real);
+#endif
+}
+
+i64 fixed_time(i64*) {
+    return 1000;
+}
+
+TEST(EntryPoints, ReplacingASlotDoesNotReachTheLibrary) {
+    wiq_time_real_ptr = fixed_time;
+    EXPECT_EQ(wiq_time_real_ptr(nullptr), 1000);
+    struct tm tm = {};
+    EXPECT_EQ(wiq_get_tm(&tm), 0);
+    EXPECT_GT(tm.tm_year, 100);
+    EXPECT_GT(wiq_time_real(nullptr), 1000);
+    wiq_time_real_ptr = wiq_time_real;
+}
+
+TEST(EntryPoints, SleepLastsAtLeastAsLongAsAsked) {
+    const clock_t cpu_before = clock();
+    const i64 before = wiq_time_real(nullptr);
+    wiq_sleep_real(0);
+    wiq_sleep_real(1100);
+    EXPECT_GE(wiq_time_real(nullptr) - before, 1);
+    EXPECT_LT(clock() - cpu_before, CLOCKS_PER_SEC) << "sleeping must not spin";
+}
+
+TEST(EntryPoints, GmtimeConverts) {
+    struct Row {
+        i64 time;
+        int year, mon, mday, hour, min, sec, wday, yday;
+    };
+    for (const Row& row :
+         {Row{0, 70, 0, 1, 0, 0, 0, 4, 0}, Row{86399, 70, 0, 1, 23, 59, 59, 4, 0},
+          Row{951782400, 100, 1, 29, 0, 0, 0, 2, 59}, Row{4102444800, 200, 0, 1, 0, 0, 0, 5, 0}}) {
+        struct tm tm = {};
+        ASSERT_EQ(wiq_gmtime_real(&row.time, &tm), 0) << row.time;
+        EXPECT_EQ(tm.tm_year, row.year);
+        EXPECT_EQ(tm.tm_mon, row.mon);
+        EXPECT_EQ(tm.tm_mday, row.mday);
+        EXPECT_EQ(tm.tm_hour, row.hour);
+        EXPECT_EQ(tm.tm_min, row.min);
+        EXPECT_EQ(tm.tm_sec, row.sec);
+        EXPECT_EQ(tm.tm_wday, row.wday);
+        EXPECT_EQ(tm.tm_yday, row.yday);
+    }
+}
+
+TEST(EntryPoints, GmtimeRefusesWhatCannotBeExpressed) {
+    struct tm tm = {};
+    for (i64 time : {INT64_MAX, INT64_MIN})
+        EXPECT_EQ(wiq_gmtime_real(&time, &tm), WIQ_ERR_TIME_CONVERSION) << time;
+    const i64 now = 0;
+    EXPECT_EQ(wiq_gmtime_real(nullptr, &tm), WIQ_ERR_TIME_CONVERSION);
+    EXPECT_EQ(wiq_gmtime_real(&now, nullptr), WIQ_ERR_TIME_CONVERSION);
+}
+
+TEST(EntryPoints, LoadsAModuleAndFindsItsSymbol) {
+    wiq_lib lib = {};
+    ASSERT_EQ(wiq_dlopen_real(beside(KE_TEST_MODULE).c_str(), &lib), 0);
+    void* sym = nullptr;
+    ASSERT_EQ(wiq_dlsym_real(&lib, "ke_answer", &sym), 0);
+    ASSERT_NE(sym, nullptr);
+    EXPECT_EQ(reinterpret_cast<int (*)()>(sym)(), 42);
+    sym = &lib;
+    EXPECT_EQ(wiq_dlsym_real(&lib, "ke_no_such_symbol", &sym), WIQ_ERR_DLSYM);
+    EXPECT_EQ(sym, nullptr);
+    wiq_dlclose_real(&lib);
+}
+
+TEST(EntryPoints, AModuleThatIsNotThere) {
+    wiq_lib lib = {};
+    EXPECT_EQ(wiq_dlopen_real("no_such_module.so", &lib), WIQ_ERR_DLOPEN);
+    EXPECT_EQ(lib.errmsg, nullptr);
+}
+
+}  // namespace
