@@ -1,0 +1,102 @@
+// The seam's memory, time and formatting on POSIX systems. Files and text encoding are in
+// posix_files.cpp.
+#include <locale.h>
+#include <time.h>
+#include <cerrno>
+#include <clocale>
+#include <cstdlib>
+
+#include <bit>
+
+#include "os/os.h"
+
+namespace ke::os {
+
+void* aligned_alloc(size_t size, size_t alignment) {
+    if (!std::has_single_bit(alignment))
+        return nullptr;
+    void* block = nullptr;
+    const size_t at_least_pointer = alignment < sizeof(void*) ? sizeof(void*) : alignment;
+    return posix_memalign(&block, at_least_pointer, size) == 0 ? block : nullptr;
+}
+
+void aligned_free(void* ptr) {
+    free(ptr);
+}
+
+void sleep_ms(u32 ms) {
+    timespec left{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000) * 1000000L};
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+i64 unix_time() {
+    return time(nullptr);
+}
+
+bool utc_time(i64 seconds, struct tm* out) {
+    // The years 1970 to 3000: what the Windows runtime converts, so that both platforms agree.
+    constexpr i64 kLast = 32535215999;
+    if (out == nullptr || seconds < 0 || seconds > kLast)
+        return false;
+    const time_t value = static_cast<time_t>(seconds);
+    return gmtime_r(&value, out) != nullptr;
+}
+
+namespace {
+
+// Makes the calling thread format in the "C" locale for as long as it lives; other threads and the
+// process's own setting are untouched.
+class CLocaleScope {
+  public:
+    CLocaleScope() : before_(uselocale(c_locale())) {}
+    ~CLocaleScope() { uselocale(before_); }
+    CLocaleScope(const CLocaleScope&) = delete;
+    CLocaleScope& operator=(const CLocaleScope&) = delete;
+
+  private:
+    static locale_t c_locale() {
+        static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+        return locale;
+    }
+
+    locale_t before_;
+};
+
+}  // namespace
+
+i32 format_length(const char* format, va_list args) {
+    if (format == nullptr)
+        return -1;
+    const CLocaleScope scope;
+    return vsnprintf(nullptr, 0, format, args);
+}
+
+i32 format_text(char* buf, size_t size, const char* format, va_list args) {
+    if (buf == nullptr || size == 0 || format == nullptr)
+        return -1;
+    const CLocaleScope scope;
+    const i32 length = vsnprintf(buf, size, format, args);
+    return length < 0 || static_cast<size_t>(length) >= size ? -1 : length;
+}
+
+// vsnprintf() knows positional arguments natively, so the plain forms share it.
+i32 format_length_plain(const char* format, va_list args) {
+    return format_length(format, args);
+}
+
+void format_text_cut(char* buf, size_t size, const char* format, va_list args) {
+    buf[0] = '\0';
+    if (format == nullptr)
+        return;
+    const CLocaleScope scope;
+    if (vsnprintf(buf, size, format, args) < 0)
+        buf[0] = '\0';
+}
+
+i32 format_stream(FILE* fp, const char* format, va_list args) {
+    const CLocaleScope scope;
+    return vfprintf(fp, format, args);
+}
+
+}  // namespace ke::os

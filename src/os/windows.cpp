@@ -1,0 +1,80 @@
+// The seam's memory, time and formatting on Windows, over the runtime's own functions. Files and text
+// encoding are in windows_files.cpp.
+#include <windows.h>
+
+#include <malloc.h>
+#include <stdio.h>
+#include <time.h>
+#include <clocale>
+
+#include "os/os.h"
+
+namespace ke::os {
+
+void* aligned_alloc(size_t size, size_t alignment) {
+    return _aligned_malloc(size, alignment);
+}
+
+void aligned_free(void* ptr) {
+    _aligned_free(ptr);
+}
+
+void sleep_ms(u32 ms) {
+    Sleep(ms);
+}
+
+i64 unix_time() {
+    return _time64(nullptr);
+}
+
+bool utc_time(i64 seconds, struct tm* out) {
+    const __time64_t value = seconds;
+    return _gmtime64_s(out, &value) == 0;
+}
+
+namespace {
+
+// Made once and kept for the life of the process. Were it nullptr, the runtime would format in the
+// process's own locale.
+_locale_t c_locale() {
+    static const _locale_t locale = _create_locale(LC_ALL, "C");
+    return locale;
+}
+
+}  // namespace
+
+i32 format_length(const char* format, va_list args) {
+    if (format == nullptr)
+        return -1;
+    return _vscprintf_p_l(format, c_locale(), args);
+}
+
+i32 format_text(char* buf, size_t size, const char* format, va_list args) {
+    if (buf == nullptr || size == 0 || format == nullptr)
+        return -1;
+    const i32 length = _vsprintf_p_l(buf, size, format, c_locale(), args);
+    if (length >= 0 && static_cast<size_t>(length) < size)
+        return length;
+    // A text of exactly `size` characters may come back as a success without its NUL.
+    buf[size - 1] = '\0';
+    return -1;
+}
+
+i32 format_length_plain(const char* format, va_list args) {
+    if (format == nullptr)
+        return -1;
+    return _vscprintf_l(format, c_locale(), args);
+}
+
+void format_text_cut(char* buf, size_t size, const char* format, va_list args) {
+    buf[0] = '\0';
+    // Negative also for a text that was cut, so the result tells nothing.
+    if (format != nullptr)
+        _vsnprintf_s_l(buf, size, _TRUNCATE, format, c_locale(), args);
+}
+
+i32 format_stream(FILE* fp, const char* format, va_list args) {
+    return _vfprintf_p_l(fp, format, c_locale(), args);
+}
+
+}  // namespace ke::os
