@@ -1,0 +1,44 @@
+// Character classes of the "C" locale, whatever locale the process has set. Only ASCII has classes:
+// bytes from 128 up belong to none.
+#pragma once
+
+#include "ke_utils/types.h"
+
+namespace ke {
+
+constexpr bool is_space(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+constexpr bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+constexpr bool is_upper(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+constexpr bool is_lower(char c) {
+    return c >= 'a' && c <= 'z';
+}
+constexpr bool is_alpha(char c) {
+    return is_upper(c) || is_lower(c);
+}
+constexpr bool is_print(char c) {
+    return c >= 0x20 && c < 0x7f;
+}
+constexpr char to_upper(char c) {
+    return is_lower(c) ? static_cast<char>(c - 'a' + 'A') : c;
+}
+constexpr char to_lower(char c) {
+    return is_upper(c) ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// The value of a digit in bases up to 36, letters in either case; -1 for any other character.
+constexpr i32 digit_value(char c) {
+    if (is_digit(c))
+        return c - '0';
+    return is_alpha(c) ? to_lower(c) - 'a' + 10 : -1;
+}
+constexpr bool is_hex_digit(char c) {
+    return digit_value(c) >= 0 && digit_value(c) < 16;
+}
+
+}  // namespace ke

@@ -1,0 +1,237 @@
+// Text to numbers: what the runtime's strtoll(), strtoull() and strtod() give in the "C" locale, computed
+// here so that no locale, and no runtime's own reading of the standard, can change a result.
+#include "text/numbers.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+#include "ke_utils/core.h"
+#include "ke_utils/text.h"
+#include "text/ctype.h"
+
+namespace ke {
+namespace {
+
+// An integer as strtoll() in base 0 finds it at the start of a text.
+struct IntegerText {
+    u64 magnitude;  // without the sign; the largest value if it overflows
+    bool negative;
+    bool overflow;
+    const char* end;  // behind the last digit; the text's start if there is no digit
+};
+
+// Steps over "0x" or "0" and gives the base. "0x" counts only before a hexadecimal digit: otherwise the
+// number is the "0" alone.
+u32 take_prefix(const char** p) {
+    if (**p != '0')
+        return 10;
+    const char* next = *p + 1;
+    if (*next != 'x' && *next != 'X')
+        return 8;
+    if (!is_hex_digit(next[1]))
+        return 8;
+    *p = next + 1;
+    return 16;
+}
+
+IntegerText scan_integer(const char* text) {
+    IntegerText result{0, false, false, text};
+    const char* p = text;
+    while (is_space(*p))
+        ++p;
+    if (*p == '-' || *p == '+')
+        result.negative = *p++ == '-';
+    const u32 base = take_prefix(&p);
+    const char* first_digit = p;
+    u64 value = 0;
+    for (;; ++p) {
+        const i32 digit = digit_value(*p);
+        if (digit < 0 || static_cast<u32>(digit) >= base)
+            break;
+        if (__builtin_mul_overflow(value, u64{base}, &value) ||
+            __builtin_add_overflow(value, static_cast<u64>(digit), &value))
+            result.overflow = true;
+    }
+    if (p != first_digit)
+        result.end = p;
+    result.magnitude = result.overflow ? std::numeric_limits<u64>::max() : value;
+    return result;
+}
+
+i32 conversion_status(const IntegerText& number, const char* text, bool out_of_range) {
+    if (out_of_range)
+        return WIQ_ERR_RANGE;
+    if (number.end == text)
+        return WIQ_ERR_BAD_FORMAT;
+    return *number.end != '\0' ? WIQ_ERR_TRAILING_CHARS : 0;
+}
+
+// The signed value, clamped, and the status of the conversion to 64 bits.
+i32 convert_signed(const char* text, i64* out) {
+    const IntegerText number = scan_integer(text);
+    const u64 limit = static_cast<u64>(INT64_MAX) + (number.negative ? 1 : 0);
+    const bool out_of_range = number.magnitude > limit;
+    const u64 magnitude = out_of_range ? limit : number.magnitude;
+    *out = static_cast<i64>(number.negative ? 0 - magnitude : magnitude);
+    return conversion_status(number, text, out_of_range);
+}
+
+// The unsigned types narrower than 64 bits differ in their largest value only.
+template <class Unsigned>
+i32 convert_narrow_unsigned(const char* text, Unsigned* out) {
+    if (text == nullptr || out == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    constexpr i64 kMax = std::numeric_limits<Unsigned>::max();
+    i64 value = 0;
+    const i32 status = convert_signed(text, &value);
+    *out = static_cast<Unsigned>(value);
+    if (value < 0)
+        return WIQ_ERR_BAD_FORMAT;
+    if (value > kMax) {
+        *out = static_cast<Unsigned>(kMax);
+        return WIQ_ERR_RANGE;
+    }
+    return status;
+}
+
+// Whether a number that is too large or too small for a double is too large. `digits` are the digits of
+// a number in the given base (10 or 16) with its exponent behind the mark ("e" or "p").
+bool is_too_large(const char* p, const char* end, u32 base) {
+    constexpr i64 kEnough = 1000000000;  // beyond any exponent that could matter, safe to add up
+    const i64 weight = base == 16 ? 4 : 1;
+    const char mark = base == 16 ? 'p' : 'e';
+    i64 order = 0;  // exponent of the first digit that is not zero
+    bool point = false;
+    bool significant = false;
+    for (; p != end && to_lower(*p) != mark; ++p) {
+        if (*p == '.') {
+            point = true;
+            continue;
+        }
+        significant = significant || *p != '0';
+        if (significant && !point)
+            order += weight;
+        if (!significant && point)
+            order -= weight;
+    }
+    if (p == end)
+        return order > 0;
+    ++p;
+    const bool negative = *p == '-';
+    if (*p == '-' || *p == '+')
+        ++p;
+    i64 exponent = 0;
+    for (; p != end; ++p) {
+        if (exponent < kEnough)
+            exponent = exponent * 10 + (*p - '0');
+    }
+    return order + (negative ? -exponent : exponent) > 0;
+}
+
+bool has_hex_prefix(const char* p, const char* last) {
+    return last - p > 2 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X') &&
+           (is_hex_digit(p[2]) || p[2] == '.');
+}
+
+}  // namespace
+
+const char* parse_double(const char* first, const char* last, double* out) {
+    const char* p = first;
+    const bool negative = p != last && *p == '-';
+    if (p != last && (*p == '-' || *p == '+'))
+        ++p;
+    if (p == last || *p == '-')
+        return first;
+    double value = 0;
+    u32 base = 10;
+    std::from_chars_result result{first, std::errc::invalid_argument};
+    if (has_hex_prefix(p, last)) {
+        // std::from_chars() takes two signs before a hexadecimal exponent; hide the second.
+        const std::string_view rest(p + 2, static_cast<size_t>(last - p - 2));
+        const char* end = p + 2 + std::min(rest.find("+-"), rest.size());
+        result = std::from_chars(p + 2, end, value, std::chars_format::hex);
+    }
+    if (result.ec != std::errc::invalid_argument) {
+        base = 16;
+        p += 2;
+    } else {
+        // Of "0x" without a number behind it the "0" alone counts.
+        result = std::from_chars(p, last, value, std::chars_format::general);
+    }
+    if (result.ec == std::errc::invalid_argument)
+        return first;
+    if (result.ec == std::errc::result_out_of_range) {
+        const bool large = is_too_large(p, result.ptr, base);
+        value = large ? std::numeric_limits<double>::infinity() : 0.0;
+    }
+    *out = negative ? -value : value;
+    return result.ptr;
+}
+
+}  // namespace ke
+
+extern "C" {
+
+i32 wiq_strtoint32(const char* text, i32* out) {
+    if (text == nullptr || out == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    i64 value = 0;
+    const i32 status = ke::convert_signed(text, &value);
+    if (value > INT32_MAX || value < INT32_MIN) {
+        *out = value < 0 ? INT32_MIN : INT32_MAX;
+        return WIQ_ERR_RANGE;
+    }
+    *out = static_cast<i32>(value);
+    return status;
+}
+
+i32 wiq_strtoint64(const char* text, i64* out) {
+    if (text == nullptr || out == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    return ke::convert_signed(text, out);
+}
+
+i32 wiq_strtouint16(const char* text, u16* out) {
+    return ke::convert_narrow_unsigned(text, out);
+}
+
+i32 wiq_strtouint32(const char* text, u32* out) {
+    return ke::convert_narrow_unsigned(text, out);
+}
+
+i32 wiq_strtouint64(const char* text, u64* out) {
+    if (text == nullptr || out == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    const ke::IntegerText number = ke::scan_integer(text);
+    const bool wraps = number.negative && !number.overflow;
+    *out = wraps ? 0 - number.magnitude : number.magnitude;
+    // A sign behind other white space than these two goes unnoticed; callers rely on the wrapped value.
+    const char* p = text;
+    while (*p == ' ' || *p == '\t')
+        ++p;
+    if (*p == '-')
+        return WIQ_ERR_BAD_FORMAT;
+    return ke::conversion_status(number, text, number.overflow);
+}
+
+i32 wiq_strtodouble(const char* text, double* out) {
+    if (text == nullptr || out == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    if (*text == '\0')
+        return WIQ_ERR_BAD_FORMAT;
+    *out = 0.0;
+    while (ke::is_space(*text))
+        ++text;
+    const char* last = text + strlen(text);
+    double value = 0;
+    // A text of white space alone has no number, whose end would be the text's own.
+    if (text == last || ke::parse_double(text, last, &value) != last)
+        return WIQ_ERR_BAD_FORMAT;
+    *out = value;
+    return 0;
+}
+
+}  // extern "C"

@@ -1,0 +1,182 @@
+// 128-bit unsigned integers: arithmetic modulo 2^128, text in bases 2 to 37, and the packed 24- and
+// 48-bit integers of device records.
+#include "text/uint128.h"
+
+#include <cstring>
+
+#include "ke_utils/core.h"
+#include "text/ctype.h"
+#include "text/decimal.h"
+
+using ke::from_native;
+using ke::to_native;
+using ke::u128;
+
+namespace {
+
+// 10^19 is the largest power of ten in 64 bits.
+constexpr u64 kChunk = 10000000000000000000u;
+constexpr int kChunkDigits = 19;
+
+// A chunk below the first: all of its digits, leading zeros included.
+char* write_chunk(char* out, u64 chunk) {
+    for (int i = kChunkDigits - 1; i >= 0; --i) {
+        out[i] = static_cast<char>('0' + chunk % 10);
+        chunk /= 10;
+    }
+    return out + kChunkDigits;
+}
+
+// A digit of value 36, which base 37 has, comes out as the table's terminating NUL.
+constexpr char kDigits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+
+// Writes the digits of `value` so that they end before `end`; their start.
+char* write_digits_before(char* end, u128 value, u32 base) {
+    u64 low = static_cast<u64>(value);
+    for (; value >> 64 != 0; low = static_cast<u64>(value)) {
+        *--end = kDigits[static_cast<u32>(value % base)];
+        value /= base;
+    }
+    do {
+        *--end = kDigits[low % base];
+        low /= base;
+    } while (low != 0);
+    return end;
+}
+
+// Reads the base prefix at *text and steps over it.
+u32 take_base(const char** text) {
+    if (**text != '0')
+        return 10;
+    ++*text;
+    if (**text != 'x' && **text != 'X')
+        return 8;
+    ++*text;
+    return 16;
+}
+
+}  // namespace
+
+namespace ke {
+
+char* write_u128(char* out, wiq_uint128 value) {
+    if (value.hi == 0)
+        return write_u64(out, value.lo);
+    const u128 native = to_native(value);
+    const u128 upper = native / kChunk;
+    const u64 lowest = static_cast<u64>(native % kChunk);
+    if (upper < kChunk) {
+        out = write_u64(out, static_cast<u64>(upper));
+    } else {
+        out = write_u64(out, static_cast<u64>(upper / kChunk));
+        out = write_chunk(out, static_cast<u64>(upper % kChunk));
+    }
+    return write_chunk(out, lowest);
+}
+
+}  // namespace ke
+
+extern "C" {
+
+wiq_uint128 wiq_uint128_add(wiq_uint128 a, wiq_uint128 b) {
+    return from_native(to_native(a) + to_native(b));
+}
+
+wiq_uint128 wiq_uint128_sub(wiq_uint128 a, wiq_uint128 b) {
+    return from_native(to_native(a) - to_native(b));
+}
+
+wiq_uint128 wiq_uint128_neg(wiq_uint128 a) {
+    return from_native(-to_native(a));
+}
+
+wiq_uint128 wiq_uint128_mul(wiq_uint128 a, wiq_uint128 b) {
+    return from_native(to_native(a) * to_native(b));
+}
+
+i32 wiq_uint128_div(wiq_uint128 a, wiq_uint128 b, wiq_uint128* quotient, wiq_uint128* remainder) {
+    const u128 divisor = to_native(b);
+    if (divisor == 0)
+        return WIQ_ERR_INVALID_ARG;
+    const u128 dividend = to_native(a);
+    const u128 result = dividend / divisor;
+    if (quotient != nullptr)
+        *quotient = from_native(result);
+    if (remainder != nullptr)
+        *remainder = from_native(dividend - result * divisor);
+    return 0;
+}
+
+wiq_uint128 wiq_uint128_lshift(wiq_uint128 a, u64 count) {
+    return count >= 128 ? wiq_uint128{0, 0} : from_native(to_native(a) << count);
+}
+
+wiq_uint128 wiq_uint128_rshift(wiq_uint128 a, u64 count) {
+    return count >= 128 ? wiq_uint128{0, 0} : from_native(to_native(a) >> count);
+}
+
+bool wiq_uint128_lt(wiq_uint128 a, wiq_uint128 b) {
+    return to_native(a) < to_native(b);
+}
+
+bool wiq_uint128_le(wiq_uint128 a, wiq_uint128 b) {
+    return to_native(a) <= to_native(b);
+}
+
+i32 wiq_uint128_from_str(const char* text, wiq_uint128* out) {
+    if (text == nullptr || out == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    if (*text == '\0')
+        return WIQ_ERR_BAD_FORMAT;
+    while (*text == ' ' || *text == '\t')
+        ++text;
+    const bool negate = *text == '-';
+    if (negate)
+        ++text;
+    const u32 base = take_base(&text);
+    u128 value = 0;
+    i32 status = 0;
+    for (; *text != '\0'; ++text) {
+        const i32 digit = ke::digit_value(*text);
+        if (digit < 0 || static_cast<u32>(digit) >= base) {
+            status = WIQ_ERR_BAD_FORMAT;
+            break;
+        }
+        value = value * base + static_cast<u32>(digit);
+    }
+    *out = from_native(negate ? -value : value);
+    return status;
+}
+
+i32 wiq_uint128_to_str(wiq_uint128 a, i32 base, char* buf, u64 size) {
+    if (buf == nullptr || size == 0)
+        return WIQ_ERR_INVALID_ARG;
+    if (base < 2 || base > 37)
+        return WIQ_ERR_BAD_RADIX;
+    char digits[128];  // base 2 needs the most
+    char* first = digits;
+    char* end = digits + sizeof digits;
+    if (base == 10)
+        end = ke::write_u128(first, a);
+    else
+        first = write_digits_before(end, to_native(a), static_cast<u32>(base));
+    const u64 length = static_cast<u64>(end - first);
+    if (length + 1 > size)
+        return WIQ_ERR_BUFFER_TOO_SMALL;
+    memcpy(buf, first, length);
+    buf[length] = '\0';
+    return static_cast<i32>(length + 1);
+}
+
+wiq_uint24 wiq_uint24_init(u32 value) {
+    return {{static_cast<u8>(value), static_cast<u8>(value >> 8), static_cast<u8>(value >> 16)}};
+}
+
+wiq_uint48 wiq_uint48_init(u64 value) {
+    wiq_uint48 packed;
+    for (u32 i = 0; i < sizeof packed.bytes; ++i)
+        packed.bytes[i] = static_cast<u8>(value >> (8 * i));
+    return packed;
+}
+
+}  // extern "C"

@@ -1,0 +1,8 @@
+// The exported classifier of UTF-8 lead bytes; the library's own code uses the inline form in utf8.h.
+#include "text/utf8.h"
+
+#include "ke_utils/text.h"
+
+u32 wiq_utf8_char_sz(u8 lead) {
+    return ke::utf8_length(lead);
+}
