@@ -63,6 +63,7 @@ function(ke_add_test family kind)
   target_precompile_headers(${target} REUSE_FROM ke_test_pch_${lower})
   if(kind STREQUAL "INTERNAL")
     target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/alloc_faults.cpp)
+    set_target_properties(${target} PROPERTIES KE_SHARED_RUNTIME ON)
     # -fno-lto: the linker replaces calls by name, so they must still be calls.
     target_link_options(${target} PRIVATE ${KE_WRAP_FLAGS} -fno-lto)
   endif()

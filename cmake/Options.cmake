@@ -16,8 +16,11 @@ endif()
 if(WIN32)
   # The system that libuv asks for: Windows 8 and later.
   target_compile_definitions(ke_options INTERFACE _WIN32_WINNT=0x0602)
-  # One file to ship: the compiler's runtime goes into each program and DLL.
-  target_link_options(ke_options INTERFACE -static)
+  # One file to ship: the compiler's runtime goes into each program and DLL. The exception are
+  # tests that replace malloc at link time (KE_SHARED_RUNTIME): the runtime's own allocations are
+  # not theirs to count, and its thread-local variables are allocated by the functions replaced.
+  target_link_options(ke_options INTERFACE
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:KE_SHARED_RUNTIME>>>:-static>)
 endif()
 
 if(KE_SANITIZE)

@@ -11,12 +11,13 @@ if(NOT EXISTS ${program})
 endif()
 
 set(command ${emulator} ${program})
-execute_process(COMMAND ${command} --gtest_list_tests
+execute_process(COMMAND ${command} --gtest_list_tests TIMEOUT 60
                 OUTPUT_VARIABLE listing ERROR_VARIABLE errors RESULT_VARIABLE result)
 string(REGEX MATCHALL "(^|\n)[^ .\n]+\\." suites "${listing}")
 if(NOT result EQUAL 0 OR NOT suites)
   add_test(${name}/not_listed ${command} --gtest_list_tests)
-  set_tests_properties(${name}/not_listed PROPERTIES PASS_REGULAR_EXPRESSION "^a listing of suites$")
+  set_tests_properties(${name}/not_listed PROPERTIES
+    TIMEOUT 60 PASS_REGULAR_EXPRESSION "^a listing of suites$")
   return()
 endif()
 
