@@ -1,0 +1,35 @@
+/*
+ * Shows a file's first bytes as hexadecimal text beside their characters, with wiq_memdump_ex():
+ * the library makes the lines, the program decides what becomes of them.
+ *
+ *   hexdump [FILE]          FILE is the program itself where none is given
+ */
+#include <ke_utils.h>
+#include <stdio.h>
+
+/* Receives one line; a status other than 0 would end the dump. */
+static i32 print_line(void* user, u64 offset, const char* hex, const char* ascii) {
+    FILE* out = (FILE*)user;
+    fprintf(out, "%08llx  %s  %s\n", (unsigned long long)offset, hex, ascii);
+    return 0;
+}
+
+int main(int argc, char** argv) {
+    const char* path = argc > 1 ? argv[1] : argv[0];
+    FILE* file = fopen(path, "rb");
+    if (file == NULL) {
+        fprintf(stderr, "hexdump: cannot open %s\n", path);
+        return 1;
+    }
+    u8 bytes[256];
+    size_t count = fread(bytes, 1, sizeof bytes, file);
+    fclose(file);
+
+    /* 16 bytes a line, in groups of one byte and blocks of eight with a wider gap between. */
+    i32 status = wiq_memdump_ex(bytes, count, 16, 1, 8, 2, true, true, print_line, stdout);
+    if (status != 0) {
+        fprintf(stderr, "hexdump: status %d\n", (int)status);
+        return 1;
+    }
+    return 0;
+}
