@@ -1,0 +1,153 @@
+// The growable array: elements of one size inline in one block, destroyed from the last to the first.
+
+#include <atomic>
+#include <cstdlib>
+
+#include "ke_utils/containers.h"
+#include "ke_utils/core.h"
+
+namespace {
+
+void* elem_at(const wiq_vector* vec, i32 index) {
+    return static_cast<u8*>(vec->data) + static_cast<u64>(index) * vec->elem_size;
+}
+
+// Gives the block room for exactly `capacity` elements, more than 0: 0, or -5000 with nothing changed.
+i32 set_capacity(wiq_vector* vec, i32 capacity) {
+    const u64 count = static_cast<u64>(capacity);
+    if (count > SIZE_MAX / vec->elem_size)
+        return WIQ_ERR_NO_MEMORY;
+    void* block = realloc(vec->data, count * vec->elem_size);
+    if (block == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    vec->data = block;
+    vec->capacity = capacity;
+    return 0;
+}
+
+i32 grow(wiq_vector* vec, i32 size) {
+    if (size > vec->capacity) {
+        const i64 doubled = 2 * i64{vec->capacity};
+        const i32 capacity =
+            doubled > INT32_MAX || doubled < size ? size : static_cast<i32>(doubled);
+        const i32 status = set_capacity(vec, capacity);
+        if (status != 0)
+            return status;
+    }
+    if (vec->init_cb != nullptr) {
+        for (i32 i = vec->size; i < size; ++i)
+            vec->init_cb(elem_at(vec, i));
+    }
+    vec->size = size;
+    return 0;
+}
+
+void shrink(wiq_vector* vec, i32 size) {
+    if (vec->free_cb != nullptr) {
+        for (i32 i = vec->size; i > size; --i)
+            vec->free_cb(elem_at(vec, i - 1));
+    }
+    vec->size = size;
+}
+
+}  // namespace
+
+i32 wiq_vector_init(wiq_vector* vec, u64 elem_size, i32 size, wiq_vector_elem_fn init_cb,
+                    wiq_vector_elem_fn free_cb) {
+    if (vec == nullptr || size < 0 || elem_size == 0)
+        return WIQ_ERR_INVALID_ARG;
+    vec->elem_size = elem_size;
+    vec->capacity = 0;
+    vec->size = 0;
+    vec->init_cb = init_cb;
+    vec->free_cb = free_cb;
+    vec->data = nullptr;
+    vec->refcount = 1;
+    return grow(vec, size);
+}
+
+wiq_vector* wiq_vector_new(u64 elem_size, i32 size, wiq_vector_elem_fn init_cb,
+                           wiq_vector_elem_fn free_cb) {
+    auto* vec = static_cast<wiq_vector*>(malloc(sizeof(wiq_vector)));
+    if (vec != nullptr && wiq_vector_init(vec, elem_size, size, init_cb, free_cb) != 0) {
+        free(vec);
+        vec = nullptr;
+    }
+    return vec;
+}
+
+i32 wiq_vector_finalize(wiq_vector* vec) {
+    if (vec == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    shrink(vec, 0);
+    free(vec->data);
+    vec->data = nullptr;
+    vec->capacity = 0;
+    return 0;
+}
+
+void wiq_vector_delete(wiq_vector* vec) {
+    if (vec != nullptr)
+        wiq_vector_finalize(vec);
+    free(vec);
+}
+
+void wiq_vector_ref(wiq_vector* vec) {
+    std::atomic_ref(vec->refcount).fetch_add(1, std::memory_order_relaxed);
+}
+
+void wiq_vector_unref(wiq_vector* vec) {
+    if (std::atomic_ref(vec->refcount).fetch_sub(1, std::memory_order_acq_rel) == 1)
+        wiq_vector_delete(vec);
+}
+
+i32 wiq_vector_resize(wiq_vector* vec, i32 size) {
+    if (vec == nullptr || size < 0)
+        return WIQ_ERR_INVALID_ARG;
+    if (size > vec->size)
+        return grow(vec, size);
+    shrink(vec, size);
+    return 0;
+}
+
+void* wiq_vector_push(wiq_vector* vec) {
+    if (vec == nullptr || vec->size == INT32_MAX || grow(vec, vec->size + 1) != 0)
+        return nullptr;
+    return elem_at(vec, vec->size - 1);
+}
+
+i32 wiq_vector_pop(wiq_vector* vec, i32 count) {
+    if (vec == nullptr || count < 0)
+        return WIQ_ERR_INVALID_ARG;
+    return wiq_vector_resize(vec, vec->size - count);
+}
+
+void* wiq_vector_get(const wiq_vector* vec, i32 index) {
+    if (vec == nullptr || index >= vec->size)
+        return nullptr;
+    if (index < 0)
+        index += vec->size;
+    return index < 0 ? nullptr : elem_at(vec, index);
+}
+
+const void* wiq_vector_get_const(const wiq_vector* vec, i32 index) {
+    return wiq_vector_get(vec, index);
+}
+
+i32 wiq_vector_size(const wiq_vector* vec) {
+    return vec == nullptr ? static_cast<i32>(WIQ_ERR_INVALID_ARG) : vec->size;
+}
+
+i32 wiq_vector_extra_capacity(wiq_vector* vec, i32 extra) {
+    if (vec == nullptr || extra < 0)
+        return WIQ_ERR_INVALID_ARG;
+    if (extra > INT32_MAX - vec->size)
+        return WIQ_ERR_NO_MEMORY;
+    const i32 capacity = vec->size + extra;
+    if (capacity != 0)
+        return set_capacity(vec, capacity);
+    free(vec->data);
+    vec->data = nullptr;
+    vec->capacity = 0;
+    return 0;
+}
