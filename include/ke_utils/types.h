@@ -26,8 +26,7 @@ typedef uint64_t u64; /**< unsigned, 64 bits */
 
 /**
  * KE_API marks what the library exports. Defining KE_UTILS_STATIC selects the static library (the CMake
- * target `ke_utils::ke_utils_static` and `pkg-config --static` do it); a consumer of the shared library
- * defines nothing.
+ * target `ke_utils::ke_utils_static` does it); a consumer of the shared library defines nothing.
  */
 #if defined(_WIN32)
 #if defined(KE_UTILS_BUILD)
