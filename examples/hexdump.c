@@ -4,13 +4,14 @@
  *
  *   hexdump [FILE]          FILE is the program itself where none is given
  */
+#include <inttypes.h>
 #include <ke_utils.h>
 #include <stdio.h>
 
 /* Receives one line; a status other than 0 would end the dump. */
 static i32 print_line(void* user, u64 offset, const char* hex, const char* ascii) {
     FILE* out = (FILE*)user;
-    fprintf(out, "%08llx  %s  %s\n", (unsigned long long)offset, hex, ascii);
+    fprintf(out, "%08" PRIx64 "  %s  %s\n", offset, hex, ascii);
     return 0;
 }
 
