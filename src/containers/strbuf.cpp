@@ -1,0 +1,226 @@
+// The string buffer: a growable, always terminated byte string that every text producer writes into.
+
+#include <cstdlib>
+#include <cstring>
+
+#include "ke_utils/containers.h"
+#include "ke_utils/core.h"
+#include "ke_utils/text.h"
+#include "text/ctype.h"
+
+namespace {
+
+constexpr u64 kDefaultCapacity = 64;
+
+// Gives the block exactly `capacity` bytes, more than len: 0, or -5000 with nothing changed.
+i32 set_capacity(wiq_strbuf* buf, u64 capacity) {
+    char* block = static_cast<char*>(realloc(buf->data, capacity));
+    if (block == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    buf->data = block;
+    buf->capacity = capacity;
+    block[buf->len] = '\0';
+    return 0;
+}
+
+i32 grow(wiq_strbuf* buf, u64 needed) {
+    const u64 doubled = buf->capacity <= UINT64_MAX / 2 ? 2 * buf->capacity : needed;
+    return set_capacity(buf, doubled > needed ? doubled : needed);
+}
+
+// Makes room for n more bytes, the terminating NUL counted by the caller.
+inline i32 reserve(wiq_strbuf* buf, u64 n) {
+    if (n > UINT64_MAX - buf->len)
+        return WIQ_ERR_NO_MEMORY;
+    const u64 needed = buf->len + n;
+    return needed <= buf->capacity ? 0 : grow(buf, needed);
+}
+
+void truncate(wiq_strbuf* buf, u64 len) {
+    buf->len = len;
+    if (buf->data != nullptr)
+        buf->data[len] = '\0';
+}
+
+void append(wiq_strbuf* buf, const char* bytes, u64 count) {
+    memcpy(buf->data + buf->len, bytes, count);
+    buf->len += count;
+    buf->data[buf->len] = '\0';
+}
+
+}  // namespace
+
+i32 wiq_strbuf_init(wiq_strbuf* buf, u64 capacity) {
+    if (buf == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    *buf = {};
+    return set_capacity(buf, capacity == 0 ? kDefaultCapacity : capacity);
+}
+
+void wiq_strbuf_finalize(wiq_strbuf* buf) {
+    if (buf == nullptr || buf->data == nullptr)
+        return;
+    free(buf->data);
+    *buf = {};
+}
+
+char* wiq_strbuf_release(wiq_strbuf* buf) {
+    if (buf == nullptr || set_capacity(buf, buf->len + 1) != 0)
+        return nullptr;
+    char* text = buf->data;
+    *buf = {};
+    return text;
+}
+
+i32 wiq_strbuf_reset(wiq_strbuf* buf) {
+    return wiq_strbuf_reset_pos(buf, 0);
+}
+
+i32 wiq_strbuf_reset_pos(wiq_strbuf* buf, u64 position) {
+    if (buf == nullptr || position > buf->len)
+        return WIQ_ERR_INVALID_ARG;
+    truncate(buf, position);
+    return 0;
+}
+
+i32 wiq_strbuf_erase(wiq_strbuf* buf, u64 count) {
+    truncate(buf, count < buf->len ? buf->len - count : 0);
+    return 0;
+}
+
+i32 wiq_strbuf_pop(wiq_strbuf* buf) {
+    return wiq_strbuf_erase(buf, 1);
+}
+
+char wiq_strbuf_getc(const wiq_strbuf* buf, i32 index) {
+    if (buf == nullptr)
+        return '\0';
+    const i32 len = static_cast<i32>(buf->len);
+    if (index >= len)
+        return '\0';
+    if (index < 0)
+        index += len;
+    return index < 0 ? '\0' : buf->data[index];
+}
+
+i32 wiq_strbuf_putc(wiq_strbuf* buf, char c) {
+    if (buf == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    if (c == '\0')
+        return 0;
+    const i32 status = reserve(buf, 2);
+    if (status != 0)
+        return status;
+    char* end = buf->data + buf->len++;
+    end[0] = c;
+    end[1] = '\0';
+    return 0;
+}
+
+i32 wiq_strbuf_write(wiq_strbuf* buf, const char* bytes, u64 count) {
+    if (buf == nullptr || bytes == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    if (count == 0)
+        return 0;
+    const i32 status =
+        count == UINT64_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : reserve(buf, count + 1);
+    if (status != 0)
+        return status;
+    const u64 length = wiq_strnlen(bytes, count);
+    append(buf, bytes, length);
+    return static_cast<i32>(length);
+}
+
+i32 wiq_strbuf_rwrite(wiq_strbuf* buf, const char* bytes, u64 count) {
+    wiq_strbuf_reset(buf);
+    return wiq_strbuf_write(buf, bytes, count);
+}
+
+i32 wiq_strbuf_vprintf(wiq_strbuf* buf, const char* format, va_list args) {
+    if (buf == nullptr || format == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    va_list counted;
+    va_copy(counted, args);
+    const i32 length = wiq_vscprintf(format, counted);
+    va_end(counted);
+    if (length < 0)
+        return WIQ_ERR_FAILED;
+    const u64 room = static_cast<u64>(length) + 1;
+    const i32 status = reserve(buf, room);
+    if (status != 0)
+        return status;
+    const i32 written = wiq_vsprintf(buf->data + buf->len, room, format, args);
+    buf->len += static_cast<u64>(length);
+    return written;
+}
+
+i32 wiq_strbuf_printf(wiq_strbuf* buf, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const i32 result = wiq_strbuf_vprintf(buf, format, args);
+    va_end(args);
+    return result;
+}
+
+i32 wiq_strbuf_rvprintf(wiq_strbuf* buf, const char* format, va_list args) {
+    wiq_strbuf_reset(buf);
+    return wiq_strbuf_vprintf(buf, format, args);
+}
+
+i32 wiq_strbuf_rprintf(wiq_strbuf* buf, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const i32 result = wiq_strbuf_rvprintf(buf, format, args);
+    va_end(args);
+    return result;
+}
+
+i32 wiq_strbuf_printhex(wiq_strbuf* buf, const void* bytes, u64 count) {
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    if (buf == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    if (count > (UINT64_MAX - buf->len) / 2 - 1)
+        return WIQ_ERR_NO_MEMORY;
+    // The block is made to fit before the bytes are looked at, also where it was larger.
+    const i32 status = set_capacity(buf, buf->len + 2 * (count + 1));
+    if (status != 0)
+        return status;
+    if (bytes == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    char* out = buf->data + buf->len;
+    for (const u8 *p = static_cast<const u8*>(bytes), *end = p + count; p != end; ++p) {
+        *out++ = kDigits[*p >> 4];
+        *out++ = kDigits[*p & 0xF];
+    }
+    *out = '\0';
+    buf->len += 2 * count;
+    return 0;
+}
+
+i32 wiq_strbuf_extra_capacity(wiq_strbuf* buf, u64 extra) {
+    if (buf == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    if (extra >= UINT64_MAX - buf->len)
+        return WIQ_ERR_NO_MEMORY;
+    return set_capacity(buf, buf->len + extra + 1);
+}
+
+i32 wiq_strbuf_struct_str(wiq_strbuf* buf, const void* bytes, u64 width, bool trim) {
+    if (buf == nullptr || (bytes == nullptr && width != 0))
+        return WIQ_ERR_INVALID_ARG;
+    truncate(buf, 0);
+    const i32 status =
+        width == UINT64_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : reserve(buf, width + 1);
+    if (status != 0)
+        return status;
+    const char* first = static_cast<const char*>(bytes);
+    const char* last = first + width;
+    while (trim && first != last && ke::is_space(*first))
+        ++first;
+    last = first + wiq_strnlen(first, static_cast<u64>(last - first));
+    while (trim && last != first && ke::is_space(last[-1]))
+        --last;
+    if (last != first)
+        append(buf, first, static_cast<u64>(last - first));
+    return 0;
+}

@@ -1,0 +1,69 @@
+// The string vector: a vector whose slots own their strings.
+
+#include <cstdlib>
+#include <cstring>
+
+#include "ke_utils/containers.h"
+#include "ke_utils/core.h"
+#include "ke_utils/text.h"
+
+namespace {
+
+void init_slot(void* slot) {
+    *static_cast<char**>(slot) = nullptr;
+}
+
+void free_slot(void* slot) {
+    char** text = static_cast<char**>(slot);
+    free(*text);
+    *text = nullptr;
+}
+
+// Unsigned bytes; NULL slots behind all others.
+int compare_slots(const void* a, const void* b) {
+    const char* x = *static_cast<const char* const*>(a);
+    const char* y = *static_cast<const char* const*>(b);
+    if (x == nullptr || y == nullptr)
+        return (x == nullptr) - (y == nullptr);
+    return strcmp(x, y);
+}
+
+}  // namespace
+
+i32 wiq_strv_init(wiq_strv* strv) {
+    return wiq_vector_init(strv, sizeof(char*), 0, init_slot, free_slot);
+}
+
+i32 wiq_strv_finalize(wiq_strv* strv) {
+    return wiq_vector_finalize(strv);
+}
+
+i32 wiq_strv_push(wiq_strv* strv, const char* str) {
+    char** slot = static_cast<char**>(wiq_vector_push(strv));
+    if (slot == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    if (str == nullptr)
+        return 0;
+    *slot = strdup(str);
+    return *slot == nullptr ? WIQ_ERR_NO_MEMORY : 0;
+}
+
+i32 wiq_strv_pushf(wiq_strv* strv, const char* format, ...) {
+    char** slot = static_cast<char**>(wiq_vector_push(strv));
+    if (slot == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    va_list args;
+    va_start(args, format);
+    const i32 length = wiq_vasprintf(slot, format, args);
+    va_end(args);
+    return length;
+}
+
+char* wiq_strv_get(const wiq_strv* strv, u32 index) {
+    return *static_cast<char**>(wiq_vector_get(strv, static_cast<i32>(index)));
+}
+
+void wiq_strv_sort(wiq_strv* strv) {
+    if (strv->size > 1)
+        qsort(strv->data, static_cast<size_t>(strv->size), sizeof(char*), compare_slots);
+}
