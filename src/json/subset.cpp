@@ -1,0 +1,282 @@
+// Whether one tree is contained in another. The comparison of two containers is a small machine that
+// names, one after the other, the pairs of children whose answers it needs; the machines of the
+// containers around it wait on a stack, so that depth costs no recursion.
+
+#include <cmath>
+#include <cstring>
+
+#include "containers/small_stack.h"
+#include "json/node.h"
+
+namespace ke::json {
+namespace {
+
+enum class Answer { kNo, kYes, kLookInside };
+
+bool same_text(const TextNode* a, const TextNode* b) {
+    if (a->text == nullptr || b->text == nullptr) {
+        return a->text == b->text;
+    }
+    return std::strcmp(a->text, b->text) == 0;
+}
+
+bool same_number(const wiq_json* a, const wiq_json* b) {
+    switch (a->type) {
+        case kJsonI64:
+            return wiq_json_is_i64_ext(b, true) && as<I64Node>(a)->value == wiq_json_i64_get(b);
+        case kJsonU64:
+            return wiq_json_is_u64_ext(b, true) && as<U64Node>(a)->value == wiq_json_u64_get(b);
+        case kJsonU128: {
+            const wiq_uint128 left = as<U128Node>(a)->value;
+            wiq_uint128 right;
+            return wiq_json_is_u128_ext(b, true) && wiq_json_u128_get(&right, b)->lo == left.lo &&
+                   right.hi == left.hi;
+        }
+        default:
+            // NaN is equal to nothing.
+            return wiq_json_is_double_ext(b, true) &&
+                   as<DoubleNode>(a)->value == wiq_json_double_get(b);
+    }
+}
+
+// The answer for a pair as far as the two nodes themselves give one.
+Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
+    if (a == b) {
+        return Answer::kYes;
+    }
+    if (a == nullptr || b == nullptr) {
+        return Answer::kNo;
+    }
+    bool same;
+    switch (a->type) {
+        case kJsonObject:
+        case kJsonArray:
+            return a->type == b->type ? Answer::kLookInside : Answer::kNo;
+        case kJsonI64:
+        case kJsonU64:
+        case kJsonU128:
+        case kJsonDouble:
+            same = same_number(a, b);
+            break;
+        case kJsonString:
+        case kJsonRef:
+            same = a->type == b->type && same_text(as<TextNode>(a), as<TextNode>(b));
+            break;
+        default:
+            same = a->type == b->type;
+            break;
+    }
+    return same ? Answer::kYes : Answer::kNo;
+}
+
+bool has(u32 flags, u32 flag) {
+    return (flags & flag) != 0;
+}
+
+// A pair of nodes whose answer is wanted.
+struct Pair {
+    const wiq_json* a;
+    const wiq_json* b;
+};
+
+// Objects: every member of a in b, one after the other.
+struct ObjectMatch {
+    const ObjectNode* a;
+    const ObjectNode* b;
+    const wiq_map_entry* member;  // of a, asked about
+
+    Answer start(u32 flags) {
+        const bool sizes_fit = has(flags, WIQ_JSON_SUBSET_SAME_SIZE) ? size_of(a) == size_of(b)
+                                                                     : size_of(a) <= size_of(b);
+        if (!sizes_fit) {
+            return Answer::kNo;
+        }
+        member = first_member(a);
+        return member != nullptr ? Answer::kLookInside : Answer::kYes;
+    }
+
+    Pair question() const {
+        const wiq_map_entry* other = map_find(&b->map, member->hash, member->key);
+        return {child_of(member), other != nullptr ? child_of(other) : nullptr};
+    }
+
+    Answer go_on(bool matched) {
+        if (!matched) {
+            return Answer::kNo;
+        }
+        member = next_member(a, member);
+        return member != nullptr ? Answer::kLookInside : Answer::kYes;
+    }
+};
+
+// Arrays with other elements allowed between the matches: each element of a takes the first element of b
+// behind the last match that contains it.
+struct GapMatch {
+    const ArrayNode* a;
+    const ArrayNode* b;
+    i32 a_index;
+    i32 b_index;
+
+    Answer start() {
+        a_index = 0;
+        b_index = 0;
+        return answer();
+    }
+
+    Pair question() const { return {elems_of(a)[a_index], elems_of(b)[b_index]}; }
+
+    Answer go_on(bool matched) {
+        a_index += matched ? 1 : 0;
+        ++b_index;
+        return answer();
+    }
+
+    Answer answer() const {
+        const i32 a_left = size_of(a) - a_index;
+        if (a_left == 0) {
+            return Answer::kYes;
+        }
+        return size_of(b) - b_index >= a_left ? Answer::kLookInside : Answer::kNo;
+    }
+};
+
+// Arrays as one run of b: all of a at offset 0, else all of a at offset 1, and so on.
+struct RunMatch {
+    const ArrayNode* a;
+    const ArrayNode* b;
+    i32 index;  // in a, asked about
+    i32 offset;
+    i32 last_offset;
+
+    Answer start(u32 flags) {
+        index = 0;
+        offset = 0;
+        last_offset = size_of(b) - size_of(a);
+        if (has(flags, WIQ_JSON_SUBSET_PREFIX)) {
+            if (has(flags, WIQ_JSON_SUBSET_SAME_LENGTH) && last_offset != 0) {
+                return Answer::kNo;
+            }
+            last_offset = last_offset < 0 ? last_offset : 0;
+        }
+        return answer();
+    }
+
+    Pair question() const { return {elems_of(a)[index], elems_of(b)[offset + index]}; }
+
+    Answer go_on(bool matched) {
+        if (matched) {
+            ++index;
+        } else {
+            index = 0;
+            ++offset;
+        }
+        return answer();
+    }
+
+    Answer answer() const {
+        if (offset > last_offset) {
+            return Answer::kNo;
+        }
+        return index < size_of(a) ? Answer::kLookInside : Answer::kYes;
+    }
+};
+
+// Two containers of one kind that are being compared.
+struct Match {
+    enum Kind { kObjects, kGaps, kRun } kind;
+    union {
+        ObjectMatch objects;
+        GapMatch gaps;
+        RunMatch run;
+    };
+};
+
+// Each of these three asks the machine at hand: for its first answer, for the pair it wants to know
+// about, and for its answer once it knows. kLookInside means that it has a question.
+Answer start(Match* match, Pair containers, u32 flags) {
+    if (containers.a->type == kJsonObject) {
+        match->kind = Match::kObjects;
+        match->objects = {as<ObjectNode>(containers.a), as<ObjectNode>(containers.b), nullptr};
+        return match->objects.start(flags);
+    }
+    const auto* a = as<ArrayNode>(containers.a);
+    const auto* b = as<ArrayNode>(containers.b);
+    if (has(flags, WIQ_JSON_SUBSET_CONTIGUOUS)) {
+        match->kind = Match::kRun;
+        match->run.a = a;
+        match->run.b = b;
+        return match->run.start(flags);
+    }
+    match->kind = Match::kGaps;
+    match->gaps.a = a;
+    match->gaps.b = b;
+    return match->gaps.start();
+}
+
+Pair question(const Match& match) {
+    switch (match.kind) {
+        case Match::kObjects:
+            return match.objects.question();
+        case Match::kGaps:
+            return match.gaps.question();
+        default:
+            return match.run.question();
+    }
+}
+
+Answer go_on(Match* match, bool matched) {
+    switch (match->kind) {
+        case Match::kObjects:
+            return match->objects.go_on(matched);
+        case Match::kGaps:
+            return match->gaps.go_on(matched);
+        default:
+            return match->run.go_on(matched);
+    }
+}
+
+// Answers for two containers. Without memory for the stack: no.
+bool compare_containers(Pair pair, u32 flags) {
+    SmallStack<Match, 16> waiting;
+    for (;;) {
+        // Down: a pair of containers whose answer is wanted.
+        Match match;
+        Answer answer = start(&match, pair, flags);
+        if (answer == Answer::kLookInside && !waiting.push(match)) {
+            return false;
+        }
+        // Along and up: answers go to the machine that asked, until one needs a look inside a pair.
+        for (;;) {
+            if (answer == Answer::kLookInside) {
+                pair = question(waiting.top());
+                answer = compare_nodes(pair.a, pair.b);
+                if (answer == Answer::kLookInside) {
+                    break;
+                }
+            } else if (waiting.empty()) {
+                return answer == Answer::kYes;
+            }
+            answer = go_on(&waiting.top(), answer == Answer::kYes);
+            if (answer != Answer::kLookInside) {
+                waiting.pop();
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace ke::json
+
+using namespace ke::json;
+
+bool wiq_json_subset(const wiq_json_t* a, const wiq_json_t* b, u32 flags) {
+    const Answer answer = compare_nodes(a, b);
+    return answer == Answer::kLookInside ? compare_containers({a, b}, flags)
+                                         : answer == Answer::kYes;
+}
+
+bool wiq_json_equal(const wiq_json_t* a, const wiq_json_t* b) {
+    return wiq_json_subset(a, b,
+                           WIQ_JSON_SUBSET_CONTIGUOUS | WIQ_JSON_SUBSET_PREFIX |
+                               WIQ_JSON_SUBSET_SAME_LENGTH | WIQ_JSON_SUBSET_SAME_SIZE);
+}
