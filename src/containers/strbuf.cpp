@@ -150,7 +150,9 @@ i32 wiq_strbuf_vprintf(wiq_strbuf* buf, const char* format, va_list args) {
     if (status != 0)
         return status;
     const i32 written = wiq_vsprintf(buf->data + buf->len, room, format, args);
+    // Counted also when formatting failed, and terminated, so that even a spoiled buffer is a string.
     buf->len += static_cast<u64>(length);
+    buf->data[buf->len] = '\0';
     return written;
 }
 
