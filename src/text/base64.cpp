@@ -1,0 +1,185 @@
+// Base64 with the standard alphabet and padding of RFC 4648, section 4. Decoding differs from the RFC on
+// purpose: line feeds are skipped, padding may be missing, and what follows the first "=" is not read.
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include "ke_utils/core.h"
+#include "ke_utils/text.h"
+
+namespace {
+
+constexpr std::string_view kAlphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr char kPadding = '=';
+
+// What a byte means to the decoder: a sextet (0 to 63) or one of the marks. All marks have bit 6 set, so
+// that one test finds a mark among several values.
+constexpr u8 kMarkBit = 0x40;
+constexpr u8 kSkip = kMarkBit;
+constexpr u8 kStop = kMarkBit | 1;
+constexpr u8 kInvalid = kMarkBit | 2;
+
+constexpr std::array<u8, 256> make_decoding_table() {
+    std::array<u8, 256> table{};
+    table.fill(kInvalid);
+    for (u8 sextet = 0; sextet < kAlphabet.size(); ++sextet)
+        table[static_cast<u8>(kAlphabet[sextet])] = sextet;
+    table['\n'] = kSkip;
+    table[static_cast<u8>(kPadding)] = kStop;
+    return table;
+}
+constexpr std::array<u8, 256> kDecoding = make_decoding_table();
+
+u8 decode_byte(char c) {
+    return kDecoding[static_cast<u8>(c)];
+}
+
+char sextet_at(u32 bits, u32 shift) {
+    return kAlphabet[bits >> shift & 0x3f];
+}
+
+char* encode_group(const u8* in, char* out) {
+    const u32 bits = static_cast<u32>(in[0] << 16 | in[1] << 8 | in[2]);
+    out[0] = sextet_at(bits, 18);
+    out[1] = sextet_at(bits, 12);
+    out[2] = sextet_at(bits, 6);
+    out[3] = sextet_at(bits, 0);
+    return out + 4;
+}
+
+// The last group of one or two bytes.
+char* encode_tail(const u8* in, size_t n, char* out) {
+    const u32 bits = static_cast<u32>(in[0] << 16 | (n == 2 ? in[1] << 8 : 0));
+    out[0] = sextet_at(bits, 18);
+    out[1] = sextet_at(bits, 12);
+    out[2] = n == 2 ? sextet_at(bits, 6) : kPadding;
+    out[3] = kPadding;
+    return out + 4;
+}
+
+// The decoder's output and the sextets that do not make a group yet.
+struct Decoder {
+    u8* out;
+    size_t capacity;
+    size_t written = 0;
+    u32 bits = 0;
+    u32 count = 0;
+
+    bool fits(size_t more) const { return more <= capacity - written; }
+
+    void put_group(u32 group) {
+        out[written] = static_cast<u8>(group >> 16);
+        out[written + 1] = static_cast<u8>(group >> 8);
+        out[written + 2] = static_cast<u8>(group);
+        written += 3;
+    }
+
+    // Whole groups of four alphabet characters in a row; stops before the first that is none, or that
+    // does not fit. Returns the number of characters taken.
+    size_t take_groups(const char* in, size_t n) {
+        size_t i = 0;
+        for (; n - i >= 4 && fits(3); i += 4) {
+            const u32 a = decode_byte(in[i]);
+            const u32 b = decode_byte(in[i + 1]);
+            const u32 c = decode_byte(in[i + 2]);
+            const u32 d = decode_byte(in[i + 3]);
+            if (((a | b | c | d) & kMarkBit) != 0)
+                break;
+            put_group(a << 18 | b << 12 | c << 6 | d);
+        }
+        return i;
+    }
+
+    i32 take_sextet(u8 sextet) {
+        bits = bits << 6 | sextet;
+        if (++count < 4)
+            return 0;
+        if (!fits(3))
+            return WIQ_ERR_BUFFER_TOO_SMALL;
+        put_group(bits);
+        bits = 0;
+        count = 0;
+        return 0;
+    }
+
+    // Three sextets left over hold two bytes, two hold one; a single one holds none.
+    i32 finish() {
+        const size_t bytes = count == 3 ? 2 : count == 2 ? 1 : 0;
+        if (!fits(bytes))
+            return WIQ_ERR_BUFFER_TOO_SMALL;
+        const u32 group = bits << (6 * (4 - count));
+        for (size_t i = 0; i < bytes; ++i)
+            out[written++] = static_cast<u8>(group >> (16 - 8 * i));
+        return 0;
+    }
+};
+
+}  // namespace
+
+extern "C" {
+
+size_t wiq_base64_encode_len(size_t n) {
+    return (n + 2) / 3 * 4 + 1;
+}
+
+i32 wiq_base64_encode(const u8* in, size_t n, char* out, size_t* out_len) {
+    if (in == nullptr || out == nullptr || out_len == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    // Beyond this the length of the text does not fit a size_t.
+    constexpr size_t kLongest = SIZE_MAX / 4 * 3 - 3;
+    if (n > kLongest || *out_len < wiq_base64_encode_len(n)) {
+        if (*out_len != 0)
+            out[0] = '\0';
+        return WIQ_ERR_BUFFER_TOO_SMALL;
+    }
+    char* end = out;
+    for (; n >= 3; in += 3, n -= 3)
+        end = encode_group(in, end);
+    if (n != 0)
+        end = encode_tail(in, n, end);
+    *end = '\0';
+    *out_len = static_cast<size_t>(end - out);
+    return 0;
+}
+
+size_t wiq_base64_decode_len(const char* in, size_t n) {
+    size_t count = 0;
+    for (size_t i = 0; in != nullptr && i < n; ++i) {
+        const u8 value = decode_byte(in[i]);
+        if (value == kSkip)
+            continue;
+        if ((value & kMarkBit) != 0)
+            break;
+        ++count;
+    }
+    return count / 4 * 3 + count % 4 * 3 / 4;
+}
+
+i32 wiq_base64_decode(const char* in, size_t n, u8* out, size_t* out_len) {
+    if (in == nullptr || out == nullptr || out_len == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    if (*out_len == 0)
+        return WIQ_ERR_BUFFER_TOO_SMALL;
+    Decoder decoder{out, *out_len};
+    for (size_t i = 0; i < n;) {
+        if (decoder.count == 0)
+            i += decoder.take_groups(in + i, n - i);
+        if (i == n)
+            break;
+        const u8 value = decode_byte(in[i++]);
+        if (value == kStop)
+            break;
+        if (value == kInvalid)
+            return WIQ_ERR_INVALID_VALUE;
+        const i32 status = value == kSkip ? 0 : decoder.take_sextet(value);
+        if (status != 0)
+            return status;
+    }
+    const i32 status = decoder.finish();
+    if (status == 0)
+        *out_len = decoder.written;
+    return status;
+}
+
+}  // extern "C"

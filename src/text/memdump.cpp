@@ -1,0 +1,170 @@
+// Memory as lines of hexadecimal digits in groups and blocks, with an optional column of characters, each
+// line handed to a callback. Separators are counted from the start of the data, not of the line, so where
+// a group or block does not divide the line, the lines differ in where their separators stand.
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+#include "ke_utils/core.h"
+#include "ke_utils/text.h"
+#include "text/ctype.h"
+
+namespace {
+
+// The two digits of each byte and its character in the column.
+struct ByteText {
+    char hex[2];
+    char column;
+};
+
+constexpr std::array<ByteText, 256> make_byte_texts() {
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::array<ByteText, 256> texts{};
+    for (size_t byte = 0; byte < texts.size(); ++byte) {
+        const char c = static_cast<char>(byte);
+        texts[byte] = {{kDigits[byte >> 4], kDigits[byte & 0xf]}, ke::is_print(c) ? c : '.'};
+    }
+    return texts;
+}
+constexpr std::array<ByteText, 256> kByteTexts = make_byte_texts();
+
+// Sizes in bytes of data, and the blanks between two blocks.
+struct Layout {
+    u64 line;
+    u64 group;
+    u64 block;
+    u64 gap;
+    bool pad_last;
+};
+
+u64 size_or(int size, u64 otherwise) {
+    return size < 1 ? otherwise : static_cast<u64>(size);
+}
+
+// The most separators that a line of `cells` can hold between groups (or blocks) of `unit` cells, of which
+// the whole dump has `total`. Where the unit does not divide the line, one more than the quotient.
+u64 most_separators(u64 cells, u64 unit, u64 total) {
+    return unit >= total ? 0 : cells / unit + (cells % unit != 0);
+}
+
+// Bytes for the text of one line and its NUL; false if there is no such number.
+bool text_size(const Layout& layout, u64 cells, u64 total, u64* size) {
+    const u64 blocks = most_separators(cells, layout.block, total);
+    u64 gaps = 0;
+    return !__builtin_mul_overflow(cells, u64{2}, size) &&
+           !__builtin_mul_overflow(blocks, layout.gap, &gaps) &&
+           !__builtin_add_overflow(*size, gaps, size) &&
+           !__builtin_add_overflow(*size, most_separators(cells, layout.group, total) + 1, size);
+}
+
+// Writes the texts of one line after the other into the same two buffers.
+class LineWriter {
+  public:
+    LineWriter(const Layout& layout, char* hex, char* column)
+        : layout_(layout),
+          hex_(hex),
+          column_(column),
+          to_group_(layout.group),
+          to_block_(layout.block) {}
+
+    // Formats the line of the `bytes` at `data`, padded to `cells`, and terminates both texts.
+    void write_line(const u8* data, u64 bytes, u64 cells) {
+        out_ = hex_;
+        char* column = column_;
+        for (u64 cell = 0; cell < cells;) {
+            const u64 left = cell < bytes ? bytes - cell : cells - cell;
+            const u64 run = std::min({left, to_group_, to_block_});
+            column = cell < bytes ? write_bytes(data + cell, run, column) : pad(run, column);
+            cell += run;
+            separate(run, cell == cells);
+        }
+        *out_ = '\0';
+        if (column != nullptr)
+            *column = '\0';
+    }
+
+  private:
+    char* write_bytes(const u8* data, u64 count, char* column) {
+        char* out = out_;
+        for (u64 i = 0; i < count; ++i, out += 2)
+            memcpy(out, kByteTexts[data[i]].hex, 2);
+        out_ = out;
+        if (column == nullptr)
+            return nullptr;
+        for (u64 i = 0; i < count; ++i)
+            column[i] = kByteTexts[data[i]].column;
+        return column + count;
+    }
+
+    char* pad(u64 count, char* column) {
+        memset(out_, ' ', count * 2);
+        out_ += count * 2;
+        if (column == nullptr)
+            return nullptr;
+        memset(column, ' ', count);
+        return column + count;
+    }
+
+    // Counts `run` cells as written; at the end of a group or block, but not of a line, adds the blanks.
+    void separate(u64 run, bool line_ends) {
+        to_group_ -= run;
+        to_block_ -= run;
+        if (to_group_ == 0) {
+            to_group_ = layout_.group;
+            if (!line_ends)
+                *out_++ = ' ';
+        }
+        if (to_block_ == 0) {
+            to_block_ = layout_.block;
+            if (!line_ends) {
+                memset(out_, ' ', layout_.gap);
+                out_ += layout_.gap;
+            }
+        }
+    }
+
+    const Layout& layout_;
+    char* const hex_;
+    char* const column_;
+    char* out_ = nullptr;
+    u64 to_group_;  // cells until the current group is full
+    u64 to_block_;
+};
+
+i32 dump_lines(const u8* data, u64 len, const Layout& layout, char* hex, char* column,
+               WiqMemdumpFn cb, void* user) {
+    LineWriter writer(layout, hex, column);
+    for (u64 offset = 0; offset < len;) {
+        const u64 bytes = std::min(layout.line, len - offset);
+        writer.write_line(data + offset, bytes, layout.pad_last ? layout.line : bytes);
+        const i32 status = cb(user, offset, hex, column);
+        if (status != 0)
+            return status;
+        offset += bytes;
+    }
+    return 0;
+}
+
+}  // namespace
+
+i32 wiq_memdump_ex(const u8* data, size_t len, int line_bytes, int group_bytes, int block_bytes,
+                   int block_gap, bool ascii, bool pad_last, WiqMemdumpFn cb, void* user) {
+    if (data == nullptr || cb == nullptr || len == 0 || block_gap < 0)
+        return WIQ_ERR_INVALID_ARG;
+    const Layout layout{size_or(line_bytes, len), size_or(group_bytes, len),
+                        size_or(block_bytes, len), static_cast<u64>(block_gap), pad_last};
+    const u64 cells = pad_last ? layout.line : std::min<u64>(layout.line, len);
+    const u64 total = pad_last ? (len - 1) / layout.line * layout.line + layout.line : len;
+    u64 size = 0;
+    if (!text_size(layout, cells, total, &size))
+        return WIQ_ERR_NO_MEMORY;
+    char* hex = static_cast<char*>(malloc(size));
+    char* column = ascii ? static_cast<char*>(malloc(cells + 1)) : nullptr;
+    const bool ready = hex != nullptr && (column != nullptr || !ascii);
+    const i32 status =
+        ready ? dump_lines(data, len, layout, hex, column, cb, user) : WIQ_ERR_NO_MEMORY;
+    free(column);
+    free(hex);
+    return status;
+}

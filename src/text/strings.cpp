@@ -1,0 +1,92 @@
+// Small operations on NUL-terminated strings. Character classes are those of the "C" locale (ctype.h),
+// so only ASCII letters change case.
+#include <cstdlib>
+#include <cstring>
+
+#include "ke_utils/core.h"
+#include "ke_utils/text.h"
+#include "text/ctype.h"
+
+extern "C" {
+
+i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, bool trim) {
+    if (block == nullptr || (src == nullptr && width != 0))
+        return WIQ_ERR_INVALID_ARG;
+    if (size == nullptr || *block == nullptr || width >= *size) {
+        // A width that leaves no room for the NUL is more than any memory.
+        *block = width == UINT64_MAX ? nullptr : static_cast<char*>(realloc(*block, width + 1));
+        if (*block == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+        if (size != nullptr)
+            *size = width + 1;
+    }
+    const char* first = static_cast<const char*>(src);
+    u64 length = wiq_strnlen(first, width);
+    while (trim && length != 0 && ke::is_space(*first)) {
+        ++first;
+        --length;
+    }
+    while (trim && length != 0 && ke::is_space(first[length - 1]))
+        --length;
+    if (length != 0)
+        memmove(*block, first, length);  // the field may lie in the block
+    (*block)[length] = '\0';
+    return 0;
+}
+
+void trim_in_place(char* str) {
+    if (str == nullptr)
+        return;
+    const char* first = str;
+    while (ke::is_space(*first))
+        ++first;
+    size_t length = strlen(first);
+    while (length != 0 && ke::is_space(first[length - 1]))
+        --length;
+    memmove(str, first, length);
+    str[length] = '\0';
+}
+
+char* wiq_upper_all(char* str) {
+    for (char* p = str; p != nullptr && *p != '\0'; ++p)
+        *p = ke::to_upper(*p);
+    return str;
+}
+
+char* wiq_upper_first(char* str) {
+    bool starts_word = true;
+    for (char* p = str; p != nullptr && *p != '\0'; ++p) {
+        if (starts_word)
+            *p = ke::to_upper(*p);
+        starts_word = *p == ' ';
+    }
+    return str;
+}
+
+char* wiq_strchr_replace(char* str, char from, char to) {
+    for (char* p = str; p != nullptr && *p != '\0'; ++p) {
+        if (*p == from)
+            *p = to;
+    }
+    return str;
+}
+
+u64 wiq_strnlen(const char* str, u64 max) {
+    if (str == nullptr || max == 0)
+        return 0;
+    const void* end = memchr(str, '\0', max);
+    return end == nullptr ? max : static_cast<u64>(static_cast<const char*>(end) - str);
+}
+
+i32 wiq_strcasecmp(const char* a, const char* b) {
+    if (a == nullptr || b == nullptr)
+        return static_cast<i32>(a != nullptr) - static_cast<i32>(b != nullptr);
+    for (;; ++a, ++b) {
+        const i32 difference =
+            static_cast<u8>(ke::to_lower(*a)) - static_cast<u8>(ke::to_lower(*b));
+        if (difference != 0 || *a == '\0')
+            return difference;
+    }
+}
+
+}  // extern "C"
