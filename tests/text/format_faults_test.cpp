@@ -1,0 +1,72 @@
+// Formatted strings without memory: the statuses, and who owns the old block.
+#include <cstdlib>
+#include <cstring>
+
+#include "ke_utils/core.h"
+#include "ke_utils/text.h"
+#include "support/alloc_faults.h"
+#include "support/pch.h"
+
+namespace {
+
+TEST(FormatFaults, FreshString) {
+    const size_t points = SweepAllocations([](AllocFaults& faults) {
+        char text[] = "before";
+        char* out = text;
+        faults.arm();
+        const i32 result = wiq_asprintf(&out, "%d-%s", 5, "abc");
+        faults.disarm();
+        if (faults.fired()) {
+            EXPECT_EQ(result, WIQ_ERR_NO_MEMORY);
+            EXPECT_EQ(out, nullptr);
+        } else {
+            EXPECT_EQ(result, 5);
+            EXPECT_STREQ(out, "5-abc");
+        }
+        free(out);
+    });
+    EXPECT_EQ(points, 2u);
+}
+
+// Runs `append` on a block of "old" that must grow to hold `expected`.
+template <class Append>
+void sweep_block(Append append, const char* expected, i32 result_expected) {
+    const size_t points = SweepAllocations([&](AllocFaults& faults) {
+        char* block = nullptr;
+        u64 size = 0;
+        ASSERT_EQ(wiq_rastrcat(&block, &size, "old"), 3);
+        char* old = block;
+        faults.arm();
+        const i32 result = append(&block, &size);
+        faults.disarm();
+        EXPECT_EQ(size, strlen(expected) + 1);
+        if (faults.fired()) {
+            EXPECT_EQ(result, WIQ_ERR_NO_MEMORY);
+            EXPECT_EQ(block, nullptr);
+            EXPECT_STREQ(old, "old") << "released behind its owner's back";
+            free(old);
+        } else {
+            EXPECT_EQ(result, result_expected);
+            EXPECT_STREQ(block, expected);
+        }
+        free(block);
+    });
+    EXPECT_EQ(points, 2u);
+}
+
+TEST(FormatFaults, Overwrite) {
+    sweep_block([](char** block, u64* size) { return wiq_rasprintf(block, size, "%s", "longer"); },
+                "longer", 6);
+}
+
+TEST(FormatFaults, AppendFormatted) {
+    sweep_block([](char** block, u64* size) { return wiq_rapsprintf(block, size, "+%d", 42); },
+                "old+42", 3);
+}
+
+TEST(FormatFaults, AppendString) {
+    sweep_block([](char** block, u64* size) { return wiq_rastrcat(block, size, "new"); }, "oldnew",
+                3);
+}
+
+}  // namespace

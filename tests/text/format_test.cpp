@@ -1,0 +1,288 @@
+// Formatted strings: lengths, truncation, positional arguments, fresh strings and re-used blocks.
+#include <climits>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "ke_utils/core.h"
+#include "ke_utils/text.h"
+#include "support/pch.h"
+
+#if defined(__GNUC__)
+// Formats with positional arguments and formats that the runtime must refuse are the point here.
+#pragma GCC diagnostic ignored "-Wformat"
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+#pragma GCC diagnostic ignored "-Wformat-zero-length"
+#pragma GCC diagnostic ignored "-Wformat-extra-args"
+#pragma GCC diagnostic ignored "-Wformat-truncation"
+#endif
+
+namespace {
+
+i32 count(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const i32 result = wiq_vscprintf(format, args);
+    va_end(args);
+    return result;
+}
+
+i32 format_into(char* buf, u64 size, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const i32 result = wiq_vsprintf(buf, size, format, args);
+    va_end(args);
+    return result;
+}
+
+i32 vasprintf_of(char** out, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const i32 result = wiq_vasprintf(out, format, args);
+    va_end(args);
+    return result;
+}
+
+i32 vrasprintf_of(char** block, u64* size, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const i32 result = wiq_vrasprintf(block, size, format, args);
+    va_end(args);
+    return result;
+}
+
+// A format that this platform's runtime refuses.
+const char* bad_format() {
+#ifdef _WIN32
+    return "abc%";
+#else
+    return "%lc";  // with the argument below: a character that the "C" locale does not have
+#endif
+}
+constexpr wint_t kBadCharacter = 0x20ac;
+
+TEST(Snprintf, CutsAndReportsTheFullLength) {
+    char buf[8];
+    memset(buf, '#', sizeof buf);
+    EXPECT_EQ(wiq_snprintf(buf, 4, "%s", "abcdef"), 6);
+    EXPECT_EQ(std::string(buf, sizeof buf), std::string("abc\0####", 8));
+    EXPECT_EQ(wiq_snprintf(buf, 1, "%s", "abcdef"), 6);
+    EXPECT_EQ(buf[0], '\0');
+    EXPECT_EQ(wiq_snprintf(buf, 8, "%s", "abcdefg"), 7);
+    EXPECT_STREQ(buf, "abcdefg");
+    EXPECT_EQ(wiq_snprintf(buf, 8, "%s", "abcdefgh"), 8);
+    EXPECT_STREQ(buf, "abcdefg");
+    EXPECT_EQ(wiq_snprintf(buf, 8, "%s", ""), 0);
+    EXPECT_STREQ(buf, "");
+}
+
+TEST(Snprintf, OnlyCountsWithoutABuffer) {
+    char buf[4] = "###";
+    EXPECT_EQ(wiq_snprintf(nullptr, 0, "%d", 12345), 5);
+    EXPECT_EQ(wiq_snprintf(nullptr, 100, "%d", 12345), 5);
+    EXPECT_EQ(wiq_snprintf(buf, 0, "%d", 12345), 5);
+    EXPECT_STREQ(buf, "###");
+}
+
+TEST(Snprintf, RefusedFormat) {
+    char buf[8] = "#######";
+    EXPECT_LT(wiq_snprintf(buf, sizeof buf, nullptr), 0);
+    EXPECT_STREQ(buf, "");
+    EXPECT_LT(wiq_snprintf(buf, sizeof buf, bad_format(), kBadCharacter), 0);
+    EXPECT_LT(strlen(buf), sizeof buf);
+}
+
+TEST(Format, ConversionsThatBothPlatformsWriteAlike) {
+    const auto text = [](const char* format, auto... args) {
+        char buf[512];
+        const i32 length = format_into(buf, sizeof buf, format, args...);
+        EXPECT_EQ(length, static_cast<i32>(strlen(buf))) << format;
+        EXPECT_EQ(count(format, args...), length) << format;
+        EXPECT_EQ(wiq_snprintf(nullptr, 0, format, args...), length) << format;
+        return std::string(buf);
+    };
+    EXPECT_EQ(text("%lld", LLONG_MIN), "-9223372036854775808");
+    EXPECT_EQ(text("%llu", ULLONG_MAX), "18446744073709551615");
+    EXPECT_EQ(text("%llx", ULLONG_MAX), "ffffffffffffffff");
+    EXPECT_EQ(text("%zu", static_cast<size_t>(77)), "77");
+    EXPECT_EQ(text("%d|%5d|%-5d|%05d|%+d", 3, 3, 3, 3, 3), "3|    3|3    |00003|+3");
+    EXPECT_EQ(text("%x %X %o %u", 255u, 255u, 8u, 7u), "ff FF 10 7");
+    EXPECT_EQ(text("%c%%%s", 'a', "b"), "a%b");
+    EXPECT_EQ(text("%*d|%.*s", 4, 7, 2, "abc"), "   7|ab");
+    EXPECT_EQ(text("%f", 1.5), "1.500000");
+    EXPECT_EQ(text("%.2f", -0.126), "-0.13");
+    EXPECT_EQ(text("%10.3f|", 3.14159), "     3.142|");
+    EXPECT_EQ(text("%f", 1e15), "1000000000000000.000000");
+    EXPECT_EQ(text("%02i:%.3i", 3, 4), "03:004");
+    EXPECT_EQ(text(""), "");
+    EXPECT_EQ(text("%s", std::string(400, 'x').c_str()), std::string(400, 'x'));
+}
+
+TEST(Format, PositionalArguments) {
+    char buf[64];
+    EXPECT_EQ(format_into(buf, sizeof buf, "%2$s-%1$s", "a", "b"), 3);
+    EXPECT_STREQ(buf, "b-a");
+    EXPECT_EQ(format_into(buf, sizeof buf, "%1$s%1$s", "ab"), 4);
+    EXPECT_STREQ(buf, "abab");
+    EXPECT_EQ(format_into(buf, sizeof buf, "%3$lld %1$d %2$s", 1, "x", 1LL << 40), 17);
+    EXPECT_STREQ(buf, "1099511627776 1 x");
+    EXPECT_EQ(format_into(buf, sizeof buf, "%1$.2f", 2.5), 4);
+    EXPECT_STREQ(buf, "2.50");
+    EXPECT_EQ(count("%2$s-%1$s", "a", "b"), 3);
+}
+
+TEST(Vsprintf, FailsWhenTheTextDoesNotFit) {
+    for (u64 size = 0; size <= 6; ++size) {
+        char buf[8];
+        memset(buf, '#', sizeof buf);
+        EXPECT_EQ(format_into(buf, size, "%s", "abcdef"), WIQ_ERR_FAILED);
+        EXPECT_EQ(buf[size], '#');
+        EXPECT_EQ(buf[7], '#');
+        EXPECT_TRUE(size == 0 || wiq_strnlen(buf, size) < size) << "not terminated";
+    }
+    char buf[7];
+    EXPECT_EQ(format_into(buf, sizeof buf, "%s", "abcdef"), 6);
+    EXPECT_STREQ(buf, "abcdef");
+}
+
+TEST(Vsprintf, RefusedFormat) {
+    char buf[16];
+    EXPECT_LT(count(bad_format(), kBadCharacter), 0);
+    EXPECT_LT(count(nullptr), 0);
+    EXPECT_EQ(format_into(buf, sizeof buf, bad_format(), kBadCharacter), WIQ_ERR_FAILED);
+    EXPECT_EQ(format_into(buf, sizeof buf, nullptr), WIQ_ERR_FAILED);
+    EXPECT_EQ(format_into(nullptr, 16, "%d", 1), WIQ_ERR_FAILED);
+}
+
+TEST(Asprintf, FreshStrings) {
+    char* out = nullptr;
+    EXPECT_EQ(wiq_asprintf(&out, "%2$s-%1$s", "a", "b"), 3);
+    EXPECT_STREQ(out, "b-a");
+    free(out);
+    EXPECT_EQ(wiq_asprintf(&out, ""), 0);
+    EXPECT_STREQ(out, "");
+    free(out);
+    EXPECT_EQ(vasprintf_of(&out, "%s", std::string(100000, 'x').c_str()), 100000);
+    EXPECT_EQ(strlen(out), 100000u);
+    free(out);
+}
+
+TEST(Asprintf, Failures) {
+    char text[] = "kept";
+    char* out = text;
+    EXPECT_EQ(wiq_asprintf(nullptr, "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_asprintf(&out, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(vasprintf_of(nullptr, "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(vasprintf_of(&out, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(out, text);
+    EXPECT_EQ(wiq_asprintf(&out, bad_format(), kBadCharacter), WIQ_ERR_FAILED);
+    EXPECT_EQ(out, nullptr);
+}
+
+// A re-usable block as its user holds it.
+class Block : public testing::Test {
+  protected:
+    void TearDown() override { free(text_); }
+    char* text_ = nullptr;
+    u64 size_ = 0;
+};
+
+TEST_F(Block, OverwriteGrowsAlsoWhenTheTextFitsExactly) {
+    text_ = static_cast<char*>(malloc(10));
+    size_ = 10;
+    EXPECT_EQ(vrasprintf_of(&text_, &size_, "%s", "12345678"), 8);
+    EXPECT_EQ(size_, 10u) << "grown without need";
+    EXPECT_EQ(vrasprintf_of(&text_, &size_, "%s", "123456789"), 9);
+    EXPECT_EQ(size_, 10u);
+    EXPECT_EQ(vrasprintf_of(&text_, &size_, "%s", "1234567890"), 10);
+    EXPECT_EQ(size_, 11u);
+    EXPECT_STREQ(text_, "1234567890");
+    EXPECT_EQ(wiq_rasprintf(&text_, &size_, "%d", 5), 1);
+    EXPECT_STREQ(text_, "5");
+    EXPECT_EQ(size_, 11u);
+}
+
+TEST_F(Block, OverwriteStartsFromNothing) {
+    EXPECT_EQ(wiq_rasprintf(&text_, &size_, "%2$s-%1$s", "a", "b"), 3);
+    EXPECT_STREQ(text_, "b-a");
+    EXPECT_EQ(size_, 4u);
+}
+
+TEST_F(Block, AppendFormatted) {
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "x=%d", 1), 3);
+    EXPECT_EQ(size_, 4u);
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "y"), 1);
+    EXPECT_STREQ(text_, "x=1y");
+    EXPECT_EQ(size_, 5u);
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "%2$d%1$d", 1, 2), 2);
+    EXPECT_STREQ(text_, "x=1y21");
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, ""), 0);
+    EXPECT_EQ(size_, 7u);
+}
+
+TEST_F(Block, AppendString) {
+    EXPECT_EQ(wiq_rastrcat(&text_, &size_, "abc"), 3);
+    EXPECT_EQ(size_, 4u);
+    EXPECT_EQ(wiq_rastrcat(&text_, &size_, ""), 0);
+    EXPECT_EQ(size_, 4u);
+    EXPECT_EQ(wiq_rastrcat(&text_, &size_, "%d"), 2);
+    EXPECT_STREQ(text_, "abc%d");
+    EXPECT_EQ(size_, 6u);
+}
+
+TEST_F(Block, AppendingUsesTheRoomThatIsThere) {
+    text_ = static_cast<char*>(malloc(100));
+    size_ = 100;
+    text_[0] = '\0';
+    const char* before = text_;
+    EXPECT_EQ(wiq_rastrcat(&text_, &size_, "abc"), 3);
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "%d", 7), 1);
+    EXPECT_EQ(text_, before);
+    EXPECT_EQ(size_, 100u);
+    EXPECT_STREQ(text_, "abc7");
+}
+
+TEST_F(Block, ASizeOfZeroMeansNoString) {
+    text_ = static_cast<char*>(malloc(4));
+    memcpy(text_, "old", 4);
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "new"), 3);
+    EXPECT_STREQ(text_, "new");
+    size_ = 0;
+    EXPECT_EQ(wiq_rastrcat(&text_, &size_, "newer"), 5);
+    EXPECT_STREQ(text_, "newer");
+}
+
+TEST_F(Block, ABlockThatGotLost) {
+    size_ = 100;
+    EXPECT_EQ(wiq_rasprintf(&text_, &size_, "a"), WIQ_ERR_NO_MEMORY);
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "a"), WIQ_ERR_NO_MEMORY);
+    EXPECT_EQ(wiq_rastrcat(&text_, &size_, "a"), WIQ_ERR_NO_MEMORY);
+    EXPECT_EQ(text_, nullptr);
+    size_ = 0;
+    EXPECT_EQ(wiq_rastrcat(&text_, &size_, "a"), 1);
+}
+
+TEST_F(Block, Failures) {
+    EXPECT_EQ(wiq_rasprintf(nullptr, &size_, "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_rasprintf(&text_, nullptr, "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_rasprintf(&text_, &size_, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(vrasprintf_of(nullptr, &size_, "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(vrasprintf_of(&text_, &size_, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_rapsprintf(nullptr, &size_, "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_rapsprintf(&text_, nullptr, "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_rastrcat(nullptr, &size_, "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_rastrcat(&text_, nullptr, "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_rastrcat(&text_, &size_, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(text_, nullptr);
+    EXPECT_EQ(size_, 0u);
+    ASSERT_EQ(wiq_rastrcat(&text_, &size_, "kept"), 4);
+    EXPECT_EQ(wiq_rasprintf(&text_, &size_, bad_format(), kBadCharacter), WIQ_ERR_FAILED);
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, bad_format(), kBadCharacter), WIQ_ERR_FAILED);
+    EXPECT_STREQ(text_, "kept");
+    EXPECT_EQ(size_, 5u);
+}
+
+}  // namespace
