@@ -35,7 +35,7 @@ void check(i32 (*convert)(const char*, Int*), const Row<Int> (&rows)[n]) {
     Int value = 77;
     EXPECT_EQ(convert(nullptr, &value), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(convert("1", nullptr), WIQ_ERR_INVALID_ARG);
-    EXPECT_EQ(value, 77);
+    EXPECT_EQ(value, Int{77});
 }
 
 TEST(Numbers, Int32) {
