@@ -90,8 +90,14 @@ TEST(Snprintf, RefusedFormat) {
     char buf[8] = "#######";
     EXPECT_LT(wiq_snprintf(buf, sizeof buf, nullptr), 0);
     EXPECT_STREQ(buf, "");
-    EXPECT_LT(wiq_snprintf(buf, sizeof buf, bad_format(), kBadCharacter), 0);
-    EXPECT_LT(strlen(buf), sizeof buf);
+    const i32 length = wiq_snprintf(buf, sizeof buf, bad_format(), kBadCharacter);
+#ifdef _WIN32
+    EXPECT_EQ(length, 3);  // without positional arguments this runtime passes over the "%"
+    EXPECT_STREQ(buf, "abc");
+#else
+    EXPECT_LT(length, 0);
+    EXPECT_STREQ(buf, "");
+#endif
 }
 
 TEST(Format, ConversionsThatBothPlatformsWriteAlike) {
