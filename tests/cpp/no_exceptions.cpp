@@ -1,0 +1,22 @@
+// See no_exceptions.h.
+#include "no_exceptions.h"
+
+#include "ke_utils.hpp"
+
+#if __cplusplus >= 202002L
+#error "to be compiled as C++17"
+#endif
+#if defined(__cpp_exceptions)
+#error "to be compiled without exceptions"
+#endif
+
+namespace no_exceptions {
+
+using namespace ke::literals;
+
+long long first_of_a(const char* text) {
+    const ke::result<ke::json> root = ke::json::parse(text);
+    return root ? root->at("/a/0"_ptr).to<ke::i64>().value_or(-1) : -1;
+}
+
+}  // namespace no_exceptions
