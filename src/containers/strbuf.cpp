@@ -3,8 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ke_utils/containers.h"
-#include "ke_utils/core.h"
+#include "containers/strbuf_core.h"
 #include "ke_utils/text.h"
 #include "text/ctype.h"
 
@@ -23,19 +22,6 @@ i32 set_capacity(wiq_strbuf* buf, u64 capacity) {
     return 0;
 }
 
-i32 grow(wiq_strbuf* buf, u64 needed) {
-    const u64 doubled = buf->capacity <= UINT64_MAX / 2 ? 2 * buf->capacity : needed;
-    return set_capacity(buf, doubled > needed ? doubled : needed);
-}
-
-// Makes room for n more bytes, the terminating NUL counted by the caller.
-inline i32 reserve(wiq_strbuf* buf, u64 n) {
-    if (n > UINT64_MAX - buf->len)
-        return WIQ_ERR_NO_MEMORY;
-    const u64 needed = buf->len + n;
-    return needed <= buf->capacity ? 0 : grow(buf, needed);
-}
-
 void truncate(wiq_strbuf* buf, u64 len) {
     buf->len = len;
     if (buf->data != nullptr)
@@ -49,6 +35,11 @@ void append(wiq_strbuf* buf, const char* bytes, u64 count) {
 }
 
 }  // namespace
+
+i32 ke::strbuf_grow(wiq_strbuf* buf, u64 needed) {
+    const u64 doubled = buf->capacity <= UINT64_MAX / 2 ? 2 * buf->capacity : needed;
+    return set_capacity(buf, doubled > needed ? doubled : needed);
+}
 
 i32 wiq_strbuf_init(wiq_strbuf* buf, u64 capacity) {
     if (buf == nullptr)
@@ -108,7 +99,7 @@ i32 wiq_strbuf_putc(wiq_strbuf* buf, char c) {
         return WIQ_ERR_INVALID_ARG;
     if (c == '\0')
         return 0;
-    const i32 status = reserve(buf, 2);
+    const i32 status = ke::strbuf_reserve(buf, 2);
     if (status != 0)
         return status;
     char* end = buf->data + buf->len++;
@@ -122,8 +113,8 @@ i32 wiq_strbuf_write(wiq_strbuf* buf, const char* bytes, u64 count) {
         return WIQ_ERR_INVALID_ARG;
     if (count == 0)
         return 0;
-    const i32 status =
-        count == UINT64_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : reserve(buf, count + 1);
+    const i32 status = count == UINT64_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY)
+                                           : ke::strbuf_reserve(buf, count + 1);
     if (status != 0)
         return status;
     const u64 length = wiq_strnlen(bytes, count);
@@ -146,7 +137,7 @@ i32 wiq_strbuf_vprintf(wiq_strbuf* buf, const char* format, va_list args) {
     if (length < 0)
         return WIQ_ERR_FAILED;
     const u64 room = static_cast<u64>(length) + 1;
-    const i32 status = reserve(buf, room);
+    const i32 status = ke::strbuf_reserve(buf, room);
     if (status != 0)
         return status;
     const i32 written = wiq_vsprintf(buf->data + buf->len, room, format, args);
@@ -211,8 +202,8 @@ i32 wiq_strbuf_struct_str(wiq_strbuf* buf, const void* bytes, u64 width, bool tr
     if (buf == nullptr || (bytes == nullptr && width != 0))
         return WIQ_ERR_INVALID_ARG;
     truncate(buf, 0);
-    const i32 status =
-        width == UINT64_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : reserve(buf, width + 1);
+    const i32 status = width == UINT64_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY)
+                                           : ke::strbuf_reserve(buf, width + 1);
     if (status != 0)
         return status;
     const char* first = static_cast<const char*>(bytes);

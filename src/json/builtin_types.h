@@ -1,0 +1,14 @@
+// The type descriptors of the library's own classes, each defined beside its class.
+#pragma once
+
+#include "ke_utils/json.h"
+#include "ke_utils/object.h"
+
+namespace ke::json {
+
+extern WiqType JsonDumpVisitorType;
+extern WiqType JsonDumpStrVisitorType;
+extern WiqType JsonDumpFileVisitorType;
+extern WiqType ExpandVisitorType;
+
+}  // namespace ke::json

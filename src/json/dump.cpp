@@ -1,0 +1,96 @@
+// The exported dump functions: each makes a visitor, gives it its target, and starts the walk.
+
+#include <cstdlib>
+#include <cstring>
+
+#include "json/dump_visitor.h"
+#include "json/dump_writer.h"
+
+namespace ke::json {
+
+namespace {
+
+int compare_keys(const void* a, const void* b) {
+    return strcmp(key_of(*static_cast<const wiq_map_entry* const*>(a)),
+                  key_of(*static_cast<const wiq_map_entry* const*>(b)));
+}
+
+}  // namespace
+
+const wiq_map_entry** sorted_members(const ObjectNode* obj) {
+    const size_t count = static_cast<size_t>(size_of(obj));
+    if (count == 0)
+        return nullptr;
+    auto** members = static_cast<const wiq_map_entry**>(malloc(count * sizeof(wiq_map_entry*)));
+    if (members == nullptr)
+        return nullptr;
+    const wiq_map_entry** place = members;
+    for (const wiq_map_entry* member = first_member(obj); member != nullptr;
+         member = next_member(obj, member))
+        *place++ = member;
+    qsort(members, count, sizeof(wiq_map_entry*), compare_keys);
+    return members;
+}
+
+namespace {
+
+i32 walk(JsonDumpVisitor* visitor, wiq_json_t* node, u32 flags, u32 indent) {
+    visitor->flags = flags;
+    visitor->indent = static_cast<i32>(indent);
+    const auto* slots = reinterpret_cast<const WiqJsonVisitorClass*>(visitor->base.object.klass);
+    return slots->visit(&visitor->base, node);
+}
+
+}  // namespace
+
+}  // namespace ke::json
+
+using ke::json::JsonDumpFileVisitor;
+using ke::json::JsonDumpStrVisitor;
+
+i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 indent) {
+    if (node == nullptr || buf == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    WiqObject* object = object_new(&ke::json::JsonDumpStrVisitorType);
+    if (object == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    auto* visitor = reinterpret_cast<JsonDumpStrVisitor*>(object);
+    visitor->buf = buf;
+    const i32 status = ke::json::walk(&visitor->base, node, flags, indent);
+    object_unref(object);
+    return status;
+}
+
+i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags) {
+    if (node == nullptr || out == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    wiq_strbuf buf;
+    i32 status = wiq_strbuf_init(&buf, 0);
+    if (status == 0)
+        status = wiq_json_sdump_ext(node, &buf, flags, 0);
+    if (status == 0) {
+        const i32 length = static_cast<i32>(buf.len);
+        char* text = wiq_strbuf_release(&buf);
+        if (text != nullptr) {
+            *out = text;
+            return length;
+        }
+        status = WIQ_ERR_NO_MEMORY;
+    }
+    wiq_strbuf_finalize(&buf);
+    return status;
+}
+
+i32 wiq_json_fdump(wiq_json_t* node, FILE* fp, u32 flags, u32 indent) {
+    if (node == nullptr || fp == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    WiqObject* object = object_new(&ke::json::JsonDumpFileVisitorType);
+    if (object == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    auto* visitor = reinterpret_cast<JsonDumpFileVisitor*>(object);
+    visitor->stream = fp;
+    const i32 status = ke::json::walk(&visitor->base, node, flags, indent);
+    const i32 written = visitor->written;
+    object_unref(object);
+    return status != 0 ? status : written;
+}

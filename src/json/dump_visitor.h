@@ -1,0 +1,38 @@
+// The serializer's classes: JsonDumpVisitor makes the text through two output slots of its own, its two
+// subclasses implement them for a string buffer and for a stream. A client that finds their descriptors in
+// type_list() may derive from them.
+#pragma once
+
+#include <cstdio>
+
+#include "json/builtin_types.h"
+
+namespace ke::json {
+
+struct JsonDumpVisitor {
+    WiqJsonVisitor base;
+    u32 flags;
+    i32 indent;  // blanks in front of a line; moves by two a level when pretty
+};
+
+struct JsonDumpStrVisitor {
+    JsonDumpVisitor base;
+    wiq_strbuf* buf;  // not owned
+};
+
+struct JsonDumpFileVisitor {
+    JsonDumpVisitor base;
+    FILE* stream;  // not owned
+    i32 written;   // bytes
+    wiq_strbuf scratch;
+};
+
+struct JsonDumpVisitorClass {
+    WiqJsonVisitorClass base;
+    // Writes formatted text: 0 or a negative status.
+    i32 (*print)(WiqJsonVisitor* self, const char* format, ...);
+    // Writes a text as a JSON string, quotes included: 0 or a negative status.
+    i32 (*print_string)(WiqJsonVisitor* self, const char* text);
+};
+
+}  // namespace ke::json

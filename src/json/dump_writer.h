@@ -1,0 +1,238 @@
+// The serializer's walk: the same text that the dump classes' slots give one by one, written without
+// recursion and without a call a token. Containers that are open stand on an explicit stack.
+#pragma once
+
+#include <charconv>
+
+#include "containers/small_stack.h"
+#include "json/escape.h"
+#include "json/node.h"
+#include "text/decimal.h"
+#include "text/uint128.h"
+
+namespace ke::json {
+
+constexpr i32 kIndentStep = 2;
+// A double in full: a sign, 309 digits, the point and six decimals.
+constexpr size_t kMaxDoubleText = 1 + 309 + 1 + 6;
+
+// A double as "%f" writes it in the "C" locale; infinities and NaN as "inf" and "nan". Its end.
+inline char* write_double(char* out, double value) {
+    return std::to_chars(out, out + kMaxDoubleText, value, std::chars_format::fixed, 6).ptr;
+}
+
+// The members of an object in the order of their keys' bytes, in one block that the caller frees; nullptr
+// without memory, and for an object without members.
+const wiq_map_entry** sorted_members(const ObjectNode* obj);
+
+template <class Sink>
+class DumpWriter {
+  public:
+    DumpWriter(Sink& sink, u32 flags, i32 indent)
+        : sink_(sink),
+          indent_(indent),
+          pretty_((flags & WIQ_JSON_DUMP_PRETTY) != 0),
+          sorted_((flags & WIQ_JSON_DUMP_SORT_KEYS) != 0),
+          u128_as_object_((flags & WIQ_JSON_DUMP_U128_AS_OBJECT) != 0) {}
+    DumpWriter(const DumpWriter&) = delete;
+    DumpWriter& operator=(const DumpWriter&) = delete;
+    ~DumpWriter() {
+        for (; !open_.empty(); open_.pop())
+            free(open_.top().members);
+    }
+
+    i32 dump(const wiq_json* root) {
+        i32 status = value(root);
+        while (status == 0 && !open_.empty())
+            status = next();
+        const i32 finished = sink_.finish();
+        return status != 0 ? status : finished;
+    }
+
+  private:
+    // A container whose children are being written.
+    struct Open {
+        const wiq_json* container;
+        const wiq_map_entry** members;  // the sorted members, or nullptr for map order
+        const wiq_map_entry* member;    // in map order: the member to be written next
+        i32 done;                       // children written
+        i32 count;
+    };
+
+    i32 value(const wiq_json* node) {
+        switch (node->type) {
+            case kJsonNull:
+                return sink_.write("null", 4);
+            case kJsonTrue:
+                return sink_.write("true", 4);
+            case kJsonFalse:
+                return sink_.write("false", 5);
+            case kJsonI64:
+                return in_place(kMaxDecimalDigits64, [node](char* out) {
+                    return write_i64(out, as<I64Node>(node)->value);
+                });
+            case kJsonU64:
+                return in_place(kMaxDecimalDigits64, [node](char* out) {
+                    return write_u64(out, as<U64Node>(node)->value);
+                });
+            case kJsonDouble:
+                return in_place(kMaxDoubleText, [node](char* out) {
+                    return write_double(out, as<DoubleNode>(node)->value);
+                });
+            case kJsonU128:
+                return number_128(as<U128Node>(node)->value);
+            case kJsonString:
+                return string(as<TextNode>(node)->text);
+            case kJsonRef:
+                return single_member("$ref", as<TextNode>(node)->text);
+            case kJsonObject:
+                return open_object(as<ObjectNode>(node));
+            case kJsonArray:
+                return open_array(as<ArrayNode>(node));
+            default:
+                return WIQ_ERR_BAD_JSON_TYPE;
+        }
+    }
+
+    // Writes the next child of the innermost open container, or closes it.
+    i32 next() {
+        Open& open = open_.top();
+        const bool is_object = open.container->type == kJsonObject;
+        if (open.done == open.count)
+            return close(is_object ? '}' : ']');
+        const i32 index = open.done++;
+        i32 status = separator(index != 0);
+        if (status != 0)
+            return status;
+        if (!is_object)
+            return value(elems_of(as<ArrayNode>(open.container))[index]);
+        const wiq_map_entry* member = open.member;
+        if (open.members != nullptr)
+            member = open.members[index];
+        else
+            open.member = next_member(as<ObjectNode>(open.container), member);
+        status = key(key_of(member));
+        return status != 0 ? status : value(child_of(member));
+    }
+
+    i32 open_object(const ObjectNode* obj) {
+        Open open = {obj, nullptr, nullptr, 0, size_of(obj)};
+        if (!sorted_) {
+            open.member = first_member(obj);
+        } else if (open.count != 0) {
+            open.members = sorted_members(obj);
+            if (open.members == nullptr)
+                return WIQ_ERR_NO_MEMORY;
+        }
+        return begin('{', open);
+    }
+
+    i32 open_array(const ArrayNode* array) {
+        return begin('[', Open{array, nullptr, nullptr, 0, size_of(array)});
+    }
+
+    i32 begin(char bracket, const Open& open) {
+        if (!open_.push(open)) {
+            free(open.members);
+            return WIQ_ERR_NO_MEMORY;
+        }
+        indent_in();
+        return put(bracket);
+    }
+
+    i32 close(char bracket) {
+        free(open_.top().members);
+        open_.pop();
+        return end(bracket);
+    }
+
+    i32 end(char bracket) {
+        if (!pretty_)
+            return put(bracket);
+        indent_ -= kIndentStep;
+        const i32 status = newline();
+        return status != 0 ? status : put(bracket);
+    }
+
+    void indent_in() {
+        if (pretty_)
+            indent_ += kIndentStep;
+    }
+
+    // What stands before a child: a comma unless it is the first, and its own line.
+    i32 separator(bool comma) {
+        const i32 status = comma ? put(',') : 0;
+        return status != 0 || !pretty_ ? status : newline();
+    }
+
+    i32 key(const char* text) {
+        const i32 status = string(text);
+        return status != 0 ? status : sink_.write(": ", pretty_ ? 2 : 1);
+    }
+
+    // An object of one member whose value is a string.
+    i32 single_member(const char* name, const char* text) {
+        indent_in();
+        i32 status = put('{');
+        if (status == 0 && pretty_)
+            status = newline();
+        if (status == 0)
+            status = key(name);
+        if (status == 0)
+            status = string(text);
+        return status != 0 ? status : end('}');
+    }
+
+    i32 number_128(wiq_uint128 number) {
+        char digits[kMaxDecimalDigits128 + 1];
+        char* digits_end = write_u128(digits, number);
+        *digits_end = '\0';
+        return u128_as_object_ ? single_member("u128", digits)
+                               : sink_.write(digits, static_cast<size_t>(digits_end - digits));
+    }
+
+    i32 string(const char* text) {
+        if (text == nullptr)
+            return WIQ_ERR_INVALID_ARG;
+        i32 status = put('"');
+        if (status == 0)
+            status = escape_text(text, sink_);
+        return status != 0 ? status : put('"');
+    }
+
+    // A line feed and as many blanks as the width of a "%*s" of the indentation.
+    i32 newline() {
+        const size_t blanks = static_cast<size_t>(indent_ < 0 ? -i64{indent_} : i64{indent_});
+        return in_place(blanks + 1, [blanks](char* out) {
+            *out++ = '\n';
+            memset(out, ' ', blanks);
+            return out + blanks;
+        });
+    }
+
+    i32 put(char c) {
+        return in_place(1, [c](char* out) {
+            *out = c;
+            return out + 1;
+        });
+    }
+
+    // Lets `write` put at most n characters in place.
+    template <class Write>
+    i32 in_place(size_t n, const Write& write) {
+        char* out = sink_.room(n);
+        if (out == nullptr)
+            return sink_.failure();
+        sink_.used(write(out));
+        return 0;
+    }
+
+    Sink& sink_;
+    i32 indent_;
+    bool pretty_;
+    bool sorted_;
+    bool u128_as_object_;
+    SmallStack<Open, 16> open_;
+};
+
+}  // namespace ke::json

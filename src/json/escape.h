@@ -1,0 +1,65 @@
+// JSON string escaping into any sink, shared by the exported escape functions and the serializer.
+#pragma once
+
+#include <cstring>
+
+#include "json/escape_scan.h"
+#include "ke_utils/core.h"
+#include "text/utf8.h"
+
+namespace ke::json {
+
+// The longest escape: a backslash, "u" and four digits.
+constexpr size_t kMaxEscape = 6;
+
+// Writes the escape of a character that needs one; its end.
+char* write_escape(char* out, u8 c);
+
+constexpr bool needs_escape(u8 c) {
+    return c < 0x20 || c == '"' || c == '\\';
+}
+
+// The end of the run of characters that are copied as they stand, from `p`; *valid tells whether it
+// stopped at something else than an invalid UTF-8 sequence.
+inline const char* plain_run(const char* p, const char* end, bool* valid) {
+    *valid = true;
+    for (;;) {
+        p = skip_plain_ascii(p, end);
+        if (p == end || needs_escape(static_cast<u8>(*p)))
+            return p;
+        const u8* sequence = reinterpret_cast<const u8*>(p);
+        const u32 length = utf8_length(*sequence);
+        if (length > static_cast<size_t>(end - p) || !utf8_valid_sequence(sequence, length)) {
+            *valid = false;
+            return p;
+        }
+        p += length;
+    }
+}
+
+// Appends the text, without quotes: 0; -7003 on invalid UTF-8, with what is before it appended; or the
+// failure of the sink, which has `i32 write(const char*, size_t)`.
+template <class Sink>
+i32 escape_text(const char* text, Sink& sink) {
+    const char* end = text + strlen(text);
+    for (const char* p = text; p != end;) {
+        bool valid = false;
+        const char* run_end = plain_run(p, end, &valid);
+        i32 status = run_end == p ? 0 : sink.write(p, static_cast<size_t>(run_end - p));
+        if (status != 0)
+            return status;
+        if (!valid)
+            return WIQ_ERR_BAD_FORMAT;
+        p = run_end;
+        if (p == end)
+            break;
+        char escape[kMaxEscape];
+        const char* escape_end = write_escape(escape, static_cast<u8>(*p++));
+        status = sink.write(escape, static_cast<size_t>(escape_end - escape));
+        if (status != 0)
+            return status;
+    }
+    return 0;
+}
+
+}  // namespace ke::json

@@ -1,0 +1,218 @@
+// Expanding references in place. First every reference that can be reached is found, inner ones before
+// those that lead to them; then each is replaced by a copy of its target, in that order, so that no copy
+// holds a reference. The walk keeps its place on an explicit stack: neither the document's depth nor a
+// chain of references that lead to each other uses the thread's stack.
+
+#include <atomic>
+
+#include "containers/small_stack.h"
+#include "json/expand_visitor.h"
+#include "json/node.h"
+
+namespace ke::json {
+
+namespace {
+
+constexpr i32 kFirstPlaces = 5;
+
+class Expansion {
+  public:
+    // The weak arrays are the caller's; nodes that they hold already count as in progress or finished.
+    Expansion(wiq_json_t* pending, wiq_json_t* expanded) : pending_(pending), expanded_(expanded) {}
+    Expansion(const Expansion&) = delete;
+    Expansion& operator=(const Expansion&) = delete;
+    ~Expansion() {
+        if (ready_)
+            wiq_map_finalize(&states_);
+    }
+
+    i32 run(wiq_json_t* node) {
+        i32 status = prepare();
+        if (status == 0)
+            status = enter(node);
+        while (status == 0 && !steps_.empty())
+            status = step();
+        return status;
+    }
+
+  private:
+    // What the walk is in the middle of: a container with its next child, or, with `container` NULL, a
+    // node whose target has been walked.
+    struct Step {
+        wiq_json* container;
+        const wiq_map_entry* member;
+        i32 index;
+        wiq_json* finished;
+    };
+
+    // Whether a node is in one of the arrays is asked for every reference: a map by identity answers.
+    i32 prepare() {
+        i32 status = wiq_map_init(&states_, 0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr);
+        ready_ = status == 0;
+        if (status == 0)
+            status = remember_all(pending_, &kPending);
+        return status != 0 ? status : remember_all(expanded_, &kExpanded);
+    }
+
+    i32 remember_all(const wiq_json_t* array, const char* state) {
+        for (i32 i = 0; i < wiq_json_array_size(array); ++i) {
+            const i32 status = set_state(elems_of(as<ArrayNode>(array))[i], state);
+            if (status != 0)
+                return status;
+        }
+        return 0;
+    }
+
+    i32 set_state(wiq_json_t* node, const char* state) {
+        return wiq_map_put(&states_, node, const_cast<char*>(state));
+    }
+
+    // Begins the expansion of a node: of a reference met in the walk, or of the root.
+    i32 enter(wiq_json_t* node) {
+        const void* state = wiq_map_get(&states_, node);
+        if (state == &kExpanded)
+            return 0;
+        if (state == &kPending)
+            return WIQ_ERR_JREF_CYCLE;
+        i32 status = wiq_json_array_push_ext(pending_, node, nullptr);
+        if (status == 0)
+            status = set_state(node, &kPending);
+        if (status != 0)
+            return status;
+        wiq_json_t* target = node;
+        if (node->type == kJsonRef) {
+            u32 err = 0;
+            target = wiq_json_jref_deref(node, &err);
+            if (err != 0)
+                return static_cast<i32>(err);
+        }
+        if (!steps_.push({nullptr, nullptr, 0, node}))
+            return WIQ_ERR_NO_MEMORY;
+        return visit(target);
+    }
+
+    i32 leave(wiq_json_t* node) {
+        i32 status = wiq_json_array_pop(pending_, 1);
+        if (status == 0)
+            status = wiq_json_array_push_ext(expanded_, node, nullptr);
+        return status != 0 ? status : set_state(node, &kExpanded);
+    }
+
+    i32 visit(wiq_json_t* node) {
+        switch (node->type) {
+            case kJsonRef:
+                return enter(node);
+            case kJsonObject:
+                return steps_.push({node, first_member(as<ObjectNode>(node)), 0, nullptr})
+                           ? 0
+                           : WIQ_ERR_NO_MEMORY;
+            case kJsonArray:
+                return steps_.push({node, nullptr, 0, nullptr}) ? 0 : WIQ_ERR_NO_MEMORY;
+            default:
+                return node->type > kJsonRef ? static_cast<i32>(WIQ_ERR_BAD_JSON_TYPE) : 0;
+        }
+    }
+
+    i32 step() {
+        Step& now = steps_.top();
+        if (now.container == nullptr) {
+            wiq_json* finished = now.finished;
+            steps_.pop();
+            return leave(finished);
+        }
+        wiq_json* child = nullptr;
+        if (now.container->type == kJsonObject) {
+            if (now.member != nullptr) {
+                child = child_of(now.member);
+                now.member = next_member(as<ObjectNode>(now.container), now.member);
+            }
+        } else if (now.index < size_of(as<ArrayNode>(now.container))) {
+            child = elems_of(as<ArrayNode>(now.container))[now.index++];
+        }
+        if (child != nullptr)
+            return visit(child);
+        steps_.pop();
+        return 0;
+    }
+
+    // Two distinct addresses as states.
+    static constexpr char kPending = 'p';
+    static constexpr char kExpanded = 'x';
+
+    wiq_json_t* pending_;
+    wiq_json_t* expanded_;
+    wiq_map states_;
+    bool ready_ = false;
+    SmallStack<Step, 32> steps_;
+};
+
+// Puts a copy of a reference's final target in its place.
+i32 replace(wiq_json_t* reference) {
+    u32 err = 0;
+    wiq_json_t* target = wiq_json_jref_deref(reference, &err);
+    wiq_json_t* copy = wiq_json_copy(target, &err);
+    if (copy == nullptr)
+        return static_cast<i32>(err);
+    const i32 status = wiq_json_swap_child(reference, copy);
+    // A reference that only a weak container holds has no place of its own to give up.
+    if (copy->parent == nullptr)
+        wiq_json_unref(copy);
+    return status;
+}
+
+i32 expand(wiq_json_t* root, wiq_json_t* pending, wiq_json_t* expanded) {
+    i32 status = Expansion(pending, expanded).run(root);
+    // The last one is the root, which stays.
+    const i32 count = wiq_json_array_size(expanded) - 1;
+    for (i32 i = 0; status == 0 && i < count; ++i)
+        status = replace(elems_of(as<ArrayNode>(expanded))[i]);
+    return status;
+}
+
+i32 visit_ref(WiqJsonVisitor* self, wiq_json_t* node, const char*) {
+    const auto* visitor = reinterpret_cast<ExpandVisitor*>(self);
+    return Expansion(visitor->pending, visitor->expanded).run(node);
+}
+
+i32 class_init(WiqClass* klass) {
+    reinterpret_cast<WiqJsonVisitorClass*>(klass)->visit_ref = visit_ref;
+    return 0;
+}
+
+}  // namespace
+
+constinit WiqType ExpandVisitorType = {
+    .name = "ExpandVisitor",
+    .parent = &WiqJsonVisitorType,
+    .instance_size = sizeof(ExpandVisitor),
+    .instance_init = nullptr,
+    .instance_finalize = nullptr,
+    .class_size = sizeof(WiqJsonVisitorClass),
+    .class_init = class_init,
+    .class_base_init = nullptr,
+    .klass = nullptr,
+    .initialised = 0,
+    .lock = {},
+};
+
+}  // namespace ke::json
+
+i32 wiq_json_jref_expand(wiq_json_t* root) {
+    if (root == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    wiq_json_ref(root);
+    u32 err = 0;
+    wiq_json_t* pending = wiq_json_array_weak_new(ke::json::kFirstPlaces, &err);
+    wiq_json_t* expanded = wiq_json_array_weak_new(ke::json::kFirstPlaces, &err);
+    if (err != 0) {
+        wiq_json_unref(pending);
+        wiq_json_unref(expanded);
+        return static_cast<i32>(err);
+    }
+    const i32 status = ke::json::expand(root, pending, expanded);
+    // Releasing the arrays releases the references that were swapped out, too.
+    wiq_json_unref(pending);
+    wiq_json_unref(expanded);
+    ke::json::count_down(root);
+    return status;
+}

@@ -1,0 +1,174 @@
+// Writing by JSON pointer: the containers that are missing on the way are made. An empty segment ends the
+// way like the end of the pointer does, and the value goes where the segment before it leads once more; so
+// "/a//b" stores under "a" in the container at "/a".
+
+#include <cstring>
+
+#include "json/node.h"
+#include "json/pointer_token.h"
+
+namespace ke::json {
+
+namespace {
+
+bool names_element(const WiqJsonPtrToken& token) {
+    return token.kind == WIQ_JSON_PTR_TOK_INDEX || token.kind == WIQ_JSON_PTR_TOK_APPEND;
+}
+
+// Puts a node where a token leads in a container.
+i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
+    if (wiq_json_is_obj(container))
+        return wiq_json_obj_put_ext(container, token.name, node, nullptr);
+    if (wiq_json_is_array(container) && token.kind == WIQ_JSON_PTR_TOK_INDEX)
+        return wiq_json_array_put(container, static_cast<i32>(token.index), node);
+    if (wiq_json_is_array(container) && token.kind == WIQ_JSON_PTR_TOK_APPEND)
+        return wiq_json_array_push_ext(container, node, nullptr);
+    return WIQ_ERR_WRONG_TYPE;
+}
+
+// What a token leads to in a container, nullptr if that is nothing yet.
+wiq_json* existing(const wiq_json* container, const WiqJsonPtrToken& token) {
+    if (const ObjectNode* obj = to_object(container))
+        return find_member(obj, token.name);
+    if (token.kind != WIQ_JSON_PTR_TOK_INDEX)
+        return nullptr;
+    return wiq_json_array_get_ext(container, static_cast<i32>(token.index), 0, nullptr);
+}
+
+class Writer {
+  public:
+    Writer(wiq_json* root, char* scratch) : container_(root), scratch_(scratch) {}
+
+    i32 put(const char* ptr, wiq_json* value) {
+        size_t position = 0;
+        do {
+            // Each segment is decoded where it stands, so that the one before it stays.
+            const i32 count = read_segment(ptr + position, scratch_ + position);
+            if (count < 0)
+                return count;
+            previous_ = next_;
+            next_ = classify(scratch_ + position);
+            position += static_cast<size_t>(count);
+            if (count != 0 && previous_.kind != WIQ_JSON_PTR_TOK_NONE) {
+                const i32 status = step();
+                if (status != 0)
+                    return status;
+            }
+        } while (next_.kind != WIQ_JSON_PTR_TOK_NONE);
+        return store(container_, previous_, value);
+    }
+
+  private:
+    // Goes into the container that the previous token names, or makes it.
+    i32 step() {
+        const bool element = wiq_json_is_array(container_) && names_element(previous_);
+        if (!element && !wiq_json_is_obj(container_))
+            return WIQ_ERR_WRONG_TYPE;
+        // A container that was just made is empty: nothing to look for from then on.
+        wiq_json* child = created_ ? nullptr : existing(container_, previous_);
+        if (child == nullptr) {
+            u32 err = 0;
+            child = names_element(next_) ? wiq_json_array_new(1, &err) : wiq_json_obj_new(1, &err);
+            if (child == nullptr)
+                return static_cast<i32>(err);
+            created_ = true;
+            const i32 status = store(container_, previous_, child);
+            if (status != 0) {
+                wiq_json_unref(child);
+                return status;
+            }
+        }
+        container_ = child;
+        return 0;
+    }
+
+    wiq_json* container_;
+    char* scratch_;
+    WiqJsonPtrToken previous_ = {};
+    WiqJsonPtrToken next_ = {};
+    bool created_ = false;
+};
+
+// What the typed functions share: a value that was just made is stored, or released again.
+wiq_json_t* put_new(wiq_json_t* root, const char* ptr, wiq_json_t* value, u32 made, u32* err) {
+    i32 status = static_cast<i32>(made);
+    if (value != nullptr) {
+        status = wiq_json_ptr_put(root, ptr, value);
+        if (status != 0) {
+            wiq_json_unref(value);
+            value = nullptr;
+        }
+    }
+    report(err, status);
+    return value;
+}
+
+}  // namespace
+
+}  // namespace ke::json
+
+using ke::json::put_new;
+
+i32 wiq_json_ptr_put(wiq_json_t* root, const char* ptr, wiq_json_t* value) {
+    if (root == nullptr || ptr == nullptr || value == nullptr || *ptr == '\0')
+        return WIQ_ERR_INVALID_ARG;
+    ke::json::PointerScratch scratch(strlen(ptr) + 1);
+    if (scratch.get() == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    return ke::json::Writer(root, scratch.get()).put(ptr, value);
+}
+
+wiq_json_t* wiq_json_ptr_put_obj(wiq_json_t* root, const char* ptr, u32* err) {
+    u32 made = 0;
+    wiq_json_t* value = wiq_json_obj_new(0, &made);
+    return put_new(root, ptr, value, made, err);
+}
+
+wiq_json_t* wiq_json_ptr_put_array(wiq_json_t* root, const char* ptr, u32* err) {
+    u32 made = 0;
+    wiq_json_t* value = wiq_json_array_new(0, &made);
+    return put_new(root, ptr, value, made, err);
+}
+
+wiq_json_t* wiq_json_ptr_put_bool(wiq_json_t* root, const char* ptr, bool boolean, u32* err) {
+    u32 made = 0;
+    wiq_json_t* value = wiq_json_bool_new(boolean, &made);
+    return put_new(root, ptr, value, made, err);
+}
+
+wiq_json_t* wiq_json_ptr_put_double(wiq_json_t* root, const char* ptr, double number, u32* err) {
+    u32 made = 0;
+    wiq_json_t* value = wiq_json_double_new(number, &made);
+    return put_new(root, ptr, value, made, err);
+}
+
+wiq_json_t* wiq_json_ptr_put_i64(wiq_json_t* root, const char* ptr, i64 number, u32* err) {
+    u32 made = 0;
+    wiq_json_t* value = wiq_json_i64_new(number, &made);
+    return put_new(root, ptr, value, made, err);
+}
+
+wiq_json_t* wiq_json_ptr_put_u64(wiq_json_t* root, const char* ptr, u64 number, u32* err) {
+    u32 made = 0;
+    wiq_json_t* value = wiq_json_u64_new(number, &made);
+    return put_new(root, ptr, value, made, err);
+}
+
+wiq_json_t* wiq_json_ptr_put_u128(wiq_json_t* root, const char* ptr, const wiq_uint128* number,
+                                  u32* err) {
+    u32 made = 0;
+    wiq_json_t* value = wiq_json_u128_new(number, &made);
+    return put_new(root, ptr, value, made, err);
+}
+
+wiq_json_t* wiq_json_ptr_put_str(wiq_json_t* root, const char* ptr, const char* text, u32* err) {
+    u32 made = 0;
+    wiq_json_t* value = wiq_json_str_new(text, &made);
+    return put_new(root, ptr, value, made, err);
+}
+
+wiq_json_t* wiq_json_ptr_put_jref(wiq_json_t* root, const char* ptr, const char* uri, u32* err) {
+    u32 made = 0;
+    wiq_json_t* value = wiq_json_jref_new(uri, &made);
+    return put_new(root, ptr, value, made, err);
+}

@@ -1,0 +1,93 @@
+// Class records: built when a type's first object is made, a copy of the parent's record with the type's
+// own operations on top. Each type has a lock; it is held while the parent's class is built under the
+// parent's lock, so locks are always taken from child to parent.
+
+#include "object/class.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+#include "ke_utils/core.h"
+#include "os/mutex.h"
+
+namespace ke {
+
+namespace {
+
+using SizeField = size_t WiqType::*;
+
+// A size of 0 means that of the nearest ancestor that gives one.
+size_t resolve(const WiqType* type, SizeField field) {
+    while (type != nullptr && type->*field == 0)
+        type = type->parent;
+    return type == nullptr ? 0 : type->*field;
+}
+
+i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
+    WiqType* parent = type->parent;
+    if (parent == nullptr)
+        return 0;
+    const i32 status = build_class(parent);
+    if (status != 0)
+        return status;
+    // A record that cannot hold its parent's is a mistake of the type's author.
+    if (type->class_size < parent->class_size || type->instance_size < parent->instance_size)
+        return WIQ_ERR_FAILED;
+    memcpy(record, class_of(parent), parent->class_size);
+    return for_root_down(parent, [record](const WiqType* ancestor) {
+        return ancestor->class_base_init == nullptr ? 0 : ancestor->class_base_init(record);
+    });
+}
+
+i32 fill(WiqType* type, WiqClass* record) {
+    const i32 status = fill_from_ancestors(type, record);
+    if (status != 0)
+        return status;
+    record->type = type;
+    return type->class_init == nullptr ? 0 : type->class_init(record);
+}
+
+i32 build_locked(WiqType* type) {
+    if (type->name == nullptr || (type->parent == nullptr && type != &ObjectType))
+        return WIQ_ERR_FAILED;
+    type->instance_size = resolve(type, &WiqType::instance_size);
+    type->class_size = resolve(type, &WiqType::class_size);
+    auto* record = static_cast<WiqClass*>(wiq_real_malloc0(type->class_size));
+    if (record == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    const i32 status = fill(type, record);
+    if (status != 0) {
+        free(record);
+        return status;
+    }
+    std::atomic_ref(type->klass).store(record, std::memory_order_release);
+    return 0;
+}
+
+}  // namespace
+
+WiqClass* class_of(WiqType* type) {
+    return std::atomic_ref(type->klass).load(std::memory_order_acquire);
+}
+
+i32 build_class(WiqType* type) {
+    if (class_of(type) != nullptr)
+        return 0;
+    if (type->initialised == 0)
+        return WIQ_ERR_FAILED;
+    const os::MutexLock lock(&type->lock);
+    return class_of(type) != nullptr ? 0 : build_locked(type);
+}
+
+}  // namespace ke
+
+WiqClass* class_check(WiqClass* klass, const WiqType* type) {
+    if (klass == nullptr || type == nullptr)
+        return nullptr;
+    return klass->type == type || type_is_child(type, klass->type) ? klass : nullptr;
+}
+
+WiqClass* class_get_super_class(WiqClass* klass, const WiqType* type) {
+    return class_check(klass, type) == nullptr ? nullptr : ke::class_of(const_cast<WiqType*>(type));
+}
