@@ -213,6 +213,17 @@ TEST(Base64, DecodeKeepsWhatWasWrittenBeforeTheBufferWasFull) {
     }
 }
 
+TEST(Base64, DecodeInPlace) {
+    const std::string bytes = some_bytes(100);
+    std::string text = encode(bytes);
+    text.insert(31, "\n\n");
+    size_t length = text.size();
+    ASSERT_EQ(
+        wiq_base64_decode(text.data(), text.size(), reinterpret_cast<u8*>(text.data()), &length),
+        0);
+    EXPECT_EQ(text.substr(0, length), bytes);
+}
+
 TEST(Base64, AnInvalidByteInTheGroupThatDoesNotFitIsFoundFirst) {
     EXPECT_EQ(decode("Zm9vYm!y", 3).status, WIQ_ERR_INVALID_VALUE);
     EXPECT_EQ(decode("Zm9vYmF!", 3).status, WIQ_ERR_INVALID_VALUE);
