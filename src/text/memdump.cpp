@@ -12,22 +12,15 @@
 
 namespace {
 
-// The two digits of each byte and its character in the column.
-struct ByteText {
-    char hex[2];
-    char column;
-};
-
-constexpr std::array<ByteText, 256> make_byte_texts() {
+// The two digits of each byte.
+constexpr std::array<std::array<char, 2>, 256> make_digits() {
     constexpr char kDigits[] = "0123456789abcdef";
-    std::array<ByteText, 256> texts{};
-    for (size_t byte = 0; byte < texts.size(); ++byte) {
-        const char c = static_cast<char>(byte);
-        texts[byte] = {{kDigits[byte >> 4], kDigits[byte & 0xf]}, ke::is_print(c) ? c : '.'};
-    }
-    return texts;
+    std::array<std::array<char, 2>, 256> digits{};
+    for (size_t byte = 0; byte < digits.size(); ++byte)
+        digits[byte] = {kDigits[byte >> 4], kDigits[byte & 0xf]};
+    return digits;
 }
-constexpr std::array<ByteText, 256> kByteTexts = make_byte_texts();
+constexpr std::array<std::array<char, 2>, 256> kByteDigits = make_digits();
 
 // Sizes in bytes of data, and the blanks between two blocks.
 struct Layout {
@@ -58,86 +51,72 @@ bool text_size(const Layout& layout, u64 cells, u64 total, u64* size) {
            !__builtin_add_overflow(*size, most_separators(cells, layout.group, total) + 1, size);
 }
 
-// Writes the texts of one line after the other into the same two buffers.
-class LineWriter {
-  public:
-    LineWriter(const Layout& layout, char* hex, char* column)
-        : layout_(layout),
-          hex_(hex),
-          column_(column),
-          to_group_(layout.group),
-          to_block_(layout.block) {}
+// Writes the column of a line of `bytes`, padded to `cells`, and terminates it.
+void write_column(const u8* data, u64 bytes, u64 cells, char* out) {
+    for (u64 i = 0; i < bytes; ++i)
+        out[i] = ke::is_print(static_cast<char>(data[i])) ? static_cast<char>(data[i]) : '.';
+    memset(out + bytes, ' ', cells - bytes);
+    out[cells] = '\0';
+}
 
-    // Formats the line of the `bytes` at `data`, padded to `cells`, and terminates both texts.
-    void write_line(const u8* data, u64 bytes, u64 cells) {
-        out_ = hex_;
-        char* column = column_;
+// Writes the hexadecimal text of one line after the other into the same buffer.
+class HexWriter {
+  public:
+    explicit HexWriter(const Layout& layout)
+        : layout_(layout), to_group_(layout.group), to_block_(layout.block) {}
+
+    // Formats the line of the `bytes` at `data`, padded to `cells`, and terminates it.
+    void write_line(const u8* data, u64 bytes, u64 cells, char* out) {
         for (u64 cell = 0; cell < cells;) {
             const u64 left = cell < bytes ? bytes - cell : cells - cell;
             const u64 run = std::min({left, to_group_, to_block_});
-            column = cell < bytes ? write_bytes(data + cell, run, column) : pad(run, column);
+            if (cell < bytes)
+                write_digits(data + cell, run, out);
+            else
+                memset(out, ' ', run * 2);
             cell += run;
-            separate(run, cell == cells);
+            out = separate(run, cell == cells, out + run * 2);
         }
-        *out_ = '\0';
-        if (column != nullptr)
-            *column = '\0';
+        *out = '\0';
     }
 
   private:
-    char* write_bytes(const u8* data, u64 count, char* column) {
-        char* out = out_;
-        for (u64 i = 0; i < count; ++i, out += 2)
-            memcpy(out, kByteTexts[data[i]].hex, 2);
-        out_ = out;
-        if (column == nullptr)
-            return nullptr;
+    static void write_digits(const u8* data, u64 count, char* out) {
         for (u64 i = 0; i < count; ++i)
-            column[i] = kByteTexts[data[i]].column;
-        return column + count;
-    }
-
-    char* pad(u64 count, char* column) {
-        memset(out_, ' ', count * 2);
-        out_ += count * 2;
-        if (column == nullptr)
-            return nullptr;
-        memset(column, ' ', count);
-        return column + count;
+            memcpy(out + i * 2, kByteDigits[data[i]].data(), 2);
     }
 
     // Counts `run` cells as written; at the end of a group or block, but not of a line, adds the blanks.
-    void separate(u64 run, bool line_ends) {
+    char* separate(u64 run, bool line_ends, char* out) {
         to_group_ -= run;
         to_block_ -= run;
         if (to_group_ == 0) {
             to_group_ = layout_.group;
             if (!line_ends)
-                *out_++ = ' ';
+                *out++ = ' ';
         }
         if (to_block_ == 0) {
             to_block_ = layout_.block;
-            if (!line_ends) {
-                memset(out_, ' ', layout_.gap);
-                out_ += layout_.gap;
-            }
+            if (!line_ends)
+                out = std::fill_n(out, layout_.gap, ' ');
         }
+        return out;
     }
 
-    const Layout& layout_;
-    char* const hex_;
-    char* const column_;
-    char* out_ = nullptr;
+    const Layout layout_;
     u64 to_group_;  // cells until the current group is full
     u64 to_block_;
 };
 
 i32 dump_lines(const u8* data, u64 len, const Layout& layout, char* hex, char* column,
                WiqMemdumpFn cb, void* user) {
-    LineWriter writer(layout, hex, column);
+    HexWriter writer(layout);
     for (u64 offset = 0; offset < len;) {
         const u64 bytes = std::min(layout.line, len - offset);
-        writer.write_line(data + offset, bytes, layout.pad_last ? layout.line : bytes);
+        const u64 cells = layout.pad_last ? layout.line : bytes;
+        writer.write_line(data + offset, bytes, cells, hex);
+        if (column != nullptr)
+            write_column(data + offset, bytes, cells, column);
         const i32 status = cb(user, offset, hex, column);
         if (status != 0)
             return status;
