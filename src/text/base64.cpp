@@ -23,8 +23,8 @@ constexpr u8 kInvalid = kMarkBit | 2;
 constexpr std::array<u8, 256> make_decoding_table() {
     std::array<u8, 256> table{};
     table.fill(kInvalid);
-    for (u8 sextet = 0; sextet < kAlphabet.size(); ++sextet)
-        table[static_cast<u8>(kAlphabet[sextet])] = sextet;
+    for (size_t sextet = 0; sextet < kAlphabet.size(); ++sextet)
+        table[static_cast<u8>(kAlphabet[sextet])] = static_cast<u8>(sextet);
     table['\n'] = kSkip;
     table[static_cast<u8>(kPadding)] = kStop;
     return table;
@@ -58,21 +58,40 @@ char* encode_tail(const u8* in, size_t n, char* out) {
     return out + 4;
 }
 
-// The decoder's output and the sextets that do not make a group yet.
-struct Decoder {
-    u8* out;
-    size_t capacity;
-    size_t written = 0;
-    u32 bits = 0;
-    u32 count = 0;
+// Fills a buffer with decoded bytes, keeping the sextets that do not make a group yet.
+class Decoder {
+  public:
+    Decoder(u8* out, size_t capacity) : out_(out), capacity_(capacity) {}
 
-    bool fits(size_t more) const { return more <= capacity - written; }
+    size_t written() const { return written_; }
+
+    // Decodes up to the end or the first "=", and what is left over there.
+    i32 decode(const char* in, size_t n) {
+        for (size_t i = 0; i < n;) {
+            if (count_ == 0)
+                i += take_groups(in + i, n - i);
+            if (i == n)
+                break;
+            const u8 value = decode_byte(in[i++]);
+            if (value == kStop)
+                break;
+            if (value == kInvalid)
+                return WIQ_ERR_INVALID_VALUE;
+            const i32 status = value == kSkip ? 0 : take_sextet(value);
+            if (status != 0)
+                return status;
+        }
+        return finish();
+    }
+
+  private:
+    bool fits(size_t more) const { return more <= capacity_ - written_; }
 
     void put_group(u32 group) {
-        out[written] = static_cast<u8>(group >> 16);
-        out[written + 1] = static_cast<u8>(group >> 8);
-        out[written + 2] = static_cast<u8>(group);
-        written += 3;
+        out_[written_] = static_cast<u8>(group >> 16);
+        out_[written_ + 1] = static_cast<u8>(group >> 8);
+        out_[written_ + 2] = static_cast<u8>(group);
+        written_ += 3;
     }
 
     // Whole groups of four alphabet characters in a row; stops before the first that is none, or that
@@ -92,27 +111,33 @@ struct Decoder {
     }
 
     i32 take_sextet(u8 sextet) {
-        bits = bits << 6 | sextet;
-        if (++count < 4)
+        bits_ = bits_ << 6 | sextet;
+        if (++count_ < 4)
             return 0;
         if (!fits(3))
             return WIQ_ERR_BUFFER_TOO_SMALL;
-        put_group(bits);
-        bits = 0;
-        count = 0;
+        put_group(bits_);
+        bits_ = 0;
+        count_ = 0;
         return 0;
     }
 
     // Three sextets left over hold two bytes, two hold one; a single one holds none.
     i32 finish() {
-        const size_t bytes = count == 3 ? 2 : count == 2 ? 1 : 0;
+        const size_t bytes = count_ == 0 ? 0 : count_ - 1;
         if (!fits(bytes))
             return WIQ_ERR_BUFFER_TOO_SMALL;
-        const u32 group = bits << (6 * (4 - count));
+        const u32 group = bits_ << (6 * (4 - count_));
         for (size_t i = 0; i < bytes; ++i)
-            out[written++] = static_cast<u8>(group >> (16 - 8 * i));
+            out_[written_++] = static_cast<u8>(group >> (16 - 8 * i));
         return 0;
     }
+
+    u8* const out_;
+    const size_t capacity_;
+    size_t written_ = 0;
+    u32 bits_ = 0;
+    u32 count_ = 0;  // sextets in bits_
 };
 
 }  // namespace
@@ -161,24 +186,10 @@ i32 wiq_base64_decode(const char* in, size_t n, u8* out, size_t* out_len) {
         return WIQ_ERR_INVALID_ARG;
     if (*out_len == 0)
         return WIQ_ERR_BUFFER_TOO_SMALL;
-    Decoder decoder{out, *out_len};
-    for (size_t i = 0; i < n;) {
-        if (decoder.count == 0)
-            i += decoder.take_groups(in + i, n - i);
-        if (i == n)
-            break;
-        const u8 value = decode_byte(in[i++]);
-        if (value == kStop)
-            break;
-        if (value == kInvalid)
-            return WIQ_ERR_INVALID_VALUE;
-        const i32 status = value == kSkip ? 0 : decoder.take_sextet(value);
-        if (status != 0)
-            return status;
-    }
-    const i32 status = decoder.finish();
+    Decoder decoder(out, *out_len);
+    const i32 status = decoder.decode(in, n);
     if (status == 0)
-        *out_len = decoder.written;
+        *out_len = decoder.written();
     return status;
 }
 
