@@ -173,6 +173,12 @@ i32 attach_new_member(ObjectNode* obj, const char* key, size_t key_length, u32 h
                       wiq_json* child);
 i32 attach_elem(ArrayNode* array, wiq_json* child);
 
+// The same in two steps, for a reader that meets the key before the child: a member's entry with a copy of
+// the key (`key_length` bytes, no NUL needed) and its hash, nullptr without memory; free() releases it
+// while it is not attached. attach_entry takes the entry over also when it fails.
+wiq_map_entry* new_entry(const char* key, size_t key_length);
+i32 attach_entry(ObjectNode* obj, wiq_map_entry* entry, wiq_json* child);
+
 // The member under a key, not following references; nullptr if there is none.
 wiq_json* find_member(const ObjectNode* obj, const char* key);
 

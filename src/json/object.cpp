@@ -58,16 +58,22 @@ i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
 
 }  // namespace
 
-i32 attach_new_member(ObjectNode* obj, const char* key, size_t key_length, u32 hash,
-                      wiq_json* child) {
+namespace {
+
+// An entry with a copy of the key; its hash is the caller's to set.
+wiq_map_entry* allocate_entry(const char* key, size_t key_length) {
     auto* entry = static_cast<wiq_map_entry*>(std::malloc(sizeof(wiq_map_entry) + key_length + 1));
-    if (entry == nullptr) {
-        return WIQ_ERR_NO_MEMORY;
+    if (entry != nullptr) {
+        char* text = reinterpret_cast<char*>(entry + 1);
+        std::memcpy(text, key, key_length);
+        text[key_length] = '\0';
+        entry->key = text;
     }
-    char* text = reinterpret_cast<char*>(entry + 1);
-    std::memcpy(text, key, key_length + 1);
-    entry->key = text;
-    entry->hash = hash;
+    return entry;
+}
+
+// Attaches an entry whose key the object does not have; frees it on failure.
+i32 link_entry(ObjectNode* obj, wiq_map_entry* entry, wiq_json* child) {
     map_link(&obj->map, entry);
     if (map_grow_if_full(&obj->map) != 0) {
         map_unlink(&obj->map, entry);
@@ -78,16 +84,50 @@ i32 attach_new_member(ObjectNode* obj, const char* key, size_t key_length, u32 h
     return 0;
 }
 
+// The entry and its key stay: nobody can tell them from the new ones.
+void replace_child(ObjectNode* obj, wiq_map_entry* entry, wiq_json* child) {
+    wiq_json* old = child_of(entry);
+    adopt(obj, entry, child);
+    release_child(obj, old);
+}
+
+}  // namespace
+
+i32 attach_new_member(ObjectNode* obj, const char* key, size_t key_length, u32 hash,
+                      wiq_json* child) {
+    wiq_map_entry* entry = allocate_entry(key, key_length);
+    if (entry == nullptr) {
+        return WIQ_ERR_NO_MEMORY;
+    }
+    entry->hash = hash;
+    return link_entry(obj, entry, child);
+}
+
+wiq_map_entry* new_entry(const char* key, size_t key_length) {
+    wiq_map_entry* entry = allocate_entry(key, key_length);
+    if (entry != nullptr) {
+        entry->hash = hash_str(key_of(entry), key_length);
+    }
+    return entry;
+}
+
+i32 attach_entry(ObjectNode* obj, wiq_map_entry* entry, wiq_json* child) {
+    wiq_map_entry* there = map_find(&obj->map, entry->hash, entry->key);
+    if (there == nullptr) {
+        return link_entry(obj, entry, child);
+    }
+    replace_child(obj, there, child);
+    std::free(entry);
+    return 0;
+}
+
 i32 attach_member(ObjectNode* obj, const char* key, size_t key_length, wiq_json* child) {
     const u32 hash = hash_str(key, key_length);
     wiq_map_entry* entry = map_find(&obj->map, hash, key);
     if (entry == nullptr) {
         return attach_new_member(obj, key, key_length, hash, child);
     }
-    // The entry and its key stay: nobody can tell them from the new ones.
-    wiq_json* old = child_of(entry);
-    adopt(obj, entry, child);
-    release_child(obj, old);
+    replace_child(obj, entry, child);
     return 0;
 }
 

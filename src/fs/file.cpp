@@ -1,0 +1,104 @@
+// Two readers: a whole file into one block, and one line into a caller's buffer.
+
+#include <cstdlib>
+#include <cstring>
+
+#include "ke_utils/core.h"
+#include "ke_utils/files.h"
+#include "os/os.h"
+
+namespace {
+
+constexpr size_t kLineStep = 128;
+
+// The size of an open file, and its start as the place of the next read: -3 where it cannot be told or does
+// not fit 31 bits.
+i32 measure(FILE* fp) {
+    if (fseek(fp, 0, SEEK_END) != 0)
+        return WIQ_ERR_IO;
+    const long size = ftell(fp);
+    if (size < 0 || size > INT32_MAX || fseek(fp, 0, SEEK_SET) != 0)
+        return WIQ_ERR_IO;
+    return size == 0 ? static_cast<i32>(WIQ_ERR_FILE_EMPTY) : static_cast<i32>(size);
+}
+
+i32 load(FILE* fp, void** out, size_t pad) {
+    const i32 measured = measure(fp);
+    if (measured < 0)
+        return measured;
+    const size_t size = static_cast<size_t>(measured);
+    const size_t padding = pad == 0 ? 0 : pad - size % pad;
+    u8* block = padding > SIZE_MAX - size ? nullptr : static_cast<u8*>(malloc(size + padding));
+    *out = block;
+    if (block == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    memset(block + size, 0, padding);
+    return fread(block, 1, size, fp) == size ? measured : static_cast<i32>(WIQ_ERR_IO);
+}
+
+// A line that is being read into a buffer that grows.
+struct Line {
+    char* data;
+    size_t size;
+    size_t length;
+};
+
+i32 read_line(Line* line, int c, FILE* stream) {
+    for (; c != EOF; c = ke::os::getc_locked(stream)) {
+        // Room for the byte and a NUL behind it; a buffer smaller than that is allowed for.
+        if (line->length + 2 > line->size) {
+            char* grown = static_cast<char*>(realloc(line->data, line->size + kLineStep));
+            if (grown == nullptr)
+                return WIQ_ERR_NO_MEMORY;
+            line->data = grown;
+            line->size += kLineStep;
+        }
+        line->data[line->length++] = static_cast<char>(c);
+        if (c == '\n')
+            break;
+    }
+    line->data[line->length] = '\0';
+    return static_cast<i32>(line->length);
+}
+
+i32 get_line(char** line, size_t* size, FILE* stream) {
+    const int c = ke::os::getc_locked(stream);
+    if (c == EOF)
+        return WIQ_ERR_EOF;
+    if (*line == nullptr) {
+        char* fresh = static_cast<char*>(malloc(kLineStep));
+        if (fresh == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+        *line = fresh;
+        *size = kLineStep;
+    }
+    Line reading = {*line, *size, 0};
+    const i32 result = read_line(&reading, c, stream);
+    // Also after a failure: the block that the caller knew may have moved.
+    *line = reading.data;
+    *size = reading.size;
+    return result;
+}
+
+}  // namespace
+
+i32 wiq_load_file(const char* path, void** out, size_t pad) {
+    if (out == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    u32 err = 0;
+    FILE* fp = wiq_fopen(path, "rb", &err);
+    if (fp == nullptr)
+        return static_cast<i32>(err);
+    const i32 result = load(fp, out, pad);
+    fclose(fp);
+    return result;
+}
+
+i32 wiq_getline(char** line, size_t* size, FILE* stream) {
+    if (line == nullptr || size == nullptr || stream == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    ke::os::lock_stream(stream);
+    const i32 result = get_line(line, size, stream);
+    ke::os::unlock_stream(stream);
+    return result;
+}

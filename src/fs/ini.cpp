@@ -1,0 +1,262 @@
+// The INI parser: one line at a time, names and values cut out of the line's own buffer, every token with
+// its place in the file.
+
+#include <cstdlib>
+#include <cstring>
+
+#include "ke_utils/core.h"
+#include "ke_utils/files.h"
+#include "text/ctype.h"
+
+namespace {
+
+enum TokenKind {
+    INI_TOK_NONE = 0,
+    INI_TOK_WORD = 1,
+    INI_TOK_QUOTED = 2,
+    INI_TOK_EQUALS = 3,
+    INI_TOK_COMMENT = 4,
+    INI_TOK_EOL = 5,
+    INI_TOK_LBRACKET = 6,
+    INI_TOK_RBRACKET = 7,
+    INI_TOK_UNTERMINATED = 8,
+    INI_TOK_BAD_CR = 9,
+};
+
+struct IniToken {
+    TokenKind kind;
+    u32 start;  // offset in the line
+    u32 length;
+};
+
+bool ends_word(char c) {
+    return ke::is_space(c) || (c != '\0' && strchr("\"#;=[]", c) != nullptr);
+}
+
+// The tokens of one line.
+class LineScanner {
+  public:
+    LineScanner(const char* line, u32 length) : line_(line), length_(length) {}
+
+    IniToken next() {
+        while (position_ < length_ && (line_[position_] == ' ' || line_[position_] == '\t'))
+            ++position_;
+        const u32 start = position_;
+        if (start >= length_)
+            return {INI_TOK_EOL, start, 0};
+        const TokenKind kind = scan(line_[start]);
+        return {kind, start, position_ - start};
+    }
+
+  private:
+    TokenKind scan(char first) {
+        switch (first) {
+            case '#':
+            case ';':
+                skip_while([](char c) { return c != '\r' && c != '\n'; });
+                return INI_TOK_COMMENT;
+            case '"':
+                return scan_quoted();
+            case '\n':
+                ++position_;
+                return INI_TOK_EOL;
+            case '\r':
+                return scan_cr();
+            case '=':
+                ++position_;
+                return INI_TOK_EQUALS;
+            case '[':
+                ++position_;
+                return INI_TOK_LBRACKET;
+            case ']':
+                ++position_;
+                return INI_TOK_RBRACKET;
+            default:
+                // A byte that ends a word elsewhere (a form feed, say) is one of its own here.
+                ++position_;
+                skip_while([](char c) { return !ends_word(c); });
+                return INI_TOK_WORD;
+        }
+    }
+
+    TokenKind scan_quoted() {
+        const void* close = memchr(line_ + position_ + 1, '"', length_ - position_ - 1);
+        if (close == nullptr) {
+            position_ = length_;
+            return INI_TOK_UNTERMINATED;
+        }
+        position_ = static_cast<u32>(static_cast<const char*>(close) - line_) + 1;
+        return INI_TOK_QUOTED;
+    }
+
+    TokenKind scan_cr() {
+        ++position_;
+        if (position_ == length_ || line_[position_] != '\n')
+            return INI_TOK_BAD_CR;
+        ++position_;
+        return INI_TOK_EOL;
+    }
+
+    template <class Test>
+    void skip_while(const Test& test) {
+        while (position_ < length_ && test(line_[position_]))
+            ++position_;
+    }
+
+    const char* line_;
+    u32 length_;
+    u32 position_ = 0;
+};
+
+class IniParser {
+  public:
+    IniParser(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,
+              void* user)
+        : stream_(stream),
+          on_section_(on_section),
+          on_key_(on_key),
+          on_error_(on_error),
+          user_(user) {}
+    IniParser(const IniParser&) = delete;
+    IniParser& operator=(const IniParser&) = delete;
+    ~IniParser() { free(line_); }
+
+    i32 parse() {
+        for (;;) {
+            const i32 length = wiq_getline(&line_, &line_size_, stream_);
+            if (length < 0)
+                return length == WIQ_ERR_EOF ? 0 : length;
+            ++line_number_;
+            const i32 status = parse_line(static_cast<u32>(length));
+            if (status != 0)
+                return status;
+            line_offset_ += static_cast<u32>(length);
+        }
+    }
+
+  private:
+    i32 parse_line(u32 length) {
+        LineScanner scanner(line_, length);
+        const IniToken first = scanner.next();
+        switch (first.kind) {
+            case INI_TOK_WORD:
+                return parse_key(scanner, first);
+            case INI_TOK_LBRACKET:
+                return parse_section(scanner);
+            case INI_TOK_COMMENT:
+            case INI_TOK_EOL:
+                return 0;
+            default:
+                return syntax_error(first);
+        }
+    }
+
+    i32 parse_key(LineScanner& scanner, const IniToken& key) {
+        if (!in_section_)
+            return syntax_error({INI_TOK_NONE, 0, 0});
+        IniToken token = scanner.next();
+        if (token.kind != INI_TOK_EQUALS)
+            return syntax_error(token);
+        IniToken value = scanner.next();
+        if (is_empty_quoted(value) || (value.kind != INI_TOK_WORD && value.kind != INI_TOK_QUOTED))
+            return syntax_error(value);
+        token = scanner.next();
+        // An unquoted value runs to the end of the last of the words that follow each other.
+        for (; value.kind == INI_TOK_WORD && token.kind == INI_TOK_WORD; token = scanner.next())
+            value.length = token.start + token.length - value.start;
+        if (!ends_statement(token))
+            return syntax_error(token);
+        const WiqIniLocation key_location = locate(key);
+        const WiqIniLocation value_location = locate(inside(value));
+        const char* key_text = cut(key);
+        const char* value_text = cut(inside(value));
+        if (on_key_ == nullptr)
+            return 0;
+        return on_key_(key_text, &key_location, value_text, &value_location, user_);
+    }
+
+    i32 parse_section(LineScanner& scanner) {
+        const IniToken name = scanner.next();
+        if (name.kind != INI_TOK_WORD)
+            return syntax_error(name);
+        in_section_ = true;
+        IniToken token = scanner.next();
+        IniToken argument = {INI_TOK_NONE, 0, 0};
+        if (is_empty_quoted(token))
+            return syntax_error(token);
+        if (token.kind == INI_TOK_WORD || token.kind == INI_TOK_QUOTED) {
+            argument = token;
+            token = scanner.next();
+        }
+        if (token.kind != INI_TOK_RBRACKET)
+            return syntax_error(token);
+        token = scanner.next();
+        if (!ends_statement(token))
+            return syntax_error(token);
+        return report_section(name, argument);
+    }
+
+    i32 report_section(const IniToken& name, const IniToken& argument) {
+        const WiqIniLocation name_location = locate(name);
+        WiqIniLocation argument_location = {0, 0, 0, 0};
+        const char* name_text = cut(name);
+        const char* argument_text = nullptr;
+        if (argument.kind != INI_TOK_NONE) {
+            argument_location = locate(inside(argument));
+            argument_text = cut(inside(argument));
+        }
+        if (on_section_ == nullptr)
+            return 0;
+        return on_section_(name_text, &name_location, argument_text, &argument_location, user_);
+    }
+
+    i32 syntax_error(const IniToken& token) {
+        const WiqIniLocation location = locate(token);
+        if (on_error_ != nullptr)
+            on_error_(&location, user_);
+        return WIQ_ERR_INI_SYNTAX;
+    }
+
+    static bool is_empty_quoted(const IniToken& token) {
+        return token.kind == INI_TOK_QUOTED && token.length == 2;
+    }
+    static bool ends_statement(const IniToken& token) {
+        return token.kind == INI_TOK_COMMENT || token.kind == INI_TOK_EOL;
+    }
+    // A quoted text without its quotes.
+    static IniToken inside(const IniToken& token) {
+        return token.kind == INI_TOK_QUOTED
+                   ? IniToken{token.kind, token.start + 1, token.length - 2}
+                   : token;
+    }
+
+    WiqIniLocation locate(const IniToken& token) const {
+        return {line_number_, token.start + 1, token.length, line_offset_ + token.start};
+    }
+
+    // Ends the token's text in the line, whose later tokens are all known by now.
+    const char* cut(const IniToken& token) {
+        line_[token.start + token.length] = '\0';
+        return line_ + token.start;
+    }
+
+    FILE* stream_;
+    WiqIniSectionFn on_section_;
+    WiqIniKeyFn on_key_;
+    WiqIniErrorFn on_error_;
+    void* user_;
+    char* line_ = nullptr;
+    size_t line_size_ = 0;
+    u32 line_number_ = 0;
+    u32 line_offset_ = 0;
+    bool in_section_ = false;
+};
+
+}  // namespace
+
+i32 wiq_ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
+                  WiqIniErrorFn on_error, void* user) {
+    if (stream == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    return IniParser(stream, on_section, on_key, on_error, user).parse();
+}

@@ -1,0 +1,102 @@
+// Path strings, without a look at the file system. The separator written is always "\"; which functions
+// also know "/" is part of what each one is for.
+
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+
+#include "ke_utils/core.h"
+#include "ke_utils/files.h"
+
+namespace {
+
+bool is_separator(char c) {
+    return c == '\\' || c == '/';
+}
+
+}  // namespace
+
+const char* wiq_basename(const char* path) {
+    if (path == nullptr)
+        return nullptr;
+    const char* tail = path;
+    for (const char* p = path; *p != '\0'; ++p) {
+        if (is_separator(*p))
+            tail = p + 1;
+    }
+    return tail;
+}
+
+char* wiq_dirname(char* path) {
+    if (path == nullptr)
+        return nullptr;
+    const size_t tail = static_cast<size_t>(wiq_basename(path) - path);
+    const bool in_drive_root = tail == 3 && path[1] == ':';
+    // Without its separator, except where the separator is all that the directory consists of.
+    path[tail >= 2 && !in_drive_root ? tail - 1 : tail] = '\0';
+    return path;
+}
+
+bool wiq_is_abs_path(const char* path) {
+    if (path == nullptr || path[0] == '\0')
+        return false;
+    return path[0] == '\\' || path[1] == ':';
+}
+
+bool wiq_filename_only(const char* s) {
+    return strpbrk(s, "\\/") == nullptr;
+}
+
+void wiq_trim_dirsep(char* path) {
+    if (path == nullptr || *path == '\0')
+        return;
+    char* last = path + strlen(path) - 1;
+    if (is_separator(*last))
+        *last = '\0';
+}
+
+char* wiq_build_path(const char* dir, const char* name) {
+    if (dir == nullptr || name == nullptr)
+        return nullptr;
+    const size_t dir_length = strlen(dir);
+    const size_t name_length = strlen(name);
+    char* path = static_cast<char*>(malloc(dir_length + name_length + 2));
+    if (path == nullptr)
+        return nullptr;
+    memcpy(path, dir, dir_length + 1);
+    wiq_trim_dirsep(path);
+    char* end = path + strlen(path);
+    *end++ = '\\';
+    memcpy(end, name, name_length + 1);
+    return path;
+}
+
+i32 wiq_append_path(wiq_strbuf* buf, const char* part) {
+    if (buf == nullptr || part == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    i32 separators = 0;
+    if (buf->len != 0 && *part != '\0' && wiq_strbuf_getc(buf, -1) != '\\') {
+        const i32 status = wiq_strbuf_putc(buf, '\\');
+        if (status != 0)
+            return status;
+        separators = 1;
+    }
+    const i32 appended = wiq_strbuf_write(buf, part, strlen(part));
+    if (appended >= 0)
+        return appended + separators;
+    // A separator with nothing behind it would be another path.
+    wiq_strbuf_erase(buf, static_cast<u64>(separators));
+    return appended;
+}
+
+i32 wiq_append_paths(wiq_strbuf* buf, int count, ...) {
+    va_list args;
+    va_start(args, count);
+    i32 total = 0;
+    for (int i = 0; i < count && total >= 0; ++i) {
+        const i32 appended = wiq_append_path(buf, va_arg(args, const char*));
+        total = appended < 0 ? appended : total + appended;
+    }
+    va_end(args);
+    return total;
+}

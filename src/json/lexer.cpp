@@ -1,0 +1,110 @@
+// See lexer.h.
+
+#include "json/lexer.h"
+
+namespace ke::json {
+
+namespace {
+
+// The four hexadecimal digits of a "\u" escape.
+u32 read_unit(const char* digits) {
+    u32 unit = 0;
+    for (int i = 0; i < 4; ++i)
+        unit = unit << 4 | static_cast<u32>(digit_value(digits[i]));
+    return unit;
+}
+
+constexpr bool is_high_surrogate(u32 unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+constexpr bool is_low_surrogate(u32 unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+// The code point of the escape whose "\u" stands before *p, with its second half where it has one; 0 if it
+// stands for none. *p moves behind it.
+u32 read_code_point(const char** p, const char* last) {
+    const u32 unit = read_unit(*p);
+    *p += 4;
+    if (is_low_surrogate(unit))
+        return 0;
+    if (!is_high_surrogate(unit))
+        return unit;
+    if (last - *p < 6 || (*p)[0] != '\\' || (*p)[1] != 'u')
+        return 0;
+    const u32 low = read_unit(*p + 2);
+    *p += 6;
+    return is_low_surrogate(low) ? ((unit - 0xD800) << 10) + (low - 0xDC00) + 0x10000 : 0;
+}
+
+char* write_utf8(char* out, u32 code_point) {
+    if (code_point < 0x80) {
+        *out++ = static_cast<char>(code_point);
+        return out;
+    }
+    if (code_point < 0x800) {
+        *out++ = static_cast<char>(0xC0 | code_point >> 6);
+    } else {
+        if (code_point < 0x10000) {
+            *out++ = static_cast<char>(0xE0 | code_point >> 12);
+        } else {
+            *out++ = static_cast<char>(0xF0 | code_point >> 18);
+            *out++ = static_cast<char>(0x80 | (code_point >> 12 & 0x3F));
+        }
+        *out++ = static_cast<char>(0x80 | (code_point >> 6 & 0x3F));
+    }
+    *out++ = static_cast<char>(0x80 | (code_point & 0x3F));
+    return out;
+}
+
+char unescape(char c) {
+    switch (c) {
+        case 'b':
+            return '\b';
+        case 'f':
+            return '\f';
+        case 'n':
+            return '\n';
+        case 'r':
+            return '\r';
+        case 't':
+            return '\t';
+        default:
+            return c;
+    }
+}
+
+}  // namespace
+
+char* decode_string(const char* first, const char* last, char* out) {
+    while (first != last) {
+        const void* backslash = memchr(first, '\\', static_cast<size_t>(last - first));
+        const char* run_end = backslash == nullptr ? last : static_cast<const char*>(backslash);
+        const size_t run = static_cast<size_t>(run_end - first);
+        memmove(out, first, run);
+        out += run;
+        if (run_end == last)
+            break;
+        const char c = run_end[1];
+        first = run_end + 2;
+        if (c != 'u') {
+            *out++ = unescape(c);
+            continue;
+        }
+        const u32 code_point = read_code_point(&first, last);
+        if (code_point == 0)
+            return nullptr;
+        out = write_utf8(out, code_point);
+    }
+    return out;
+}
+
+wiq_uint128 wrap_u128(const char* first, const char* last) {
+    const bool negative = *first == '-';
+    u128 value = 0;
+    for (const char* p = negative ? first + 1 : first; p != last; ++p)
+        value = value * 10 + static_cast<u128>(*p - '0');
+    return from_native(negative ? 0 - value : value);
+}
+
+}  // namespace ke::json

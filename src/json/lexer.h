@@ -1,0 +1,234 @@
+// The tokens of JSON text (RFC 8259) from either reader. The lexer checks a token's syntax first and then
+// makes its value: a string's escapes are decoded, integers that fit are signed 64-bit, larger ones
+// 128-bit, numbers with a fraction or an exponent doubles.
+#pragma once
+
+#include "json/escape_scan.h"
+#include "json/reader.h"
+#include "text/ctype.h"
+#include "text/numbers.h"
+#include "text/uint128.h"
+
+namespace ke::json {
+
+enum Token : int {
+    kTokenInvalid = -1,
+    kTokenEnd = 0,
+    // "{", "}", "[", "]", ":" and "," stand for themselves
+    kTokenString = 256,
+    kTokenInteger = 257,
+    kTokenReal = 258,
+    kTokenTrue = 259,
+    kTokenFalse = 260,
+    kTokenNull = 261,
+    kTokenBigInteger = 262,
+};
+
+// Decodes the escapes of a string that is known to be well formed, from `first` to `last` into `out`, which
+// may be `first` itself. The end of the decoded text, or nullptr on an escape of zero or of a surrogate
+// without its partner.
+char* decode_string(const char* first, const char* last, char* out);
+
+// The value of a decimal integer with an optional "-", modulo 2^128.
+wiq_uint128 wrap_u128(const char* first, const char* last);
+
+template <class Reader>
+class Lexer {
+  public:
+    template <class Source>
+    explicit Lexer(Source source) : reader(source) {}
+    Lexer(const Lexer&) = delete;
+    Lexer& operator=(const Lexer&) = delete;
+    ~Lexer() { wiq_strbuf_finalize(&decoded_); }
+
+    // Reads the next token into `token`: 0, or why there is none.
+    i32 scan() {
+        token = kTokenInvalid;
+        const i32 status = scan_token();
+        return reader.failed() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : status;
+    }
+
+    Reader reader;
+    int token = kTokenInvalid;
+    // The token's value; the text is valid until the next token is read.
+    const char* text = nullptr;
+    size_t length = 0;
+    i64 integer = 0;
+    double real = 0;
+    wiq_uint128 big = {};
+
+  private:
+    i32 scan_token() {
+        const int c = first_of_token();
+        if (c < 0) {
+            token = c == WIQ_ERR_EOF ? kTokenEnd : kTokenInvalid;
+            return c == WIQ_ERR_EOF ? 0 : c;
+        }
+        reader.begin_token();
+        switch (c) {
+            case '{':
+            case '}':
+            case '[':
+            case ']':
+            case ':':
+            case ',':
+                token = c;
+                return 0;
+            case '"':
+                return scan_string();
+            default:
+                if (c == '-' || is_digit(static_cast<char>(c)))
+                    return scan_number(c);
+                return is_alpha(static_cast<char>(c)) ? scan_word()
+                                                      : static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN);
+        }
+    }
+
+    int first_of_token() {
+        for (;;) {
+            reader.forget();
+            const int c = reader.next();
+            if (c != ' ' && c != '\n' && c != '\r' && c != '\t')
+                return c;
+        }
+    }
+
+    // true, false, null.
+    i32 scan_word() {
+        int c = reader.next();
+        while (c >= 0 && is_alpha(static_cast<char>(c)))
+            c = reader.next();
+        if (c < 0 && c != WIQ_ERR_EOF)
+            return c;
+        const std::string_view word = token_text(c);
+        if (word == "true")
+            token = kTokenTrue;
+        else if (word == "false")
+            token = kTokenFalse;
+        else if (word == "null")
+            token = kTokenNull;
+        return token == kTokenInvalid ? static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN) : 0;
+    }
+
+    // The token's text, when `c` has been read behind it; gives that byte back where that is possible.
+    std::string_view token_text(int c) {
+        reader.unread(c);
+        const bool kept_behind = c <= 0 && c >= -128;
+        const char* first = reader.token_begin();
+        return {first, static_cast<size_t>(reader.token_end() - first - (kept_behind ? 1 : 0))};
+    }
+
+    static bool is_digit_int(int c) { return c >= '0' && c <= '9'; }
+
+    // Skips digits; the byte behind them.
+    int skip_digits() {
+        int c = reader.next();
+        while (is_digit_int(c))
+            c = reader.next();
+        return c;
+    }
+
+    i32 scan_number(int c) {
+        bool is_real = false;
+        if (c == '-')
+            c = reader.next();
+        if (!is_digit_int(c))
+            return WIQ_ERR_JSON_BAD_NUMBER;
+        if (c == '0') {
+            c = reader.next();
+            if (is_digit_int(c))
+                return WIQ_ERR_JSON_BAD_NUMBER;
+        } else {
+            c = skip_digits();
+        }
+        if (c == '.') {
+            is_real = true;
+            if (!is_digit_int(reader.next()))
+                return WIQ_ERR_JSON_BAD_NUMBER;
+            c = skip_digits();
+        }
+        if (c == 'e' || c == 'E') {
+            is_real = true;
+            c = reader.next();
+            if (c == '+' || c == '-')
+                c = reader.next();
+            if (!is_digit_int(c))
+                return WIQ_ERR_JSON_BAD_NUMBER;
+            c = skip_digits();
+        }
+        const std::string_view number = token_text(c);
+        convert_number(number.data(), number.data() + number.size(), is_real);
+        return 0;
+    }
+
+    void convert_number(const char* first, const char* last, bool is_real) {
+        if (reader.failed())
+            return;
+        if (is_real) {
+            parse_double(first, last, &real);
+            token = kTokenReal;
+        } else if (parse_i64(first, last, &integer)) {
+            token = kTokenInteger;
+        } else {
+            big = wrap_u128(first, last);
+            token = kTokenBigInteger;
+        }
+    }
+
+    // Syntax first, up to the closing quote; then the escapes, if there were any.
+    i32 scan_string() {
+        bool escaped = false;
+        for (;;) {
+            if constexpr (Reader::kContiguous)
+                reader.skip_to(skip_plain_ascii(reader.rest(), reader.rest_end()));
+            const int c = reader.next();
+            if (c == '"')
+                break;
+            if (c < 0)
+                return c == WIQ_ERR_EOF ? static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_END) : c;
+            if (c < 0x20)
+                return WIQ_ERR_JSON_CONTROL_CHAR;
+            if (c == '\\') {
+                escaped = true;
+                if (!scan_escape())
+                    return WIQ_ERR_JSON_BAD_ESCAPE;
+            }
+        }
+        if (reader.failed())
+            return WIQ_ERR_NO_MEMORY;
+        return string_value(reader.token_begin() + 1, reader.token_end() - 1, escaped);
+    }
+
+    bool scan_escape() {
+        const int c = reader.next();
+        if (c != 'u')
+            return c > 0 && strchr("\"\\/bfnrt", c) != nullptr;
+        for (int digits = 0; digits < 4; ++digits) {
+            const int digit = reader.next();
+            if (digit < 0 || !is_hex_digit(static_cast<char>(digit)))
+                return false;
+        }
+        return true;
+    }
+
+    i32 string_value(const char* first, const char* last, bool escaped) {
+        text = first;
+        length = static_cast<size_t>(last - first);
+        if (escaped) {
+            decoded_.len = 0;
+            if (strbuf_reserve(&decoded_, length + 1) != 0)
+                return WIQ_ERR_NO_MEMORY;
+            const char* end = decode_string(first, last, decoded_.data);
+            if (end == nullptr)
+                return WIQ_ERR_JSON_BAD_UNICODE_ESCAPE;
+            text = decoded_.data;
+            length = static_cast<size_t>(end - text);
+        }
+        token = kTokenString;
+        return 0;
+    }
+
+    wiq_strbuf decoded_ = {};
+};
+
+}  // namespace ke::json
