@@ -4,6 +4,7 @@
 #include <uv.h>
 
 #include "ke_utils/core.h"
+#include "os/module.h"
 #include "os/os.h"
 
 // A caller's wiq_lib is libuv's record under a name that needs no libuv header.
@@ -44,7 +45,7 @@ i32 wiq_gmtime_real(const i64* t, struct tm* out) {
 }
 
 i32 wiq_dlopen_real(const char* path, wiq_lib* lib) {
-    if (uv_dlopen(path, uv_lib(lib)) == 0)
+    if (ke::os::open_module(path, uv_lib(lib)) == 0)
         return 0;
     uv_dlclose(uv_lib(lib));
     return WIQ_ERR_DLOPEN;

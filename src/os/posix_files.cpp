@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "os/module.h"
 #include "os/os.h"
 
 namespace ke::os {
@@ -180,6 +181,14 @@ char* executable_path() {
         if (length < 0)
             return nullptr;
     }
+}
+
+int open_module(const char* path, uv_lib_t* lib) {
+    const NativePath native(path);
+    if (native.get() != nullptr)
+        return uv_dlopen(native.get(), lib);
+    *lib = {};
+    return UV_ENOMEM;
 }
 
 void lock_stream(FILE* fp) {

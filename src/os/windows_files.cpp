@@ -11,6 +11,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include "os/module.h"
 #include "os/os.h"
 
 namespace ke::os {
@@ -198,6 +199,10 @@ char* executable_path() {
     path[MAX_PATH - 1] = L'\0';
     u32 code = 0;
     return narrow_text(path, &code);
+}
+
+int open_module(const char* path, uv_lib_t* lib) {
+    return uv_dlopen(path, lib);
 }
 
 void lock_stream(FILE* fp) {
