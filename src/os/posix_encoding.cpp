@@ -1,12 +1,11 @@
 // Text conversion on POSIX systems, where a wide character is one code point (UTF-32). The error codes are
 // those that callers know from Windows.
 
+#include <bit>
 #include <cstdlib>
-#include <cstring>
 #include <cwchar>
 
 #include "os/os.h"
-#include "text/utf8.h"
 
 static_assert(sizeof(wchar_t) == sizeof(u32), "wide characters are code points here");
 
@@ -38,6 +37,13 @@ char* encode(u32 code_point, char* out) {
     }
     out[0] = static_cast<char>(kLeadMarks[length] | code_point);
     return out + length;
+}
+
+// The length that a lead byte announces; 0 for a byte that begins no valid sequence.
+u32 announced_length(u8 lead) {
+    if (lead < 0x80)
+        return 1;
+    return lead < 0xC2 || lead > 0xF4 ? 0 : static_cast<u32>(std::countl_one(lead));
 }
 
 // How many bytes from `s` begin a sequence that could be valid: the maximal subpart that one replacement
@@ -74,7 +80,7 @@ u32 decode(const u8* s, u32 length) {
 
 // The next character of the text, which *s moves behind.
 wchar_t next_character(const u8** s) {
-    const u32 length = utf8_length(**s);
+    const u32 length = announced_length(**s);
     const u32 taken = length == 0 ? 1 : maximal_subpart(*s, length);
     const wchar_t character =
         taken == length ? static_cast<wchar_t>(decode(*s, length)) : kReplacement;

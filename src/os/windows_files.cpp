@@ -1,6 +1,9 @@
 // Files, directories, text conversion and stream locks on Windows: the wide-character functions of the
 // system and of the runtime. Paths are UTF-8 until they get here.
 
+// libuv's header wants to be the first to bring in the system's.
+#include "os/module.h"
+
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
@@ -11,7 +14,6 @@
 #include <cstring>
 #include <cwchar>
 
-#include "os/module.h"
 #include "os/os.h"
 
 namespace ke::os {
