@@ -24,10 +24,6 @@ list(TRANSFORM KE_WRAPPED_FUNCTIONS PREPEND -Wl,--wrap= OUTPUT_VARIABLE KE_WRAP_
 function(ke_test_kind target kind)
   if(kind STREQUAL "SHARED")
     target_link_libraries(${target} PRIVATE ke_utils)
-    if(NOT WIN32)
-      # Families land one by one; a program that uses those already there must link meanwhile.
-      target_link_options(${target} PRIVATE -Wl,--unresolved-symbols=ignore-in-shared-libs)
-    endif()
   else()
     target_link_libraries(${target} PRIVATE ke_utils_static)
     target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src)
