@@ -3,7 +3,8 @@
 // 128-bit, numbers with a fraction or an exponent doubles.
 #pragma once
 
-#include "json/escape_scan.h"
+#include <string_view>
+
 #include "json/reader.h"
 #include "text/ctype.h"
 #include "text/numbers.h"
@@ -28,6 +29,10 @@ enum Token : int {
 // may be `first` itself. The end of the decoded text, or nullptr on an escape of zero or of a surrogate
 // without its partner.
 char* decode_string(const char* first, const char* last, char* out);
+
+// What becomes of a number from `first` to `last` with a byte beyond ASCII right behind it: it is converted
+// with that byte, so the status is that of the conversion which its kind and size ask for.
+i32 status_of_spoiled(const char* first, const char* last, bool is_real);
 
 // The value of a decimal integer with an optional "-", modulo 2^128.
 wiq_uint128 wrap_u128(const char* first, const char* last);
@@ -110,12 +115,12 @@ class Lexer {
         return token == kTokenInvalid ? static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN) : 0;
     }
 
-    // The token's text, when `c` has been read behind it; gives that byte back where that is possible.
+    // The token's text, when `c` has been read behind it; gives that byte back where that is possible. A
+    // byte beyond ASCII is not, and stays the text's last.
     std::string_view token_text(int c) {
         reader.unread(c);
-        const bool kept_behind = c <= 0 && c >= -128;
         const char* first = reader.token_begin();
-        return {first, static_cast<size_t>(reader.token_end() - first - (kept_behind ? 1 : 0))};
+        return {first, static_cast<size_t>(reader.token_end() - first)};
     }
 
     static bool is_digit_int(int c) { return c >= '0' && c <= '9'; }
@@ -157,13 +162,14 @@ class Lexer {
             c = skip_digits();
         }
         const std::string_view number = token_text(c);
-        convert_number(number.data(), number.data() + number.size(), is_real);
-        return 0;
+        if (reader.failed())
+            return WIQ_ERR_NO_MEMORY;
+        return convert_number(number.data(), number.data() + number.size(), is_real);
     }
 
-    void convert_number(const char* first, const char* last, bool is_real) {
-        if (reader.failed())
-            return;
+    i32 convert_number(const char* first, const char* last, bool is_real) {
+        if (static_cast<i8>(last[-1]) < 0)
+            return status_of_spoiled(first, last - 1, is_real);
         if (is_real) {
             parse_double(first, last, &real);
             token = kTokenReal;
@@ -173,14 +179,14 @@ class Lexer {
             big = wrap_u128(first, last);
             token = kTokenBigInteger;
         }
+        return 0;
     }
 
     // Syntax first, up to the closing quote; then the escapes, if there were any.
     i32 scan_string() {
         bool escaped = false;
         for (;;) {
-            if constexpr (Reader::kContiguous)
-                reader.skip_to(skip_plain_ascii(reader.rest(), reader.rest_end()));
+            reader.skip_plain();
             const int c = reader.next();
             if (c == '"')
                 break;

@@ -1,18 +1,20 @@
 // Where JSON text comes from: a string in memory or an open stream. Both readers give the lexer one byte at
-// a time, checked as UTF-8, and count as they go; a place is a line, a column and the bytes consumed.
+// a time, checked as UTF-8; a place is a line, a column and the bytes consumed.
 //
-// The text's own bytes are ASCII; any other byte comes as its signed value, -128 to -1, and so is a failure
-// wherever it stands. A column counts characters: a byte that only continues one does not count.
-//
-// What next() gives: 0 to 127, a byte; -128 to -1, a byte of a valid sequence beyond ASCII; -3004 at the
-// end; -1049 for an invalid sequence. The last two stay.
+// What next() gives:
+//   0 to 127      a byte
+//   -128 to -1    the first byte of a valid sequence beyond ASCII, as its signed value: JSON text is ASCII,
+//                 so the byte is a failure wherever it stands, and is consumed and counted before it is
+//   -3004         the end; it stays
+//   -1049         an invalid sequence, of which nothing is counted; it stays
+// Behind a byte beyond ASCII nothing more is read: every token that meets one is the last.
 #pragma once
 
 #include <cstdio>
 #include <cstring>
-#include <string_view>
 
 #include "containers/strbuf_core.h"
+#include "json/escape_scan.h"
 #include "ke_utils/core.h"
 #include "os/os.h"
 #include "text/utf8.h"
@@ -30,15 +32,19 @@ constexpr bool starts_character(u8 byte) {
 }
 
 // A NUL-terminated string. Nothing is counted on the way: the place is worked out from what was consumed.
+// The string's length is not asked for either, so that reading one value of many from a long text costs
+// only what that value is long.
 class StringReader {
   public:
     explicit StringReader(const char* text)
-        : start_(text), next_(text), end_(text + strlen(text)), token_(text) {}
+        : start_(text), next_(text), token_(text), plain_end_(text) {}
 
     int next() {
-        if (next_ != end_ && static_cast<i8>(*next_) >= 0 && tail_ == 0)
-            return *next_++;
-        return next_special();
+        const int c = static_cast<i8>(*next_);
+        if (c <= 0)
+            return next_special();
+        ++next_;
+        return c;
     }
     // Takes back the byte that next() gave; only values above 0 can be.
     void unread(int c) {
@@ -53,14 +59,16 @@ class StringReader {
     const char* token_end() const { return next_; }
     bool failed() const { return false; }
 
-    // Everything that is left, for scanning in bulk, as far as it was not found to be bad.
-    static constexpr bool kContiguous = true;
-    const char* rest() const { return next_; }
-    const char* rest_end() const { return tail_ == 0 ? end_ : next_; }
-    void skip_to(const char* p) { next_ = p; }
+    // Moves on over the characters that a string holds as they stand, as far as is known at once; there
+    // may be more.
+    void skip_plain() {
+        if (next_ >= plain_end_)
+            look_ahead();
+        next_ = skip_plain_ascii(next_, plain_end_);
+    }
 
     Place place() const {
-        Place place = {1, 0, static_cast<i32>(next_ - start_)};
+        Place place = {1, 0, position()};
         const char* line = start_;
         while (const void* feed = memchr(line, '\n', static_cast<size_t>(next_ - line))) {
             line = static_cast<const char*>(feed) + 1;
@@ -74,25 +82,30 @@ class StringReader {
 
   private:
     int next_special() {
-        if (tail_ != 0) {
-            --tail_;
-            return static_cast<i8>(*next_++);
-        }
-        if (next_ == end_)
+        if (*next_ == '\0')
             return WIQ_ERR_EOF;
+        // The check ends at the first byte that continues nothing, so at the NUL at the latest.
         const auto* sequence = reinterpret_cast<const u8*>(next_);
-        const u32 length = utf8_length(*sequence);
-        if (length > static_cast<size_t>(end_ - next_) || !utf8_valid_sequence(sequence, length))
+        if (!utf8_valid_sequence(sequence, utf8_length(*sequence)))
             return WIQ_ERR_JSON_BAD_UTF8;
-        tail_ = length - 1;
         return static_cast<i8>(*next_++);
+    }
+
+    // Finds a stretch without the NUL, twice as long as the one before: in all no more is looked at than
+    // twice what is consumed, and a stretch is still in the nearest cache when it is read.
+    void look_ahead() {
+        constexpr size_t kLongest = 16384;
+        const void* nul = memchr(next_, '\0', ahead_);
+        plain_end_ = nul != nullptr ? static_cast<const char*>(nul) : next_ + ahead_;
+        if (ahead_ < kLongest)
+            ahead_ *= 2;
     }
 
     const char* start_;
     const char* next_;
-    const char* end_;
     const char* token_;
-    u32 tail_ = 0;  // bytes left of a sequence beyond ASCII
+    const char* plain_end_;  // no NUL between next_ and here
+    size_t ahead_ = 128;
 };
 
 // An open stream, read byte by byte and never further than the byte behind a token; locked while the
@@ -113,6 +126,7 @@ class StreamReader {
             count(static_cast<u8>(c));
         return c;
     }
+    // A NUL stays consumed: only values above 0 can be taken back.
     void unread(int c) {
         if (c <= 0)
             return;
@@ -136,7 +150,7 @@ class StreamReader {
     // Without memory for the token's text.
     bool failed() const { return failed_; }
 
-    static constexpr bool kContiguous = false;
+    void skip_plain() {}
 
     Place place() const { return place_; }
     i32 position() const { return place_.position; }
@@ -150,27 +164,24 @@ class StreamReader {
             pushed_back_ = 0;
             return c;
         }
-        if (tail_ != tail_end_)
-            return static_cast<i8>(sequence_[tail_++]);
         const int c = os::getc_locked(stream_);
         if (c == EOF)
             return state_ = WIQ_ERR_EOF;
         return c < 0x80 ? c : fetch_sequence(static_cast<u8>(c));
     }
 
+    // Reads a whole sequence, as long as its first byte says it is, before any of it is judged.
     int fetch_sequence(u8 lead) {
         const u32 length = utf8_length(lead);
-        sequence_[0] = lead;
+        u8 sequence[4] = {lead};
         for (u32 i = 1; i < length; ++i) {
             const int c = os::getc_locked(stream_);
             if (c == EOF)
                 return state_ = WIQ_ERR_JSON_BAD_UTF8;
-            sequence_[i] = static_cast<u8>(c);
+            sequence[i] = static_cast<u8>(c);
         }
-        if (!utf8_valid_sequence(sequence_, length))
+        if (!utf8_valid_sequence(sequence, length))
             return state_ = WIQ_ERR_JSON_BAD_UTF8;
-        tail_ = 1;
-        tail_end_ = length;
         return static_cast<i8>(lead);
     }
 
@@ -186,7 +197,10 @@ class StreamReader {
         keep(static_cast<char>(byte));
     }
 
+    // A token's text cannot hold a NUL.
     void keep(char byte) {
+        if (byte == '\0')
+            return;
         if (kept_.len + 2 > kept_.capacity && strbuf_grow(&kept_, kept_.len + 2) != 0) {
             failed_ = true;
             return;
@@ -200,9 +214,6 @@ class StreamReader {
     i32 previous_column_ = 0;
     int pushed_back_ = 0;
     int state_ = 0;
-    u32 tail_ = 0;
-    u32 tail_end_ = 0;
-    u8 sequence_[4] = {};
     bool failed_ = false;
 };
 
