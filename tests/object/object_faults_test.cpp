@@ -1,0 +1,119 @@
+// Every allocation of the object system and of tagged values fails once.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "ke_utils/core.h"
+#include "ke_utils/json.h"
+#include "ke_utils/mtype.h"
+#include "ke_utils/object.h"
+#include "support/alloc_faults.h"
+
+namespace {
+
+TEST(StaticObject, BuiltInTypesAreRegisteredInTheStaticLibraryToo) {
+    u32 count = 0;
+    WiqType** types = type_list(&count);
+    ASSERT_EQ(count, 6u);
+    EXPECT_STREQ(types[0]->name, "JsonDumpVisitor");
+    EXPECT_EQ(types[4], &WiqJsonVisitorType);
+    EXPECT_EQ(types[5], &ObjectType);
+}
+
+// The class records of the built-in types are made by the first object, and are no leak.
+TEST(ObjectFaults, NewGivesNull) {
+    object_delete(object_new(&WiqJsonVisitorType));
+    const size_t points = SweepAllocations([](AllocFaults& faults) {
+        faults.arm();
+        WiqObject* object = object_new(&WiqJsonVisitorType);
+        faults.disarm();
+        EXPECT_EQ(object == nullptr, faults.fired());
+        object_unref(object);
+    });
+    EXPECT_EQ(points, 2u);
+}
+
+TEST(ObjectFaults, ClassBuildingLeavesNoHalfClass) {
+    for (size_t nth = 1; nth <= 3; ++nth) {
+        // Descriptors live as long as the registry.
+        auto* parent = new WiqType{};  // NOLINT
+        auto* child = new WiqType{};   // NOLINT
+        parent->name = "Parent";
+        child->name = "Child";
+        ASSERT_EQ(type_init(parent, &ObjectType), 0);
+        ASSERT_EQ(type_init(child, parent), 0);
+        AllocFaults faults(nth, AllocFaults::kTransient);
+        faults.arm();
+        WiqObject* object = object_new(child);
+        faults.disarm();
+        EXPECT_TRUE(faults.fired());
+        EXPECT_EQ(object, nullptr);
+        // The child's record is taken first, then the parent's, then the instance.
+        EXPECT_EQ(child->klass != nullptr, nth == 3);
+        EXPECT_EQ(parent->klass != nullptr, nth == 3);
+        object = object_new(child);
+        EXPECT_NE(object, nullptr) << "a later try succeeds";
+        object_unref(object);
+    }
+}
+
+// A setter that fails has cleared the value, which can be set again.
+void sweep_setter(i32 (*set)(wiq_mtype* value)) {
+    const size_t points = SweepAllocations([set](AllocFaults& faults) {
+        wiq_mtype value;
+        wiq_mtype_init(&value);
+        ASSERT_EQ(wiq_mtype_set_utf8(&value, "before", 1), 0);
+        faults.arm();
+        const i32 status = set(&value);
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        EXPECT_EQ(wiq_mtype_set_int32(&value, 5), 0);
+        EXPECT_EQ(wiq_mtype_finalize(&value), 0);
+    });
+    EXPECT_GE(points, 2u);
+}
+
+TEST(MtypeFaults, Setters) {
+    static const std::string longer(70000, 'x');
+    sweep_setter([](wiq_mtype* v) { return wiq_mtype_set_utf8(v, "text", 1); });
+    sweep_setter([](wiq_mtype* v) { return wiq_mtype_set_uint128(v, {1, 2}); });
+    sweep_setter([](wiq_mtype* v) { return wiq_mtype_set_blob(v, "text", 4, 1, 1); });
+    sweep_setter(
+        [](wiq_mtype* v) { return wiq_mtype_set_blob(v, longer.data(), longer.size(), 1, 1); });
+    sweep_setter(
+        [](wiq_mtype* v) { return wiq_mtype_set_blob(v, longer.data(), longer.size(), 0, 0); });
+}
+
+TEST(MtypeFaults, Copies) {
+    static const std::string longer(70000, 'x');
+    static wiq_mtype source;
+    for (int kind = 0; kind < 4; ++kind) {
+        wiq_mtype_init(&source);
+        if (kind == 0)
+            wiq_mtype_set_utf8(&source, "text", 0);
+        else if (kind == 1)
+            wiq_mtype_set_uint128(&source, {1, 2});
+        else
+            wiq_mtype_set_blob(&source, longer.data(), kind == 2 ? 5 : longer.size(), 0, 0);
+        sweep_setter([](wiq_mtype* v) { return wiq_mtype_copy(&source, v); });
+        if (kind == 3)
+            sweep_setter([](wiq_mtype* v) { return wiq_mtype_copy_ref(&source, v); });
+        wiq_mtype_finalize(&source);
+    }
+}
+
+TEST(MtypeFaults, ACellThatCouldNotBeHadReadsAsZero) {
+    wiq_mtype value;
+    wiq_mtype_init(&value);
+    ASSERT_EQ(wiq_mtype_set_uint128(&value, {1, 2}), 0);
+    AllocFaults faults(1, AllocFaults::kTransient);
+    faults.arm();
+    EXPECT_EQ(wiq_mtype_set_uint128(&value, {3, 4}), WIQ_ERR_NO_MEMORY);
+    faults.disarm();
+    EXPECT_TRUE(wiq_mtype_is_uint128(&value));
+    EXPECT_EQ(wiq_mtype_get_uint128(&value).lo, 0u);
+    EXPECT_EQ(wiq_mtype_set_uint128(&value, {5, 6}), 0);
+    wiq_mtype_finalize(&value);
+}
+
+}  // namespace
