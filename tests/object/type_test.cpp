@@ -17,7 +17,7 @@ std::vector<std::string> registered() {
     WiqType** types = type_list(&count);
     std::vector<std::string> names;
     for (u32 i = 0; i < count; ++i)
-        names.emplace_back(types[i]->name);
+        names.emplace_back(types[i]->name == nullptr ? "(no name)" : types[i]->name);
     return names;
 }
 
@@ -34,7 +34,7 @@ WiqType* find_type(const std::string& name) {
     u32 count = 0;
     WiqType** types = type_list(&count);
     for (u32 i = 0; i < count; ++i) {
-        if (name == types[i]->name)
+        if (types[i]->name != nullptr && name == types[i]->name)
             return types[i];
     }
     return nullptr;
