@@ -20,6 +20,9 @@ i32 visit_u128_copy(const WiqJsonVisitorClass* slots, WiqJsonVisitor* self, wiq_
 }
 
 i32 visit(WiqJsonVisitor* self, wiq_json_t* node) {
+    // A subclass may have removed a child that the walk still counts on.
+    if (node == nullptr)
+        return WIQ_ERR_INVALID_ARG;
     const WiqJsonVisitorClass* slots = slots_of(self);
     switch (node->type) {
         case kJsonNull:
@@ -50,7 +53,7 @@ i32 visit(WiqJsonVisitor* self, wiq_json_t* node) {
 
 i32 walk_members(WiqJsonVisitor* self, wiq_json_t* obj, const wiq_strv* keys, i32 count) {
     const WiqJsonVisitorClass* slots = slots_of(self);
-    for (i32 i = 0; i < count; ++i) {
+    for (i32 i = 0; i < count && i < wiq_vector_size(keys); ++i) {
         const char* key = wiq_strv_get(keys, static_cast<u32>(i));
         wiq_json_t* value = wiq_json_obj_get_ext(obj, key, 0, nullptr);
         const i32 status = slots->object_member(self, obj, key, value, i == 0);

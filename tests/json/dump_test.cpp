@@ -1,0 +1,482 @@
+// Tests of the serializer: the text of every kind, layouts, targets, and the short way of the built-in
+// classes against a walk slot by slot.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "ke_utils/core.h"
+#include "ke_utils/json.h"
+
+namespace {
+
+constexpr u32 kPretty = WIQ_JSON_DUMP_PRETTY;
+constexpr u32 kSorted = WIQ_JSON_DUMP_SORT_KEYS;
+constexpr u32 kAsObject = WIQ_JSON_DUMP_U128_AS_OBJECT;
+
+// The text of a node, or "(status)". The node is not released.
+std::string dumped(wiq_json_t* node, u32 flags) {
+    char* text = nullptr;
+    const i32 length = wiq_json_sdump(node, &text, flags);
+    if (length < 0) {
+        EXPECT_EQ(text, nullptr);
+        return "(" + std::to_string(length) + ")";
+    }
+    EXPECT_EQ(strlen(text), static_cast<size_t>(length));
+    std::string result(text);
+    free(text);
+    return result;
+}
+
+// The text of a new node, which is released.
+std::string text_of(wiq_json_t* node, u32 flags = 0) {
+    std::string text = dumped(node, flags);
+    wiq_json_unref(node);
+    return text;
+}
+
+wiq_json_t* parsed(const char* text) {
+    wiq_json_t* root = wiq_json_loads(text, 0, nullptr);
+    EXPECT_NE(root, nullptr) << text;
+    return root;
+}
+
+// What a function writes into a stream.
+template <class Write>
+std::string written(const Write& write) {
+    FILE* stream = tmpfile();
+    EXPECT_NE(stream, nullptr);
+    write(stream);
+    std::string text(static_cast<size_t>(ftell(stream)), '\0');
+    rewind(stream);
+    EXPECT_EQ(fread(text.data(), 1, text.size(), stream), text.size());
+    fclose(stream);
+    return text;
+}
+
+TEST(Dump, EveryKind) {
+    EXPECT_EQ(text_of(wiq_json_null_new(nullptr)), "null");
+    EXPECT_EQ(text_of(wiq_json_bool_new(true, nullptr)), "true");
+    EXPECT_EQ(text_of(wiq_json_bool_new(false, nullptr)), "false");
+    EXPECT_EQ(text_of(wiq_json_i64_new(0, nullptr)), "0");
+    EXPECT_EQ(text_of(wiq_json_i64_new(INT64_MIN, nullptr)), "-9223372036854775808");
+    EXPECT_EQ(text_of(wiq_json_i64_new(INT64_MAX, nullptr)), "9223372036854775807");
+    EXPECT_EQ(text_of(wiq_json_u64_new(UINT64_MAX, nullptr)), "18446744073709551615");
+    EXPECT_EQ(text_of(wiq_json_str_new("a\t\"b\"", nullptr)), "\"a\\t\\\"b\\\"\"");
+    EXPECT_EQ(text_of(wiq_json_str_new("\xc3\xa9", nullptr)), "\"\xc3\xa9\"");
+    EXPECT_EQ(text_of(wiq_json_str_new("\xff", nullptr)), "(-7003)");
+    EXPECT_EQ(text_of(wiq_json_jref_new("#/x", nullptr)), R"({"$ref":"#/x"})");
+    EXPECT_EQ(text_of(parsed("[]")), "[]");
+    EXPECT_EQ(text_of(parsed("{}")), "{}");
+}
+
+TEST(Dump, Doubles) {
+    struct Row {
+        double value;
+        std::string text;
+    };
+    for (const Row& row : {
+             Row{0.1, "0.100000"},
+             Row{1.5, "1.500000"},
+             Row{-2.0, "-2.000000"},
+             Row{0.0, "0.000000"},
+             Row{-0.0, "-0.000000"},
+             Row{1e-7, "0.000000"},
+             Row{0.0000005, "0.000000"},
+             Row{0.0000015, "0.000002"},
+             Row{123456789.123456789, "123456789.123457"},
+             Row{2.5e15, "2500000000000000.000000"},
+             Row{std::numeric_limits<double>::infinity(), "inf"},
+             Row{-std::numeric_limits<double>::infinity(), "-inf"},
+             Row{std::numeric_limits<double>::quiet_NaN(), "nan"},
+         })
+        EXPECT_EQ(text_of(wiq_json_double_new(row.value, nullptr)), row.text);
+    const std::string text = text_of(wiq_json_double_new(1e300, nullptr));
+    EXPECT_EQ(text.size(), 301u + 7);
+    EXPECT_EQ(text.substr(0, 20), "10000000000000000525");
+    EXPECT_EQ(text_of(wiq_json_double_new(-std::numeric_limits<double>::max(), nullptr)).size(),
+              1u + 309 + 7);
+}
+
+TEST(Dump, BigIntegers) {
+    const wiq_uint128 big = {0, 1};
+    EXPECT_EQ(text_of(wiq_json_u128_new(&big, nullptr)), "18446744073709551616");
+    EXPECT_EQ(text_of(wiq_json_u128_new(&big, nullptr), kAsObject),
+              R"({"u128":"18446744073709551616"})");
+    EXPECT_EQ(text_of(wiq_json_u128_new(&big, nullptr), kAsObject | kPretty),
+              "{\n  \"u128\": \"18446744073709551616\"\n}");
+    const wiq_uint128 biggest = {UINT64_MAX, UINT64_MAX};
+    EXPECT_EQ(text_of(wiq_json_u128_new(&biggest, nullptr)),
+              "340282366920938463463374607431768211455");
+    const wiq_uint128 zero = {0, 0};
+    EXPECT_EQ(text_of(wiq_json_u128_new(&zero, nullptr)), "0");
+}
+
+TEST(Dump, Layouts) {
+    struct Row {
+        const char* text;
+        u32 flags;
+        const char* expected;
+    };
+    for (const Row& row : {
+             Row{R"({"b":[true,null],"a":1})", kSorted, R"({"a":1,"b":[true,null]})"},
+             Row{R"({"b":[true,null],"a":1})", kSorted | kPretty,
+                 "{\n  \"a\": 1,\n  \"b\": [\n    true,\n    null\n  ]\n}"},
+             Row{"[]", kPretty, "[\n]"},
+             Row{"{}", kPretty, "{\n}"},
+             Row{"[[],{}]", kPretty, "[\n  [\n  ],\n  {\n  }\n]"},
+             Row{R"([{"$ref":"#/x"}])", kPretty, "[\n  {\n    \"$ref\": \"#/x\"\n  }\n]"},
+             Row{"[1,2,3]", 0, "[1,2,3]"},
+             Row{"[1,2,3]", 1, "[1,2,3]"},
+             Row{R"({"z":1,"y":2,"Z":3,"\u00e9":4,"":5})", kSorted,
+                 "{\"\":5,\"Z\":3,\"y\":2,\"z\":1,\"\xc3\xa9\":4}"},
+             Row{R"({"k\"ey":"v"})", 0, R"({"k\"ey":"v"})"},
+         })
+        EXPECT_EQ(text_of(parsed(row.text), row.flags), row.expected) << row.text;
+}
+
+TEST(Dump, InitialIndentation) {
+    wiq_json_t* root = parsed("[1]");
+    wiq_strbuf buf;
+    ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
+    wiq_strbuf_write(&buf, "x = ", 4);
+    EXPECT_EQ(wiq_json_sdump_ext(root, &buf, kPretty, 3), 0);
+    EXPECT_STREQ(buf.data, "x = [\n     1\n   ]");
+    EXPECT_EQ(strlen(buf.data), buf.len);
+    wiq_strbuf_reset(&buf);
+    EXPECT_EQ(wiq_json_sdump_ext(root, &buf, 0, 3), 0);
+    EXPECT_STREQ(buf.data, "[1]");
+    EXPECT_EQ(
+        written([root](FILE* stream) { EXPECT_EQ(wiq_json_fdump(root, stream, kPretty, 3), 13); }),
+        "[\n     1\n   ]");
+    wiq_strbuf_finalize(&buf);
+    wiq_json_unref(root);
+}
+
+TEST(Dump, MemberOrderIsTheObjects) {
+    wiq_json_t* root = parsed(R"({"zeta":1,"alpha":2,"mid":3,"x":4,"y":5,"beta":6})");
+    wiq_strv keys;
+    ASSERT_EQ(wiq_strv_init(&keys), 0);
+    const i32 count = wiq_json_obj_keys(root, &keys);
+    std::string expected = "{";
+    for (i32 i = 0; i < count; ++i) {
+        const char* key = wiq_strv_get(&keys, static_cast<u32>(i));
+        expected += (i == 0 ? "\"" : ",\"") + std::string(key) +
+                    "\":" + std::to_string(wiq_json_obj_get_i64(root, key, nullptr));
+    }
+    EXPECT_EQ(dumped(root, 0), expected + "}");
+    wiq_strv_finalize(&keys);
+    wiq_json_unref(root);
+}
+
+TEST(Dump, BadArguments) {
+    wiq_json_t* root = parsed("1");
+    wiq_strbuf buf;
+    ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
+    char* text = nullptr;
+    EXPECT_EQ(wiq_json_sdump(nullptr, &text, 0), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_sdump(root, nullptr, 0), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_sdump_ext(nullptr, &buf, 0, 0), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_sdump_ext(root, nullptr, 0, 0), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_fdump(nullptr, stdout, 0, 0), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_fdump(root, nullptr, 0, 0), WIQ_ERR_INVALID_ARG);
+    wiq_strbuf_finalize(&buf);
+    wiq_json_unref(root);
+}
+
+TEST(Dump, AFailureLeavesWhatWasWritten) {
+    wiq_json_t* root = wiq_json_array_new(0, nullptr);
+    wiq_json_array_push_i64(root, 1, nullptr);
+    wiq_json_array_push_str(root, "a\xff", nullptr);
+    wiq_json_array_push_i64(root, 2, nullptr);
+    wiq_strbuf buf;
+    ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
+    EXPECT_EQ(wiq_json_sdump_ext(root, &buf, 0, 0), WIQ_ERR_BAD_FORMAT);
+    EXPECT_STREQ(buf.data, "[1,\"a");
+    wiq_strbuf_finalize(&buf);
+    EXPECT_EQ(written([root](FILE* stream) {
+                  EXPECT_EQ(wiq_json_fdump(root, stream, 0, 0), WIQ_ERR_BAD_FORMAT);
+              }).substr(0, 3),
+              "[1,");
+    wiq_json_unref(root);
+}
+
+TEST(Dump, AnUnknownKindIsRefused) {
+    wiq_json_t* root = wiq_json_array_new(0, nullptr);
+    wiq_json_t* bad = wiq_json_array_push_bool(root, true, nullptr);
+    u16 tag = 11;
+    memcpy(bad, &tag, sizeof(tag));
+    EXPECT_EQ(dumped(root, 0), "(-7014)");
+    tag = 8;
+    memcpy(bad, &tag, sizeof(tag));
+    wiq_json_unref(root);
+}
+
+TEST(Dump, ToAStream) {
+    wiq_json_t* root = parsed(R"({"a":[1,2.5,"text",{"$ref":"#/a"}]})");
+    const std::string expected = dumped(root, 0);
+    EXPECT_EQ(written([&](FILE* stream) {
+                  fputs("before ", stream);
+                  EXPECT_EQ(wiq_json_fdump(root, stream, 0, 0), static_cast<i32>(expected.size()));
+              }),
+              "before " + expected);
+    wiq_json_unref(root);
+}
+
+TEST(Dump, LongTextsToAStream) {
+    // Longer than any block that the stream is written in, and just around its size.
+    for (size_t length : {size_t{10}, size_t{32 * 1024 - 3}, size_t{32 * 1024}, size_t{200000}}) {
+        const std::string text(length, 't');
+        wiq_json_t* root = wiq_json_array_new(0, nullptr);
+        for (int i = 0; i < 3; ++i)
+            wiq_json_array_push_str(root, text.c_str(), nullptr);
+        EXPECT_EQ(
+            written([root](FILE* stream) { EXPECT_GT(wiq_json_fdump(root, stream, 0, 0), 0); }),
+            dumped(root, 0));
+        wiq_json_unref(root);
+    }
+}
+
+TEST(Dump, AStreamThatFailsIsReported) {
+    wiq_json_t* root = wiq_json_array_new(0, nullptr);
+    const std::string text(100000, 't');
+    wiq_json_array_push_str(root, text.c_str(), nullptr);
+    FILE* made = fopen("dump_test_read_only.tmp", "w");
+    ASSERT_NE(made, nullptr);
+    fclose(made);
+    FILE* read_only = fopen("dump_test_read_only.tmp", "r");
+    ASSERT_NE(read_only, nullptr);
+    EXPECT_LT(wiq_json_fdump(root, read_only, 0, 0), 0);
+    fclose(read_only);
+    remove("dump_test_read_only.tmp");
+#ifndef _WIN32
+    FILE* full = fopen("/dev/full", "w");
+    ASSERT_NE(full, nullptr);
+    setvbuf(full, nullptr, _IONBF, 0);
+    EXPECT_EQ(wiq_json_fdump(root, full, 0, 0), -1);
+    fclose(full);
+#endif
+    wiq_json_unref(root);
+}
+
+// --- The slots ---------------------------------------------------------------------------------------
+
+// A subclass that changes nothing: its walks go slot by slot.
+WiqType* find_type(const char* name) {
+    u32 count = 0;
+    WiqType** types = type_list(&count);
+    for (u32 i = 0; i < count; ++i) {
+        if (types[i]->name != nullptr && strcmp(types[i]->name, name) == 0)
+            return types[i];
+    }
+    return nullptr;
+}
+
+// The instance fields of the dump classes, as a client that derives from them knows them.
+struct DumpStrVisitor {
+    WiqJsonVisitor base;
+    u32 flags;
+    i32 indent;
+    wiq_strbuf* buf;
+};
+struct DumpFileVisitor {
+    WiqJsonVisitor base;
+    u32 flags;
+    i32 indent;
+    FILE* stream;
+    i32 written;
+    wiq_strbuf scratch;
+};
+struct DumpClass {
+    WiqJsonVisitorClass base;
+    i32 (*print)(WiqJsonVisitor* self, const char* format, ...);
+    i32 (*print_string)(WiqJsonVisitor* self, const char* text);
+};
+
+WiqType g_str_subclass = {};
+WiqType g_file_subclass = {};
+
+class DumpSlots : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        g_str_subclass.name = "PlainStrDump";
+        g_file_subclass.name = "PlainFileDump";
+        ASSERT_EQ(type_init(&g_str_subclass, find_type("JsonDumpStrVisitor")), 0);
+        ASSERT_EQ(type_init(&g_file_subclass, find_type("JsonDumpFileVisitor")), 0);
+    }
+
+    static i32 visit(WiqObject* object, wiq_json_t* node) {
+        return reinterpret_cast<WiqJsonVisitorClass*>(object->klass)
+            ->visit(reinterpret_cast<WiqJsonVisitor*>(object), node);
+    }
+
+    // By a walk through the slots: the text, behind the status if there is one.
+    static std::string by_slots(wiq_json_t* node, u32 flags, i32 indent) {
+        wiq_strbuf buf;
+        EXPECT_EQ(wiq_strbuf_init(&buf, 0), 0);
+        WiqObject* object = object_new(&g_str_subclass);
+        auto* visitor = reinterpret_cast<DumpStrVisitor*>(object);
+        visitor->flags = flags;
+        visitor->indent = indent;
+        visitor->buf = &buf;
+        const i32 status = visit(object, node);
+        EXPECT_TRUE(status != 0 || visitor->indent == indent);
+        std::string text = std::to_string(status) + " " + buf.data;
+        object_unref(object);
+        wiq_strbuf_finalize(&buf);
+        return text;
+    }
+
+    static std::string by_function(wiq_json_t* node, u32 flags, i32 indent) {
+        wiq_strbuf buf;
+        EXPECT_EQ(wiq_strbuf_init(&buf, 0), 0);
+        const i32 status = wiq_json_sdump_ext(node, &buf, flags, static_cast<u32>(indent));
+        std::string text = std::to_string(status) + " " + buf.data;
+        wiq_strbuf_finalize(&buf);
+        return text;
+    }
+
+    static std::string by_file_slots(wiq_json_t* node, u32 flags, i32 indent) {
+        i32 status = 0;
+        const std::string text = written([&](FILE* stream) {
+            WiqObject* object = object_new(&g_file_subclass);
+            auto* visitor = reinterpret_cast<DumpFileVisitor*>(object);
+            visitor->flags = flags;
+            visitor->indent = indent;
+            visitor->stream = stream;
+            status = visit(object, node);
+            EXPECT_EQ(visitor->written, ftell(stream));
+            object_unref(object);
+        });
+        return std::to_string(status) + " " + text;
+    }
+};
+
+std::mt19937 g_random(11);
+
+std::string random_text() {
+    static const char* const kPieces[] = {"a",
+                                          "\"",
+                                          "\\",
+                                          "\n",
+                                          "\x01",
+                                          "\xc3\xa9",
+                                          "\xf0\x9f\x98\x80",
+                                          "/",
+                                          "long plain text of more than sixteen bytes"};
+    std::string text;
+    for (auto i = g_random() % 4; i > 0; --i)
+        text += kPieces[g_random() % std::size(kPieces)];
+    // Now and then something that no dump takes.
+    return g_random() % 40 == 0 ? text + "\xff" : text;
+}
+
+wiq_json_t* random_tree(int depth) {
+    const wiq_uint128 big = {g_random(), g_random()};
+    switch (g_random() % (depth > 0 ? 11 : 9)) {
+        case 0:
+            return wiq_json_null_new(nullptr);
+        case 1:
+            return wiq_json_bool_new(g_random() % 2 == 0, nullptr);
+        case 2:
+            return wiq_json_i64_new(static_cast<i64>(g_random()) - INT32_MAX, nullptr);
+        case 3:
+            return wiq_json_u64_new(u64{g_random()} << 32, nullptr);
+        case 4:
+            return wiq_json_u128_new(&big, nullptr);
+        case 5:
+            return wiq_json_double_new(static_cast<double>(g_random()) / 7.0, nullptr);
+        case 6:
+        case 7:
+            return wiq_json_str_new(random_text().c_str(), nullptr);
+        case 8:
+            return wiq_json_jref_new(random_text().c_str(), nullptr);
+        case 9: {
+            wiq_json_t* obj = wiq_json_obj_new(0, nullptr);
+            for (auto i = g_random() % 5; i > 0; --i)
+                wiq_json_obj_put_ext(obj, random_text().c_str(), random_tree(depth - 1), nullptr);
+            return obj;
+        }
+        default: {
+            wiq_json_t* array = wiq_json_array_new(0, nullptr);
+            for (auto i = g_random() % 5; i > 0; --i)
+                wiq_json_array_push_ext(array, random_tree(depth - 1), nullptr);
+            return array;
+        }
+    }
+}
+
+TEST_F(DumpSlots, TheShortWayGivesTheSameText) {
+    int failures = 0;
+    for (int i = 0; i < 400; ++i) {
+        wiq_json_t* root = random_tree(5);
+        for (u32 flags = 0; flags < 16; flags += 2) {
+            const i32 indent = static_cast<i32>(g_random() % 4);
+            const std::string expected = by_slots(root, flags, indent);
+            ASSERT_EQ(by_function(root, flags, indent), expected);
+            failures += expected[0] == '-' ? 1 : 0;
+            if (i < 30 && expected[0] == '0') {
+                ASSERT_EQ(by_file_slots(root, flags, indent), expected);
+            }
+        }
+        wiq_json_unref(root);
+    }
+    EXPECT_GT(failures, 0) << "some trees are to fail midway";
+}
+
+i32 g_printed;
+
+i32 counting_print(WiqJsonVisitor*, const char*, ...) {
+    ++g_printed;
+    return 0;
+}
+
+i32 stopping_print_string(WiqJsonVisitor*, const char*) {
+    return -42;
+}
+
+TEST_F(DumpSlots, OutputSlotsCanBeReplaced) {
+    static WiqType type = {};
+    type.name = "CountingDump";
+    type.class_init = [](WiqClass* klass) {
+        auto* slots = reinterpret_cast<DumpClass*>(klass);
+        slots->print = counting_print;
+        slots->print_string = stopping_print_string;
+        return 0;
+    };
+    ASSERT_EQ(type_init(&type, find_type("JsonDumpStrVisitor")), 0);
+    WiqObject* object = object_new(&type);
+    wiq_json_t* root = parsed("[1,2,\"text\",3]");
+    g_printed = 0;
+    EXPECT_EQ(visit(object, root), -42);
+    EXPECT_EQ(g_printed, 5) << "[ 1 , 2 ,";
+    wiq_json_unref(root);
+    object_unref(object);
+}
+
+// --- Depth -------------------------------------------------------------------------------------------
+
+TEST(DumpDeep, AMillionLevels) {
+    constexpr size_t kLevels = 1000000;
+    std::string text;
+    for (size_t i = 0; i < kLevels; ++i)
+        text += i % 2 == 0 ? "[" : "{\"k\":";
+    text += "1";
+    for (size_t i = kLevels; i > 0; --i)
+        text += i % 2 == 1 ? "]" : "}";
+    wiq_json_t* root = parsed(text.c_str());
+    EXPECT_TRUE(dumped(root, 0) == text);
+    EXPECT_TRUE(dumped(root, kSorted) == text);
+    EXPECT_TRUE(written([root](FILE* stream) {
+                    EXPECT_GT(wiq_json_fdump(root, stream, 0, 0), 0);
+                }) == text);
+    wiq_json_unref(root);
+}
+
+}  // namespace
