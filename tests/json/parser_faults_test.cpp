@@ -1,0 +1,88 @@
+// Documents read while memory fails at every point: the status, and nothing leaked.
+#include <string>
+
+#include "json/parser_support.h"
+#include "support/alloc_faults.h"
+
+namespace {
+
+// Every kind of value, keys and texts with and without escapes, members and elements enough for the
+// containers to grow, keys met twice, references, and tokens that outgrow the stream's buffer.
+std::string rich_document() {
+    std::string text =
+        "{\"null\":null,\"flags\":[true,false],\"numbers\":[1,-2,3.5,1e400,"
+        "123456789012345678901234567890],\"text\":\"plain\",\"esc\\u0061ped\":"
+        "\"\\n\\ud83d\\ude00\","
+        "\"twice\":1,\"twice\":[2],\"ref\":{\"$ref\":\"#/text\"},\"refs\":[{\"$ref\":\"\"},"
+        "{\"$ref\":1},{\"$ref\":{\"$ref\":\"#\"}}],\"empty\":{},\"none\":[],\"list\":[";
+    for (int i = 0; i < 20; ++i)
+        text += std::to_string(i) + ",";
+    text += "\"" + std::string(200, 'x') + "\\t" + std::string(200, 'y') + "\"]";
+    for (int i = 0; i < 20; ++i)
+        text += ",\"member " + std::to_string(i) + "\":{\"deep\":[[" + std::to_string(i) + "]]}";
+    return text + "}";
+}
+
+// Sweeps one text from a string (no file) or a stream; where no allocation fails, the load comes to
+// `status`. The number of points at which memory failed.
+size_t sweep(const std::string& text, i32 flags, i32 status, ScratchFile* file) {
+    return SweepAllocations([&](AllocFaults& faults) {
+        FILE* stream = file == nullptr ? nullptr : file->with(text);
+        wiq_json_load_error error = kStaleError;
+        faults.arm();
+        wiq_json_t* node = stream == nullptr ? wiq_json_loads(text.c_str(), flags, &error)
+                                             : wiq_json_loadf(stream, flags, &error);
+        faults.disarm();
+        const i32 expected = faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : status;
+        EXPECT_EQ(error.status, expected);
+        EXPECT_EQ(node != nullptr, expected == 0);
+        EXPECT_GE(error.position, 0);
+        EXPECT_LE(error.position, static_cast<i32>(text.size()));
+        wiq_json_unref(node);
+    });
+}
+
+TEST(ParserFaults, RichDocument) {
+    const std::string text = rich_document();
+    ScratchFile file;
+    for (i32 flags : {0, static_cast<i32>(WIQ_JSON_ALLOW_TRAILING)}) {
+        EXPECT_GT(sweep(text, flags, 0, nullptr), 400u);
+        EXPECT_GT(sweep(text, flags, 0, &file), 400u);
+    }
+}
+
+// Also where the text is at fault: memory fails first, or not at all.
+TEST(ParserFaults, DocumentsThatFail) {
+    const std::string whole = rich_document();
+    ScratchFile file;
+    for (const auto& [text, flags, status] : {
+             std::tuple{whole + "x", 0, WIQ_ERR_JSON_TRAILING_DATA},
+             std::tuple{whole.substr(0, whole.size() - 1), 0, WIQ_ERR_JSON_UNEXPECTED_END},
+             std::tuple{whole, 2, WIQ_ERR_JSON_DUPLICATE_KEY},
+             std::tuple{std::string("[[],{\"a\":[1,{\"b\":x"), 0, WIQ_ERR_JSON_BAD_TOKEN},
+             std::tuple{std::string("{\"key\" 1}"), 0, WIQ_ERR_JSON_UNEXPECTED_TOKEN},
+         }) {
+        EXPECT_GT(sweep(text, flags, status, nullptr), 3u) << text;
+        EXPECT_GT(sweep(text, flags, status, &file), 3u) << text;
+    }
+}
+
+// Memory that lacks while a token is read behind a value is no trailing data.
+TEST(ParserFaults, LongTrailingToken) {
+    ScratchFile file;
+    const std::string text = "[] \"" + std::string(5000, 'x');
+    EXPECT_GT(sweep(text, 0, WIQ_ERR_JSON_TRAILING_DATA, &file), 5u);
+    const std::string escaped = "[] \"\\n\"";
+    EXPECT_GT(sweep(escaped, 0, WIQ_ERR_JSON_TRAILING_DATA, nullptr), 3u);
+}
+
+TEST(ParserFaults, Scalars) {
+    ScratchFile file;
+    for (const char* text : {"1", "1.5", "true", "null", "\"a\"", "\"\\n\"", "99999999999999999999",
+                             "[]", "{}", "{\"$ref\":\"a\"}"}) {
+        EXPECT_GE(sweep(text, 0, 0, nullptr), 2u) << text;
+        EXPECT_GE(sweep(text, 0, 0, &file), 4u) << text;
+    }
+}
+
+}  // namespace
