@@ -1,0 +1,208 @@
+// Tests of whole-file loading and of line reading.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "ke_utils/core.h"
+#include "ke_utils/files.h"
+
+namespace {
+
+constexpr const char* kName = "file_test.tmp";
+
+void write_file(const std::string& content) {
+    FILE* fp = fopen(kName, "wb");
+    ASSERT_NE(fp, nullptr);
+    ASSERT_EQ(fwrite(content.data(), 1, content.size(), fp), content.size());
+    fclose(fp);
+}
+
+class LoadFile : public testing::Test {
+  protected:
+    void TearDown() override { remove(kName); }
+};
+
+TEST_F(LoadFile, PadsToAMultipleAboveTheSize) {
+    const std::string content = "0123456789";
+    write_file(content);
+    struct Row {
+        size_t pad, padding;
+    };
+    for (const Row& row :
+         {Row{0, 0}, Row{1, 1}, Row{4, 2}, Row{5, 5}, Row{10, 10}, Row{11, 1}, Row{1000, 990}}) {
+        void* data = nullptr;
+        ASSERT_EQ(wiq_load_file(kName, &data, row.pad), 10);
+        EXPECT_EQ(memcmp(data, content.data(), 10), 0);
+        // The block is exactly that long: the sanitizers watch its end.
+        for (size_t i = 0; i < row.padding; ++i)
+            EXPECT_EQ(static_cast<char*>(data)[10 + i], '\0') << row.pad;
+        free(data);
+    }
+}
+
+TEST_F(LoadFile, AroundBlockMultiples) {
+    for (size_t size : {size_t{511}, size_t{512}, size_t{513}, size_t{65536}}) {
+        const std::string content(size, 'c');
+        write_file(content);
+        void* data = nullptr;
+        ASSERT_EQ(wiq_load_file(kName, &data, 512), static_cast<i32>(size));
+        EXPECT_EQ(memcmp(data, content.data(), size), 0);
+        EXPECT_EQ(static_cast<char*>(data)[size], '\0');
+        EXPECT_EQ(static_cast<char*>(data)[(size / 512 + 1) * 512 - 1], '\0');
+        free(data);
+    }
+}
+
+TEST_F(LoadFile, BytesAreKept) {
+    const std::string content("a\r\nb\0\xff\x1a z", 9);
+    write_file(content);
+    void* data = nullptr;
+    ASSERT_EQ(wiq_load_file(kName, &data, 0), 9);
+    EXPECT_EQ(memcmp(data, content.data(), 9), 0);
+    free(data);
+}
+
+TEST_F(LoadFile, Failures) {
+    void* data = &data;
+    EXPECT_EQ(wiq_load_file("no_such_file", &data, 1), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(wiq_load_file(nullptr, &data, 1), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_load_file(kName, nullptr, 1), WIQ_ERR_INVALID_ARG);
+    write_file("");
+    EXPECT_EQ(wiq_load_file(kName, &data, 1), WIQ_ERR_FILE_EMPTY);
+    EXPECT_EQ(data, &data) << "nothing was allocated";
+    write_file("x");
+    EXPECT_EQ(wiq_load_file(kName, &data, SIZE_MAX), WIQ_ERR_NO_MEMORY);
+    EXPECT_EQ(data, nullptr);
+}
+
+#ifndef _WIN32
+TEST_F(LoadFile, ADirectoryIsNoFile) {
+    void* data = nullptr;
+    EXPECT_EQ(wiq_load_file(".", &data, 1), WIQ_ERR_IO);
+    free(data);
+}
+
+TEST_F(LoadFile, FilesOfTwoGibibytesAreRefused) {
+    FILE* fp = fopen(kName, "wb");
+    ASSERT_NE(fp, nullptr);
+    // A hole: the file takes no room on the disk.
+    ASSERT_EQ(fseek(fp, 2147483647L, SEEK_SET), 0);
+    fputc('x', fp);
+    fclose(fp);
+    void* data = nullptr;
+    EXPECT_EQ(wiq_load_file(kName, &data, 0), WIQ_ERR_IO);
+    EXPECT_EQ(data, nullptr);
+}
+#endif
+
+class Getline : public testing::Test {
+  protected:
+    void SetUp() override {
+        stream_ = tmpfile();
+        ASSERT_NE(stream_, nullptr);
+    }
+    void TearDown() override {
+        free(line_);
+        fclose(stream_);
+    }
+    void fill(const std::string& content) {
+        fwrite(content.data(), 1, content.size(), stream_);
+        rewind(stream_);
+    }
+    // The next line, or "(status)".
+    std::string next() {
+        const i32 length = wiq_getline(&line_, &size_, stream_);
+        if (length < 0)
+            return "(" + std::to_string(length) + ")";
+        EXPECT_EQ(line_[length], '\0');
+        return std::string(line_, static_cast<size_t>(length));
+    }
+
+    FILE* stream_ = nullptr;
+    char* line_ = nullptr;
+    size_t size_ = 0;
+};
+
+TEST_F(Getline, LinesAsTheyStand) {
+    fill("ab\r\ncd");
+    EXPECT_EQ(next(), "ab\r\n");
+    EXPECT_EQ(next(), "cd");
+    EXPECT_EQ(next(), "(-3004)");
+    EXPECT_STREQ(line_, "cd") << "the buffer is left alone at the end";
+}
+
+TEST_F(Getline, EmptyLinesAndNuls) {
+    fill(std::string("\n\na\0b\n", 6));
+    EXPECT_EQ(next(), "\n");
+    EXPECT_EQ(next(), "\n");
+    EXPECT_EQ(next(), std::string("a\0b\n", 4));
+    EXPECT_EQ(next(), "(-3004)");
+}
+
+TEST_F(Getline, AnEmptyStreamTakesNoBuffer) {
+    EXPECT_EQ(next(), "(-3004)");
+    EXPECT_EQ(line_, nullptr);
+    EXPECT_EQ(size_, 0u);
+}
+
+TEST_F(Getline, GrowsInSteps) {
+    struct Row {
+        size_t length, size;  // with the line feed
+    };
+    for (const Row& row : {Row{1, 128}, Row{126, 128}, Row{127, 128}, Row{128, 256}, Row{255, 256},
+                           Row{256, 384}, Row{300, 384}, Row{1023, 1024}}) {
+        free(line_);
+        line_ = nullptr;
+        size_ = 77777;  // ignored without a buffer
+        rewind(stream_);
+        fill(std::string(row.length - 1, 'x') + "\n");
+        EXPECT_EQ(next().size(), row.length);
+        EXPECT_EQ(size_, row.size) << row.length;
+    }
+}
+
+TEST_F(Getline, ALineOf300BytesTakes384) {
+    fill(std::string(299, 'x') + "\n");
+    EXPECT_EQ(next().size(), 300u);
+    EXPECT_EQ(size_, 384u);
+}
+
+TEST_F(Getline, SmallBuffersAreGrownFirst) {
+    for (size_t size : {size_t{1}, size_t{2}, size_t{3}}) {
+        free(line_);
+        line_ = static_cast<char*>(malloc(size));
+        size_ = size;
+        rewind(stream_);
+        fill("ab\n");
+        EXPECT_EQ(next(), "ab\n");
+        EXPECT_EQ(size_, size + 128);
+    }
+}
+
+TEST_F(Getline, ReusesABufferThatFits) {
+    fill("abc\nd\n");
+    EXPECT_EQ(next(), "abc\n");
+    char* before = line_;
+    EXPECT_EQ(next(), "d\n");
+    EXPECT_EQ(line_, before);
+}
+
+TEST_F(Getline, MissingArgumentsAreAnswered) {
+    EXPECT_EQ(wiq_getline(nullptr, &size_, stream_), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_getline(&line_, nullptr, stream_), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_getline(&line_, &size_, nullptr), WIQ_ERR_INVALID_ARG);
+}
+
+TEST_F(Getline, AReadErrorEndsTheStream) {
+    FILE* write_only = fopen(kName, "w");
+    ASSERT_NE(write_only, nullptr);
+    EXPECT_EQ(wiq_getline(&line_, &size_, write_only), WIQ_ERR_EOF);
+    fclose(write_only);
+    remove(kName);
+}
+
+}  // namespace

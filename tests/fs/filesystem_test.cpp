@@ -1,0 +1,274 @@
+// Tests of the file system functions, inside a folder of their own below the current one. Names are
+// written with the library's separator, on every platform.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "ke_utils/core.h"
+#include "ke_utils/files.h"
+
+namespace {
+
+class Filesystem : public testing::Test {
+  protected:
+    void SetUp() override {
+        // One folder a test: names of others are never in the way.
+        root_ =
+            std::string("fs_test_") + testing::UnitTest::GetInstance()->current_test_info()->name();
+        ASSERT_EQ(wiq_mkdir(root_.c_str()), 0);
+    }
+    void TearDown() override {
+        for (auto it = made_.rbegin(); it != made_.rend(); ++it) {
+            if (wiq_unlink(it->c_str()) != 0)
+                wiq_rmdir(it->c_str());
+        }
+        EXPECT_EQ(wiq_rmdir(root_.c_str()), 0) << "a test leaves nothing behind";
+    }
+
+    // A path below the test's folder, to be removed at the end.
+    std::string path(const std::string& name) {
+        made_.push_back(root_ + "\\" + name);
+        return made_.back();
+    }
+    std::string file(const std::string& name, const std::string& content = "content") {
+        std::string made = path(name);
+        u32 err = 0;
+        FILE* fp = wiq_fopen(made.c_str(), "wb", &err);
+        EXPECT_NE(fp, nullptr) << made << " " << static_cast<i32>(err);
+        if (fp != nullptr) {
+            fwrite(content.data(), 1, content.size(), fp);
+            fclose(fp);
+        }
+        return made;
+    }
+
+    std::string root_;
+    std::vector<std::string> made_;
+};
+
+std::string read_all(const std::string& path) {
+    void* data = nullptr;
+    const i32 size = wiq_load_file(path.c_str(), &data, 1);
+    std::string content = size > 0 ? static_cast<char*>(data) : "(" + std::to_string(size) + ")";
+    free(data);
+    return content;
+}
+
+TEST_F(Filesystem, Open) {
+    const std::string made = file("f.txt");
+    u32 err = 9;
+    FILE* fp = wiq_fopen(made.c_str(), "rb", &err);
+    ASSERT_NE(fp, nullptr);
+    EXPECT_EQ(err, 0u) << "an earlier status is overwritten";
+    fclose(fp);
+    struct Row {
+        const char *path, *mode;
+        i32 status;
+    };
+    const std::string missing = root_ + "\\none";
+    const std::string below_missing = root_ + "\\none\\f";
+    for (const Row& row :
+         {Row{nullptr, "r", -7000}, Row{made.c_str(), nullptr, -7000},
+          Row{missing.c_str(), "r", -3002}, Row{below_missing.c_str(), "w", -3002}}) {
+        EXPECT_EQ(wiq_fopen(row.path, row.mode, &err), nullptr);
+        EXPECT_EQ(static_cast<i32>(err), row.status);
+    }
+    EXPECT_EQ(wiq_fopen(missing.c_str(), "r", nullptr), nullptr);
+}
+
+TEST_F(Filesystem, OpenOfADirectoryForWritingIsRefused) {
+    u32 err = 0;
+    EXPECT_EQ(wiq_fopen(root_.c_str(), "wb", &err), nullptr);
+#ifdef _WIN32
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
+#else
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
+#endif
+}
+
+TEST_F(Filesystem, BothSeparatorsReachTheSystem) {
+    const std::string made = file("f.txt");
+    std::string other = made;
+    other[root_.size()] = '/';
+    EXPECT_EQ(wiq_access(other.c_str(), 0), 0);
+    EXPECT_EQ(wiq_access(made.c_str(), 0), 0);
+}
+
+TEST_F(Filesystem, NamesInAnyLanguage) {
+    for (const char* name : {"\xc3\xa9t\xc3\xa9.txt", "\xe2\x82\xac.txt",
+                             "\xe6\xbc\xa2\xe5\xad\x97", "\xf0\x9f\x98\x80.bin", "with blank"}) {
+        const std::string made = file(name, name);
+        EXPECT_EQ(read_all(made), name);
+        const std::string renamed = path(std::string("renamed ") + name);
+        EXPECT_EQ(wiq_rename(made.c_str(), renamed.c_str()), 0);
+        EXPECT_EQ(wiq_access(made.c_str(), 0), WIQ_ERR_ACCESS_DENIED);
+        EXPECT_EQ(read_all(renamed), name);
+        EXPECT_EQ(wiq_unlink(renamed.c_str()), 0);
+        const std::string dir = path(std::string("dir ") + name);
+        EXPECT_EQ(wiq_mkdir(dir.c_str()), 0);
+        EXPECT_EQ(wiq_rmdir(dir.c_str()), 0);
+    }
+}
+
+TEST_F(Filesystem, LongNames) {
+    const std::string name(200, 'n');
+    EXPECT_EQ(read_all(file(name, "long")), "long");
+    const std::string too_long(300, 'n');
+    u32 err = 0;
+    EXPECT_EQ(wiq_fopen((root_ + "\\" + too_long).c_str(), "w", &err), nullptr);
+    EXPECT_NE(err, 0u);
+    // Longer than any buffer that a path is converted in without taking memory.
+    const std::string far(5000, 'd');
+    EXPECT_EQ(wiq_fopen((root_ + "\\" + far).c_str(), "r", &err), nullptr);
+    EXPECT_NE(err, 0u);
+}
+
+TEST_F(Filesystem, Access) {
+    const std::string made = file("f.txt");
+    for (int mode : {0, 2, 4, 6})
+        EXPECT_EQ(wiq_access(made.c_str(), mode), 0) << mode;
+    EXPECT_EQ(wiq_access((root_ + "\\none").c_str(), 0), WIQ_ERR_ACCESS_DENIED);
+    EXPECT_EQ(wiq_access(nullptr, 0), 0) << "no path is no failure";
+}
+
+TEST_F(Filesystem, MkdirMakesParents) {
+    const std::string x = path("x");
+    const std::string y = path("x\\y");
+    EXPECT_EQ(wiq_mkdir((y + "\\").c_str()), 0);
+    EXPECT_EQ(wiq_access(y.c_str(), 0), 0);
+    EXPECT_EQ(wiq_mkdir((y + "\\").c_str()), WIQ_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(wiq_mkdir((y + "/").c_str()), WIQ_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(wiq_mkdir(x.c_str()), WIQ_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(wiq_mkdir(nullptr), WIQ_ERR_INVALID_ARG);
+}
+
+TEST_F(Filesystem, MkdirManyLevels) {
+    std::string deep = root_;
+    for (int level = 0; level < 12; ++level) {
+        deep += "\\d";
+        made_.push_back(deep);
+    }
+    EXPECT_EQ(wiq_mkdir(deep.c_str()), 0);
+    EXPECT_EQ(wiq_access(deep.c_str(), 0), 0);
+}
+
+TEST_F(Filesystem, MkdirWhereAFileStands) {
+    const std::string made = file("f");
+    EXPECT_EQ(wiq_mkdir(made.c_str()), WIQ_ERR_PATH_NOT_FOUND);
+    EXPECT_EQ(wiq_mkdir((made + "\\below").c_str()), WIQ_ERR_PATH_NOT_FOUND);
+    EXPECT_EQ(wiq_mkdir((made + "\\below\\more").c_str()), WIQ_ERR_PATH_NOT_FOUND);
+    EXPECT_EQ(read_all(made), "content");
+}
+
+TEST_F(Filesystem, MkdirOfNothing) {
+    EXPECT_NE(wiq_mkdir(""), 0);
+}
+
+TEST_F(Filesystem, MkdirParents) {
+    const std::string dir = path("dir");
+    EXPECT_EQ(wiq_mkdir_parents((dir + "\\file.txt").c_str()), 0);
+    EXPECT_EQ(wiq_access(dir.c_str(), 0), 0);
+    EXPECT_EQ(wiq_access((dir + "\\file.txt").c_str(), 0), WIQ_ERR_ACCESS_DENIED);
+    EXPECT_EQ(wiq_mkdir_parents((dir + "\\file.txt").c_str()), WIQ_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(wiq_mkdir_parents("file.txt"), 0);
+    EXPECT_EQ(wiq_mkdir_parents("a/b.txt"), 0) << "only a backslash makes a level";
+    EXPECT_EQ(wiq_access("a", 0), WIQ_ERR_ACCESS_DENIED);
+    EXPECT_EQ(wiq_mkdir_parents(nullptr), WIQ_ERR_INVALID_ARG);
+}
+
+TEST_F(Filesystem, Rmdir) {
+    const std::string dir = path("dir");
+    EXPECT_EQ(wiq_mkdir(dir.c_str()), 0);
+    const std::string inside = file("dir\\f");
+    EXPECT_EQ(wiq_rmdir(dir.c_str()), WIQ_ERR_IO) << "not empty";
+    EXPECT_EQ(wiq_unlink(inside.c_str()), 0);
+    EXPECT_EQ(wiq_rmdir(dir.c_str()), 0);
+    EXPECT_EQ(wiq_rmdir(dir.c_str()), WIQ_ERR_IO) << "not there";
+    EXPECT_EQ(wiq_rmdir(nullptr), WIQ_ERR_INVALID_ARG);
+}
+
+TEST_F(Filesystem, Rename) {
+    const std::string made = file("a");
+    const std::string to = path("b");
+    EXPECT_EQ(wiq_rename(made.c_str(), to.c_str()), 0);
+    EXPECT_EQ(read_all(to), "content");
+    EXPECT_EQ(wiq_rename(made.c_str(), to.c_str()), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(wiq_rename(nullptr, to.c_str()), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_rename(to.c_str(), nullptr), WIQ_ERR_INVALID_ARG);
+}
+
+TEST_F(Filesystem, Unlink) {
+    const std::string made = file("f");
+    EXPECT_EQ(wiq_unlink(made.c_str()), 0);
+    EXPECT_EQ(wiq_unlink(made.c_str()), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(wiq_unlink((root_ + "\\none\\f").c_str()), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(wiq_unlink(root_.c_str()), WIQ_ERR_ACCESS_DENIED) << "a directory is no file";
+    EXPECT_EQ(wiq_unlink(nullptr), WIQ_ERR_INVALID_ARG);
+}
+
+TEST_F(Filesystem, MkstempMakesANewFile) {
+    std::string first = root_ + "\\tXXXXXX";
+    std::string second = first;
+    u32 err = 9;
+    FILE* a = wiq_mkstemp(first.data(), &err, "w+b");
+    ASSERT_NE(a, nullptr) << static_cast<i32>(err);
+    EXPECT_EQ(err, 0u);
+    FILE* b = wiq_mkstemp(second.data(), &err, "wb");
+    ASSERT_NE(b, nullptr);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(first.find("XXXXXX"), std::string::npos);
+    EXPECT_EQ(fputs("text", a) < 0, false);
+    rewind(a);
+    char text[8] = {};
+    EXPECT_STREQ(fgets(text, sizeof(text), a), "text");
+    fclose(a);
+    fclose(b);
+    EXPECT_EQ(wiq_unlink(first.c_str()), 0);
+    EXPECT_EQ(wiq_unlink(second.c_str()), 0);
+}
+
+TEST_F(Filesystem, MkstempRefusesBadTemplates) {
+    for (const char* bad : {"abXXXXX", "XXXXX", "", "abc", "XXXXXXa", "XXXXXx"}) {
+        std::string tmpl = bad;
+        u32 err = 0;
+        EXPECT_EQ(wiq_mkstemp(tmpl.data(), &err, "w"), nullptr) << bad;
+        EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INVALID_ARG);
+        EXPECT_EQ(tmpl, bad);
+    }
+    u32 err = 0;
+    EXPECT_EQ(wiq_mkstemp(nullptr, &err, "w"), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INVALID_ARG);
+    std::string tmpl = root_ + "\\XXXXXX";
+    EXPECT_EQ(wiq_mkstemp(tmpl.data(), nullptr, nullptr), nullptr);
+    EXPECT_EQ(wiq_mkstemp(tmpl.data(), &err, "r"), nullptr) << "reading makes no file";
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_NOT_FOUND);
+}
+
+TEST(Locations, InstallDirHoldsThisProgram) {
+    char* dir = wiq_install_dir();
+    ASSERT_NE(dir, nullptr);
+#ifdef _WIN32
+    char* program = wiq_build_path(dir, "test_fs.exe");
+#else
+    char* program = wiq_build_path(dir, "test_fs");
+#endif
+    EXPECT_EQ(wiq_access(program, 0), 0) << program;
+    free(program);
+    free(dir);
+}
+
+TEST(Locations, HomeDirIsTheUsers) {
+    char* dir = wiq_home_dir();
+    ASSERT_NE(dir, nullptr);
+    EXPECT_NE(dir[0], '\0');
+#ifdef _WIN32
+    EXPECT_STREQ(dir, getenv("USERPROFILE"));
+#endif
+    free(dir);
+}
+
+}  // namespace

@@ -1,0 +1,197 @@
+// Every allocation of the file family fails once. What libuv and the runtime take for themselves does not
+// count.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "ke_utils/core.h"
+#include "ke_utils/files.h"
+#include "support/alloc_faults.h"
+
+namespace {
+
+constexpr const char* kName = "fs_faults_test.tmp";
+
+// A call that makes a string or gives NULL.
+size_t sweep_string(char* (*make)()) {
+    return SweepAllocations([make](AllocFaults& faults) {
+        faults.arm();
+        char* text = make();
+        faults.disarm();
+        EXPECT_EQ(text == nullptr, faults.fired());
+        free(text);
+    });
+}
+
+TEST(EncodingFaults, Conversions) {
+    EXPECT_EQ(SweepAllocations([](AllocFaults& faults) {
+                  u32 err = 0;
+                  faults.arm();
+                  char* text = narrow(L"text", &err);
+                  faults.disarm();
+                  EXPECT_EQ(err, faults.fired() ? 8u : 0u);
+                  EXPECT_EQ(text == nullptr, faults.fired());
+                  free(text);
+              }),
+              2u);
+    SweepAllocations([](AllocFaults& faults) {
+        u32 err = 0;
+        faults.arm();
+        wchar_t* text = widen("text", &err);
+        faults.disarm();
+        EXPECT_EQ(err, faults.fired() ? 8u : 0u);
+        free(text);
+    });
+    SweepAllocations([](AllocFaults& faults) {
+        const wchar_t* items[] = {L"a", L"b", L"c"};
+        u32 err = 0;
+        faults.arm();
+        char** texts = narrow_array(3, items, &err);
+        faults.disarm();
+        EXPECT_EQ(err, faults.fired() ? 8u : 0u);
+        EXPECT_EQ(texts == nullptr, faults.fired());
+        free_narrow_array(3, texts, nullptr);
+    });
+}
+
+TEST(PathFaults, Strings) {
+    sweep_string([] { return wiq_build_path("dir", "name"); });
+    sweep_string([] { return wiq_install_dir(); });
+    sweep_string([] { return wiq_schema_filename("a-b", true, nullptr); });
+    SweepAllocations([](AllocFaults& faults) {
+        wiq_strbuf buf;
+        ASSERT_EQ(wiq_strbuf_init(&buf, 4), 0);
+        wiq_strbuf_write(&buf, "abc", 3);
+        faults.arm();
+        const i32 appended = wiq_append_path(&buf, "def");
+        faults.disarm();
+        EXPECT_EQ(appended, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 4);
+        EXPECT_STREQ(buf.data, faults.fired() ? "abc" : "abc\\def");
+        wiq_strbuf_finalize(&buf);
+    });
+}
+
+TEST(FilesystemFaults, Mkdir) {
+    SweepAllocations([](AllocFaults& faults) {
+        faults.arm();
+        const i32 status = wiq_mkdir("fs_faults_dir");
+        faults.disarm();
+        if (!faults.fired()) {
+            EXPECT_EQ(status, 0);
+        } else {
+            EXPECT_NE(status, 0);
+        }
+        if (faults.nth() == 1 && faults.fired()) {
+            EXPECT_EQ(status, WIQ_ERR_NO_MEMORY);
+        }
+        wiq_rmdir("fs_faults_dir");
+    });
+    SweepAllocations([](AllocFaults& faults) {
+        faults.arm();
+        const i32 status = wiq_mkdir_parents("fs_faults_dir\\f");
+        faults.disarm();
+        EXPECT_EQ(status == 0, !faults.fired());
+        wiq_rmdir("fs_faults_dir");
+    });
+}
+
+TEST(FileFaults, LoadFile) {
+    FILE* made = fopen(kName, "wb");
+    ASSERT_NE(made, nullptr);
+    fputs("content", made);
+    fclose(made);
+    SweepAllocations([](AllocFaults& faults) {
+        void* data = nullptr;
+        faults.arm();
+        const i32 size = wiq_load_file(kName, &data, 1);
+        faults.disarm();
+        if (faults.fired()) {
+            // Paths are converted on Windows: without memory for that the file cannot be opened.
+            EXPECT_TRUE(size == WIQ_ERR_NO_MEMORY || size == WIQ_ERR_ENCODING) << size;
+            EXPECT_EQ(data, nullptr);
+        } else {
+            EXPECT_EQ(size, 7);
+        }
+        free(data);
+    });
+    remove(kName);
+}
+
+TEST(FileFaults, GetlineKeepsTheCallersBuffer) {
+    const std::string content = std::string(300, 'x') + "\n";
+    SweepAllocations([&content](AllocFaults& faults) {
+        FILE* stream = tmpfile();
+        ASSERT_NE(stream, nullptr);
+        fputs(content.c_str(), stream);
+        rewind(stream);
+        char* line = static_cast<char*>(malloc(4));
+        size_t size = 4;
+        faults.arm();
+        const i32 length = wiq_getline(&line, &size, stream);
+        faults.disarm();
+        EXPECT_EQ(length, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 301);
+        line[size - 1] = '\0';  // whatever is told of the buffer is true
+        free(line);
+        fclose(stream);
+    });
+    SweepAllocations([](AllocFaults& faults) {
+        FILE* stream = tmpfile();
+        ASSERT_NE(stream, nullptr);
+        fputs("text", stream);
+        rewind(stream);
+        char* line = nullptr;
+        size_t size = 0;
+        faults.arm();
+        const i32 length = wiq_getline(&line, &size, stream);
+        faults.disarm();
+        EXPECT_EQ(length, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 4);
+        EXPECT_EQ(line == nullptr, faults.fired());
+        free(line);
+        fclose(stream);
+    });
+}
+
+TEST(IniFaults, TheLineBufferCannotGrow) {
+    const std::string content = "[s]\nk=" + std::string(300, 'v') + "\n";
+    SweepAllocations([&content](AllocFaults& faults) {
+        FILE* stream = tmpfile();
+        ASSERT_NE(stream, nullptr);
+        fputs(content.c_str(), stream);
+        rewind(stream);
+        faults.arm();
+        const i32 status = wiq_ini_parse(stream, nullptr, nullptr, nullptr, nullptr);
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        fclose(stream);
+    });
+}
+
+TEST(SchemaFaults, Load) {
+    char* dir = wiq_install_dir();
+    const std::string schemas = std::string(dir) + "\\schemas";
+    free(dir);
+    const bool made = wiq_mkdir(schemas.c_str()) == 0;
+    const std::string path = schemas + "\\" + kName;
+    FILE* fp = wiq_fopen(path.c_str(), "wb", nullptr);
+    ASSERT_NE(fp, nullptr);
+    fputs("{\"a\":[1,\"text\"]}", fp);
+    fclose(fp);
+    SweepAllocations([](AllocFaults& faults) {
+        u32 err = 0;
+        faults.arm();
+        wiq_json_t* schema = wiq_load_schema(kName, &err);
+        faults.disarm();
+        // A search that had no memory found nothing (-3); a parse that had none says so.
+        EXPECT_EQ(schema == nullptr, faults.fired());
+        EXPECT_EQ(err != 0, faults.fired());
+        wiq_json_unref(schema);
+    });
+    EXPECT_EQ(wiq_unlink(path.c_str()), 0);
+    if (made)
+        wiq_rmdir(schemas.c_str());
+}
+
+}  // namespace
