@@ -169,19 +169,124 @@ KE_API i32 wiq_json_swap_child(wiq_json_t* node, wiq_json_t* replacement);
 /** @} */
 
 /** @defgroup json_parser JSON parser
+ *  Reads one JSON text (RFC 8259) into a tree of values, from a string or from a stream.
+ *
+ *  What becomes of the text:
+ *
+ *  | text                                   | value                                                    |
+ *  |----------------------------------------|----------------------------------------------------------|
+ *  | an integer from -2^63 to 2^63 - 1      | signed 64-bit                                            |
+ *  | any other integer                      | unsigned 128-bit, modulo 2^128: `18446744073709551615`   |
+ *  |                                        | is that number, `-9223372036854775809` is 2^128 less     |
+ *  |                                        | 9223372036854775809, and 2^128 is 0                      |
+ *  | a number with a fraction or exponent   | double, correctly rounded whatever the locale; too large |
+ *  |                                        | a magnitude is an infinity, too small a one a zero       |
+ *  | `{"$ref": "text"}`, nothing else in it | a reference to "text" (see wiq_json_jref_new())          |
+ *  | any other object                       | object; of equal keys the last member stays, unless      |
+ *  |                                        | ::WIQ_JSON_REJECT_DUPLICATES is given                    |
+ *
+ *  Stricter than RFC 8259 in one thing: the text is ASCII. Any other character is written as a `\u` escape
+ *  (`\u00e9`, `\ud83d\ude00`) and becomes UTF-8 in the value; written raw, valid UTF-8 or not, it is a
+ *  failure. The serializer writes such characters raw, so its output can be read back only where it has
+ *  none. `\u0000` and unpaired surrogates are failures too: no string holds a NUL. Any value may stand
+ *  alone; there are no comments, no trailing commas, no other words than `true`, `false` and `null`.
+ *
+ *  Nesting has no limit but memory: nothing recurses, however small the thread's stack.
+ *
+ *  Threads: a load touches nothing but its own arguments, so loads may run at the same time on different
+ *  records and streams. A stream stays locked for its load.
+ *
+ *  @code
+ *  wiq_json_load_error err;
+ *  wiq_json_t* report = wiq_json_loads(text, WIQ_JSON_REJECT_DUPLICATES, &err);
+ *  if (report == NULL) {
+ *      fprintf(stderr, "line %d, column %d: status %d\n", err.line, err.column, err.status);
+ *      return 1;
+ *  }
+ *  // ...
+ *  wiq_json_unref(report);
+ *  @endcode
  *  @{ */
 
-/** Flags of wiq_json_loads() and wiq_json_loadf(). */
-enum wiq_json_load_flag { WIQ_JSON_ALLOW_TRAILING = 1, WIQ_JSON_REJECT_DUPLICATES = 2 };
+/** Flags of wiq_json_loads() and wiq_json_loadf(), to be combined with `|`; other bits mean nothing. */
+enum wiq_json_load_flag {
+    /**
+     * Reads one value and stops: what follows it is not looked at, except for the one character behind a
+     * number or a word that shows where that ends. wiq_json_load_error::position is the end of the value,
+     * so that the next one can be read from there.
+     */
+    WIQ_JSON_ALLOW_TRAILING = 1,
+    /** A key that the same object already has is a failure: -1047 (::WIQ_ERR_JSON_DUPLICATE_KEY). */
+    WIQ_JSON_REJECT_DUPLICATES = 2
+};
 
+/**
+ * How a load ended. A load first sets status 0, line 1, column 0 and position 0, whatever the record held;
+ * unlike elsewhere, an old status in it does not keep the load from happening. Success then writes
+ * `position` only; a failure writes all four where it was found.
+ *
+ * The character that made the failure evident has been consumed, so that its own place is told: in `[1,]`
+ * it is column 4. Only the one behind a number or a word does not count: `[nul]` fails at column 4.
+ *
+ * | status       | meaning                                                                              |
+ * |--------------|--------------------------------------------------------------------------------------|
+ * | -1040        | ::WIQ_ERR_JSON_TRAILING_DATA: something, be it readable or not, follows the value    |
+ * | -1041        | ::WIQ_ERR_JSON_UNEXPECTED_END: the text ends inside an array or object where a comma |
+ * |              | or the closing bracket (or an array's first or next element, or an object's first    |
+ * |              | key) is due                                                                          |
+ * | -1045        | ::WIQ_ERR_JSON_UNEXPECTED_TOKEN: something stands, or the text ends, where something |
+ * |              | else is due; also an empty text                                                      |
+ * | -1046        | ::WIQ_ERR_JSON_BAD_TOKEN: a value is due, and what stands there cannot be read       |
+ * | -1047        | ::WIQ_ERR_JSON_DUPLICATE_KEY: see ::WIQ_JSON_REJECT_DUPLICATES                       |
+ * | -5000        | ::WIQ_ERR_NO_MEMORY                                                                  |
+ * | -7000        | ::WIQ_ERR_INVALID_ARG: the text or stream is NULL                                    |
+ *
+ * Only where the text's first token cannot be read does the status tell why; inside an array or object it
+ * is -1046 where a value is due, and -1045 where a key, colon, comma or bracket is:
+ *
+ * | status       | what is wrong with the first token                                                   |
+ * |--------------|--------------------------------------------------------------------------------------|
+ * | -1041        | ::WIQ_ERR_JSON_UNEXPECTED_END: the text ends inside a string                         |
+ * | -1042        | ::WIQ_ERR_JSON_CONTROL_CHAR: a character below 0x20 in a string                      |
+ * | -1043        | ::WIQ_ERR_JSON_BAD_ESCAPE: the form of an escape                                     |
+ * | -1044        | ::WIQ_ERR_JSON_BAD_NUMBER: the form of a number, such as `01`, `-`, `1.`, `1e`       |
+ * | -1046        | ::WIQ_ERR_JSON_BAD_TOKEN: a character that begins no token, or another word          |
+ * | -1049        | ::WIQ_ERR_JSON_BAD_UTF8: no valid UTF-8                                              |
+ * | -1050        | ::WIQ_ERR_JSON_BAD_UNICODE_ESCAPE: `\u0000` or an unpaired surrogate                 |
+ * | -128 to -1   | a character beyond ASCII, raw: its first byte as a signed value (-61 for U+00E9)     |
+ * | -6001, -7003 | ::WIQ_ERR_TRAILING_CHARS, ::WIQ_ERR_BAD_FORMAT: such a character right behind a      |
+ * |              | number: a signed 64-bit one, or any other                                            |
+ */
 typedef struct wiq_json_load_error {
-    i32 status;
-    i32 line;
-    i32 column;
-    i32 position;
+    i32 status;   /**< 0, or what is wrong */
+    i32 line;     /**< from 1; only line feeds count */
+    i32 column;   /**< characters consumed since the last line feed: the first one is column 1 */
+    i32 position; /**< bytes consumed */
 } wiq_json_load_error;
 
+/**
+ * Parses a string.
+ * @param text  ends at its first NUL; NULL gives -7000. Not needed any more when the call returns.
+ * @param flags of wiq_json_load_flag; 0 for none
+ * @param err   receives how the load ended (see there for every status); may be NULL
+ * @return a new tree, of which the caller owns one reference (wiq_json_unref() releases it); NULL on
+ *         failure, with everything read until then released
+ */
 KE_API wiq_json_t* wiq_json_loads(const char* text, i32 flags, wiq_json_load_error* err);
+
+/**
+ * Parses what an open stream holds from where it stands. Line, column and position count from there.
+ * A NUL is a character like any other, which begins no token; a NUL right behind a number or a word is
+ * read with it and otherwise ignored.
+ * @param fp    open for reading; neither rewound nor closed. NULL gives -7000. A read error counts as the
+ *              end of the text.
+ * @param flags of wiq_json_load_flag; 0 for none. With ::WIQ_JSON_ALLOW_TRAILING nothing is read behind
+ *              the closing bracket or quote of the value, and one character behind a number or a word.
+ *              Without it a successful load reads to the end.
+ * @param err   receives how the load ended (see there for every status); may be NULL
+ * @return a new tree, of which the caller owns one reference (wiq_json_unref() releases it); NULL on
+ *         failure, with everything read until then released; the stream then stands behind what was read
+ */
 KE_API wiq_json_t* wiq_json_loadf(FILE* fp, i32 flags, wiq_json_load_error* err);
 
 /** @} */

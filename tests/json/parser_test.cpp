@@ -61,8 +61,11 @@ TEST(Parser, TreeIsFreeStanding) {
         wiq_json_array_get_ext(wiq_json_obj_get_array(node, "b", nullptr), 0, 0, nullptr);
     EXPECT_EQ(wiq_json_parent_index(elem), 0);
     EXPECT_EQ(wiq_json_jref_resolve(elem, nullptr), node);
-    // And can be taken out of it like any other child.
+    // And can be taken out of it like any other child, with its owner's reference counted.
+    wiq_json_ref(ref);
     EXPECT_EQ(wiq_json_obj_remove(node, "a"), 0);
+    EXPECT_STREQ(wiq_json_jref_uri(ref), "#");
+    wiq_json_unref(ref);
     EXPECT_EQ(wiq_json_array_pop(wiq_json_obj_get_array(node, "b", nullptr), 1), 0);
     EXPECT_EQ(describe(node), "{\"b\":[]}");
 
