@@ -103,8 +103,8 @@ TEST_F(Map, PutOfTheSameKeyPointerReleasesTheOldValueOnly) {
 }
 
 TEST_F(Map, PutOfAnEqualKeyKeepsTheNewOne) {
-    char first[] = "k";
-    char second[] = "k";
+    static char first[] = "k";  // the map holds it beyond this function
+    static char second[] = "k";
     EXPECT_EQ(wiq_map_put(&map_, first, text("a")), 0);
     EXPECT_EQ(wiq_map_put(&map_, second, text("b")), 0);
     EXPECT_EQ(g_released, (Log{"value a", "key k"}));

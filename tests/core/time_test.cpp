@@ -57,7 +57,8 @@ TEST(Time, NowIsBetweenTwoReadings) {
     struct tm tm = {};
     EXPECT_EQ(wiq_get_tm(&tm), 0);
     i64 after = 0;
-    EXPECT_EQ(wiq_time_real(&after), after);
+    const i64 returned = wiq_time_real(&after);
+    EXPECT_EQ(returned, after);
     const i64 seconds = ((tm.tm_hour * 60) + tm.tm_min) * 60 + tm.tm_sec;
     EXPECT_GE(after, before);
     EXPECT_LE((seconds - before % 86400 + 86400) % 86400, after - before);
