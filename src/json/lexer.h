@@ -37,39 +37,45 @@ i32 status_of_spoiled(const char* first, const char* last, bool is_real);
 // The value of a decimal integer with an optional "-", modulo 2^128.
 wiq_uint128 wrap_u128(const char* first, const char* last);
 
-template <class Reader>
-class Lexer {
-  public:
-    template <class Source>
-    explicit Lexer(Source source) : reader(source) {}
-    Lexer(const Lexer&) = delete;
-    Lexer& operator=(const Lexer&) = delete;
-    ~Lexer() { wiq_strbuf_finalize(&decoded_); }
-
-    // Reads the next token into `token`: 0, or why there is none.
-    i32 scan() {
-        token = kTokenInvalid;
-        const i32 status = scan_token();
-        return reader.failed() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : status;
-    }
-
-    Reader reader;
+// A token and its value: of a kind, only the fields that belong to it are set.
+struct Lexeme {
     int token = kTokenInvalid;
-    // The token's value; the text is valid until the next token is read.
-    const char* text = nullptr;
+    const char* text = nullptr;  // valid until the next token is read, and not terminated
     size_t length = 0;
     i64 integer = 0;
     double real = 0;
     wiq_uint128 big = {};
+};
+
+template <class Reader>
+class Lexer {
+  public:
+    template <class Source>
+    explicit Lexer(Source source) : reader_(source) {}
+    Lexer(const Lexer&) = delete;
+    Lexer& operator=(const Lexer&) = delete;
+    ~Lexer() { wiq_strbuf_finalize(&decoded_); }
+
+    // Reads the next token: 0, or why there is none, the token then being kTokenInvalid.
+    i32 scan() {
+        current_.token = kTokenInvalid;
+        const i32 status = scan_token();
+        return reader_.failed() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : status;
+    }
+    int token() const { return current_.token; }
+    const Lexeme& current() const { return current_; }
+
+    Place place() const { return reader_.place(); }
+    i32 position() const { return reader_.position(); }
 
   private:
     i32 scan_token() {
         const int c = first_of_token();
         if (c < 0) {
-            token = c == WIQ_ERR_EOF ? kTokenEnd : kTokenInvalid;
+            current_.token = c == WIQ_ERR_EOF ? kTokenEnd : kTokenInvalid;
             return c == WIQ_ERR_EOF ? 0 : c;
         }
-        reader.begin_token();
+        reader_.begin_token();
         switch (c) {
             case '{':
             case '}':
@@ -77,7 +83,7 @@ class Lexer {
             case ']':
             case ':':
             case ',':
-                token = c;
+                current_.token = c;
                 return 0;
             case '"':
                 return scan_string();
@@ -91,8 +97,8 @@ class Lexer {
 
     int first_of_token() {
         for (;;) {
-            reader.forget();
-            const int c = reader.next();
+            reader_.forget();
+            const int c = reader_.next();
             if (c != ' ' && c != '\n' && c != '\r' && c != '\t')
                 return c;
         }
@@ -100,47 +106,47 @@ class Lexer {
 
     // true, false, null.
     i32 scan_word() {
-        int c = reader.next();
+        int c = reader_.next();
         while (c >= 0 && is_alpha(static_cast<char>(c)))
-            c = reader.next();
+            c = reader_.next();
         if (c < 0 && c != WIQ_ERR_EOF)
             return c;
         const std::string_view word = token_text(c);
         if (word == "true")
-            token = kTokenTrue;
+            current_.token = kTokenTrue;
         else if (word == "false")
-            token = kTokenFalse;
+            current_.token = kTokenFalse;
         else if (word == "null")
-            token = kTokenNull;
-        return token == kTokenInvalid ? static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN) : 0;
+            current_.token = kTokenNull;
+        return current_.token == kTokenInvalid ? static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN) : 0;
     }
 
     // The token's text, when `c` has been read behind it; gives that byte back where that is possible. A
     // byte beyond ASCII is not, and stays the text's last.
     std::string_view token_text(int c) {
-        reader.unread(c);
-        const char* first = reader.token_begin();
-        return {first, static_cast<size_t>(reader.token_end() - first)};
+        reader_.unread(c);
+        const char* first = reader_.token_begin();
+        return {first, static_cast<size_t>(reader_.token_end() - first)};
     }
 
     static bool is_digit_int(int c) { return c >= '0' && c <= '9'; }
 
     // Skips digits; the byte behind them.
     int skip_digits() {
-        int c = reader.next();
+        int c = reader_.next();
         while (is_digit_int(c))
-            c = reader.next();
+            c = reader_.next();
         return c;
     }
 
     i32 scan_number(int c) {
         bool is_real = false;
         if (c == '-')
-            c = reader.next();
+            c = reader_.next();
         if (!is_digit_int(c))
             return WIQ_ERR_JSON_BAD_NUMBER;
         if (c == '0') {
-            c = reader.next();
+            c = reader_.next();
             if (is_digit_int(c))
                 return WIQ_ERR_JSON_BAD_NUMBER;
         } else {
@@ -148,21 +154,21 @@ class Lexer {
         }
         if (c == '.') {
             is_real = true;
-            if (!is_digit_int(reader.next()))
+            if (!is_digit_int(reader_.next()))
                 return WIQ_ERR_JSON_BAD_NUMBER;
             c = skip_digits();
         }
         if (c == 'e' || c == 'E') {
             is_real = true;
-            c = reader.next();
+            c = reader_.next();
             if (c == '+' || c == '-')
-                c = reader.next();
+                c = reader_.next();
             if (!is_digit_int(c))
                 return WIQ_ERR_JSON_BAD_NUMBER;
             c = skip_digits();
         }
         const std::string_view number = token_text(c);
-        if (reader.failed())
+        if (reader_.failed())
             return WIQ_ERR_NO_MEMORY;
         return convert_number(number.data(), number.data() + number.size(), is_real);
     }
@@ -171,13 +177,13 @@ class Lexer {
         if (static_cast<i8>(last[-1]) < 0)
             return status_of_spoiled(first, last - 1, is_real);
         if (is_real) {
-            parse_double(first, last, &real);
-            token = kTokenReal;
-        } else if (parse_i64(first, last, &integer)) {
-            token = kTokenInteger;
+            parse_double(first, last, &current_.real);
+            current_.token = kTokenReal;
+        } else if (parse_i64(first, last, &current_.integer)) {
+            current_.token = kTokenInteger;
         } else {
-            big = wrap_u128(first, last);
-            token = kTokenBigInteger;
+            current_.big = wrap_u128(first, last);
+            current_.token = kTokenBigInteger;
         }
         return 0;
     }
@@ -186,8 +192,8 @@ class Lexer {
     i32 scan_string() {
         bool escaped = false;
         for (;;) {
-            reader.skip_plain();
-            const int c = reader.next();
+            reader_.skip_plain();
+            const int c = reader_.next();
             if (c == '"')
                 break;
             if (c < 0)
@@ -200,17 +206,17 @@ class Lexer {
                     return WIQ_ERR_JSON_BAD_ESCAPE;
             }
         }
-        if (reader.failed())
+        if (reader_.failed())
             return WIQ_ERR_NO_MEMORY;
-        return string_value(reader.token_begin() + 1, reader.token_end() - 1, escaped);
+        return string_value(reader_.token_begin() + 1, reader_.token_end() - 1, escaped);
     }
 
     bool scan_escape() {
-        const int c = reader.next();
+        const int c = reader_.next();
         if (c != 'u')
             return c > 0 && strchr("\"\\/bfnrt", c) != nullptr;
         for (int digits = 0; digits < 4; ++digits) {
-            const int digit = reader.next();
+            const int digit = reader_.next();
             if (digit < 0 || !is_hex_digit(static_cast<char>(digit)))
                 return false;
         }
@@ -218,23 +224,25 @@ class Lexer {
     }
 
     i32 string_value(const char* first, const char* last, bool escaped) {
-        text = first;
-        length = static_cast<size_t>(last - first);
+        current_.text = first;
+        current_.length = static_cast<size_t>(last - first);
         if (escaped) {
             decoded_.len = 0;
-            if (strbuf_reserve(&decoded_, length + 1) != 0)
+            if (strbuf_reserve(&decoded_, current_.length + 1) != 0)
                 return WIQ_ERR_NO_MEMORY;
             const char* end = decode_string(first, last, decoded_.data);
             if (end == nullptr)
                 return WIQ_ERR_JSON_BAD_UNICODE_ESCAPE;
-            text = decoded_.data;
-            length = static_cast<size_t>(end - text);
+            current_.text = decoded_.data;
+            current_.length = static_cast<size_t>(end - current_.text);
         }
-        token = kTokenString;
+        current_.token = kTokenString;
         return 0;
     }
 
-    wiq_strbuf decoded_ = {};
+    Reader reader_;
+    Lexeme current_;
+    wiq_strbuf decoded_ = {};  // a string whose escapes were decoded
 };
 
 }  // namespace ke::json

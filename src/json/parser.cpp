@@ -34,11 +34,11 @@ class Parser {
     wiq_json_t* parse(wiq_json_load_error* err) {
         const i32 status = document();
         if (status != 0) {
-            const Place place = lexer_.reader.place();
+            const Place place = lexer_.place();
             *err = {status, place.line, place.column, place.position};
             return nullptr;
         }
-        err->position = lexer_.reader.position();
+        err->position = lexer_.position();
         wiq_json_t* root = root_;
         root_ = nullptr;
         return root;
@@ -59,7 +59,7 @@ class Parser {
         status = lexer_.scan();
         if (status == WIQ_ERR_NO_MEMORY)
             return status;
-        return lexer_.token == kTokenEnd ? 0 : static_cast<i32>(WIQ_ERR_JSON_TRAILING_DATA);
+        return lexer_.token() == kTokenEnd ? 0 : static_cast<i32>(WIQ_ERR_JSON_TRAILING_DATA);
     }
 
     // Reads a token inside a container: 0, or -5000.
@@ -72,7 +72,7 @@ class Parser {
         value_is_due_ = false;
         u32 err = 0;
         wiq_json* node = nullptr;
-        switch (lexer_.token) {
+        switch (lexer_.token()) {
             case '{':
                 node = wiq_json_obj_new(0, &err);
                 break;
@@ -80,23 +80,23 @@ class Parser {
                 node = wiq_json_array_new(0, &err);
                 break;
             case kTokenString:
-                node = new_text_node(kJsonString, lexer_.text, lexer_.length);
+                node = new_text_node(kJsonString, lexer_.current().text, lexer_.current().length);
                 break;
             case kTokenInteger:
-                node = wiq_json_i64_new(lexer_.integer, &err);
+                node = wiq_json_i64_new(lexer_.current().integer, &err);
                 break;
             case kTokenReal:
-                node = wiq_json_double_new(lexer_.real, &err);
+                node = wiq_json_double_new(lexer_.current().real, &err);
                 break;
             case kTokenTrue:
             case kTokenFalse:
-                node = wiq_json_bool_new(lexer_.token == kTokenTrue, &err);
+                node = wiq_json_bool_new(lexer_.token() == kTokenTrue, &err);
                 break;
             case kTokenNull:
                 node = wiq_json_null_new(&err);
                 break;
             case kTokenBigInteger:
-                node = wiq_json_u128_new(&lexer_.big, &err);
+                node = wiq_json_u128_new(&lexer_.current().big, &err);
                 break;
             case kTokenInvalid:
                 return WIQ_ERR_JSON_BAD_TOKEN;
@@ -135,11 +135,11 @@ class Parser {
         if (status != 0)
             return status;
         if (container->type == kJsonObject)
-            return lexer_.token == '}' ? close_object() : key(true);
-        if (lexer_.token == ']')
+            return lexer_.token() == '}' ? close_object() : key(true);
+        if (lexer_.token() == ']')
             return close();
-        return lexer_.token == kTokenEnd ? static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_END)
-                                         : expect_value();
+        return lexer_.token() == kTokenEnd ? static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_END)
+                                           : expect_value();
     }
 
     // What may follow an element: a comma and another one, or the bracket.
@@ -147,14 +147,14 @@ class Parser {
         i32 status = scan_inside();
         if (status != 0)
             return status;
-        if (lexer_.token == ',') {
+        if (lexer_.token() == ',') {
             status = scan_inside();
             if (status != 0)
                 return status;
-            if (lexer_.token != kTokenEnd)
+            if (lexer_.token() != kTokenEnd)
                 return expect_value();
         }
-        return lexer_.token == ']' ? close() : unexpected();
+        return lexer_.token() == ']' ? close() : unexpected();
     }
 
     // What may follow a member.
@@ -162,30 +162,30 @@ class Parser {
         i32 status = scan_inside();
         if (status != 0)
             return status;
-        if (lexer_.token == ',') {
+        if (lexer_.token() == ',') {
             status = scan_inside();
             return status != 0 ? status : key(false);
         }
-        return lexer_.token == '}' ? close_object() : unexpected();
+        return lexer_.token() == '}' ? close_object() : unexpected();
     }
 
     i32 unexpected() const {
-        return lexer_.token == kTokenEnd ? static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_END)
-                                         : static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_TOKEN);
+        return lexer_.token() == kTokenEnd ? static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_END)
+                                           : static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_TOKEN);
     }
 
     // A key with its colon and its value. The end of the text is an early end only before the first key.
     i32 key(bool first) {
-        if (lexer_.token != kTokenString)
+        if (lexer_.token() != kTokenString)
             return first ? unexpected() : static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_TOKEN);
-        entry_ = new_entry(lexer_.text, lexer_.length);
+        entry_ = new_entry(lexer_.current().text, lexer_.current().length);
         if (entry_ == nullptr)
             return WIQ_ERR_NO_MEMORY;
         if (reject_duplicates_ &&
             map_find(&as<ObjectNode>(open_)->map, entry_->hash, entry_->key) != nullptr)
             return WIQ_ERR_JSON_DUPLICATE_KEY;
         i32 status = scan_inside();
-        if (status == 0 && lexer_.token != ':')
+        if (status == 0 && lexer_.token() != ':')
             status = WIQ_ERR_JSON_UNEXPECTED_TOKEN;
         if (status == 0)
             status = scan_inside();

@@ -40,11 +40,11 @@ class StringReader {
         : start_(text), next_(text), token_(text), plain_end_(text) {}
 
     int next() {
-        const int c = static_cast<i8>(*next_);
-        if (c <= 0)
+        const u8 byte = static_cast<u8>(*next_);
+        if (byte == 0 || byte >= 0x80)
             return next_special();
         ++next_;
-        return c;
+        return byte;
     }
     // Takes back the byte that next() gave; only values above 0 can be.
     void unread(int c) {
