@@ -110,15 +110,14 @@ TEST(ParserModel, EverySequenceOfUtf8Edges) {
 
 const char* const kDocuments[] = {
     "{\"Name\":\"PHYSICAL DRIVE\",\"Slot\":3,\"Size\":12000138625024,\"Ok\":true,\"Parent\":null}",
-    "[0,-0,1,-1,1.5,-2.25e3,1E+2,0e-1,123456789012345678,9223372036854775807,"
-    "9223372036854775808,-9223372036854775808,-9223372036854775809,"
-    "340282366920938463463374607431768211455,340282366920938463463374607431768211456]",
+    ("[0,-0,1,-1,1.5,-2.25e3,1E+2,0e-1,123456789012345678,9223372036854775807,"
+     "9223372036854775808,-9223372036854775808,-9223372036854775809,"
+     "340282366920938463463374607431768211455,340282366920938463463374607431768211456]"),
     "{\n  \"a\": [ {\"b\": {\"c\": [1, 2, [3, [4, {}]]]}}, [], {} ],\n\t\"d\"\r\n:\"x\"\n}\n",
-    "[\"\\\"\\\\\\/\\b\\f\\n\\r\\t\\u00e9\\u20AC\\ud83d\\ude00\\u0041\",\"plain text, long enough "
-    "to "
-    "be taken sixteen bytes at a time, with \\\" in it\"]",
-    "{\"x\":{\"$ref\":\"#/y\"},\"y\":[{\"$ref\":\"\"},{\"$ref\":1},{\"$ref\":\"a\",\"b\":2},"
-    "{\"$ref\":{\"$ref\":\"#/$ref\"}}]}",
+    ("[\"\\\"\\\\\\/\\b\\f\\n\\r\\t\\u00e9\\u20AC\\ud83d\\ude00\\u0041\",\"plain text, long enough "
+     "to be taken sixteen bytes at a time, with \\\" in it\"]"),
+    ("{\"x\":{\"$ref\":\"#/y\"},\"y\":[{\"$ref\":\"\"},{\"$ref\":1},{\"$ref\":\"a\",\"b\":2},"
+     "{\"$ref\":{\"$ref\":\"#/$ref\"}}]}"),
     "{\"a\":1,\"b\":2,\"a\":3,\"c\":{\"a\":4,\"a\":5},\"b\":[{\"b\":6}]}",
     "[true,false,null,[true],{\"t\":false}, null ]",
 };
@@ -185,8 +184,7 @@ std::string random_document(Random& random, int depth) {
                                     "\"\"",
                                     "\"x\"",
                                     "\"\\u0101\"",
-                                    "\" long enough "
-                                    "for more than one stretch of the scanner \""};
+                                    ("\" long enough for more than one stretch \"")};
     const char* const kBlanks[] = {"", "", "", " ", "\n", "\t", "\r\n  "};
     const char* const kKeys[] = {"a", "b", "c", "d", "$ref", "key", "\\u0061", "", "serial number"};
     const u32 kind = depth == 0 ? 0 : random.below(3);

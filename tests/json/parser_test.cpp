@@ -170,8 +170,9 @@ TEST(Parser, ReadErrorEndsTheInput) {
 // at every distance from the places where the search for it starts anew.
 TEST(Parser, LongTokens) {
     ScratchFile file;
-    for (size_t length : {1,   15,  16,  17,  63,  64,   65,   126,   127,   128,   129,   255,
-                          256, 257, 383, 384, 385, 1000, 4096, 16255, 16384, 40000, 300000}) {
+    for (size_t length : std::initializer_list<size_t>{
+             1,   15,  16,  17,  63,  64,   65,   126,   127,   128,   129,   255,
+             256, 257, 383, 384, 385, 1000, 4096, 16255, 16384, 40000, 300000}) {
         const std::string run(length, 'x');
         const std::string plain = "[\"" + run + "\",{\"" + run + "\":\"" + run + "\\n\"}]";
         const std::string tree = "[\"" + run + "\",{\"" + run + "\":\"" + run + "\\x0A\"}]";
