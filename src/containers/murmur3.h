@@ -20,7 +20,7 @@ inline u32 scramble(u32 k) {
 // A block of four bytes, read little-endian.
 inline u32 load(const u8* p) {
     if constexpr (std::endian::native == std::endian::little) {
-        u32 k;
+        u32 k = 0;
         memcpy(&k, p, sizeof(k));
         return k;
     } else {

@@ -36,6 +36,7 @@ char* wiq_schema_filename(const char* command, bool input, u32* err) {
         report(err, WIQ_ERR_NO_MEMORY);
         return nullptr;
     }
+    // NOLINTNEXTLINE(bugprone-not-null-terminated-result): the suffix brings the NUL.
     memcpy(name, command, length);
     memcpy(name + length, suffix, suffix_size);
     return wiq_strchr_replace(name, '-', '_');

@@ -45,7 +45,7 @@ class StrbufSink {
 class StreamSink {
   public:
     // The block is an initialised buffer of the caller's; it never holds more than kBlock.
-    static constexpr u64 kBlock = 32 * 1024;
+    static constexpr u64 kBlock = u64{32} * 1024;
 
     StreamSink(FILE* stream, wiq_strbuf* block) : stream_(stream), block_(block) {}
 

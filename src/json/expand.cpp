@@ -88,7 +88,7 @@ class Expansion {
         }
         if (!steps_.push({nullptr, nullptr, 0, node}))
             return WIQ_ERR_NO_MEMORY;
-        return visit(target);
+        return walk(target);
     }
 
     i32 leave(wiq_json_t* node) {
@@ -98,10 +98,11 @@ class Expansion {
         return status != 0 ? status : set_state(node, &kExpanded);
     }
 
-    i32 visit(wiq_json_t* node) {
+    i32 visit(wiq_json_t* node) { return node->type == kJsonRef ? enter(node) : walk(node); }
+
+    // A node that is no reference: a container is walked, a scalar is nothing to the expansion.
+    i32 walk(wiq_json_t* node) {
         switch (node->type) {
-            case kJsonRef:
-                return enter(node);
             case kJsonObject:
                 return steps_.push({node, first_member(as<ObjectNode>(node)), 0, nullptr})
                            ? 0

@@ -47,7 +47,7 @@ Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
     if (a == nullptr || b == nullptr) {
         return Answer::kNo;
     }
-    bool same;
+    bool same = false;
     switch (a->type) {
         case kJsonObject:
         case kJsonArray:
@@ -240,7 +240,7 @@ bool compare_containers(Pair pair, u32 flags) {
     SmallStack<Match, 16> waiting;
     for (;;) {
         // Down: a pair of containers whose answer is wanted.
-        Match match;
+        Match match = {};
         Answer answer = start(&match, pair, flags);
         if (answer == Answer::kLookInside && !waiting.push(match)) {
             return false;

@@ -7,8 +7,6 @@
 
 namespace {
 
-using ke::json::as;
-
 const WiqJsonVisitorClass* slots_of(const WiqJsonVisitor* self) {
     return reinterpret_cast<const WiqJsonVisitorClass*>(self->object.klass);
 }

@@ -15,6 +15,8 @@ namespace ke {
 
 namespace {
 
+// NOLINTBEGIN(misc-no-recursion): a line of descent is as long as its authors made it.
+
 using SizeField = size_t WiqType::*;
 
 // A size of 0 means that of the nearest ancestor that gives one.
@@ -67,11 +69,13 @@ i32 build_locked(WiqType* type) {
 
 }  // namespace
 
+// NOLINTEND(misc-no-recursion)
+
 WiqClass* class_of(WiqType* type) {
     return std::atomic_ref(type->klass).load(std::memory_order_acquire);
 }
 
-i32 build_class(WiqType* type) {
+i32 build_class(WiqType* type) {  // NOLINT(misc-no-recursion): see above
     if (class_of(type) != nullptr)
         return 0;
     if (type->initialised == 0)

@@ -12,8 +12,9 @@ int stop_here(void) {
 int main(void) {
     wiq_json_load_error err;
     wiq_json_t* root = wiq_json_loads(
-        "{\"list\":[1,-2,2.5,\"text\",true,null,18446744073709551616],\"ref\":{\"$ref\":\"#/list\"}}", 0,
-        &err);
+        "{\"list\":[1,-2,2.5,\"text\",true,null,18446744073709551616],\"ref\":{\"$ref\":\"#/"
+        "list\"}}",
+        0, &err);
     wiq_uint128 big = {5, 1};
     wiq_strbuf text;
     wiq_vector numbers;

@@ -30,7 +30,7 @@ int set_value(const Args& args, const Session& session) {
     }
     check("pointer \"" + args.pointer + "\"",
           wiq_json_ptr_put(root.get(), args.pointer.c_str(), value.get()));
-    value.release();  // the document owns it now
+    (void)value.release();  // the document owns it now
     finish(root.get(), input, session);
     return kExitOk;
 }

@@ -114,7 +114,7 @@ std::string dump_json(wiq_json_t* node, u32 flags) {
     char* text = nullptr;
     const i32 length = wiq_json_sdump(node, &text, flags);
     check("the document", length);
-    const std::string result(text, static_cast<size_t>(length));
+    std::string result(text, static_cast<size_t>(length));
     free(text);
     return result;
 }

@@ -23,8 +23,8 @@ void use_binary_streams() {
 
 FILE* scratch_file() {
     // The runtime's tmpfile() wants to write into the root of the drive, which users may not.
-    wchar_t folder[MAX_PATH + 1];
-    wchar_t name[MAX_PATH + 1];
+    wchar_t folder[MAX_PATH + 1] = {};
+    wchar_t name[MAX_PATH + 1] = {};
     if (GetTempPathW(MAX_PATH + 1, folder) == 0 || GetTempFileNameW(folder, L"ke", 0, name) == 0)
         return nullptr;
     return _wfopen(name, L"w+bTD");

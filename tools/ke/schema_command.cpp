@@ -33,9 +33,9 @@ int show(const std::vector<std::string>& words, const Session& session) {
     u32 err = 0;
     const Json both(wiq_json_obj_new(2, &err));
     if (wiq_json_obj_put_ext(both.get(), "input", input.get(), &err) == 0)
-        input.release();  // the object owns it now
+        (void)input.release();  // the object owns it now
     if (wiq_json_obj_put_ext(both.get(), "output", output.get(), &err) == 0)
-        output.release();
+        (void)output.release();
     check("schema of " + command, static_cast<i32>(err));
     write_output(dump_json(both.get(), WIQ_JSON_DUMP_PRETTY | WIQ_JSON_DUMP_SORT_KEYS) + "\n",
                  Input{}, session.common);

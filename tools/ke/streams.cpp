@@ -15,8 +15,8 @@ namespace tool {
 
 namespace {
 
-constexpr size_t kPiece = 64 * 1024;
-constexpr size_t kShowProgressFrom = 1024 * 1024;
+constexpr size_t kPiece = size_t{64} * 1024;
+constexpr size_t kShowProgressFrom = size_t{1024} * 1024;
 
 struct CloseFile {
     void operator()(FILE* fp) const { fclose(fp); }
