@@ -1,0 +1,242 @@
+// Search, filter and sort of arrays, strong and weak.
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+#include "json/tree.h"
+
+namespace {
+
+using tree::count;
+using tree::make;
+using tree::parent;
+using tree::text_of;
+using tree::Tree;
+
+wiq_json_t* elem(const Tree& array, i32 index) {
+    return wiq_json_array_get_ext(array.get(), index, 0, nullptr);
+}
+
+void expect_numbered(const Tree& array) {
+    for (i32 i = 0; i < wiq_json_array_size(array.get()); ++i) {
+        EXPECT_EQ(wiq_json_parent_index(elem(array, i)), i);
+    }
+}
+
+TEST(JsonArrayFind, FindsTheFirstEqualElement) {
+    Tree array = make("[1,\"a\",{\"k\":[1,2.0]},1.0,[],@\"/0\",null,\"b\"]");
+    const struct {
+        const char* pattern;
+        i32 index;  // -1: none
+    } rows[] = {
+        {"1", 0},
+        {"1.0", 0},
+        {"1u", 0},
+        {"2", -1},
+        {"\"a\"", 1},
+        {"\"b\"", 7},
+        {"\"c\"", -1},
+        {"null", 6},
+        {"true", -1},
+        {"[]", 4},
+        {"{}", -1},
+        {"@\"/0\"", 5},
+        {"@\"/1\"", -1},
+        {"{\"k\":[1.0,2]}", 2},
+        {"{\"k\":[1]}", -1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.pattern);
+        EXPECT_EQ(wiq_json_array_find(array.get(), make(row.pattern).get()),
+                  row.index >= 0 ? elem(array, row.index) : nullptr);
+    }
+    EXPECT_EQ(wiq_json_array_find(array.get(), elem(array, 4)), elem(array, 4));
+    EXPECT_EQ(wiq_json_array_find(array.get(), nullptr), nullptr);
+    EXPECT_EQ(wiq_json_array_find(nullptr, make("1").get()), nullptr);
+    EXPECT_EQ(wiq_json_array_find(make("{}").get(), make("1").get()), nullptr);
+}
+
+TEST(JsonArrayFind, FindsTexts) {
+    Tree array = make("[@\"a\",1,\"a\",\"a\",\"\"]");
+    EXPECT_EQ(wiq_json_array_find_str(array.get(), "a"), elem(array, 2));
+    EXPECT_EQ(wiq_json_array_find_str(array.get(), ""), elem(array, 4));
+    EXPECT_EQ(wiq_json_array_find_str(array.get(), "A"), nullptr);
+    EXPECT_EQ(wiq_json_array_find_str(array.get(), nullptr), nullptr);
+    EXPECT_EQ(wiq_json_array_find_str(nullptr, "a"), nullptr);
+    EXPECT_EQ(wiq_json_array_find_str(make("\"a\"").get(), "a"), nullptr);
+}
+
+bool is_even(wiq_json_t* node, void*) {
+    return wiq_json_i64_get(node) % 2 == 0;
+}
+
+TEST(JsonArrayFilter, KeepsTheOrder) {
+    const struct {
+        const char* before;
+        const char* after;
+    } rows[] = {
+        {"[]", "[]"},
+        {"[2,4]", "[2,4]"},
+        {"[1]", "[]"},
+        {"[1,3,5]", "[]"},
+        {"[1,2,3,4,6]", "[2,4,6]"},
+        {"[2,1,4,3]", "[2,4]"},
+        {"[8,6,7,5,4]", "[8,6,4]"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.before);
+        Tree array = make(row.before);
+        EXPECT_EQ(wiq_json_array_filter(array.get(), is_even, nullptr), 0);
+        EXPECT_EQ(text_of(array), row.after);
+        expect_numbered(array);
+    }
+}
+
+TEST(JsonArrayFilter, DropsTheFirstAndTheThirdOfFive) {
+    Tree array = make("[1,2,3,4,6]");
+    const wiq_json_t* kept[] = {elem(array, 1), elem(array, 3), elem(array, 4)};
+    ASSERT_EQ(wiq_json_array_filter(array.get(), is_even, nullptr), 0);
+    EXPECT_EQ(wiq_json_parent_index(kept[0]), 0);
+    EXPECT_EQ(wiq_json_parent_index(kept[1]), 1);
+    EXPECT_EQ(wiq_json_parent_index(kept[2]), 2);
+}
+
+TEST(JsonArrayFilter, AsksAboutEveryElementOnceInOrder) {
+    Tree array = make("[3,1,2,5]");
+    std::string asked;
+    wiq_json_array_filter(
+        array.get(),
+        [](wiq_json_t* node, void* user) {
+            // The array is as it was until the last answer.
+            EXPECT_EQ(wiq_json_array_size(const_cast<wiq_json_t*>(parent(node))), 4);
+            EXPECT_EQ(wiq_json_array_get_ext(parent(node), 1, 0, nullptr) == node,
+                      wiq_json_i64_get(node) == 1);
+            *static_cast<std::string*>(user) += text_of(node);
+            return false;
+        },
+        &asked);
+    EXPECT_EQ(asked, "3125");
+    EXPECT_EQ(text_of(array), "[]");
+}
+
+TEST(JsonArrayFilter, LeavesDroppedElementsToWhoHoldsThem) {
+    Tree array = make("[1,2,3]");
+    wiq_json_t* held = elem(array, 0);
+    wiq_json_ref(held);
+    wiq_json_array_filter(array.get(), is_even, nullptr);
+    EXPECT_EQ(text_of(array), "[2]");
+    EXPECT_EQ(count(held), 1);
+    EXPECT_EQ(parent(held), nullptr);
+    wiq_json_unref(held);
+}
+
+TEST(JsonArrayFilter, KeepsElementsWhosePlaceIsNegative) {
+    Tree array = make("[2,1,4]");
+    wiq_json_unref(wiq_json_array_swap(array.get(), -1, tree::node("6"), nullptr));
+    EXPECT_EQ(wiq_json_array_filter(array.get(), is_even, nullptr), 0);
+    EXPECT_EQ(text_of(array), "[2,6]");
+    expect_numbered(array);
+}
+
+TEST(JsonArrayFilter, RefusesWrongArguments) {
+    Tree array = make("[1]");
+    EXPECT_EQ(wiq_json_array_filter(nullptr, is_even, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_array_filter(make("{}").get(), is_even, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_array_filter(array.get(), nullptr, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(text_of(array), "[1]");
+}
+
+TEST(JsonArrayFilter, WeakArrayOfFreeStandingNodes) {
+    std::vector<Tree> nodes;
+    Tree weak = make("w[]");
+    for (i64 i = 0; i < 30; ++i) {
+        wiq_json_t* node = wiq_json_i64_new(i, nullptr);
+        wiq_json_ref(node);
+        nodes.emplace_back(node);
+        wiq_json_array_push_ext(weak.get(), node, nullptr);
+    }
+    const auto keep = [](wiq_json_t* node, void* divisor) {
+        return wiq_json_i64_get(node) % *static_cast<i64*>(divisor) != 0;
+    };
+    std::string expected = "w[";
+    for (i64 i = 0; i < 30; ++i) {
+        expected += i % 3 != 0 && i % 5 != 0 ? std::to_string(i) + "," : "";
+    }
+    expected.back() = ']';
+    i64 divisor = 3;
+    EXPECT_EQ(wiq_json_array_filter(weak.get(), keep, &divisor), 0);
+    divisor = 5;
+    EXPECT_EQ(wiq_json_array_filter(weak.get(), keep, &divisor), 0);
+    EXPECT_EQ(text_of(weak), expected);
+    for (i64 i = 0; i < 30; ++i) {
+        EXPECT_EQ(count(nodes[static_cast<size_t>(i)].get()), i % 3 != 0 && i % 5 != 0 ? 2 : 1);
+    }
+}
+
+TEST(JsonArrayFilter, WeakArraySortsByPlacesElsewhere) {
+    Tree owner = make("[10,20,31,40]");
+    Tree weak = make("w[]");
+    for (const i32 index : {3, 2, 0, 1}) {
+        wiq_json_array_push_ext(weak.get(), elem(owner, index), nullptr);
+    }
+    EXPECT_EQ(wiq_json_array_filter(weak.get(), is_even, nullptr), 0);
+    EXPECT_EQ(text_of(weak), "w[10,20,40]");
+    EXPECT_EQ(wiq_json_parent_index(elem(owner, 0)), 0);
+    EXPECT_EQ(wiq_json_parent_index(elem(owner, 3)), 3);
+    // The dropped one was given a number behind the places of the weak array.
+    EXPECT_EQ(wiq_json_parent_index(elem(owner, 2)), 4);
+    EXPECT_EQ(parent(elem(owner, 2)), owner.get());
+    EXPECT_EQ(count(elem(owner, 2)), 1);
+    // The owner still knows it.
+    Tree orphan(elem(owner, 2));
+    EXPECT_EQ(wiq_json_make_orphan(orphan.get()), 0);
+    EXPECT_EQ(text_of(owner), "[10,20,null,40]");
+}
+
+TEST(JsonArrayFilter, WeakArrayLeavesKeysWhole) {
+    Tree owner = make("{\"a\":1,\"b\":2,\"c\":3}");
+    Tree weak = make("w[]");
+    for (const char* key : {"a", "b", "c"}) {
+        wiq_json_array_push_ext(weak.get(), wiq_json_obj_get_ext(owner.get(), key, 0, nullptr),
+                                nullptr);
+    }
+    EXPECT_EQ(wiq_json_array_filter(weak.get(), is_even, nullptr), 0);
+    EXPECT_EQ(wiq_json_array_size(weak.get()), 1);
+    for (const char* key : {"a", "b", "c"}) {
+        EXPECT_STREQ(wiq_json_parent_key(wiq_json_obj_get_ext(owner.get(), key, 0, nullptr)), key);
+    }
+}
+
+int by_value(const void* a, const void* b) {
+    const i64 left = wiq_json_i64_get(*static_cast<wiq_json_t* const*>(a));
+    const i64 right = wiq_json_i64_get(*static_cast<wiq_json_t* const*>(b));
+    return (left > right) - (left < right);
+}
+
+TEST(JsonArraySort, SortsAndNumbers) {
+    Tree array = make("[5,3,9,1,7,2,8]");
+    EXPECT_EQ(wiq_json_array_sort(array.get(), by_value), 0);
+    EXPECT_EQ(text_of(array), "[1,2,3,5,7,8,9]");
+    expect_numbered(array);
+    for (const char* small : {"[]", "[1]"}) {
+        Tree other = make(small);
+        EXPECT_EQ(wiq_json_array_sort(other.get(), by_value), 0);
+        EXPECT_EQ(text_of(other), small);
+    }
+    EXPECT_EQ(wiq_json_array_sort(nullptr, by_value), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_array_sort(make("{}").get(), by_value), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_array_sort(array.get(), nullptr), WIQ_ERR_INVALID_ARG);
+}
+
+TEST(JsonArraySort, WeakArrayLeavesPlacesAlone) {
+    Tree owner = make("[5,3,9]");
+    Tree weak = make("w[]");
+    for (const i32 index : {0, 1, 2}) {
+        wiq_json_array_push_ext(weak.get(), elem(owner, index), nullptr);
+    }
+    EXPECT_EQ(wiq_json_array_sort(weak.get(), by_value), 0);
+    EXPECT_EQ(text_of(weak), "w[3,5,9]");
+    expect_numbered(owner);
+}
+
+}  // namespace

@@ -1,0 +1,155 @@
+// Objects while memory fails: the object stays as it was, and a child keeps its count.
+#include <gtest/gtest.h>
+
+#include "json/tree.h"
+#include "support/alloc_faults.h"
+
+namespace {
+
+using tree::make;
+using tree::text_of;
+using tree::Tree;
+
+// A full object: the next member makes its table grow.
+const char kFull[] = "{\"a\":1,\"b\":2,\"c\":3}";
+
+TEST(JsonObjFaults, PutLeavesObjectAndChildAsTheyWere) {
+    for (const i32 references : {0, 1, 2}) {
+        const size_t points = SweepAllocations([&](AllocFaults& faults) {
+            Tree obj = make(kFull);
+            wiq_json_t* child = tree::node("[\"x\"]");
+            for (i32 i = 0; i < references; ++i) {
+                wiq_json_ref(child);
+            }
+            u32 err = 0;
+            faults.arm();
+            const i32 status = wiq_json_obj_put_ext(obj.get(), "d", child, &err);
+            faults.disarm();
+            EXPECT_EQ(static_cast<i32>(err), status);
+            if (faults.fired()) {
+                EXPECT_EQ(status, WIQ_ERR_NO_MEMORY);
+                EXPECT_EQ(text_of(obj), kFull);
+                EXPECT_EQ(tree::count(child), references);
+                EXPECT_EQ(tree::parent(child), nullptr);
+                // The object takes it once there is memory.
+                EXPECT_EQ(wiq_json_obj_put_ext(obj.get(), "d", child, nullptr), 0);
+            } else {
+                EXPECT_EQ(status, 0);
+            }
+            EXPECT_EQ(text_of(obj), "{\"a\":1,\"b\":2,\"c\":3,\"d\":[\"x\"]}");
+            EXPECT_EQ(tree::count(child), references + 1);
+            obj.reset();
+            for (i32 i = 0; i < references; ++i) {
+                wiq_json_unref(child);
+            }
+        });
+        EXPECT_EQ(points, 2 * 2u) << "the entry and the table, each in both ways";
+    }
+}
+
+TEST(JsonObjFaults, ReplacingNeedsNoMemory) {
+    Tree obj = make(kFull);
+    Tree child = make("4");
+    AllocFaults faults(1, AllocFaults::kPersistent);
+    faults.arm();
+    const i32 status = wiq_json_obj_put_ext(obj.get(), "b", child.get(), nullptr);
+    faults.disarm();
+    EXPECT_EQ(status, 0);
+    EXPECT_FALSE(faults.fired());
+    child.release();
+    EXPECT_EQ(text_of(obj), "{\"a\":1,\"b\":4,\"c\":3}");
+}
+
+using Build = wiq_json_t* (*)(wiq_json_t*, u32*);
+
+const struct {
+    const char* name;
+    Build build;
+} kBuilders[] = {
+    {"null", [](wiq_json_t* o, u32* e) { return wiq_json_obj_put_null(o, "d", e); }},
+    {"bool", [](wiq_json_t* o, u32* e) { return wiq_json_obj_put_bool(o, "d", true, e); }},
+    {"i64", [](wiq_json_t* o, u32* e) { return wiq_json_obj_put_i64(o, "d", 1, e); }},
+    {"u64", [](wiq_json_t* o, u32* e) { return wiq_json_obj_put_u64(o, "d", 1, e); }},
+    {"u128",
+     [](wiq_json_t* o, u32* e) {
+         const wiq_uint128 value = {1, 1};
+         return wiq_json_obj_put_u128(o, "d", &value, e);
+     }},
+    {"double", [](wiq_json_t* o, u32* e) { return wiq_json_obj_put_double(o, "d", 1, e); }},
+    {"reference", [](wiq_json_t* o, u32* e) { return wiq_json_obj_put_jref(o, "d", "/a", e); }},
+    {"object", [](wiq_json_t* o, u32* e) { return wiq_json_obj_put_obj(o, "d", e); }},
+    {"array", [](wiq_json_t* o, u32* e) { return wiq_json_obj_put_array(o, "d", e); }},
+    {"get or create object",
+     [](wiq_json_t* o, u32* e) { return wiq_json_obj_getd_obj(o, "d", e); }},
+    {"get or create array",
+     [](wiq_json_t* o, u32* e) { return wiq_json_obj_getd_array(o, "d", e); }},
+};
+
+TEST(JsonObjFaults, BuildersReleaseWhatTheyMade) {
+    for (const auto& row : kBuilders) {
+        SCOPED_TRACE(row.name);
+        const size_t points = SweepAllocations([&](AllocFaults& faults) {
+            Tree obj = make(kFull);
+            u32 err = 0;
+            faults.arm();
+            const wiq_json_t* node = row.build(obj.get(), &err);
+            faults.disarm();
+            EXPECT_EQ(static_cast<i32>(err), faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+            EXPECT_EQ(node == nullptr, faults.fired());
+            EXPECT_EQ(wiq_json_obj_size(obj.get()), faults.fired() ? 3 : 4);
+            EXPECT_EQ(wiq_json_obj_has_key(obj.get(), "d"), !faults.fired());
+        });
+        EXPECT_GE(points, 2 * 3u) << "the node, the entry and the table";
+    }
+}
+
+TEST(JsonObjFaults, AStringMemberMayLoseItsText) {
+    SweepAllocations([&](AllocFaults& faults) {
+        Tree obj = make(kFull);
+        u32 err = 0;
+        faults.arm();
+        wiq_json_t* node = wiq_json_obj_put_str(obj.get(), "d", "text", &err);
+        faults.disarm();
+        EXPECT_EQ(static_cast<i32>(err), node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
+        EXPECT_EQ(wiq_json_obj_size(obj.get()), node != nullptr ? 4 : 3);
+        if (!faults.fired()) {
+            EXPECT_STREQ(wiq_json_str_get(node), "text");
+        }
+    });
+}
+
+TEST(JsonObjFaults, KeysLeaveTheVectorAsItWas) {
+    SweepAllocations([&](AllocFaults& faults) {
+        Tree obj = make(kFull);
+        wiq_strv keys;
+        wiq_strv_init(&keys);
+        wiq_strv_push(&keys, "before");
+        faults.arm();
+        const i32 result = wiq_json_obj_keys(obj.get(), &keys);
+        faults.disarm();
+        EXPECT_EQ(result, faults.fired() ? WIQ_ERR_NO_MEMORY : 3);
+        EXPECT_EQ(wiq_vector_size(&keys), faults.fired() ? 1 : 4);
+        EXPECT_STREQ(wiq_strv_get(&keys, 0), "before");
+        wiq_strv_finalize(&keys);
+    });
+}
+
+TEST(JsonObjFaults, ReadingAndRemovingNeedNoMemory) {
+    Tree obj = make("{\"a\":1,\"b\":2,\"c\":@\"/d\",\"d\":@\"/b\"}");
+    AllocFaults faults(1, AllocFaults::kPersistent);
+    faults.arm();
+    const i64 followed = wiq_json_obj_get_i64(obj.get(), "c", nullptr);
+    const i64 value = wiq_json_obj_get_i64(obj.get(), "b", nullptr);
+    const i32 removed = wiq_json_obj_remove(obj.get(), "a");
+    const i32 walked = wiq_json_obj_foreach(
+        obj.get(), [](const char*, wiq_json_t*, void*) { return true; }, nullptr);
+    faults.disarm();
+    EXPECT_FALSE(faults.fired());
+    EXPECT_EQ(followed, 2);
+    EXPECT_EQ(value, 2);
+    EXPECT_EQ(removed, 0);
+    EXPECT_EQ(walked, 0);
+    EXPECT_EQ(text_of(obj), "{\"b\":2,\"c\":@\"/d\",\"d\":@\"/b\"}");
+}
+
+}  // namespace

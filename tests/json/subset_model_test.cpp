@@ -1,0 +1,194 @@
+// The subset test against a second one that is written the plain way, with recursion and values of its
+// own, over random pairs of trees and all values of the flags.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+
+#include "json/tree.h"
+
+namespace {
+
+using tree::Tree;
+
+// The sanitizers and debug builds cost time without adding to what these pairs can show.
+#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+constexpr int kPairs = 30000;
+#else
+constexpr int kPairs = 3000;
+#endif
+
+// A value as the plain test sees it. Numbers are small enough to be doubles, so that two are equal when
+// their values are, whatever their kinds.
+struct Value {
+    enum Kind { kAtom, kNumber, kArray, kObject } kind;
+    std::string text;  // its notation, for atoms and numbers
+    double number = 0;
+    std::vector<Value> elems;
+    std::map<std::string, Value> members;
+
+    std::string notation() const {
+        std::string out;
+        if (kind == kArray) {
+            for (const Value& elem : elems) {
+                out += (out.empty() ? "[" : ",") + elem.notation();
+            }
+            return (out.empty() ? "[" : out) + "]";
+        }
+        if (kind == kObject) {
+            for (const auto& [key, value] : members) {
+                out += (out.empty() ? "{" : ",") + ('"' + key + "\":") + value.notation();
+            }
+            return (out.empty() ? "{" : out) + "}";
+        }
+        return text;
+    }
+};
+
+bool plain_subset(const Value& a, const Value& b, u32 flags);
+
+bool plain_run(const Value& a, const Value& b, u32 flags, size_t offset) {
+    for (size_t i = 0; i < a.elems.size(); ++i) {
+        if (!plain_subset(a.elems[i], b.elems[offset + i], flags)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool plain_array(const Value& a, const Value& b, u32 flags) {
+    if ((flags & 1) == 0) {
+        size_t next = 0;
+        for (const Value& elem : a.elems) {
+            while (next < b.elems.size() && !plain_subset(elem, b.elems[next], flags)) {
+                ++next;
+            }
+            if (next == b.elems.size()) {
+                return false;
+            }
+            ++next;
+        }
+        return true;
+    }
+    if ((flags & 7) == 7 && a.elems.size() != b.elems.size()) {
+        return false;
+    }
+    for (size_t offset = 0; offset + a.elems.size() <= b.elems.size(); ++offset) {
+        if (plain_run(a, b, flags, offset)) {
+            return true;
+        }
+        if ((flags & 2) != 0) {
+            return false;
+        }
+    }
+    return false;
+}
+
+bool plain_subset(const Value& a, const Value& b, u32 flags) {
+    if (a.kind != b.kind) {
+        return false;
+    }
+    switch (a.kind) {
+        case Value::kAtom:
+            return a.text == b.text;
+        case Value::kNumber:
+            return a.number == b.number;
+        case Value::kArray:
+            return plain_array(a, b, flags);
+        default:
+            break;
+    }
+    if ((flags & 8) != 0 ? a.members.size() != b.members.size()
+                         : a.members.size() > b.members.size()) {
+        return false;
+    }
+    for (const auto& [key, value] : a.members) {
+        const auto other = b.members.find(key);
+        if (other == b.members.end() || !plain_subset(value, other->second, flags)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+class Generator {
+  public:
+    u32 below(u32 limit) { return static_cast<u32>(random_() % limit); }
+
+    Value value(int depth) {
+        const u32 kind = below(depth > 0 ? 6 : 2);
+        if (kind == 0) {
+            const char* atoms[] = {"null", "true", "\"a\"", "@\"a\""};
+            return {Value::kAtom, atoms[below(4)], 0, {}, {}};
+        }
+        if (kind == 1) {
+            const std::pair<const char*, double> numbers[] = {{"1", 1},     {"1u", 1},   {"1w", 1},
+                                                              {"1.0", 1},   {"2", 2},    {"-1", -1},
+                                                              {"-1.0", -1}, {"2.5", 2.5}};
+            const auto& number = numbers[below(8)];
+            return {Value::kNumber, number.first, number.second, {}, {}};
+        }
+        Value container{kind < 5 ? Value::kArray : Value::kObject, "", 0, {}, {}};
+        for (u32 size = below(5); size > 0; --size) {
+            add(&container, value(depth - 1));
+        }
+        return container;
+    }
+
+    // The same value with things added, and now and then one changed: where subsets come from.
+    Value around(const Value& value, int depth) {
+        if (below(12) == 0) {
+            return this->value(depth);
+        }
+        Value result{value.kind, value.text, value.number, {}, {}};
+        for (const Value& elem : value.elems) {
+            while (below(5) == 0) {
+                result.elems.push_back(below(2) == 0 ? elem : this->value(depth - 1));
+            }
+            result.elems.push_back(around(elem, depth - 1));
+        }
+        for (const auto& [key, member] : value.members) {
+            result.members[key] = around(member, depth - 1);
+        }
+        if (value.kind >= Value::kArray && below(4) == 0) {
+            add(&result, this->value(depth - 1));
+        }
+        return result;
+    }
+
+  private:
+    void add(Value* container, const Value& child) {
+        if (container->kind == Value::kArray) {
+            container->elems.push_back(child);
+        } else {
+            container->members[std::string(1, static_cast<char>('a' + below(5)))] = child;
+        }
+    }
+
+    std::mt19937 random_{20260101};
+};
+
+TEST(JsonSubsetModel, AgreesOnRandomPairs) {
+    Generator generator;
+    int yes = 0;
+    for (int pair = 0; pair < kPairs; ++pair) {
+        const Value a = generator.value(4);
+        const Value b = generator.below(8) == 0 ? generator.value(4) : generator.around(a, 4);
+        Tree left = tree::make(a.notation().c_str());
+        Tree right = tree::make(b.notation().c_str());
+        for (u32 flags = 0; flags < 16; ++flags) {
+            const bool expected = plain_subset(a, b, flags);
+            yes += expected ? 1 : 0;
+            ASSERT_EQ(wiq_json_subset(left.get(), right.get(), flags), expected)
+                << a.notation() << " in " << b.notation() << ", flags " << flags;
+            ASSERT_EQ(wiq_json_subset(right.get(), left.get(), flags), plain_subset(b, a, flags))
+                << b.notation() << " in " << a.notation() << ", flags " << flags;
+        }
+        ASSERT_EQ(wiq_json_equal(left.get(), right.get()), plain_subset(a, b, 15));
+    }
+    // Both answers are common, or the pairs would show little.
+    EXPECT_GT(yes, kPairs * 16 / 10);
+    EXPECT_LT(yes, kPairs * 16 * 9 / 10);
+}
+
+}  // namespace
