@@ -1,0 +1,71 @@
+// Every allocation of the dumps and of escaping fails once.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "ke_utils/core.h"
+#include "ke_utils/json.h"
+#include "support/alloc_faults.h"
+
+namespace {
+
+constexpr const char* kRich =
+    R"({"n":null,"i":-5,"g":18446744073709551616,"d":2.5,"s":"text","o":{"x":[1,"two",{"y":3}]},"r":{"$ref":"/i"}})";
+
+wiq_json_t* parsed(const char* text) {
+    wiq_json_t* root = wiq_json_loads(text, 0, nullptr);
+    EXPECT_NE(root, nullptr) << text;
+    return root;
+}
+
+std::string dumped(wiq_json_t* node) {
+    char* text = nullptr;
+    EXPECT_GE(wiq_json_sdump(node, &text, WIQ_JSON_DUMP_SORT_KEYS), 0);
+    std::string result = text == nullptr ? "" : text;
+    free(text);
+    return result;
+}
+
+TEST(DumpFaults, Dumps) {
+    // The classes are built before, so that each run takes the same memory.
+    wiq_json_t* warm = parsed(kRich);
+    dumped(warm);
+    FILE* stream = tmpfile();
+    ASSERT_NE(stream, nullptr);
+    wiq_json_fdump(warm, stream, 0, 0);
+    for (u32 flags :
+         {0u, static_cast<u32>(WIQ_JSON_DUMP_SORT_KEYS), static_cast<u32>(WIQ_JSON_DUMP_PRETTY)}) {
+        SweepAllocations([flags, warm](AllocFaults& faults) {
+            char* text = nullptr;
+            faults.arm();
+            const i32 length = wiq_json_sdump(warm, &text, flags);
+            faults.disarm();
+            EXPECT_EQ(length == WIQ_ERR_NO_MEMORY, faults.fired());
+            EXPECT_EQ(text == nullptr, faults.fired());
+            free(text);
+        });
+        SweepAllocations([flags, warm, stream](AllocFaults& faults) {
+            faults.arm();
+            const i32 length = wiq_json_fdump(warm, stream, flags, 0);
+            faults.disarm();
+            EXPECT_EQ(length == WIQ_ERR_NO_MEMORY, faults.fired());
+        });
+    }
+    fclose(stream);
+    wiq_json_unref(warm);
+}
+
+TEST(DumpFaults, Escapes) {
+    SweepAllocations([](AllocFaults& faults) {
+        faults.arm();
+        char* text = wiq_json_escape_str("some \"text\"");
+        faults.disarm();
+        EXPECT_EQ(text == nullptr, faults.fired());
+        free(text);
+    });
+}
+
+}  // namespace

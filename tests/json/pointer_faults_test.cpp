@@ -1,0 +1,105 @@
+// Every allocation of expanding references and of JSON pointers fails once.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "ke_utils/core.h"
+#include "ke_utils/json.h"
+#include "support/alloc_faults.h"
+
+namespace {
+
+wiq_json_t* parsed(const char* text) {
+    wiq_json_t* root = wiq_json_loads(text, 0, nullptr);
+    EXPECT_NE(root, nullptr) << text;
+    return root;
+}
+
+TEST(ReferenceFaults, Expand) {
+    const size_t points = SweepAllocations([](AllocFaults& faults) {
+        wiq_json_t* root = parsed(R"({"a":[1,{"$ref":"/c"}],"b":{"$ref":"/a"},"c":{"x":["y"]}})");
+        faults.arm();
+        const i32 status = wiq_json_jref_expand(root);
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        // Without its two lists an expansion keeps the reference that it took on the root.
+        wiq_json_delete_impl(root);
+    });
+    EXPECT_GT(points, 20u);
+}
+
+TEST(PointerFaults, GetPutAndBuild) {
+    static const std::string far = "/" + std::string(400, 'k');
+    SweepAllocations([](AllocFaults& faults) {
+        wiq_json_t* root = parsed("{}");
+        wiq_json_t* value = wiq_json_i64_new(1, nullptr);
+        const std::string way = far + "/0/x";
+        faults.arm();
+        const i32 status = wiq_json_ptr_put(root, way.c_str(), value);
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        if (status != 0)
+            wiq_json_unref(value);
+        wiq_json_unref(root);
+    });
+    SweepAllocations([](AllocFaults& faults) {
+        wiq_json_t* root = parsed("{}");
+        u32 err = 0;
+        char* prefix = nullptr;
+        faults.arm();
+        wiq_json_t* node = wiq_json_ptr_get(root, far.c_str(), &err, &prefix);
+        faults.disarm();
+        EXPECT_EQ(node, nullptr);
+        EXPECT_EQ(static_cast<i32>(err),
+                  faults.fired() ? WIQ_ERR_NO_MEMORY : WIQ_ERR_KEY_NOT_FOUND);
+        EXPECT_EQ(prefix == nullptr, faults.fired());
+        free(prefix);
+        wiq_json_unref(root);
+    });
+    SweepAllocations([](AllocFaults& faults) {
+        wiq_json_t* root = parsed(R"({"a":{"b":{}}})");
+        wiq_json_t* node = wiq_json_ptr_get(root, "/a/b", nullptr, nullptr);
+        char* text = nullptr;
+        faults.arm();
+        const i32 length = wiq_json_ptr(node, &text);
+        faults.disarm();
+        EXPECT_EQ(length, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 4);
+        EXPECT_EQ(text == nullptr, faults.fired());
+        free(text);
+        wiq_json_unref(root);
+    });
+    SweepAllocations([](AllocFaults& faults) {
+        wiq_json_t* root = parsed(R"({"a":{"b":[]}})");
+        wiq_json_t* list = wiq_json_ptr_get(root, "/a/b", nullptr, nullptr);
+        wiq_strbuf buf;
+        ASSERT_EQ(wiq_strbuf_init(&buf, 1), 0);
+        faults.arm();
+        const i32 named = wiq_json_ptr_ext(list, &buf);
+        faults.disarm();
+        EXPECT_EQ(named, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        EXPECT_STREQ(buf.data, faults.fired() ? "" : "/a/b");
+        wiq_strbuf_reset(&buf);
+        wiq_strbuf_extra_capacity(&buf, 0);
+        AllocFaults again(faults.nth(), faults.mode());
+        again.arm();
+        const i32 built = wiq_json_ptr_build_array_ext(list, &buf);
+        again.disarm();
+        EXPECT_EQ(built, again.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        EXPECT_STREQ(buf.data, again.fired() ? "" : "/a/b/0");
+        wiq_strbuf_reset(&buf);
+        wiq_strbuf_extra_capacity(&buf, 0);
+        AllocFaults third(faults.nth(), faults.mode());
+        third.arm();
+        const i32 keyed = wiq_json_ptr_build_obj_ext(root, "key", &buf);
+        third.disarm();
+        EXPECT_EQ(keyed, third.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        EXPECT_STREQ(buf.data, third.fired() ? "" : "/key");
+        wiq_strbuf_finalize(&buf);
+        wiq_json_unref(root);
+    });
+}
+
+}  // namespace
