@@ -18,52 +18,161 @@ extern "C" {
 #endif
 
 /** @defgroup json_value JSON values
+ *  One node of a document, of one of eleven kinds. Numbers keep the kind in which they were made.
+ *
+ *  | tag  | kind                      | made by                                              |
+ *  |------|---------------------------|------------------------------------------------------|
+ *  | 0    | null                      | wiq_json_null_new()                                  |
+ *  | 1    | object                    | wiq_json_obj_new(), wiq_json_obj_weak_new()          |
+ *  | 2    | array                     | wiq_json_array_new(), wiq_json_array_weak_new()      |
+ *  | 3    | signed 64-bit integer     | wiq_json_i64_new()                                   |
+ *  | 4    | unsigned 64-bit integer   | wiq_json_u64_new()                                   |
+ *  | 5    | unsigned 128-bit integer  | wiq_json_u128_new()                                  |
+ *  | 6    | double (IEEE 754 binary64)| wiq_json_double_new()                                |
+ *  | 7    | string                    | wiq_json_str_new()                                   |
+ *  | 8, 9 | true, false               | wiq_json_bool_new()                                  |
+ *  | 10   | reference (`$ref`)        | wiq_json_jref_new()                                  |
+ *
+ *  Counts and parents. A new node has a reference count of 0 and no parent: it is free-standing. A strong
+ *  container takes one reference to each child and becomes its parent; a node has at most one parent. A
+ *  weak container takes a reference too, but leaves the parent alone, so that it can list nodes of another
+ *  tree. wiq_json_unref() never frees a node that has a parent; a container that lets go of a child stops
+ *  being its parent first, so that the child dies with its last reference, or lives on free-standing.
+ *
+ *  A node in memory begins with its tag (u16), its flags (u8; 2 marks a weak container), its count (i32),
+ *  its parent, and its place there (a u32 index or the key that the parent holds).
+ *
+ *  Threads: the count is atomic, so threads may hold and drop references to one node. All else, the fall
+ *  of a child's count to 0 included, belongs to one thread at a time.
+ *
+ *  No depth of nesting can overflow the stack: releasing, copying, comparing and searching do not recurse.
  *  @{ */
 
 /** One node of a document; opaque. */
 typedef struct wiq_json wiq_json_t;
 
+/**
+ * Makes a null.
+ * @param err  chaining status, may be NULL: -5000 without memory
+ * @return a free-standing node; NULL on failure
+ */
 KE_API wiq_json_t* wiq_json_null_new(u32* err);
+/** Makes a true or a false; otherwise as wiq_json_null_new(). */
 KE_API wiq_json_t* wiq_json_bool_new(bool value, u32* err);
+/** Makes a signed 64-bit integer; otherwise as wiq_json_null_new(). */
 KE_API wiq_json_t* wiq_json_i64_new(i64 value, u32* err);
+/** Makes an unsigned 64-bit integer; otherwise as wiq_json_null_new(). */
 KE_API wiq_json_t* wiq_json_u64_new(u64 value, u32* err);
+/** Makes an unsigned 128-bit integer, a copy of `*value`; -7000 if that is NULL. Otherwise as
+ *  wiq_json_null_new(). */
 KE_API wiq_json_t* wiq_json_u128_new(const wiq_uint128* value, u32* err);
+/** Makes a double; NaN and infinities are values like others. Otherwise as wiq_json_null_new(). */
 KE_API wiq_json_t* wiq_json_double_new(double value, u32* err);
+/**
+ * Makes a string with a copy of `text`.
+ * @param text  UTF-8, not checked; NULL is -7000
+ * @param err   chaining status, may be NULL: -5000 if there is no memory for the node itself
+ * @return a free-standing node; NULL on failure. If there is memory for the node but not for the text, the
+ *         node is returned with status 0 and has no text: who cares tests wiq_json_str_get() for NULL.
+ */
 KE_API wiq_json_t* wiq_json_str_new(const char* text, u32* err);
 
+/**
+ * The number as a signed 64-bit integer: unsigned kinds give their low 64 bits, reinterpreted; a double is
+ * truncated towards zero, and gives -2^63 if that does not fit or it is NaN; what is no number gives 0.
+ * Ask wiq_json_is_i64_ext() first where loss matters.
+ * @param node  not NULL
+ */
 KE_API i64 wiq_json_i64_get(const wiq_json_t* node);
+/** The number as an unsigned 64-bit integer: a signed one gives its bits, a 128-bit one its low half, a
+ *  double is truncated towards zero (a negative one as a signed number); what is no number gives 0.
+ *  @param node  not NULL */
 KE_API u64 wiq_json_u64_get(const wiq_json_t* node);
+/**
+ * The number as an unsigned 128-bit integer: the upper half is 0 but for a 128-bit value (a negative signed
+ * integer is not sign-extended), the lower half as wiq_json_u64_get() gives it.
+ * @param out   receives the value, not NULL
+ * @param node  not NULL
+ * @return `out`
+ */
 KE_API wiq_uint128* wiq_json_u128_get(wiq_uint128* out, const wiq_json_t* node);
+/** The number as a double; of a 128-bit integer only the low half counts; what is no number gives 0.0.
+ *  @param node  not NULL */
 KE_API double wiq_json_double_get(const wiq_json_t* node);
+/** The text of a string or a reference, borrowed; NULL if it found no memory when it was made. The node
+ *  must be of one of these kinds: this is not tested. */
 KE_API const char* wiq_json_str_get(const wiq_json_t* node);
 
+/** Whether the node is a null. This and all other questions are answered false for NULL. */
 KE_API bool wiq_json_is_null(const wiq_json_t* node);
+/** Whether the node is an object, strong or weak. */
 KE_API bool wiq_json_is_obj(const wiq_json_t* node);
+/** Whether the node is an array, strong or weak. */
 KE_API bool wiq_json_is_array(const wiq_json_t* node);
+/** Whether the node is a string. */
 KE_API bool wiq_json_is_str(const wiq_json_t* node);
+/** Whether the node is true. */
 KE_API bool wiq_json_is_true(const wiq_json_t* node);
+/** Whether the node is false; not whether it is not true. */
 KE_API bool wiq_json_is_false(const wiq_json_t* node);
+/** Whether the node is true or false. */
 KE_API bool wiq_json_is_bool(const wiq_json_t* node);
+/** Whether the node is an integer of any width; a double never is one. */
 KE_API bool wiq_json_is_int(const wiq_json_t* node);
+/** Whether the node is a number of any kind. */
 KE_API bool wiq_json_is_num(const wiq_json_t* node);
+/** Whether the node is a reference. */
 KE_API bool wiq_json_is_jref(const wiq_json_t* node);
+/** Whether the node is a weak container. */
 KE_API bool wiq_json_has_weak_refs(const wiq_json_t* node);
+
+/**
+ * Whether the node is a signed 64-bit integer or, with `ext`, a number that wiq_json_i64_get() reads without
+ * loss: an integer of the range, or a whole double from -2^63 up to and including 2^63. (The upper bound is
+ * compared as a double, and is let in although it does not fit.)
+ */
 KE_API bool wiq_json_is_i64_ext(const wiq_json_t* node, bool ext);
+/** The same for wiq_json_u64_get(): an integer of the range, or a whole double from 0 up to and including
+ *  2^64. */
 KE_API bool wiq_json_is_u64_ext(const wiq_json_t* node, bool ext);
+/** The same for wiq_json_u128_get(): any integer that is not negative, or a whole double from 0 up to and
+ *  including 2^64. */
 KE_API bool wiq_json_is_u128_ext(const wiq_json_t* node, bool ext);
+/** The same for wiq_json_double_get(): a double, or an integer of at most 2^53 in magnitude. */
 KE_API bool wiq_json_is_double_ext(const wiq_json_t* node, bool ext);
+
+/** The name of the node's kind, a constant: "null", "object", "array", "integer" (all three), "number" (a
+ *  double), "string", "boolean", "reference"; "<unknown>" for a tag above 10, "<none>" for NULL. */
 KE_API const char* wiq_json_type_string(const wiq_json_t* node);
 
+/** Takes a reference. NULL is ignored. Any thread. */
 KE_API void wiq_json_ref(wiq_json_t* node);
+/**
+ * Gives a reference up. If the count falls to 0 or below, a free-standing node is destroyed with all that
+ * only it holds, while a node that has a parent gets the count 1, its parent's own. So the maker of a node
+ * may unref it after attaching it. NULL is ignored. Any thread, as long as no other changes the tree.
+ */
 KE_API void wiq_json_unref(wiq_json_t* node);
+/** Destroys a node whatever its count is and whoever else holds it. Its parent, if it has one, is not told.
+ *  NULL is ignored. */
 KE_API void wiq_json_delete_impl(wiq_json_t* node);
+/** Releases all that a node owns, and leaves the node: to be passed to free() or wiq_json_delete_impl(), and
+ *  to nothing else. NULL is ignored. */
 KE_API void wiq_json_finalize(wiq_json_t* node);
+/** The node's index in its parent array, as wiq_json_array_swap() was given it if that put it there; -1 for
+ *  NULL, without a parent, and in an object. */
 KE_API i32 wiq_json_parent_index(const wiq_json_t* node);
+/** The node's key in its parent object, borrowed from the object; NULL for NULL, without a parent, and in an
+ *  array. */
 KE_API const char* wiq_json_parent_key(const wiq_json_t* node);
 
 /** @} */
 
 /** @defgroup json_object JSON objects
+ *  Members by key, in a hash map: their order is the order of a wiq_map() with the same history and
+ *  wiq_hash_str(), not that of insertion. Keys are copied; byte-wise equal keys are the same.
+ *
+ *  Every `err` here chains. Getters lend; see wiq_json_ref() to keep what they return.
  *  @{ */
 
 /** Flag of wiq_json_obj_get_ext() and wiq_json_array_get_ext(). */
@@ -71,79 +180,235 @@ enum wiq_json_get_flag {
     WIQ_JSON_FOLLOW_REFS = 1 /**< a reference is replaced by its final target */
 };
 
-/** Receives one member; false ends the walk. The key and the child are borrowed. */
+/** Receives one member; false ends the walk. The key and the child are borrowed; the callback must not add
+ *  members to the object or remove any. */
 typedef bool (*WiqJsonMemberFn)(const char* key, wiq_json_t* child, void* user);
 
+/**
+ * Makes an empty strong object.
+ * @param capacity  number of members to expect, from 0 up; room for them is made at once
+ * @param err       chaining status, may be NULL: -7000 for a negative capacity, -5000 without memory
+ * @return a free-standing node; NULL on failure
+ */
 KE_API wiq_json_t* wiq_json_obj_new(i32 capacity, u32* err);
+/** Makes an empty weak object: it refers to nodes without becoming their parent. Otherwise as
+ *  wiq_json_obj_new(). */
 KE_API wiq_json_t* wiq_json_obj_weak_new(i32 capacity, u32* err);
+/**
+ * Puts a child under a key. A child that was there is released: destroyed, unless somebody else refers to
+ * it. The object adds one reference; the caller keeps its own, if it has any.
+ * @param obj    strong or weak object
+ * @param key    copied
+ * @param child  for a strong object, a free-standing node
+ * @param err    chaining status, may be NULL
+ * @return the status, also stored in `err`: -7000 if `obj` is no object, if `key` or `child` is NULL, or if a
+ *         strong object is given a child that has a parent or that is the object itself or one of the
+ *         containers around it; -5000 without memory. On failure object and child are as they were, the
+ *         child's count included. Replacing a child needs no memory.
+ */
 KE_API i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* child, u32* err);
+/**
+ * Makes a null and puts it under a key with wiq_json_obj_put_ext().
+ * @return the new node, borrowed from the object; NULL on failure, with the status of the constructor or of
+ *         wiq_json_obj_put_ext() in `err`, and nothing left behind
+ */
 KE_API wiq_json_t* wiq_json_obj_put_null(wiq_json_t* obj, const char* key, u32* err);
+/** Puts a new true or false; otherwise as wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_bool(wiq_json_t* obj, const char* key, bool value, u32* err);
+/** Puts a new signed 64-bit integer; otherwise as wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_i64(wiq_json_t* obj, const char* key, i64 value, u32* err);
+/** Puts a new unsigned 64-bit integer; otherwise as wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_u64(wiq_json_t* obj, const char* key, u64 value, u32* err);
+/** Puts a new unsigned 128-bit integer, a copy of `*value` (-7000 if NULL); otherwise as
+ *  wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_u128(wiq_json_t* obj, const char* key, const wiq_uint128* value,
                                          u32* err);
+/** Puts a new double; otherwise as wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_double(wiq_json_t* obj, const char* key, double value,
                                            u32* err);
+/** Puts a new string, a copy of `text` (-7000 if NULL; see wiq_json_str_new() for a lack of memory);
+ *  otherwise as wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_str(wiq_json_t* obj, const char* key, const char* text,
                                         u32* err);
+/** Puts a new reference, a copy of `target` (-7000 if NULL; see wiq_json_jref_new()); otherwise as
+ *  wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_jref(wiq_json_t* obj, const char* key, const char* target,
                                          u32* err);
+/** Puts a new empty strong object; otherwise as wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_obj(wiq_json_t* obj, const char* key, u32* err);
+/** Puts a new empty strong array; otherwise as wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_array(wiq_json_t* obj, const char* key, u32* err);
 
+/**
+ * Looks a key up, whatever kind its value is of.
+ * @param flags  ::WIQ_JSON_FOLLOW_REFS, or 0 for a reference as it is; other bits mean nothing
+ * @param err    chaining status, may be NULL: -7000 if `obj` is no object or `key` is NULL; -1037 if the key
+ *               is absent; what wiq_json_jref_deref() says where a reference is followed
+ * @return the value, borrowed; NULL on failure, but where a reference broke off with a node in hand, that
+ */
 KE_API wiq_json_t* wiq_json_obj_get_ext(const wiq_json_t* obj, const char* key, u32 flags,
                                         u32* err);
+/**
+ * Looks up an object under a key, following references.
+ * @param err  chaining status, may be NULL: as wiq_json_obj_get_ext(), and -7018 for a value of another kind
+ * @return the object, borrowed; NULL on failure
+ */
 KE_API wiq_json_t* wiq_json_obj_get_obj(const wiq_json_t* obj, const char* key, u32* err);
+/** Looks up an array; otherwise as wiq_json_obj_get_obj(). */
 KE_API wiq_json_t* wiq_json_obj_get_array(const wiq_json_t* obj, const char* key, u32* err);
+/** Looks up a string and returns its text, borrowed; otherwise as wiq_json_obj_get_obj(). */
 KE_API const char* wiq_json_obj_get_str(const wiq_json_t* obj, const char* key, u32* err);
+/** Looks up a true or false and returns which; false on failure. Otherwise as wiq_json_obj_get_obj(). */
 KE_API bool wiq_json_obj_get_bool(const wiq_json_t* obj, const char* key, u32* err);
+/** Looks up a number for which wiq_json_is_i64_ext() with `ext` is true, and returns it; 0 on failure.
+ *  Otherwise as wiq_json_obj_get_obj(). */
 KE_API i64 wiq_json_obj_get_i64(const wiq_json_t* obj, const char* key, u32* err);
+/** The same with wiq_json_is_u64_ext(). */
 KE_API u64 wiq_json_obj_get_u64(const wiq_json_t* obj, const char* key, u32* err);
+/** The same with wiq_json_is_u128_ext(). The value is stored in `*out` (not NULL), 0 on failure and after an
+ *  earlier one too; returns `out`. */
 KE_API wiq_uint128* wiq_json_obj_get_u128(wiq_uint128* out, const wiq_json_t* obj, const char* key,
                                           u32* err);
+/** The same with wiq_json_is_double_ext(). */
 KE_API double wiq_json_obj_get_double(const wiq_json_t* obj, const char* key, u32* err);
+/** Looks up a reference, which is not followed; otherwise as wiq_json_obj_get_obj(). */
 KE_API wiq_json_t* wiq_json_obj_get_jref(const wiq_json_t* obj, const char* key, u32* err);
+/**
+ * Looks up an object as wiq_json_obj_get_obj() does, and puts a new empty one there if the key is absent.
+ * @param err  chaining status, may be NULL: -5000 without memory; -7018 for a value of another kind; a
+ *             reference that leads nowhere is that failure (-1037, -1052 ...), and stays as it is
+ * @return the object, borrowed; NULL on failure
+ */
 KE_API wiq_json_t* wiq_json_obj_getd_obj(wiq_json_t* obj, const char* key, u32* err);
+/** The same for an array. */
 KE_API wiq_json_t* wiq_json_obj_getd_array(wiq_json_t* obj, const char* key, u32* err);
 
+/** Whether the object has a key; false too if `obj` is no object or the key is NULL. */
 KE_API bool wiq_json_obj_has_key(const wiq_json_t* obj, const char* key);
+/** The number of members; -7000 if `obj` is no object. */
 KE_API i32 wiq_json_obj_size(const wiq_json_t* obj);
+/**
+ * Appends a copy of every key to a string vector, in the object's order.
+ * @param keys  an initialised vector; what is in it stays
+ * @return the number of members. An empty object gives 0 and leaves the vector untouched. -7000 if `obj` is
+ *         no object or `keys` is NULL; -5000 without memory, with the vector's strings as they were.
+ */
 KE_API i32 wiq_json_obj_keys(const wiq_json_t* obj, wiq_strv* keys);
+/** Calls back for every member, in the object's order, until the callback returns false. 0, whether or not
+ *  the walk was ended; -7000 if `obj` is no object or `callback` is NULL. */
 KE_API i32 wiq_json_obj_foreach(const wiq_json_t* obj, WiqJsonMemberFn callback, void* user);
+/** Removes a member and releases its child. 0; -7000 if `obj` is no object, `key` is NULL, or the key is
+ *  absent (here not -1037). */
 KE_API i32 wiq_json_obj_remove(wiq_json_t* obj, const char* key);
 
 /** @} */
 
 /** @defgroup json_array JSON arrays
+ *  Elements by index. A negative index counts from the end, -1 being the last element. Every `err` here
+ *  chains. Getters lend; see wiq_json_ref() to keep what they return.
  *  @{ */
 
-/** True keeps the element in the array. */
+/** True keeps the element in the array. The callback must not change the array. */
 typedef bool (*WiqJsonKeepFn)(wiq_json_t* elem, void* user);
 /** Compares as qsort() asks: each argument is the address of a `wiq_json_t *`. */
 typedef int (*WiqJsonCompareFn)(const void* a, const void* b);
 
+/**
+ * Makes an empty strong array.
+ * @param capacity  number of elements to make room for at once, from 0 up
+ * @param err       chaining status, may be NULL: -7000 for a negative capacity, -5000 without memory
+ * @return a free-standing node; NULL on failure
+ */
 KE_API wiq_json_t* wiq_json_array_new(i32 capacity, u32* err);
+/** Makes an empty weak array: it refers to nodes without becoming their parent. Otherwise as
+ *  wiq_json_array_new(). */
 KE_API wiq_json_t* wiq_json_array_weak_new(i32 capacity, u32* err);
+/**
+ * Appends a child. The array adds one reference; the caller keeps its own, if it has any.
+ * @param array  strong or weak array
+ * @param child  for a strong array, a free-standing node
+ * @param err    chaining status, may be NULL
+ * @return the status, also stored in `err`: -7000 if `array` is no array, `child` is NULL, or a strong array
+ *         is given a child that has a parent or that is the array itself or one of the containers around it;
+ *         -5000 without memory. On failure array and child are as they were.
+ */
 KE_API i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* err);
+/**
+ * Makes a true or a false and appends it with wiq_json_array_push_ext().
+ * @return the new node, borrowed from the array; NULL on failure, with the status of the constructor or of
+ *         wiq_json_array_push_ext() in `err`, and nothing left behind
+ */
 KE_API wiq_json_t* wiq_json_array_push_bool(wiq_json_t* array, bool value, u32* err);
+/** Appends a new signed 64-bit integer; otherwise as wiq_json_array_push_bool(). */
 KE_API wiq_json_t* wiq_json_array_push_i64(wiq_json_t* array, i64 value, u32* err);
+/** Appends a new unsigned 64-bit integer; otherwise as wiq_json_array_push_bool(). */
 KE_API wiq_json_t* wiq_json_array_push_u64(wiq_json_t* array, u64 value, u32* err);
+/** Appends a new unsigned 128-bit integer, a copy of `*value` (-7000 if NULL); otherwise as
+ *  wiq_json_array_push_bool(). */
 KE_API wiq_json_t* wiq_json_array_push_u128(wiq_json_t* array, const wiq_uint128* value, u32* err);
+/** Appends a new double; otherwise as wiq_json_array_push_bool(). */
 KE_API wiq_json_t* wiq_json_array_push_double(wiq_json_t* array, double value, u32* err);
+/** Appends a new string, a copy of `text` (-7000 if NULL; see wiq_json_str_new() for a lack of memory);
+ *  otherwise as wiq_json_array_push_bool(). */
 KE_API wiq_json_t* wiq_json_array_push_str(wiq_json_t* array, const char* text, u32* err);
+/** Appends a new empty strong object; otherwise as wiq_json_array_push_bool(). */
 KE_API wiq_json_t* wiq_json_array_push_obj(wiq_json_t* array, u32* err);
+/** Appends a new empty strong array; otherwise as wiq_json_array_push_bool(). */
 KE_API wiq_json_t* wiq_json_array_push_array(wiq_json_t* array, u32* err);
 
+/** The number of elements; -7000 if `array` is no array. */
 KE_API i32 wiq_json_array_size(const wiq_json_t* array);
+/**
+ * The element at an index, whatever kind it is of.
+ * @param flags  ::WIQ_JSON_FOLLOW_REFS, or 0 for a reference as it is; other bits mean nothing
+ * @param err    chaining status, may be NULL: -7000 if `array` is no array; -1038 if there is no such
+ *               element; what wiq_json_jref_deref() says where a reference is followed
+ * @return the element, borrowed; NULL on failure, but where a reference broke off with a node in hand, that
+ */
 KE_API wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u32 flags, u32* err);
+/**
+ * Puts a child in an element's place and hands the element over.
+ * @param index  a negative one is noted as the child's place as it is given (see wiq_json_parent_index()),
+ *               until elements move and are numbered anew
+ * @param child  as for wiq_json_array_push_ext()
+ * @param err    chaining status, may be NULL: -7000 as for wiq_json_array_push_ext(); -1038 if there is no
+ *               such element. No memory is needed.
+ * @return the old element, now the caller's, to be released with wiq_json_unref(): the array's reference is
+ *         given up and nothing is destroyed, even at a count of 0. NULL on failure.
+ */
 KE_API wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child, u32* err);
+/**
+ * Puts a child in an element's place and releases the element, or appends the child if `index` is the
+ * array's size. An element that somebody else refers to lives on.
+ * @return 0; -7000 as for wiq_json_array_push_ext(); -1038 further out; -5000 without memory to append. On
+ *         failure array and child are as they were.
+ */
 KE_API i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child);
+/** Removes and releases the last `count` elements. 0; -7000 if `array` is no array, or `count` is negative
+ *  or more than there are. */
 KE_API i32 wiq_json_array_pop(wiq_json_t* array, i32 count);
+/** Takes the last element off and hands it to the caller, who releases it with wiq_json_unref(): the array's
+ *  reference is given up and nothing is destroyed, even at a count of 0. NULL if the array is empty or no
+ *  array. */
 KE_API wiq_json_t* wiq_json_array_pop_elem(wiq_json_t* array);
+/** The first element that is equal to the pattern (wiq_json_equal() of the two, in this order), borrowed;
+ *  NULL if there is none or `array` is no array. */
 KE_API wiq_json_t* wiq_json_array_find(const wiq_json_t* array, const wiq_json_t* pattern);
+/** The first string element with this text, borrowed; NULL if there is none, if `array` is no array, or for
+ *  a NULL text. */
 KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* text);
+/**
+ * Removes and releases every element that the callback does not keep. It is asked once about each element,
+ * in order, and the array changes after its last answer; the kept elements stay in order.
+ *
+ * Meant for strong arrays, and for weak ones whose elements have no parent. A weak array is sorted by the
+ * elements' places in their own parents, and a dropped element that is an element of another array is
+ * numbered anew (from this array's size upwards), so that wiq_json_parent_index() misleads from then on.
+ * @return 0; -7000 if `array` is no array or `keep` is NULL
+ */
 KE_API i32 wiq_json_array_filter(wiq_json_t* array, WiqJsonKeepFn keep, void* user);
+/** Sorts the elements with the runtime's qsort(), which need not keep equal ones in order. 0; -7000 if
+ *  `array` is no array or `compare` is NULL. */
 KE_API i32 wiq_json_array_sort(wiq_json_t* array, WiqJsonCompareFn compare);
 
 /** @} */
@@ -151,19 +416,62 @@ KE_API i32 wiq_json_array_sort(wiq_json_t* array, WiqJsonCompareFn compare);
 /** @defgroup json_tree Copy, comparison, subsets, moving nodes
  *  @{ */
 
-/** Flags of wiq_json_subset(); all four together mean equality. */
+/**
+ * Flags of wiq_json_subset(); all four together mean equality. The first three are about arrays, and each of
+ * them counts only with those before it.
+ */
 enum wiq_json_subset_flag {
-    WIQ_JSON_SUBSET_CONTIGUOUS = 1,
-    WIQ_JSON_SUBSET_PREFIX = 2,
-    WIQ_JSON_SUBSET_SAME_LENGTH = 4,
-    WIQ_JSON_SUBSET_SAME_SIZE = 8
+    WIQ_JSON_SUBSET_CONTIGUOUS = 1,  /**< a's elements are one run of b's */
+    WIQ_JSON_SUBSET_PREFIX = 2,      /**< the run begins at b's first element */
+    WIQ_JSON_SUBSET_SAME_LENGTH = 4, /**< b has no more elements than a */
+    WIQ_JSON_SUBSET_SAME_SIZE = 8    /**< objects have the same number of members */
 };
 
+/**
+ * Copies a node and all below it. References are copied, not followed; weak containers become strong ones
+ * that hold copies.
+ * @param err  chaining status, may be NULL: -7000 for NULL; -7014 if a tag above 10 is met; -5000 without
+ *             memory
+ * @return a free-standing tree; NULL on failure, with nothing left behind
+ */
 KE_API wiq_json_t* wiq_json_copy(const wiq_json_t* node, u32* err);
+/** Whether two trees are equal: wiq_json_subset() with all four flags. */
 KE_API bool wiq_json_equal(const wiq_json_t* a, const wiq_json_t* b);
+/**
+ * Whether `a` is contained in `b`. A node contains itself; NULL contains only NULL. Otherwise:
+ * - a number is contained in one that reads, without loss, as the same value in the kind of `a`:
+ *   `wiq_json_is_..._ext()` of b with `ext`, and the same value. 5, 5.0 and an unsigned 5 contain each other;
+ *   NaN contains nothing but itself, the very node.
+ * - a string or a reference is contained in one of its own kind with the same text.
+ * - an object is contained in one that has each of its keys with a value that contains a's value.
+ * - an array is contained in one in which, in order, elements contain a's elements; others may stand
+ *   between, unless the flags forbid it. Each element of `a` takes the first element of `b` that contains
+ *   it and follows the last one taken.
+ * - anything else is contained in what has its tag.
+ * @param flags  of ::wiq_json_subset_flag; they hold at every level
+ * @return the answer; false too if a very deep tree finds no memory for the walk
+ */
 KE_API bool wiq_json_subset(const wiq_json_t* a, const wiq_json_t* b, u32 flags);
+/**
+ * Takes a node out of its parent and hands it to the caller, who releases it with wiq_json_unref(): the
+ * parent's reference is given up and nothing is destroyed, even at a count of 0.
+ *
+ * A member's key goes, and so does an array's last element; any other element leaves a null in its place,
+ * so that the elements behind it keep their indices.
+ * @return 0, also for a node that has no parent; -7000 for NULL; -5000 if there is no memory for that null,
+ *         with nothing changed
+ */
 KE_API i32 wiq_json_make_orphan(wiq_json_t* node);
+/** As wiq_json_make_orphan(), with a chaining status: an earlier failure in `*err` is returned and nothing
+ *  is done; otherwise the status is also stored there. */
 KE_API i32 wiq_json_make_orphan_ex(wiq_json_t* node, u32* err);
+/**
+ * Puts a replacement in a node's place in its parent, and hands the node to the caller as
+ * wiq_json_make_orphan() does. Needs no memory.
+ * @param replacement  free-standing, and no container around the node
+ * @return 0, also for a node that has no parent, where nothing is done; -7000 if either is NULL or the
+ *         replacement cannot be attached, with nothing changed
+ */
 KE_API i32 wiq_json_swap_child(wiq_json_t* node, wiq_json_t* replacement);
 
 /** @} */
