@@ -56,10 +56,6 @@ i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
     return attach_member(object, key, std::strlen(key), child);
 }
 
-}  // namespace
-
-namespace {
-
 // An entry with a copy of the key; its hash is the caller's to set.
 wiq_map_entry* allocate_entry(const char* key, size_t key_length) {
     auto* entry = static_cast<wiq_map_entry*>(std::malloc(sizeof(wiq_map_entry) + key_length + 1));
