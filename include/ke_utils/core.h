@@ -92,42 +92,167 @@ KE_API i32 wiq_status_ie_to_pe(i32 status);
  *  the library hands out is released with the runtime's free().
  *  @{ */
 
+/** Called before an allocation with the address of its size in bytes, which it may change. */
 typedef void (*wiq_malloc_pre_fn)(size_t* size);
+
+/**
+ * Called after an allocation with the addresses of its result (NULL if it failed) and of its size; it may
+ * change both.
+ */
 typedef void (*wiq_malloc_post_fn)(void** result, size_t* size);
+
+/**
+ * Called before a reallocation with the addresses of the old block and of the new size; it may change both.
+ */
 typedef void (*wiq_realloc_pre_fn)(void** ptr, size_t* size);
+
+/**
+ * Called after a reallocation with the addresses of its result and of its size; it may change both.
+ */
 typedef void (*wiq_realloc_post_fn)(void** result, size_t* size);
+
+/**
+ * Called before or after an aligned allocation with the addresses of its arguments, which it may change.
+ */
 typedef void (*wiq_aligned_alloc_fn)(void*** out, size_t* size, size_t* alignment);
+
+/**
+ * Called before a release with the address of the pointer; setting it to NULL suppresses the release.
+ */
 typedef void (*wiq_free_fn)(void** ptr);
+
+/** Called around allocations that are to be left out of the leak count. */
 typedef void (*wiq_track_fn)(void);
 /** Told of a failed allocation; receives the size that was asked for, as the hooks left it. */
 typedef void (*wiq_alloc_fail_fn)(size_t size);
 
+/**
+ * The ten hook slots, NULL at load, to be filled by the client before other threads allocate. The library
+ * reads none of them: a client passes them to the wiq_wrap_* functions. This one is meant as the pre hook of
+ * wiq_wrap_malloc() and wiq_wrap_strdup().
+ */
 extern KE_API wiq_malloc_pre_fn wiq_malloc_pre_cb;
+
+/** Slot for the post hook of wiq_wrap_malloc() and wiq_wrap_strdup(). */
 extern KE_API wiq_malloc_post_fn wiq_malloc_post_cb;
+
+/** Slot for the pre hook of wiq_wrap_realloc(). */
 extern KE_API wiq_realloc_pre_fn wiq_realloc_pre_cb;
+
+/** Slot for the post hook of wiq_wrap_realloc(). */
 extern KE_API wiq_realloc_post_fn wiq_realloc_post_cb;
+
+/** Slot for the pre hook of wiq_wrap_aligned_alloc(). */
 extern KE_API wiq_aligned_alloc_fn wiq_aligned_alloc_pre_cb;
+
+/** Slot for the post hook of wiq_wrap_aligned_alloc(). */
 extern KE_API wiq_aligned_alloc_fn wiq_aligned_alloc_post_cb;
+
+/** Slot for the hook of wiq_wrap_free(). */
 extern KE_API wiq_free_fn wiq_free_cb;
+
+/** Slot for the hook of wiq_wrap_aligned_free(). */
 extern KE_API wiq_free_fn wiq_aligned_free_cb;
+
+/** Slot to be called before allocations that the leak count is to leave out; pauses nest. */
 extern KE_API wiq_track_fn wiq_alloc_track_pause_cb;
+
+/** Slot to be called after such allocations. */
 extern KE_API wiq_track_fn wiq_alloc_track_resume_cb;
 
+/**
+ * Allocates memory and calls hooks around it.
+ * @param size bytes; 0, also as the pre hook leaves it, allocates nothing: NULL, and no failure
+ * @param zero whether the block is filled with zero bytes
+ * @param fail told of a failure with the size as the hooks left it; may be NULL
+ * @param pre  may change the size; may be NULL
+ * @param post may change result and size; may be NULL
+ * @return the block, released with free() or wiq_wrap_free(); NULL if nothing was asked for or to be had
+ */
 KE_API void* wiq_wrap_malloc(size_t size, bool zero, wiq_alloc_fail_fn fail, wiq_malloc_pre_fn pre,
                              wiq_malloc_post_fn post);
+
+/**
+ * Resizes a block and calls hooks around it.
+ * @param ptr  the block, NULL for a new one
+ * @param size new size in bytes; 0 releases the block and gives NULL
+ * @param fail told whenever the result is NULL, also for a size of 0; may be NULL
+ * @param pre  may change block and size; may be NULL
+ * @param post may change result and size; may be NULL
+ * @return the block, or NULL; after a failure with a size above 0 the old block is as it was
+ */
 KE_API void* wiq_wrap_realloc(void* ptr, size_t size, wiq_alloc_fail_fn fail,
                               wiq_realloc_pre_fn pre, wiq_realloc_post_fn post);
+
+/**
+ * Copies a string and calls hooks around the allocation.
+ * @param str NUL-terminated; NULL gives NULL and calls no hook
+ * @param fail, pre, post as in wiq_wrap_malloc(); the size counts the NUL. What is copied is always the length
+ *             measured before the hooks ran: a pre hook must not make the block smaller.
+ * @return the copy, released with free() or wiq_wrap_free(); NULL without memory
+ */
 KE_API char* wiq_wrap_strdup(const char* str, wiq_alloc_fail_fn fail, wiq_malloc_pre_fn pre,
                              wiq_malloc_post_fn post);
+
+/**
+ * Releases a block.
+ * @param ptr  may be NULL
+ * @param hook called first with the address of a copy of the pointer; what it leaves there is released, NULL is
+ *             not. May be NULL.
+ */
 KE_API void wiq_wrap_free(void* ptr, wiq_free_fn hook);
+
+/**
+ * Allocates aligned memory and calls hooks around it.
+ * @param out       receives the block, released with wiq_wrap_aligned_free() only
+ * @param size      bytes
+ * @param alignment a power of two
+ * @param fail told of the size when the status is not 0 or `out` is NULL; may be NULL
+ * @param pre, post may change all three arguments; may be NULL
+ * @return 0; -7000 for a NULL `out` with a size above 0; -5000 without memory (`*out` is NULL). A NULL `out` with
+ *         a size of 0 allocates nothing and gives 0.
+ */
 KE_API i32 wiq_wrap_aligned_alloc(void** out, size_t size, size_t alignment, wiq_alloc_fail_fn fail,
                                   wiq_aligned_alloc_fn pre, wiq_aligned_alloc_fn post);
+
+/**
+ * Releases an aligned block.
+ * @param ptr  from wiq_wrap_aligned_alloc(); may be NULL
+ * @param hook called first with the address of a copy of the pointer: setting it to NULL keeps the block; any other
+ *             change is ignored, and `ptr` itself is released. May be NULL.
+ */
 KE_API void wiq_wrap_aligned_free(void* ptr, wiq_free_fn hook);
+
+/**
+ * Allocates memory filled with zero bytes, without hooks.
+ * @return the block, released with free(); NULL without memory
+ */
 KE_API void* wiq_real_malloc0(size_t size);
+
+/**
+ * Allocates aligned memory, without hooks.
+ * @param out       receives the block, released with wiq_real_aligned_free(); NULL on failure
+ * @param size      bytes
+ * @param alignment a power of two
+ * @return 0; -7000 if `out` is NULL; -5000 without memory or for an alignment that is no power of two
+ */
 KE_API i32 wiq_real_aligned_alloc(void** out, size_t size, size_t alignment);
+
+/** Releases a block of wiq_real_aligned_alloc(); NULL does nothing. */
 KE_API void wiq_real_aligned_free(void* ptr);
+
+/**
+ * Sets the leak tracker's counts and its pause depth to 0 and stores its hooks in eight of the slots (all but
+ * wiq_malloc_pre_cb and wiq_aligned_alloc_pre_cb). There is no call that takes them out: a client clears the
+ * slots. A reallocation counts as a release and an allocation. The counts are plain 32-bit numbers, approximate
+ * while several threads allocate.
+ */
 KE_API void wiq_memleak_begin(void);
+
+/** The blocks allocated and not yet released through the hooks since wiq_memleak_begin(). */
 KE_API i32 wiq_memleak_balance(void);
+
+/** The allocations made through the hooks since wiq_memleak_begin(). */
 KE_API i32 wiq_memleak_count(void);
 
 /** @} */
@@ -141,22 +266,78 @@ typedef struct wiq_lib {
     char* errmsg; /**< the last error's text, or NULL */
 } wiq_lib;
 
+/** Suspends the calling thread for at least this many milliseconds. */
 KE_API void wiq_sleep_real(u32 ms);
+
+/**
+ * The current time.
+ * @param t also receives it; may be NULL
+ * @return seconds since 1970-01-01 00:00:00 UTC
+ */
 KE_API i64 wiq_time_real(i64* t);
+
+/**
+ * Converts a time to broken-down UTC time.
+ * @param t   seconds since 1970-01-01 00:00:00 UTC
+ * @param out receives the fields; undefined on failure
+ * @return 0; -5005 if the time cannot be expressed, or for a NULL argument
+ */
 KE_API i32 wiq_gmtime_real(const i64* t, struct tm* out);
+
+/**
+ * Loads a module through libuv; its own folder is searched for what it needs.
+ * @param path UTF-8, either separator
+ * @param lib  the caller's record; closed with wiq_dlclose_real()
+ * @return 0; -5010 if it cannot be loaded, and then the record is closed already and holds no error text
+ */
 KE_API i32 wiq_dlopen_real(const char* path, wiq_lib* lib);
+
+/** Unloads a module and releases the error text that its record may hold. */
 KE_API void wiq_dlclose_real(wiq_lib* lib);
+
+/**
+ * Finds a symbol of a loaded module.
+ * @param lib  from wiq_dlopen_real()
+ * @param name the symbol
+ * @param sym  receives its address; NULL on failure
+ * @return 0; -5011 if there is none
+ */
 KE_API i32 wiq_dlsym_real(wiq_lib* lib, const char* name, void** sym);
 
+/**
+ * The replaceable entry points: each slot holds the address of the function of the same name without
+ * `_ptr` until a caller stores another of the same signature. Callers go through the slots; the library
+ * itself does not. Replace them before other threads run.
+ */
 extern KE_API void (*wiq_sleep_real_ptr)(u32 ms);
+/** See wiq_sleep_real_ptr. */
 extern KE_API i64 (*wiq_time_real_ptr)(i64* t);
+/** See wiq_sleep_real_ptr. */
 extern KE_API i32 (*wiq_gmtime_real_ptr)(const i64* t, struct tm* out);
+/** See wiq_sleep_real_ptr. */
 extern KE_API i32 (*wiq_dlopen_real_ptr)(const char* path, wiq_lib* lib);
+/** See wiq_sleep_real_ptr. */
 extern KE_API void (*wiq_dlclose_real_ptr)(wiq_lib* lib);
+/** See wiq_sleep_real_ptr. */
 extern KE_API i32 (*wiq_dlsym_real_ptr)(wiq_lib* lib, const char* name, void** sym);
 
+/**
+ * The current UTC time, broken down: 0, or -5005 (see wiq_gmtime_real()). Slots are not asked.
+ */
 KE_API i32 wiq_get_tm(struct tm* out);
+
+/**
+ * Milliseconds since midnight of a broken-down time: hours, minutes and seconds, in wrapping 32-bit arithmetic.
+ */
 KE_API int calc_tm_to_ms(const struct tm* tm);
+
+/**
+ * Writes a time of day as "hh:mm:ss.mmm " (with its trailing blank).
+ * @param ms  milliseconds
+ * @param ns  nanoseconds, added as whole milliseconds; the sum is cut to 32 bits, the hours count within a day
+ * @param dst receives 14 bytes, the NUL included
+ * @return the number of characters, 13
+ */
 KE_API i32 time_ms_to_string(u64 ms, u64 ns, char* dst);
 
 /** @} */
