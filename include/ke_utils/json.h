@@ -631,6 +631,11 @@ typedef struct WiqJsonVisitorClass {
     i32 (*array_element)(WiqJsonVisitor* self, wiq_json_t* array, i32 index, wiq_json_t* elem);
 } WiqJsonVisitorClass;
 
+/**
+ * The type of the visitors' base class. A subclass is a WiqType with this parent whose class_init replaces slots;
+ * a walk is `class->visit(visitor, root)`, its result the first nonzero status of a slot. The base walk recurses, a
+ * level of the stack for each of the document.
+ */
 extern KE_API WiqType WiqJsonVisitorType;
 
 /** @} */
@@ -645,10 +650,40 @@ enum wiq_json_dump_flag {
     WIQ_JSON_DUMP_PRETTY = 8
 };
 
+/**
+ * Writes a document as text.
+ * @param out   receives a new string, released with free(); untouched on failure
+ * @param flags enum wiq_json_dump_flag; compact without WIQ_JSON_DUMP_PRETTY
+ * @return the length; -7000 for NULL; -5000; -7003 for a text that is no valid UTF-8; -7014 for a damaged node.
+ * Members come in the object's order, or sorted. Doubles have six decimals and no exponent, infinities and NaN are
+ * "inf", "-inf", "nan"; text beyond ASCII is written raw. Takes documents of any depth.
+ */
 KE_API i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags);
+
+/**
+ * Appends a document's text to a buffer.
+ * @param indent blanks in front of every line but the first, with WIQ_JSON_DUMP_PRETTY
+ * @return 0 or a status as in wiq_json_sdump(); what was written before a failure stays
+ */
 KE_API i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 indent);
+
+/**
+ * Writes a document's text to a stream, which is neither flushed nor closed.
+ * @return bytes written; a negative status as in wiq_json_sdump(), or -1 if the stream failed; what was written
+ *         before a failure stays
+ */
 KE_API i32 wiq_json_fdump(wiq_json_t* node, FILE* fp, u32 flags, u32 indent);
+
+/**
+ * A new string, released with free(), with the text escaped for JSON, without quotes; NULL for NULL, invalid UTF-8 or without memory.
+ */
 KE_API char* wiq_json_escape_str(const char* text);
+
+/**
+ * Appends the text escaped for JSON, without quotes: quote, backslash and what is below 0x20.
+ * @return the buffer's length; -7000 for NULL; -7003 on invalid UTF-8, what is before it appended. An append that
+ *         fails for lack of memory is not reported.
+ */
 KE_API i32 wiq_json_escape_str_ext(const char* text, wiq_strbuf* buf);
 
 /** @} */
@@ -656,10 +691,33 @@ KE_API i32 wiq_json_escape_str_ext(const char* text, wiq_strbuf* buf);
 /** @defgroup json_ref JSON references
  *  @{ */
 
+/**
+ * A new reference with a copy of a JSON pointer, optionally with "#" in front. NULL: -7000, -5000; chains.
+ */
 KE_API wiq_json_t* wiq_json_jref_new(const char* uri, u32* err);
+
+/** The pointer text of a reference, lent; NULL for anything else. */
 KE_API const char* wiq_json_jref_uri(const wiq_json_t* node);
+
+/**
+ * One step: what a reference's pointer names in its own tree; may be a reference again. Lent.
+ * NULL: -7000 for anything but a reference; the statuses of wiq_json_ptr_get(); chains.
+ */
 KE_API wiq_json_t* wiq_json_jref_resolve(const wiq_json_t* node, u32* err);
+
+/**
+ * Follows references to the first value that is none. Lent.
+ * @param err receives 0 if a reference was followed; -7000 for a node that is none, which is returned all the same;
+ *            -1052 if the chain comes back to itself; the statuses of wiq_json_ptr_get(). Chains; may be NULL.
+ */
 KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
+
+/**
+ * Replaces every reference that can be reached from `root` by a deep copy of its final target, in place; copies
+ * hold no references. A reference that somebody else holds survives as a free-standing node. Takes any depth.
+ * @return 0; -7000 for NULL; -1052 for references that lead to themselves; -5000; the statuses of
+ *         wiq_json_ptr_get(). What was replaced before a failure stays replaced.
+ */
 KE_API i32 wiq_json_jref_expand(wiq_json_t* root);
 
 /** @} */
@@ -667,25 +725,97 @@ KE_API i32 wiq_json_jref_expand(wiq_json_t* root);
 /** @defgroup json_ptr JSON pointer
  *  @{ */
 
+/**
+ * The value that a JSON pointer (RFC 6901) names; references on the way are not followed.
+ * @param ptr         "" and "#" name the root; "#" in front is dropped, percent signs are not decoded. In arrays a
+ *                    step is any number that wiq_strtouint64() takes, its low 32 bits taken as a signed index.
+ * @param err         receives 0; -7000 for NULL; -7019 without a leading "/"; -1039 for a bad "~"; -1037 no such
+ *                    member; -1038 no such element; -7018 a step into something else; -5000. Chains; may be NULL.
+ * @param fail_prefix receives, on failure (not -7000 and -5000), a new string with the pointer up to and with the
+ *                    step that failed; may be NULL
+ * @return lent; NULL on failure
+ */
 KE_API wiq_json_t* wiq_json_ptr_get(wiq_json_t* root, const char* ptr, u32* err,
                                     char** fail_prefix);
+
+/**
+ * Stores a value where a JSON pointer names it; missing containers are made on the way, arrays where the next step
+ * is a number or "-", and "-" appends. Existing values are replaced at the last step only. An empty step ends the
+ * way early: the value then goes under the step before it, once more ("/a/" stores at "/a/a").
+ * @return 0, and the value is the container's; -7000 for NULL or an empty pointer; -7019, -1039, -7018, -1038, -5000,
+ *         and then the value stays the caller's, while containers made before the failing step stay
+ */
 KE_API i32 wiq_json_ptr_put(wiq_json_t* root, const char* ptr, wiq_json_t* value);
+
+/**
+ * Makes an empty object and stores it as wiq_json_ptr_put() does; lent. NULL: the status through `err`, which is not read first.
+ */
 KE_API wiq_json_t* wiq_json_ptr_put_obj(wiq_json_t* root, const char* ptr, u32* err);
+
+/**
+ * Makes an empty array and stores it as wiq_json_ptr_put() does; lent. NULL: the status through `err`, which is not read first.
+ */
 KE_API wiq_json_t* wiq_json_ptr_put_array(wiq_json_t* root, const char* ptr, u32* err);
+
+/**
+ * Makes a boolean and stores it as wiq_json_ptr_put() does; lent. NULL: the status through `err`, which is not read first.
+ */
 KE_API wiq_json_t* wiq_json_ptr_put_bool(wiq_json_t* root, const char* ptr, bool value, u32* err);
+
+/**
+ * Makes a double and stores it as wiq_json_ptr_put() does; lent. NULL: the status through `err`, which is not read first.
+ */
 KE_API wiq_json_t* wiq_json_ptr_put_double(wiq_json_t* root, const char* ptr, double value,
                                            u32* err);
+
+/**
+ * Makes a signed number and stores it as wiq_json_ptr_put() does; lent. NULL: the status through `err`, which is not read first.
+ */
 KE_API wiq_json_t* wiq_json_ptr_put_i64(wiq_json_t* root, const char* ptr, i64 value, u32* err);
+
+/**
+ * Makes an unsigned number and stores it as wiq_json_ptr_put() does; lent. NULL: the status through `err`, which is not read first.
+ */
 KE_API wiq_json_t* wiq_json_ptr_put_u64(wiq_json_t* root, const char* ptr, u64 value, u32* err);
+
+/**
+ * Makes a 128-bit number and stores it as wiq_json_ptr_put() does; lent. NULL: the status through `err`, which is not read first.
+ */
 KE_API wiq_json_t* wiq_json_ptr_put_u128(wiq_json_t* root, const char* ptr,
                                          const wiq_uint128* value, u32* err);
+
+/**
+ * Makes a string, copied, and stores it as wiq_json_ptr_put() does; lent. NULL: the status through `err`, which is not read first.
+ */
 KE_API wiq_json_t* wiq_json_ptr_put_str(wiq_json_t* root, const char* ptr, const char* text,
                                         u32* err);
+
+/**
+ * Makes a reference and stores it as wiq_json_ptr_put() does; lent. NULL: the status through `err`, which is not read first.
+ */
 KE_API wiq_json_t* wiq_json_ptr_put_jref(wiq_json_t* root, const char* ptr, const char* uri,
                                          u32* err);
+
+/**
+ * The JSON pointer of a node, from the root of its tree.
+ * @param out receives a new string, released with free(); untouched on failure
+ * @return its length; -7000 for NULL; -5000. Takes any depth.
+ */
 KE_API i32 wiq_json_ptr(const wiq_json_t* node, char** out);
+
+/** Appends the JSON pointer of a node. 0; -7000 for NULL; -5000, nothing appended. */
 KE_API i32 wiq_json_ptr_ext(const wiq_json_t* node, wiq_strbuf* buf);
+
+/**
+ * Appends the JSON pointer of an object and "/" and a key, which is not escaped.
+ * 0; -7000 for NULL or no object; -5000, nothing appended.
+ */
 KE_API i32 wiq_json_ptr_build_obj_ext(const wiq_json_t* obj, const char* key, wiq_strbuf* buf);
+
+/**
+ * Appends the JSON pointer of the place behind an array's last element.
+ * 0; -7000 for NULL or no array; -5000, nothing appended.
+ */
 KE_API i32 wiq_json_ptr_build_array_ext(const wiq_json_t* array, wiq_strbuf* buf);
 
 /** @} */

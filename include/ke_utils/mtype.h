@@ -66,56 +66,190 @@ typedef struct wiq_mtype {
     } payload;
 } wiq_mtype;
 
+/** Makes a new value null. The payload is not touched. NULL does nothing. */
 KE_API void wiq_mtype_init(wiq_mtype* value);
+
+/**
+ * Releases what the value owns. The type tag stays: set or initialise the value before it is read again.
+ * 0, or -7000 for NULL. Finalizing again releases nothing.
+ */
 KE_API i32 wiq_mtype_finalize(wiq_mtype* value);
+
+/** Makes the value null. 0, or -7000 for NULL. */
 KE_API i32 wiq_mtype_set_null(wiq_mtype* value);
+
+/** Stores a boolean: any byte that is not 0 is true. 0, or -7000 for NULL. */
 KE_API i32 wiq_mtype_set_bool(wiq_mtype* value, u8 boolean);
+
+/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
 KE_API i32 wiq_mtype_set_int32(wiq_mtype* value, i32 number);
+
+/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
 KE_API i32 wiq_mtype_set_int64(wiq_mtype* value, i64 number);
+
+/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
 KE_API i32 wiq_mtype_set_uint32(wiq_mtype* value, u32 number);
+
+/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
 KE_API i32 wiq_mtype_set_uint64(wiq_mtype* value, u64 number);
+
+/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
 KE_API i32 wiq_mtype_set_float(wiq_mtype* value, float number);
+
+/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
 KE_API i32 wiq_mtype_set_double(wiq_mtype* value, double number);
+
+/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
 KE_API i32 wiq_mtype_set_status(wiq_mtype* value, i32 status);
+
+/**
+ * Stores a 128-bit number in a cell of its own. 0; -7000 for NULL; -5000, and then the old contents are gone.
+ */
 KE_API i32 wiq_mtype_set_uint128(wiq_mtype* value, wiq_uint128 number);
+
+/**
+ * Stores a string.
+ * @param copy not 0: a copy that the value owns; 0: the pointer itself, lent by the caller. NULL is stored as it is.
+ * @return 0; -7000 for a NULL value; -5000, and then the old contents are gone
+ */
 KE_API i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy);
+
+/**
+ * Stores bytes; from 65535 on in a record of their own.
+ * @param size bytes
+ * @param copy not 0: the bytes are copied
+ * @param own  not 0: the value releases the bytes, copied or not, with free(); 0: never, also not a copy
+ * @return 0; -7000 for a NULL value; -5000, and then the old contents are gone
+ */
 KE_API i32 wiq_mtype_set_blob(wiq_mtype* value, const void* data, u64 size, u8 copy, u8 own);
+
+/**
+ * Stores a pointer; with `own` not 0 the value releases it with free(). 0, or -7000 for NULL.
+ */
 KE_API i32 wiq_mtype_set_ptr(wiq_mtype* value, void* ptr, u8 own);
 
+/** The type tag (enum wiq_mtype_tag); 0 for NULL. */
 KE_API u8 wiq_mtype_get_type(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_null(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_bool(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_int32(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_int64(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_uint32(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_uint64(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_uint128(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_float(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_double(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_utf8(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_blob(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_ptr(const wiq_mtype* value);
+
+/** Whether the value has this type; false for NULL. */
 KE_API bool wiq_mtype_is_status(const wiq_mtype* value);
+
+/** Whether the value is a boolean and true. */
 KE_API bool wiq_mtype_get_bool(const wiq_mtype* value);
+
+/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
 KE_API i32 wiq_mtype_get_int32(const wiq_mtype* value);
+
+/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
 KE_API i64 wiq_mtype_get_int64(const wiq_mtype* value);
+
+/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
 KE_API u32 wiq_mtype_get_uint32(const wiq_mtype* value);
+
+/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
 KE_API u64 wiq_mtype_get_uint64(const wiq_mtype* value);
+
+/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
 KE_API wiq_uint128 wiq_mtype_get_uint128(const wiq_mtype* value);
+
+/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
 KE_API float wiq_mtype_get_float(const wiq_mtype* value);
+
+/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
 KE_API double wiq_mtype_get_double(const wiq_mtype* value);
+
+/** The string, lent, if the value is one, else NULL. */
 KE_API const char* wiq_mtype_get_utf8(const wiq_mtype* value);
+
+/**
+ * The bytes, lent, and their number (0 through `length` otherwise; may be NULL), if the value is a blob, else NULL.
+ */
 KE_API const void* wiq_mtype_get_blob(const wiq_mtype* value, u64* length);
+
+/** The pointer if the value is one, else NULL. */
 KE_API void* wiq_mtype_get_ptr(const wiq_mtype* value);
+
+/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
 KE_API i32 wiq_mtype_get_status(const wiq_mtype* value);
 
+/**
+ * Makes dst a deep copy of src: strings, blobs and 128-bit numbers are copied and owned. An owned pointer is
+ * claimed by both.
+ * @return 0; -7000 for NULL; -5000, and then what dst held is gone
+ */
 KE_API i32 wiq_mtype_copy(const wiq_mtype* src, wiq_mtype* dst);
+
+/**
+ * Makes dst borrow what src holds. A 128-bit cell is shared, and clearing either releases it: such a copy must not
+ * be finalized beside its source.
+ * @return 0; -7000 for NULL; -5000 if the record of a long blob cannot be had
+ */
 KE_API i32 wiq_mtype_copy_ref(const wiq_mtype* src, wiq_mtype* dst);
+
+/**
+ * Whether two values have the same type and equal contents; numbers numerically (NaN equals nothing, +0 equals -0),
+ * strings and blobs by bytes, pointers by address.
+ */
 KE_API bool wiq_mtype_equal(const wiq_mtype* a, const wiq_mtype* b);
+
+/** Whether both values are strings and equal byte by byte. */
 KE_API bool wiq_mtype_equal_utf8(const wiq_mtype* a, const wiq_mtype* b);
+
+/**
+ * Converts a number, or a text that is one, without loss.
+ * @param out written on success only
+ * @return 0; -7000 for NULL; -7001 for a text out of range; -7002 for a fraction; -7003 for a number that is
+ *         negative or too large, a NaN, a text that is no number, or a type that is not converted
+ */
 KE_API i32 wiq_mtype_to_uint32(const wiq_mtype* value, u32* out);
+
+/** As wiq_mtype_to_uint32() for 64 bits; of a double exactly 2^64 passes and gives 2^63. */
 KE_API i32 wiq_mtype_to_uint64(const wiq_mtype* value, u64* out);
+
+/**
+ * As wiq_mtype_to_uint32(), and -7001 for a result outside [min, max], which is stored all the same.
+ */
 KE_API i32 wiq_mtype_to_uint32_ext(const wiq_mtype* value, u32* out, u32 min, u32 max);
+
+/**
+ * As wiq_mtype_to_uint64(), and -7001 for a result outside [min, max], which is stored all the same.
+ */
 KE_API i32 wiq_mtype_to_uint64_ext(const wiq_mtype* value, u64* out, u64 min, u64 max);
 
 /** @} */

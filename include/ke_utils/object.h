@@ -28,8 +28,15 @@ typedef struct WiqObject {
     i32 refcount;    /**< changed by atomic operations only */
 } WiqObject;
 
+/**
+ * Initialises the fields that a type adds to a new, zeroed instance; nonzero: object_new() gives NULL.
+ */
 typedef i32 (*WiqInstanceInitFn)(WiqObject* object);
+
+/** Releases what a type's own fields hold. */
 typedef void (*WiqInstanceFinalizeFn)(WiqObject* object);
+
+/** Fills or changes a class record; nonzero: the class is not built. */
 typedef i32 (*WiqClassInitFn)(WiqClass* klass);
 
 /** A type descriptor: one static record for each type, filled by its author and completed at run time. */
@@ -50,18 +57,67 @@ struct WiqType {
 /** The root type, "Object": no slots, no fields of its own. */
 extern KE_API WiqType ObjectType;
 
+/**
+ * Makes a type usable and registers it. Types are registered before threads use them: nothing is locked.
+ * @param type   lives as long as the process; a type that is initialised already is left alone, status 0
+ * @param parent stored into the descriptor when not NULL
+ * @return 0; -7000 for NULL; -5007 if the lock cannot be made; -5000 if the registry cannot grow, and then the type
+ *         can be tried again
+ */
 KE_API i32 type_init(WiqType* type, WiqType* parent);
+
+/** Destroys the lock of an initialised type; class record and registry entry stay. Always 0. */
 KE_API i32 type_uninit(WiqType* type);
+
+/**
+ * The registered types in order, the six built-in ones first.
+ * @param count receives their number; may be NULL
+ * @return lent, valid until the next type_init()
+ */
 KE_API WiqType** type_list(u32* count);
+
+/**
+ * Whether `child` derives from `parent`, at any distance; false for NULL and for a type itself.
+ */
 KE_API bool type_is_child(const WiqType* parent, const WiqType* child);
+
+/**
+ * The class record, if its type is the given one or derives from it; else NULL. A safe cast.
+ */
 KE_API WiqClass* class_check(WiqClass* klass, const WiqType* type);
+
+/**
+ * The class record of an ancestor (or of the class's own type), where a parent's implementations are; else NULL.
+ */
 KE_API WiqClass* class_get_super_class(WiqClass* klass, const WiqType* type);
+
+/**
+ * Makes an instance with a count of 1, building the class first where it is needed (threads may race for that).
+ * Initialisers run from the root down.
+ * @return the object, released with object_unref(); NULL if the class cannot be built (a type that is not
+ *         initialised, has no name or no parent, or a failing initialiser), without memory, or if an initialiser
+ *         fails, and then no finaliser runs
+ */
 KE_API WiqObject* object_new(WiqType* type);
+
+/** Adds an owner, atomically. Not for NULL. */
 KE_API void object_ref(WiqObject* object);
+
+/**
+ * Gives up an owner, atomically; the last one runs the finalisers, most derived first, and frees. NULL does nothing.
+ */
 KE_API void object_unref(WiqObject* object);
+
+/** Runs the finalisers and frees, whatever the count. Not for NULL. */
 KE_API void object_delete(WiqObject* object);
+
+/** The object, if its type is the given one or derives from it; else NULL, also for NULL. */
 KE_API WiqObject* object_check(WiqObject* object, const WiqType* type);
+
+/** The object's class record; NULL for NULL. */
 KE_API WiqClass* object_get_class(const WiqObject* object);
+
+/** class_get_super_class() of the object's class. */
 KE_API WiqClass* object_get_super_class(const WiqObject* object, const WiqType* type);
 
 /** @} */
