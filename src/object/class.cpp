@@ -19,11 +19,23 @@ namespace {
 
 using SizeField = size_t WiqType::*;
 
+// Another thread may be storing the size it found for an ancestor: the same one, whenever it comes.
+std::atomic_ref<size_t> size_of(const WiqType* type, SizeField field) {
+    return std::atomic_ref(const_cast<WiqType*>(type)->*field);
+}
+
 // A size of 0 means that of the nearest ancestor that gives one.
 size_t resolve(const WiqType* type, SizeField field) {
-    while (type != nullptr && type->*field == 0)
-        type = type->parent;
-    return type == nullptr ? 0 : type->*field;
+    for (; type != nullptr; type = type->parent) {
+        const size_t size = size_of(type, field).load(std::memory_order_relaxed);
+        if (size != 0)
+            return size;
+    }
+    return 0;
+}
+
+void store_resolved(const WiqType* type, SizeField field) {
+    size_of(type, field).store(resolve(type, field), std::memory_order_relaxed);
 }
 
 i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
@@ -53,8 +65,8 @@ i32 fill(WiqType* type, WiqClass* record) {
 i32 build_locked(WiqType* type) {
     if (type->name == nullptr || (type->parent == nullptr && type != &ObjectType))
         return WIQ_ERR_FAILED;
-    type->instance_size = resolve(type, &WiqType::instance_size);
-    type->class_size = resolve(type, &WiqType::class_size);
+    store_resolved(type, &WiqType::instance_size);
+    store_resolved(type, &WiqType::class_size);
     auto* record = static_cast<WiqClass*>(wiq_real_malloc0(type->class_size));
     if (record == nullptr)
         return WIQ_ERR_NO_MEMORY;
