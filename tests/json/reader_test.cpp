@@ -1,0 +1,262 @@
+// The two readers, byte by byte and side by side: what next() gives, where the place stands after each byte,
+// what can be taken back, and the text of a token. What is special about one of them comes behind.
+#include "json/reader.h"
+
+#include <string>
+#include <vector>
+
+#include "json/parser_support.h"
+#include "support/alloc_faults.h"
+
+namespace {
+
+using ke::json::Place;
+using ke::json::StreamReader;
+using ke::json::StringReader;
+
+std::string describe_place(const Place& place) {
+    return std::to_string(place.line) + ":" + std::to_string(place.column) + "@" +
+           std::to_string(place.position);
+}
+
+// One call of next() and the place behind it.
+struct Step {
+    int c;
+    Place place;
+};
+
+struct Row {
+    const char* text;
+    std::vector<Step> steps;
+};
+
+constexpr int kEof = WIQ_ERR_EOF;
+constexpr int kBad = WIQ_ERR_JSON_BAD_UTF8;
+
+const Row kRows[] = {
+    {"", {{kEof, {1, 0, 0}}, {kEof, {1, 0, 0}}}},
+    {"ab", {{'a', {1, 1, 1}}, {'b', {1, 2, 2}}, {kEof, {1, 2, 2}}, {kEof, {1, 2, 2}}}},
+    {"\n", {{'\n', {2, 0, 1}}, {kEof, {2, 0, 1}}}},
+    {"a\n\nb",
+     {{'a', {1, 1, 1}}, {'\n', {2, 0, 2}}, {'\n', {3, 0, 3}}, {'b', {3, 1, 4}}, {kEof, {3, 1, 4}}}},
+    // A carriage return, a tab and other control characters are one column each.
+    {"\r\n\t\x01\x7f",
+     {{'\r', {1, 1, 1}}, {'\n', {2, 0, 2}}, {'\t', {2, 1, 3}}, {1, {2, 2, 4}}, {0x7f, {2, 3, 5}}}},
+    // Beyond ASCII: the lead byte as its signed value, counted as one character and one byte.
+    {"\xC2\x80", {{-62, {1, 1, 1}}}},
+    {"x\xC3\xA9", {{'x', {1, 1, 1}}, {-61, {1, 2, 2}}}},
+    {"\n\xDF\xBF", {{'\n', {2, 0, 1}}, {-33, {2, 1, 2}}}},
+    {"\xE0\xA0\x80", {{-32, {1, 1, 1}}}},
+    {"\xED\x9F\xBF", {{-19, {1, 1, 1}}}},
+    {"\xEE\x80\x80", {{-18, {1, 1, 1}}}},
+    {"\xF0\x90\x80\x80", {{-16, {1, 1, 1}}}},
+    {"\xF4\x8F\xBF\xBF", {{-12, {1, 1, 1}}}},
+    // No sequence: nothing is counted, and nothing comes behind it.
+    {"\x80", {{kBad, {1, 0, 0}}, {kBad, {1, 0, 0}}}},
+    {"a\xBFz", {{'a', {1, 1, 1}}, {kBad, {1, 1, 1}}, {kBad, {1, 1, 1}}}},
+    {"\xC0\x80", {{kBad, {1, 0, 0}}}},
+    {"\xC1\xBF", {{kBad, {1, 0, 0}}}},
+    {"\n\xC3", {{'\n', {2, 0, 1}}, {kBad, {2, 0, 1}}, {kBad, {2, 0, 1}}}},
+    {"\xC3x", {{kBad, {1, 0, 0}}, {kBad, {1, 0, 0}}}},
+    {"\xC3\xC3\xA9", {{kBad, {1, 0, 0}}, {kBad, {1, 0, 0}}}},
+    {"\xE0\x9F\xBF", {{kBad, {1, 0, 0}}}},
+    {"\xE2\x82", {{kBad, {1, 0, 0}}}},
+    {"\xED\xA0\x80", {{kBad, {1, 0, 0}}}},
+    {"\xF0\x8F\xBF\xBF", {{kBad, {1, 0, 0}}}},
+    {"\xF0\x9F\x98", {{kBad, {1, 0, 0}}}},
+    {"\xF4\x90\x80\x80", {{kBad, {1, 0, 0}}}},
+    {"\xF5\x80\x80\x80", {{kBad, {1, 0, 0}}}},
+    {"\xFF", {{kBad, {1, 0, 0}}, {kBad, {1, 0, 0}}}},
+};
+
+template <class Reader>
+void check_row(Reader& reader, const Row& row) {
+    EXPECT_EQ(describe_place(reader.place()), "1:0@0");
+    for (const Step& step : row.steps) {
+        EXPECT_EQ(reader.next(), step.c);
+        EXPECT_EQ(describe_place(reader.place()), describe_place(step.place));
+        EXPECT_EQ(reader.position(), step.place.position);
+    }
+    EXPECT_FALSE(reader.failed());
+}
+
+TEST(Reader, BytesAndPlaces) {
+    ScratchFile file;
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(describe_text(row.text));
+        StringReader string(row.text);
+        check_row(string, row);
+        StreamReader stream(file.with(row.text));
+        check_row(stream, row);
+    }
+}
+
+// Every byte is read, given back and read again: the places are the same both times.
+template <class Reader>
+void check_unread(Reader& reader, const std::string& text) {
+    for (char expected : text) {
+        const std::string before = describe_place(reader.place());
+        const int c = reader.next();
+        EXPECT_EQ(c, expected);
+        const std::string behind = describe_place(reader.place());
+        reader.unread(c);
+        EXPECT_EQ(describe_place(reader.place()), before);
+        EXPECT_EQ(reader.next(), c);
+        EXPECT_EQ(describe_place(reader.place()), behind);
+    }
+}
+
+TEST(Reader, Unread) {
+    const char* const kTexts[] = {"a", "12,", "ab\ncd\n", "\n\n\n", "\r\n \t]", "\x01\x7f"};
+    ScratchFile file;
+    for (const char* text : kTexts) {
+        SCOPED_TRACE(describe_text(text));
+        StringReader string(text);
+        check_unread(string, text);
+        StreamReader stream(file.with(text));
+        check_unread(stream, text);
+    }
+}
+
+// The end, what is no UTF-8 and a byte beyond ASCII are not taken back.
+TEST(Reader, UnreadTakesNoFailureBack) {
+    ScratchFile file;
+    for (const auto& [text, c, place] : {
+             std::tuple{"a", kEof, "1:1@1"},
+             std::tuple{"a\xFF", kBad, "1:1@1"},
+             std::tuple{"a\xC3\xA9", -61, "1:2@2"},
+         }) {
+        SCOPED_TRACE(describe_text(text));
+        StringReader string(text);
+        StreamReader stream(file.with(text));
+        EXPECT_EQ(string.next(), 'a');
+        EXPECT_EQ(stream.next(), 'a');
+        EXPECT_EQ(string.next(), c);
+        EXPECT_EQ(stream.next(), c);
+        string.unread(c);
+        stream.unread(c);
+        EXPECT_EQ(describe_place(string.place()), place);
+        EXPECT_EQ(describe_place(stream.place()), place);
+    }
+}
+
+// Two tokens behind blanks, the byte behind each given back.
+template <class Reader>
+void check_tokens(Reader& reader) {
+    for (const char* expected : {"word", "17"}) {
+        int c = 0;
+        do {
+            reader.forget();
+            c = reader.next();
+        } while (c == ' ');
+        reader.begin_token();
+        while (c > ' ')
+            c = reader.next();
+        reader.unread(c);
+        EXPECT_EQ(std::string(reader.token_begin(), reader.token_end()), expected);
+    }
+}
+
+TEST(Reader, TokenText) {
+    ScratchFile file;
+    StringReader string("  word   17");
+    check_tokens(string);
+    StreamReader stream(file.with("  word   17"));
+    check_tokens(stream);
+}
+
+// A stream keeps a token of any length.
+TEST(Reader, LongTokenFromStream) {
+    ScratchFile file;
+    const std::string text = std::string(10000, 'a') + std::string(10000, 'b');
+    StreamReader stream(file.with(text));
+    while (stream.next() > 0) {
+    }
+    EXPECT_EQ(std::string(stream.token_begin(), stream.token_end()), text);
+}
+
+// Only what a string holds as it stands is skipped, never the quote, a backslash, a control character, a
+// byte beyond ASCII or the end; how much at once is the reader's own business.
+TEST(Reader, SkipPlain) {
+    for (size_t run : std::initializer_list<size_t>{0, 1, 15, 16, 127, 128, 129, 1000, 40000}) {
+        for (const char* behind : {"", "\"", "\\", "\x1f", "\n", "\xC3\xA9", "\xFF"}) {
+            const std::string text = std::string(run, 'x') + behind;
+            StringReader reader(text.c_str());
+            i32 before = -1;
+            while (reader.position() != before) {
+                before = reader.position();
+                reader.skip_plain();
+            }
+            EXPECT_EQ(before, static_cast<i32>(run)) << describe_text(behind);
+        }
+    }
+}
+
+// Bytes are taken from the stream when they are asked for, a sequence as a whole, and of a byte that begins
+// none only that byte.
+TEST(Reader, TakenFromStream) {
+    struct Taken {
+        const char* content;
+        std::vector<long> after;  // each next()
+    };
+    const Taken rows[] = {
+        {"abc", {1, 2, 3, 3}},      {"\xC3\xA9z", {2}},  {"\xE2\x82\xACz", {3}},
+        {"\xF0\x9F\x98\x80z", {4}}, {"\xFFzzz", {1, 1}}, {"\x80zzz", {1, 1}},
+        {"\xC3zzz", {2, 2}},        {"\xE2zzz", {3, 3}}, {"\xF0zzzz", {4, 4}},
+        {"\xE2\x82", {2, 2}},
+    };
+    ScratchFile file;
+    for (const Taken& row : rows) {
+        FILE* fp = file.with(row.content);
+        StreamReader reader(fp);
+        EXPECT_EQ(ftell(fp), 0);
+        for (long taken : row.after) {
+            reader.next();
+            EXPECT_EQ(ftell(fp), taken) << describe_text(row.content);
+        }
+    }
+}
+
+// In a stream a NUL is a byte like others, but neither taken back nor part of a token's text.
+TEST(Reader, NulInStream) {
+    ScratchFile file;
+    StreamReader reader(file.with(std::string("1\0002", 3)));
+    EXPECT_EQ(reader.next(), '1');
+    EXPECT_EQ(reader.next(), 0);
+    reader.unread(0);
+    EXPECT_EQ(describe_place(reader.place()), "1:2@2");
+    EXPECT_EQ(std::string(reader.token_begin(), reader.token_end()), "1");
+    EXPECT_EQ(reader.next(), '2');
+    EXPECT_EQ(describe_place(reader.place()), "1:3@3");
+}
+
+// The string of the other reader ends there.
+TEST(Reader, NulInString) {
+    StringReader reader("1\0002");
+    EXPECT_EQ(reader.next(), '1');
+    EXPECT_EQ(reader.next(), kEof);
+    EXPECT_EQ(reader.next(), kEof);
+    EXPECT_EQ(describe_place(reader.place()), "1:1@1");
+}
+
+// Without memory for a token's text bytes and places are still told, and the failure stays to be asked for.
+TEST(ReaderFaults, TokenText) {
+    const std::string text = "\n" + std::string(3000, 'x');
+    ScratchFile file;
+    const size_t points = SweepAllocations([&](AllocFaults& faults) {
+        FILE* fp = file.with(text);
+        StreamReader reader(fp);
+        faults.arm();
+        for (char expected : text)
+            EXPECT_EQ(reader.next(), expected);
+        reader.unread('x');
+        EXPECT_EQ(reader.next(), 'x');
+        EXPECT_EQ(reader.next(), kEof);
+        faults.disarm();
+        EXPECT_EQ(reader.failed(), faults.fired());
+        EXPECT_EQ(describe_place(reader.place()), "2:3000@3001");
+    });
+    EXPECT_GE(points, 2u);
+}
+
+}  // namespace
