@@ -91,19 +91,17 @@ i32 attach_copy(wiq_json* parent, const OpenSource& source, wiq_json* copy) {
 
 // Copies all that is below the source's root into the root's copy.
 i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
-    SmallStack<OpenSource, 32> open_sources;
-    if (!open_sources.push(open(root))) {
-        return WIQ_ERR_NO_MEMORY;
-    }
+    SmallStack<OpenSource, 32> outer;
+    OpenSource source = open(root);
     wiq_json* parent = root_copy;
     for (;;) {
-        OpenSource& source = open_sources.top();
         const wiq_json* child = next_child(source);
         if (child == nullptr) {
-            open_sources.pop();
-            if (open_sources.empty()) {
+            if (outer.empty()) {
                 return 0;
             }
+            source = outer.top();
+            outer.pop();
             parent = parent->parent;
             continue;
         }
@@ -118,10 +116,11 @@ i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
         }
         advance(&source);
         if (is_container(child)) {
-            parent = copy;
-            if (!open_sources.push(open(child))) {
+            if (!outer.push(source)) {
                 return WIQ_ERR_NO_MEMORY;
             }
+            source = open(child);
+            parent = copy;
         }
     }
 }
