@@ -86,6 +86,19 @@ TEST(MapFaults, NewAndInit) {
     });
 }
 
+#ifndef _WIN32
+TEST(MapFaults, ALockThatCannotBeMade) {
+    const long before = live_blocks();
+    g_fail_mutex_init = true;
+    wiq_safe_map map;
+    EXPECT_EQ(wiq_safe_map_init(&map, 0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr),
+              WIQ_ERR_LOCK_INIT);
+    EXPECT_EQ(wiq_safe_map_new(0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr), nullptr);
+    g_fail_mutex_init = false;
+    EXPECT_EQ(live_blocks(), before);
+}
+#endif
+
 // The seventh entry of this map makes it grow: its own allocation fails first, then that of the buckets.
 TEST(MapFaults, PutKeepsTheMapValid) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {

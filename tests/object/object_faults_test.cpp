@@ -57,6 +57,24 @@ TEST(ObjectFaults, ClassBuildingLeavesNoHalfClass) {
     }
 }
 
+#ifndef _WIN32
+TEST(ObjectFaults, ATypeWithoutALockIsNotInitialised) {
+    static WiqType type = {};
+    type.name = "Lockless";
+    u32 before = 0;
+    type_list(&before);
+    g_fail_mutex_init = true;
+    EXPECT_EQ(type_init(&type, &ObjectType), WIQ_ERR_LOCK_INIT);
+    g_fail_mutex_init = false;
+    EXPECT_EQ(type.initialised, 0);
+    u32 after = 0;
+    type_list(&after);
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(object_new(&type), nullptr);
+    EXPECT_EQ(type_init(&type, &ObjectType), 0) << "a later try succeeds";
+}
+#endif
+
 // A setter that fails has cleared the value, which can be set again.
 void sweep_setter(i32 (*set)(wiq_mtype* value)) {
     const size_t points = SweepAllocations([set](AllocFaults& faults) {

@@ -40,6 +40,8 @@ bool AllocFaults::should_fail() {
     return strike;
 }
 
+bool g_fail_mutex_init = false;
+
 long live_blocks() {
     return g_live.load(std::memory_order_relaxed);
 }
@@ -113,3 +115,24 @@ char* __wrap__strdup(const char* text) {
 }
 
 }  // extern "C"
+
+#ifndef _WIN32
+
+#include <uv.h>
+
+extern "C" {
+
+int __real_uv_mutex_init(uv_mutex_t* mutex);
+int __real_uv_mutex_init_recursive(uv_mutex_t* mutex);
+
+int __wrap_uv_mutex_init(uv_mutex_t* mutex) {
+    return g_fail_mutex_init ? UV_EAGAIN : __real_uv_mutex_init(mutex);
+}
+
+int __wrap_uv_mutex_init_recursive(uv_mutex_t* mutex) {
+    return g_fail_mutex_init ? UV_EAGAIN : __real_uv_mutex_init_recursive(mutex);
+}
+
+}  // extern "C"
+
+#endif

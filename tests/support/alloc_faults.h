@@ -45,6 +45,9 @@ class AllocFaults {
 // Blocks that the wrapped functions have handed out and not yet got back.
 long live_blocks();
 
+// While it is true, libuv makes no mutexes. Has no effect on Windows, where its DLL is out of reach.
+extern bool g_fail_mutex_init;
+
 // Runs the body as described above; `limit` bounds the number of failure points (a body that never runs
 // free of faults fails the test).
 size_t SweepAllocations(const std::function<void(AllocFaults&)>& body, size_t limit = 100000);
