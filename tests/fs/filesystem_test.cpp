@@ -8,6 +8,11 @@
 #include <string>
 #include <vector>
 
+#ifdef _WIN32
+#include <io.h>
+#include <sys/stat.h>
+#endif
+
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 
@@ -134,6 +139,19 @@ TEST_F(Filesystem, Access) {
     EXPECT_EQ(wiq_access((root_ + "\\none").c_str(), 0), WIQ_ERR_ACCESS_DENIED);
     EXPECT_EQ(wiq_access(nullptr, 0), 0) << "no path is no failure";
 }
+
+#ifdef _WIN32
+// Whether writing is refused as well depends on who runs the tests: a superuser may.
+TEST_F(Filesystem, ReadOnlyFilesGiveNoWriteAccess) {
+    const std::string made = file("f.txt");
+    ASSERT_EQ(_chmod(made.c_str(), _S_IREAD), 0);
+    EXPECT_EQ(wiq_access(made.c_str(), 2), WIQ_ERR_ACCESS_DENIED);
+    EXPECT_EQ(wiq_access(made.c_str(), 6), WIQ_ERR_ACCESS_DENIED);
+    EXPECT_EQ(wiq_access(made.c_str(), 4), 0);
+    EXPECT_EQ(read_all(made), "content");
+    ASSERT_EQ(_chmod(made.c_str(), _S_IREAD | _S_IWRITE), 0);
+}
+#endif
 
 TEST_F(Filesystem, MkdirMakesParents) {
     const std::string x = path("x");

@@ -10,6 +10,7 @@
 
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
+#include "support/small_stack.h"
 
 namespace {
 
@@ -351,16 +352,18 @@ TEST(PointerDeep, AMillionLevels) {
     for (size_t i = 0; i < kLevels; ++i)
         text += "[";
     text += std::string(kLevels, ']');
-    wiq_json_t* root = parsed(text.c_str());
-    wiq_json_t* innermost = root;
-    std::string expected;
-    while (wiq_json_array_size(innermost) > 0) {
-        innermost = wiq_json_array_get_ext(innermost, 0, 0, nullptr);
-        expected += "/0";
-    }
-    EXPECT_TRUE(named(innermost) == expected);
-    EXPECT_EQ(wiq_json_ptr_get(root, expected.c_str(), nullptr, nullptr), innermost);
-    wiq_json_unref(root);
+    run_on_small_stack([&] {
+        wiq_json_t* root = parsed(text.c_str());
+        wiq_json_t* innermost = root;
+        std::string expected;
+        while (wiq_json_array_size(innermost) > 0) {
+            innermost = wiq_json_array_get_ext(innermost, 0, 0, nullptr);
+            expected += "/0";
+        }
+        EXPECT_TRUE(named(innermost) == expected);
+        EXPECT_EQ(wiq_json_ptr_get(root, expected.c_str(), nullptr, nullptr), innermost);
+        wiq_json_unref(root);
+    });
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
+#include "support/small_stack.h"
 
 namespace {
 
@@ -278,19 +279,21 @@ TEST(ExpandDeep, AMillionLevelsAndLongChains) {
     for (size_t i = 0; i < kLevels; ++i)
         text += "[";
     text += "{\"$ref\":\"/x\"}" + std::string(kLevels, ']') + "}";
-    wiq_json_t* root = parsed(text);
-    EXPECT_EQ(wiq_json_jref_expand(root), 0);
-    wiq_json_t* innermost = member(root, "deep");
-    while (wiq_json_is_array(innermost))
-        innermost = wiq_json_array_get_ext(innermost, 0, 0, nullptr);
-    EXPECT_TRUE(wiq_json_is_int(innermost));
-    wiq_json_unref(root);
+    run_on_small_stack([&] {
+        wiq_json_t* root = parsed(text);
+        EXPECT_EQ(wiq_json_jref_expand(root), 0);
+        wiq_json_t* innermost = member(root, "deep");
+        while (wiq_json_is_array(innermost))
+            innermost = wiq_json_array_get_ext(innermost, 0, 0, nullptr);
+        EXPECT_TRUE(wiq_json_is_int(innermost));
+        wiq_json_unref(root);
+    });
 
     // References whose targets hold the next one: each leads one level further in.
     text = "{\"k0\":[0]";
     for (int i = 1; i <= 300; ++i)
         text += ",\"k" + std::to_string(i) + "\":[{\"$ref\":\"/k" + std::to_string(i - 1) + "\"}]";
-    root = parsed(text + "}");
+    wiq_json_t* root = parsed(text + "}");
     EXPECT_EQ(wiq_json_jref_expand(root), 0);
     size_t depth = 0;
     for (wiq_json_t* node = member(root, "k300"); wiq_json_is_array(node); ++depth)
