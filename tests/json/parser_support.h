@@ -22,10 +22,10 @@ enum class MemberOrder { kMap, kSorted };
 inline std::string describe_text(const char* text) {
     std::string out = "\"";
     for (; *text != '\0'; ++text) {
-        const auto byte = static_cast<unsigned char>(*text);
+        const auto code = static_cast<unsigned char>(*text);
         char hex[8];
-        snprintf(hex, sizeof hex, "\\x%02X", byte);
-        out += byte < 0x20 || byte >= 0x7f || byte == '"' || byte == '\\' ? hex
+        snprintf(hex, sizeof hex, "\\x%02X", code);
+        out += code < 0x20 || code >= 0x7f || code == '"' || code == '\\' ? hex
                                                                           : std::string(1, *text);
     }
     return out + '"';
