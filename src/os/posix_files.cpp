@@ -5,6 +5,9 @@
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#if defined(__SANITIZE_THREAD__)
+#include <sanitizer/tsan_interface.h>
+#endif
 
 #include <cerrno>
 #include <cstdlib>
@@ -191,11 +194,18 @@ int open_module(const char* path, uv_lib_t* lib) {
     return UV_ENOMEM;
 }
 
+// ThreadSanitizer does not know the stream's lock and is told.
 void lock_stream(FILE* fp) {
     flockfile(fp);
+#if defined(__SANITIZE_THREAD__)
+    __tsan_acquire(fp);
+#endif
 }
 
 void unlock_stream(FILE* fp) {
+#if defined(__SANITIZE_THREAD__)
+    __tsan_release(fp);
+#endif
     funlockfile(fp);
 }
 
