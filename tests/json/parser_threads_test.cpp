@@ -45,8 +45,11 @@ const char kTree[] =
 
 TEST(ParserThreads, SourcesOfTheirOwn) {
     std::atomic<int> wrong = 0;
-    run_on_threads([&wrong] {
-        ScratchFile file;
+    // Made beforehand: two threads may be given one temporary name on Windows.
+    ScratchFile files[kThreads];
+    std::atomic<int> next = 0;
+    run_on_threads([&] {
+        ScratchFile& file = files[next++];
         for (int i = 0; i < kRounds; ++i) {
             wrong += load_string(kText, 0).tree == kTree ? 0 : 1;
             wrong += load_string("[1,\n x]", 0).error.status == WIQ_ERR_JSON_BAD_TOKEN ? 0 : 1;
