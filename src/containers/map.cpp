@@ -4,44 +4,38 @@
 #include <atomic>
 #include <cstdlib>
 
-#include "containers/map_core.h"
+#include "containers/chains.h"
+#include "ke_utils/containers.h"
 #include "ke_utils/core.h"
-
-namespace ke {
-
-i32 map_grow(wiq_map* map) {
-    const u64 old_count = map->bucket_count;
-    auto** grown =
-        static_cast<wiq_map_entry**>(wiq_real_malloc0(2 * old_count * sizeof(wiq_map_entry*)));
-    if (grown == nullptr)
-        return WIQ_ERR_NO_MEMORY;
-    wiq_map_entry** old = map->buckets;
-    map->buckets = grown;
-    map->bucket_count = 2 * old_count;
-    for (u64 bucket = 0; bucket < old_count; ++bucket) {
-        for (wiq_map_entry* entry = old[bucket]; entry != nullptr;) {
-            wiq_map_entry* next = entry->next;
-            wiq_map_entry** head = &grown[map_bucket(map, entry->hash)];
-            entry->next = *head;
-            *head = entry;
-            entry = next;
-        }
-    }
-    free(old);
-    return 0;
-}
-
-}  // namespace ke
 
 namespace {
 
-// The smallest power of two above four thirds of the capacity, or 1 for none.
-u64 initial_buckets(u64 capacity) {
-    const u64 least = capacity * 4 / 3;
-    u64 count = 1;
-    while (least != 0 && count <= least && count <= UINT64_MAX / 2)
-        count *= 2;
-    return count;
+u64 mask_of(const wiq_map* map) {
+    return map->bucket_count - 1;
+}
+
+// The entry under an equal key, or nullptr.
+wiq_map_entry* find(const wiq_map* map, u32 hash, const void* key) {
+    wiq_map_entry* entry = map->buckets[ke::bucket_of(hash, mask_of(map))];
+    while (entry != nullptr && entry->key != key &&
+           !(entry->hash == hash && map->cmp(entry->key, key)))
+        entry = entry->next;
+    return entry;
+}
+
+// Doubles the buckets when the load has passed three quarters. 0, or -5000 with the map unchanged.
+i32 grow_if_full(wiq_map* map) {
+    const u64 count = map->bucket_count;
+    if (map->size <= ke::load_limit(count))
+        return 0;
+    auto** buckets =
+        static_cast<wiq_map_entry**>(realloc(map->buckets, 2 * count * sizeof(wiq_map_entry*)));
+    if (buckets == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    ke::split_chains(buckets, count);
+    map->buckets = buckets;
+    map->bucket_count = 2 * count;
+    return 0;
 }
 
 void release_key(const wiq_map* map, void* key) {
@@ -63,8 +57,9 @@ i32 insert(wiq_map* map, void* key, u32 hash, void* value) {
     entry->key = key;
     entry->hash = hash;
     entry->value = value;
-    ke::map_link(map, entry);
-    return ke::map_grow_if_full(map);
+    ke::append_to_chain(&map->buckets[ke::bucket_of(hash, mask_of(map))], entry);
+    ++map->size;
+    return grow_if_full(map);
 }
 
 void overwrite(wiq_map* map, wiq_map_entry* entry, void* key, void* value, void** old_value) {
@@ -84,7 +79,7 @@ i32 wiq_map_init(wiq_map* map, u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp,
                  wiq_release_fn key_free, wiq_release_fn value_free) {
     if (map == nullptr || hash == nullptr || cmp == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    const u64 count = initial_buckets(capacity);
+    const u64 count = ke::initial_buckets(capacity);
     if (count > SIZE_MAX / sizeof(wiq_map_entry*))
         return WIQ_ERR_NO_MEMORY;
     auto** buckets = static_cast<wiq_map_entry**>(wiq_real_malloc0(count * sizeof(wiq_map_entry*)));
@@ -139,7 +134,7 @@ i32 wiq_map_replace(wiq_map* map, void* key, void* value, void** old_value) {
     const u32 hash = map->hash(key);
     if (old_value != nullptr)
         *old_value = nullptr;
-    wiq_map_entry* entry = ke::map_find(map, hash, key);
+    wiq_map_entry* entry = find(map, hash, key);
     if (entry == nullptr)
         return insert(map, key, hash, value);
     overwrite(map, entry, key, value, old_value);
@@ -151,7 +146,7 @@ void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory, void*
     const u32 hash = map->hash(key);
     i32 result = 0;
     void* value = nullptr;
-    if (const wiq_map_entry* entry = ke::map_find(map, hash, key)) {
+    if (const wiq_map_entry* entry = find(map, hash, key)) {
         value = entry->value;
     } else {
         value = factory(key, user, &result);
@@ -164,19 +159,20 @@ void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory, void*
 }
 
 void* wiq_map_get(const wiq_map* map, const void* key) {
-    const wiq_map_entry* entry = ke::map_find(map, map->hash(key), key);
+    const wiq_map_entry* entry = find(map, map->hash(key), key);
     return entry == nullptr ? nullptr : entry->value;
 }
 
 bool wiq_map_test_key(const wiq_map* map, const void* key) {
-    return ke::map_find(map, map->hash(key), key) != nullptr;
+    return find(map, map->hash(key), key) != nullptr;
 }
 
 void* wiq_map_remove(wiq_map* map, const void* key) {
-    wiq_map_entry* entry = ke::map_find(map, map->hash(key), key);
+    wiq_map_entry* entry = find(map, map->hash(key), key);
     if (entry == nullptr)
         return nullptr;
-    ke::map_unlink(map, entry);
+    ke::remove_from_chain(&map->buckets[ke::bucket_of(entry->hash, mask_of(map))], entry);
+    --map->size;
     void* value = entry->value;
     release_key(map, entry->key);
     if (map->value_free != nullptr) {
@@ -203,8 +199,9 @@ void wiq_map_remove_all(wiq_map* map) {
 }
 
 void wiq_map_foreach(const wiq_map* map, wiq_map_foreach_fn callback, void* user) {
-    for (const wiq_map_entry* entry = ke::map_first(map); entry != nullptr;
-         entry = ke::map_next(map, entry)) {
+    const u64 mask = mask_of(map);
+    for (const wiq_map_entry* entry = ke::first_from(map->buckets, mask, 0); entry != nullptr;
+         entry = ke::next_in_table(map->buckets, mask, entry)) {
         if (!callback(entry->key, entry->value, user))
             return;
     }
@@ -215,7 +212,7 @@ u64 wiq_map_size(const wiq_map* map) {
 }
 
 u64 wiq_map_capacity(const wiq_map* map) {
-    return ke::map_load_limit(map->bucket_count);
+    return ke::load_limit(map->bucket_count);
 }
 
 u64 wiq_map_collisions(const wiq_map* map) {

@@ -28,6 +28,10 @@ inline u32 load(const u8* p) {
     }
 }
 
+inline u32 add_block(u32 h, u32 k) {
+    return std::rotl(h ^ scramble(k), 13) * 5 + 0xe6546b64u;
+}
+
 inline u32 finish(u32 h, u32 length) {
     h ^= length;
     h ^= h >> 16;
@@ -38,15 +42,17 @@ inline u32 finish(u32 h, u32 length) {
     return h;
 }
 
-}  // namespace murmur3
+// The blocks of whole words at `p`, which moves behind them.
+inline u32 blocks(const u8** p, size_t count, u32 h) {
+    for (; count != 0; --count, *p += 4)
+        h = add_block(h, load(*p));
+    return h;
+}
 
-inline u32 murmur3_32(const void* data, u32 length, u32 seed) {
-    const u8* p = static_cast<const u8*>(data);
-    u32 h = seed;
-    for (u32 blocks = length / 4; blocks != 0; --blocks, p += 4)
-        h = std::rotl(h ^ murmur3::scramble(murmur3::load(p)), 13) * 5 + 0xe6546b64u;
+// The up to three bytes behind the blocks, as a little-endian number.
+inline u32 tail_of(const u8* p, size_t count) {
     u32 tail = 0;
-    switch (length & 3) {
+    switch (count) {
         case 3:
             tail |= u32{p[2]} << 16;
             [[fallthrough]];
@@ -55,14 +61,29 @@ inline u32 murmur3_32(const void* data, u32 length, u32 seed) {
             [[fallthrough]];
         case 1:
             tail |= p[0];
-            h ^= murmur3::scramble(tail);
+            [[fallthrough]];
+        default:
+            return tail;
     }
-    return murmur3::finish(h, length);
 }
 
-// The hash of a string of known length; its terminating NUL is hashed too.
+}  // namespace murmur3
+
+inline u32 murmur3_32(const void* data, u32 length, u32 seed) {
+    const u8* p = static_cast<const u8*>(data);
+    const u32 h = murmur3::blocks(&p, length / 4, seed);
+    // A tail of nothing changes nothing.
+    return murmur3::finish(h ^ murmur3::scramble(murmur3::tail_of(p, length & 3)), length);
+}
+
+// The hash of a string of known length with the NUL that ends it, which need not be there: it belongs to
+// the last block if that lacks one byte, and is a tail byte of 0, which changes nothing, if not.
 inline u32 hash_str(const char* text, size_t length) {
-    return murmur3_32(text, static_cast<u32>(length) + 1, kHashSeed);
+    const u8* p = reinterpret_cast<const u8*>(text);
+    u32 h = murmur3::blocks(&p, length / 4, kHashSeed);
+    const u32 tail = murmur3::tail_of(p, length & 3);
+    h = (length & 3) == 3 ? murmur3::add_block(h, tail) : h ^ murmur3::scramble(tail);
+    return murmur3::finish(h, static_cast<u32>(length) + 1);
 }
 
 }  // namespace ke

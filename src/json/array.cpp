@@ -9,7 +9,26 @@
 namespace ke::json {
 namespace {
 
-wiq_json_t* new_array(i32 capacity, u8 flags, u32* err) {
+i32 reserve(Elements* elems, i32 capacity) {
+    void* block = std::realloc(elems->data, static_cast<size_t>(capacity) * sizeof(wiq_json*));
+    if (block == nullptr) {
+        return WIQ_ERR_NO_MEMORY;
+    }
+    elems->data = static_cast<wiq_json**>(block);
+    elems->capacity = capacity;
+    return 0;
+}
+
+// Doubling, from the three that the smallest block of the usual allocators holds.
+i32 grow(Elements* elems) {
+    if (elems->capacity > INT32_MAX / 2) {
+        return elems->capacity == INT32_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY)
+                                            : reserve(elems, INT32_MAX);
+    }
+    return reserve(elems, elems->capacity == 0 ? 3 : 2 * elems->capacity);
+}
+
+wiq_json_t* make_array(i32 capacity, u8 flags, u32* err) {
     if (has_failed(err)) {
         return nullptr;
     }
@@ -17,16 +36,8 @@ wiq_json_t* new_array(i32 capacity, u8 flags, u32* err) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }
-    auto* array = static_cast<ArrayNode*>(std::malloc(sizeof(ArrayNode)));
-    if (array == nullptr ||
-        wiq_vector_init(&array->elems, sizeof(wiq_json*), 0, nullptr, nullptr) != 0 ||
-        (capacity > 0 && wiq_vector_extra_capacity(&array->elems, capacity) != 0)) {
-        std::free(array);
-        report(err, WIQ_ERR_NO_MEMORY);
-        return nullptr;
-    }
-    begin_node(array, kJsonArray, flags);
-    report(err, 0);
+    wiq_json* array = new_array(capacity, flags);
+    report(err, array != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
     return array;
 }
 
@@ -36,31 +47,54 @@ bool may_take(const wiq_json_t* array, const wiq_json_t* child) {
            (is_weak(array) || (child->parent == nullptr && !closes_ring(array, child)));
 }
 
-void adopt(ArrayNode* array, i32 index, wiq_json* child) {
-    count_up(child);
-    if (!is_weak(array)) {
-        child->parent = array;
-        child->position.index = static_cast<u32>(index);
+// Puts a child behind the last element: 0, or -5000 with the array unchanged.
+i32 append(ArrayNode* array, wiq_json* child) {
+    Elements* elems = &array->elems;
+    if (elems->size == elems->capacity && grow(elems) != 0) {
+        return WIQ_ERR_NO_MEMORY;
     }
+    elems->data[elems->size] = child;
+    settle(array, elems->size++, child);
+    return 0;
 }
 
 }  // namespace
 
-i32 attach_elem(ArrayNode* array, wiq_json* child) {
-    auto* slot = static_cast<wiq_json**>(wiq_vector_push(&array->elems));
-    if (slot == nullptr) {
-        return WIQ_ERR_NO_MEMORY;
+ArrayNode* new_array(i32 capacity, u8 flags, const Key* key) {
+    auto* array = new_node<ArrayNode>(kJsonArray, key);
+    if (array != nullptr) {
+        array->flags = flags;
+        array->elems = {};
+        if (capacity > 0 && reserve(&array->elems, capacity) != 0) {
+            free_node(array);
+            array = nullptr;
+        }
     }
-    *slot = child;
-    adopt(array, size_of(array) - 1, child);
-    return 0;
+    return array;
+}
+
+i32 attach_elem(ArrayNode* array, wiq_json* child) {
+    const i32 status = append(array, child);
+    if (status == 0) {
+        count_up(child);
+    }
+    return status;
+}
+
+i32 attach_new_elem(ArrayNode* array, wiq_json* child) {
+    const i32 status = append(array, child);
+    if (status == 0) {
+        child->refcount = 1;
+    }
+    return status;
 }
 
 wiq_json* swap_elem(ArrayNode* array, i32 index, i32 position, wiq_json* child) {
     wiq_json* old = elems_of(array)[index];
     hand_over_child(array, old);
     elems_of(array)[index] = child;
-    adopt(array, position, child);
+    count_up(child);
+    settle(array, position, child);
     return old;
 }
 
@@ -75,11 +109,11 @@ wiq_json* pop_elem(ArrayNode* array) {
 using namespace ke::json;
 
 wiq_json_t* wiq_json_array_new(i32 capacity, u32* err) {
-    return new_array(capacity, 0, err);
+    return make_array(capacity, 0, err);
 }
 
 wiq_json_t* wiq_json_array_weak_new(i32 capacity, u32* err) {
-    return new_array(capacity, kJsonWeak, err);
+    return make_array(capacity, kJsonWeak, err);
 }
 
 i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* err) {
@@ -95,46 +129,70 @@ i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* err) {
 
 namespace {
 
-// The end of every typed builder. A node that could not be made has left its status in `err`.
-wiq_json_t* push_new(wiq_json_t* array, wiq_json_t* node, u32* err) {
-    if (node == nullptr) {
+// The frame of all typed builders.
+template <class Make>
+wiq_json_t* push_new(wiq_json_t* array, u32* err, Make make) {
+    if (has_failed(err)) {
         return nullptr;
     }
-    return keep_if_attached(node, wiq_json_array_push_ext(array, node, err));
+    ArrayNode* elems = to_array(array);
+    if (elems == nullptr) {
+        report(err, WIQ_ERR_INVALID_ARG);
+        return nullptr;
+    }
+    wiq_json* node = make();
+    if (node != nullptr && attach_new_elem(elems, node) != 0) {
+        free_node(node);
+        node = nullptr;
+    }
+    report(err, node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
+    return node;
+}
+
+// The same for a value behind a pointer, which must not be NULL.
+template <class Value, class Make>
+wiq_json_t* push_new_from(wiq_json_t* array, const Value* value, u32* err, Make make) {
+    if (!has_failed(err) && value == nullptr) {
+        report(err, WIQ_ERR_INVALID_ARG);
+        return nullptr;
+    }
+    return push_new(array, err, make);
 }
 
 }  // namespace
 
 wiq_json_t* wiq_json_array_push_bool(wiq_json_t* array, bool value, u32* err) {
-    return push_new(array, wiq_json_bool_new(value, err), err);
+    return push_new(array, err,
+                    [value] { return new_node<wiq_json>(value ? kJsonTrue : kJsonFalse); });
 }
 
 wiq_json_t* wiq_json_array_push_i64(wiq_json_t* array, i64 value, u32* err) {
-    return push_new(array, wiq_json_i64_new(value, err), err);
+    return push_new(array, err, [value] { return new_node_of<I64Node>(kJsonI64, value); });
 }
 
 wiq_json_t* wiq_json_array_push_u64(wiq_json_t* array, u64 value, u32* err) {
-    return push_new(array, wiq_json_u64_new(value, err), err);
+    return push_new(array, err, [value] { return new_node_of<U64Node>(kJsonU64, value); });
 }
 
 wiq_json_t* wiq_json_array_push_u128(wiq_json_t* array, const wiq_uint128* value, u32* err) {
-    return push_new(array, wiq_json_u128_new(value, err), err);
+    return push_new_from(array, value, err,
+                         [value] { return new_node_of<U128Node>(kJsonU128, *value); });
 }
 
 wiq_json_t* wiq_json_array_push_double(wiq_json_t* array, double value, u32* err) {
-    return push_new(array, wiq_json_double_new(value, err), err);
+    return push_new(array, err, [value] { return new_node_of<DoubleNode>(kJsonDouble, value); });
 }
 
 wiq_json_t* wiq_json_array_push_str(wiq_json_t* array, const char* text, u32* err) {
-    return push_new(array, wiq_json_str_new(text, err), err);
+    return push_new_from(array, text, err, [text] { return new_string(text); });
 }
 
 wiq_json_t* wiq_json_array_push_obj(wiq_json_t* array, u32* err) {
-    return push_new(array, wiq_json_obj_new(0, err), err);
+    return push_new(array, err, [] { return new_object(0, 0); });
 }
 
 wiq_json_t* wiq_json_array_push_array(wiq_json_t* array, u32* err) {
-    return push_new(array, wiq_json_array_new(0, err), err);
+    return push_new(array, err, [] { return new_array(0, 0); });
 }
 
 i32 wiq_json_array_size(const wiq_json_t* array) {

@@ -57,12 +57,12 @@ void restore_key(wiq_json* elem) {
     if (obj == nullptr) {
         return;
     }
-    const wiq_map_entry* entry = first_member(obj);
-    while (entry != nullptr && child_of(entry) != elem) {
-        entry = next_member(obj, entry);
+    const Member* member = first_member(obj);
+    while (member != nullptr && member->child != elem) {
+        member = next_member(obj, member);
     }
-    if (entry != nullptr) {
-        elem->position.key = key_of(entry);
+    if (member != nullptr) {
+        elem->position.key = member->key();
     }
 }
 

@@ -13,8 +13,8 @@ namespace {
 struct OpenSource {
     const wiq_json* container;
     union {
-        const wiq_map_entry* member;  // the next one
-        i32 index;                    // of the next element
+        const Member* member;  // the next one
+        i32 index;             // of the next element
     };
 };
 
@@ -31,7 +31,7 @@ OpenSource open(const wiq_json* container) {
 // The child to be copied next; nullptr at the end.
 const wiq_json* next_child(const OpenSource& source) {
     if (source.container->type == kJsonObject) {
-        return source.member != nullptr ? child_of(source.member) : nullptr;
+        return source.member != nullptr ? source.member->child : nullptr;
     }
     const auto* array = as<ArrayNode>(source.container);
     return source.index < size_of(array) ? elems_of(array)[source.index] : nullptr;
@@ -45,48 +45,57 @@ void advance(OpenSource* source) {
     }
 }
 
-// A copy of one node, containers without their children, with room for them.
-wiq_json* copy_node(const wiq_json* node, u32* err) {
+// A copy of one node, containers without their children, with room for them. nullptr without memory, or,
+// with its own status, for what is no node.
+wiq_json* copy_node(const wiq_json* node, const Key* key, i32* status) {
+    *status = WIQ_ERR_NO_MEMORY;
     switch (node->type) {
         case kJsonNull:
-            return wiq_json_null_new(err);
-        case kJsonObject:
-            return wiq_json_obj_new(size_of(as<ObjectNode>(node)), err);
-        case kJsonArray:
-            return wiq_json_array_new(size_of(as<ArrayNode>(node)), err);
-        case kJsonI64:
-            return wiq_json_i64_new(as<I64Node>(node)->value, err);
-        case kJsonU64:
-            return wiq_json_u64_new(as<U64Node>(node)->value, err);
-        case kJsonU128:
-            return wiq_json_u128_new(&as<U128Node>(node)->value, err);
-        case kJsonDouble:
-            return wiq_json_double_new(as<DoubleNode>(node)->value, err);
         case kJsonTrue:
         case kJsonFalse:
-            return wiq_json_bool_new(node->type == kJsonTrue, err);
+            return new_node<wiq_json>(node->type, key);
+        case kJsonObject:
+            return new_object(size_of(as<ObjectNode>(node)), 0, key);
+        case kJsonArray:
+            return new_array(size_of(as<ArrayNode>(node)), 0, key);
+        case kJsonI64:
+            return new_node_of<I64Node>(kJsonI64, as<I64Node>(node)->value, key);
+        case kJsonU64:
+            return new_node_of<U64Node>(kJsonU64, as<U64Node>(node)->value, key);
+        case kJsonU128:
+            return new_node_of<U128Node>(kJsonU128, as<U128Node>(node)->value, key);
+        case kJsonDouble:
+            return new_node_of<DoubleNode>(kJsonDouble, as<DoubleNode>(node)->value, key);
         case kJsonString:
         case kJsonRef: {
             const char* text = as<TextNode>(node)->text;
-            wiq_json* copy =
-                new_text_node(node->type, text, text != nullptr ? std::strlen(text) : 0);
-            report(err, copy != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
-            return copy;
+            return new_text_node(node->type, text, text != nullptr ? std::strlen(text) : 0, key);
         }
         default:
-            report(err, WIQ_ERR_BAD_JSON_TYPE);
+            *status = WIQ_ERR_BAD_JSON_TYPE;
             return nullptr;
     }
 }
 
-// Attaches the copy of a source's next child in the place that the child has there.
-i32 attach_copy(wiq_json* parent, const OpenSource& source, wiq_json* copy) {
+// Copies the next child of a source into the same place in the source's copy: 0 with the copy, or why not.
+i32 copy_child(const OpenSource& source, const wiq_json* child, wiq_json* parent, wiq_json** copy) {
+    i32 status = 0;
     if (parent->type == kJsonArray) {
-        return attach_elem(as<ArrayNode>(parent), copy);
+        *copy = copy_node(child, nullptr, &status);
+        if (*copy != nullptr) {
+            status = attach_new_elem(as<ArrayNode>(parent), *copy);
+        }
+    } else {
+        const Key key(source.member);
+        *copy = copy_node(child, &key, &status);
+        if (*copy != nullptr) {
+            status = attach_new_member(as<ObjectNode>(parent), key, *copy);
+        }
     }
-    const char* key = key_of(source.member);
-    return attach_new_member(as<ObjectNode>(parent), key, std::strlen(key), source.member->hash,
-                             copy);
+    if (status != 0 && *copy != nullptr) {
+        wiq_json_delete_impl(*copy);
+    }
+    return status;
 }
 
 // Copies all that is below the source's root into the root's copy.
@@ -105,14 +114,10 @@ i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
             parent = parent->parent;
             continue;
         }
-        u32 err = 0;
-        wiq_json* copy = copy_node(child, &err);
-        if (copy == nullptr) {
-            return static_cast<i32>(err);
-        }
-        if (attach_copy(parent, source, copy) != 0) {
-            wiq_json_delete_impl(copy);
-            return WIQ_ERR_NO_MEMORY;
+        wiq_json* copy = nullptr;
+        const i32 status = copy_child(source, child, parent, &copy);
+        if (status != 0) {
+            return status;
         }
         advance(&source);
         if (is_container(child)) {
@@ -138,11 +143,10 @@ wiq_json_t* wiq_json_copy(const wiq_json_t* node, u32* err) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }
-    u32 copy_err = 0;
-    wiq_json_t* copy = copy_node(node, &copy_err);
-    i32 status = static_cast<i32>(copy_err);
-    if (copy != nullptr && is_container(node)) {
-        status = copy_children(node, copy);
+    i32 status = 0;
+    wiq_json_t* copy = copy_node(node, nullptr, &status);
+    if (copy != nullptr) {
+        status = is_container(node) ? copy_children(node, copy) : 0;
     }
     if (report(err, status) != 0) {
         wiq_json_delete_impl(copy);

@@ -11,24 +11,24 @@ namespace ke::json {
 namespace {
 
 int compare_keys(const void* a, const void* b) {
-    return strcmp(key_of(*static_cast<const wiq_map_entry* const*>(a)),
-                  key_of(*static_cast<const wiq_map_entry* const*>(b)));
+    return strcmp((*static_cast<const Member* const*>(a))->key(),
+                  (*static_cast<const Member* const*>(b))->key());
 }
 
 }  // namespace
 
-const wiq_map_entry** sorted_members(const ObjectNode* obj) {
+const Member** sorted_members(const ObjectNode* obj) {
     const size_t count = static_cast<size_t>(size_of(obj));
     if (count == 0)
         return nullptr;
-    auto** members = static_cast<const wiq_map_entry**>(malloc(count * sizeof(wiq_map_entry*)));
+    auto** members = static_cast<const Member**>(malloc(count * sizeof(Member*)));
     if (members == nullptr)
         return nullptr;
-    const wiq_map_entry** place = members;
-    for (const wiq_map_entry* member = first_member(obj); member != nullptr;
+    const Member** place = members;
+    for (const Member* member = first_member(obj); member != nullptr;
          member = next_member(obj, member))
         *place++ = member;
-    qsort(members, count, sizeof(wiq_map_entry*), compare_keys);
+    qsort(members, count, sizeof(Member*), compare_keys);
     return members;
 }
 

@@ -23,7 +23,7 @@ inline char* write_double(char* out, double value) {
 
 // The members of an object in the order of their keys' bytes, in one block that the caller frees; nullptr
 // without memory, and for an object without members.
-const wiq_map_entry** sorted_members(const ObjectNode* obj);
+const Member** sorted_members(const ObjectNode* obj);
 
 template <class Sink>
 class DumpWriter {
@@ -53,9 +53,9 @@ class DumpWriter {
     // A container whose children are being written.
     struct Open {
         const wiq_json* container;
-        const wiq_map_entry** members;  // the sorted members, or nullptr for map order
-        const wiq_map_entry* member;    // in map order: the member to be written next
-        i32 done;                       // children written
+        const Member** members;  // the sorted members, or nullptr for map order
+        const Member* member;    // in map order: the member to be written next
+        i32 done;                // children written
         i32 count;
     };
 
@@ -106,13 +106,13 @@ class DumpWriter {
             return status;
         if (!is_object)
             return value(elems_of(as<ArrayNode>(open.container))[index]);
-        const wiq_map_entry* member = open.member;
+        const Member* member = open.member;
         if (open.members != nullptr)
             member = open.members[index];
         else
             open.member = next_member(as<ObjectNode>(open.container), member);
-        status = key(key_of(member));
-        return status != 0 ? status : value(child_of(member));
+        status = key(member->key());
+        return status != 0 ? status : value(member->child);
     }
 
     i32 open_object(const ObjectNode* obj) {

@@ -42,4 +42,21 @@ inline const char* skip_plain_ascii(const char* p, const char* end) {
     return skip_plain_ascii_bytewise(p, end);
 }
 
+// The end of a run of spaces.
+inline const char* skip_spaces_before(const char* p, const char* end) {
+#if defined(__SSE2__)
+    const __m128i space = _mm_set1_epi8(' ');
+    for (; end - p >= 16; p += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const auto other =
+            ~static_cast<u32>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, space))) & 0xFFFF;
+        if (other != 0)
+            return p + std::countr_zero(other);
+    }
+#endif
+    while (p != end && *p == ' ')
+        ++p;
+    return p;
+}
+
 }  // namespace ke::json

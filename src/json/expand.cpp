@@ -40,7 +40,7 @@ class Expansion {
     // node whose target has been walked.
     struct Step {
         wiq_json* container;
-        const wiq_map_entry* member;
+        const Member* member;
         i32 index;
         wiq_json* finished;
     };
@@ -124,7 +124,7 @@ class Expansion {
         wiq_json* child = nullptr;
         if (now.container->type == kJsonObject) {
             if (now.member != nullptr) {
-                child = child_of(now.member);
+                child = now.member->child;
                 now.member = next_member(as<ObjectNode>(now.container), now.member);
             }
         } else if (now.index < size_of(as<ArrayNode>(now.container))) {

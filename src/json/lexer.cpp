@@ -10,7 +10,7 @@ namespace {
 u32 read_unit(const char* digits) {
     u32 unit = 0;
     for (int i = 0; i < 4; ++i)
-        unit = unit << 4 | static_cast<u32>(digit_value(digits[i]));
+        unit = unit << 4 | static_cast<u32>(hex_digit_value(digits[i]));
     return unit;
 }
 
@@ -78,15 +78,17 @@ char unescape(char c) {
 
 char* decode_string(const char* first, const char* last, char* out) {
     while (first != last) {
-        const void* backslash = memchr(first, '\\', static_cast<size_t>(last - first));
-        const char* run_end = backslash == nullptr ? last : static_cast<const char*>(backslash);
-        const size_t run = static_cast<size_t>(run_end - first);
-        memmove(out, first, run);
-        out += run;
-        if (run_end == last)
-            break;
-        const char c = run_end[1];
-        first = run_end + 2;
+        if (*first != '\\') {
+            const void* backslash = memchr(first, '\\', static_cast<size_t>(last - first));
+            const char* run_end = backslash == nullptr ? last : static_cast<const char*>(backslash);
+            const size_t run = static_cast<size_t>(run_end - first);
+            memmove(out, first, run);
+            out += run;
+            first = run_end;
+            continue;
+        }
+        const char c = first[1];
+        first += 2;
         if (c != 'u') {
             *out++ = unescape(c);
             continue;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string_view>
+#include <utility>
 
 #include "json/reader.h"
 #include "text/ctype.h"
@@ -54,28 +55,14 @@ class Lexer {
     explicit Lexer(Source source) : reader_(source) {}
     Lexer(const Lexer&) = delete;
     Lexer& operator=(const Lexer&) = delete;
-    ~Lexer() { wiq_strbuf_finalize(&decoded_); }
+    ~Lexer() {
+        wiq_strbuf_finalize(&decoded_);
+        wiq_strbuf_finalize(&held_);
+    }
 
     // Reads the next token: 0, or why there is none, the token then being kTokenInvalid.
     i32 scan() {
-        current_.token = kTokenInvalid;
-        const i32 status = scan_token();
-        return reader_.failed() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : status;
-    }
-    int token() const { return current_.token; }
-    const Lexeme& current() const { return current_; }
-
-    Place place() const { return reader_.place(); }
-    i32 position() const { return reader_.position(); }
-
-  private:
-    i32 scan_token() {
-        const int c = first_of_token();
-        if (c < 0) {
-            current_.token = c == WIQ_ERR_EOF ? kTokenEnd : kTokenInvalid;
-            return c == WIQ_ERR_EOF ? 0 : c;
-        }
-        reader_.begin_token();
+        const int c = reader_.first_of_token();
         switch (c) {
             case '{':
             case '}':
@@ -84,24 +71,52 @@ class Lexer {
             case ':':
             case ',':
                 current_.token = c;
-                return 0;
-            case '"':
-                return scan_string();
+                return reader_.failed() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 0;
             default:
-                if (c == '-' || is_digit(static_cast<char>(c)))
-                    return scan_number(c);
-                return is_alpha(static_cast<char>(c)) ? scan_word()
-                                                      : static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN);
+                return scan_from(c);
         }
     }
+    int token() const { return current_.token; }
+    const Lexeme& current() const { return current_; }
 
-    int first_of_token() {
-        for (;;) {
-            reader_.forget();
-            const int c = reader_.next();
-            if (c != ' ' && c != '\n' && c != '\r' && c != '\t')
-                return c;
+    // The current string's text in memory that stays as it is until the next text is held; nullptr without
+    // memory for that.
+    const char* hold_text() {
+        if (Reader::kTextStays && current_.text != decoded_.data)
+            return current_.text;
+        if (current_.text == decoded_.data) {
+            std::swap(decoded_, held_);
+            return held_.data;
         }
+        held_.len = 0;
+        if (strbuf_reserve(&held_, current_.length + 1) != 0)
+            return nullptr;
+        memcpy(held_.data, current_.text, current_.length);
+        return held_.data;
+    }
+
+    Place place() const { return reader_.place(); }
+    i32 position() const { return reader_.position(); }
+
+  private:
+    // Reads the token that begins with this byte and is more than one character.
+    i32 scan_from(int c) {
+        current_.token = kTokenInvalid;
+        const i32 status = scan_longer(c);
+        return reader_.failed() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : status;
+    }
+
+    i32 scan_longer(int c) {
+        if (c == '"')
+            return scan_string();
+        if (c < 0) {
+            current_.token = c == WIQ_ERR_EOF ? kTokenEnd : kTokenInvalid;
+            return c == WIQ_ERR_EOF ? 0 : c;
+        }
+        if (c == '-' || is_digit(static_cast<char>(c)))
+            return scan_number(c);
+        return is_alpha(static_cast<char>(c)) ? scan_word()
+                                              : static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN);
     }
 
     // true, false, null.
@@ -133,6 +148,7 @@ class Lexer {
 
     // Skips digits; the byte behind them.
     int skip_digits() {
+        reader_.skip_digits();
         int c = reader_.next();
         while (is_digit_int(c))
             c = reader_.next();
@@ -140,6 +156,24 @@ class Lexer {
     }
 
     i32 scan_number(int c) {
+        const QuickNumber number = reader_.take_number();
+        switch (number.kind) {
+            case QuickNumber::kInteger:
+                current_.token = kTokenInteger;
+                current_.integer = number.integer;
+                return 0;
+            case QuickNumber::kReal:
+                current_.token = kTokenReal;
+                current_.real = number.real;
+                return 0;
+            case QuickNumber::kRealText:
+                return convert_number(reader_.token_begin(), reader_.token_end(), true);
+            default:
+                return scan_any_number(c);
+        }
+    }
+
+    i32 scan_any_number(int c) {
         bool is_real = false;
         if (c == '-')
             c = reader_.next();
@@ -167,10 +201,10 @@ class Lexer {
                 return WIQ_ERR_JSON_BAD_NUMBER;
             c = skip_digits();
         }
-        const std::string_view number = token_text(c);
+        const std::string_view text = token_text(c);
         if (reader_.failed())
             return WIQ_ERR_NO_MEMORY;
-        return convert_number(number.data(), number.data() + number.size(), is_real);
+        return convert_number(text.data(), text.data() + text.size(), is_real);
     }
 
     i32 convert_number(const char* first, const char* last, bool is_real) {
@@ -190,6 +224,10 @@ class Lexer {
 
     // Syntax first, up to the closing quote; then the escapes, if there were any.
     i32 scan_string() {
+        if (reader_.take_plain_string(&current_.text, &current_.length)) {
+            current_.token = kTokenString;
+            return 0;
+        }
         bool escaped = false;
         for (;;) {
             reader_.skip_plain();
@@ -212,6 +250,8 @@ class Lexer {
     }
 
     bool scan_escape() {
+        if (reader_.skip_unicode_escape())
+            return true;
         const int c = reader_.next();
         if (c != 'u')
             return c > 0 && strchr("\"\\/bfnrt", c) != nullptr;
@@ -243,6 +283,7 @@ class Lexer {
     Reader reader_;
     Lexeme current_;
     wiq_strbuf decoded_ = {};  // a string whose escapes were decoded
+    wiq_strbuf held_ = {};     // see hold_text()
 };
 
 }  // namespace ke::json

@@ -1,29 +1,35 @@
 // The memory of a JSON value and of an object's member: the layout that every source of the document
 // model shares. What callers may do with a node is in ke_utils/json.h.
 //
-//   wiq_json_t          ┌──────┬───────┬──────────┬────────┬──────────┐
-//   (every node)        │ type │ flags │ refcount │ parent │ position │ 24 bytes
-//                       └──────┴───────┴──────────┴────────┴──────────┘
+//   wiq_json_t          ┌──────┬───────┬──────┬──────────┬────────┬──────────┐
+//   (every node)        │ type │ flags │ home │ refcount │ parent │ position │ 24 bytes
+//                       └──────┴───────┴──────┴──────────┴────────┴──────────┘
 //   null, true, false   nothing follows
 //   i64, u64, double    8 bytes of value
 //   u128                16 bytes of value, low half first
 //   string, reference   a pointer to the text, which stands in the same block right behind it; nullptr
 //                       in a string whose text found no memory
-//   object              its wiq_map
-//   array               its wiq_vector of wiq_json_t*
+//   object              its Members (members.h)
+//   array               its Elements
 //
-// An object's member is one block: the map's entry with the key's text right behind it, so that
+// A node that is made as an object's member shares one block with that member:
 //
-//   wiq_map_entry       ┌─────┬──────┬───────┬──────┬──────────────┐
-//   (+ key text)        │ key │ hash │ value │ next │ k e y ... \0 │
-//                       └──┬──┴──────┴───────┴──────┴──────────────┘
-//                          └───────────────────────▲ and the child's position.key points there too
+//                       ┌───────────────────┬──────────────┬───────────────────┐
+//                       │ Member            │ k e y ... \0 │ node, its text    │
+//                       └───────────────────┴──────────────┴───────────────────┘
+//                       ◄──────── home, in units of 8 ─────►
 //
-// The map and the vector have no release callbacks: what they hold is released by the model itself, in
-// refcount.cpp, without recursion.
+// `home` says how far the block's start is before the node; 0 is a node in a block of its own. The block
+// is the node's, which outlives the member: a member that leaves its object leaves the block alone then,
+// and is never used again. A node that comes to its object ready-made has a member in a block apart.
+//
+// What a container holds is released by the model itself, in refcount.cpp, without recursion.
 #pragma once
 
-#include "containers/map_core.h"
+#include <atomic>
+#include <cstdlib>
+
+#include "json/members.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 
@@ -47,6 +53,7 @@ constexpr u8 kJsonWeak = 2;
 struct wiq_json {
     u16 type;
     u8 flags;
+    u8 home;
     i32 refcount;
     wiq_json* parent;
     union {
@@ -74,10 +81,15 @@ struct TextNode : wiq_json {
     char* text;
 };
 struct ObjectNode : wiq_json {
-    wiq_map map;
+    Members members;
+};
+struct Elements {
+    wiq_json** data;
+    i32 size;
+    i32 capacity;
 };
 struct ArrayNode : wiq_json {
-    wiq_vector elems;
+    Elements elems;
 };
 
 template <class Node>
@@ -116,31 +128,21 @@ inline i32 report(u32* err, i32 status) {
     return status;
 }
 
-inline wiq_json* child_of(const wiq_map_entry* entry) {
-    return static_cast<wiq_json*>(entry->value);
-}
-inline const char* key_of(const wiq_map_entry* entry) {
-    return static_cast<const char*>(entry->key);
-}
-// The entry whose block holds this key text: a child's position.key gives its member.
-inline wiq_map_entry* entry_of_key(const char* key) {
-    return reinterpret_cast<wiq_map_entry*>(const_cast<char*>(key) - sizeof(wiq_map_entry));
-}
-
-// Members in map order: nullptr at the end. Neither allocates; the object must not change in between.
-inline wiq_map_entry* first_member(const ObjectNode* obj) {
-    return map_first(&obj->map);
-}
-inline wiq_map_entry* next_member(const ObjectNode* obj, const wiq_map_entry* entry) {
-    return map_next(&obj->map, entry);
-}
 inline i32 size_of(const ObjectNode* obj) {
     // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): the caller has an object, not NULL.
-    return static_cast<i32>(obj->map.size);
+    return static_cast<i32>(obj->members.size);
+}
+
+// Members in map order: nullptr at the end. The object must not change in between.
+inline Member* first_member(const ObjectNode* obj) {
+    return first(obj->members);
+}
+inline Member* next_member(const ObjectNode* obj, const Member* member) {
+    return next(obj->members, member);
 }
 
 inline wiq_json** elems_of(const ArrayNode* array) {
-    return static_cast<wiq_json**>(array->elems.data);
+    return array->elems.data;
 }
 inline i32 size_of(const ArrayNode* array) {
     return array->elems.size;
@@ -156,52 +158,110 @@ inline void unlink_from_parent(wiq_json* child) {
 inline void begin_node(wiq_json* node, u16 type, u8 flags = 0) {
     node->type = type;
     node->flags = flags;
+    node->home = 0;
     node->refcount = 0;
     unlink_from_parent(node);
 }
 
+// Where a node's block begins.
+inline void* block_of(wiq_json* node) {
+    return reinterpret_cast<char*>(node) - size_t{8} * node->home;
+}
+inline void free_node(wiq_json* node) {
+    free(block_of(node));
+}
+// Frees a member that is in no table; its child is alive.
+inline void free_member(Member* member) {
+    if (block_of(member->child) != member)
+        free(member);
+}
+
+// A new node of so many bytes; with a key, in one block with its member, unless the key is too long for
+// that. nullptr without memory.
+wiq_json* allocate_node(u16 type, size_t size, const Key* key);
+
+template <class Node>
+inline Node* new_node(u16 type, const Key* key = nullptr) {
+    return static_cast<Node*>(allocate_node(type, sizeof(Node), key));
+}
+template <class Node, class Value>
+inline Node* new_node_of(u16 type, const Value& value, const Key* key = nullptr) {
+    auto* node = new_node<Node>(type, key);
+    if (node != nullptr)
+        node->value = value;
+    return node;
+}
+
 // A string or reference node (type kJsonString or kJsonRef) with a copy of `length` bytes of text in its
 // own block, or without text if that is nullptr; nullptr without memory.
-wiq_json* new_text_node(u16 type, const char* text, size_t length);
+wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* key = nullptr);
 
-// Attaches a child whose reference the object or array takes over from the caller: the count is not
-// touched before, and is 1 higher after. For nodes without a parent, into containers of the right kind;
-// nothing is checked. The key ends with a NUL after `key_length` bytes. 0, or -5000 with container and
-// child as they were. attach_new_member is for a key that the object is known not to have, with its
-// wiq_hash_str().
-i32 attach_member(ObjectNode* obj, const char* key, size_t key_length, wiq_json* child);
-i32 attach_new_member(ObjectNode* obj, const char* key, size_t key_length, u32 hash,
-                      wiq_json* child);
+// An empty object or array, flags 0 or kJsonWeak, with room for so many children; nullptr without memory.
+ObjectNode* new_object(i32 capacity, u8 flags, const Key* key = nullptr);
+ArrayNode* new_array(i32 capacity, u8 flags, const Key* key = nullptr);
+
+// A string node with a copy of the text, or without it if there is memory for the node alone.
+wiq_json* new_string(const char* text, const Key* key = nullptr);
+
+// Attaching. The child has no parent, the container is of the right kind; nothing is checked. The child's
+// count is 1 higher after. 0, or -5000 with container and child as they were. The new ones are for a node
+// that no caller has seen yet, made with this key if it is to be a member.
+i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child);
+i32 attach_new_member(ObjectNode* obj, const Key& key, wiq_json* child);
 i32 attach_elem(ArrayNode* array, wiq_json* child);
+i32 attach_new_elem(ArrayNode* array, wiq_json* child);
 
-// The same in two steps, for a reader that meets the key before the child: a member's entry with a copy of
-// the key (`key_length` bytes, no NUL needed) and its hash, nullptr without memory; free() releases it
-// while it is not attached. attach_entry takes the entry over also when it fails.
-wiq_map_entry* new_entry(const char* key, size_t key_length);
-i32 attach_entry(ObjectNode* obj, wiq_map_entry* entry, wiq_json* child);
+// A free-standing member with a copy of the key, without a child, in a block of its own; nullptr without
+// memory.
+Member* new_member(const Key& key);
+// The member of a new node that was made with this key.
+inline Member* member_of(wiq_json* node, const Key& key) {
+    return node->home != 0 ? static_cast<Member*>(block_of(node)) : new_member(key);
+}
 
-// The member under a key, not following references; nullptr if there is none.
-wiq_json* find_member(const ObjectNode* obj, const char* key);
+// The last step of attaching, when the place is made: each knows the other.
+inline void settle(ObjectNode* obj, Member* member, wiq_json* child) {
+    member->child = child;
+    if (!is_weak(obj)) {
+        child->parent = obj;
+        child->position.key = member->key();
+    }
+}
+inline void settle(ArrayNode* array, i32 index, wiq_json* child) {
+    if (!is_weak(array)) {
+        child->parent = array;
+        child->position.index = static_cast<u32>(index);
+    }
+}
 
-// Takes a member out of its object: its entry is freed, the child is not touched. Returns the child.
-wiq_json* take_member(ObjectNode* obj, wiq_map_entry* entry);
+// The child under a key, not following references; nullptr if there is none.
+wiq_json* find_child(const ObjectNode* obj, const char* key);
+
+// Frees a member that is in no table any more, and releases its child.
+void release_member(ObjectNode* obj, Member* member);
+
+// Takes a member out of its object and frees it; the child is not touched. Returns the child.
+wiq_json* take_member(ObjectNode* obj, Member* member);
 
 // Whether attaching the child to the container would make the child its own ancestor. A container tree
 // with a ring in it could be neither released nor walked.
 bool closes_ring(const wiq_json* container, const wiq_json* child);
 
-// Makes a typed builder's new node a member or an element: returns it with status 0, or releases it and
-// returns nullptr with the attach's status.
-wiq_json* keep_if_attached(wiq_json* node, i32 status);
-
 // The count, changed as every thread may change it; each returns the new value.
-i32 count_up(wiq_json* node);
-i32 count_down(wiq_json* node);
+inline i32 count_up(wiq_json* node) {
+    return std::atomic_ref<i32>(node->refcount).fetch_add(1, std::memory_order_relaxed) + 1;
+}
+inline i32 count_down(wiq_json* node) {
+    return std::atomic_ref<i32>(node->refcount).fetch_sub(1, std::memory_order_acq_rel) - 1;
+}
 
 // A container gives up its reference to a child that it no longer holds, and the child is destroyed if
 // nobody else has one: a strong container also stops being its parent, a weak one leaves a child alone
 // that has a parent elsewhere.
 void release_child(const wiq_json* container, wiq_json* child);
+
+// Releases the children of the container and leaves its table, whose size and slots mean nothing then.
+void release_children(wiq_json* top);
 
 // Destroys a free-standing node whose count has fallen to 0; no reference is given up.
 void release_if_unreferenced(wiq_json* node);

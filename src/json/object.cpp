@@ -1,33 +1,25 @@
 // Objects: how members are attached, replaced and removed, and the walk over them. The getters are in
 // object_get.cpp.
 //
-// The members are a wiq_map in every respect that shows (bucket count, growth, order), but an entry and
-// its key's text are one block, and a key is hashed once for all that an insertion does.
-
-#include "json/node.h"
+// A key is hashed once for all that an insertion does, and copied once, into its member's block.
 
 #include <cstdlib>
 #include <cstring>
 
-#include "containers/murmur3.h"
+#include "json/node.h"
 
 namespace ke::json {
 namespace {
 
-wiq_map_entry* find_entry(const ObjectNode* obj, const char* key, size_t key_length) {
-    return map_find(&obj->map, hash_str(key, key_length), key);
+Key key_from(const char* text) {
+    return {text, std::strlen(text)};
 }
 
-void adopt(ObjectNode* obj, wiq_map_entry* entry, wiq_json* child) {
-    count_up(child);
-    entry->value = child;
-    if (!is_weak(obj)) {
-        child->parent = obj;
-        child->position.key = key_of(entry);
-    }
+Member* find_member(const ObjectNode* obj, const char* key) {
+    return find(obj->members, key_from(key));
 }
 
-wiq_json_t* new_object(i32 capacity, u8 flags, u32* err) {
+wiq_json_t* make_object(i32 capacity, u8 flags, u32* err) {
     if (has_failed(err)) {
         return nullptr;
     }
@@ -35,15 +27,8 @@ wiq_json_t* new_object(i32 capacity, u8 flags, u32* err) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }
-    auto* obj = static_cast<ObjectNode*>(std::malloc(sizeof(ObjectNode)));
-    if (obj == nullptr || wiq_map_init(&obj->map, static_cast<u64>(capacity), wiq_hash_str,
-                                       wiq_cmp_str, nullptr, nullptr) != 0) {
-        std::free(obj);
-        report(err, WIQ_ERR_NO_MEMORY);
-        return nullptr;
-    }
-    begin_node(obj, kJsonObject, flags);
-    report(err, 0);
+    wiq_json* obj = new_object(capacity, flags);
+    report(err, obj != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
     return obj;
 }
 
@@ -53,89 +38,87 @@ i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
         (!is_weak(obj) && (child->parent != nullptr || closes_ring(obj, child)))) {
         return WIQ_ERR_INVALID_ARG;
     }
-    return attach_member(object, key, std::strlen(key), child);
+    return attach_member(object, key_from(key), child);
 }
 
-// An entry with a copy of the key; its hash is the caller's to set.
-wiq_map_entry* allocate_entry(const char* key, size_t key_length) {
-    auto* entry = static_cast<wiq_map_entry*>(std::malloc(sizeof(wiq_map_entry) + key_length + 1));
-    if (entry != nullptr) {
-        char* text = reinterpret_cast<char*>(entry + 1);
-        std::memcpy(text, key, key_length);
-        text[key_length] = '\0';
-        entry->key = text;
+// Gives a free-standing member its child and its place in the table. 0, or -5000 with the object unchanged.
+i32 attach(ObjectNode* obj, Member* member, wiq_json* child) {
+    HeapTables storage;
+    Member* old = nullptr;
+    const i32 status = put_member(storage, &obj->members, member, &old);
+    if (status == 0) {
+        settle(obj, member, child);
     }
-    return entry;
-}
-
-// Attaches an entry whose key the object does not have; frees it on failure.
-i32 link_entry(ObjectNode* obj, wiq_map_entry* entry, wiq_json* child) {
-    map_link(&obj->map, entry);
-    if (map_grow_if_full(&obj->map) != 0) {
-        map_unlink(&obj->map, entry);
-        std::free(entry);
-        return WIQ_ERR_NO_MEMORY;
+    if (old != nullptr) {
+        release_member(obj, old);
     }
-    adopt(obj, entry, child);
-    return 0;
-}
-
-// The entry and its key stay: nobody can tell them from the new ones.
-void replace_child(ObjectNode* obj, wiq_map_entry* entry, wiq_json* child) {
-    wiq_json* old = child_of(entry);
-    adopt(obj, entry, child);
-    release_child(obj, old);
+    return status;
 }
 
 }  // namespace
 
-i32 attach_new_member(ObjectNode* obj, const char* key, size_t key_length, u32 hash,
-                      wiq_json* child) {
-    wiq_map_entry* entry = allocate_entry(key, key_length);
-    if (entry == nullptr) {
+ObjectNode* new_object(i32 capacity, u8 flags, const Key* key) {
+    auto* obj = new_node<ObjectNode>(kJsonObject, key);
+    if (obj != nullptr) {
+        obj->flags = flags;
+        if (init_members(&obj->members, capacity) != 0) {
+            free_node(obj);
+            obj = nullptr;
+        }
+    }
+    return obj;
+}
+
+Member* new_member(const Key& key) {
+    void* block =
+        key.length <= kLongestKey ? std::malloc(sizeof(Member) + key.length + 1) : nullptr;
+    return block != nullptr ? make_member(block, key) : nullptr;
+}
+
+i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
+    Member* member = new_member(key);
+    if (member == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
-    entry->hash = hash;
-    return link_entry(obj, entry, child);
-}
-
-wiq_map_entry* new_entry(const char* key, size_t key_length) {
-    wiq_map_entry* entry = allocate_entry(key, key_length);
-    if (entry != nullptr) {
-        entry->hash = hash_str(key_of(entry), key_length);
+    count_up(child);
+    const i32 status = attach(obj, member, child);
+    if (status != 0) {
+        count_down(child);
+        std::free(member);
     }
-    return entry;
+    return status;
 }
 
-i32 attach_entry(ObjectNode* obj, wiq_map_entry* entry, wiq_json* child) {
-    wiq_map_entry* there = map_find(&obj->map, entry->hash, entry->key);
-    if (there == nullptr) {
-        return link_entry(obj, entry, child);
+i32 attach_new_member(ObjectNode* obj, const Key& key, wiq_json* child) {
+    Member* member = member_of(child, key);
+    if (member == nullptr) {
+        return WIQ_ERR_NO_MEMORY;
     }
-    replace_child(obj, there, child);
-    std::free(entry);
-    return 0;
-}
-
-i32 attach_member(ObjectNode* obj, const char* key, size_t key_length, wiq_json* child) {
-    const u32 hash = hash_str(key, key_length);
-    wiq_map_entry* entry = map_find(&obj->map, hash, key);
-    if (entry == nullptr) {
-        return attach_new_member(obj, key, key_length, hash, child);
+    const i32 status = attach(obj, member, child);
+    if (status == 0) {
+        child->refcount = 1;
+    } else if (child->home == 0) {
+        std::free(member);
     }
-    replace_child(obj, entry, child);
-    return 0;
+    return status;
 }
 
-wiq_json* find_member(const ObjectNode* obj, const char* key) {
-    const wiq_map_entry* entry = find_entry(obj, key, std::strlen(key));
-    return entry != nullptr ? child_of(entry) : nullptr;
+void release_member(ObjectNode* obj, Member* member) {
+    wiq_json* child = member->child;
+    free_member(member);
+    release_child(obj, child);
 }
 
-wiq_json* take_member(ObjectNode* obj, wiq_map_entry* entry) {
-    wiq_json* child = child_of(entry);
-    map_unlink(&obj->map, entry);
-    std::free(entry);
+wiq_json* find_child(const ObjectNode* obj, const char* key) {
+    const Member* member = find_member(obj, key);
+    return member != nullptr ? member->child : nullptr;
+}
+
+wiq_json* take_member(ObjectNode* obj, Member* member) {
+    wiq_json* child = member->child;
+    unlink_member(&obj->members, member);
+    --obj->members.size;
+    free_member(member);
     return child;
 }
 
@@ -157,24 +140,16 @@ bool closes_ring(const wiq_json* container, const wiq_json* child) {
     return container == child;
 }
 
-wiq_json* keep_if_attached(wiq_json* node, i32 status) {
-    if (status == 0) {
-        return node;
-    }
-    wiq_json_unref(node);
-    return nullptr;
-}
-
 }  // namespace ke::json
 
 using namespace ke::json;
 
 wiq_json_t* wiq_json_obj_new(i32 capacity, u32* err) {
-    return new_object(capacity, 0, err);
+    return make_object(capacity, 0, err);
 }
 
 wiq_json_t* wiq_json_obj_weak_new(i32 capacity, u32* err) {
-    return new_object(capacity, kJsonWeak, err);
+    return make_object(capacity, kJsonWeak, err);
 }
 
 i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* child, u32* err) {
@@ -186,60 +161,94 @@ i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* child, u3
 
 namespace {
 
-// The end of every typed builder. A node that could not be made has left its status in `err`.
-wiq_json_t* put_new(wiq_json_t* obj, const char* key, wiq_json_t* node, u32* err) {
-    if (node == nullptr) {
+// The frame of all typed builders; `make` makes the node as a member under the key.
+template <class Make>
+wiq_json_t* put_new(wiq_json_t* obj, const char* key, u32* err, Make make) {
+    if (has_failed(err)) {
         return nullptr;
     }
-    return keep_if_attached(node, wiq_json_obj_put_ext(obj, key, node, err));
+    ObjectNode* object = to_object(obj);
+    if (object == nullptr || key == nullptr) {
+        report(err, WIQ_ERR_INVALID_ARG);
+        return nullptr;
+    }
+    const Key member_key = key_from(key);
+    wiq_json* node = make(&member_key);
+    if (node != nullptr && attach_new_member(object, member_key, node) != 0) {
+        free_node(node);
+        node = nullptr;
+    }
+    report(err, node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
+    return node;
+}
+
+// The same for a value behind a pointer, which must not be NULL.
+template <class Value, class Make>
+wiq_json_t* put_new_from(wiq_json_t* obj, const char* key, const Value* value, u32* err,
+                         Make make) {
+    if (!has_failed(err) && value == nullptr) {
+        report(err, WIQ_ERR_INVALID_ARG);
+        return nullptr;
+    }
+    return put_new(obj, key, err, make);
 }
 
 }  // namespace
 
 wiq_json_t* wiq_json_obj_put_null(wiq_json_t* obj, const char* key, u32* err) {
-    return put_new(obj, key, wiq_json_null_new(err), err);
+    return put_new(obj, key, err, [](const Key* k) { return new_node<wiq_json>(kJsonNull, k); });
 }
 
 wiq_json_t* wiq_json_obj_put_bool(wiq_json_t* obj, const char* key, bool value, u32* err) {
-    return put_new(obj, key, wiq_json_bool_new(value, err), err);
+    return put_new(obj, key, err, [value](const Key* k) {
+        return new_node<wiq_json>(value ? kJsonTrue : kJsonFalse, k);
+    });
 }
 
 wiq_json_t* wiq_json_obj_put_i64(wiq_json_t* obj, const char* key, i64 value, u32* err) {
-    return put_new(obj, key, wiq_json_i64_new(value, err), err);
+    return put_new(obj, key, err,
+                   [value](const Key* k) { return new_node_of<I64Node>(kJsonI64, value, k); });
 }
 
 wiq_json_t* wiq_json_obj_put_u64(wiq_json_t* obj, const char* key, u64 value, u32* err) {
-    return put_new(obj, key, wiq_json_u64_new(value, err), err);
+    return put_new(obj, key, err,
+                   [value](const Key* k) { return new_node_of<U64Node>(kJsonU64, value, k); });
 }
 
 wiq_json_t* wiq_json_obj_put_u128(wiq_json_t* obj, const char* key, const wiq_uint128* value,
                                   u32* err) {
-    return put_new(obj, key, wiq_json_u128_new(value, err), err);
+    return put_new_from(obj, key, value, err, [value](const Key* k) {
+        return new_node_of<U128Node>(kJsonU128, *value, k);
+    });
 }
 
 wiq_json_t* wiq_json_obj_put_double(wiq_json_t* obj, const char* key, double value, u32* err) {
-    return put_new(obj, key, wiq_json_double_new(value, err), err);
+    return put_new(obj, key, err, [value](const Key* k) {
+        return new_node_of<DoubleNode>(kJsonDouble, value, k);
+    });
 }
 
 wiq_json_t* wiq_json_obj_put_str(wiq_json_t* obj, const char* key, const char* text, u32* err) {
-    return put_new(obj, key, wiq_json_str_new(text, err), err);
+    return put_new_from(obj, key, text, err, [text](const Key* k) { return new_string(text, k); });
 }
 
 wiq_json_t* wiq_json_obj_put_jref(wiq_json_t* obj, const char* key, const char* target, u32* err) {
-    return put_new(obj, key, wiq_json_jref_new(target, err), err);
+    return put_new_from(obj, key, target, err, [target](const Key* k) {
+        return new_text_node(kJsonRef, target, std::strlen(target), k);
+    });
 }
 
 wiq_json_t* wiq_json_obj_put_obj(wiq_json_t* obj, const char* key, u32* err) {
-    return put_new(obj, key, wiq_json_obj_new(0, err), err);
+    return put_new(obj, key, err, [](const Key* k) { return new_object(0, 0, k); });
 }
 
 wiq_json_t* wiq_json_obj_put_array(wiq_json_t* obj, const char* key, u32* err) {
-    return put_new(obj, key, wiq_json_array_new(0, err), err);
+    return put_new(obj, key, err, [](const Key* k) { return new_array(0, 0, k); });
 }
 
 bool wiq_json_obj_has_key(const wiq_json_t* obj, const char* key) {
     const ObjectNode* object = to_object(obj);
-    return object != nullptr && key != nullptr && find_member(object, key) != nullptr;
+    return object != nullptr && key != nullptr && find_child(object, key) != nullptr;
 }
 
 i32 wiq_json_obj_size(const wiq_json_t* obj) {
@@ -260,9 +269,9 @@ i32 wiq_json_obj_keys(const wiq_json_t* obj, wiq_strv* keys) {
         return WIQ_ERR_INVALID_ARG;
     }
     const i32 size_before = keys->size;
-    for (const wiq_map_entry* entry = first_member(object); entry != nullptr;
-         entry = next_member(object, entry)) {
-        const i32 status = wiq_strv_push(keys, key_of(entry));
+    for (const Member* member = first_member(object); member != nullptr;
+         member = next_member(object, member)) {
+        const i32 status = wiq_strv_push(keys, member->key());
         if (status != 0) {
             wiq_vector_resize(keys, size_before);
             return status;
@@ -276,9 +285,9 @@ i32 wiq_json_obj_foreach(const wiq_json_t* obj, WiqJsonMemberFn callback, void* 
     if (object == nullptr || callback == nullptr) {
         return WIQ_ERR_INVALID_ARG;
     }
-    for (const wiq_map_entry* entry = first_member(object); entry != nullptr;
-         entry = next_member(object, entry)) {
-        if (!callback(key_of(entry), child_of(entry), user)) {
+    for (const Member* member = first_member(object); member != nullptr;
+         member = next_member(object, member)) {
+        if (!callback(member->key(), member->child, user)) {
             break;
         }
     }
@@ -287,11 +296,12 @@ i32 wiq_json_obj_foreach(const wiq_json_t* obj, WiqJsonMemberFn callback, void* 
 
 i32 wiq_json_obj_remove(wiq_json_t* obj, const char* key) {
     ObjectNode* object = to_object(obj);
-    wiq_map_entry* entry =
-        object != nullptr && key != nullptr ? find_entry(object, key, std::strlen(key)) : nullptr;
-    if (entry == nullptr) {
+    Member* member = object != nullptr && key != nullptr ? find_member(object, key) : nullptr;
+    if (member == nullptr) {
         return WIQ_ERR_INVALID_ARG;
     }
-    release_child(object, take_member(object, entry));
+    unlink_member(&object->members, member);
+    --object->members.size;
+    release_member(object, member);
     return 0;
 }

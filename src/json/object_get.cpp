@@ -20,7 +20,7 @@ Found look_up(const wiq_json_t* obj, const char* key, bool follow) {
     if (object == nullptr || key == nullptr) {
         return {nullptr, WIQ_ERR_INVALID_ARG};
     }
-    wiq_json_t* value = find_member(object, key);
+    wiq_json_t* value = find_child(object, key);
     if (value == nullptr) {
         return {nullptr, WIQ_ERR_KEY_NOT_FOUND};
     }
@@ -63,7 +63,7 @@ wiq_json_t* get_or_create(wiq_json_t* obj, const char* key, u32* err, Fits fits,
         return nullptr;
     }
     const ObjectNode* object = to_object(obj);
-    if (object != nullptr && key != nullptr && find_member(object, key) == nullptr) {
+    if (object != nullptr && key != nullptr && find_child(object, key) == nullptr) {
         return create(obj, key, err);
     }
     return get(obj, key, err, fits);

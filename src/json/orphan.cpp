@@ -36,7 +36,7 @@ i32 wiq_json_make_orphan(wiq_json_t* node) {
         return orphan_elem(as<ArrayNode>(node->parent), node);
     }
     auto* parent = as<ObjectNode>(node->parent);
-    take_member(parent, entry_of_key(node->position.key));
+    take_member(parent, member_of_key(node->position.key));
     hand_over_child(parent, node);
     return 0;
 }

@@ -1,6 +1,7 @@
 // The parser: a grammar of two states (a value is due; a value was read) over the tree itself. Each
 // container hangs in its parent from the moment it opens, so the way back to it is the parent link and
-// nesting needs neither recursion nor a stack.
+// nesting needs neither recursion nor a stack; what the open ones hold stands in OpenTables until they
+// close.
 //
 // Inside containers only the kind of a token is looked at: a token that cannot be read is -1046 where a
 // value is due and -1045 where a comma, a colon, a key or a bracket is. Only the first token of a text
@@ -11,6 +12,7 @@
 
 #include "json/lexer.h"
 #include "json/node.h"
+#include "json/open_tables.h"
 
 namespace ke::json {
 
@@ -27,7 +29,8 @@ class Parser {
     Parser(const Parser&) = delete;
     Parser& operator=(const Parser&) = delete;
     ~Parser() {
-        free(entry_);
+        for (; open_ != nullptr; open_ = open_->parent)
+            tables_.abandon(open_);
         wiq_json_unref(root_);
     }
 
@@ -70,33 +73,36 @@ class Parser {
     // The value that the current token is or begins, attached where it belongs. A container is open then.
     i32 value() {
         value_is_due_ = false;
-        u32 err = 0;
+        const Lexeme& now = lexer_.current();
+        const Key* key = open_ != nullptr && open_->type == kJsonObject ? &key_ : nullptr;
         wiq_json* node = nullptr;
-        switch (lexer_.token()) {
+        switch (now.token) {
             case '{':
-                node = wiq_json_obj_new(0, &err);
+                node = new_object(0, 0, key);
                 break;
             case '[':
-                node = wiq_json_array_new(0, &err);
+                node = new_array(0, 0, key);
                 break;
             case kTokenString:
-                node = new_text_node(kJsonString, lexer_.current().text, lexer_.current().length);
+                node = new_text_node(kJsonString, now.text, now.length, key);
                 break;
             case kTokenInteger:
-                node = wiq_json_i64_new(lexer_.current().integer, &err);
+                node = new_node_of<I64Node>(kJsonI64, now.integer, key);
                 break;
             case kTokenReal:
-                node = wiq_json_double_new(lexer_.current().real, &err);
+                node = new_node_of<DoubleNode>(kJsonDouble, now.real, key);
                 break;
             case kTokenTrue:
+                node = new_node<wiq_json>(kJsonTrue, key);
+                break;
             case kTokenFalse:
-                node = wiq_json_bool_new(lexer_.token() == kTokenTrue, &err);
+                node = new_node<wiq_json>(kJsonFalse, key);
                 break;
             case kTokenNull:
-                node = wiq_json_null_new(&err);
+                node = new_node<wiq_json>(kJsonNull, key);
                 break;
             case kTokenBigInteger:
-                node = wiq_json_u128_new(&lexer_.current().big, &err);
+                node = new_node_of<U128Node>(kJsonU128, now.big, key);
                 break;
             case kTokenInvalid:
                 return WIQ_ERR_JSON_BAD_TOKEN;
@@ -108,24 +114,43 @@ class Parser {
 
     // Puts a new node where it is due, and opens it if it is a container.
     i32 place(wiq_json* node) {
-        const i32 status = attach(node);
-        if (status != 0) {
-            wiq_json_unref(node);
-            return status;
+        if (open_ == nullptr) {
+            root_ = node;
+        } else {
+            const i32 status = open_->type == kJsonArray ? attach(as<ArrayNode>(open_), node)
+                                                         : attach(as<ObjectNode>(open_), node);
+            if (status != 0) {
+                free_node(node);
+                return status;
+            }
+            node->refcount = 1;
         }
         return is_container(node) ? enter(node) : 0;
     }
 
-    i32 attach(wiq_json* node) {
-        if (open_ == nullptr) {
-            root_ = node;
-            return 0;
+    i32 attach(ArrayNode* array, wiq_json* node) {
+        const i32 status = tables_.append(array, node);
+        if (status == 0)
+            settle(array, size_of(array) - 1, node);
+        return status;
+    }
+
+    // A key that comes again takes the place of the one before.
+    i32 attach(ObjectNode* obj, wiq_json* node) {
+        Member* member = member_of(node, key_);
+        if (member == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+        Member* old = nullptr;
+        const i32 status = tables_.put(obj, member, &old);
+        if (status != 0) {
+            if (node->home == 0)
+                free(member);
+            return status;
         }
-        if (open_->type == kJsonArray)
-            return attach_elem(as<ArrayNode>(open_), node);
-        wiq_map_entry* entry = entry_;
-        entry_ = nullptr;
-        return attach_entry(as<ObjectNode>(open_), entry, node);
+        settle(obj, member, node);
+        if (old != nullptr)
+            release_member(obj, old);
+        return 0;
     }
 
     // What may follow an opening bracket: the closing one, or the first child.
@@ -135,9 +160,9 @@ class Parser {
         if (status != 0)
             return status;
         if (container->type == kJsonObject)
-            return lexer_.token() == '}' ? close_object() : key(true);
+            return lexer_.token() == '}' ? close_object() : member_key(true);
         if (lexer_.token() == ']')
-            return close();
+            return close_array();
         return lexer_.token() == kTokenEnd ? static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_END)
                                            : expect_value();
     }
@@ -154,7 +179,7 @@ class Parser {
             if (lexer_.token() != kTokenEnd)
                 return expect_value();
         }
-        return lexer_.token() == ']' ? close() : unexpected();
+        return lexer_.token() == ']' ? close_array() : unexpected();
     }
 
     // What may follow a member.
@@ -164,7 +189,7 @@ class Parser {
             return status;
         if (lexer_.token() == ',') {
             status = scan_inside();
-            return status != 0 ? status : key(false);
+            return status != 0 ? status : member_key(false);
         }
         return lexer_.token() == '}' ? close_object() : unexpected();
     }
@@ -175,14 +200,14 @@ class Parser {
     }
 
     // A key with its colon and its value. The end of the text is an early end only before the first key.
-    i32 key(bool first) {
+    i32 member_key(bool first) {
         if (lexer_.token() != kTokenString)
             return first ? unexpected() : static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_TOKEN);
-        entry_ = new_entry(lexer_.current().text, lexer_.current().length);
-        if (entry_ == nullptr)
+        const char* text = lexer_.hold_text();
+        if (text == nullptr)
             return WIQ_ERR_NO_MEMORY;
-        if (reject_duplicates_ &&
-            map_find(&as<ObjectNode>(open_)->map, entry_->hash, entry_->key) != nullptr)
+        key_ = Key(text, lexer_.current().length);
+        if (reject_duplicates_ && find(as<ObjectNode>(open_)->members, key_) != nullptr)
             return WIQ_ERR_JSON_DUPLICATE_KEY;
         i32 status = scan_inside();
         if (status == 0 && lexer_.token() != ':')
@@ -198,45 +223,75 @@ class Parser {
         return 0;
     }
 
-    i32 close() {
-        open_ = open_->parent;
-        return 0;
+    i32 close_array() {
+        auto* array = as<ArrayNode>(open_);
+        const i32 status = tables_.close(array);
+        if (status == 0)
+            open_ = array->parent;
+        return status;
     }
 
     // An object whose only member is "$ref" with a text is a reference.
     i32 close_object() {
         auto* obj = as<ObjectNode>(open_);
-        close();
+        const char* uri = reference_in(obj);
+        if (uri != nullptr)
+            return fold(obj, uri);
+        const i32 status = tables_.close(obj);
+        if (status == 0)
+            open_ = obj->parent;
+        return status;
+    }
+
+    static const char* reference_in(const ObjectNode* obj) {
         if (size_of(obj) != 1)
-            return 0;
-        const wiq_map_entry* member = first_member(obj);
-        const wiq_json* target = child_of(member);
-        if (target->type != kJsonString || std::string_view(key_of(member)) != "$ref")
-            return 0;
-        const char* uri = as<TextNode>(target)->text;
-        wiq_json* reference = new_text_node(kJsonRef, uri, strlen(uri));
+            return nullptr;
+        const Member* member = first_member(obj);
+        const bool is_reference =
+            member->child->type == kJsonString && std::string_view(member->key()) == "$ref";
+        return is_reference ? as<TextNode>(member->child)->text : nullptr;
+    }
+
+    // Puts a reference in the place of the object that says it, which is the innermost open container.
+    i32 fold(ObjectNode* obj, const char* uri) {
+        wiq_json* parent = obj->parent;
+        const bool in_object = parent != nullptr && parent->type == kJsonObject;
+        Member* old = in_object ? member_of_key(obj->position.key) : nullptr;
+        const Key key = in_object ? Key(old) : key_;
+        wiq_json* reference = new_text_node(kJsonRef, uri, strlen(uri), in_object ? &key : nullptr);
         if (reference == nullptr)
             return WIQ_ERR_NO_MEMORY;
-        replace(obj, reference);
+        if (in_object && !put_instead(as<ObjectNode>(parent), old, key, reference)) {
+            free_node(reference);
+            return WIQ_ERR_NO_MEMORY;
+        }
+        reference->refcount = parent != nullptr ? 1 : 0;
+        if (parent == nullptr) {
+            root_ = reference;
+        } else if (!in_object) {
+            auto* array = as<ArrayNode>(parent);
+            const i32 last = size_of(array) - 1;
+            elems_of(array)[last] = reference;
+            settle(array, last, reference);
+        }
+        tables_.abandon(obj);
+        if (old != nullptr)
+            free_member(old);
+        free_node(obj);
+        open_ = parent;
         return 0;
     }
 
-    // Puts a node in the place of one that is released.
-    void replace(wiq_json* old, wiq_json* node) {
-        wiq_json* parent = old->parent;
-        if (parent == nullptr) {
-            root_ = node;
-            wiq_json_unref(old);
-            return;
-        }
-        node->parent = parent;
-        node->position = old->position;
-        count_up(node);
-        if (parent->type == kJsonArray)
-            elems_of(as<ArrayNode>(parent))[node->position.index] = node;
-        else
-            entry_of_key(node->position.key)->value = node;
-        release_child(parent, old);
+    // Puts a new node's member into the place of another one with the same key; false without memory.
+    static bool put_instead(ObjectNode* obj, Member* old, const Key& key, wiq_json* node) {
+        Member* member = member_of(node, key);
+        if (member == nullptr)
+            return false;
+        Member** slot = slot_of(obj->members, key);
+        member->next = old->next;
+        *slot = member;
+        settle(obj, member, node);
+        return true;
     }
 
     Lexer<Reader> lexer_;
@@ -244,8 +299,9 @@ class Parser {
     bool reject_duplicates_;
     bool value_is_due_ = false;
     wiq_json* root_ = nullptr;
-    wiq_json* open_ = nullptr;        // the innermost open container
-    wiq_map_entry* entry_ = nullptr;  // the key whose value is due
+    wiq_json* open_ = nullptr;   // the innermost open container
+    Key key_ = {nullptr, 0, 0};  // whose value is due, in an object
+    OpenTables tables_;
 };
 
 template <class Reader, class Source>

@@ -13,7 +13,7 @@ namespace {
 // One step from a node: the child, or nullptr with the status.
 wiq_json* step(wiq_json* node, const char* name, i32* status) {
     if (const ObjectNode* obj = to_object(node)) {
-        wiq_json* child = find_member(obj, name);
+        wiq_json* child = find_child(obj, name);
         *status = child == nullptr ? static_cast<i32>(WIQ_ERR_KEY_NOT_FOUND) : 0;
         return child;
     }

@@ -29,7 +29,7 @@ i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
 // What a token leads to in a container, nullptr if that is nothing yet.
 wiq_json* existing(const wiq_json* container, const WiqJsonPtrToken& token) {
     if (const ObjectNode* obj = to_object(container))
-        return find_member(obj, token.name);
+        return find_child(obj, token.name);
     if (token.kind != WIQ_JSON_PTR_TOK_INDEX)
         return nullptr;
     return wiq_json_array_get_ext(container, static_cast<i32>(token.index), 0, nullptr);

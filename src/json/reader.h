@@ -15,8 +15,10 @@
 
 #include "containers/strbuf_core.h"
 #include "json/escape_scan.h"
+#include "json/quick_number.h"
 #include "ke_utils/core.h"
 #include "os/os.h"
+#include "text/ctype.h"
 #include "text/utf8.h"
 
 namespace ke::json {
@@ -36,6 +38,9 @@ constexpr bool starts_character(u8 byte) {
 // only what that value is long.
 class StringReader {
   public:
+    // Whether a token's text can be pointed at after the next token is read.
+    static constexpr bool kTextStays = true;
+
     explicit StringReader(const char* text)
         : start_(text), next_(text), token_(text), plain_end_(text) {}
 
@@ -52,12 +57,58 @@ class StringReader {
             --next_;
     }
 
-    // The text of a token: from the byte that next() gave last, to the last one before token_end().
-    void begin_token() { token_ = next_ - 1; }
-    void forget() {}
+    // The first byte behind blanks, with which a token begins: its text is from there to the last byte
+    // before token_end().
+    int first_of_token() {
+        if (*next_ <= ' ')
+            skip_blanks();
+        token_ = next_;
+        return next();
+    }
     const char* token_begin() const { return token_; }
     const char* token_end() const { return next_; }
     bool failed() const { return false; }
+
+    // The usual string, all plain characters up to its closing quote, in one piece: moves on behind the
+    // quote. False, with nothing read, if it is not known at once to be one.
+    bool take_plain_string(const char** text, size_t* length) {
+        if (next_ >= plain_end_)
+            look_ahead();
+        const char* end = skip_plain_ascii(next_, plain_end_);
+        if (end == plain_end_ || *end != '"')
+            return false;
+        *text = next_;
+        *length = static_cast<size_t>(end - next_);
+        next_ = end + 1;
+        return true;
+    }
+
+    // A number, whose first digit or sign was read, in one piece: moves on behind it. Anything that is not
+    // simply right is not read, and kNone.
+    QuickNumber take_number() {
+        const QuickNumber number = read_number(token_);
+        if (number.kind != QuickNumber::kNone)
+            next_ = number.end;
+        return number;
+    }
+
+    // Moves on over decimal digits.
+    void skip_digits() {
+        while (is_digit(*next_))
+            ++next_;
+    }
+
+    // Moves on over the "u" and the four digits of an escape, if that is what comes.
+    bool skip_unicode_escape() {
+        if (next_[0] != 'u')
+            return false;
+        for (int i = 1; i <= 4; ++i) {
+            if (!is_hex_digit(next_[i]))
+                return false;
+        }
+        next_ += 5;
+        return true;
+    }
 
     // Moves on over the characters that a string holds as they stand, as far as is known at once; there
     // may be more.
@@ -81,6 +132,26 @@ class StringReader {
     i32 position() const { return static_cast<i32>(next_ - start_); }
 
   private:
+    void skip_blanks() {
+        for (;;) {
+            if (*next_ > ' ')
+                return;
+            if (*next_ == ' ')
+                skip_spaces();
+            else if (*next_ == '\n' || *next_ == '\r' || *next_ == '\t')
+                ++next_;
+            else
+                return;
+        }
+    }
+
+    // Indentation makes long runs of these.
+    void skip_spaces() {
+        if (plain_end_ - next_ < kLongRun)
+            look_ahead();
+        next_ = skip_spaces_before(next_, plain_end_);
+    }
+
     int next_special() {
         if (*next_ == '\0')
             return WIQ_ERR_EOF;
@@ -94,12 +165,14 @@ class StringReader {
     // Finds a stretch without the NUL, twice as long as the one before: in all no more is looked at than
     // twice what is consumed, and a stretch is still in the nearest cache when it is read.
     void look_ahead() {
-        constexpr size_t kLongest = 16384;
         const void* nul = memchr(next_, '\0', ahead_);
         plain_end_ = nul != nullptr ? static_cast<const char*>(nul) : next_ + ahead_;
         if (ahead_ < kLongest)
             ahead_ *= 2;
     }
+
+    static constexpr size_t kLongest = 16384;
+    static constexpr ptrdiff_t kLongRun = 16;
 
     const char* start_;
     const char* next_;
@@ -112,6 +185,8 @@ class StringReader {
 // reader lives. The text of a token is kept in a buffer.
 class StreamReader {
   public:
+    static constexpr bool kTextStays = false;
+
     explicit StreamReader(FILE* stream) : stream_(stream) { os::lock_stream(stream_); }
     StreamReader(const StreamReader&) = delete;
     StreamReader& operator=(const StreamReader&) = delete;
@@ -142,15 +217,26 @@ class StreamReader {
         pushed_back_ = c;
     }
 
-    // Every byte is kept until it is forgotten; the one before a token is.
-    void forget() { kept_.len = 0; }
-    void begin_token() {}
+    // Every byte is kept until the next token begins.
+    int first_of_token() {
+        for (;;) {
+            kept_.len = 0;
+            const int c = next();
+            if (c != ' ' && c != '\n' && c != '\r' && c != '\t')
+                return c;
+        }
+    }
     const char* token_begin() const { return kept_.data; }
     const char* token_end() const { return kept_.data + kept_.len; }
     // Without memory for the token's text.
     bool failed() const { return failed_; }
 
+    // What a string in memory can pass in one piece is read byte by byte here.
     void skip_plain() {}
+    bool take_plain_string(const char**, size_t*) { return false; }
+    QuickNumber take_number() { return {}; }
+    void skip_digits() {}
+    bool skip_unicode_escape() { return false; }
 
     Place place() const { return place_; }
     i32 position() const { return place_.position; }

@@ -38,18 +38,29 @@ bool is_dead(wiq_json* node, i32 count) {
     return true;
 }
 
+// Gives up a reference; the count that is left. A count of 1 is the caller's own reference: nobody else can
+// change it then, so that the usual case, a value with one owner, needs no locked instruction.
+i32 drop_reference(wiq_json* node) {
+    if (std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire) == 1) {
+        set_count(node, 0);
+        return 0;
+    }
+    return count_down(node);
+}
+
 // Gives up a container's reference to a child; true if the child is to be destroyed.
 bool drop_child(bool weak, wiq_json* child) {
     if (!weak) {
         unlink_from_parent(child);
     }
-    return is_dead(child, count_down(child));
+    return is_dead(child, drop_reference(child));
 }
 
-// From here on the map's size is the number of the bucket to be emptied next.
+// From here on the size of an object is the number of the bucket to be emptied next.
 void begin_emptying(wiq_json* node) {
     if (node->type == kJsonObject) {
-        as<ObjectNode>(node)->map.size = 0;
+        Members& members = as<ObjectNode>(node)->members;
+        members.size = 0;
     }
 }
 
@@ -59,13 +70,16 @@ wiq_json* take_next_child(wiq_json* node) {
         auto* array = as<ArrayNode>(node);
         return array->elems.size > 0 ? elems_of(array)[--array->elems.size] : nullptr;
     }
-    wiq_map* map = &as<ObjectNode>(node)->map;
-    for (; map->size < map->bucket_count; ++map->size) {
-        wiq_map_entry* entry = map->buckets[map->size];
-        if (entry != nullptr) {
-            map->buckets[map->size] = entry->next;
-            wiq_json* child = child_of(entry);
-            std::free(entry);
+    Members& members = as<ObjectNode>(node)->members;
+    if (members.buckets == nullptr) {
+        return nullptr;
+    }
+    for (; members.size <= members.mask; ++members.size) {
+        Member* member = members.buckets[members.size];
+        if (member != nullptr) {
+            members.buckets[members.size] = member->next;
+            wiq_json* child = member->child;
+            free_member(member);
             return child;
         }
     }
@@ -75,56 +89,45 @@ wiq_json* take_next_child(wiq_json* node) {
 // Releases what an emptied container holds beside its children, and leaves it empty.
 void end_emptying(wiq_json* node) {
     if (node->type == kJsonArray) {
-        wiq_vector_finalize(&as<ArrayNode>(node)->elems);
-        return;
+        Elements& elems = as<ArrayNode>(node)->elems;
+        std::free(elems.data);
+        elems = {};
+    } else {
+        Members& members = as<ObjectNode>(node)->members;
+        std::free(members.buckets);
+        members = {};
     }
-    wiq_map* map = &as<ObjectNode>(node)->map;
-    std::free(map->buckets);
-    map->buckets = nullptr;
-    map->bucket_count = 0;
-    map->size = 0;
 }
 
-// Releases all children of a container, and everything below them that dies with them.
-void empty_container(wiq_json* top) {
+}  // namespace
+
+// With everything below them that dies with them.
+void release_children(wiq_json* top) {
     add_to_count(top, kDying);
     begin_emptying(top);
     wiq_json* node = top;
     for (;;) {
         wiq_json* child = take_next_child(node);
-        if (child != nullptr) {
-            if (!drop_child(is_weak(node), child)) {
-                continue;
+        if (child == nullptr) {
+            if (node == top) {
+                break;
             }
-            if (!is_container(child)) {
-                std::free(child);
-                continue;
+            end_emptying(node);
+            wiq_json* up = node->parent;
+            free_node(node);
+            node = up;
+        } else if (drop_child(is_weak(node), child)) {
+            if (is_container(child)) {
+                set_count(child, kDying);
+                child->parent = node;
+                begin_emptying(child);
+                node = child;
+            } else {
+                free_node(child);
             }
-            set_count(child, kDying);
-            child->parent = node;
-            begin_emptying(child);
-            node = child;
-            continue;
         }
-        end_emptying(node);
-        if (node == top) {
-            break;
-        }
-        wiq_json* up = node->parent;
-        std::free(node);
-        node = up;
     }
     add_to_count(top, -kDying);
-}
-
-}  // namespace
-
-i32 count_up(wiq_json* node) {
-    return std::atomic_ref<i32>(node->refcount).fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-i32 count_down(wiq_json* node) {
-    return std::atomic_ref<i32>(node->refcount).fetch_sub(1, std::memory_order_acq_rel) - 1;
 }
 
 void release_child(const wiq_json* container, wiq_json* child) {
@@ -158,14 +161,16 @@ void wiq_json_ref(wiq_json_t* node) {
 }
 
 void wiq_json_unref(wiq_json_t* node) {
-    if (node != nullptr && is_dead(node, count_down(node))) {
+    if (node != nullptr && is_dead(node, drop_reference(node))) {
         wiq_json_delete_impl(node);
     }
 }
 
 void wiq_json_delete_impl(wiq_json_t* node) {
-    wiq_json_finalize(node);
-    std::free(node);
+    if (node != nullptr) {
+        wiq_json_finalize(node);
+        free_node(node);
+    }
 }
 
 void wiq_json_finalize(wiq_json_t* node) {
@@ -173,7 +178,8 @@ void wiq_json_finalize(wiq_json_t* node) {
         return;
     }
     if (is_container(node)) {
-        empty_container(node);
+        release_children(node);
+        end_emptying(node);
     } else if (node->type == kJsonString || node->type == kJsonRef) {
         // The text goes with the node's block.
         as<TextNode>(node)->text = nullptr;

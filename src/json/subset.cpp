@@ -83,7 +83,7 @@ struct Pair {
 struct ObjectMatch {
     const ObjectNode* a;
     const ObjectNode* b;
-    const wiq_map_entry* member;  // of a, asked about
+    const Member* member;  // of a, asked about
 
     Answer start(u32 flags) {
         const bool sizes_fit = has(flags, WIQ_JSON_SUBSET_SAME_SIZE) ? size_of(a) == size_of(b)
@@ -96,8 +96,8 @@ struct ObjectMatch {
     }
 
     Pair question() const {
-        const wiq_map_entry* other = map_find(&b->map, member->hash, member->key);
-        return {child_of(member), other != nullptr ? child_of(other) : nullptr};
+        const Member* other = find(b->members, Key(member));
+        return {member->child, other != nullptr ? other->child : nullptr};
     }
 
     Answer go_on(bool matched) {

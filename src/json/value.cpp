@@ -12,26 +12,13 @@ namespace {
 
 constexpr double kTwoTo63 = 9223372036854775808.0;
 
-// A node of the given kind, count 0, without parent; nullptr without memory. Its payload is not set.
-template <class Node>
-Node* new_node(u16 type) {
-    auto* node = static_cast<Node*>(std::malloc(sizeof(Node)));
-    if (node != nullptr) {
-        begin_node(node, type);
-    }
-    return node;
-}
-
 // The common frame of the constructors: chaining, then a node with its value, then the status.
 template <class Node, class Value>
 wiq_json_t* make(u16 type, const Value& value, u32* err) {
     if (has_failed(err)) {
         return nullptr;
     }
-    auto* node = new_node<Node>(type);
-    if (node != nullptr) {
-        node->value = value;
-    }
+    wiq_json* node = new_node_of<Node>(type, value);
     report(err, node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
     return node;
 }
@@ -40,7 +27,7 @@ wiq_json_t* make_bare(u16 type, u32* err) {
     if (has_failed(err)) {
         return nullptr;
     }
-    auto* node = new_node<wiq_json>(type);
+    wiq_json* node = new_node<wiq_json>(type);
     report(err, node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
     return node;
 }
@@ -63,13 +50,32 @@ u64 truncate_unsigned(double value) {
 
 }  // namespace
 
-wiq_json* new_text_node(u16 type, const char* text, size_t length) {
+wiq_json* allocate_node(u16 type, size_t size, const Key* key) {
+    constexpr size_t kUnit = 8;
+    constexpr size_t kFarthest = kUnit * UINT8_MAX;
+    size_t offset = 0;
+    if (key != nullptr && key->length < kFarthest - sizeof(Member)) {
+        offset = (sizeof(Member) + key->length + 1 + kUnit - 1) / kUnit * kUnit;
+    }
+    auto* block = static_cast<char*>(std::malloc(offset + size));
+    if (block == nullptr) {
+        return nullptr;
+    }
+    auto* node = reinterpret_cast<wiq_json*>(block + offset);
+    begin_node(node, type);
+    if (offset != 0) {
+        node->home = static_cast<u8>(offset / kUnit);
+        make_member(block, *key);
+    }
+    return node;
+}
+
+wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* key) {
     const size_t text_size = text != nullptr ? length + 1 : 0;
-    auto* node = static_cast<TextNode*>(std::malloc(sizeof(TextNode) + text_size));
+    auto* node = static_cast<TextNode*>(allocate_node(type, sizeof(TextNode) + text_size, key));
     if (node == nullptr) {
         return nullptr;
     }
-    begin_node(node, type);
     node->text = nullptr;
     if (text != nullptr) {
         node->text = reinterpret_cast<char*>(node + 1);
@@ -77,6 +83,11 @@ wiq_json* new_text_node(u16 type, const char* text, size_t length) {
         node->text[length] = '\0';
     }
     return node;
+}
+
+wiq_json* new_string(const char* text, const Key* key) {
+    wiq_json* node = new_text_node(kJsonString, text, std::strlen(text), key);
+    return node != nullptr ? node : new_text_node(kJsonString, nullptr, 0, key);
 }
 
 }  // namespace ke::json
@@ -119,11 +130,7 @@ wiq_json_t* wiq_json_str_new(const char* text, u32* err) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }
-    wiq_json* node = new_text_node(kJsonString, text, std::strlen(text));
-    if (node == nullptr) {
-        // A text that finds no memory does not cost the node, if that alone can be had.
-        node = new_text_node(kJsonString, nullptr, 0);
-    }
+    wiq_json* node = new_string(text);
     report(err, node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
     return node;
 }

@@ -31,6 +31,23 @@ constexpr char to_lower(char c) {
     return is_upper(c) ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+// The value of each character as a hexadecimal digit; -1 for what is none.
+struct HexDigits {
+    constexpr HexDigits() : values() {
+        for (int c = 0; c < 256; ++c)
+            values[c] = static_cast<i8>(c >= '0' && c <= '9'   ? c - '0'
+                                        : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                                        : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                               : -1);
+    }
+    i8 values[256];
+};
+inline constexpr HexDigits kHexDigits;
+
+constexpr i32 hex_digit_value(char c) {
+    return kHexDigits.values[static_cast<u8>(c)];
+}
+
 // The value of a digit in bases up to 36, letters in either case; -1 for any other character.
 constexpr i32 digit_value(char c) {
     if (is_digit(c))
@@ -38,7 +55,7 @@ constexpr i32 digit_value(char c) {
     return is_alpha(c) ? to_lower(c) - 'a' + 10 : -1;
 }
 constexpr bool is_hex_digit(char c) {
-    return digit_value(c) >= 0 && digit_value(c) < 16;
+    return hex_digit_value(c) >= 0;
 }
 
 }  // namespace ke

@@ -144,12 +144,7 @@ TEST(Reader, UnreadTakesNoFailureBack) {
 template <class Reader>
 void check_tokens(Reader& reader) {
     for (const char* expected : {"word", "17"}) {
-        int c = 0;
-        do {
-            reader.forget();
-            c = reader.next();
-        } while (c == ' ');
-        reader.begin_token();
+        int c = reader.first_of_token();
         while (c > ' ')
             c = reader.next();
         reader.unread(c);

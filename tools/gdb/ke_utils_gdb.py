@@ -30,6 +30,17 @@ def entries(table):
             entry = entry["next"]
 
 
+def members(table):
+    """The members of a JSON object in map order."""
+    if int(table["buckets"]) == 0:
+        return
+    for bucket in range(int(table["mask"]) + 1):
+        member = table["buckets"][bucket]
+        while int(member) != 0:
+            yield member
+            member = member["next"]
+
+
 class Uint128Printer:
     """wiq_uint128 as a decimal number."""
 
@@ -119,7 +130,7 @@ class JsonPrinter:
         if self.type in WORDS:
             return WORDS[self.type]
         if self.type == JSON_OBJECT:
-            return "%sobject of %d" % (self.weak(), int(self.node("ObjectNode")["map"]["size"]))
+            return "%sobject of %d" % (self.weak(), int(self.node("ObjectNode")["members"]["size"]))
         if self.type == JSON_ARRAY:
             return "%sarray of %d" % (self.weak(), int(self.node("ArrayNode")["elems"]["size"]))
         if self.type == JSON_I64:
@@ -143,9 +154,10 @@ class JsonPrinter:
         node = self.value.type.pointer()
         if self.type == JSON_OBJECT:
             char = gdb.lookup_type("char").pointer()
-            for entry in entries(self.node("ObjectNode")["map"]):
-                key = entry["key"].cast(char).string(errors="replace")
-                yield key, entry["value"].cast(node).dereference()
+            for member in members(self.node("ObjectNode")["members"]):
+                # The key's text stands behind the member.
+                key = (member + 1).cast(char).string(errors="replace")
+                yield key, member["child"].cast(node).dereference()
         elif self.type == JSON_ARRAY:
             elems = self.node("ArrayNode")["elems"]
             slots = elems["data"].cast(node.pointer())

@@ -1,0 +1,86 @@
+// The steps that a chained hash table is made of: linking, unlinking, splitting, walking. wiq_map and the
+// members of JSON objects are built on them, each with its own kind of entry, of which the steps need
+// `next` and `hash`.
+//
+// A table is an array of bucket heads whose number is a power of two; `mask` is that number less one. The
+// order of a walk can be observed, so it is fixed: an entry joins its chain at the end; growth takes the
+// old chains in order and puts each entry at the front of its new one.
+#pragma once
+
+#include "ke_utils/types.h"
+
+namespace ke {
+
+// The place of a hash: by its low bits, it being widened as a signed number.
+constexpr u64 bucket_of(u32 hash, u64 mask) {
+    return mask & static_cast<u64>(static_cast<i64>(static_cast<i32>(hash)));
+}
+
+// The number of buckets for so many entries: the smallest power of two above four thirds of it, or 1 for
+// none.
+constexpr u64 initial_buckets(u64 capacity) {
+    const u64 least = capacity * 4 / 3;
+    u64 count = 1;
+    while (least != 0 && count <= least && count <= UINT64_MAX / 2)
+        count *= 2;
+    return count;
+}
+
+// The number of entries that a table of so many buckets holds before it grows.
+constexpr u64 load_limit(u64 bucket_count) {
+    return bucket_count * 3 / 4;
+}
+
+template <class Entry>
+inline void append_to_chain(Entry** link, Entry* entry) {
+    while (*link != nullptr)
+        link = &(*link)->next;
+    entry->next = nullptr;
+    *link = entry;
+}
+
+template <class Entry>
+inline void remove_from_chain(Entry** link, const Entry* entry) {
+    while (*link != entry)
+        link = &(*link)->next;
+    *link = entry->next;
+}
+
+// Doubles a table in its own array, which has room behind its `count` buckets for as many more. One more
+// bit of the hash counts, so each chain parts into its own bucket and the one `count` further on, and no
+// bucket gets entries from two chains.
+template <class Entry>
+void split_chains(Entry** buckets, u64 count) {
+    for (u64 bucket = 0; bucket < count; ++bucket) {
+        // Indexed, not branched on: which half an entry goes to cannot be predicted.
+        Entry* heads[2] = {nullptr, nullptr};
+        for (Entry* entry = buckets[bucket]; entry != nullptr;) {
+            Entry* next = entry->next;
+            Entry*& head = heads[(bucket_of(entry->hash, 2 * count - 1) & count) != 0 ? 1 : 0];
+            entry->next = head;
+            head = entry;
+            entry = next;
+        }
+        buckets[bucket] = heads[0];
+        buckets[bucket + count] = heads[1];
+    }
+}
+
+// The first entry at or behind a bucket; nullptr at the end.
+template <class Entry>
+inline Entry* first_from(Entry* const* buckets, u64 mask, u64 bucket) {
+    for (; bucket <= mask; ++bucket) {
+        if (buckets[bucket] != nullptr)
+            return buckets[bucket];
+    }
+    return nullptr;
+}
+
+// The entry behind another one in the order of a walk; nullptr at the end.
+template <class Entry>
+inline Entry* next_in_table(Entry* const* buckets, u64 mask, const Entry* entry) {
+    return entry->next != nullptr ? entry->next
+                                  : first_from(buckets, mask, bucket_of(entry->hash, mask) + 1);
+}
+
+}  // namespace ke

@@ -1,0 +1,142 @@
+// The members of an object: a chained hash table from key to child that shows itself as a wiq_map would
+// (bucket count, growth, order), in less memory and without a call to compare keys.
+//
+//   Members      ┌─────────┬──────┬──────┐
+//                │ buckets │ mask │ size │ 16 bytes, in the object's node
+//                └────┬────┴──────┴──────┘
+//                     └► heads of the chains: mask + 1 of them. No array, and mask 0, stand for the one
+//                        bucket of an object that never had a member.
+//   Member       ┌──────┬───────┬──────┬────────────┬──────────────┐
+//   (+ key)      │ next │ child │ hash │ key_length │ k e y ... \0 │ (+ the child's node, see node.h)
+//                └──────┴───────┴──────┴────────────┴▲─────────────┘
+//                                                    └─ the child's position.key points here
+#pragma once
+
+#include <cstring>
+
+#include "containers/chains.h"
+#include "containers/murmur3.h"
+#include "ke_utils/core.h"
+
+struct wiq_json;
+
+namespace ke::json {
+
+struct Member {
+    Member* next;
+    wiq_json* child;
+    u32 hash;
+    u32 key_length;  // the NUL not counted
+
+    const char* key() const { return reinterpret_cast<const char*>(this + 1); }
+};
+
+// The member whose block holds this key text: a child's position.key gives its member.
+inline Member* member_of_key(const char* key) {
+    return reinterpret_cast<Member*>(const_cast<char*>(key)) - 1;
+}
+
+struct Members {
+    Member** buckets;
+    u32 mask;
+    u32 size;
+};
+
+// A key that is looked for or to be added, with its hash.
+struct Key {
+    Key(const char* key_text, size_t key_length)
+        : text(key_text), length(key_length), hash(hash_str(key_text, key_length)) {}
+    Key(const char* key_text, size_t key_length, u32 key_hash)
+        : text(key_text), length(key_length), hash(key_hash) {}
+    explicit Key(const Member* member)
+        : text(member->key()), length(member->key_length), hash(member->hash) {}
+
+    const char* text;  // the NUL behind it is not needed, except by what hashes it
+    size_t length;
+    u32 hash;
+};
+
+inline bool has_key(const Member* member, const Key& key) {
+    return member->hash == key.hash && member->key_length == key.length &&
+           memcmp(member->key(), key.text, key.length) == 0;
+}
+
+// The link to the member with this key, or the end of the chain where it would be. For a table that is
+// there.
+inline Member** slot_of(const Members& members, const Key& key) {
+    Member** slot = &members.buckets[bucket_of(key.hash, members.mask)];
+    while (*slot != nullptr && !has_key(*slot, key))
+        slot = &(*slot)->next;
+    return slot;
+}
+
+inline Member* find(const Members& members, const Key& key) {
+    return members.size == 0 ? nullptr : *slot_of(members, key);
+}
+
+// Members in the order of a wiq_map's walk: nullptr at the end. The object must not change in between.
+inline Member* first(const Members& members) {
+    return members.size == 0 ? nullptr : first_from(members.buckets, members.mask, 0);
+}
+inline Member* next(const Members& members, const Member* member) {
+    return next_in_table(members.buckets, members.mask, member);
+}
+
+// Room for so many members: 0, or -5000.
+i32 init_members(Members* members, i32 capacity);
+
+// Makes a member of a block of at least sizeof(Member) and the key's length and 1 bytes: a copy of the key,
+// and no child.
+Member* make_member(void* block, const Key& key);
+
+// Takes a member out of its chain; the size is the caller's to lower, and so is the member.
+inline void unlink_member(Members* members, const Member* member) {
+    remove_from_chain(&members->buckets[bucket_of(member->hash, members->mask)], member);
+}
+
+// A table has no more buckets than its mask can tell and an i32 can number half of.
+constexpr u64 kMostBuckets = u64{1} << 31;
+
+// The longest key that a member can have.
+constexpr size_t kLongestKey = UINT32_MAX - 1;
+
+// Puts a free-standing member into the table, in the place of the old one with the same key, which is the
+// caller's then, if there is one. The table's memory is the storage's, with
+//   bool begin(Members*)    gives an object that has no table two buckets, all empty
+//   bool extend(Members*)   makes room behind the buckets for as many more, and may move them
+// which return false without memory. 0, or -5000 with nothing changed.
+template <class Storage>
+i32 put_member(Storage& storage, Members* members, Member* member, Member** old) {
+    *old = nullptr;
+    if (members->buckets == nullptr && !storage.begin(members))
+        return WIQ_ERR_NO_MEMORY;
+    Member** slot = slot_of(*members, Key(member));
+    *old = *slot;
+    member->next = *old == nullptr ? nullptr : (*old)->next;
+    *slot = member;
+    if (*old != nullptr)
+        return 0;
+    // The new member takes its place in the old table first: growth then moves it with the others.
+    const u64 count = u64{members->mask} + 1;
+    if (members->size < load_limit(count)) {
+        ++members->size;
+        return 0;
+    }
+    if (count == kMostBuckets || !storage.extend(members)) {
+        // The storage may have moved the table.
+        unlink_member(members, member);
+        return WIQ_ERR_NO_MEMORY;
+    }
+    ++members->size;
+    split_chains(members->buckets, count);
+    members->mask = static_cast<u32>(2 * count - 1);
+    return 0;
+}
+
+// Tables in blocks of their own.
+struct HeapTables {
+    static bool begin(Members* members);
+    static bool extend(Members* members);
+};
+
+}  // namespace ke::json

@@ -1,0 +1,144 @@
+// Members and their nodes in one block: each may leave before the other, and the block goes with the node.
+// The sanitizers and the allocation counts of the faults tests see what these cannot assert.
+#include <gtest/gtest.h>
+
+#include "json/node.h"
+#include "json/tree.h"
+
+namespace {
+
+using tree::make;
+using tree::text_of;
+using tree::Tree;
+
+bool shares_block(const wiq_json_t* node) {
+    return node->home != 0;
+}
+
+wiq_json_t* child(const Tree& obj, const char* key) {
+    return wiq_json_obj_get_ext(obj.get(), key, 0, nullptr);
+}
+
+TEST(JsonMembers, BuiltOnesShareABlockWithTheirNodes) {
+    Tree obj(wiq_json_obj_new(0, nullptr));
+    const wiq_uint128 big = {1, 2};
+    const wiq_json_t* nodes[] = {
+        wiq_json_obj_put_null(obj.get(), "null", nullptr),
+        wiq_json_obj_put_bool(obj.get(), "bool", true, nullptr),
+        wiq_json_obj_put_i64(obj.get(), "i64", -1, nullptr),
+        wiq_json_obj_put_u64(obj.get(), "u64", 1, nullptr),
+        wiq_json_obj_put_u128(obj.get(), "u128", &big, nullptr),
+        wiq_json_obj_put_double(obj.get(), "double", 1.5, nullptr),
+        wiq_json_obj_put_str(obj.get(), "str", "text", nullptr),
+        wiq_json_obj_put_jref(obj.get(), "jref", "#/null", nullptr),
+        wiq_json_obj_put_obj(obj.get(), "obj", nullptr),
+        wiq_json_obj_put_array(obj.get(), "array", nullptr),
+    };
+    for (const wiq_json_t* node : nodes) {
+        EXPECT_TRUE(shares_block(node)) << wiq_json_type_string(node);
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(node) % alignof(void*), 0u);
+    }
+    ASSERT_EQ(wiq_json_obj_put_ext(obj.get(), "own", wiq_json_null_new(nullptr), nullptr), 0);
+    EXPECT_FALSE(shares_block(child(obj, "own")));
+}
+
+TEST(JsonMembers, KeysOfEveryLength) {
+    // A key of 2016 bytes and more is too long for the distance that a node can tell.
+    for (const size_t length : {0, 1, 6, 7, 8, 9, 2014, 2015, 2016, 2017, 5000}) {
+        const std::string key(length, 'k');
+        Tree obj(wiq_json_obj_new(0, nullptr));
+        const wiq_json_t* node = wiq_json_obj_put_str(obj.get(), key.c_str(), "text", nullptr);
+        ASSERT_NE(node, nullptr);
+        EXPECT_EQ(shares_block(node), length < 2016) << length;
+        EXPECT_STREQ(wiq_json_parent_key(node), key.c_str());
+
+        Tree parsed(wiq_json_loads(("{\"" + key + "\":\"text\"}").c_str(), 0, nullptr));
+        EXPECT_EQ(text_of(parsed), text_of(obj));
+        Tree copied(wiq_json_copy(parsed.get(), nullptr));
+        EXPECT_EQ(text_of(copied), text_of(obj));
+
+        const std::string twice = "{\"" + key + "\":1,\"" + key + "\":{\"$ref\":\"#\"}}";
+        Tree folded(wiq_json_loads(twice.c_str(), 0, nullptr));
+        EXPECT_EQ(text_of(folded), "{\"" + key + "\":@\"#\"}");
+    }
+}
+
+TEST(JsonMembers, ANodeOutlivesItsObject) {
+    Tree obj = make("{\"a\":1,\"b\":\"text\",\"c\":{\"d\":[2]}}");
+    wiq_json_t* text = child(obj, "b");
+    wiq_json_t* inner = child(obj, "c");
+    wiq_json_ref(text);
+    wiq_json_ref(inner);
+    obj.reset();
+    EXPECT_STREQ(wiq_json_str_get(text), "text");
+    EXPECT_EQ(text_of(inner), "{\"d\":[2]}");
+    EXPECT_EQ(wiq_json_parent_key(text), nullptr);
+    wiq_json_unref(text);
+    wiq_json_unref(inner);
+}
+
+TEST(JsonMembers, ANodeMovesToAnotherObject) {
+    Tree from(wiq_json_obj_new(0, nullptr));
+    wiq_json_t* node = wiq_json_obj_put_str(from.get(), "old", "text", nullptr);
+    ASSERT_EQ(wiq_json_make_orphan(node), 0);
+    EXPECT_EQ(text_of(from), "{}");
+    Tree to = make("{\"new\":1}");
+    ASSERT_EQ(wiq_json_obj_put_ext(to.get(), "new", node, nullptr), 0);
+    from.reset();
+    EXPECT_EQ(text_of(to), "{\"new\":\"text\"}");
+    EXPECT_STREQ(wiq_json_parent_key(node), "new");
+    ASSERT_EQ(wiq_json_obj_remove(to.get(), "new"), 0);
+    EXPECT_EQ(text_of(to), "{}");
+}
+
+TEST(JsonMembers, ReplacedOnesStayWhereTheyWereInTheOrder) {
+    Tree obj(wiq_json_obj_new(0, nullptr));
+    for (const char* key : {"a", "b", "c", "d", "e", "f", "g"})
+        ASSERT_NE(wiq_json_obj_put_i64(obj.get(), key, 1, nullptr), nullptr);
+    wiq_strv before;
+    wiq_strv after;
+    wiq_strv_init(&before);
+    wiq_strv_init(&after);
+    ASSERT_EQ(wiq_json_obj_keys(obj.get(), &before), 7);
+    for (const char* key : {"c", "g", "a"}) {
+        wiq_json_t* old = child(obj, key);
+        wiq_json_ref(old);
+        ASSERT_NE(wiq_json_obj_put_str(obj.get(), key, "new", nullptr), nullptr);
+        EXPECT_EQ(tree::count(old), 1);
+        EXPECT_EQ(tree::parent(old), nullptr);
+        EXPECT_EQ(wiq_json_i64_get(old), 1);
+        wiq_json_unref(old);
+    }
+    ASSERT_EQ(wiq_json_obj_keys(obj.get(), &after), 7);
+    for (u32 i = 0; i < 7; ++i)
+        EXPECT_STREQ(wiq_strv_get(&after, i), wiq_strv_get(&before, i));
+    wiq_strv_finalize(&before);
+    wiq_strv_finalize(&after);
+}
+
+TEST(JsonMembers, InAWeakObjectToo) {
+    Tree weak(wiq_json_obj_weak_new(0, nullptr));
+    wiq_json_t* node = wiq_json_obj_put_str(weak.get(), "a", "text", nullptr);
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(tree::parent(node), nullptr);
+    wiq_json_ref(node);
+    weak.reset();
+    EXPECT_STREQ(wiq_json_str_get(node), "text");
+    wiq_json_unref(node);
+}
+
+// What stands for the lowest size of table: none, until there is a member.
+TEST(JsonMembers, AnEmptyObjectHasNoTable) {
+    Tree obj(wiq_json_obj_new(0, nullptr));
+    EXPECT_EQ(ke::json::as<ke::json::ObjectNode>(obj.get())->members.buckets, nullptr);
+    EXPECT_FALSE(wiq_json_obj_has_key(obj.get(), "a"));
+    EXPECT_EQ(wiq_json_obj_remove(obj.get(), "a"), WIQ_ERR_INVALID_ARG);
+    Tree copied(wiq_json_copy(obj.get(), nullptr));
+    EXPECT_TRUE(wiq_json_equal(obj.get(), copied.get()));
+    ASSERT_NE(wiq_json_obj_put_null(obj.get(), "a", nullptr), nullptr);
+    ASSERT_EQ(wiq_json_obj_remove(obj.get(), "a"), 0);
+    EXPECT_EQ(text_of(obj), "{}");
+    EXPECT_TRUE(wiq_json_equal(obj.get(), copied.get()));
+}
+
+}  // namespace
