@@ -9,6 +9,8 @@
 
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
+#include "ke_utils/json.h"
+#include "support/pipes.h"
 
 namespace {
 
@@ -195,6 +197,54 @@ TEST_F(Getline, MissingArgumentsAreAnswered) {
     EXPECT_EQ(wiq_getline(nullptr, &size_, stream_), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_getline(&line_, nullptr, stream_), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_getline(&line_, &size_, nullptr), WIQ_ERR_INVALID_ARG);
+}
+
+TEST_F(Getline, APipeThatEndsInTheMiddleOfALine) {
+    Pipe pipe;
+    ASSERT_NE(pipe.writer, nullptr);
+    fputs("whole\nhal", pipe.writer);
+    ASSERT_TRUE(Pipe::close(&pipe.writer));
+    std::swap(stream_, pipe.reader);
+    EXPECT_EQ(next(), "whole\n");
+    EXPECT_EQ(next(), "hal");
+    EXPECT_EQ(next(), "(-3004)");
+    std::swap(stream_, pipe.reader);
+}
+
+TEST(Streams, ADocumentCutOffByItsWriter) {
+    Pipe pipe;
+    ASSERT_NE(pipe.writer, nullptr);
+    fputs("[1,\n {\"a\"", pipe.writer);
+    ASSERT_TRUE(Pipe::close(&pipe.writer));
+    wiq_json_load_error error = {};
+    EXPECT_EQ(wiq_json_loadf(pipe.reader, 0, &error), nullptr);
+    EXPECT_EQ(error.status, WIQ_ERR_JSON_UNEXPECTED_TOKEN);
+    EXPECT_EQ(error.line, 2);
+}
+
+TEST(Streams, ADocumentForNobody) {
+    [[maybe_unused]] const NoPipeSignal quiet;
+    Pipe pipe;
+    ASSERT_NE(pipe.writer, nullptr);
+    Pipe::close(&pipe.reader);
+    // More than any buffer on the way takes.
+    wiq_json_t* root = wiq_json_str_new(std::string(200000, 'x').c_str(), nullptr);
+    EXPECT_EQ(wiq_json_fdump(root, pipe.writer, 0, 0), -1);
+    wiq_json_unref(root);
+}
+
+TEST(Streams, ADirectoryIsNoDocument) {
+    u32 err = 0;
+    FILE* directory = wiq_fopen(".", "r", &err);
+    wiq_json_load_error error = {};
+    if (directory == nullptr) {
+        // Windows refuses to open it.
+        EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
+        return;
+    }
+    EXPECT_EQ(wiq_json_loadf(directory, 0, &error), nullptr);
+    EXPECT_EQ(error.status, WIQ_ERR_JSON_UNEXPECTED_TOKEN);
+    fclose(directory);
 }
 
 TEST_F(Getline, AReadErrorEndsTheStream) {

@@ -11,6 +11,9 @@
 #ifdef _WIN32
 #include <io.h>
 #include <sys/stat.h>
+#else
+#include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 #include "ke_utils/core.h"
@@ -131,6 +134,100 @@ TEST_F(Filesystem, LongNames) {
     EXPECT_EQ(wiq_fopen((root_ + "\\" + far).c_str(), "r", &err), nullptr);
     EXPECT_NE(err, 0u);
 }
+
+// The systems' own limit of a name is 255 of their units.
+TEST_F(Filesystem, NamesAtTheSystemsLimit) {
+    EXPECT_EQ(read_all(file(std::string(255, 'n'), "longest")), "longest");
+    const std::string dir = path(std::string(255, 'd'));
+    EXPECT_EQ(wiq_mkdir(dir.c_str()), 0);
+    const std::string inside = dir + "\\" + std::string(255, 'f');
+    made_.push_back(inside);
+    u32 err = 0;
+    FILE* fp = wiq_fopen(inside.c_str(), "w", &err);
+    ASSERT_NE(fp, nullptr) << static_cast<i32>(err);
+    fclose(fp);
+#ifdef _WIN32
+    constexpr i32 kTooLong = WIQ_ERR_NOT_FOUND;
+#else
+    constexpr i32 kTooLong = WIQ_ERR_IO;
+#endif
+    EXPECT_EQ(wiq_rename(inside.c_str(), (dir + "\\" + std::string(256, 'f')).c_str()), kTooLong);
+    EXPECT_EQ(wiq_access(inside.c_str(), 0), 0) << "what cannot be renamed stays";
+    EXPECT_NE(wiq_mkdir((root_ + "\\" + std::string(256, 'd')).c_str()), 0);
+    // Two bytes a letter.
+    std::string letters;
+    for (int i = 0; i < 127; ++i)
+        letters += "\xC3\xA9";
+    EXPECT_EQ(read_all(file(letters, "letters")), "letters");
+}
+
+#ifdef _WIN32
+TEST_F(Filesystem, DriveForms) {
+    const std::string made = file("f.txt", "drive");
+    char* dir = wiq_install_dir();
+    ASSERT_NE(dir, nullptr);
+    const std::string drive(dir, 2);
+    free(dir);
+    ASSERT_EQ(drive[1], ':');
+    char full[1024];
+    ASSERT_NE(_fullpath(full, made.c_str(), sizeof(full)), nullptr);
+    EXPECT_EQ(read_all(full), "drive") << "drive and root";
+    std::string slashes = full;
+    for (char& c : slashes)
+        c = c == '\\' ? '/' : c;
+    EXPECT_EQ(read_all(slashes), "drive") << "with the other separator";
+    EXPECT_EQ(read_all(std::string(full, 2) + made), "drive")
+        << "a drive without a root: from the drive's current directory";
+    EXPECT_EQ(read_all(full + 2), "drive") << "a root without a drive: the current one";
+    EXPECT_EQ(read_all(std::string("\\\\?\\") + full), "drive") << "the system's long form";
+    EXPECT_EQ(wiq_mkdir((drive + "\\").c_str()), WIQ_ERR_ALREADY_EXISTS) << drive;
+}
+
+TEST_F(Filesystem, ReadOnlyFilesCannotBeUnlinked) {
+    const std::string made = file("f.txt");
+    ASSERT_EQ(_chmod(made.c_str(), _S_IREAD), 0);
+    EXPECT_EQ(wiq_unlink(made.c_str()), WIQ_ERR_ACCESS_DENIED);
+    EXPECT_EQ(read_all(made), "content");
+    ASSERT_EQ(_chmod(made.c_str(), _S_IREAD | _S_IWRITE), 0);
+}
+#else
+// Runs the body as a user to whom permissions apply.
+template <class Body>
+void as_plain_user(Body body) {
+    constexpr uid_t kNobody = 65534;
+    const uid_t before = geteuid();
+    if (before == 0) {
+        ASSERT_EQ(seteuid(kNobody), 0);
+    }
+    body();
+    ASSERT_EQ(seteuid(before), 0);
+}
+
+TEST_F(Filesystem, WhatPermissionsForbidIsDenied) {
+    const std::string dir = path("closed");
+    ASSERT_EQ(wiq_mkdir(dir.c_str()), 0);
+    const std::string made = file("closed\\f.txt");
+    const std::string native = root_ + "/closed";
+    ASSERT_EQ(chmod((native + "/f.txt").c_str(), 0444), 0);
+    ASSERT_EQ(chmod(native.c_str(), 0555), 0);
+    as_plain_user([&] {
+        u32 err = 0;
+        EXPECT_EQ(wiq_fopen(made.c_str(), "w", &err), nullptr) << "a read-only file";
+        EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
+        EXPECT_EQ(wiq_fopen((dir + "\\new").c_str(), "w", &err), nullptr);
+        EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
+        EXPECT_EQ(wiq_mkdir((dir + "\\new").c_str()), WIQ_ERR_ACCESS_DENIED);
+        EXPECT_EQ(wiq_mkdir((dir + "\\new\\newer").c_str()), WIQ_ERR_ACCESS_DENIED);
+        EXPECT_EQ(wiq_unlink(made.c_str()), WIQ_ERR_ACCESS_DENIED);
+        EXPECT_EQ(wiq_rename(made.c_str(), (dir + "\\g.txt").c_str()), WIQ_ERR_ACCESS_DENIED);
+        std::string tmpl = dir + "\\tXXXXXX";
+        EXPECT_EQ(wiq_mkstemp(tmpl.data(), &err, "w"), nullptr);
+        EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
+    });
+    ASSERT_EQ(chmod(native.c_str(), 0755), 0);
+    EXPECT_EQ(read_all(made), "content") << "nothing is lost";
+}
+#endif
 
 TEST_F(Filesystem, Access) {
     const std::string made = file("f.txt");
