@@ -107,10 +107,6 @@ void add_base64(CLI::App& app, Session& session) {
         auto file = std::make_shared<std::string>();
         CLI::App* command = base64->add_subcommand(row.name, row.help);
         add_input(*command, *file);
-        command
-            ->add_option("-o,--output", session.common.output,
-                         "Write to FILE, replaced only when everything succeeded")
-            ->type_name("FILE");
         command->callback([file, run = row.run, &session] {
             session.action = [file, run, &session] { return run(*file, session); };
         });

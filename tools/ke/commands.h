@@ -12,6 +12,7 @@ namespace tool {
 
 struct Session {
     Common common;
+    CLI::Option* output = nullptr;  // -o, which every command has
     std::function<int()> action;  // returns the exit status
 };
 
@@ -24,15 +25,12 @@ void add_number_commands(CLI::App& app, Session& session);
 void add_schema_command(CLI::App& app, Session& session);
 void add_status_command(CLI::App& app, Session& session);
 
-// The options of every command that writes a document.
-inline void add_output_options(CLI::App& command, Session& session) {
-    auto* output = command.add_option("-o,--output", session.common.output,
-                                      "Write to FILE, replaced only when everything succeeded");
-    output->type_name("FILE");
+// The option of every command whose output may take the place of its input.
+inline void add_in_place(CLI::App& command, Session& session) {
     command
         .add_flag("--in-place", session.common.in_place,
                   "Replace the input file, only when everything succeeded")
-        ->excludes(output);
+        ->excludes(session.output);
 }
 
 // The file argument of every command that reads one.

@@ -36,7 +36,7 @@ void add_format(CLI::App& json, Session& session) {
     CLI::App* command = json.add_subcommand("format", "Lay a document out anew");
     add_input(*command, args->file);
     add_layout(*command, args->layout);
-    add_output_options(*command, session);
+    add_in_place(*command, session);
     command->callback([args, &session] {
         session.action = [args, &session] {
             const Input input = read_input(args->file, session.common);
@@ -79,7 +79,7 @@ void add_expand(CLI::App& json, Session& session) {
     CLI::App* command = json.add_subcommand(
         "expand", "Replace every {\"$ref\": POINTER} by a copy of what it names");
     add_input(*command, *file);
-    add_output_options(*command, session);
+    add_in_place(*command, session);
     command->callback([file, &session] {
         session.action = [file, &session] {
             const Input input = read_input(*file, session.common);

@@ -75,7 +75,7 @@ void add_set(CLI::App& json, Session& session) {
         ->type_name("VALUE")
         ->required();
     add_input(*command, args->file);
-    add_output_options(*command, session);
+    add_in_place(*command, session);
     command->callback([args, &session] {
         session.action = [args, &session] { return set_value(*args, session); };
     });
@@ -88,7 +88,7 @@ void add_remove(CLI::App& json, Session& session) {
         ->type_name("POINTER")
         ->required();
     add_input(*command, args->file);
-    add_output_options(*command, session);
+    add_in_place(*command, session);
     command->callback([args, &session] {
         session.action = [args, &session] { return remove_value(*args, session); };
     });

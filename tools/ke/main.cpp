@@ -12,7 +12,8 @@ namespace tool {
 namespace {
 
 constexpr const char* kFooter =
-    "Every command reads FILE or, without one or with \"-\", standard input.\n"
+    "The options above stand before or behind the command. A command that takes a FILE reads\n"
+    "standard input without one or with \"-\".\n"
     "Exit status: 0 done; 1 a comparison's answer is no; 2 the data or a file is wrong; 64 wrong "
     "usage.\n"
     "Example: ke json get /smart/temperature report.json";
@@ -20,6 +21,9 @@ constexpr const char* kFooter =
 void add_all(CLI::App& app, Session& session) {
     app.set_version_flag("--version", "ke " KE_VERSION);
     app.add_flag("--quiet", session.common.quiet, "Show no progress on large files");
+    session.output = app.add_option("-o,--output", session.common.output,
+                                    "Write to FILE, replaced only when everything succeeded");
+    session.output->type_name("FILE");
     add_json_commands(app, session);
     add_ini_commands(app, session);
     add_binary_commands(app, session);

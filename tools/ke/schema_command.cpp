@@ -1,4 +1,5 @@
 // ke schema: the JSON schemas of a command's input and output, which are installed beside the tool.
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -28,6 +29,7 @@ int show(const std::vector<std::string>& words, const Session& session) {
     std::string command;
     for (const std::string& word : words)
         command += (command.empty() ? "" : "-") + word;
+    std::replace(command.begin(), command.end(), ' ', '-');
     Json input = load(command, true);
     Json output = load(command, false);
     u32 err = 0;
