@@ -12,7 +12,6 @@ namespace tool {
 
 struct Session {
     Common common;
-    CLI::Option* output = nullptr;  // -o, which every command has
     std::function<int()> action;  // returns the exit status
 };
 
@@ -27,10 +26,8 @@ void add_status_command(CLI::App& app, Session& session);
 
 // The option of every command whose output may take the place of its input.
 inline void add_in_place(CLI::App& command, Session& session) {
-    command
-        .add_flag("--in-place", session.common.in_place,
-                  "Replace the input file, only when everything succeeded")
-        ->excludes(session.output);
+    command.add_flag("--in-place", session.common.in_place,
+                     "Replace the input file, only when everything succeeded");
 }
 
 // The file argument of every command that reads one.

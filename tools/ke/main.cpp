@@ -21,9 +21,9 @@ constexpr const char* kFooter =
 void add_all(CLI::App& app, Session& session) {
     app.set_version_flag("--version", "ke " KE_VERSION);
     app.add_flag("--quiet", session.common.quiet, "Show no progress on large files");
-    session.output = app.add_option("-o,--output", session.common.output,
-                                    "Write to FILE, replaced only when everything succeeded");
-    session.output->type_name("FILE");
+    app.add_option("-o,--output", session.common.output,
+                   "Write to FILE, replaced only when everything succeeded")
+        ->type_name("FILE");
     add_json_commands(app, session);
     add_ini_commands(app, session);
     add_binary_commands(app, session);
@@ -54,6 +54,8 @@ int run(const std::vector<std::string>& args) {
     add_all(app, session);
     try {
         app.parse(std::vector<std::string>(args.rbegin(), args.rend()));
+        if (session.common.in_place && !session.common.output.empty())
+            throw CLI::ExcludesError("--in-place", "--output");
         const int status = session.action();
         return fflush(stdout) == 0 ? status : throw failure("standard output", -3);
     } catch (const CLI::ParseError& error) {

@@ -63,11 +63,30 @@ struct NumberArgs {
     int base = 10;
 };
 
+// The library keeps the low 128 bits of a number; a person wants to know that there were more. Whether
+// there were shows when the number without its sign, prefix and zeros is written back.
+bool fits_128_bits(const std::string& text) {
+    std::string digits = text.substr(std::min(text.find_first_not_of(" \t-"), text.size()));
+    wiq_uint128 value;
+    if (wiq_uint128_from_str(digits.c_str(), &value) != 0)
+        return false;
+    const bool prefixed = digits.size() > 1 && digits[0] == '0';
+    const int base = !prefixed ? 10 : digits[1] == 'x' || digits[1] == 'X' ? 16 : 8;
+    digits.erase(0, base == 16 ? 2 : 0);
+    digits.erase(0, digits.find_first_not_of('0'));
+    wiq_upper_all(digits.data());
+    char again[129];
+    check("number", wiq_uint128_to_str(value, base, again, sizeof(again)));
+    return digits == again || (digits.empty() && again == std::string_view("0"));
+}
+
 int show_number(const NumberArgs& args, const Session& session) {
     wiq_uint128 value;
     const i32 status = wiq_uint128_from_str(args.text.c_str(), &value);
     if (status != 0)
         throw failure("number \"" + args.text + "\"", status);
+    if (!fits_128_bits(args.text))
+        throw Failure{"number \"" + args.text + "\": more than 128 bits"};
     char digits[129];
     check("--base", wiq_uint128_to_str(value, args.base, digits, sizeof(digits)));
     print(std::string(digits) + "\n", session);

@@ -1,0 +1,161 @@
+// What ke does to files: replaced only when everything succeeded, untouched and alone in their folder when
+// not; names in any language; no progress where nobody looks.
+#include <gtest/gtest.h>
+
+#include "ke_utils/core.h"
+#include "ke_utils/files.h"
+#include "tools/process.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <dirent.h>
+#endif
+
+namespace {
+
+class KeFiles : public testing::Test {
+  protected:
+    void SetUp() override {
+        folder_ =
+            std::string("ke_") + testing::UnitTest::GetInstance()->current_test_info()->name();
+        ASSERT_EQ(wiq_mkdir(folder_.c_str()), 0);
+    }
+    void TearDown() override {
+        for (const std::string& name : names())
+            wiq_unlink(in(name).c_str());
+        EXPECT_EQ(wiq_rmdir(folder_.c_str()), 0);
+    }
+
+    std::string in(const std::string& name) const { return folder_ + "\\" + name; }
+
+    // What the folder holds.
+    std::vector<std::string> names() const {
+        std::vector<std::string> all;
+#ifdef _WIN32
+        WIN32_FIND_DATAW found;
+        const std::wstring pattern(folder_.begin(), folder_.end());
+        HANDLE handle = FindFirstFileW((pattern + L"\\*").c_str(), &found);
+        for (BOOL more = handle != INVALID_HANDLE_VALUE; more;
+             more = FindNextFileW(handle, &found)) {
+            char name[1024] = {};
+            WideCharToMultiByte(CP_UTF8, 0, found.cFileName, -1, name, sizeof(name), nullptr,
+                                nullptr);
+            if (name[0] != '.')
+                all.emplace_back(name);
+        }
+        FindClose(handle);
+#else
+        DIR* dir = opendir(folder_.c_str());
+        while (const dirent* entry = readdir(dir)) {
+            if (entry->d_name[0] != '.')
+                all.emplace_back(entry->d_name);
+        }
+        closedir(dir);
+#endif
+        return all;
+    }
+
+    std::string folder_;
+};
+
+TEST_F(KeFiles, AreReplacedInPlace) {
+    write_file(in("r.json"), "{\"a\":1}");
+    const Outcome outcome = ke({"json", "set", "/b", "2", in("r.json"), "--in-place"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(ke({"json", "format", "--compact", "--sort-keys", in("r.json")}).out,
+              "{\"a\":1,\"b\":2}\n");
+    EXPECT_EQ(names(), std::vector<std::string>{"r.json"});
+}
+
+TEST_F(KeFiles, StayAsTheyWereWhenACommandFails) {
+    const std::string before = "{\"a\": 1, // no comment\n}";
+    write_file(in("r.json"), before);
+    for (const std::vector<std::string>& args :
+         std::vector<std::vector<std::string>>{{"json", "format", "--in-place"},
+                                               {"json", "set", "/b", "2", "--in-place"},
+                                               {"json", "remove", "/a", "--in-place"},
+                                               {"json", "expand", "--in-place"}}) {
+        std::vector<std::string> with_file = args;
+        with_file.push_back(in("r.json"));
+        EXPECT_EQ(ke(with_file).status, 2);
+        EXPECT_EQ(read_file(in("r.json")), before);
+    }
+    write_file(in("good.json"), "{\"a\":1}");
+    EXPECT_EQ(ke({"json", "set", "/a/b", "2", "--in-place", in("good.json")}).status, 2);
+    EXPECT_EQ(ke({"json", "get", "/x", in("good.json"), "-o", in("good.json")}).status, 2);
+    EXPECT_EQ(read_file(in("good.json")), "{\"a\":1}");
+    EXPECT_EQ(names().size(), 2u) << "nothing half-written is left";
+}
+
+TEST_F(KeFiles, AreWrittenByEveryCommand) {
+    write_file(in("r.json"), "{\"a\":1}");
+    write_file(in("r.ini"), "[a]\nk=1\n");
+    const std::string out = in("out");
+    const struct {
+        std::vector<std::string> args;
+        const char* content;
+    } kTable[] = {
+        {{"json", "get", "/a", in("r.json")}, "1\n"},
+        {{"json", "format", "--compact", in("r.json")}, "{\"a\":1}\n"},
+        {{"json", "paths", in("r.json")}, "/a\t1\n"},
+        {{"ini", "get", "a", "k", "-f", in("r.ini")}, "1\n"},
+        {{"base64", "encode", in("r.json")}, "eyJhIjoxfQ==\n"},
+        {{"number", "7"}, "7\n"},
+        {{"status", "0"}, "0\tsuccess\n"},
+    };
+    for (const auto& row : kTable) {
+        std::vector<std::string> args = row.args;
+        args.insert(args.end(), {"-o", out});
+        const Outcome outcome = ke(args);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(read_file(out), row.content);
+    }
+    EXPECT_EQ(names().size(), 3u);
+}
+
+TEST_F(KeFiles, CannotBeWrittenWhereThereIsNoFolder) {
+    const Outcome outcome = ke({"number", "7", "-o", in("none\\out")});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_NE(outcome.err.find("WIQ_ERR_NOT_FOUND"), std::string::npos) << outcome.err;
+}
+
+TEST_F(KeFiles, NamesInAnyLanguage) {
+    const std::string name =
+        "Gr\xC3\xB6\xC3\x9F"
+        "e \xE6\xB8\xA9\xE5\xBA\xA6.json";
+    write_file(in(name), "[1]");
+    EXPECT_EQ(ke({"json", "format", "--compact", in(name)}).out, "[1]\n");
+    EXPECT_EQ(ke({"json", "set", "/-", "2", in(name), "--in-place"}).status, 0);
+    EXPECT_EQ(ke({"json", "format", "--compact", in(name)}).out, "[1,2]\n");
+    const Outcome outcome = ke({"json", "get", "/9", in(name)});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(names(), std::vector<std::string>{name});
+}
+
+TEST_F(KeFiles, LargeOnesShowNoProgressInAPipe) {
+    std::string text = "[0";
+    for (int i = 0; i < 400000; ++i)
+        text += ",1234";
+    write_file(in("large.json"), text + "]");
+    const Outcome outcome = ke({"json", "types", in("large.json")});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(ke({"--quiet", "json", "types", in("large.json")}).out, outcome.out);
+    // Through a pipe in both directions.
+    const Outcome piped = ke({"json", "format", "--compact"}, text + "]");
+    EXPECT_EQ(piped.out, text + "]\n");
+    EXPECT_EQ(piped.err, "");
+}
+
+TEST_F(KeFiles, DeepDocumentsAreNoTrouble) {
+    constexpr size_t kLevels = 200000;
+    const std::string deep = std::string(kLevels, '[') + std::string(kLevels, ']');
+    EXPECT_EQ(ke({"json", "format", "--compact"}, deep).out, deep + "\n");
+    const Outcome types = ke({"json", "types"}, deep);
+    EXPECT_NE(types.out.find("depth\t200000\n"), std::string::npos) << types.out << types.err;
+}
+
+}  // namespace

@@ -1,0 +1,107 @@
+// The man page and --help speak of the same commands and options.
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <set>
+
+#include "tools/process.h"
+
+namespace {
+
+// The command lines of the man page: what stands in bold behind ".SS", as "json get".
+std::set<std::string> commands_of_page(const std::string& page) {
+    std::set<std::string> commands;
+    const std::regex heading("\\.SS \"ke ([a-z0-9 -]+)\"");
+    for (std::sregex_iterator it(page.begin(), page.end(), heading), end; it != end; ++it)
+        commands.insert((*it)[1]);
+    return commands;
+}
+
+std::vector<std::string> words_of(const std::string& command) {
+    std::vector<std::string> words;
+    std::istringstream stream(command);
+    for (std::string word; stream >> word;)
+        words.push_back(word);
+    return words;
+}
+
+// The names in the list of subcommands of a help text.
+std::vector<std::string> subcommands_of(const std::string& help) {
+    std::vector<std::string> names;
+    const size_t start = help.find("Subcommands:\n");
+    if (start == std::string::npos)
+        return names;
+    std::istringstream lines(help.substr(start + 13));
+    for (std::string line; std::getline(lines, line) && line.substr(0, 2) == "  ";) {
+        if (line[2] != ' ')
+            names.push_back(line.substr(2, line.find(' ', 2) - 2));
+    }
+    return names;
+}
+
+void collect_commands(const std::string& command, std::set<std::string>* all) {
+    std::vector<std::string> args = words_of(command);
+    args.push_back("--help");
+    const std::vector<std::string> below = subcommands_of(ke(args).out);
+    if (below.empty())
+        all->insert(command);
+    for (const std::string& name : below)
+        collect_commands(command.empty() ? name : command + " " + name, all);
+}
+
+std::set<std::string> options_in(const std::string& text) {
+    std::set<std::string> options;
+    const std::regex option("--[a-z0-9]+(-[a-z0-9]+)*");
+    for (std::sregex_iterator it(text.begin(), text.end(), option), end; it != end; ++it)
+        options.insert(it->str());
+    options.erase("--help");
+    options.erase("--version");
+    return options;
+}
+
+// The part of the page under a command's heading, with the dashes that troff wants escaped.
+std::string section_of(const std::string& page, const std::string& command) {
+    const size_t start = page.find(".SS \"ke " + command + "\"\n");
+    const size_t end = std::min(page.find("\n.S", start + 1), page.size());
+    return page.substr(start, end - start);
+}
+
+std::string man_page() {
+    std::string page = read_file(program_folder() + "\\ke.1");
+    std::string plain;
+    for (size_t i = 0; i < page.size(); ++i) {
+        if (page[i] == '\\' && i + 1 < page.size() && page[i + 1] == '-')
+            continue;
+        plain += page[i];
+    }
+    return plain;
+}
+
+TEST(KeHelp, NamesTheCommandsOfTheManPage) {
+    std::set<std::string> commands;
+    collect_commands("", &commands);
+    EXPECT_EQ(commands.size(), 19u);
+    EXPECT_EQ(commands_of_page(man_page()), commands);
+}
+
+TEST(KeHelp, NamesTheOptionsOfTheManPage) {
+    const std::string page = man_page();
+    for (const std::string& command : commands_of_page(page)) {
+        std::vector<std::string> args = words_of(command);
+        args.push_back("--help");
+        EXPECT_EQ(options_in(section_of(page, command)), options_in(ke(args).out)) << command;
+    }
+    const size_t start = page.find(".SH OPTIONS");
+    const std::string general = page.substr(start, page.find(".SH", start + 1) - start);
+    const std::string help = ke({"--help"}).out;
+    EXPECT_EQ(options_in(general), options_in(help.substr(0, help.find("Subcommands:"))));
+}
+
+TEST(KeHelp, TellsTheExitStatuses) {
+    const std::string page = man_page();
+    const std::string statuses = page.substr(page.find(".SH EXIT STATUS"));
+    for (const char* status : {"\n0\n", "\n1\n", "\n2\n", "\n64\n"})
+        EXPECT_NE(statuses.find(status), std::string::npos) << status;
+}
+
+}  // namespace
