@@ -1,8 +1,8 @@
 // The man page and --help speak of the same commands and options.
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <set>
+#include <sstream>
 
 #include "tools/process.h"
 
@@ -11,9 +11,11 @@ namespace {
 // The command lines of the man page: what stands in bold behind ".SS", as "json get".
 std::set<std::string> commands_of_page(const std::string& page) {
     std::set<std::string> commands;
-    const std::regex heading("\\.SS \"ke ([a-z0-9 -]+)\"");
-    for (std::sregex_iterator it(page.begin(), page.end(), heading), end; it != end; ++it)
-        commands.insert((*it)[1]);
+    const std::string heading = ".SS \"ke ";
+    for (size_t at = 0; (at = page.find(heading, at)) != std::string::npos;) {
+        at += heading.size();
+        commands.insert(page.substr(at, page.find('"', at) - at));
+    }
     return commands;
 }
 
@@ -51,9 +53,13 @@ void collect_commands(const std::string& command, std::set<std::string>* all) {
 
 std::set<std::string> options_in(const std::string& text) {
     std::set<std::string> options;
-    const std::regex option("--[a-z0-9]+(-[a-z0-9]+)*");
-    for (std::sregex_iterator it(text.begin(), text.end(), option), end; it != end; ++it)
-        options.insert(it->str());
+    for (size_t at = 0; (at = text.find("--", at)) != std::string::npos;) {
+        const size_t end = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-", at);
+        const std::string option = text.substr(at, end - at);
+        if (option.size() > 2)
+            options.insert(option);
+        at += option.size();
+    }
     options.erase("--help");
     options.erase("--version");
     return options;
