@@ -1,26 +1,50 @@
 # What `cmake --install` puts where, and the files by which other projects find the library:
-# find_package(ke_utils) and pkg-config.
+# find_package(ke_utils) and pkg-config. Components: runtime (the library), development, tool.
 include(CMakePackageConfigHelpers)
 
-set(installed ke_utils)
-if(KE_INSTALL_STATIC)
-  list(APPEND installed ke_utils_static)
-endif()
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ke_utils)
 
-install(TARGETS ${installed} EXPORT ke_utils-targets)
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT ke_utils-targets NAMESPACE ke_utils:: DESTINATION ${package_dir})
+install(TARGETS ke_utils EXPORT ke_utils-targets
+  RUNTIME COMPONENT runtime
+  LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development)
+install(EXPORT ke_utils-targets NAMESPACE ke_utils:: DESTINATION ${package_dir}
+  COMPONENT development)
+if(KE_INSTALL_STATIC)
+  install(TARGETS ke_utils_static EXPORT ke_utils-static-targets ARCHIVE COMPONENT development)
+  install(EXPORT ke_utils-static-targets NAMESPACE ke_utils:: DESTINATION ${package_dir}
+    COMPONENT development)
+endif()
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
-configure_file(cmake/ke_utils-config.cmake.in ke_utils-config.cmake @ONLY)
+configure_package_config_file(cmake/ke_utils-config.cmake.in ke_utils-config.cmake
+  INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(ke_utils-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/ke_utils-config.cmake
-              ${PROJECT_BINARY_DIR}/ke_utils-config-version.cmake DESTINATION ${package_dir})
+              ${PROJECT_BINARY_DIR}/ke_utils-config-version.cmake
+  DESTINATION ${package_dir} COMPONENT development)
 
+file(RELATIVE_PATH KE_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/ke_utils.pc.in ke_utils.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/ke_utils.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/ke_utils.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
 
+# Debuggers: GDB loads what stands in its auto-load folder under the library's own path.
+install(FILES tools/natvis/ke_utils.natvis DESTINATION ${CMAKE_INSTALL_DATADIR}/ke_utils
+  COMPONENT development)
+if(NOT WIN32)
+  # Where that is, is known when the tree is installed: packages choose another prefix.
+  install(CODE "
+    file(INSTALL DESTINATION
+      \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}\"
+      TYPE FILE RENAME libke_utils.so.${PROJECT_VERSION}-gdb.py
+      FILES \"${PROJECT_SOURCE_DIR}/tools/gdb/ke_utils_gdb.py\")" COMPONENT development)
+endif()
+
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 if(WIN32)
-  install(FILES ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/ke_utils.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  install(FILES ${KE_LIBUV_DLL} DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/ke_utils.def DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    COMPONENT development)
+  install(FILES ${KE_LIBUV_IMPLIB} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+  install(FILES ${KE_LIBUV_DLL} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endif()

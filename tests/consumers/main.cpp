@@ -1,0 +1,11 @@
+// The same by the C++ layer.
+#include <iostream>
+#include <ke_utils.hpp>
+
+int main() {
+    auto root = ke::json::parse("{\"drive\":[1,2]}");
+    if (!root)
+        return 1;
+    std::cout << *root->dump() << "\n";
+    return 0;
+}
