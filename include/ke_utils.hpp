@@ -78,10 +78,16 @@ class bad_result : public std::runtime_error {
 template <class T>
 class result {
   public:
+    /** A value. */
     result(T value) : value_(std::move(value)), has_value_(true) {}
+    /** The status of a call that gave none. */
     static result failure(i32 status) { return result(wiq_json_load_error{status, 0, 0, 0}); }
+    /** The same, with a place in a text. */
     static result failure(const wiq_json_load_error& error) { return result(error); }
 
+    /** @name Whether there is a value; if not, why, and where in the text
+     *  @{ */
+    /** Whether there is a value. */
     explicit operator bool() const noexcept { return has_value_; }
     bool has_value() const noexcept { return has_value_; }
     i32 status() const noexcept { return error_.status; }
@@ -89,19 +95,24 @@ class result {
     i32 column() const noexcept { return error_.column; }
     i32 position() const noexcept { return error_.position; }
     const char* message() const noexcept { return status_text(error_.status); }
+    /** @} */
 
+    /** @name The value; only for a result that has one
+     *  @{ */
     /** The value; only for a result that has one. */
     T& operator*() & noexcept { return value_; }
     const T& operator*() const& noexcept { return value_; }
     T&& operator*() && noexcept { return std::move(value_); }
     T* operator->() noexcept { return &value_; }
     const T* operator->() const noexcept { return &value_; }
+    /** @} */
 
     /** The value, or another one in its place. */
     template <class U>
     T value_or(U&& other) const& {
         return has_value_ ? value_ : static_cast<T>(std::forward<U>(other));
     }
+    /** The same, moved out. */
     template <class U>
     T value_or(U&& other) && {
         return has_value_ ? std::move(value_) : static_cast<T>(std::forward<U>(other));
@@ -129,10 +140,12 @@ class result {
 
 /** JSON pointer text; write it as "/a/b"_ptr. Refers to the text, does not own it. */
 struct pointer {
-    const char* text;
+    const char* text; /**< as "/a/b"; "" is the whole document */
 };
 
+/** `using namespace ke::literals` gives the literal alone. */
 inline namespace literals {
+/** A JSON pointer. */
 constexpr pointer operator""_ptr(const char* text, std::size_t) noexcept {
     return {text};
 }
@@ -173,13 +186,18 @@ class json_elements;
  */
 class json {
   public:
+    /** An empty handle. */
     json() noexcept = default;
+    /** @name Copies share the value
+     *  @{ */
+    /** Copies share the value. */
     json(const json& other) noexcept : node_(other.node_) { wiq_json_ref(node_); }
     json(json&& other) noexcept : node_(std::exchange(other.node_, nullptr)) {}
     json& operator=(json other) noexcept {
         std::swap(node_, other.node_);
         return *this;
     }
+    /** @} */
     ~json() { wiq_json_unref(node_); }
 
     /** A handle on a borrowed or a new node; takes a reference of its own. */
@@ -190,12 +208,16 @@ class json {
         return handle;
     }
 
+    /** @name New values, empty without memory
+     *  @{ */
+    /** New values, empty without memory. */
     static json null() { return share(wiq_json_null_new(nullptr)); }
     static json object() { return share(wiq_json_obj_new(0, nullptr)); }
     static json array() { return share(wiq_json_array_new(0, nullptr)); }
     static json reference(std::string_view uri) {
         return share(wiq_json_jref_new(detail::c_string(uri), nullptr));
     }
+    /** @} */
 
     /** A scalar: bool, any integer, double, text, wiq_uint128, nullptr. Empty without memory. */
     template <class T>
@@ -226,16 +248,21 @@ class json {
         wiq_json_t* node = wiq_json_loads(detail::c_string(text), flags, &error);
         return loaded(node, error);
     }
+    /** Parses the document that a stream holds. */
     static result<json> load(std::FILE* stream, i32 flags = 0) {
         wiq_json_load_error error;
         wiq_json_t* node = wiq_json_loadf(stream, flags, &error);
         return loaded(node, error);
     }
 
+    /** Whether there is a value. */
     explicit operator bool() const noexcept { return node_ != nullptr; }
     /** The node itself, borrowed. */
     wiq_json_t* get() const noexcept { return node_; }
 
+    /** @name Kinds
+     *  @{ */
+    /** Kinds. */
     bool is_null() const noexcept { return wiq_json_is_null(node_); }
     bool is_object() const noexcept { return wiq_json_is_obj(node_); }
     bool is_array() const noexcept { return wiq_json_is_array(node_); }
@@ -245,6 +272,7 @@ class json {
     bool is_number() const noexcept { return wiq_json_is_num(node_); }
     bool is_reference() const noexcept { return wiq_json_is_jref(node_); }
     const char* type_name() const noexcept { return wiq_json_type_string(node_); }
+    /** @} */
 
     /**
      * The value as T (bool, i64, u64, double, wiq_uint128, std::string_view, std::string), if it can be
@@ -292,6 +320,7 @@ class json {
         return share(
             wiq_json_obj_get_ext(node_, detail::c_string(key), WIQ_JSON_FOLLOW_REFS, nullptr));
     }
+    /** The same. */
     json operator[](const char* key) const { return (*this)[std::string_view(key)]; }
     /** The element at an index (negative: from the end), following references; empty if there is none. */
     json operator[](i32 index) const {
@@ -302,6 +331,7 @@ class json {
         return share(wiq_json_ptr_get(node_, where.text, nullptr, nullptr));
     }
 
+    /** Whether an object has a member under this key. */
     bool contains(std::string_view key) const {
         return wiq_json_obj_has_key(node_, detail::c_string(key));
     }
@@ -350,9 +380,11 @@ class json {
         return std::string(text, static_cast<std::size_t>(length));
     }
 
+    /** Whether both are equal, as wiq_json_equal() says. */
     friend bool operator==(const json& a, const json& b) noexcept {
         return wiq_json_equal(a.node_, b.node_);
     }
+    /** Whether they are not. */
     friend bool operator!=(const json& a, const json& b) noexcept { return !(a == b); }
 
     /** The members in the object's order, as they are now; keys live as long as their members. */
@@ -370,8 +402,8 @@ class json {
 
 /** A member as json::members() gives it. */
 struct json_member {
-    std::string_view key;
-    json value;
+    std::string_view key; /**< lives as long as the member */
+    json value;           /**< a handle on the child */
 };
 
 inline std::vector<json_member> json::members() const {
@@ -390,8 +422,12 @@ inline std::vector<json_member> json::members() const {
 /** The elements of an array as a range; it keeps the array alive. */
 class json_elements {
   public:
+    /** An input iterator whose elements are handles. */
     class iterator {
       public:
+        /** @name What the standard asks of an iterator
+         *  @{ */
+        /** What the standard asks of an iterator. */
         using iterator_category = std::input_iterator_tag;
         using value_type = json;
         using difference_type = std::ptrdiff_t;
@@ -413,15 +449,20 @@ class json_elements {
         }
         friend bool operator==(iterator a, iterator b) noexcept { return a.index_ == b.index_; }
         friend bool operator!=(iterator a, iterator b) noexcept { return a.index_ != b.index_; }
+        /** @} */
 
       private:
         wiq_json_t* array_;
         i32 index_;
     };
 
+    /** @name A range over the elements of an array, empty for anything else
+     *  @{ */
+    /** A range over the elements of an array, empty for anything else. */
     explicit json_elements(json array) noexcept : array_(std::move(array)) {}
     iterator begin() const noexcept { return {array_.get(), 0}; }
     iterator end() const noexcept { return {array_.get(), array_.is_array() ? array_.size() : 0}; }
+    /** @} */
 
   private:
     json array_;
@@ -437,16 +478,24 @@ class vector {
     static_assert(std::is_trivially_copyable_v<T>, "elements are moved by realloc()");
 
   public:
+    /** Empty, without memory. */
     vector() noexcept { wiq_vector_init(&vec_, sizeof(T), 0, nullptr, nullptr); }
     vector(const vector&) = delete;
     vector& operator=(const vector&) = delete;
+    /** @name Moves leave the other one empty or with what this one held
+     *  @{ */
+    /** Moves leave the other one empty or with what this one held. */
     vector(vector&& other) noexcept : vector() { std::swap(vec_, other.vec_); }
     vector& operator=(vector&& other) noexcept {
         std::swap(vec_, other.vec_);
         return *this;
     }
+    /** @} */
     ~vector() { wiq_vector_finalize(&vec_); }
 
+    /** @name Size and elements, as in std::vector; nothing is checked
+     *  @{ */
+    /** Size and elements, as in std::vector; nothing is checked. */
     i32 size() const noexcept { return vec_.size; }
     bool empty() const noexcept { return vec_.size == 0; }
     T* data() noexcept { return static_cast<T*>(vec_.data); }
@@ -457,6 +506,7 @@ class vector {
     const T* end() const noexcept { return data() + vec_.size; }
     T& operator[](i32 index) noexcept { return data()[index]; }
     const T& operator[](i32 index) const noexcept { return data()[index]; }
+    /** @} */
     /** The element, nullptr out of range; a negative index counts from the end. */
     T* at(i32 index) noexcept { return static_cast<T*>(wiq_vector_get(&vec_, index)); }
 
@@ -469,9 +519,13 @@ class vector {
         new (place) T(copy);
         return 0;
     }
+    /** Drops the last elements: 0, or -7000 if there are fewer. */
     i32 pop_back(i32 count = 1) { return wiq_vector_pop(&vec_, count); }
+    /** Makes room for exactly so many more: 0 or a status. */
     i32 reserve_extra(i32 extra) { return wiq_vector_extra_capacity(&vec_, extra); }
+    /** Drops all elements, keeps the block. */
     void clear() noexcept { wiq_vector_resize(&vec_, 0); }
+    /** The vector itself, borrowed. */
     wiq_vector* get() noexcept { return &vec_; }
 
   private:
@@ -482,24 +536,32 @@ class vector {
 template <class V>
 class map {
   public:
+    /** Empty; without memory every set() says so. */
     map() noexcept {
         ready_ = wiq_map_init(&map_, 0, wiq_hash_str, wiq_cmp_str, std::free, drop) == 0;
     }
     map(const map&) = delete;
     map& operator=(const map&) = delete;
+    /** @name Moves leave the other one empty or with what this one held
+     *  @{ */
+    /** Moves leave the other one empty or with what this one held. */
     map(map&& other) noexcept : map_(other.map_), ready_(std::exchange(other.ready_, false)) {}
     map& operator=(map&& other) noexcept {
         std::swap(map_, other.map_);
         std::swap(ready_, other.ready_);
         return *this;
     }
+    /** @} */
     ~map() {
         if (ready_)
             wiq_map_finalize(&map_);
     }
 
+    /** Entries. */
     u64 size() const noexcept { return ready_ ? map_.size : 0; }
+    /** Whether there are none. */
     bool empty() const noexcept { return size() == 0; }
+    /** Whether a key is there. */
     bool contains(std::string_view key) const { return find(key) != nullptr; }
     /** The value under a key, nullptr if there is none. */
     V* find(std::string_view key) const {
@@ -540,13 +602,17 @@ class map {
         return size() != before;
     }
 
+    /** What a walk gives. */
     struct entry {
-        std::string_view key;
-        V& value;
+        std::string_view key; /**< lives as long as the entry */
+        V& value;             /**< may be changed */
     };
     /** `for (auto [key, value] : entries)`, in map order; the map must not change meanwhile. */
     class iterator {
       public:
+        /** @name What the standard asks of an iterator
+         *  @{ */
+        /** What the standard asks of an iterator. */
         using iterator_category = std::input_iterator_tag;
         using value_type = entry;
         using difference_type = std::ptrdiff_t;
@@ -569,6 +635,7 @@ class map {
             return a.entry_ == b.entry_;
         }
         friend bool operator!=(const iterator& a, const iterator& b) noexcept { return !(a == b); }
+        /** @} */
 
       private:
         void settle() noexcept {
@@ -581,7 +648,9 @@ class map {
         u64 bucket_;
         wiq_map_entry* entry_ = nullptr;
     };
+    /** The first entry. */
     iterator begin() const noexcept { return {&map_, ready_ ? 0 : map_.bucket_count}; }
+    /** Behind the last one. */
     iterator end() const noexcept { return {&map_, map_.bucket_count}; }
 
   private:
@@ -594,23 +663,35 @@ class map {
 /** A growable text on wiq_strbuf. Each append returns 0 or more, or a negative status. */
 class strbuf {
   public:
+    /** Empty. */
     strbuf() noexcept { wiq_strbuf_init(&buf_, 0); }
     strbuf(const strbuf&) = delete;
     strbuf& operator=(const strbuf&) = delete;
+    /** @name Moves leave the other one empty or with what this one held
+     *  @{ */
+    /** Moves leave the other one empty or with what this one held. */
     strbuf(strbuf&& other) noexcept : buf_(std::exchange(other.buf_, wiq_strbuf{})) {}
     strbuf& operator=(strbuf&& other) noexcept {
         std::swap(buf_, other.buf_);
         return *this;
     }
+    /** @} */
     ~strbuf() { wiq_strbuf_finalize(&buf_); }
 
+    /** @name The text, valid until the next append
+     *  @{ */
+    /** The text, valid until the next append. */
     std::string_view view() const noexcept {
         return buf_.data == nullptr ? std::string_view() : std::string_view(buf_.data, buf_.len);
     }
     operator std::string_view() const noexcept { return view(); }
     u64 size() const noexcept { return buf_.len; }
     bool empty() const noexcept { return buf_.len == 0; }
+    /** @} */
 
+    /** @name Appending: 0 or more, or a negative status with the text as it was
+     *  @{ */
+    /** Appending: 0 or more, or a negative status with the text as it was. */
     i32 append(std::string_view text) { return wiq_strbuf_write(&buf_, text.data(), text.size()); }
     i32 append(char c) { return wiq_strbuf_putc(&buf_, c); }
     template <class... Args>
@@ -620,9 +701,12 @@ class strbuf {
     i32 append_hex(const void* bytes, u64 count) {
         return wiq_strbuf_printhex(&buf_, bytes, count);
     }
+    /** @} */
+    /** Empties it, keeps the block. */
     void clear() noexcept { wiq_strbuf_reset(&buf_); }
     /** Hands the text over; the buffer is empty and usable afterwards. */
     c_text release() noexcept { return c_text(wiq_strbuf_release(&buf_)); }
+    /** The buffer itself, borrowed. */
     wiq_strbuf* get() noexcept { return &buf_; }
 
   private:

@@ -17,14 +17,15 @@ extern "C" {
 /** Called with the address of an element inside the block. */
 typedef void (*wiq_vector_elem_fn)(void* elem);
 
+/** A growable array of elements of one size, in one block. To be embedded, or made by wiq_vector_new(). */
 typedef struct wiq_vector {
-    u64 elem_size;
-    i32 capacity;
-    i32 size;
-    wiq_vector_elem_fn init_cb;
-    wiq_vector_elem_fn free_cb;
-    void* data;
-    i32 refcount;
+    u64 elem_size;              /**< bytes an element */
+    i32 capacity;               /**< elements that the block has room for */
+    i32 size;                   /**< elements in use */
+    wiq_vector_elem_fn init_cb; /**< called on each new element, or NULL */
+    wiq_vector_elem_fn free_cb; /**< called on each element that goes, or NULL */
+    void* data;                 /**< the block; NULL while the capacity is 0 */
+    i32 refcount;               /**< owners; changed atomically */
 } wiq_vector;
 
 /**
@@ -120,22 +121,24 @@ typedef void* (*wiq_map_factory_fn)(const void* key, void* user, i32* status);
 /** Receives one entry; false ends the walk. */
 typedef bool (*wiq_map_foreach_fn)(void* key, void* value, void* user);
 
+/** One pair of a map, a block of its own. */
 typedef struct wiq_map_entry {
-    void* key;
-    u32 hash;
-    void* value;
-    struct wiq_map_entry* next;
+    void* key;                  /**< the caller's key */
+    u32 hash;                   /**< its hash */
+    void* value;                /**< the caller's value */
+    struct wiq_map_entry* next; /**< the next in the chain; NULL at the end */
 } wiq_map_entry;
 
+/** A hash map: chains of entries below a power-of-two number of buckets. */
 typedef struct wiq_map {
-    wiq_map_entry** buckets;
-    u64 bucket_count;
-    wiq_hash_fn hash;
-    wiq_cmp_fn cmp;
-    wiq_release_fn key_free;
-    wiq_release_fn value_free;
-    u64 size;
-    i32 refcount;
+    wiq_map_entry** buckets;   /**< heads of the chains, NULL where there is none */
+    u64 bucket_count;          /**< a power of two */
+    wiq_hash_fn hash;          /**< gives the hash of a key */
+    wiq_cmp_fn cmp;            /**< tells whether two keys of equal hash are equal */
+    wiq_release_fn key_free;   /**< takes a key that the map gives up, or NULL */
+    wiq_release_fn value_free; /**< takes a value that the map gives up, or NULL */
+    u64 size;                  /**< entries */
+    i32 refcount;              /**< owners; changed atomically */
 } wiq_map;
 
 /**
@@ -249,9 +252,10 @@ KE_API bool wiq_cmp_str(const void* a, const void* b);
 /** @defgroup safe_map Locked map
  *  @{ */
 
+/** A hash map behind a lock that one thread may take again. */
 typedef struct wiq_safe_map {
-    wiq_mutex lock;
-    wiq_map map;
+    wiq_mutex lock; /**< held by every operation */
+    wiq_map map;    /**< what the lock guards */
 } wiq_safe_map;
 
 /**
@@ -306,10 +310,11 @@ KE_API void wiq_safe_map_foreach(wiq_safe_map* map, wiq_map_foreach_fn callback,
 /** @defgroup strbuf String buffer
  *  @{ */
 
+/** A growable text with a NUL behind it. */
 typedef struct wiq_strbuf {
-    char* data;
-    u64 len;
-    u64 capacity;
+    char* data;   /**< the text; NULL while nothing is allocated */
+    u64 len;      /**< bytes of it, the NUL not counted */
+    u64 capacity; /**< bytes of the block */
 } wiq_strbuf;
 
 /**

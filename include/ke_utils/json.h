@@ -604,31 +604,36 @@ KE_API wiq_json_t* wiq_json_loadf(FILE* fp, i32 flags, wiq_json_load_error* err)
 
 /** An instance of a visitor; WiqJsonVisitor adds no fields to the object header. */
 typedef struct WiqJsonVisitor {
-    WiqObject object;
+    WiqObject object; /**< class record and count */
 } WiqJsonVisitor;
 
 /** The class record of WiqJsonVisitor. Every slot returns 0 to go on; any other status ends the walk. */
 typedef struct WiqJsonVisitorClass {
-    WiqClass base;
-    i32 (*visit)(WiqJsonVisitor* self, wiq_json_t* node);
-    i32 (*visit_object)(WiqJsonVisitor* self, wiq_json_t* obj);
-    i32 (*visit_array)(WiqJsonVisitor* self, wiq_json_t* array);
-    i32 (*visit_string)(WiqJsonVisitor* self, wiq_json_t* node, const char* text);
-    i32 (*visit_i64)(WiqJsonVisitor* self, wiq_json_t* node, i64 value);
-    i32 (*visit_u64)(WiqJsonVisitor* self, wiq_json_t* node, u64 value);
-    i32 (*visit_u128)(WiqJsonVisitor* self, wiq_json_t* node, const wiq_uint128* value);
-    i32 (*visit_double)(WiqJsonVisitor* self, wiq_json_t* node, double value);
-    i32 (*visit_ref)(WiqJsonVisitor* self, wiq_json_t* node, const char* uri);
-    i32 (*visit_bool)(WiqJsonVisitor* self, wiq_json_t* node, bool value);
-    i32 (*visit_null)(WiqJsonVisitor* self, wiq_json_t* node);
-    i32 (*object_begin)(WiqJsonVisitor* self, wiq_json_t* obj);
-    i32 (*object_end)(WiqJsonVisitor* self, wiq_json_t* obj);
+    WiqClass base;                                        /**< type of the class */
+    i32 (*visit)(WiqJsonVisitor* self, wiq_json_t* node); /**< dispatches by kind */
+    i32 (*visit_object)(WiqJsonVisitor* self,
+                        wiq_json_t* obj); /**< object_begin, the members, object_end */
+    i32 (*visit_array)(WiqJsonVisitor* self,
+                       wiq_json_t* array); /**< array_begin, the elements, array_end */
+    i32 (*visit_string)(WiqJsonVisitor* self, wiq_json_t* node, const char* text); /**< a string */
+    i32 (*visit_i64)(WiqJsonVisitor* self, wiq_json_t* node, i64 value); /**< a signed integer */
+    i32 (*visit_u64)(WiqJsonVisitor* self, wiq_json_t* node, u64 value); /**< an unsigned integer */
+    i32 (*visit_u128)(WiqJsonVisitor* self, wiq_json_t* node,
+                      const wiq_uint128* value); /**< a 128-bit integer */
+    i32 (*visit_double)(WiqJsonVisitor* self, wiq_json_t* node, double value); /**< a real */
+    i32 (*visit_ref)(WiqJsonVisitor* self, wiq_json_t* node, const char* uri); /**< a reference */
+    i32 (*visit_bool)(WiqJsonVisitor* self, wiq_json_t* node, bool value);     /**< true or false */
+    i32 (*visit_null)(WiqJsonVisitor* self, wiq_json_t* node);                 /**< null */
+    i32 (*object_begin)(WiqJsonVisitor* self, wiq_json_t* obj); /**< before the members */
+    i32 (*object_end)(WiqJsonVisitor* self, wiq_json_t* obj);   /**< behind them */
     i32 (*object_member)(WiqJsonVisitor* self, wiq_json_t* obj, const char* key, wiq_json_t* value,
-                         bool first);
-    i32 (*object_keys)(WiqJsonVisitor* self, wiq_json_t* obj, wiq_strv* keys);
-    i32 (*array_begin)(WiqJsonVisitor* self, wiq_json_t* array);
-    i32 (*array_end)(WiqJsonVisitor* self, wiq_json_t* array);
-    i32 (*array_element)(WiqJsonVisitor* self, wiq_json_t* array, i32 index, wiq_json_t* elem);
+                         bool first); /**< one member; visits its value */
+    i32 (*object_keys)(WiqJsonVisitor* self, wiq_json_t* obj,
+                       wiq_strv* keys); /**< gives the keys, in the order of the walk */
+    i32 (*array_begin)(WiqJsonVisitor* self, wiq_json_t* array); /**< before the elements */
+    i32 (*array_end)(WiqJsonVisitor* self, wiq_json_t* array);   /**< behind them */
+    i32 (*array_element)(WiqJsonVisitor* self, wiq_json_t* array, i32 index,
+                         wiq_json_t* elem); /**< one element; visits it */
 } WiqJsonVisitorClass;
 
 /**

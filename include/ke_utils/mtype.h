@@ -42,13 +42,14 @@ enum wiq_mtype_flag {
 /** The record of a blob of 65535 bytes or more. */
 typedef struct wiq_mtype_blob {
     u64 length; /**< in bytes */
-    void* data;
+    void* data; /**< the bytes */
 } wiq_mtype_blob;
 
+/** A value with its type: a scalar, a text, a blob, a pointer or a status. */
 typedef struct wiq_mtype {
-    u8 type;
-    u8 flags;
-    u16 blob_len;
+    u8 type;      /**< one of enum wiq_mtype_type */
+    u8 flags;     /**< of enum wiq_mtype_flag */
+    u16 blob_len; /**< bytes of a blob that has no record of its own */
     union {
         u8 boolean;
         i32 int32;
@@ -63,7 +64,7 @@ typedef struct wiq_mtype {
         wiq_mtype_blob* long_blob;
         void* ptr;
         i32 status;
-    } payload;
+    } payload; /**< the member that belongs to the type */
 } wiq_mtype;
 
 /** Makes a new value null. The payload is not touched. NULL does nothing. */

@@ -15,6 +15,7 @@ extern "C" {
 /** @defgroup object Types, classes and objects
  *  @{ */
 
+/** See struct WiqType below. */
 typedef struct WiqType WiqType;
 
 /** A class record; a subclass's record begins with its parent's, its own slots follow. */
@@ -41,17 +42,19 @@ typedef i32 (*WiqClassInitFn)(WiqClass* klass);
 
 /** A type descriptor: one static record for each type, filled by its author and completed at run time. */
 struct WiqType {
-    const char* name;
-    WiqType* parent;
-    size_t instance_size;
-    WiqInstanceInitFn instance_init;
-    WiqInstanceFinalizeFn instance_finalize;
-    size_t class_size;
-    WiqClassInitFn class_init;
-    WiqClassInitFn class_base_init;
-    WiqClass* klass;
-    int initialised;
-    wiq_mutex lock;
+    const char* name; /**< for messages */
+    WiqType* parent;  /**< the type that this one extends; NULL for the root */
+    size_t
+        instance_size; /**< bytes of an instance, its parents' fields included; 0: the parent's */
+    WiqInstanceInitFn instance_init;         /**< initialises the type's own fields, or NULL */
+    WiqInstanceFinalizeFn instance_finalize; /**< releases what they hold, or NULL */
+    size_t class_size;                       /**< bytes of the class record; 0: the parent's */
+    WiqClassInitFn class_init;               /**< fills the class record of this type, or NULL */
+    WiqClassInitFn
+        class_base_init; /**< changes the record of this type and of every subclass, or NULL */
+    WiqClass* klass;     /**< the class record once it is built; NULL at first */
+    int initialised;     /**< whether the lock is ready; 0 at first */
+    wiq_mutex lock;      /**< held while the class is built */
 };
 
 /** The root type, "Object": no slots, no fields of its own. */

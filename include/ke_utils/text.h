@@ -242,12 +242,12 @@ typedef struct wiq_uint128 {
 
 /** An unsigned 24-bit value as fixed-layout records hold it: three bytes, least significant first. */
 typedef struct wiq_uint24 {
-    u8 bytes[3];
+    u8 bytes[3]; /**< bits 0 to 23 */
 } wiq_uint24;
 
 /** An unsigned 48-bit value: six bytes, least significant first. */
 typedef struct wiq_uint48 {
-    u8 bytes[6];
+    u8 bytes[6]; /**< bits 0 to 47 */
 } wiq_uint48;
 
 /** @return a + b modulo 2^128 */

@@ -57,11 +57,11 @@ typedef uint64_t u64; /**< unsigned, 64 bits */
  * elsewhere), so that users of the headers need no libuv headers of their own. Opaque.
  */
 typedef union wiq_mutex {
-    void* alignment;
+    void* alignment; /**< not used */
 #if defined(_WIN32) || defined(__x86_64__)
-    u8 storage[40];
+    u8 storage[40]; /**< not to be touched */
 #else
-    u8 storage[48];
+    u8 storage[48]; /**< not to be touched */
 #endif
 } wiq_mutex;
 
