@@ -1,0 +1,10 @@
+# Runs PROGRAM and compares what it prints with the file EXPECTED.
+execute_process(COMMAND ${PROGRAM} OUTPUT_VARIABLE printed ERROR_VARIABLE errors RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "ended with ${result}: ${errors}")
+endif()
+string(REPLACE "\r\n" "\n" printed "${printed}")
+file(READ ${EXPECTED} expected)
+if(NOT printed STREQUAL expected)
+  message(FATAL_ERROR "printed\n${printed}\ninstead of\n${expected}")
+endif()
