@@ -1,0 +1,274 @@
+// JSON documents, side by side: every benchmark is named OPERATION/CORPUS/LIBRARY, so that bench/report.py
+// can put the libraries beside each other. "heap" is no time: bytes of heap for a document.
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+
+#include "json/floor.h"
+#include "json/libraries.h"
+#include "support/corpora.h"
+#include "support/heap.h"
+
+namespace {
+
+template <class Run>
+void add(const std::string& operation, const std::string& corpus, const char* library, Run run) {
+    benchmark::RegisterBenchmark((operation + "/" + corpus + "/" + library).c_str(), run)
+        ->Unit(benchmark::kMicrosecond);
+}
+
+template <class Run>
+void add_manual(const std::string& operation, const std::string& corpus, const char* library,
+                Run run) {
+    benchmark::RegisterBenchmark((operation + "/" + corpus + "/" + library).c_str(), run)
+        ->Unit(benchmark::kMicrosecond)
+        ->UseManualTime();
+}
+
+template <class Body>
+double seconds(Body body) {
+    const auto start = std::chrono::steady_clock::now();
+    body();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Whether a library can take the document at all; one that recurses cannot take the deepest.
+template <class Library>
+bool takes(const Corpus& corpus) {
+    return corpus.name != "nested" || std::string(Library::kName) == Ke::kName;
+}
+
+template <class Library>
+void add_parsing(const Corpus& corpus) {
+    const char* text = corpus.text.c_str();
+    add("parse+release", corpus.name, Library::kName, [text](benchmark::State& state) {
+        for (auto _ : state)
+            Library::release(Library::parse(text));
+        state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(strlen(text)));
+    });
+    add_manual("parse", corpus.name, Library::kName, [text](benchmark::State& state) {
+        for (auto _ : state) {
+            typename Library::Doc doc = {};
+            state.SetIterationTime(seconds([&] { doc = Library::parse(text); }));
+            Library::release(doc);
+        }
+    });
+    add_manual("release", corpus.name, Library::kName, [text](benchmark::State& state) {
+        for (auto _ : state) {
+            typename Library::Doc doc = Library::parse(text);
+            state.SetIterationTime(seconds([&] { Library::release(doc); }));
+        }
+    });
+    add("heap", corpus.name, Library::kName, [text](benchmark::State& state) {
+        size_t bytes = 0;
+        for (auto _ : state) {
+            const size_t before = heap_in_use();
+            typename Library::Doc doc = Library::parse(text);
+            bytes = heap_in_use() - before;
+            Library::release(doc);
+        }
+        state.counters["bytes"] = static_cast<double>(bytes);
+    });
+}
+
+template <class Library>
+void add_writing(const Corpus& corpus) {
+    const char* text = corpus.text.c_str();
+    for (const bool pretty : {false, true}) {
+        add(pretty ? "dump pretty" : "dump compact", corpus.name, Library::kName,
+            [text, pretty](benchmark::State& state) {
+                typename Library::Doc doc = Library::parse(text);
+                size_t length = 0;
+                for (auto _ : state)
+                    benchmark::DoNotOptimize(length = Library::dump(doc, pretty));
+                state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(length));
+                Library::release(doc);
+            });
+    }
+    add("copy+release", corpus.name, Library::kName, [text](benchmark::State& state) {
+        typename Library::Doc doc = Library::parse(text);
+        for (auto _ : state)
+            Library::release(Library::copy(doc));
+        Library::release(doc);
+    });
+}
+
+template <class Library>
+void add_equality(const Corpus& corpus) {
+    const char* text = corpus.text.c_str();
+    add("equal", corpus.name, Library::kName, [text](benchmark::State& state) {
+        typename Library::Doc a = Library::parse(text);
+        typename Library::Doc b = Library::parse(text);
+        for (auto _ : state) {
+            if (!Library::equal(a, b))
+                state.SkipWithError("not equal");
+        }
+        Library::release(a);
+        Library::release(b);
+    });
+}
+
+template <class Library>
+void add_look_up(const Corpus& corpus) {
+    const char* text = corpus.text.c_str();
+    add("look-up", corpus.name, Library::kName, [text](benchmark::State& state) {
+        typename Library::Doc doc = Library::parse(text);
+        std::vector<typename Library::Place> places;
+        Library::collect(doc, places);
+        for (auto _ : state) {
+            for (const auto& place : places)
+                benchmark::DoNotOptimize(Library::look_up(place));
+        }
+        state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(places.size()));
+        Library::release(doc);
+    });
+}
+
+template <class Library>
+void add_build() {
+    add("build", "records", Library::kName, [](benchmark::State& state) {
+        for (auto _ : state)
+            Library::release(Library::build(1000));
+    });
+}
+
+template <class Library>
+void add_library() {
+    for (const Corpus& corpus : corpora()) {
+        if (takes<Library>(corpus)) {
+            add_parsing<Library>(corpus);
+            add_writing<Library>(corpus);
+        }
+    }
+}
+
+void add_floor(const Corpus& corpus) {
+    const char* text = corpus.text.c_str();
+    if (corpus.name == "nested")
+        return;  // planned by recursion
+    add("parse+release", corpus.name, "floor", [text](benchmark::State& state) {
+        wiq_json_t* doc = Ke::parse(text);
+        Floor floor(doc);
+        Ke::release(doc);
+        for (auto _ : state) {
+            floor.allocate();
+            floor.release();
+        }
+    });
+    // The text is written in pieces of sixteen bytes into a buffer that grows.
+    add("dump compact", corpus.name, "floor", [text](benchmark::State& state) {
+        wiq_json_t* doc = Ke::parse(text);
+        const size_t length = Ke::dump(doc, false);
+        Ke::release(doc);
+        for (auto _ : state) {
+            char* out = nullptr;
+            size_t capacity = 0;
+            for (size_t at = 0; at + 16 <= length; at += 16) {
+                if (at + 16 > capacity) {
+                    capacity = capacity == 0 ? 64 : 2 * capacity;
+                    out = static_cast<char*>(realloc(out, capacity));
+                }
+                memcpy(out + at, text + at % 1024, 16);
+            }
+            benchmark::DoNotOptimize(out);
+            free(out);
+        }
+    });
+}
+
+// What only ours has, or what needs no peer.
+void add_own(const Corpus& corpus) {
+    const char* text = corpus.text.c_str();
+    add("parse stream", corpus.name, Ke::kName, [text](benchmark::State& state) {
+        FILE* stream = fmemopen(const_cast<char*>(text), strlen(text), "r");
+        for (auto _ : state) {
+            rewind(stream);
+            Ke::release(Ke::parse_stream(stream));
+        }
+        state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(strlen(text)));
+        fclose(stream);
+    });
+    add("dump file", corpus.name, Ke::kName, [text](benchmark::State& state) {
+        wiq_json_t* doc = Ke::parse(text);
+        FILE* out = fopen("/dev/null", "w");
+        for (auto _ : state)
+            Ke::dump_file(doc, out);
+        fclose(out);
+        Ke::release(doc);
+    });
+    if (corpus.name == "nested")
+        return;  // a base walk recurses
+    add("walk", corpus.name, Ke::kName, [text](benchmark::State& state) {
+        wiq_json_t* doc = Ke::parse(text);
+        WiqObject* visitor = object_new(&WiqJsonVisitorType);
+        const auto* slots = reinterpret_cast<const WiqJsonVisitorClass*>(object_get_class(visitor));
+        for (auto _ : state)
+            benchmark::DoNotOptimize(slots->visit(reinterpret_cast<WiqJsonVisitor*>(visitor), doc));
+        object_unref(visitor);
+        Ke::release(doc);
+    });
+    add("pointer get", corpus.name, Ke::kName, [text](benchmark::State& state) {
+        wiq_json_t* doc = Ke::parse(text);
+        std::vector<Ke::Place> places;
+        Ke::collect(doc, places);
+        std::vector<std::string> pointers;
+        for (const Ke::Place& place : places) {
+            char* pointer = nullptr;
+            wiq_json_ptr(static_cast<const wiq_json_t*>(Ke::look_up(place)), &pointer);
+            pointers.emplace_back(pointer);
+            free(pointer);
+        }
+        for (auto _ : state) {
+            for (const std::string& pointer : pointers)
+                benchmark::DoNotOptimize(wiq_json_ptr_get(doc, pointer.c_str(), nullptr, nullptr));
+        }
+        state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(pointers.size()));
+        Ke::release(doc);
+    });
+}
+
+void add_all() {
+    add_library<Ke>();
+    add_build<Ke>();
+    for (const Corpus& corpus : corpora()) {
+        add_equality<Ke>(corpus);
+        add_look_up<Ke>(corpus);
+        add_own(corpus);
+        add_floor(corpus);
+    }
+#if defined(KE_BENCH_JSONC)
+    add_library<JsonC>();
+    add_build<JsonC>();
+    for (const Corpus& corpus : corpora()) {
+        if (takes<JsonC>(corpus)) {
+            add_equality<JsonC>(corpus);
+            add_look_up<JsonC>(corpus);
+        }
+    }
+#endif
+#if defined(KE_BENCH_CJSON)
+    add_library<CJson>();
+    add_build<CJson>();
+#endif
+#if defined(KE_BENCH_RAPIDJSON)
+    add_library<Rapid>();
+    for (const Corpus& corpus : corpora()) {
+        if (takes<Rapid>(corpus))
+            add_equality<Rapid>(corpus);
+    }
+#endif
+#if defined(KE_BENCH_NLOHMANN)
+    add_library<Nlohmann>();
+#endif
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    add_all();
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
