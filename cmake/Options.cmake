@@ -29,6 +29,10 @@ if(KE_SANITIZE)
   target_link_options(ke_options INTERFACE ${flags})
 endif()
 
+if(KE_BUILD_FUZZ)
+  target_compile_options(ke_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(KE_COVERAGE)
   target_compile_options(ke_options INTERFACE --coverage)
   target_link_options(ke_options INTERFACE --coverage)
