@@ -195,3 +195,35 @@ TEST(SchemaFaults, Load) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(PathFaults, AppendedParts) {
+    SweepAllocations([](AllocFaults& faults) {
+        wiq_strbuf buf;
+        ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
+        const std::string part(200, 'p');
+        faults.arm();
+        const i32 result = wiq_append_paths(&buf, 2, part.c_str(), part.c_str());
+        faults.disarm();
+        EXPECT_EQ(result == WIQ_ERR_NO_MEMORY, faults.fired());
+        wiq_strbuf_finalize(&buf);
+    });
+}
+
+TEST(FilesystemFaults, HomeDir) {
+    EXPECT_GE(sweep_string(wiq_home_dir), 2u);
+}
+
+TEST(SchemaFaults, Open) {
+    SweepAllocations([](AllocFaults& faults) {
+        u32 err = 0;
+        faults.arm();
+        FILE* fp = wiq_schema_open("none.json", &err);
+        faults.disarm();
+        EXPECT_EQ(fp, nullptr);
+        EXPECT_LT(static_cast<i32>(err), 0);
+    });
+}
+
+}  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -46,6 +47,20 @@ long live_blocks() {
     return g_live.load(std::memory_order_relaxed);
 }
 
+namespace {
+
+// Says at the end of a test program how many allocations were made to fail.
+struct Tally {
+    Tally() = default;
+    Tally(const Tally&) = delete;
+    Tally& operator=(const Tally&) = delete;
+    ~Tally() { printf("%zu failure points swept\n", points); }
+    size_t points = 0;
+};
+Tally g_tally;
+
+}  // namespace
+
 size_t SweepAllocations(const std::function<void(AllocFaults&)>& body, size_t limit) {
     size_t points = 0;
     for (AllocFaults::Mode mode : {AllocFaults::kTransient, AllocFaults::kPersistent}) {
@@ -64,6 +79,7 @@ size_t SweepAllocations(const std::function<void(AllocFaults&)>& body, size_t li
             if (!faults.fired())
                 break;
             ++points;
+            ++g_tally.points;
             if (testing::Test::HasFatalFailure())
                 return points;
         }

@@ -1,4 +1,5 @@
 // Formatted strings without memory: the statuses, and who owns the old block.
+#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 
@@ -67,6 +68,42 @@ TEST(FormatFaults, AppendFormatted) {
 TEST(FormatFaults, AppendString) {
     sweep_block([](char** block, u64* size) { return wiq_rastrcat(block, size, "new"); }, "oldnew",
                 3);
+}
+
+}  // namespace
+
+namespace {
+
+i32 print_list(char** block, u64* size, i32 (*print)(char**, u64*, const char*, va_list),
+               const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const i32 result = print(block, size, format, args);
+    va_end(args);
+    return result;
+}
+
+TEST(FormatFaults, ArgumentLists) {
+    using Print = i32 (*)(char**, u64*, const char*, va_list);
+    const Print prints[] = {
+        [](char** block, u64*, const char* format, va_list args) {
+            return wiq_vasprintf(block, format, args);
+        },
+        wiq_vrasprintf,
+    };
+    for (const Print print : prints) {
+        const size_t points = SweepAllocations([print](AllocFaults& faults) {
+            char* block = nullptr;
+            u64 size = 0;
+            faults.arm();
+            const i32 result = print_list(&block, &size, print, "%d-%s", 5, "abc");
+            faults.disarm();
+            EXPECT_EQ(result, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 5);
+            EXPECT_EQ(block == nullptr, faults.fired());
+            free(block);
+        });
+        EXPECT_EQ(points, 2u);
+    }
 }
 
 }  // namespace
