@@ -19,8 +19,6 @@ int compare_keys(const void* a, const void* b) {
 
 const Member** sorted_members(const ObjectNode* obj) {
     const size_t count = static_cast<size_t>(size_of(obj));
-    if (count == 0)
-        return nullptr;
     auto** members = static_cast<const Member**>(malloc(count * sizeof(Member*)));
     if (members == nullptr)
         return nullptr;

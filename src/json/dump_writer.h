@@ -21,8 +21,8 @@ inline char* write_double(char* out, double value) {
     return std::to_chars(out, out + kMaxDoubleText, value, std::chars_format::fixed, 6).ptr;
 }
 
-// The members of an object in the order of their keys' bytes, in one block that the caller frees; nullptr
-// without memory, and for an object without members.
+// The members of an object, at least one, in the order of their keys' bytes, in one block that the caller
+// frees; nullptr without memory.
 const Member** sorted_members(const ObjectNode* obj);
 
 template <class Sink>

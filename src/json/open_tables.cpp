@@ -14,11 +14,10 @@ Slot* moved(Slot* table, void** from, void** to) {
 
 }  // namespace
 
-bool OpenTables::reserve(size_t count, wiq_json* innermost) {
+// Twice the room is always enough: a table asks for no more places than it has, or for two.
+bool OpenTables::grow(wiq_json* innermost) {
     const size_t used = static_cast<size_t>(top_ - base_);
-    size_t capacity = 2 * static_cast<size_t>(end_ - base_);
-    while (capacity - used < count)
-        capacity *= 2;
+    const size_t capacity = 2 * static_cast<size_t>(end_ - base_);
     auto** block = static_cast<void**>(malloc(capacity * sizeof(void*)));
     if (block == nullptr)
         return false;

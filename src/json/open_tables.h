@@ -103,7 +103,7 @@ class OpenTables {
     };
 
     bool has_room(size_t count, wiq_json* innermost) {
-        return static_cast<size_t>(end_ - top_) >= count || reserve(count, innermost);
+        return static_cast<size_t>(end_ - top_) >= count || grow(innermost);
     }
 
     void* move_out(void* table, size_t count) {
@@ -115,8 +115,8 @@ class OpenTables {
         return block;
     }
 
-    // Room for so many more pointers. The stretch may move, and the tables of all open containers with it.
-    bool reserve(size_t count, wiq_json* innermost);
+    // Doubles the stretch, which moves with the tables of all open containers.
+    bool grow(wiq_json* innermost);
 
     void* inline_[kInline];
     void** base_ = inline_;

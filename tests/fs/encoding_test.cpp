@@ -38,6 +38,7 @@ TEST(Encoding, BothWays) {
              Row{{0xE9}, "\xc3\xa9"},
              Row{{0x7FF, 0x800}, "\xdf\xbf\xe0\xa0\x80"},
              Row{{0x20AC}, "\xe2\x82\xac"},
+             Row{{0xD7FF}, "\xed\x9f\xbf"},
              Row{{0xFFFD}, "\xef\xbf\xbd"},
              Row{{0x1F600}, "\xf0\x9f\x98\x80"},
              Row{{0x10FFFF}, "\xf4\x8f\xbf\xbf"},

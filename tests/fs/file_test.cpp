@@ -211,6 +211,46 @@ TEST_F(Getline, APipeThatEndsInTheMiddleOfALine) {
     std::swap(stream_, pipe.reader);
 }
 
+#ifndef _WIN32
+TEST(Streams, APipeHasNoSizeToLoad) {
+    Pipe pipe;
+    ASSERT_NE(pipe.reader, nullptr);
+    void* data = nullptr;
+    const std::string path = "/proc/self/fd/" + std::to_string(fileno(pipe.reader));
+    EXPECT_EQ(wiq_load_file(path.c_str(), &data, 1), WIQ_ERR_IO);
+    EXPECT_EQ(data, nullptr);
+}
+
+// The disk is full after the first block, or within one long text.
+TEST(Streams, AFullDisk) {
+    std::string numbers = "[0";
+    for (int i = 0; i < 20000; ++i)
+        numbers += ",123456";
+    for (const std::string& text : {numbers + "]", "[\"" + std::string(100000, 'x') + "\"]"}) {
+        wiq_json_t* root = wiq_json_loads(text.c_str(), 0, nullptr);
+        ASSERT_NE(root, nullptr);
+        FILE* full = fopen("/dev/full", "w");
+        ASSERT_NE(full, nullptr);
+        setvbuf(full, nullptr, _IONBF, 0);
+        EXPECT_EQ(wiq_json_fdump(root, full, 0, 0), -1);
+        fclose(full);
+        wiq_json_unref(root);
+    }
+}
+
+// A file that is shorter than it said, as one that shrinks while it is loaded, is no loaded file.
+TEST(Streams, AFileThatIsShorterThanItSaid) {
+    void* data = nullptr;
+    // The system's own files say a page and give a line.
+    const char* name = "/sys/kernel/mm/transparent_hugepage/enabled";
+    if (wiq_access(name, 4) != 0)
+        name = "/sys/kernel/uevent_seqnum";
+    ASSERT_EQ(wiq_access(name, 4), 0) << name;
+    EXPECT_EQ(wiq_load_file(name, &data, 1), WIQ_ERR_IO);
+    free(data);
+}
+#endif
+
 TEST(Streams, ADocumentCutOffByItsWriter) {
     Pipe pipe;
     ASSERT_NE(pipe.writer, nullptr);

@@ -355,6 +355,17 @@ TEST_F(Filesystem, MkstempRefusesBadTemplates) {
         EXPECT_EQ(tmpl, bad);
     }
     u32 err = 0;
+#ifndef _WIN32
+    // The runtime of Windows ends a program that gives it a mode that is none.
+    std::string good = root_ + "\\XXXXXX";
+    EXPECT_EQ(wiq_mkstemp(good.data(), &err, "q"), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
+    good = root_ + "\\XXXXXX";
+    EXPECT_EQ(wiq_mkstemp(good.data(), &err, ("w" + std::string(100, 'b')).c_str()), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
+    EXPECT_EQ(wiq_fopen((root_ + "\\f").c_str(), "q", &err), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
+#endif
     EXPECT_EQ(wiq_mkstemp(nullptr, &err, "w"), nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INVALID_ARG);
     std::string tmpl = root_ + "\\XXXXXX";

@@ -216,13 +216,71 @@ TEST(FilesystemFaults, HomeDir) {
 }
 
 TEST(SchemaFaults, Open) {
-    SweepAllocations([](AllocFaults& faults) {
+    const std::string name(9000, 'n');
+    SweepAllocations([&name](AllocFaults& faults) {
         u32 err = 0;
         faults.arm();
-        FILE* fp = wiq_schema_open("none.json", &err);
+        FILE* fp = wiq_schema_open(name.c_str(), &err);
         faults.disarm();
         EXPECT_EQ(fp, nullptr);
         EXPECT_LT(static_cast<i32>(err), 0);
+    });
+}
+
+}  // namespace
+
+namespace {
+
+// Names too long for the room that conversions have without memory.
+TEST(FilesystemFaults, LongNamesThatCannotBeConverted) {
+    static const std::string name(5000, 'n');
+    using Call = i32 (*)();
+    const struct {
+        const char* what;
+        Call call;
+        i32 with_memory, without;
+    } kTable[] = {
+        {"open",
+         [] {
+             u32 err = 0;
+             EXPECT_EQ(wiq_fopen(name.c_str(), "r", &err), nullptr);
+             return static_cast<i32>(err);
+         },
+         WIQ_ERR_IO, WIQ_ERR_ENCODING},
+        {"access", [] { return wiq_access(name.c_str(), 0); }, WIQ_ERR_ACCESS_DENIED, 0},
+        {"unlink", [] { return wiq_unlink(name.c_str()); }, WIQ_ERR_IO, WIQ_ERR_ENCODING},
+        {"rmdir", [] { return wiq_rmdir(name.c_str()); }, WIQ_ERR_IO, WIQ_ERR_ENCODING},
+        {"rename", [] { return wiq_rename(name.c_str(), name.c_str()); }, WIQ_ERR_IO, 1},
+    };
+    for (const auto& row : kTable) {
+        SCOPED_TRACE(row.what);
+        const size_t points = SweepAllocations([&row](AllocFaults& faults) {
+            faults.arm();
+            const i32 status = row.call();
+            faults.disarm();
+            if (!faults.fired()) {
+                // Windows calls a name that is too long one that is not there.
+                EXPECT_TRUE(status == row.with_memory || status == WIQ_ERR_NOT_FOUND) << status;
+            } else if (row.without == 1) {
+                EXPECT_TRUE(status == WIQ_ERR_ENCODING || status == WIQ_ERR_IO) << status;
+            } else {
+                EXPECT_EQ(status, row.without);
+            }
+        });
+        EXPECT_GE(points, 2u);
+    }
+    SweepAllocations([](AllocFaults& faults) {
+        faults.arm();
+        const i32 status = wiq_mkdir(name.c_str());
+        faults.disarm();
+        EXPECT_LT(status, 0);
+    });
+    SweepAllocations([](AllocFaults& faults) {
+        wiq_lib lib;
+        faults.arm();
+        const i32 status = wiq_dlopen_real(name.c_str(), &lib);
+        faults.disarm();
+        EXPECT_LT(status, 0);
     });
 }
 

@@ -69,3 +69,70 @@ TEST(DumpFaults, Escapes) {
 }
 
 }  // namespace
+
+namespace {
+
+// The buffer grows at another token for each length of the text.
+TEST(DumpFaults, EveryTokenMeetsTheEndOfTheBuffer) {
+    for (const u32 flags :
+         {0u, static_cast<u32>(WIQ_JSON_DUMP_PRETTY), static_cast<u32>(WIQ_JSON_DUMP_SORT_KEYS)}) {
+        for (size_t length = 0; length < 70; ++length) {
+            const std::string text =
+                "{\"" + std::string(length, 'k') +
+                "\":[1,-2.5,\"\\n\\u0001\",{\"$ref\":\"#\"},{},340282366920938463463,null],"
+                "\"z\":{\"a\":[[]],\"b\":true}}";
+            wiq_json_t* root = wiq_json_loads(text.c_str(), 0, nullptr);
+            ASSERT_NE(root, nullptr);
+            char* warm = nullptr;
+            ASSERT_GT(wiq_json_sdump(root, &warm, flags), 0);
+            free(warm);
+            SweepAllocations([&](AllocFaults& faults) {
+                char* out = nullptr;
+                faults.arm();
+                const i32 result = wiq_json_sdump(root, &out, flags);
+                faults.disarm();
+                EXPECT_EQ(result < 0, faults.fired());
+                EXPECT_EQ(out == nullptr, faults.fired());
+                free(out);
+            });
+            wiq_json_unref(root);
+        }
+    }
+}
+
+TEST(DumpFaults, DeepOnes) {
+    const std::string deep = std::string(60, '[') + "{\"a\":{}}" + std::string(60, ']');
+    wiq_json_t* root = wiq_json_loads(deep.c_str(), 0, nullptr);
+    ASSERT_NE(root, nullptr);
+    for (const u32 flags : {0u, static_cast<u32>(WIQ_JSON_DUMP_SORT_KEYS)}) {
+        SweepAllocations([&](AllocFaults& faults) {
+            char* out = nullptr;
+            faults.arm();
+            const i32 result = wiq_json_sdump(root, &out, flags);
+            faults.disarm();
+            EXPECT_EQ(result, faults.fired() ? WIQ_ERR_NO_MEMORY : static_cast<i32>(deep.size()));
+            free(out);
+        });
+    }
+    wiq_json_unref(root);
+}
+
+// A string without a text cannot be written, on its own or as a part.
+TEST(DumpFaults, AStringThatLostItsText) {
+    wiq_json_t* text = nullptr;
+    SweepAllocations([&text](AllocFaults& faults) {
+        faults.arm();
+        wiq_json_t* node = wiq_json_str_new("text", nullptr);
+        faults.disarm();
+        if (node != nullptr && wiq_json_str_get(node) == nullptr) {
+            char* out = nullptr;
+            EXPECT_EQ(wiq_json_sdump(node, &out, 0), WIQ_ERR_INVALID_ARG);
+            EXPECT_EQ(out, nullptr);
+            text = node;
+        }
+        wiq_json_unref(node);
+    });
+    EXPECT_NE(text, nullptr) << "there was one";
+}
+
+}  // namespace

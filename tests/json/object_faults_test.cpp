@@ -161,3 +161,33 @@ TEST(JsonObjFaults, ReadingAndRemovingNeedNoMemory) {
 }
 
 }  // namespace
+
+namespace {
+
+// A key that is too long for its member and node to share a block.
+TEST(JsonObjFaults, LongKeys) {
+    const std::string key(3000, 'k');
+    const size_t points = SweepAllocations([&key](AllocFaults& faults) {
+        Tree obj(wiq_json_obj_new(0, nullptr));
+        u32 err = 0;
+        faults.arm();
+        const wiq_json_t* node = wiq_json_obj_put_i64(obj.get(), key.c_str(), 7, &err);
+        faults.disarm();
+        EXPECT_EQ(node == nullptr, faults.fired());
+        EXPECT_EQ(static_cast<i32>(err), faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        EXPECT_EQ(wiq_json_obj_size(obj.get()), faults.fired() ? 0 : 1);
+    });
+    EXPECT_EQ(points, 2 * 3u) << "the node, the member and the table";
+    SweepAllocations([&key](AllocFaults& faults) {
+        Tree obj(wiq_json_obj_new(0, nullptr));
+        ASSERT_NE(wiq_json_obj_put_i64(obj.get(), key.c_str(), 7, nullptr), nullptr);
+        u32 err = 0;
+        faults.arm();
+        wiq_json_t* copy = wiq_json_copy(obj.get(), &err);
+        faults.disarm();
+        EXPECT_EQ(copy == nullptr, faults.fired());
+        wiq_json_unref(copy);
+    });
+}
+
+}  // namespace

@@ -118,3 +118,51 @@ TEST(OpenTables, EveryAllocationWhileTheyGrow) {
 }
 
 }  // namespace
+
+namespace {
+
+// Fails every allocation of loading a text, from the stretch's own to the containers'.
+void sweep_load(const std::string& text) {
+    SweepAllocations([&text](AllocFaults& faults) {
+        wiq_json_load_error error = {};
+        faults.arm();
+        wiq_json_t* node = wiq_json_loads(text.c_str(), 0, &error);
+        faults.disarm();
+        EXPECT_EQ(node == nullptr, faults.fired());
+        EXPECT_EQ(error.status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        wiq_json_unref(node);
+    });
+}
+
+std::string nulls(int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += "null,";
+    return text;
+}
+
+// The stretch holds 1024 places without memory of its own; each of these needs the next one for something
+// else.
+TEST(OpenTables, EveryWayToRunOut) {
+    const std::string long_key(3000, 'k');
+    sweep_load("[" + nulls(1100) + "null]");
+    sweep_load("[" + nulls(1023) + "{\"a\":1}]");
+    sweep_load("[" + nulls(1023) + "{\"" + long_key + "\":1}]");
+    sweep_load("[" + nulls(1020) + "{\"a\":1,\"b\":2,\"c\":3,\"d\":4}]");
+    sweep_load("[" + nulls(1020) + "{\"a\":1,\"b\":2,\"c\":3,\"" + long_key + "\":4}]");
+    sweep_load("{\"" + long_key + "\":{\"$ref\":\"#\"},\"b\":[\"\\n\"]}");
+}
+
+// More at once than twice what there is.
+TEST(OpenTables, OneTableOutgrowsTheRest) {
+    std::string text = "[null,null,{";
+    for (int i = 0; i < 3200; ++i)
+        text += "\"" + std::to_string(i) + "\":0,";
+    Tree root(wiq_json_loads((text + "\"last\":1}]").c_str(), 0, nullptr));
+    ASSERT_NE(root, nullptr);
+    const wiq_json_t* obj = wiq_json_array_get_ext(root.get(), 2, 0, nullptr);
+    EXPECT_EQ(wiq_json_obj_size(obj), 3201);
+    EXPECT_EQ(wiq_json_obj_get_i64(obj, "last", nullptr), 1);
+}
+
+}  // namespace

@@ -86,3 +86,25 @@ TEST(ParserFaults, Scalars) {
 }
 
 }  // namespace
+
+namespace {
+
+// A stream's token needs memory that grows with it, wherever it stands.
+TEST(ParserFaults, LongTokensEverywhere) {
+    ScratchFile file;
+    const std::string word = "\"" + std::string(600, 'x') + "\"";
+    const std::string digits(600, '7');
+    for (const std::string& text :
+         {"[" + word + "]", "[1," + word + "]", "[1, 2 " + word + "]", "{" + word + ":1}",
+          "{\"a\":" + word + "}", "{\"a\":1," + word + ":2}", "{\"a\":1 " + word + "}",
+          "{\"a\" " + word + "}", "[" + digits + "]", "[" + std::string(600, 't') + "]",
+          "[\"" + std::string(400, '\\') + "\"]"}) {
+        wiq_json_load_error error = {};
+        wiq_json_t* node = wiq_json_loads(text.c_str(), 0, &error);
+        const i32 status = node == nullptr ? error.status : 0;
+        wiq_json_unref(node);
+        EXPECT_GE(sweep(text, 0, status, &file), 2u) << text.substr(0, 20);
+    }
+}
+
+}  // namespace

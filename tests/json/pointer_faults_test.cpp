@@ -103,3 +103,34 @@ TEST(PointerFaults, GetPutAndBuild) {
 }
 
 }  // namespace
+
+namespace {
+
+// References that lead to one another, more of them than the walk keeps places for.
+TEST(ReferenceFaults, LongChains) {
+    std::string text = "{\"0\":7";
+    for (int i = 1; i < 60; ++i)
+        text += ",\"" + std::to_string(i) + "\":[{\"$ref\":\"#/" + std::to_string(i - 1) + "\"}]";
+    text += "}";
+    SweepAllocations([&text](AllocFaults& faults) {
+        wiq_json_t* root = parsed(text.c_str());
+        faults.arm();
+        const i32 status = wiq_json_jref_expand(root);
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        wiq_json_delete_impl(root);
+    });
+}
+
+TEST(PointerFaults, NamesInArrays) {
+    wiq_json_t* root = parsed("{\"list\":[[1]]}");
+    wiq_json_t* value = wiq_json_i64_new(1, nullptr);
+    for (const char* pointer : {"/list/name", "/list/name/x", "/list/0/name", "/list/0/0/x/y"})
+        EXPECT_LT(wiq_json_ptr_put(root, pointer, value), 0) << pointer;
+    EXPECT_EQ(wiq_json_parent_key(value), nullptr);
+    EXPECT_EQ(wiq_json_ptr_put(root, "/list/-/x", value), 0) << "a new element, an object";
+    EXPECT_STREQ(wiq_json_parent_key(value), "x");
+    wiq_json_unref(root);
+}
+
+}  // namespace

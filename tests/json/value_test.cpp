@@ -249,3 +249,13 @@ TEST(JsonParent, PlaceOfAChild) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(JsonNew, RefusesMoreThanAnyTableHolds) {
+    u32 err = 0;
+    EXPECT_EQ(wiq_json_obj_new(INT32_MAX, &err), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_NO_MEMORY);
+}
+
+}  // namespace
