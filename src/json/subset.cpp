@@ -20,7 +20,8 @@ bool same_text(const TextNode* a, const TextNode* b) {
     return std::strcmp(a->text, b->text) == 0;
 }
 
-bool same_number(const wiq_json* a, const wiq_json* b) {
+// Numbers of different kinds are compared by what b is, read as a's kind, if that loses nothing.
+bool same_number_of_other_kind(const wiq_json* a, const wiq_json* b) {
     switch (a->type) {
         case kJsonI64:
             return wiq_json_is_i64_ext(b, true) && as<I64Node>(a)->value == wiq_json_i64_get(b);
@@ -33,9 +34,25 @@ bool same_number(const wiq_json* a, const wiq_json* b) {
                    right.hi == left.hi;
         }
         default:
-            // NaN is equal to nothing.
             return wiq_json_is_double_ext(b, true) &&
                    as<DoubleNode>(a)->value == wiq_json_double_get(b);
+    }
+}
+
+bool same_number(const wiq_json* a, const wiq_json* b) {
+    if (a->type != b->type) {
+        return same_number_of_other_kind(a, b);
+    }
+    switch (a->type) {
+        case kJsonI64:
+        case kJsonU64:
+            return as<U64Node>(a)->value == as<U64Node>(b)->value;
+        case kJsonU128:
+            return as<U128Node>(a)->value.lo == as<U128Node>(b)->value.lo &&
+                   as<U128Node>(a)->value.hi == as<U128Node>(b)->value.hi;
+        default:
+            // NaN is equal to nothing.
+            return as<DoubleNode>(a)->value == as<DoubleNode>(b)->value;
     }
 }
 
@@ -79,33 +96,52 @@ struct Pair {
     const wiq_json* b;
 };
 
+// Each of the three machines below is asked for its answer: next() compares pairs of children until it has
+// one, or until it meets a pair of containers, which is its question then; go_on() takes the answer to that.
+
 // Objects: every member of a in b, one after the other.
 struct ObjectMatch {
     const ObjectNode* a;
     const ObjectNode* b;
     const Member* member;  // of a, asked about
+    const Member*
+        likely;  // of b: in two objects with the same history the members come in the same order
 
-    Answer start(u32 flags) {
+    Answer start(u32 flags, Pair* question) {
         const bool sizes_fit = has(flags, WIQ_JSON_SUBSET_SAME_SIZE) ? size_of(a) == size_of(b)
                                                                      : size_of(a) <= size_of(b);
         if (!sizes_fit) {
             return Answer::kNo;
         }
         member = first_member(a);
-        return member != nullptr ? Answer::kLookInside : Answer::kYes;
+        likely = first_member(b);
+        return next(question);
     }
 
-    Pair question() const {
-        const Member* other = find(b->members, Key(member));
-        return {member->child, other != nullptr ? other->child : nullptr};
+    Answer next(Pair* question) {
+        for (; member != nullptr; member = next_member(a, member)) {
+            const Key key(member);
+            const Member* other =
+                likely != nullptr && has_key(likely, key) ? likely : find(b->members, key);
+            if (other == nullptr) {
+                return Answer::kNo;
+            }
+            likely = next_member(b, other);
+            *question = {member->child, other->child};
+            const Answer answer = compare_nodes(member->child, other->child);
+            if (answer != Answer::kYes) {
+                return answer;
+            }
+        }
+        return Answer::kYes;
     }
 
-    Answer go_on(bool matched) {
+    Answer go_on(bool matched, Pair* question) {
         if (!matched) {
             return Answer::kNo;
         }
         member = next_member(a, member);
-        return member != nullptr ? Answer::kLookInside : Answer::kYes;
+        return next(question);
     }
 };
 
@@ -117,26 +153,38 @@ struct GapMatch {
     i32 a_index;
     i32 b_index;
 
-    Answer start() {
+    Answer start(Pair* question) {
         a_index = 0;
         b_index = 0;
-        return answer();
+        return next(question);
     }
 
-    Pair question() const { return {elems_of(a)[a_index], elems_of(b)[b_index]}; }
+    Answer next(Pair* question) {
+        for (;;) {
+            const i32 a_left = size_of(a) - a_index;
+            if (a_left == 0) {
+                return Answer::kYes;
+            }
+            if (size_of(b) - b_index < a_left) {
+                return Answer::kNo;
+            }
+            *question = {elems_of(a)[a_index], elems_of(b)[b_index]};
+            const Answer answer = compare_nodes(question->a, question->b);
+            if (answer == Answer::kLookInside) {
+                return answer;
+            }
+            step(answer == Answer::kYes);
+        }
+    }
 
-    Answer go_on(bool matched) {
+    Answer go_on(bool matched, Pair* question) {
+        step(matched);
+        return next(question);
+    }
+
+    void step(bool matched) {
         a_index += matched ? 1 : 0;
         ++b_index;
-        return answer();
-    }
-
-    Answer answer() const {
-        const i32 a_left = size_of(a) - a_index;
-        if (a_left == 0) {
-            return Answer::kYes;
-        }
-        return size_of(b) - b_index >= a_left ? Answer::kLookInside : Answer::kNo;
     }
 };
 
@@ -148,7 +196,7 @@ struct RunMatch {
     i32 offset;
     i32 last_offset;
 
-    Answer start(u32 flags) {
+    Answer start(u32 flags, Pair* question) {
         index = 0;
         offset = 0;
         last_offset = size_of(b) - size_of(a);
@@ -158,26 +206,36 @@ struct RunMatch {
             }
             last_offset = last_offset < 0 ? last_offset : 0;
         }
-        return answer();
+        return next(question);
     }
 
-    Pair question() const { return {elems_of(a)[index], elems_of(b)[offset + index]}; }
+    Answer next(Pair* question) {
+        while (offset <= last_offset) {
+            if (index == size_of(a)) {
+                return Answer::kYes;
+            }
+            *question = {elems_of(a)[index], elems_of(b)[offset + index]};
+            const Answer answer = compare_nodes(question->a, question->b);
+            if (answer == Answer::kLookInside) {
+                return answer;
+            }
+            step(answer == Answer::kYes);
+        }
+        return Answer::kNo;
+    }
 
-    Answer go_on(bool matched) {
+    Answer go_on(bool matched, Pair* question) {
+        step(matched);
+        return next(question);
+    }
+
+    void step(bool matched) {
         if (matched) {
             ++index;
         } else {
             index = 0;
             ++offset;
         }
-        return answer();
-    }
-
-    Answer answer() const {
-        if (offset > last_offset) {
-            return Answer::kNo;
-        }
-        return index < size_of(a) ? Answer::kLookInside : Answer::kYes;
     }
 };
 
@@ -191,13 +249,12 @@ struct Match {
     };
 };
 
-// Each of these three asks the machine at hand: for its first answer, for the pair it wants to know
-// about, and for its answer once it knows. kLookInside means that it has a question.
-Answer start(Match* match, Pair containers, u32 flags) {
+Answer start(Match* match, Pair containers, u32 flags, Pair* question) {
     if (containers.a->type == kJsonObject) {
         match->kind = Match::kObjects;
-        match->objects = {as<ObjectNode>(containers.a), as<ObjectNode>(containers.b), nullptr};
-        return match->objects.start(flags);
+        match->objects = {as<ObjectNode>(containers.a), as<ObjectNode>(containers.b), nullptr,
+                          nullptr};
+        return match->objects.start(flags, question);
     }
     const auto* a = as<ArrayNode>(containers.a);
     const auto* b = as<ArrayNode>(containers.b);
@@ -205,33 +262,22 @@ Answer start(Match* match, Pair containers, u32 flags) {
         match->kind = Match::kRun;
         match->run.a = a;
         match->run.b = b;
-        return match->run.start(flags);
+        return match->run.start(flags, question);
     }
     match->kind = Match::kGaps;
     match->gaps.a = a;
     match->gaps.b = b;
-    return match->gaps.start();
+    return match->gaps.start(question);
 }
 
-Pair question(const Match& match) {
-    switch (match.kind) {
-        case Match::kObjects:
-            return match.objects.question();
-        case Match::kGaps:
-            return match.gaps.question();
-        default:
-            return match.run.question();
-    }
-}
-
-Answer go_on(Match* match, bool matched) {
+Answer go_on(Match* match, bool matched, Pair* question) {
     switch (match->kind) {
         case Match::kObjects:
-            return match->objects.go_on(matched);
+            return match->objects.go_on(matched, question);
         case Match::kGaps:
-            return match->gaps.go_on(matched);
+            return match->gaps.go_on(matched, question);
         default:
-            return match->run.go_on(matched);
+            return match->run.go_on(matched, question);
     }
 }
 
@@ -240,23 +286,20 @@ bool compare_containers(Pair pair, u32 flags) {
     SmallStack<Match, 16> waiting;
     for (;;) {
         // Down: a pair of containers whose answer is wanted.
-        Match match = {};
-        Answer answer = start(&match, pair, flags);
-        if (answer == Answer::kLookInside && !waiting.push(match)) {
-            return false;
+        Match match;
+        Answer answer = start(&match, pair, flags, &pair);
+        if (answer == Answer::kLookInside) {
+            if (!waiting.push(match)) {
+                return false;
+            }
+            continue;
         }
-        // Along and up: answers go to the machine that asked, until one needs a look inside a pair.
-        for (;;) {
-            if (answer == Answer::kLookInside) {
-                pair = question(waiting.top());
-                answer = compare_nodes(pair.a, pair.b);
-                if (answer == Answer::kLookInside) {
-                    break;
-                }
-            } else if (waiting.empty()) {
+        // Up: the answer goes to the machine that asked, and that machine's to the one above.
+        while (answer != Answer::kLookInside) {
+            if (waiting.empty()) {
                 return answer == Answer::kYes;
             }
-            answer = go_on(&waiting.top(), answer == Answer::kYes);
+            answer = go_on(&waiting.top(), answer == Answer::kYes, &pair);
             if (answer != Answer::kLookInside) {
                 waiting.pop();
             }
