@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fs/line.h"
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "os/os.h"
@@ -61,7 +62,11 @@ i32 read_line(Line* line, int c, FILE* stream) {
     return static_cast<i32>(line->length);
 }
 
-i32 get_line(char** line, size_t* size, FILE* stream) {
+}  // namespace
+
+namespace ke {
+
+i32 getline_locked(char** line, size_t* size, FILE* stream) {
     const int c = ke::os::getc_locked(stream);
     if (c == EOF)
         return WIQ_ERR_EOF;
@@ -80,7 +85,7 @@ i32 get_line(char** line, size_t* size, FILE* stream) {
     return result;
 }
 
-}  // namespace
+}  // namespace ke
 
 i32 wiq_load_file(const char* path, void** out, size_t pad) {
     if (out == nullptr)
@@ -98,7 +103,7 @@ i32 wiq_getline(char** line, size_t* size, FILE* stream) {
     if (line == nullptr || size == nullptr || stream == nullptr)
         return WIQ_ERR_INVALID_ARG;
     ke::os::lock_stream(stream);
-    const i32 result = get_line(line, size, stream);
+    const i32 result = ke::getline_locked(line, size, stream);
     ke::os::unlock_stream(stream);
     return result;
 }

@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fs/line.h"
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
+#include "os/os.h"
 #include "text/ctype.h"
 
 namespace {
@@ -29,8 +31,19 @@ struct IniToken {
     u32 length;
 };
 
+// Which bytes end a word: a table, since every byte of a file is asked about.
+struct WordEnds {
+    constexpr WordEnds() : ends() {
+        for (int c = 0; c < 256; ++c)
+            ends[c] = ke::is_space(static_cast<char>(c)) || c == '"' || c == '#' || c == ';' ||
+                      c == '=' || c == '[' || c == ']';
+    }
+    bool ends[256];
+};
+constexpr WordEnds kWordEnds;
+
 bool ends_word(char c) {
-    return ke::is_space(c) || (c != '\0' && strchr("\"#;=[]", c) != nullptr);
+    return kWordEnds.ends[static_cast<u8>(c)];
 }
 
 // The tokens of one line.
@@ -123,7 +136,7 @@ class IniParser {
 
     i32 parse() {
         for (;;) {
-            const i32 length = wiq_getline(&line_, &line_size_, stream_);
+            const i32 length = ke::getline_locked(&line_, &line_size_, stream_);
             if (length < 0)
                 return length == WIQ_ERR_EOF ? 0 : length;
             ++line_number_;
@@ -258,5 +271,9 @@ i32 wiq_ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
                   WiqIniErrorFn on_error, void* user) {
     if (stream == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    return IniParser(stream, on_section, on_key, on_error, user).parse();
+    // Once for the file, not for each line.
+    ke::os::lock_stream(stream);
+    const i32 status = IniParser(stream, on_section, on_key, on_error, user).parse();
+    ke::os::unlock_stream(stream);
+    return status;
 }

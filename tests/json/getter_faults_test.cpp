@@ -165,9 +165,9 @@ TEST(DumpIntoBufferFaults, KeepWhatWasThere) {
     SweepAllocations([](AllocFaults& faults) {
         wiq_strbuf buf;
         ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
-        const std::string text(500, '"');
+        const std::string quotes(500, '"');
         faults.arm();
-        const i32 status = wiq_json_escape_str_ext(text.c_str(), &buf);
+        const i32 status = wiq_json_escape_str_ext(quotes.c_str(), &buf);
         faults.disarm();
         // Escaping answers with what it wrote: a character that found no memory is left out.
         EXPECT_EQ(status == 1000, !faults.fired());
