@@ -111,7 +111,7 @@ class DumpWriter {
             member = open.members[index];
         else
             open.member = next_member(as<ObjectNode>(open.container), member);
-        status = key(member->key());
+        status = quoted(member->key(), member->key_length, ": ", pretty_ ? 2 : 1);
         return status != 0 ? status : value(member->child);
     }
 
@@ -165,11 +165,6 @@ class DumpWriter {
         return status != 0 || !pretty_ ? status : newline();
     }
 
-    i32 key(const char* text) {
-        const i32 status = string(text);
-        return status != 0 ? status : sink_.write(": ", pretty_ ? 2 : 1);
-    }
-
     // An object of one member whose value is a string.
     i32 single_member(const char* name, const char* text) {
         indent_in();
@@ -177,7 +172,7 @@ class DumpWriter {
         if (status == 0 && pretty_)
             status = newline();
         if (status == 0)
-            status = key(name);
+            status = quoted(name, strlen(name), ": ", pretty_ ? 2 : 1);
         if (status == 0)
             status = string(text);
         return status != 0 ? status : end('}');
@@ -192,12 +187,31 @@ class DumpWriter {
     }
 
     i32 string(const char* text) {
-        if (text == nullptr)
-            return WIQ_ERR_INVALID_ARG;
+        return text == nullptr ? static_cast<i32>(WIQ_ERR_INVALID_ARG)
+                               : quoted(text, strlen(text), "", 0);
+    }
+
+    // A text in quotes and a few bytes behind them. The usual text, short and without escapes, is written in
+    // one piece.
+    i32 quoted(const char* text, size_t length, const char* tail, size_t tail_length) {
+        constexpr size_t kShort = 1024;
+        bool valid = false;
+        if (length < kShort && plain_run(text, text + length, &valid) == text + length) {
+            return in_place(length + 2 + tail_length, [=](char* out) {
+                *out++ = '"';
+                memcpy(out, text, length);
+                out += length;
+                *out++ = '"';
+                memcpy(out, tail, tail_length);
+                return out + tail_length;
+            });
+        }
         i32 status = put('"');
         if (status == 0)
             status = escape_text(text, sink_);
-        return status != 0 ? status : put('"');
+        if (status == 0)
+            status = put('"');
+        return status != 0 || tail_length == 0 ? status : sink_.write(tail, tail_length);
     }
 
     // A line feed and as many blanks as the width of a "%*s" of the indentation.
