@@ -1,6 +1,7 @@
 // Arrays: how elements are attached, replaced and removed at a place. Operations over all elements
 // (search, filter, sort) are in array_all.cpp.
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "json/array_place.h"
@@ -21,11 +22,10 @@ i32 reserve(Elements* elems, i32 capacity) {
 
 // Doubling, from the three that the smallest block of the usual allocators holds.
 i32 grow(Elements* elems) {
-    if (elems->capacity > INT32_MAX / 2) {
-        return elems->capacity == INT32_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY)
-                                            : reserve(elems, INT32_MAX);
-    }
-    return reserve(elems, elems->capacity == 0 ? 3 : 2 * elems->capacity);
+    const i64 doubled = elems->capacity == 0 ? 3 : 2 * i64{elems->capacity};
+    const i32 capacity = static_cast<i32>(std::min<i64>(doubled, INT32_MAX));
+    return capacity == elems->capacity ? static_cast<i32>(WIQ_ERR_NO_MEMORY)
+                                       : reserve(elems, capacity);
 }
 
 wiq_json_t* make_array(i32 capacity, u8 flags, u32* err) {

@@ -226,7 +226,11 @@ TEST(Streams, AFullDisk) {
     std::string numbers = "[0";
     for (int i = 0; i < 20000; ++i)
         numbers += ",123456";
-    for (const std::string& text : {numbers + "]", "[\"" + std::string(100000, 'x') + "\"]"}) {
+    std::string texts = "[0";
+    for (int i = 0; i < 100; ++i)
+        texts += ",\"" + std::string(2000, 'x') + "\"";
+    for (const std::string& text :
+         {numbers + "]", texts + "]", "[\"" + std::string(100000, 'x') + "\"]"}) {
         wiq_json_t* root = wiq_json_loads(text.c_str(), 0, nullptr);
         ASSERT_NE(root, nullptr);
         FILE* full = fopen("/dev/full", "w");
@@ -245,7 +249,8 @@ TEST(Streams, AFileThatIsShorterThanItSaid) {
     const char* name = "/sys/kernel/mm/transparent_hugepage/enabled";
     if (wiq_access(name, 4) != 0)
         name = "/sys/kernel/uevent_seqnum";
-    ASSERT_EQ(wiq_access(name, 4), 0) << name;
+    if (wiq_access(name, 4) != 0)
+        GTEST_SKIP() << "the system shows none of its own files here";
     EXPECT_EQ(wiq_load_file(name, &data, 1), WIQ_ERR_IO);
     free(data);
 }

@@ -108,18 +108,23 @@ namespace {
 
 // References that lead to one another, more of them than the walk keeps places for.
 TEST(ReferenceFaults, LongChains) {
-    std::string text = "{\"0\":7";
-    for (int i = 1; i < 60; ++i)
-        text += ",\"" + std::to_string(i) + "\":[{\"$ref\":\"#/" + std::to_string(i - 1) + "\"}]";
-    text += "}";
-    SweepAllocations([&text](AllocFaults& faults) {
-        wiq_json_t* root = parsed(text.c_str());
-        faults.arm();
-        const i32 status = wiq_json_jref_expand(root);
-        faults.disarm();
-        EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
-        wiq_json_delete_impl(root);
-    });
+    // In one and in two arrays, so that the places run out at either kind of step.
+    for (const int arrays : {1, 2}) {
+        const std::string open(static_cast<size_t>(arrays), '[');
+        const std::string close(static_cast<size_t>(arrays), ']');
+        std::string text = "[";
+        for (int i = 1; i < 40; ++i)
+            text += open + "{\"$ref\":\"#/" + std::to_string(i) + "\"}" + close + ",";
+        text += "7]";
+        SweepAllocations([&text](AllocFaults& faults) {
+            wiq_json_t* root = parsed(text.c_str());
+            faults.arm();
+            const i32 status = wiq_json_jref_expand(root);
+            faults.disarm();
+            EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+            wiq_json_delete_impl(root);
+        });
+    }
 }
 
 TEST(PointerFaults, NamesInArrays) {
