@@ -4,7 +4,7 @@
 namespace {
 
 // A conversion made of the input: flags, width, precision and one of the kinds below.
-std::string specification(Input& input, char kind) {
+std::string conversion(Input& input, char kind) {
     std::string format = "%";
     const u8 bits = input.byte();
     for (int i = 0; i < 4; ++i) {
@@ -42,28 +42,28 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     while (!input.empty()) {
         switch (input.byte() % 7) {
             case 0:
-                compare(specification(input, 'd'), input.number<i32>());
+                compare(conversion(input, 'd'), input.number<i32>());
                 break;
             case 1:
-                compare(specification(input, 'u'), input.number<u32>());
+                compare(conversion(input, 'u'), input.number<u32>());
                 break;
             case 2:
-                compare(specification(input, 'x'), input.number<u32>());
+                compare(conversion(input, 'x'), input.number<u32>());
                 break;
             case 3:
-                compare(specification(input, 'X'), input.number<u32>());
+                compare(conversion(input, 'X'), input.number<u32>());
                 break;
             case 4:
-                compare(specification(input, 'c'), 1 + input.byte() % 126);
+                compare(conversion(input, 'c'), 1 + input.byte() % 126);
                 break;
             case 5: {
-                const std::string format = specification(input, 's');
+                const std::string format = conversion(input, 's');
                 const std::string text = input.line();
                 compare(format, text.c_str());
                 break;
             }
             default:
-                compare(specification(input, 'f'),
+                compare(conversion(input, 'f'),
                         static_cast<double>(input.number<i32>()) / 1024.0);
         }
     }
