@@ -156,8 +156,9 @@ KE_API void wiq_json_unref(wiq_json_t* node);
 /** Destroys a node whatever its count is and whoever else holds it. Its parent, if it has one, is not told.
  *  NULL is ignored. */
 KE_API void wiq_json_delete_impl(wiq_json_t* node);
-/** Releases all that a node owns, and leaves the node: to be passed to free() or wiq_json_delete_impl(), and
- *  to nothing else. NULL is ignored. */
+/** Releases all that a node owns, and leaves the node: to be passed to wiq_json_delete_impl(), or to free() if
+ *  one of the constructors above made it, and to nothing else. A node that was made as a member of an object
+ *  may share its block with the member. NULL is ignored. */
 KE_API void wiq_json_finalize(wiq_json_t* node);
 /** The node's index in its parent array, as wiq_json_array_swap() was given it if that put it there; -1 for
  *  NULL, without a parent, and in an object. */

@@ -58,7 +58,7 @@ struct wiq_json {
     wiq_json* parent;
     union {
         u32 index;        // in an array
-        const char* key;  // in an object: the text in the member's own entry
+        const char* key;  // in an object: the text in the member's block
     } position;
 };
 

@@ -1,7 +1,7 @@
 // Reference counts and the release of whole trees.
 //
 // Releasing a tree uses neither recursion nor memory: a dying container keeps its place in its own fields
-// (a vector's size, a map's size), and its `parent`, which it no longer needs, leads back to the dying
+// (an array's size, an object's), and its `parent`, which it no longer needs, leads back to the dying
 // container that it was taken from. The order is that of a recursive release: a child's whole subtree
 // before the next child.
 
