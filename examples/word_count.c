@@ -3,7 +3,6 @@
 #include <ctype.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include "ke_utils.h"
 
@@ -20,8 +19,7 @@ static i32 count_word(wiq_map* words, const char* text, u64 length) {
     char* word = malloc(length + 1);
     if (word == NULL)
         return WIQ_ERR_NO_MEMORY;
-    memcpy(word, text, length);
-    word[length] = '\0';
+    wiq_snprintf(word, length + 1, "%.*s", (int)length, text);
     const bool known = wiq_map_test_key(words, word);
     i32 status = 0;
     int* counter = wiq_map_memoize(words, word, make_counter, NULL, &status);

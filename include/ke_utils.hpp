@@ -590,8 +590,8 @@ class map {
         if (map_.size == before)
             return status;
         // Stored: a table that could not grow holds it all the same.
-        name.release();
-        made.release();
+        (void)name.release();
+        (void)made.release();
         return 0;
     }
     /** Whether there was something to remove. */
