@@ -63,8 +63,7 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
                 break;
             }
             default:
-                compare(conversion(input, 'f'),
-                        static_cast<double>(input.number<i32>()) / 1024.0);
+                compare(conversion(input, 'f'), static_cast<double>(input.number<i32>()) / 1024.0);
         }
     }
     return 0;
