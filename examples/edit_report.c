@@ -32,13 +32,16 @@ static i32 edit(wiq_json_t* report) {
     printf("%s has run for %" PRIu64 " hours\n", model, hours.lo);
 
     wiq_json_t* by_pointer = wiq_json_ptr_get(report, "/Health/PowerOnHours", &err, NULL);
+    if (by_pointer == NULL)
+        return (i32)err;
     printf("the same by pointer: %" PRIu64 "\n", wiq_json_u64_get(by_pointer));
 
     i32 status = wiq_json_jref_expand(report);
     if (status != 0)
         return status;
-    wiq_json_ptr_put_str(report, "/Notes/-", "checked by edit_report", &err);
-    wiq_json_ptr_put_u64(report, "/Checks/PowerOnHours", hours.lo, &err);
+    /* These write the status without reading it first: the second is only called if the first went well. */
+    if (wiq_json_ptr_put_str(report, "/Notes/-", "checked by edit_report", &err) != NULL)
+        wiq_json_ptr_put_u64(report, "/Checks/PowerOnHours", hours.lo, &err);
     return (i32)err;
 }
 
