@@ -1,17 +1,23 @@
-# Writes the programs of a page to files: each fenced block of C or C++ that has a main(), and the text block
-# behind it as what the program must print. Prints the files' names. Needs -v work=FOLDER -v stem=NAME.
+# Writes the programs of a page to files: each fenced block of C or C++, and the text block behind it as what
+# the program must print. Prints the files' names. Needs -v work=FOLDER -v stem=NAME. Fails on a page without a
+# program and on code that is none, for nobody would try that.
 function finish_program() {
-    if (code ~ /int main\(/) {
-        ++count
-        file = work "/" stem "_" count "." language
-        printf "%s", code > file
-        close(file)
-        expected = work "/" stem "_" count ".txt"
-        printf "" > expected
-        close(expected)
-        print file
-        waiting = 1
-    }
+    if (code !~ /int main\(/)
+        fail("a block of " language " without a main()")
+    ++count
+    file = work "/" stem "_" count "." language
+    printf "%s", code > file
+    close(file)
+    expected = work "/" stem "_" count ".txt"
+    printf "" > expected
+    close(expected)
+    print file
+    waiting = 1
+}
+function fail(what) {
+    print FILENAME ":" FNR ": " what > "/dev/stderr"
+    failed = 1
+    exit 1
 }
 /^```(c|cpp)$/ { language = substr($0, 4); code = ""; state = "code"; next }
 /^```text$/ { text = ""; state = "text"; next }
@@ -28,3 +34,7 @@ function finish_program() {
 }
 state == "code" { code = code $0 "\n" }
 state == "text" { text = text $0 "\n" }
+END {
+    if (!failed && (count == 0 || state != ""))
+        fail(count == 0 ? "no program on this page" : "a block that does not end")
+}
