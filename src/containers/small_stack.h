@@ -27,6 +27,10 @@ class SmallStack {
     size_t size() const { return size_; }
     T& top() { return items_[size_ - 1]; }
     void pop() { --size_; }
+    // From the bottom up.
+    T* data() { return items_; }
+    // Leaves the lowest ones.
+    void truncate(size_t size) { size_ = size; }
     // False without memory; the stack is then as it was.
     bool push(const T& item) {
         if (size_ == capacity_ && !grow())

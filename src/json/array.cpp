@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "json/array_place.h"
 #include "json/node.h"
@@ -10,10 +11,17 @@
 namespace ke::json {
 namespace {
 
-i32 reserve(Elements* elems, i32 capacity) {
-    void* block = std::realloc(elems->data, static_cast<size_t>(capacity) * sizeof(wiq_json*));
+i32 reserve(ArrayNode* array, i32 capacity) {
+    Elements* elems = &array->elems;
+    const bool behind = array->table_behind != 0;
+    void* block = std::realloc(behind ? nullptr : elems->data,
+                               static_cast<size_t>(capacity) * sizeof(wiq_json*));
     if (block == nullptr) {
         return WIQ_ERR_NO_MEMORY;
+    }
+    if (behind) {
+        std::memcpy(block, elems->data, static_cast<size_t>(elems->size) * sizeof(wiq_json*));
+        array->table_behind = 0;
     }
     elems->data = static_cast<wiq_json**>(block);
     elems->capacity = capacity;
@@ -21,11 +29,11 @@ i32 reserve(Elements* elems, i32 capacity) {
 }
 
 // Doubling, from the three that the smallest block of the usual allocators holds.
-i32 grow(Elements* elems) {
-    const i64 doubled = elems->capacity == 0 ? 3 : 2 * i64{elems->capacity};
+i32 grow(ArrayNode* array) {
+    const i32 now = array->elems.capacity;
+    const i64 doubled = now == 0 ? 3 : 2 * i64{now};
     const i32 capacity = static_cast<i32>(std::min<i64>(doubled, INT32_MAX));
-    return capacity == elems->capacity ? static_cast<i32>(WIQ_ERR_NO_MEMORY)
-                                       : reserve(elems, capacity);
+    return capacity == now ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : reserve(array, capacity);
 }
 
 wiq_json_t* make_array(i32 capacity, u8 flags, u32* err) {
@@ -50,7 +58,7 @@ bool may_take(const wiq_json_t* array, const wiq_json_t* child) {
 // Puts a child behind the last element: 0, or -5000 with the array unchanged.
 i32 append(ArrayNode* array, wiq_json* child) {
     Elements* elems = &array->elems;
-    if (elems->size == elems->capacity && grow(elems) != 0) {
+    if (elems->size == elems->capacity && grow(array) != 0) {
         return WIQ_ERR_NO_MEMORY;
     }
     elems->data[elems->size] = child;
@@ -61,14 +69,21 @@ i32 append(ArrayNode* array, wiq_json* child) {
 }  // namespace
 
 ArrayNode* new_array(i32 capacity, u8 flags, const Key* key) {
-    auto* array = new_node<ArrayNode>(kJsonArray, key);
-    if (array != nullptr) {
-        array->flags = flags;
-        array->elems = {};
-        if (capacity > 0 && reserve(&array->elems, capacity) != 0) {
-            free_node(array);
-            array = nullptr;
-        }
+    const bool behind = capacity > 0 && static_cast<u64>(capacity) <= kFewPlaces;
+    const size_t table = behind ? static_cast<size_t>(capacity) * sizeof(wiq_json*) : 0;
+    auto* array =
+        static_cast<ArrayNode*>(allocate_node(kJsonArray, sizeof(ArrayNode) + table, key));
+    if (array == nullptr) {
+        return nullptr;
+    }
+    array->flags = flags;
+    array->elems = {};
+    if (behind) {
+        array->table_behind = 1;
+        array->elems = {reinterpret_cast<wiq_json**>(array + 1), 0, capacity};
+    } else if (capacity > 0 && reserve(array, capacity) != 0) {
+        free_node(array);
+        return nullptr;
     }
     return array;
 }

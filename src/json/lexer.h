@@ -76,6 +76,8 @@ class Lexer {
                 return scan_from(c);
         }
     }
+    // Reads the next token only if it is this character and stands right here.
+    bool take(char c) { return reader_.take(c); }
     int token() const { return current_.token; }
     const Lexeme& current() const { return current_; }
 
@@ -93,6 +95,11 @@ class Lexer {
             return nullptr;
         memcpy(held_.data, current_.text, current_.length);
         return held_.data;
+    }
+
+    // Whether a text that was held is the source's own, and stays for as long as that does.
+    bool holds_in_source(const char* text) const {
+        return Reader::kTextStays && text != held_.data;
     }
 
     Place place() const { return reader_.place(); }

@@ -2,23 +2,7 @@
 
 #include "json/members.h"
 
-#include <cstdlib>
-
-#include "ke_utils/core.h"
-
 namespace ke::json {
-
-i32 init_members(Members* members, i32 capacity) {
-    *members = {};
-    const u64 count = initial_buckets(static_cast<u64>(capacity));
-    if (count == 1)
-        return 0;
-    if (count > kMostBuckets)
-        return WIQ_ERR_NO_MEMORY;
-    members->buckets = static_cast<Member**>(calloc(count, sizeof(Member*)));
-    members->mask = static_cast<u32>(count - 1);
-    return members->buckets == nullptr ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 0;
-}
 
 Member* make_member(void* block, const Key& key) {
     auto* member = static_cast<Member*>(block);
@@ -30,20 +14,28 @@ Member* make_member(void* block, const Key& key) {
     return member;
 }
 
-bool HeapTables::begin(Members* members) {
-    auto** buckets = static_cast<Member**>(calloc(2, sizeof(Member*)));
-    if (buckets == nullptr)
-        return false;
-    *members = {buckets, 1, 0};
-    return true;
-}
-
-bool HeapTables::extend(Members* members) {
-    const size_t count = size_t{members->mask} + 1;
-    void* buckets = realloc(members->buckets, 2 * count * sizeof(Member*));
-    if (buckets == nullptr)
-        return false;
-    members->buckets = static_cast<Member**>(buckets);
+// Growth turns every chain around (chains.h), so a member that is still to see an odd number of growths
+// comes before those of its chain that were there before it, and another one behind them. The members that
+// one growth moves first, the one that caused it among them, are one round here.
+bool build_table(Members* members, Member* const* list, u64 count) {
+    const u64 buckets = u64{members->mask} + 1;
+    bool in_front = std::countr_zero(buckets) % 2 == 0;
+    u64 i = 0;
+    for (u64 size = 2; i < count; size *= 2) {
+        const u64 round_end = size == buckets ? count : load_limit(size) + 1;
+        for (; i < round_end; ++i) {
+            Member* member = list[i];
+            Member** end = slot_of(*members, Key(member));
+            if (*end != nullptr)
+                return false;
+            Member** link =
+                in_front ? &members->buckets[bucket_of(member->hash, members->mask)] : end;
+            member->next = *link;
+            *link = member;
+        }
+        in_front = !in_front;
+    }
+    members->size = static_cast<u32>(count);
     return true;
 }
 

@@ -4,8 +4,9 @@
 //   Members      ┌─────────┬──────┬──────┐
 //                │ buckets │ mask │ size │ 16 bytes, in the object's node
 //                └────┬────┴──────┴──────┘
-//                     └► heads of the chains: mask + 1 of them. No array, and mask 0, stand for the one
-//                        bucket of an object that never had a member.
+//                     └► heads of the chains: mask + 1 of them, behind the node or in a block of their own.
+//                        No array, and mask 0, stand for the one bucket of an object that never had a
+//                        member.
 //   Member       ┌──────┬───────┬──────┬────────────┬──────────────┐
 //   (+ key)      │ next │ child │ hash │ key_length │ k e y ... \0 │ (+ the child's node, see node.h)
 //                └──────┴───────┴──────┴────────────┴▲─────────────┘
@@ -44,6 +45,7 @@ struct Members {
 
 // A key that is looked for or to be added, with its hash.
 struct Key {
+    Key() = default;
     Key(const char* key_text, size_t key_length)
         : text(key_text), length(key_length), hash(hash_str(key_text, key_length)) {}
     Key(const char* key_text, size_t key_length, u32 key_hash)
@@ -82,9 +84,6 @@ inline Member* next(const Members& members, const Member* member) {
     return next_in_table(members.buckets, members.mask, member);
 }
 
-// Room for so many members: 0, or -5000.
-i32 init_members(Members* members, i32 capacity);
-
 // Makes a member of a block of at least sizeof(Member) and the key's length and 1 bytes: a copy of the key,
 // and no child.
 Member* make_member(void* block, const Key& key);
@@ -100,43 +99,16 @@ constexpr u64 kMostBuckets = u64{1} << 31;
 // The longest key that a member can have.
 constexpr size_t kLongestKey = UINT32_MAX - 1;
 
-// Puts a free-standing member into the table, in the place of the old one with the same key, which is the
-// caller's then, if there is one. The table's memory is the storage's, with
-//   bool begin(Members*)    gives an object that has no table two buckets, all empty
-//   bool extend(Members*)   makes room behind the buckets for as many more, and may move them
-// which return false without memory. 0, or -5000 with nothing changed.
-template <class Storage>
-i32 put_member(Storage& storage, Members* members, Member* member, Member** old) {
-    *old = nullptr;
-    if (members->buckets == nullptr && !storage.begin(members))
-        return WIQ_ERR_NO_MEMORY;
-    Member** slot = slot_of(*members, Key(member));
-    *old = *slot;
-    member->next = *old == nullptr ? nullptr : (*old)->next;
-    *slot = member;
-    if (*old != nullptr)
-        return 0;
-    // The new member takes its place in the old table first: growth then moves it with the others.
-    const u64 count = u64{members->mask} + 1;
-    if (members->size < load_limit(count)) {
-        ++members->size;
-        return 0;
-    }
-    if (count == kMostBuckets || !storage.extend(members)) {
-        // The storage may have moved the table.
-        unlink_member(members, member);
-        return WIQ_ERR_NO_MEMORY;
-    }
-    ++members->size;
-    split_chains(members->buckets, count);
-    members->mask = static_cast<u32>(2 * count - 1);
-    return 0;
+// The number of buckets that a table has grown to when so many members, at least one, were added one by one.
+constexpr u64 grown_buckets(u64 size) {
+    u64 count = 2;
+    while (load_limit(count) < size)
+        count *= 2;
+    return count;
 }
 
-// Tables in blocks of their own.
-struct HeapTables {
-    static bool begin(Members* members);
-    static bool extend(Members* members);
-};
+// Fills an empty table of grown_buckets(count) buckets as adding the members one by one would have: false,
+// with the table to be thrown away, if two of them have the same key.
+bool build_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json

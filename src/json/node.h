@@ -9,8 +9,11 @@
 //   u128                16 bytes of value, low half first
 //   string, reference   a pointer to the text, which stands in the same block right behind it; nullptr
 //                       in a string whose text found no memory
-//   object              its Members (members.h)
-//   array               its Elements
+//   object              its Members (members.h), and perhaps its table
+//   array               its Elements, and perhaps its table
+//
+// A container that is made with room for a few children has its table behind it in the same block; one that
+// outgrows it gets a table in a block of its own, which all others have from the beginning.
 //
 // A node that is made as an object's member shares one block with that member:
 //
@@ -21,7 +24,8 @@
 //
 // `home` says how far the block's start is before the node; 0 is a node in a block of its own. The block
 // is the node's, which outlives the member: a member that leaves its object leaves the block alone then,
-// and is never used again. A node that comes to its object ready-made has a member in a block apart.
+// and is never used again. A node that comes to its object ready-made, or whose key is long, has a member in
+// a block apart. The bit beside `home` says that a container's table stands behind its node.
 //
 // What a container holds is released by the model itself, in refcount.cpp, without recursion.
 #pragma once
@@ -53,7 +57,8 @@ constexpr u8 kJsonWeak = 2;
 struct wiq_json {
     u16 type;
     u8 flags;
-    u8 home;
+    u8 home : 7;
+    u8 table_behind : 1;
     i32 refcount;
     wiq_json* parent;
     union {
@@ -155,10 +160,11 @@ inline void unlink_from_parent(wiq_json* child) {
 }
 
 // The header of a new node: free-standing, with a count of 0.
-inline void begin_node(wiq_json* node, u16 type, u8 flags = 0) {
+inline void begin_node(wiq_json* node, u16 type, u8 home = 0) {
     node->type = type;
-    node->flags = flags;
-    node->home = 0;
+    node->flags = 0;
+    node->home = home & 127;
+    node->table_behind = 0;
     node->refcount = 0;
     unlink_from_parent(node);
 }
@@ -196,9 +202,18 @@ inline Node* new_node_of(u16 type, const Value& value, const Key* key = nullptr)
 // own block, or without text if that is nullptr; nullptr without memory.
 wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* key = nullptr);
 
+// The places of the largest table behind a node.
+constexpr u64 kFewPlaces = 64;
+
 // An empty object or array, flags 0 or kJsonWeak, with room for so many children; nullptr without memory.
 ObjectNode* new_object(i32 capacity, u8 flags, const Key* key = nullptr);
 ArrayNode* new_array(i32 capacity, u8 flags, const Key* key = nullptr);
+// The same, with a table of so many buckets, which is a power of two, or 0 for none.
+ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key = nullptr);
+// A table of so many empty buckets in a block of its own, for an object that has none: 0, or -5000.
+i32 make_table(ObjectNode* obj, u64 buckets);
+// Takes a container's table away, with all that it says. The children are the caller's.
+void drop_table(wiq_json* container);
 
 // A string node with a copy of the text, or without it if there is memory for the node alone.
 wiq_json* new_string(const char* text, const Key* key = nullptr);
@@ -210,6 +225,9 @@ i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child);
 i32 attach_new_member(ObjectNode* obj, const Key& key, wiq_json* child);
 i32 attach_elem(ArrayNode* array, wiq_json* child);
 i32 attach_new_elem(ArrayNode* array, wiq_json* child);
+
+// The same for a member that is there: gives it the child, whose count is as it should be, and its place.
+i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child);
 
 // A free-standing member with a copy of the key, without a child, in a block of its own; nullptr without
 // memory.

@@ -41,11 +41,103 @@ i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
     return attach_member(object, key_from(key), child);
 }
 
-// Gives a free-standing member its child and its place in the table. 0, or -5000 with the object unchanged.
-i32 attach(ObjectNode* obj, Member* member, wiq_json* child) {
-    HeapTables storage;
+// Makes room behind an object's buckets for as many more; false without memory.
+bool extend_table(ObjectNode* obj) {
+    Members& members = obj->members;
+    const size_t size = (size_t{members.mask} + 1) * sizeof(Member*);
+    const bool behind = obj->table_behind != 0;
+    void* buckets = std::realloc(behind ? nullptr : members.buckets, 2 * size);
+    if (buckets == nullptr) {
+        return false;
+    }
+    if (behind) {
+        std::memcpy(buckets, members.buckets, size);
+        obj->table_behind = 0;
+    }
+    members.buckets = static_cast<Member**>(buckets);
+    return true;
+}
+
+// Puts a free-standing member into the table, in the place of the old one with the same key, which is the
+// caller's then, if there is one. 0, or -5000 with nothing changed.
+i32 put_member(ObjectNode* obj, Member* member, Member** old) {
+    Members* members = &obj->members;
+    *old = nullptr;
+    if (members->buckets == nullptr && make_table(obj, 2) != 0) {
+        return WIQ_ERR_NO_MEMORY;
+    }
+    Member** slot = slot_of(*members, Key(member));
+    *old = *slot;
+    member->next = *old == nullptr ? nullptr : (*old)->next;
+    *slot = member;
+    if (*old != nullptr) {
+        return 0;
+    }
+    // The new member takes its place in the old table first: growth then moves it with the others.
+    const u64 count = u64{members->mask} + 1;
+    if (members->size < load_limit(count)) {
+        ++members->size;
+        return 0;
+    }
+    if (count == kMostBuckets || !extend_table(obj)) {
+        unlink_member(members, member);
+        return WIQ_ERR_NO_MEMORY;
+    }
+    ++members->size;
+    split_chains(members->buckets, count);
+    members->mask = static_cast<u32>(2 * count - 1);
+    return 0;
+}
+
+}  // namespace
+
+ObjectNode* new_object(i32 capacity, u8 flags, const Key* key) {
+    const u64 buckets = initial_buckets(static_cast<u64>(capacity));
+    return new_object_with(buckets == 1 ? 0 : buckets, flags, key);
+}
+
+ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key) {
+    const size_t behind = buckets <= kFewPlaces ? buckets * sizeof(Member*) : 0;
+    auto* obj =
+        static_cast<ObjectNode*>(allocate_node(kJsonObject, sizeof(ObjectNode) + behind, key));
+    if (obj == nullptr) {
+        return nullptr;
+    }
+    obj->flags = flags;
+    obj->members = {};
+    if (behind != 0) {
+        obj->table_behind = 1;
+        obj->members.buckets = reinterpret_cast<Member**>(obj + 1);
+        obj->members.mask = static_cast<u32>(buckets - 1);
+        std::memset(obj + 1, 0, behind);
+    } else if (buckets != 0 && make_table(obj, buckets) != 0) {
+        free_node(obj);
+        return nullptr;
+    }
+    return obj;
+}
+
+i32 make_table(ObjectNode* obj, u64 buckets) {
+    if (buckets > kMostBuckets) {
+        return WIQ_ERR_NO_MEMORY;
+    }
+    auto** table = static_cast<Member**>(std::calloc(buckets, sizeof(Member*)));
+    if (table == nullptr) {
+        return WIQ_ERR_NO_MEMORY;
+    }
+    obj->members = {table, static_cast<u32>(buckets - 1), 0};
+    return 0;
+}
+
+Member* new_member(const Key& key) {
+    void* block =
+        key.length <= kLongestKey ? std::malloc(sizeof(Member) + key.length + 1) : nullptr;
+    return block != nullptr ? make_member(block, key) : nullptr;
+}
+
+i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child) {
     Member* old = nullptr;
-    const i32 status = put_member(storage, &obj->members, member, &old);
+    const i32 status = put_member(obj, member, &old);
     if (status == 0) {
         settle(obj, member, child);
     }
@@ -55,33 +147,13 @@ i32 attach(ObjectNode* obj, Member* member, wiq_json* child) {
     return status;
 }
 
-}  // namespace
-
-ObjectNode* new_object(i32 capacity, u8 flags, const Key* key) {
-    auto* obj = new_node<ObjectNode>(kJsonObject, key);
-    if (obj != nullptr) {
-        obj->flags = flags;
-        if (init_members(&obj->members, capacity) != 0) {
-            free_node(obj);
-            obj = nullptr;
-        }
-    }
-    return obj;
-}
-
-Member* new_member(const Key& key) {
-    void* block =
-        key.length <= kLongestKey ? std::malloc(sizeof(Member) + key.length + 1) : nullptr;
-    return block != nullptr ? make_member(block, key) : nullptr;
-}
-
 i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
     Member* member = new_member(key);
     if (member == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
     count_up(child);
-    const i32 status = attach(obj, member, child);
+    const i32 status = attach_made_member(obj, member, child);
     if (status != 0) {
         count_down(child);
         std::free(member);
@@ -94,7 +166,7 @@ i32 attach_new_member(ObjectNode* obj, const Key& key, wiq_json* child) {
     if (member == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
-    const i32 status = attach(obj, member, child);
+    const i32 status = attach_made_member(obj, member, child);
     if (status == 0) {
         child->refcount = 1;
     } else if (child->home == 0) {

@@ -69,6 +69,14 @@ class StringReader {
     const char* token_end() const { return next_; }
     bool failed() const { return false; }
 
+    // Moves on over the next byte if it is this one, which is a token.
+    bool take(char c) {
+        if (*next_ != c)
+            return false;
+        ++next_;
+        return true;
+    }
+
     // The usual string, all plain characters up to its closing quote, in one piece: moves on behind the
     // quote. False, with nothing read, if it is not known at once to be one.
     bool take_plain_string(const char** text, size_t* length) {
@@ -86,7 +94,9 @@ class StringReader {
     // A number, whose first digit or sign was read, in one piece: moves on behind it. Anything that is not
     // simply right is not read, and kNone.
     QuickNumber take_number() {
-        const QuickNumber number = read_number(token_);
+        if (plain_end_ - token_ < kLongNumber)
+            look_ahead();
+        const QuickNumber number = read_number(token_, plain_end_);
         if (number.kind != QuickNumber::kNone)
             next_ = number.end;
         return number;
@@ -173,6 +183,7 @@ class StringReader {
 
     static constexpr size_t kLongest = 16384;
     static constexpr ptrdiff_t kLongRun = 16;
+    static constexpr ptrdiff_t kLongNumber = 32;
 
     const char* start_;
     const char* next_;
@@ -232,6 +243,7 @@ class StreamReader {
     bool failed() const { return failed_; }
 
     // What a string in memory can pass in one piece is read byte by byte here.
+    bool take(char) { return false; }
     void skip_plain() {}
     bool take_plain_string(const char**, size_t*) { return false; }
     QuickNumber take_number() { return {}; }

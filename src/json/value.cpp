@@ -52,7 +52,7 @@ u64 truncate_unsigned(double value) {
 
 wiq_json* allocate_node(u16 type, size_t size, const Key* key) {
     constexpr size_t kUnit = 8;
-    constexpr size_t kFarthest = kUnit * UINT8_MAX;
+    constexpr size_t kFarthest = kUnit * 127;
     size_t offset = 0;
     if (key != nullptr && key->length < kFarthest - sizeof(Member)) {
         offset = (sizeof(Member) + key->length + 1 + kUnit - 1) / kUnit * kUnit;
@@ -62,9 +62,8 @@ wiq_json* allocate_node(u16 type, size_t size, const Key* key) {
         return nullptr;
     }
     auto* node = reinterpret_cast<wiq_json*>(block + offset);
-    begin_node(node, type);
+    begin_node(node, type, static_cast<u8>(offset / kUnit));
     if (offset != 0) {
-        node->home = static_cast<u8>(offset / kUnit);
         make_member(block, *key);
     }
     return node;

@@ -46,8 +46,8 @@ TEST(ParserFaults, RichDocument) {
     const std::string text = rich_document();
     ScratchFile file;
     for (i32 flags : {0, static_cast<i32>(WIQ_JSON_ALLOW_TRAILING)}) {
-        EXPECT_GT(sweep(text, flags, 0, nullptr), 400u);
-        EXPECT_GT(sweep(text, flags, 0, &file), 400u);
+        EXPECT_GT(sweep(text, flags, 0, nullptr), 250u);
+        EXPECT_GT(sweep(text, flags, 0, &file), 350u);
     }
 }
 
@@ -60,7 +60,7 @@ TEST(ParserFaults, DocumentsThatFail) {
              std::tuple{whole.substr(0, whole.size() - 1), 0, WIQ_ERR_JSON_UNEXPECTED_END},
              std::tuple{whole, 2, WIQ_ERR_JSON_DUPLICATE_KEY},
              std::tuple{std::string("[[],{\"a\":[1,{\"b\":x"), 0, WIQ_ERR_JSON_BAD_TOKEN},
-             std::tuple{std::string("{\"key\" 1}"), 0, WIQ_ERR_JSON_UNEXPECTED_TOKEN},
+             std::tuple{std::string("{\"\\n\" 1}"), 0, WIQ_ERR_JSON_UNEXPECTED_TOKEN},
          }) {
         EXPECT_GE(sweep(text, flags, status, nullptr), 2u) << text;
         EXPECT_GT(sweep(text, flags, status, &file), 3u) << text;

@@ -25,12 +25,14 @@ const struct {
      1},
     {"double", [](u32* err) { return wiq_json_double_new(1, err); }, 1},
     {"reference", [](u32* err) { return wiq_json_jref_new("#/a", err); }, 1},
-    {"object", [](u32* err) { return wiq_json_obj_new(5, err); }, 2},
-    {"weak object", [](u32* err) { return wiq_json_obj_weak_new(5, err); }, 2},
+    {"object", [](u32* err) { return wiq_json_obj_new(5, err); }, 1},
+    {"large object", [](u32* err) { return wiq_json_obj_new(49, err); }, 2},
+    {"weak object", [](u32* err) { return wiq_json_obj_weak_new(49, err); }, 2},
     {"empty object", [](u32* err) { return wiq_json_obj_new(0, err); }, 1},
     {"empty array", [](u32* err) { return wiq_json_array_new(0, err); }, 1},
-    {"array", [](u32* err) { return wiq_json_array_new(5, err); }, 2},
-    {"weak array", [](u32* err) { return wiq_json_array_weak_new(5, err); }, 2},
+    {"array", [](u32* err) { return wiq_json_array_new(5, err); }, 1},
+    {"large array", [](u32* err) { return wiq_json_array_new(65, err); }, 2},
+    {"weak array", [](u32* err) { return wiq_json_array_weak_new(65, err); }, 2},
 };
 
 TEST(JsonNewFaults, GiveNullAndTheStatus) {

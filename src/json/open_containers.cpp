@@ -1,0 +1,224 @@
+// See open_containers.h.
+
+#include "json/open_containers.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+namespace ke::json {
+
+namespace {
+
+// The text of a member that makes its object a reference; nullptr if it does not.
+const char* uri_of(const Member* member) {
+    const bool is_reference = member->child->type == kJsonString &&
+                              std::string_view(member->key(), member->key_length) == "$ref";
+    return is_reference ? as<TextNode>(member->child)->text : nullptr;
+}
+
+}  // namespace
+
+OpenContainers::~OpenContainers() {
+    for (; !frames_.empty(); frames_.pop()) {
+        const Frame& frame = frames_.top();
+        if (is_apart(frame))
+            free(frame.member);
+        abandon(frame);
+    }
+}
+
+// Whether the member of an early node has a block of its own.
+bool OpenContainers::is_apart(const Frame& frame) {
+    return frame.member != nullptr && block_of(frame.node) != frame.member;
+}
+
+// Releases a container's children and the container; a member apart stays.
+void OpenContainers::abandon(const Frame& frame) {
+    void** children = children_of(frame);
+    for (size_t i = count_of(frame); i-- != 0;) {
+        if (frame.type == kJsonArray) {
+            wiq_json_delete_impl(static_cast<wiq_json*>(children[i]));
+        } else {
+            auto* member = static_cast<Member*>(children[i]);
+            wiq_json* child = member->child;
+            free_member(member);
+            wiq_json_delete_impl(child);
+        }
+    }
+    children_.truncate(frame.first);
+    wiq_json_delete_impl(frame.node);
+}
+
+i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_keys) {
+    Frame frame = {
+        nullptr, nullptr,        key != nullptr ? *key : Key(nullptr, 0, 0), children_.size(),
+        type,    key != nullptr, unique_keys && type == kJsonObject};
+    const bool early = frame.own_table || (key != nullptr && !key_stays);
+    if (early && make_early(&frame) != 0)
+        return WIQ_ERR_NO_MEMORY;
+    if (frames_.push(frame))
+        return 0;
+    if (is_apart(frame))
+        free(frame.member);
+    wiq_json_delete_impl(frame.node);
+    return WIQ_ERR_NO_MEMORY;
+}
+
+// Makes the node, without a table, and its member with a copy of the key: 0, or -5000 with nothing changed.
+i32 OpenContainers::make_early(Frame* frame) {
+    const Key* key = frame->is_member ? &frame->key : nullptr;
+    wiq_json* node = frame->type == kJsonObject ? static_cast<wiq_json*>(new_object(0, 0, key))
+                                                : new_array(0, 0, key);
+    if (node == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    if (key != nullptr) {
+        frame->member = member_of(node, *key);
+        if (frame->member == nullptr) {
+            free_node(node);
+            return WIQ_ERR_NO_MEMORY;
+        }
+        frame->key = Key(frame->member);
+    }
+    frame->node = node;
+    return 0;
+}
+
+// The same for a container that has children already.
+i32 OpenContainers::make_now(Frame* frame) {
+    if (make_early(frame) != 0)
+        return WIQ_ERR_NO_MEMORY;
+    void** children = children_of(*frame);
+    const size_t count = count_of(*frame);
+    for (size_t i = 0; i < count; ++i) {
+        if (frame->type == kJsonArray) {
+            settle(as<ArrayNode>(frame->node), static_cast<i32>(i),
+                   static_cast<wiq_json*>(children[i]));
+        } else {
+            auto* member = static_cast<Member*>(children[i]);
+            settle(as<ObjectNode>(frame->node), member, member->child);
+        }
+    }
+    return 0;
+}
+
+i32 OpenContainers::close(wiq_json** root) {
+    Frame& frame = frames_.top();
+    if (frame.type == kJsonObject) {
+        const char* uri = reference_in(frame);
+        if (uri != nullptr)
+            return fold(uri, root);
+    }
+    const i32 status = frame.type == kJsonArray ? finish_array(&frame) : finish_object(&frame);
+    if (status != 0)
+        return status;
+    // Keys that came twice may have left an object with one member.
+    const char* uri = frame.own_table ? reference_in(frame) : nullptr;
+    if (uri != nullptr)
+        return fold(uri, root);
+    const Frame closed = frame;
+    frames_.pop();
+    children_.truncate(closed.first);
+    return hand_over(closed.node, closed.member, closed, root);
+}
+
+// Gives a node to what was open around a frame that is closed.
+i32 OpenContainers::hand_over(wiq_json* node, Member* member, const Frame& frame, wiq_json** root) {
+    if (!frames_.empty())
+        return give(node, member, frame.is_member ? &frame.key : nullptr);
+    *root = node;
+    return 0;
+}
+
+i32 OpenContainers::finish_array(Frame* frame) {
+    const size_t count = count_of(*frame);
+    if (count > INT32_MAX)
+        return WIQ_ERR_NO_MEMORY;
+    const i32 size = static_cast<i32>(count);
+    auto** const children = reinterpret_cast<wiq_json**>(children_of(*frame));
+    if (frame->node == nullptr) {
+        ArrayNode* array = new_array(size, 0, frame->is_member ? &frame->key : nullptr);
+        if (array == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+        frame->node = array;
+        for (i32 i = 0; i < size; ++i)
+            settle(array, i, children[i]);
+    }
+    if (size == 0)
+        return 0;
+    Elements& elems = as<ArrayNode>(frame->node)->elems;
+    if (elems.data == nullptr) {
+        elems.data = static_cast<wiq_json**>(malloc(count * sizeof(wiq_json*)));
+        if (elems.data == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+        elems.capacity = size;
+    }
+    memcpy(elems.data, children, count * sizeof(wiq_json*));
+    elems.size = size;
+    return 0;
+}
+
+i32 OpenContainers::finish_object(Frame* frame) {
+    const size_t count = count_of(*frame);
+    if (frame->own_table)
+        return 0;
+    if (count > load_limit(kMostBuckets))
+        return WIQ_ERR_NO_MEMORY;
+    const u64 buckets = count == 0 ? 0 : grown_buckets(count);
+    const bool early = frame->node != nullptr;
+    if (early) {
+        if (buckets != 0 && make_table(as<ObjectNode>(frame->node), buckets) != 0)
+            return WIQ_ERR_NO_MEMORY;
+    } else {
+        frame->node = new_object_with(buckets, 0, frame->is_member ? &frame->key : nullptr);
+        if (frame->node == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+    }
+    auto* obj = as<ObjectNode>(frame->node);
+    auto** const members = reinterpret_cast<Member**>(children_of(*frame));
+    if (count != 0 && !build_table(&obj->members, members, count))
+        return finish_with_duplicates(frame);
+    for (size_t i = 0; i < count && !early; ++i)
+        settle(obj, members[i], members[i]->child);
+    return 0;
+}
+
+// Adds the members one by one, so that those of the same key replace each other.
+i32 OpenContainers::finish_with_duplicates(Frame* frame) {
+    drop_table(frame->node);
+    auto* obj = as<ObjectNode>(frame->node);
+    auto** const members = reinterpret_cast<Member**>(children_of(*frame));
+    const size_t count = count_of(*frame);
+    frame->own_table = true;
+    size_t done = 0;
+    while (done < count && attach_made_member(obj, members[done], members[done]->child) == 0)
+        ++done;
+    memmove(members, members + done, (count - done) * sizeof(Member*));
+    children_.truncate(children_.size() - done);
+    return done == count ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
+}
+
+// The text of an object's only member if that makes it a reference.
+const char* OpenContainers::reference_in(const Frame& frame) {
+    if (frame.own_table) {
+        const auto* obj = as<ObjectNode>(frame.node);
+        return size_of(obj) == 1 ? uri_of(first_member(obj)) : nullptr;
+    }
+    return count_of(frame) == 1 ? uri_of(static_cast<Member*>(children_of(frame)[0])) : nullptr;
+}
+
+// Puts a reference in the place of the object that says it.
+i32 OpenContainers::fold(const char* uri, wiq_json** root) {
+    const Frame frame = frames_.top();
+    wiq_json* reference =
+        new_text_node(kJsonRef, uri, strlen(uri), frame.is_member ? &frame.key : nullptr);
+    if (reference == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    Member* member = is_apart(frame) ? frame.member : nullptr;
+    abandon(frame);
+    frames_.pop();
+    // A key whose text went with the object is not needed any more: the reference has it.
+    return hand_over(reference, member, frame, root);
+}
+
+}  // namespace ke::json

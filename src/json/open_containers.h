@@ -1,0 +1,124 @@
+// The containers that the parser has opened and not closed yet. A container is made when it closes, with
+// its table behind it in one block: only then is known how large that is. Until then its children wait in
+// a list, in the order in which they came.
+//
+//   frames      one for each open container: its kind, its key, where its children begin
+//   children    the outermost container's, then the next one's, ...: elements as nodes, members as Members
+//
+// Some containers are made earlier, and their children know them from then on:
+//   - one with more children than a table in the node's block is for;
+//   - one whose key stands in memory that the next token needs;
+//   - an object whose keys are to be unique. Its members go into its own table at once.
+#pragma once
+
+#include "containers/small_stack.h"
+#include "json/node.h"
+
+namespace ke::json {
+
+class OpenContainers {
+  public:
+    OpenContainers() = default;
+    OpenContainers(const OpenContainers&) = delete;
+    OpenContainers& operator=(const OpenContainers&) = delete;
+    // Releases all that is open.
+    ~OpenContainers();
+
+    bool empty() const { return frames_.empty(); }
+    bool in_object() { return frames_.top().type == kJsonObject; }
+
+    // Opens a container; with a key, whose text stays as it is or not, if it is to be a member. 0, or -5000.
+    i32 open(u16 type, const Key* key, bool key_stays, bool unique_keys);
+
+    // Gives a new node to the innermost container, as a member if there is a key, with which it was made.
+    // 0, or -5000; the node is not the caller's any more.
+    i32 add(wiq_json* node, const Key* key) { return give(node, nullptr, key); }
+
+    // Whether the innermost container, an object whose keys are to be unique, has a member with this key.
+    bool has_member(const Key& key) {
+        return find(as<ObjectNode>(frames_.top().node)->members, key) != nullptr;
+    }
+
+    // Closes the innermost container and gives it to the one around it, or to *root. An object whose only
+    // member is "$ref" with a text becomes a reference. 0, or -5000.
+    i32 close(wiq_json** root);
+
+  private:
+    struct Frame {
+        wiq_json* node;  // nullptr until it is made
+        Member* member;  // the one of a node that was made early
+        Key key;         // meaningless outside of objects
+        size_t first;    // of the children in the list
+        u16 type;
+        bool is_member;
+        bool own_table;  // its members are in its own table, not in the list
+    };
+
+    size_t count_of(const Frame& frame) const { return children_.size() - frame.first; }
+    void** children_of(const Frame& frame) { return children_.data() + frame.first; }
+
+    i32 give(wiq_json* node, Member* member, const Key* key);
+    i32 give_elem(Frame& array, wiq_json* node);
+    i32 give_member(Frame& obj, wiq_json* node, Member* member);
+
+    static i32 make_early(Frame* frame);
+    i32 make_now(Frame* frame);
+
+    i32 finish_array(Frame* frame);
+    i32 finish_object(Frame* frame);
+    i32 finish_with_duplicates(Frame* frame);
+    const char* reference_in(const Frame& frame);
+    i32 fold(const char* uri, wiq_json** root);
+
+    i32 hand_over(wiq_json* node, Member* member, const Frame& frame, wiq_json** root);
+    void abandon(const Frame& frame);
+    static bool is_apart(const Frame& frame);
+
+    SmallStack<Frame, 32> frames_;
+    SmallStack<void*, 2048> children_;
+};
+
+inline i32 OpenContainers::give(wiq_json* node, Member* member, const Key* key) {
+    Frame& frame = frames_.top();
+    node->refcount = 1;
+    if (key == nullptr)
+        return give_elem(frame, node);
+    if (member == nullptr)
+        member = member_of(node, *key);
+    if (member == nullptr) {
+        wiq_json_delete_impl(node);
+        return WIQ_ERR_NO_MEMORY;
+    }
+    return give_member(frame, node, member);
+}
+
+inline i32 OpenContainers::give_elem(Frame& array, wiq_json* node) {
+    if (!children_.push(node)) {
+        wiq_json_delete_impl(node);
+        return WIQ_ERR_NO_MEMORY;
+    }
+    const size_t count = count_of(array);
+    if (array.node == nullptr)
+        return count > kFewPlaces ? make_now(&array) : 0;
+    settle(as<ArrayNode>(array.node), static_cast<i32>(count - 1), node);
+    return 0;
+}
+
+inline i32 OpenContainers::give_member(Frame& obj, wiq_json* node, Member* member) {
+    member->child = node;
+    const bool kept = obj.own_table
+                          ? attach_made_member(as<ObjectNode>(obj.node), member, node) == 0
+                          : children_.push(member);
+    if (!kept) {
+        free_member(member);
+        wiq_json_delete_impl(node);
+        return WIQ_ERR_NO_MEMORY;
+    }
+    if (obj.node != nullptr)
+        settle(as<ObjectNode>(obj.node), member, node);
+    else if (count_of(obj) > load_limit(kFewPlaces))
+        return make_now(&obj);
+    return 0;
+}
+
+}  // namespace ke::json
