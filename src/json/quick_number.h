@@ -1,10 +1,13 @@
-// Reading the usual numbers of JSON text in one pass: integers of up to 18 digits, and reals whose value can
-// be had exactly with one multiplication or division. The rest is left to the conversions of
-// text/numbers.h.
+// Reading the usual numbers of JSON text in one pass: integers of up to 18 digits, and reals whose value one
+// multiplication or division gives. The rest is left to the conversions of text/numbers.h.
 #pragma once
+
+#include <bit>
+#include <cstring>
 
 #include "ke_utils/types.h"
 #include "text/ctype.h"
+#include "text/uint128.h"
 
 namespace ke::json {
 
@@ -15,17 +18,84 @@ struct QuickNumber {
     double real = 0;  // not of kRealText, which is a real that needs a conversion of its own
 };
 
-// A significand of up to 15 digits and powers of ten up to 22 are doubles without rounding, so that their
-// product or quotient is rounded once, correctly (W. D. Clinger, "How to Read Floating Point Numbers
-// Accurately", 1990).
-constexpr int kExactDigits = 15;
+// A significand of up to 2^53 and powers of ten up to 22 are doubles without rounding, so that their product
+// or quotient is rounded once, correctly (W. D. Clinger, "How to Read Floating Point Numbers Accurately",
+// 1990).
+constexpr u64 kExactSignificand = u64{1} << 53;
 constexpr int kExactPower = 22;
 inline constexpr double kPowersOfTen[kExactPower + 1] = {
     1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
     1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
-// Adds the digits at `p` to a significand, which is of use only if there were few of them. Their end.
-inline const char* add_digits(const char* p, u64* significand) {
+// The powers of five that 64 bits hold.
+constexpr int kMostFives = 27;
+struct PowersOfFive {
+    constexpr PowersOfFive() : values() {
+        values[0] = 1;
+        for (int i = 1; i <= kMostFives; ++i)
+            values[i] = 5 * values[i - 1];
+    }
+    u64 values[kMostFives + 1];
+};
+inline constexpr PowersOfFive kPowersOfFive;
+
+// significand / 10^power, correctly rounded, for a significand above 0 and a power from 0 to 27: a division
+// by the power of five gives at least 62 bits and whether there are more, the power of two is exact.
+inline double divide_by_power(u64 significand, int power) {
+    const u64 fives = kPowersOfFive.values[power];
+    const int significand_shift = std::countl_zero(significand);
+    const int fives_shift = std::countl_zero(fives);
+    const u64 divisor = fives << fives_shift;
+    const u128 dividend = static_cast<u128>(significand << significand_shift) << 63;
+    const u64 quotient = static_cast<u64>(dividend / divisor);
+    const bool more = static_cast<u64>(dividend) != quotient * divisor;
+    constexpr int kMantissa = 53;
+    const int extra = 64 - std::countl_zero(quotient) - kMantissa;
+    const u64 half = u64{1} << (extra - 1);
+    const u64 rest = quotient & (2 * half - 1);
+    u64 mantissa = quotient >> extra;
+    if (rest > half || (rest == half && (more || (mantissa & 1) != 0)))
+        ++mantissa;
+    constexpr u64 kBias = 1023;
+    const u64 exponent =
+        kBias + static_cast<u64>(extra - 63 - significand_shift + fives_shift - power);
+    return static_cast<double>(mantissa) * std::bit_cast<double>(exponent << (kMantissa - 1));
+}
+
+// Eight characters at once: how many digits they begin with, and the value of these.
+struct EightDigits {
+    int count;
+    u64 value;
+};
+inline EightDigits read_eight_digits(const char* p) {
+    u64 bytes = 0;
+    memcpy(&bytes, p, sizeof(bytes));
+    constexpr u64 kOnes = 0x0101010101010101;
+    // The high bit of a byte: above "9", or below "0". A carry only reaches bytes behind the first of these.
+    const u64 digits = bytes ^ ('0' * kOnes);
+    const u64 others = (digits | (digits + (0x7F - 9) * kOnes)) & (0x80 * kOnes);
+    const int count = others == 0 ? 8 : std::countr_zero(others) / 8;
+    // Zeros in front of them instead of what is behind; then pairs, fours, eights are put together.
+    u64 value = count == 0 ? 0 : digits << (8 * (8 - count));
+    value = (value & (0x0F * kOnes)) * 2561 >> 8;
+    value = (value & 0x00FF00FF00FF00FF) * 6553601 >> 16;
+    value = (value & 0x0000FFFF0000FFFF) * 42949672960001 >> 32;
+    return {count, value};
+}
+
+// Adds the digits at `p` to a significand, which is of use only if there were few of them. Their end. From
+// `p` to `safe_end`, if that is further on, there is text.
+inline const char* add_digits(const char* p, const char* safe_end, u64* significand) {
+    constexpr u64 kPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+    if constexpr (std::endian::native == std::endian::little) {
+        while (safe_end - p >= 8) {
+            const EightDigits next = read_eight_digits(p);
+            *significand = *significand * kPowers[next.count] + next.value;
+            p += next.count;
+            if (next.count != 8)
+                return p;
+        }
+    }
     for (; is_digit(*p); ++p)
         *significand = *significand * 10 + static_cast<u64>(*p - '0');
     return p;
@@ -38,21 +108,23 @@ inline const char* read_exponent(const char* p, int* exponent) {
     if (*p == '-' || *p == '+')
         ++p;
     u64 value = 0;
-    const char* end = add_digits(p, &value);
+    const char* end = add_digits(p, p, &value);
     if (end == p || end - p > kMostDigits)
         return nullptr;
     *exponent = negative ? -static_cast<int>(value) : static_cast<int>(value);
     return end;
 }
 
-// Reads a number at `first`, in text that a byte ends which no number has. kNone is a number of which this
-// cannot tell at once that it is right and what it is; a byte beyond ASCII behind it spoils one.
-inline QuickNumber read_number(const char* first) {
+// Reads a number at `first`, in text that a byte ends which no number has, but not before `safe_end`. kNone is
+// a number of which this cannot tell at once that it is right and what it is; a byte beyond ASCII behind it
+// spoils one.
+inline QuickNumber read_number(const char* first, const char* safe_end) {
     constexpr ptrdiff_t kSafeDigits = 18;
+    constexpr ptrdiff_t kMostDigits = 19;  // of a significand
     const bool negative = *first == '-';
     const char* digits = negative ? first + 1 : first;
     u64 significand = 0;
-    const char* p = add_digits(digits, &significand);
+    const char* p = add_digits(digits, safe_end, &significand);
     ptrdiff_t count = p - digits;
     if (count == 0 || (*digits == '0' && count != 1))
         return {};
@@ -60,11 +132,11 @@ inline QuickNumber read_number(const char* first) {
     int power = 0;
     if (*p == '.') {
         const char* fraction = p + 1;
-        p = add_digits(fraction, &significand);
+        p = add_digits(fraction, safe_end, &significand);
         if (p == fraction)
             return {};
         count += p - fraction;
-        power = count <= kExactDigits ? -static_cast<int>(p - fraction) : 0;
+        power = count <= kMostDigits ? -static_cast<int>(p - fraction) : 0;
         is_real = true;
     }
     if (*p == 'e' || *p == 'E') {
@@ -83,10 +155,15 @@ inline QuickNumber read_number(const char* first) {
         const i64 value = static_cast<i64>(significand);
         return {QuickNumber::kInteger, p, negative ? -value : value, 0};
     }
-    if (count > kExactDigits || power > kExactPower || power < -kExactPower)
+    if (count > kMostDigits)
         return {QuickNumber::kRealText, p, 0, 0};
     double value = static_cast<double>(significand);
-    value = power < 0 ? value / kPowersOfTen[-power] : value * kPowersOfTen[power];
+    if (significand <= kExactSignificand && power <= kExactPower && power >= -kExactPower)
+        value = power < 0 ? value / kPowersOfTen[-power] : value * kPowersOfTen[power];
+    else if (significand != 0 && power <= 0 && power >= -kMostFives)
+        value = divide_by_power(significand, -power);
+    else
+        return {QuickNumber::kRealText, p, 0, 0};
     return {QuickNumber::kReal, p, 0, negative ? -value : value};
 }
 

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <string>
 
@@ -11,7 +12,10 @@
 namespace {
 
 using ke::json::QuickNumber;
-using ke::json::read_number;
+
+QuickNumber read_number(const char* text) {
+    return ke::json::read_number(text, text + strlen(text));
+}
 
 TEST(QuickNumber, Kinds) {
     const struct {
@@ -45,9 +49,20 @@ TEST(QuickNumber, Kinds) {
         {"1e22", QuickNumber::kReal, 4},
         {"1E-22", QuickNumber::kReal, 5},
         {"1e23", QuickNumber::kRealText, 4},
-        {"1e-23", QuickNumber::kRealText, 5},
+        {"1e-23", QuickNumber::kReal, 5},
+        {"1e-28", QuickNumber::kRealText, 5},
         {"1e9999", QuickNumber::kRealText, 6},
-        {"123456789012345.0", QuickNumber::kRealText, 17},
+        {"123456789012345.0", QuickNumber::kReal, 17},
+        {"123456789012345678.9", QuickNumber::kReal, 20},
+        {"1234567890123456789.0", QuickNumber::kRealText, 21},
+        {"9007199254740993e-27", QuickNumber::kReal, 20},
+        {"9007199254740993e-28", QuickNumber::kRealText, 20},
+        {"9007199254740993e1", QuickNumber::kRealText, 18},
+        {"12345678,", QuickNumber::kInteger, 8},
+        {"123456789,", QuickNumber::kInteger, 9},
+        {"1234567/", QuickNumber::kInteger, 7},
+        {"1234567:", QuickNumber::kInteger, 7},
+        {"12\xFF\xFF\xFF\xFF\xFF\xFF", QuickNumber::kNone, 0},
         {"12345678901234.5", QuickNumber::kReal, 16},
         {"0.1234567890123456789012345", QuickNumber::kRealText, 27},
     };
@@ -89,6 +104,43 @@ TEST(QuickNumber, RealsAreTheRuntimesToTheLastBit) {
         EXPECT_EQ(number.real, strtod(text.c_str(), nullptr)) << text;
     }
     EXPECT_GT(exact, 8000);
+}
+
+// As many digits as a significand can have, and halves that rounding decides.
+TEST(QuickNumber, LongRealsAreTheRuntimesToTheLastBit) {
+    std::mt19937_64 random(3);
+    for (int i = 0; i < 200000; ++i) {
+        u64 significand = random() >> (random() % 12);
+        if (i % 4 == 0)
+            significand = ((u64{1} << 53 | random() >> 11) << 1 | 1) << (random() % 10);
+        std::string text = std::to_string(significand);
+        if (text.size() > 19)
+            continue;
+        text += i % 2 == 0 ? ".0e-" + std::to_string(random() % 26) : "";
+        if (i % 2 != 0)
+            text.insert(1 + random() % (text.size() - 1), ".");
+        const QuickNumber number = read_number(text.c_str());
+        if (number.kind == QuickNumber::kReal) {
+            EXPECT_EQ(number.real, strtod(text.c_str(), nullptr)) << text;
+        }
+    }
+}
+
+TEST(QuickNumber, DivisionsThatAreHalfwayGoToEven) {
+    // 2^53 + 1 and 2^53 + 3 times a power of five, divided by it again.
+    u64 fives = 1;
+    for (int power = 1; power <= 4; ++power) {
+        fives *= 5;
+        const double scale = std::ldexp(1.0, -power);
+        const u64 odd = (u64{1} << 53) + 1;
+        EXPECT_EQ(ke::json::divide_by_power(odd * fives, power), 0x1p53 * scale);
+        EXPECT_EQ(ke::json::divide_by_power(odd * fives + 1, power), (0x1p53 + 2) * scale);
+        EXPECT_EQ(ke::json::divide_by_power((odd + 2) * fives, power), (0x1p53 + 4) * scale);
+        EXPECT_EQ(ke::json::divide_by_power((odd + 2) * fives - 1, power), (0x1p53 + 2) * scale);
+    }
+    EXPECT_EQ(ke::json::divide_by_power(1, 0), 1.0);
+    EXPECT_EQ(ke::json::divide_by_power(UINT64_MAX, 0), 0x1p64);
+    EXPECT_EQ(ke::json::divide_by_power(1, 27), 1e-27);
 }
 
 TEST(QuickNumber, ZerosKeepTheirSign) {
