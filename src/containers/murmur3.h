@@ -67,6 +67,11 @@ inline u32 tail_of(const u8* p, size_t count) {
     }
 }
 
+// The same where at least one block stands before them: no branch, the number of bytes being hard to guess.
+inline u32 tail_before(const u8* p, size_t count) {
+    return static_cast<u32>(u64{load(p + count - 4)} << (8 * count) >> 32);
+}
+
 }  // namespace murmur3
 
 inline u32 murmur3_32(const void* data, u32 length, u32 seed) {
@@ -81,7 +86,7 @@ inline u32 murmur3_32(const void* data, u32 length, u32 seed) {
 inline u32 hash_str(const char* text, size_t length) {
     const u8* p = reinterpret_cast<const u8*>(text);
     u32 h = murmur3::blocks(&p, length / 4, kHashSeed);
-    const u32 tail = murmur3::tail_of(p, length & 3);
+    const u32 tail = length < 4 ? murmur3::tail_of(p, length) : murmur3::tail_before(p, length & 3);
     h = (length & 3) == 3 ? murmur3::add_block(h, tail) : h ^ murmur3::scramble(tail);
     return murmur3::finish(h, static_cast<u32>(length) + 1);
 }
