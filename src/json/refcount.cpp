@@ -5,7 +5,9 @@
 // container that it was taken from. The order is that of a recursive release: a child's whole subtree
 // before the next child.
 
+#include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cstdlib>
 
 #include "json/node.h"
@@ -56,47 +58,115 @@ bool drop_child(bool weak, wiq_json* child) {
     return is_dead(child, drop_reference(child));
 }
 
-// From here on the size of an object is the number of the bucket to be emptied next.
-void begin_emptying(wiq_json* node) {
-    if (node->type == kJsonObject) {
-        Members& members = as<ObjectNode>(node)->members;
-        members.size = 0;
+// Links the members anew, by their addresses: bucket i holds a stretch of memory below that of bucket i + 1.
+// Blocks that are freed in the order of a hash cost the allocator several times what they cost in their own.
+void order_by_address(const Members& members) {
+    Member* all = nullptr;
+    u64 lowest = UINT64_MAX;
+    u64 highest = 0;
+    for (u64 bucket = 0; bucket <= members.mask; ++bucket) {
+        for (Member* member = members.buckets[bucket]; member != nullptr;) {
+            Member* next = member->next;
+            member->next = all;
+            all = member;
+            lowest = std::min(lowest, reinterpret_cast<u64>(member));
+            highest = std::max(highest, reinterpret_cast<u64>(member));
+            member = next;
+        }
+        members.buckets[bucket] = nullptr;
     }
+    const int shift = std::max(0, static_cast<int>(std::bit_width(highest - lowest)) -
+                                      static_cast<int>(std::bit_width(members.mask)));
+    while (all != nullptr) {
+        Member* next = all->next;
+        Member** bucket = &members.buckets[(reinterpret_cast<u64>(all) - lowest) >> shift];
+        all->next = *bucket;
+        *bucket = all;
+        all = next;
+    }
+}
+
+// A container with many children becomes a chain of them before it is emptied, so that its table is freed
+// first: the allocator gathers all the small free blocks that there are when a large one is freed.
+constexpr u32 kChainedMembers = UINT32_MAX;  // in the place of the mask
+constexpr i32 kChainedElems = -1;            // in the place of the capacity
+constexpr i32 kMostChained = 2048;           // a chain of more elements costs more than it saves
+
+void chain_members(Members* members) {
+    order_by_address(*members);
+    Member* chain = nullptr;
+    for (u64 bucket = 0; bucket <= members->mask; ++bucket) {
+        for (Member* member = members->buckets[bucket]; member != nullptr;) {
+            Member* next = member->next;
+            member->next = chain;
+            chain = member;
+            member = next;
+        }
+    }
+    std::free(members->buckets);
+    *members = {reinterpret_cast<Member**>(chain), kChainedMembers, 0};
+}
+
+// By their positions, which belong to their parent: not for a weak array.
+void chain_elems(Elements* elems) {
+    wiq_json* chain = nullptr;
+    for (i32 i = 0; i < elems->size; ++i) {
+        elems->data[i]->position.key = reinterpret_cast<const char*>(chain);
+        chain = elems->data[i];
+    }
+    std::free(elems->data);
+    *elems = {reinterpret_cast<wiq_json**>(chain), 0, kChainedElems};
+}
+
+// From here on the size of an object is the number of buckets that are still to be emptied.
+void begin_emptying(wiq_json* node) {
+    if (node->type == kJsonArray) {
+        Elements& elems = as<ArrayNode>(node)->elems;
+        if (elems.size > static_cast<i32>(kFewPlaces) && elems.size <= kMostChained &&
+            !is_weak(node))
+            chain_elems(&elems);
+        return;
+    }
+    Members& members = as<ObjectNode>(node)->members;
+    if (members.size > kFewPlaces)
+        chain_members(&members);
+    else
+        members.size = members.buckets != nullptr ? members.mask + 1 : 0;
+}
+
+wiq_json* take_child_of(Member* member) {
+    wiq_json* child = member->child;
+    free_member(member);
+    return child;
 }
 
 // Takes a child out of a container that is being emptied: nullptr when none is left.
 wiq_json* take_next_child(wiq_json* node) {
     if (node->type == kJsonArray) {
-        auto* array = as<ArrayNode>(node);
-        return array->elems.size > 0 ? elems_of(array)[--array->elems.size] : nullptr;
+        Elements& elems = as<ArrayNode>(node)->elems;
+        if (elems.capacity != kChainedElems)
+            return elems.size > 0 ? elems.data[--elems.size] : nullptr;
+        auto* elem = reinterpret_cast<wiq_json*>(elems.data);
+        if (elem != nullptr)
+            elems.data = reinterpret_cast<wiq_json**>(const_cast<char*>(elem->position.key));
+        return elem;
     }
     Members& members = as<ObjectNode>(node)->members;
-    if (members.buckets == nullptr) {
-        return nullptr;
+    if (members.mask == kChainedMembers) {
+        auto* member = reinterpret_cast<Member*>(members.buckets);
+        if (member == nullptr)
+            return nullptr;
+        members.buckets = reinterpret_cast<Member**>(member->next);
+        return take_child_of(member);
     }
-    for (; members.size <= members.mask; ++members.size) {
-        Member* member = members.buckets[members.size];
+    for (; members.size != 0; --members.size) {
+        Member* member = members.buckets[members.size - 1];
         if (member != nullptr) {
-            members.buckets[members.size] = member->next;
-            wiq_json* child = member->child;
-            free_member(member);
-            return child;
+            members.buckets[members.size - 1] = member->next;
+            return take_child_of(member);
         }
     }
     return nullptr;
-}
-
-// Releases what an emptied container holds beside its children, and leaves it empty.
-void end_emptying(wiq_json* node) {
-    if (node->type == kJsonArray) {
-        Elements& elems = as<ArrayNode>(node)->elems;
-        std::free(elems.data);
-        elems = {};
-    } else {
-        Members& members = as<ObjectNode>(node)->members;
-        std::free(members.buckets);
-        members = {};
-    }
 }
 
 }  // namespace
@@ -112,7 +182,7 @@ void release_children(wiq_json* top) {
             if (node == top) {
                 break;
             }
-            end_emptying(node);
+            drop_table(node);
             wiq_json* up = node->parent;
             free_node(node);
             node = up;
@@ -128,6 +198,20 @@ void release_children(wiq_json* top) {
         }
     }
     add_to_count(top, -kDying);
+}
+
+void drop_table(wiq_json* container) {
+    const bool behind = container->table_behind != 0;
+    if (container->type == kJsonArray) {
+        Elements& elems = as<ArrayNode>(container)->elems;
+        std::free(behind ? nullptr : elems.data);
+        elems = {};
+    } else {
+        Members& members = as<ObjectNode>(container)->members;
+        std::free(behind ? nullptr : members.buckets);
+        members = {};
+    }
+    container->table_behind = 0;
 }
 
 void release_child(const wiq_json* container, wiq_json* child) {
@@ -179,7 +263,7 @@ void wiq_json_finalize(wiq_json_t* node) {
     }
     if (is_container(node)) {
         release_children(node);
-        end_emptying(node);
+        drop_table(node);
     } else if (node->type == kJsonString || node->type == kJsonRef) {
         // The text goes with the node's block.
         as<TextNode>(node)->text = nullptr;
