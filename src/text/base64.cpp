@@ -1,7 +1,9 @@
 // Base64 with the standard alphabet and padding of RFC 4648, section 4. Decoding differs from the RFC on
 // purpose: line feeds are skipped, padding may be missing, and what follows the first "=" is not read.
 #include <array>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "ke_utils/core.h"
@@ -33,6 +35,29 @@ constexpr std::array<u8, 256> kDecoding = make_decoding_table();
 
 u8 decode_byte(char c) {
     return kDecoding[static_cast<u8>(c)];
+}
+
+// The characters of twelve bits at a time: half as many look-ups, in a table that the nearest cache holds.
+using Pair = std::array<char, 2>;
+constexpr std::array<Pair, 4096> make_pairs() {
+    std::array<Pair, 4096> pairs{};
+    for (size_t bits = 0; bits < pairs.size(); ++bits)
+        pairs[bits] = {kAlphabet[bits >> 6], kAlphabet[bits & 0x3f]};
+    return pairs;
+}
+constexpr std::array<Pair, 4096> kPairs = make_pairs();
+
+// Six bytes, of eight that are there, as eight characters.
+void encode_six(const u8* in, char* out) {
+    u64 bits = 0;
+    memcpy(&bits, in, sizeof(bits));
+    if constexpr (std::endian::native == std::endian::little)
+        bits = __builtin_bswap64(bits);
+    for (int i = 0; i < 4; ++i) {
+        const Pair& pair = kPairs[bits >> 52];
+        memcpy(out + 2 * i, pair.data(), pair.size());
+        bits <<= 12;
+    }
 }
 
 char sextet_at(u32 bits, u32 shift) {
@@ -159,6 +184,8 @@ i32 wiq_base64_encode(const u8* in, size_t n, char* out, size_t* out_len) {
         return WIQ_ERR_BUFFER_TOO_SMALL;
     }
     char* end = out;
+    for (; n >= sizeof(u64); in += 6, n -= 6, end += 8)
+        encode_six(in, end);
     for (; n >= 3; in += 3, n -= 3)
         end = encode_group(in, end);
     if (n != 0)
