@@ -354,6 +354,22 @@ KE_API char wiq_strbuf_getc(const wiq_strbuf* buf, i32 index);
 KE_API i32 wiq_strbuf_putc(wiq_strbuf* buf, char c);
 
 /**
+ * wiq_strbuf_putc(), which stands for this where it is called: a character that there is room for is put in
+ * place without a call, all else is left to the function.
+ */
+static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
+    u64 len;
+    if (buf == NULL || buf->len + 1 >= buf->capacity)
+        return wiq_strbuf_putc(buf, c);
+    len = buf->len;
+    buf->len = len + (c != '\0');
+    buf->data[len] = c;
+    buf->data[len + 1] = '\0';
+    return 0;
+}
+#define wiq_strbuf_putc(buf, c) wiq_strbuf_putc_inline(buf, c)
+
+/**
  * Appends bytes up to a count or to the first NUL.
  * @return the number appended; -7000 for a NULL argument; -5000
  */

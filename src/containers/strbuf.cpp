@@ -94,6 +94,8 @@ char wiq_strbuf_getc(const wiq_strbuf* buf, i32 index) {
     return index < 0 ? '\0' : buf->data[index];
 }
 
+// The header's short way in front of it is not wanted here.
+#undef wiq_strbuf_putc
 i32 wiq_strbuf_putc(wiq_strbuf* buf, char c) {
     if (buf == nullptr)
         return WIQ_ERR_INVALID_ARG;

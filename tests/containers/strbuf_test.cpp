@@ -75,6 +75,26 @@ TEST_F(Strbuf, PutcOfNulAppendsNothing) {
     set("abc");
     EXPECT_EQ(wiq_strbuf_putc(&buf_, '\0'), 0);
     EXPECT_EQ(text(), "abc");
+    EXPECT_EQ(buf_.len, 3u);
+}
+
+// The function itself, which the inline way stands in front of.
+TEST_F(Strbuf, PutcAsAFunction) {
+    i32 (*const putc)(wiq_strbuf*, char) = wiq_strbuf_putc;
+    wiq_strbuf one;
+    wiq_strbuf two;
+    ASSERT_EQ(wiq_strbuf_init(&one, 3), 0);
+    ASSERT_EQ(wiq_strbuf_init(&two, 3), 0);
+    for (int i = 0; i < 200; ++i) {
+        const char c = i % 7 == 0 ? '\0' : static_cast<char>('a' + i % 26);
+        EXPECT_EQ(putc(&one, c), wiq_strbuf_putc(&two, c));
+        EXPECT_STREQ(one.data, two.data);
+        EXPECT_EQ(one.len, two.len);
+        EXPECT_EQ(one.capacity, two.capacity);
+    }
+    EXPECT_EQ(putc(nullptr, 'a'), WIQ_ERR_INVALID_ARG);
+    wiq_strbuf_finalize(&one);
+    wiq_strbuf_finalize(&two);
 }
 
 TEST_F(Strbuf, WriteStopsAtNul) {
