@@ -57,12 +57,12 @@ void restore_key(wiq_json* elem) {
     if (obj == nullptr) {
         return;
     }
-    const Member* member = first_member(obj);
-    while (member != nullptr && member->child != elem) {
-        member = next_member(obj, member);
-    }
-    if (member != nullptr) {
-        elem->position.key = member->key();
+    for (const Member* member = first_member(obj); member != nullptr;
+         member = next_member(obj, member)) {
+        if (member->child == elem) {
+            elem->position.key = member->key();
+            return;
+        }
     }
 }
 
@@ -118,6 +118,7 @@ wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* text) {
     TextNode pattern{};
     pattern.type = kJsonString;
     pattern.text = const_cast<char*>(text);
+    pattern.length = std::strlen(text);
     return wiq_json_array_find(array, &pattern);
 }
 

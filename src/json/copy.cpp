@@ -1,8 +1,6 @@
 // Deep copy, without recursion: the way back up is a list of the source's open containers, the place in
 // the copy follows its parent links.
 
-#include <cstring>
-
 #include "containers/small_stack.h"
 #include "json/node.h"
 
@@ -12,37 +10,16 @@ namespace {
 // A container of the source whose children are being copied, and how far.
 struct OpenSource {
     const wiq_json* container;
-    union {
-        const Member* member;  // the next one
-        i32 index;             // of the next element
-    };
+    const Member* member;  // of an object, the next one
+    i32 index;             // of an array's next element
 };
 
 OpenSource open(const wiq_json* container) {
-    OpenSource source{container, {}};
+    OpenSource source{container, nullptr, 0};
     if (container->type == kJsonObject) {
         source.member = first_member(as<ObjectNode>(container));
-    } else {
-        source.index = 0;
     }
     return source;
-}
-
-// The child to be copied next; nullptr at the end.
-const wiq_json* next_child(const OpenSource& source) {
-    if (source.container->type == kJsonObject) {
-        return source.member != nullptr ? source.member->child : nullptr;
-    }
-    const auto* array = as<ArrayNode>(source.container);
-    return source.index < size_of(array) ? elems_of(array)[source.index] : nullptr;
-}
-
-void advance(OpenSource* source) {
-    if (source->container->type == kJsonObject) {
-        source->member = next_member(as<ObjectNode>(source->container), source->member);
-    } else {
-        ++source->index;
-    }
 }
 
 // A copy of one node, containers without their children, with room for them. nullptr without memory, or,
@@ -68,8 +45,8 @@ wiq_json* copy_node(const wiq_json* node, const Key* key, i32* status) {
             return new_node_of<DoubleNode>(kJsonDouble, as<DoubleNode>(node)->value, key);
         case kJsonString:
         case kJsonRef: {
-            const char* text = as<TextNode>(node)->text;
-            return new_text_node(node->type, text, text != nullptr ? std::strlen(text) : 0, key);
+            const auto* text = as<TextNode>(node);
+            return new_text_node(node->type, text->text, text->length, key);
         }
         default:
             *status = WIQ_ERR_BAD_JSON_TYPE;
@@ -77,25 +54,60 @@ wiq_json* copy_node(const wiq_json* node, const Key* key, i32* status) {
     }
 }
 
-// Copies the next child of a source into the same place in the source's copy: 0 with the copy, or why not.
-i32 copy_child(const OpenSource& source, const wiq_json* child, wiq_json* parent, wiq_json** copy) {
+// A container with its copy, whose children come next; nullptr if there is none.
+struct Inside {
+    const wiq_json* container;
+    wiq_json* copy;
+};
+
+// Copies elements up to the first container: 0, or why not. The copy has room for all of them.
+i32 copy_elems(OpenSource* source, ArrayNode* parent, Inside* inside) {
+    const auto* array = as<ArrayNode>(source->container);
     i32 status = 0;
-    if (parent->type == kJsonArray) {
-        *copy = copy_node(child, nullptr, &status);
-        if (*copy != nullptr) {
-            status = attach_new_elem(as<ArrayNode>(parent), *copy);
+    for (i32& i = source->index; i < size_of(array);) {
+        const wiq_json* child = elems_of(array)[i];
+        wiq_json* copy = copy_node(child, nullptr, &status);
+        if (copy == nullptr) {
+            return status;
         }
-    } else {
-        const Key key(source.member);
-        *copy = copy_node(child, &key, &status);
-        if (*copy != nullptr) {
-            status = attach_new_member(as<ObjectNode>(parent), key, *copy);
+        copy->refcount = 1;
+        parent->elems.data[i] = copy;
+        settle(parent, i, copy);
+        parent->elems.size = ++i;
+        if (is_container(child)) {
+            *inside = {child, copy};
+            return 0;
         }
     }
-    if (status != 0 && *copy != nullptr) {
-        wiq_json_delete_impl(*copy);
+    return 0;
+}
+
+// The same for members. The copy's table has room for all of them, and they have different keys.
+i32 copy_members(OpenSource* source, ObjectNode* parent, Inside* inside) {
+    i32 status = 0;
+    while (const Member* member = source->member) {
+        source->member = next_member(as<ObjectNode>(source->container), member);
+        const Key key(member);
+        wiq_json* copy = copy_node(member->child, &key, &status);
+        if (copy == nullptr) {
+            return status;
+        }
+        copy->refcount = 1;
+        Member* placed = member_of(copy, key);
+        if (placed == nullptr) {
+            wiq_json_delete_impl(copy);
+            return WIQ_ERR_NO_MEMORY;
+        }
+        Members& members = parent->members;
+        append_to_chain(&members.buckets[bucket_of(key.hash, members.mask)], placed);
+        ++members.size;
+        settle(parent, placed, copy);
+        if (is_container(copy)) {
+            *inside = {member->child, copy};
+            return 0;
+        }
     }
-    return status;
+    return 0;
 }
 
 // Copies all that is below the source's root into the root's copy.
@@ -104,28 +116,25 @@ i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
     OpenSource source = open(root);
     wiq_json* parent = root_copy;
     for (;;) {
-        const wiq_json* child = next_child(source);
-        if (child == nullptr) {
-            if (outer.empty()) {
-                return 0;
-            }
-            source = outer.top();
-            outer.pop();
-            parent = parent->parent;
-            continue;
-        }
-        wiq_json* copy = nullptr;
-        const i32 status = copy_child(source, child, parent, &copy);
+        Inside inside = {nullptr, nullptr};
+        const i32 status = parent->type == kJsonArray
+                               ? copy_elems(&source, as<ArrayNode>(parent), &inside)
+                               : copy_members(&source, as<ObjectNode>(parent), &inside);
         if (status != 0) {
             return status;
         }
-        advance(&source);
-        if (is_container(child)) {
+        if (inside.copy != nullptr) {
             if (!outer.push(source)) {
                 return WIQ_ERR_NO_MEMORY;
             }
-            source = open(child);
-            parent = copy;
+            source = open(inside.container);
+            parent = inside.copy;
+        } else if (outer.empty()) {
+            return 0;
+        } else {
+            source = outer.top();
+            outer.pop();
+            parent = parent->parent;
         }
     }
 }

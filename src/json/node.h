@@ -7,8 +7,8 @@
 //   null, true, false   nothing follows
 //   i64, u64, double    8 bytes of value
 //   u128                16 bytes of value, low half first
-//   string, reference   a pointer to the text, which stands in the same block right behind it; nullptr
-//                       in a string whose text found no memory
+//   string, reference   a pointer to the text, which stands in the same block behind the node, and its
+//                       length; nullptr and 0 in a string whose text found no memory
 //   object              its Members (members.h), and perhaps its table
 //   array               its Elements, and perhaps its table
 //
@@ -84,6 +84,7 @@ struct DoubleNode : wiq_json {
 // Strings and references. The text usually follows in the same block; nullptr if it could not be had.
 struct TextNode : wiq_json {
     char* text;
+    size_t length;
 };
 struct ObjectNode : wiq_json {
     Members members;

@@ -11,10 +11,10 @@ namespace ke::json {
 namespace {
 
 // The text of a member that makes its object a reference; nullptr if it does not.
-const char* uri_of(const Member* member) {
+const TextNode* uri_of(const Member* member) {
     const bool is_reference = member->child->type == kJsonString &&
                               std::string_view(member->key(), member->key_length) == "$ref";
-    return is_reference ? as<TextNode>(member->child)->text : nullptr;
+    return is_reference ? as<TextNode>(member->child) : nullptr;
 }
 
 }  // namespace
@@ -105,7 +105,7 @@ i32 OpenContainers::make_now(Frame* frame) {
 i32 OpenContainers::close(wiq_json** root) {
     Frame& frame = frames_.top();
     if (frame.type == kJsonObject) {
-        const char* uri = reference_in(frame);
+        const TextNode* uri = reference_in(frame);
         if (uri != nullptr)
             return fold(uri, root);
     }
@@ -113,7 +113,7 @@ i32 OpenContainers::close(wiq_json** root) {
     if (status != 0)
         return status;
     // Keys that came twice may have left an object with one member.
-    const char* uri = frame.own_table ? reference_in(frame) : nullptr;
+    const TextNode* uri = frame.own_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
         return fold(uri, root);
     const Frame closed = frame;
@@ -199,7 +199,7 @@ i32 OpenContainers::finish_with_duplicates(Frame* frame) {
 }
 
 // The text of an object's only member if that makes it a reference.
-const char* OpenContainers::reference_in(const Frame& frame) {
+const TextNode* OpenContainers::reference_in(const Frame& frame) {
     if (frame.own_table) {
         const auto* obj = as<ObjectNode>(frame.node);
         return size_of(obj) == 1 ? uri_of(first_member(obj)) : nullptr;
@@ -208,10 +208,10 @@ const char* OpenContainers::reference_in(const Frame& frame) {
 }
 
 // Puts a reference in the place of the object that says it.
-i32 OpenContainers::fold(const char* uri, wiq_json** root) {
+i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
     const Frame frame = frames_.top();
     wiq_json* reference =
-        new_text_node(kJsonRef, uri, strlen(uri), frame.is_member ? &frame.key : nullptr);
+        new_text_node(kJsonRef, uri->text, uri->length, frame.is_member ? &frame.key : nullptr);
     if (reference == nullptr)
         return WIQ_ERR_NO_MEMORY;
     Member* member = is_apart(frame) ? frame.member : nullptr;

@@ -67,8 +67,8 @@ class OpenContainers {
     i32 finish_array(Frame* frame);
     i32 finish_object(Frame* frame);
     i32 finish_with_duplicates(Frame* frame);
-    const char* reference_in(const Frame& frame);
-    i32 fold(const char* uri, wiq_json** root);
+    const TextNode* reference_in(const Frame& frame);
+    i32 fold(const TextNode* uri, wiq_json** root);
 
     i32 hand_over(wiq_json* node, Member* member, const Frame& frame, wiq_json** root);
     void abandon(const Frame& frame);

@@ -267,5 +267,6 @@ void wiq_json_finalize(wiq_json_t* node) {
     } else if (node->type == kJsonString || node->type == kJsonRef) {
         // The text goes with the node's block.
         as<TextNode>(node)->text = nullptr;
+        as<TextNode>(node)->length = 0;
     }
 }

@@ -17,7 +17,7 @@ bool same_text(const TextNode* a, const TextNode* b) {
     if (a->text == nullptr || b->text == nullptr) {
         return a->text == b->text;
     }
-    return std::strcmp(a->text, b->text) == 0;
+    return a->length == b->length && std::memcmp(a->text, b->text, a->length) == 0;
 }
 
 // Numbers of different kinds are compared by what b is, read as a's kind, if that loses nothing.
@@ -103,9 +103,9 @@ struct Pair {
 struct ObjectMatch {
     const ObjectNode* a;
     const ObjectNode* b;
-    const Member* member;  // of a, asked about
+    const Member* member;  // of a, the one to be asked about next
     const Member*
-        likely;  // of b: in two objects with the same history the members come in the same order
+        likely;  // of b: in objects with the same history the members come in the same order
 
     Answer start(u32 flags, Pair* question) {
         const bool sizes_fit = has(flags, WIQ_JSON_SUBSET_SAME_SIZE) ? size_of(a) == size_of(b)
@@ -119,30 +119,26 @@ struct ObjectMatch {
     }
 
     Answer next(Pair* question) {
-        for (; member != nullptr; member = next_member(a, member)) {
+        while (member != nullptr) {
             const Key key(member);
             const Member* other =
                 likely != nullptr && has_key(likely, key) ? likely : find(b->members, key);
             if (other == nullptr) {
                 return Answer::kNo;
             }
+            const wiq_json* child = member->child;
             likely = next_member(b, other);
-            *question = {member->child, other->child};
-            const Answer answer = compare_nodes(member->child, other->child);
+            member = next_member(a, member);
+            const Answer answer = compare_nodes(child, other->child);
             if (answer != Answer::kYes) {
+                *question = {child, other->child};
                 return answer;
             }
         }
         return Answer::kYes;
     }
 
-    Answer go_on(bool matched, Pair* question) {
-        if (!matched) {
-            return Answer::kNo;
-        }
-        member = next_member(a, member);
-        return next(question);
-    }
+    Answer go_on(bool matched, Pair* question) { return matched ? next(question) : Answer::kNo; }
 };
 
 // Arrays with other elements allowed between the matches: each element of a takes the first element of b
@@ -252,8 +248,8 @@ struct Match {
 Answer start(Match* match, Pair containers, u32 flags, Pair* question) {
     if (containers.a->type == kJsonObject) {
         match->kind = Match::kObjects;
-        match->objects = {as<ObjectNode>(containers.a), as<ObjectNode>(containers.b), nullptr,
-                          nullptr};
+        match->objects.a = as<ObjectNode>(containers.a);
+        match->objects.b = as<ObjectNode>(containers.b);
         return match->objects.start(flags, question);
     }
     const auto* a = as<ArrayNode>(containers.a);

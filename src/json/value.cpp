@@ -76,6 +76,7 @@ wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* ke
         return nullptr;
     }
     node->text = nullptr;
+    node->length = length;
     if (text != nullptr) {
         node->text = reinterpret_cast<char*>(node + 1);
         std::memcpy(node->text, text, length);
