@@ -1,5 +1,8 @@
 // The exported dump functions: each makes a visitor, gives it its target, and starts the walk.
 
+#include <bit>
+#include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -15,7 +18,42 @@ int compare_keys(const void* a, const void* b) {
                   (*static_cast<const Member* const*>(b))->key());
 }
 
+// What is left of a fraction whose digits are shifted out: whether it rounds up, a half to even.
+bool rounds_up(u128 scaled, int shift) {
+    const u128 half = u128{1} << (shift - 1);
+    const u128 rest = scaled & (2 * half - 1);
+    return rest > half || (rest == half && (scaled >> shift & 1) != 0);
+}
+
 }  // namespace
+
+// A double is a whole number times a power of two. Where that and six decimals fit 128 bits, a product and a
+// shift give its digits exactly; the runtime's conversion does the rest.
+char* write_double(char* out, double value) {
+    constexpr int kMantissa = 52;
+    constexpr u64 kDecimals = 1000000;
+    constexpr double kMost = 9e12;  // times a million below 2^63
+    const u64 bits = std::bit_cast<u64>(value);
+    const int exponent = static_cast<int>(bits >> kMantissa & 0x7FF) - 1023 - kMantissa;
+    if (!(std::fabs(value) < kMost))
+        return std::to_chars(out, out + kMaxDoubleText, value, std::chars_format::fixed, 6).ptr;
+    const u64 mantissa = (bits & ((u64{1} << kMantissa) - 1)) | u64{1} << kMantissa;
+    const u128 scaled = static_cast<u128>(mantissa) * kDecimals;
+    // Above 0, since 9e12 is below 2^52; above 100 not half a millionth is left.
+    const int shift = -exponent;
+    u64 millionths = 0;
+    if (shift <= 100)
+        millionths = static_cast<u64>(scaled >> shift) + (rounds_up(scaled, shift) ? 1 : 0);
+    if (std::signbit(value))
+        *out++ = '-';
+    out = write_u64(out, millionths / kDecimals);
+    *out++ = '.';
+    // Six digits with their zeros in front: one more in front of them, which is overwritten.
+    char decimals[kMaxDecimalDigits64];
+    write_u64(decimals, millionths % kDecimals + kDecimals);
+    memcpy(out, decimals + 1, 6);
+    return out + 6;
+}
 
 const Member** sorted_members(const ObjectNode* obj) {
     const size_t count = static_cast<size_t>(size_of(obj));

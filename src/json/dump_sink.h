@@ -1,5 +1,6 @@
-// Where the serializer writes to: a string buffer, or a stream by way of a block of its own. Both give
-// room for a few characters to be written in place, and take long runs in one piece.
+// Where the serializer writes to: a string buffer, or a stream by way of a block of its own. Both show the
+// room that is left as a window, so that a few characters are written in place with one comparison, and
+// take long runs in one piece.
 #pragma once
 
 #include <cstdio>
@@ -10,29 +11,56 @@
 
 namespace ke::json {
 
-class StrbufSink {
+template <class Derived>
+class WindowSink {
   public:
-    explicit StrbufSink(wiq_strbuf* buf) : buf_(buf) {}
-
     // Room for n characters, or nullptr with failure() telling why. What is written there counts when
     // used() is told where it ends.
     char* room(size_t n) {
-        return n < UINT64_MAX && strbuf_reserve(buf_, n + 1) == 0 ? buf_->data + buf_->len
-                                                                  : nullptr;
+        return static_cast<size_t>(end_ - next_) >= n ? next_
+                                                      : static_cast<Derived*>(this)->more_room(n);
     }
-    void used(const char* end) { buf_->len = static_cast<u64>(end - buf_->data); }
-    i32 failure() const { return WIQ_ERR_NO_MEMORY; }
+    void used(char* end) { next_ = end; }
+    i32 failure() const { return failure_; }
 
     i32 write(const char* bytes, size_t count) {
         char* out = room(count);
         if (out == nullptr)
-            return failure();
+            return failure_;
         memcpy(out, bytes, count);
         used(out + count);
         return 0;
     }
+
+  protected:
+    // The window: what is behind the text in a buffer, but for a byte that the NUL needs.
+    void look_at(wiq_strbuf* buf) {
+        next_ = buf->data + buf->len;
+        end_ = buf->data + (buf->capacity != 0 ? buf->capacity - 1 : 0);
+    }
+    u64 length_in(const wiq_strbuf* buf) const { return static_cast<u64>(next_ - buf->data); }
+
+    char* next_ = nullptr;
+    char* end_ = nullptr;
+    i32 failure_ = 0;
+};
+
+class StrbufSink : public WindowSink<StrbufSink> {
+  public:
+    explicit StrbufSink(wiq_strbuf* buf) : buf_(buf) { look_at(buf_); }
+
+    char* more_room(size_t n) {
+        buf_->len = length_in(buf_);
+        if (n == UINT64_MAX || strbuf_reserve(buf_, n + 1) != 0) {
+            failure_ = WIQ_ERR_NO_MEMORY;
+            return nullptr;
+        }
+        look_at(buf_);
+        return next_;
+    }
     // Terminates the text, also that of a dump that failed midway.
     i32 finish() {
+        buf_->len = length_in(buf_);
         if (buf_->data != nullptr)
             buf_->data[buf_->len] = '\0';
         return 0;
@@ -42,34 +70,32 @@ class StrbufSink {
     wiq_strbuf* buf_;
 };
 
-class StreamSink {
+class StreamSink : public WindowSink<StreamSink> {
   public:
-    // The block is an initialised buffer of the caller's; it never holds more than kBlock.
+    // The block is an initialised buffer of the caller's. It grows to this size, and beyond it only for a
+    // piece that needs more in one go.
     static constexpr u64 kBlock = u64{32} * 1024;
 
-    StreamSink(FILE* stream, wiq_strbuf* block) : stream_(stream), block_(block) {}
+    StreamSink(FILE* stream, wiq_strbuf* block) : stream_(stream), block_(block) {
+        look_at(block_);
+    }
 
-    char* room(size_t n) {
-        if (block_->len + n >= kBlock && flush() != 0)
+    char* more_room(size_t n) {
+        if (length_in(block_) + n >= kBlock && flush() != 0)
             return nullptr;
+        block_->len = length_in(block_);
         if (strbuf_reserve(block_, n + 1) != 0) {
             failure_ = WIQ_ERR_NO_MEMORY;
             return nullptr;
         }
-        return block_->data + block_->len;
+        look_at(block_);
+        return next_;
     }
-    void used(const char* end) { block_->len = static_cast<u64>(end - block_->data); }
-    i32 failure() const { return failure_; }
 
     i32 write(const char* bytes, size_t count) {
         if (count >= kBlock)
             return flush() != 0 ? failure_ : put(bytes, count);
-        char* out = room(count);
-        if (out == nullptr)
-            return failure_;
-        memcpy(out, bytes, count);
-        used(out + count);
-        return 0;
+        return WindowSink::write(bytes, count);
     }
     // Hands over what is left, also that of a dump that failed midway.
     i32 finish() { return flush(); }
@@ -78,8 +104,9 @@ class StreamSink {
 
   private:
     i32 flush() {
-        const u64 count = block_->len;
+        const u64 count = length_in(block_);
         block_->len = 0;
+        look_at(block_);
         return count == 0 ? 0 : put(block_->data, count);
     }
     i32 put(const char* bytes, size_t count) {
@@ -94,7 +121,6 @@ class StreamSink {
     FILE* stream_;
     wiq_strbuf* block_;
     u64 written_ = 0;
-    i32 failure_ = 0;
 };
 
 }  // namespace ke::json

@@ -200,7 +200,7 @@ i32 str_print_string(WiqJsonVisitor* self, const char* text) {
     StrbufSink sink(str_visitor(self)->buf);
     i32 status = sink.write("\"", 1);
     if (status == 0)
-        status = escape_text(text, sink);
+        status = escape_text(text, text + strlen(text), sink);
     if (status == 0)
         status = sink.write("\"", 1);
     sink.finish();

@@ -2,8 +2,6 @@
 // recursion and without a call a token. Containers that are open stand on an explicit stack.
 #pragma once
 
-#include <charconv>
-
 #include "containers/small_stack.h"
 #include "json/escape.h"
 #include "json/node.h"
@@ -17,9 +15,7 @@ constexpr i32 kIndentStep = 2;
 constexpr size_t kMaxDoubleText = 1 + 309 + 1 + 6;
 
 // A double as "%f" writes it in the "C" locale; infinities and NaN as "inf" and "nan". Its end.
-inline char* write_double(char* out, double value) {
-    return std::to_chars(out, out + kMaxDoubleText, value, std::chars_format::fixed, 6).ptr;
-}
+char* write_double(char* out, double value);
 
 // The members of an object, at least one, in the order of their keys' bytes, in one block that the caller
 // frees; nullptr without memory.
@@ -43,18 +39,24 @@ class DumpWriter {
 
     i32 dump(const wiq_json* root) {
         i32 status = value(root);
-        while (status == 0 && !open_.empty())
-            status = next();
+        while (status == 0 && !open_.empty()) {
+            Open& open = open_.top();
+            status = open.container->type == kJsonArray ? elements(&open)
+                     : open.members != nullptr          ? sorted(&open)
+                                                        : unsorted(&open);
+        }
         const i32 finished = sink_.finish();
         return status != 0 ? status : finished;
     }
 
   private:
+    static constexpr size_t kQuotes = 2;
+
     // A container whose children are being written.
     struct Open {
         const wiq_json* container;
         const Member** members;  // the sorted members, or nullptr for map order
-        const Member* member;    // in map order: the member to be written next
+        const Member* member;    // in map order, the one to be written next
         i32 done;                // children written
         i32 count;
     };
@@ -82,9 +84,9 @@ class DumpWriter {
             case kJsonU128:
                 return number_128(as<U128Node>(node)->value);
             case kJsonString:
-                return string(as<TextNode>(node)->text);
+                return string(as<TextNode>(node));
             case kJsonRef:
-                return single_member("$ref", as<TextNode>(node)->text);
+                return single_member("$ref", as<TextNode>(node)->text, as<TextNode>(node)->length);
             case kJsonObject:
                 return open_object(as<ObjectNode>(node));
             case kJsonArray:
@@ -94,25 +96,44 @@ class DumpWriter {
         }
     }
 
-    // Writes the next child of the innermost open container, or closes it.
-    i32 next() {
-        Open& open = open_.top();
-        const bool is_object = open.container->type == kJsonObject;
-        if (open.done == open.count)
-            return close(is_object ? '}' : ']');
-        const i32 index = open.done++;
-        i32 status = separator(index != 0);
-        if (status != 0)
-            return status;
-        if (!is_object)
-            return value(elems_of(as<ArrayNode>(open.container))[index]);
-        const Member* member = open.member;
-        if (open.members != nullptr)
-            member = open.members[index];
-        else
-            open.member = next_member(as<ObjectNode>(open.container), member);
-        status = quoted(member->key(), member->key_length, ": ", pretty_ ? 2 : 1);
-        return status != 0 ? status : value(member->child);
+    // These write children of the innermost open container up to one that opens another, and close it behind
+    // the last.
+    i32 elements(Open* open) {
+        wiq_json** const elems = elems_of(as<ArrayNode>(open->container));
+        while (open->done != open->count) {
+            const wiq_json* elem = elems[open->done];
+            i32 status = separator(open->done++ != 0);
+            if (status == 0)
+                status = value(elem);
+            if (status != 0 || is_container(elem))
+                return status;
+        }
+        return close(']');
+    }
+    i32 sorted(Open* open) {
+        while (open->done != open->count) {
+            const Member* next = open->members[open->done];
+            const i32 status = member(next, open->done++ != 0);
+            if (status != 0 || is_container(next->child))
+                return status;
+        }
+        return close('}');
+    }
+    i32 unsorted(Open* open) {
+        while (const Member* next = open->member) {
+            open->member = next_member(as<ObjectNode>(open->container), next);
+            const i32 status = member(next, open->done++ != 0);
+            if (status != 0 || is_container(next->child))
+                return status;
+        }
+        return close('}');
+    }
+
+    i32 member(const Member* next, bool comma) {
+        i32 status = separator(comma);
+        if (status == 0)
+            status = quoted(next->key(), next->key_length, ": ", pretty_ ? 2 : 1);
+        return status != 0 ? status : value(next->child);
     }
 
     i32 open_object(const ObjectNode* obj) {
@@ -166,7 +187,7 @@ class DumpWriter {
     }
 
     // An object of one member whose value is a string.
-    i32 single_member(const char* name, const char* text) {
+    i32 single_member(const char* name, const char* text, size_t length) {
         indent_in();
         i32 status = put('{');
         if (status == 0 && pretty_)
@@ -174,41 +195,69 @@ class DumpWriter {
         if (status == 0)
             status = quoted(name, strlen(name), ": ", pretty_ ? 2 : 1);
         if (status == 0)
-            status = string(text);
+            status = quoted(text, length, "", 0);
         return status != 0 ? status : end('}');
     }
 
     i32 number_128(wiq_uint128 number) {
-        char digits[kMaxDecimalDigits128 + 1];
-        char* digits_end = write_u128(digits, number);
-        *digits_end = '\0';
-        return u128_as_object_ ? single_member("u128", digits)
-                               : sink_.write(digits, static_cast<size_t>(digits_end - digits));
+        char digits[kMaxDecimalDigits128];
+        const size_t length = static_cast<size_t>(write_u128(digits, number) - digits);
+        return u128_as_object_ ? single_member("u128", digits, length)
+                               : sink_.write(digits, length);
     }
 
-    i32 string(const char* text) {
-        return text == nullptr ? static_cast<i32>(WIQ_ERR_INVALID_ARG)
-                               : quoted(text, strlen(text), "", 0);
+    i32 string(const TextNode* node) {
+        return node->text == nullptr ? static_cast<i32>(WIQ_ERR_INVALID_ARG)
+                                     : quoted(node->text, node->length, "", 0);
     }
 
-    // A text in quotes and a few bytes behind them. The usual text, short and without escapes, is written in
-    // one piece.
+    // A text in quotes and a few bytes behind them. The usual text, short and of plain ASCII, is copied and
+    // looked at in one go; one that is not is written once more, by way of its runs.
     i32 quoted(const char* text, size_t length, const char* tail, size_t tail_length) {
         constexpr size_t kShort = 1024;
-        bool valid = false;
-        if (length < kShort && plain_run(text, text + length, &valid) == text + length) {
-            return in_place(length + 2 + tail_length, [=](char* out) {
-                *out++ = '"';
-                memcpy(out, text, length);
-                out += length;
-                *out++ = '"';
-                memcpy(out, tail, tail_length);
-                return out + tail_length;
-            });
+        if (length >= kShort)
+            return quoted_in_pieces(text, length, tail, tail_length);
+        char* out = sink_.room(length + kQuotes + tail_length);
+        if (out == nullptr)
+            return sink_.failure();
+        if (copy_plain_ascii(out + 1, text, length)) {
+            *out = '"';
+            out += 1 + length;
+        } else {
+            out = sink_.room(kMaxEscape * length + kQuotes + tail_length);
+            if (out == nullptr)
+                return sink_.failure();
+            *out++ = '"';
+            const i32 status = escape_in_place(text, text + length, &out);
+            if (status != 0) {
+                sink_.used(out);
+                return status;
+            }
         }
+        *out++ = '"';
+        for (size_t i = 0; i < tail_length; ++i)
+            *out++ = tail[i];
+        sink_.used(out);
+        return 0;
+    }
+
+    static i32 escape_in_place(const char* p, const char* end, char** out) {
+        for (;;) {
+            bool valid = false;
+            const size_t run = static_cast<size_t>(plain_run(p, end, &valid) - p);
+            memcpy(*out, p, run);
+            *out += run;
+            p += run;
+            if (p == end || !valid)
+                return valid ? 0 : static_cast<i32>(WIQ_ERR_BAD_FORMAT);
+            *out = write_escape(*out, static_cast<u8>(*p++));
+        }
+    }
+
+    i32 quoted_in_pieces(const char* text, size_t length, const char* tail, size_t tail_length) {
         i32 status = put('"');
         if (status == 0)
-            status = escape_text(text, sink_);
+            status = escape_text(text, text + length, sink_);
         if (status == 0)
             status = put('"');
         return status != 0 || tail_length == 0 ? status : sink_.write(tail, tail_length);

@@ -59,7 +59,7 @@ i32 wiq_json_escape_str_ext(const char* text, wiq_strbuf* buf) {
     if (text == nullptr || buf == nullptr)
         return WIQ_ERR_INVALID_ARG;
     LenientSink sink = {buf};
-    const i32 status = ke::json::escape_text(text, sink);
+    const i32 status = ke::json::escape_text(text, text + strlen(text), sink);
     return status != 0 ? status : static_cast<i32>(buf->len);
 }
 

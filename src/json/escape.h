@@ -27,21 +27,23 @@ inline const char* plain_run(const char* p, const char* end, bool* valid) {
         p = skip_plain_ascii(p, end);
         if (p == end || needs_escape(static_cast<u8>(*p)))
             return p;
-        const u8* sequence = reinterpret_cast<const u8*>(p);
-        const u32 length = utf8_length(*sequence);
-        if (length > static_cast<size_t>(end - p) || !utf8_valid_sequence(sequence, length)) {
-            *valid = false;
-            return p;
-        }
-        p += length;
+        // Characters beyond ASCII rarely come alone.
+        do {
+            const u8* sequence = reinterpret_cast<const u8*>(p);
+            const u32 length = utf8_length(*sequence);
+            if (length > static_cast<size_t>(end - p) || !utf8_valid_sequence(sequence, length)) {
+                *valid = false;
+                return p;
+            }
+            p += length;
+        } while (p != end && static_cast<i8>(*p) < 0);
     }
 }
 
-// Appends the text, without quotes: 0; -7003 on invalid UTF-8, with what is before it appended; or the
+// Appends a text, without quotes: 0; -7003 on invalid UTF-8, with what is before it appended; or the
 // failure of the sink, which has `i32 write(const char*, size_t)`.
 template <class Sink>
-i32 escape_text(const char* text, Sink& sink) {
-    const char* end = text + strlen(text);
+i32 escape_text(const char* text, const char* end, Sink& sink) {
     for (const char* p = text; p != end;) {
         bool valid = false;
         const char* run_end = plain_run(p, end, &valid);

@@ -8,6 +8,7 @@
 #endif
 
 #include <bit>
+#include <cstring>
 
 #include "ke_utils/types.h"
 
@@ -40,6 +41,54 @@ inline const char* skip_plain_ascii(const char* p, const char* end) {
     }
 #endif
     return skip_plain_ascii_bytewise(p, end);
+}
+
+// Copies bytes and tells whether all of them are such characters. What is behind `out` may be written to, but
+// not further than the copy reaches.
+inline bool copy_plain_ascii(char* out, const char* p, size_t count) {
+#if defined(__SSE2__)
+    const __m128i quote = _mm_set1_epi8('"');
+    const __m128i backslash = _mm_set1_epi8('\\');
+    const __m128i blank = _mm_set1_epi8(0x20);
+    const auto special = [&](__m128i bytes) {
+        return _mm_or_si128(
+            _mm_cmplt_epi8(bytes, blank),
+            _mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, backslash)));
+    };
+    // The last block may overlap the one before.
+    if (count >= 16) {
+        __m128i found = _mm_setzero_si128();
+        const size_t last = count - 16;
+        for (size_t i = 0;; i = i + 16 < last ? i + 16 : last) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), bytes);
+            found = _mm_or_si128(found, special(bytes));
+            if (i == last)
+                break;
+        }
+        return _mm_movemask_epi8(found) == 0;
+    }
+    if (count >= 8) {
+        const __m128i first = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        const __m128i last = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + count - 8));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out), first);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + count - 8), last);
+        return _mm_movemask_epi8(special(_mm_unpacklo_epi64(first, last))) == 0;
+    }
+    if (count >= 4) {
+        i32 first = 0;
+        i32 last = 0;
+        memcpy(&first, p, sizeof(first));
+        memcpy(&last, p + count - 4, sizeof(last));
+        memcpy(out, &first, sizeof(first));
+        memcpy(out + count - 4, &last, sizeof(last));
+        const __m128i both = _mm_unpacklo_epi32(_mm_cvtsi32_si128(first), _mm_cvtsi32_si128(last));
+        return (_mm_movemask_epi8(special(both)) & 0xFF) == 0;
+    }
+#endif
+    for (size_t i = 0; i < count; ++i)
+        out[i] = p[i];
+    return skip_plain_ascii_bytewise(p, p + count) == p + count;
 }
 
 // The end of a run of spaces.

@@ -2,6 +2,7 @@
 // classes against a walk slot by slot.
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -103,6 +104,55 @@ TEST(Dump, Doubles) {
     EXPECT_EQ(text.substr(0, 20), "10000000000000000525");
     EXPECT_EQ(text_of(wiq_json_double_new(-std::numeric_limits<double>::max(), nullptr)).size(),
               1u + 309 + 7);
+}
+
+std::string fixed(double value) {
+    char text[400];
+    return {text, std::to_chars(text, text + sizeof(text), value, std::chars_format::fixed, 6).ptr};
+}
+
+// Of every size, and those that lie halfway between two texts: odd multiples of 1/128.
+TEST(Dump, DoublesAreTheRuntimesToTheLastDigit) {
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 100000; ++i) {
+        double value =
+            std::ldexp(static_cast<double>(random() >> 11), static_cast<int>(random() % 180) - 140);
+        if (i % 4 == 0)
+            value = static_cast<double>(random() % 1000000 * 2 + 1) / 128;
+        if (i % 8 == 1)
+            value = std::round(value) + 0.0000005;
+        if (i % 2 == 0)
+            value = -value;
+        EXPECT_EQ(text_of(wiq_json_double_new(value, nullptr)), fixed(value));
+    }
+    for (const double value :
+         {0.0078125, 0.0234375, 0.9999995, 0.99999949999, 999999.9999995, 8999999999999.999, 9e12,
+          9000000000000.002, 0x1p-67, 0x1p-21, 5e-324, 4.9999999e-7, 5.0000001e-7}) {
+        EXPECT_EQ(text_of(wiq_json_double_new(value, nullptr)), fixed(value));
+    }
+}
+
+// A character of every kind at every place, in texts that are written in one piece and in several.
+TEST(Dump, TextsOfEveryLength) {
+    const std::string kinds[] = {
+        "x", "\"", "\\", "\n", "\x01", "\xC3\xA9", "\xE2\x82\xAC\xF0\x9F\x98\x80"};
+    for (const size_t length :
+         {0, 1, 3, 4, 7, 8, 15, 16, 17, 31, 33, 60, 1022, 1023, 1024, 1025, 1030}) {
+        for (const std::string& kind : kinds) {
+            for (size_t at = 0; at <= length; at += length < 100 ? 1 : 211) {
+                const std::string text =
+                    std::string(at, 'a') + kind + std::string(length - at, 'b');
+                char* escaped = wiq_json_escape_str(text.c_str());
+                ASSERT_NE(escaped, nullptr);
+                EXPECT_EQ(text_of(wiq_json_str_new(text.c_str(), nullptr)),
+                          "\"" + std::string(escaped) + "\"");
+                wiq_json_t* obj = wiq_json_obj_new(0, nullptr);
+                wiq_json_obj_put_null(obj, text.c_str(), nullptr);
+                EXPECT_EQ(text_of(obj, kPretty), "{\n  \"" + std::string(escaped) + "\": null\n}");
+                free(escaped);
+            }
+        }
+    }
 }
 
 TEST(Dump, BigIntegers) {

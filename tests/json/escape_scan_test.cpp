@@ -33,6 +33,24 @@ TEST(EscapeScan, EveryByteAtEveryPlace) {
     }
 }
 
+// The copy is whole whatever it finds, and no longer than its length.
+TEST(EscapeScan, CopiesEveryByteAtEveryPlace) {
+    for (size_t length = 0; length <= 50; ++length) {
+        for (size_t at = 0; at == 0 || at < length; ++at) {
+            for (int byte = 0; byte < 256; ++byte) {
+                std::string text(length, 'x');
+                if (length != 0)
+                    text[at] = static_cast<char>(byte);
+                std::string copy(length + 32, '?');
+                ASSERT_EQ(ke::json::copy_plain_ascii(copy.data(), text.data(), length),
+                          length == 0 || is_plain(byte))
+                    << length << " " << at << " " << byte;
+                ASSERT_EQ(copy, text + std::string(32, '?'));
+            }
+        }
+    }
+}
+
 TEST(EscapeScan, StopsAtTheFirst) {
     const std::string text = "0123456789abcdef0123\"56789abc\\ef";
     EXPECT_EQ(skip_plain_ascii(text.data(), text.data() + text.size()) - text.data(), 20);
