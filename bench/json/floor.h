@@ -44,41 +44,46 @@ class Floor {
             source_.resize(copied, 'x');
     }
 
-    // A node's block, with its member before it, then its children's, then its table's.
+    // A node's block, with its member before it and its text or a small table behind it. A container comes
+    // after its children; a large one's table comes last.
     void plan(wiq_json_t* node, const char* key) {
         const size_t key_size = key == nullptr ? 0 : strlen(key) + 1;
         const size_t before = key == nullptr ? 0 : (kMember + key_size + 7) / 8 * 8;
         if (wiq_json_is_obj(node)) {
-            add(before + kNode + 16, key_size);
-            struct Walk {
-                Floor* floor;
-            } walk = {this};
             wiq_json_obj_foreach(
                 node,
                 [](const char* k, wiq_json_t* child, void* user) {
-                    static_cast<Walk*>(user)->floor->plan(child, k);
+                    static_cast<Floor*>(user)->plan(child, k);
                     return true;
                 },
-                &walk);
+                this);
             size_t buckets = 1;
             while (static_cast<size_t>(wiq_json_obj_size(node)) > buckets * 3 / 4)
                 buckets *= 2;
-            if (buckets > 1)
-                add(buckets * 8, buckets * 8);
+            add_container(before, key_size, buckets > 1 ? buckets : 0);
         } else if (wiq_json_is_array(node)) {
-            add(before + kNode + 16, key_size);
             const i32 size = wiq_json_array_size(node);
             for (i32 i = 0; i < size; ++i)
                 plan(wiq_json_array_get_ext(node, i, 0, nullptr), nullptr);
-            if (size > 0)
-                add(static_cast<size_t>(size) * 8, static_cast<size_t>(size) * 8);
+            add_container(before, key_size, static_cast<size_t>(size));
         } else if (wiq_json_is_str(node) || wiq_json_is_jref(node)) {
             const size_t text =
                 strlen(wiq_json_is_str(node) ? wiq_json_str_get(node) : wiq_json_jref_uri(node)) +
                 1;
-            add(before + kNode + 8 + text, key_size + text);
+            add(before + kNode + 16 + text, key_size + text);
         } else {
             add(before + kNode + (wiq_json_is_num(node) ? 8 : 0), key_size);
+        }
+    }
+
+    void add_container(size_t before, size_t key_size, size_t places) {
+        constexpr size_t kFewPlaces = 64;
+        const size_t table = places * sizeof(void*);
+        if (places <= kFewPlaces) {
+            add(before + kNode + 16 + table, key_size + table);
+        } else {
+            add(before + kNode + 16, key_size);
+            add(table, table);
         }
     }
 

@@ -2,6 +2,7 @@
 // if it was found when the benchmarks were configured.
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -30,27 +31,39 @@ struct Ke {
     static void dump_file(Doc doc, FILE* out) { wiq_json_fdump(doc, out, 0, 0); }
     static Doc copy(Doc doc) { return wiq_json_copy(doc, nullptr); }
     static bool equal(Doc a, Doc b) { return wiq_json_equal(a, b); }
+    // In the order of the text, as with the peers: members by where the parser put their nodes.
     static void collect(Doc doc, std::vector<Place>& places) {
-        std::vector<wiq_json_t*> todo = {doc};
+        struct Step {
+            wiq_json_t* node;
+            wiq_json_t* obj;
+            const char* key;
+        };
+        std::vector<Step> todo = {{doc, nullptr, nullptr}};
         while (!todo.empty()) {
-            wiq_json_t* node = todo.back();
+            const Step step = todo.back();
             todo.pop_back();
+            if (step.obj != nullptr)
+                places.emplace_back(step.obj, step.key);
+            std::vector<Step> below;
+            for (i32 i = 0; i < wiq_json_array_size(step.node); ++i)
+                below.push_back(
+                    {wiq_json_array_get_ext(step.node, i, 0, nullptr), nullptr, nullptr});
             struct Walk {
-                std::vector<wiq_json_t*>* todo;
-                std::vector<Place>* places;
-                wiq_json_t* node;
-            } walk = {&todo, &places, node};
+                std::vector<Step>* below;
+                wiq_json_t* obj;
+            } walk = {&below, step.node};
             wiq_json_obj_foreach(
-                node,
+                step.node,
                 [](const char* key, wiq_json_t* child, void* user) {
                     auto* w = static_cast<Walk*>(user);
-                    w->places->emplace_back(w->node, key);
-                    w->todo->push_back(child);
+                    w->below->push_back({child, w->obj, key});
                     return true;
                 },
                 &walk);
-            for (i32 i = 0; i < wiq_json_array_size(node); ++i)
-                todo.push_back(wiq_json_array_get_ext(node, i, 0, nullptr));
+            if (wiq_json_is_obj(step.node))
+                std::sort(below.begin(), below.end(),
+                          [](const Step& a, const Step& b) { return a.node < b.node; });
+            todo.insert(todo.end(), below.rbegin(), below.rend());
         }
     }
     static const void* look_up(const Place& place) {

@@ -4,8 +4,8 @@
 #pragma once
 
 #include <string_view>
-#include <utility>
 
+#include "containers/small_buffer.h"
 #include "json/reader.h"
 #include "text/ctype.h"
 #include "text/numbers.h"
@@ -43,6 +43,7 @@ struct Lexeme {
     int token = kTokenInvalid;
     const char* text = nullptr;  // valid until the next token is read, and not terminated
     size_t length = 0;
+    bool in_source = false;  // the text is the source's own, and stays for as long as that does
     i64 integer = 0;
     double real = 0;
     wiq_uint128 big = {};
@@ -55,10 +56,6 @@ class Lexer {
     explicit Lexer(Source source) : reader_(source) {}
     Lexer(const Lexer&) = delete;
     Lexer& operator=(const Lexer&) = delete;
-    ~Lexer() {
-        wiq_strbuf_finalize(&decoded_);
-        wiq_strbuf_finalize(&held_);
-    }
 
     // Reads the next token: 0, or why there is none, the token then being kTokenInvalid.
     i32 scan() {
@@ -84,30 +81,21 @@ class Lexer {
     // The current string's text in memory that stays as it is until the next text is held; nullptr without
     // memory for that.
     const char* hold_text() {
-        if (Reader::kTextStays && current_.text != decoded_.data)
+        if (current_.in_source)
             return current_.text;
-        if (current_.text == decoded_.data) {
-            std::swap(decoded_, held_);
-            return held_.data;
-        }
-        held_.len = 0;
-        if (strbuf_reserve(&held_, current_.length + 1) != 0)
-            return nullptr;
-        memcpy(held_.data, current_.text, current_.length);
-        return held_.data;
-    }
-
-    // Whether a text that was held is the source's own, and stays for as long as that does.
-    bool holds_in_source(const char* text) const {
-        return Reader::kTextStays && text != held_.data;
+        char* held = held_.room(current_.length);
+        if (held != nullptr)
+            memcpy(held, current_.text, current_.length);
+        return held;
     }
 
     Place place() const { return reader_.place(); }
     i32 position() const { return reader_.position(); }
 
   private:
-    // Reads the token that begins with this byte and is more than one character.
-    i32 scan_from(int c) {
+    // Reads the token that begins with this byte and is more than one character. Not inline: the others
+    // need none of its registers.
+    [[gnu::noinline]] i32 scan_from(int c) {
         current_.token = kTokenInvalid;
         const i32 status = scan_longer(c);
         return reader_.failed() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : status;
@@ -233,6 +221,7 @@ class Lexer {
     i32 scan_string() {
         if (reader_.take_plain_string(&current_.text, &current_.length)) {
             current_.token = kTokenString;
+            current_.in_source = true;
             return 0;
         }
         bool escaped = false;
@@ -273,15 +262,16 @@ class Lexer {
     i32 string_value(const char* first, const char* last, bool escaped) {
         current_.text = first;
         current_.length = static_cast<size_t>(last - first);
+        current_.in_source = Reader::kTextStays && !escaped;
         if (escaped) {
-            decoded_.len = 0;
-            if (strbuf_reserve(&decoded_, current_.length + 1) != 0)
+            char* decoded = decoded_.room(current_.length);
+            if (decoded == nullptr)
                 return WIQ_ERR_NO_MEMORY;
-            const char* end = decode_string(first, last, decoded_.data);
+            const char* end = decode_string(first, last, decoded);
             if (end == nullptr)
                 return WIQ_ERR_JSON_BAD_UNICODE_ESCAPE;
-            current_.text = decoded_.data;
-            current_.length = static_cast<size_t>(end - current_.text);
+            current_.text = decoded;
+            current_.length = static_cast<size_t>(end - decoded);
         }
         current_.token = kTokenString;
         return 0;
@@ -289,8 +279,8 @@ class Lexer {
 
     Reader reader_;
     Lexeme current_;
-    wiq_strbuf decoded_ = {};  // a string whose escapes were decoded
-    wiq_strbuf held_ = {};     // see hold_text()
+    SmallBuffer<2048> decoded_;  // a string whose escapes were decoded
+    SmallBuffer<256> held_;      // see hold_text()
 };
 
 }  // namespace ke::json

@@ -35,25 +35,24 @@ bool OpenContainers::is_apart(const Frame& frame) {
 
 // Releases a container's children and the container; a member apart stays.
 void OpenContainers::abandon(const Frame& frame) {
-    void** children = children_of(frame);
     for (size_t i = count_of(frame); i-- != 0;) {
         if (frame.type == kJsonArray) {
-            wiq_json_delete_impl(static_cast<wiq_json*>(children[i]));
+            wiq_json_delete_impl(elems_of(frame)[i]);
         } else {
-            auto* member = static_cast<Member*>(children[i]);
+            Member* member = members_of(frame)[i];
             wiq_json* child = member->child;
             free_member(member);
             wiq_json_delete_impl(child);
         }
     }
-    children_.truncate(frame.first);
+    forget_children(frame);
     wiq_json_delete_impl(frame.node);
 }
 
 i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_keys) {
-    Frame frame = {
-        nullptr, nullptr,        key != nullptr ? *key : Key(nullptr, 0, 0), children_.size(),
-        type,    key != nullptr, unique_keys && type == kJsonObject};
+    Frame frame = {nullptr, nullptr,        key != nullptr ? *key : Key(nullptr, 0, 0), 0,
+                   type,    key != nullptr, unique_keys && type == kJsonObject};
+    frame.first = count_of(frame);
     const bool early = frame.own_table || (key != nullptr && !key_stays);
     if (early && make_early(&frame) != 0)
         return WIQ_ERR_NO_MEMORY;
@@ -88,14 +87,12 @@ i32 OpenContainers::make_early(Frame* frame) {
 i32 OpenContainers::make_now(Frame* frame) {
     if (make_early(frame) != 0)
         return WIQ_ERR_NO_MEMORY;
-    void** children = children_of(*frame);
     const size_t count = count_of(*frame);
     for (size_t i = 0; i < count; ++i) {
         if (frame->type == kJsonArray) {
-            settle(as<ArrayNode>(frame->node), static_cast<i32>(i),
-                   static_cast<wiq_json*>(children[i]));
+            settle(as<ArrayNode>(frame->node), static_cast<i32>(i), elems_of(*frame)[i]);
         } else {
-            auto* member = static_cast<Member*>(children[i]);
+            Member* member = members_of(*frame)[i];
             settle(as<ObjectNode>(frame->node), member, member->child);
         }
     }
@@ -116,10 +113,10 @@ i32 OpenContainers::close(wiq_json** root) {
     const TextNode* uri = frame.own_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
         return fold(uri, root);
-    const Frame closed = frame;
+    // The frame stays readable until another is pushed.
     frames_.pop();
-    children_.truncate(closed.first);
-    return hand_over(closed.node, closed.member, closed, root);
+    forget_children(frame);
+    return hand_over(frame.node, frame.member, frame, root);
 }
 
 // Gives a node to what was open around a frame that is closed.
@@ -135,7 +132,7 @@ i32 OpenContainers::finish_array(Frame* frame) {
     if (count > INT32_MAX)
         return WIQ_ERR_NO_MEMORY;
     const i32 size = static_cast<i32>(count);
-    auto** const children = reinterpret_cast<wiq_json**>(children_of(*frame));
+    wiq_json** const children = elems_of(*frame);
     if (frame->node == nullptr) {
         ArrayNode* array = new_array(size, 0, frame->is_member ? &frame->key : nullptr);
         if (array == nullptr)
@@ -175,7 +172,7 @@ i32 OpenContainers::finish_object(Frame* frame) {
             return WIQ_ERR_NO_MEMORY;
     }
     auto* obj = as<ObjectNode>(frame->node);
-    auto** const members = reinterpret_cast<Member**>(children_of(*frame));
+    Member** const members = members_of(*frame);
     if (count != 0 && !build_table(&obj->members, members, count))
         return finish_with_duplicates(frame);
     for (size_t i = 0; i < count && !early; ++i)
@@ -187,14 +184,14 @@ i32 OpenContainers::finish_object(Frame* frame) {
 i32 OpenContainers::finish_with_duplicates(Frame* frame) {
     drop_table(frame->node);
     auto* obj = as<ObjectNode>(frame->node);
-    auto** const members = reinterpret_cast<Member**>(children_of(*frame));
+    Member** const members = members_of(*frame);
     const size_t count = count_of(*frame);
     frame->own_table = true;
     size_t done = 0;
     while (done < count && attach_made_member(obj, members[done], members[done]->child) == 0)
         ++done;
     memmove(members, members + done, (count - done) * sizeof(Member*));
-    children_.truncate(children_.size() - done);
+    members_.truncate(members_.size() - done);
     return done == count ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
 }
 
@@ -204,12 +201,12 @@ const TextNode* OpenContainers::reference_in(const Frame& frame) {
         const auto* obj = as<ObjectNode>(frame.node);
         return size_of(obj) == 1 ? uri_of(first_member(obj)) : nullptr;
     }
-    return count_of(frame) == 1 ? uri_of(static_cast<Member*>(children_of(frame)[0])) : nullptr;
+    return count_of(frame) == 1 ? uri_of(members_of(frame)[0]) : nullptr;
 }
 
 // Puts a reference in the place of the object that says it.
 i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
-    const Frame frame = frames_.top();
+    const Frame& frame = frames_.top();
     wiq_json* reference =
         new_text_node(kJsonRef, uri->text, uri->length, frame.is_member ? &frame.key : nullptr);
     if (reference == nullptr)

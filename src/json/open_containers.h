@@ -2,8 +2,8 @@
 // its table behind it in one block: only then is known how large that is. Until then its children wait in
 // a list, in the order in which they came.
 //
-//   frames      one for each open container: its kind, its key, where its children begin
-//   children    the outermost container's, then the next one's, ...: elements as nodes, members as Members
+//   frames           one for each open container: its kind, its key, where its children begin
+//   elems, members   the outermost container's children, then the next one's, ...
 //
 // Some containers are made earlier, and their children know them from then on:
 //   - one with more children than a table in the node's block is for;
@@ -48,14 +48,23 @@ class OpenContainers {
         wiq_json* node;  // nullptr until it is made
         Member* member;  // the one of a node that was made early
         Key key;         // meaningless outside of objects
-        size_t first;    // of the children in the list
+        size_t first;    // of its children in their list
         u16 type;
         bool is_member;
         bool own_table;  // its members are in its own table, not in the list
     };
 
-    size_t count_of(const Frame& frame) const { return children_.size() - frame.first; }
-    void** children_of(const Frame& frame) { return children_.data() + frame.first; }
+    wiq_json** elems_of(const Frame& array) { return elems_.data() + array.first; }
+    Member** members_of(const Frame& obj) { return members_.data() + obj.first; }
+    size_t count_of(const Frame& frame) const {
+        return (frame.type == kJsonArray ? elems_.size() : members_.size()) - frame.first;
+    }
+    void forget_children(const Frame& frame) {
+        if (frame.type == kJsonArray)
+            elems_.truncate(frame.first);
+        else
+            members_.truncate(frame.first);
+    }
 
     i32 give(wiq_json* node, Member* member, const Key* key);
     i32 give_elem(Frame& array, wiq_json* node);
@@ -75,7 +84,8 @@ class OpenContainers {
     static bool is_apart(const Frame& frame);
 
     SmallStack<Frame, 32> frames_;
-    SmallStack<void*, 2048> children_;
+    SmallStack<wiq_json*, 2048> elems_;
+    SmallStack<Member*, 1024> members_;
 };
 
 inline i32 OpenContainers::give(wiq_json* node, Member* member, const Key* key) {
@@ -93,11 +103,11 @@ inline i32 OpenContainers::give(wiq_json* node, Member* member, const Key* key) 
 }
 
 inline i32 OpenContainers::give_elem(Frame& array, wiq_json* node) {
-    if (!children_.push(node)) {
+    if (!elems_.push(node)) {
         wiq_json_delete_impl(node);
         return WIQ_ERR_NO_MEMORY;
     }
-    const size_t count = count_of(array);
+    const size_t count = elems_.size() - array.first;
     if (array.node == nullptr)
         return count > kFewPlaces ? make_now(&array) : 0;
     settle(as<ArrayNode>(array.node), static_cast<i32>(count - 1), node);
@@ -108,7 +118,7 @@ inline i32 OpenContainers::give_member(Frame& obj, wiq_json* node, Member* membe
     member->child = node;
     const bool kept = obj.own_table
                           ? attach_made_member(as<ObjectNode>(obj.node), member, node) == 0
-                          : children_.push(member);
+                          : members_.push(member);
     if (!kept) {
         free_member(member);
         wiq_json_delete_impl(node);
@@ -116,7 +126,7 @@ inline i32 OpenContainers::give_member(Frame& obj, wiq_json* node, Member* membe
     }
     if (obj.node != nullptr)
         settle(as<ObjectNode>(obj.node), member, node);
-    else if (count_of(obj) > load_limit(kFewPlaces))
+    else if (members_.size() - obj.first > load_limit(kFewPlaces))
         return make_now(&obj);
     return 0;
 }

@@ -173,7 +173,7 @@ class Parser {
         if (text == nullptr)
             return WIQ_ERR_NO_MEMORY;
         key_ = Key(text, lexer_.current().length);
-        key_stays_ = lexer_.holds_in_source(text);
+        key_stays_ = lexer_.current().in_source;
         if (reject_duplicates_ && open_.has_member(key_))
             return WIQ_ERR_JSON_DUPLICATE_KEY;
         i32 status = 0;

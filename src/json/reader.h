@@ -110,14 +110,12 @@ class StringReader {
 
     // Moves on over the "u" and the four digits of an escape, if that is what comes.
     bool skip_unicode_escape() {
-        if (next_[0] != 'u')
+        if (next_[0] != 'u' || plain_end_ - next_ <= 4)
             return false;
-        for (int i = 1; i <= 4; ++i) {
-            if (!is_hex_digit(next_[i]))
-                return false;
-        }
-        next_ += 5;
-        return true;
+        const i32 any = hex_digit_value(next_[1]) | hex_digit_value(next_[2]) |
+                        hex_digit_value(next_[3]) | hex_digit_value(next_[4]);
+        next_ += any >= 0 ? 5 : 0;
+        return any >= 0;
     }
 
     // Moves on over the characters that a string holds as they stand, as far as is known at once; there

@@ -141,8 +141,8 @@ std::string nulls(int count) {
     return text;
 }
 
-// The list holds 2048 children without memory of its own, and 32 containers can be open; each of these needs
-// the next one for something else.
+// 2048 elements, 1024 members and 32 containers are held without memory of their own; each of these needs the
+// next one for something else.
 TEST(OpenContainers, EveryWayToRunOut) {
     const std::string long_key(3000, 'k');
     sweep_load("[" + nulls(2100) + "null]");
@@ -152,6 +152,12 @@ TEST(OpenContainers, EveryWayToRunOut) {
     sweep_load("[" + nulls(2046) + "{\"a\":1,\"b\":2,\"c\":3,\"d\":4}]");
     sweep_load("[" + nulls(2046) + "{\"a\":1,\"b\":2,\"c\":3,\"" + long_key + "\":4}]");
     sweep_load("[" + nulls(2048) + "[]]");
+    std::string members;
+    for (int i = 0; i < 1024; ++i)
+        members += "\"" + std::to_string(i) + "\":null,";
+    sweep_load("{" + members + "\"last\":null}");
+    sweep_load("{" + members + "\"last\":{}}");
+    sweep_load("{" + members + "\"" + long_key + "\":[]}");
     sweep_load(std::string(40, '[') + std::string(40, ']'));
     std::string deep = "1";
     for (int i = 0; i < 40; ++i)

@@ -60,7 +60,8 @@ TEST(ParserFaults, DocumentsThatFail) {
              std::tuple{whole.substr(0, whole.size() - 1), 0, WIQ_ERR_JSON_UNEXPECTED_END},
              std::tuple{whole, 2, WIQ_ERR_JSON_DUPLICATE_KEY},
              std::tuple{std::string("[[],{\"a\":[1,{\"b\":x"), 0, WIQ_ERR_JSON_BAD_TOKEN},
-             std::tuple{std::string("{\"\\n\" 1}"), 0, WIQ_ERR_JSON_UNEXPECTED_TOKEN},
+             std::tuple{"{\"\\n" + std::string(3000, 'x') + "\" 1}", 0,
+                        WIQ_ERR_JSON_UNEXPECTED_TOKEN},
          }) {
         EXPECT_GE(sweep(text, flags, status, nullptr), 2u) << text;
         EXPECT_GT(sweep(text, flags, status, &file), 3u) << text;
@@ -72,7 +73,7 @@ TEST(ParserFaults, LongTrailingToken) {
     ScratchFile file;
     const std::string text = "[] \"" + std::string(5000, 'x');
     EXPECT_GT(sweep(text, 0, WIQ_ERR_JSON_TRAILING_DATA, &file), 5u);
-    const std::string escaped = "[] \"\\n\"";
+    const std::string escaped = "[] \"\\n" + std::string(3000, 'x') + "\"";
     EXPECT_GT(sweep(escaped, 0, WIQ_ERR_JSON_TRAILING_DATA, nullptr), 3u);
 }
 

@@ -1,0 +1,40 @@
+// A block of bytes for one text at a time: short texts need no memory of their own.
+#pragma once
+
+#include <cstdlib>
+
+#include "ke_utils/types.h"
+
+namespace ke {
+
+template <size_t N>
+class SmallBuffer {
+  public:
+    SmallBuffer() = default;
+    SmallBuffer(const SmallBuffer&) = delete;
+    SmallBuffer& operator=(const SmallBuffer&) = delete;
+    ~SmallBuffer() { free(block_); }
+
+    // Room for so many bytes, which hold nothing yet; nullptr without memory, with what was there unchanged.
+    char* room(size_t count) {
+        if (count <= N)
+            return inline_;
+        if (count > capacity_) {
+            const size_t capacity = count > SIZE_MAX / 2 ? count : 2 * count;
+            auto* block = static_cast<char*>(malloc(capacity));
+            if (block == nullptr)
+                return nullptr;
+            free(block_);
+            block_ = block;
+            capacity_ = capacity;
+        }
+        return block_;
+    }
+
+  private:
+    char inline_[N];
+    char* block_ = nullptr;
+    size_t capacity_ = 0;
+};
+
+}  // namespace ke
