@@ -358,10 +358,9 @@ KE_API i32 wiq_strbuf_putc(wiq_strbuf* buf, char c);
  * place without a call, all else is left to the function.
  */
 static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
-    u64 len;
-    if (buf == NULL || buf->len + 1 >= buf->capacity)
+    if (!buf || buf->len + 1 >= buf->capacity)
         return wiq_strbuf_putc(buf, c);
-    len = buf->len;
+    const u64 len = buf->len;
     buf->len = len + (c != '\0');
     buf->data[len] = c;
     buf->data[len + 1] = '\0';

@@ -20,7 +20,7 @@ i32 reserve(ArrayNode* array, i32 capacity) {
         return WIQ_ERR_NO_MEMORY;
     }
     if (behind) {
-        std::memcpy(block, elems->data, static_cast<size_t>(elems->size) * sizeof(wiq_json*));
+        std::memcpy(block, array + 1, static_cast<size_t>(elems->size) * sizeof(wiq_json*));
         array->table_behind = 0;
     }
     elems->data = static_cast<wiq_json**>(block);

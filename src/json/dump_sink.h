@@ -34,12 +34,15 @@ class WindowSink {
 
   protected:
     // The window: what is behind the text in a buffer, but for a byte that the NUL needs.
-    void look_at(wiq_strbuf* buf) {
+    char* look_at(wiq_strbuf* buf) {
         next_ = buf->data + buf->len;
         end_ = buf->data + (buf->capacity != 0 ? buf->capacity - 1 : 0);
+        return next_;
     }
     u64 length_in(const wiq_strbuf* buf) const { return static_cast<u64>(next_ - buf->data); }
+    i32 fail(i32 status) { return failure_ = status; }
 
+  private:
     char* next_ = nullptr;
     char* end_ = nullptr;
     i32 failure_ = 0;
@@ -52,11 +55,10 @@ class StrbufSink : public WindowSink<StrbufSink> {
     char* more_room(size_t n) {
         buf_->len = length_in(buf_);
         if (n == UINT64_MAX || strbuf_reserve(buf_, n + 1) != 0) {
-            failure_ = WIQ_ERR_NO_MEMORY;
+            fail(WIQ_ERR_NO_MEMORY);
             return nullptr;
         }
-        look_at(buf_);
-        return next_;
+        return look_at(buf_);
     }
     // Terminates the text, also that of a dump that failed midway.
     i32 finish() {
@@ -85,16 +87,15 @@ class StreamSink : public WindowSink<StreamSink> {
             return nullptr;
         block_->len = length_in(block_);
         if (strbuf_reserve(block_, n + 1) != 0) {
-            failure_ = WIQ_ERR_NO_MEMORY;
+            fail(WIQ_ERR_NO_MEMORY);
             return nullptr;
         }
-        look_at(block_);
-        return next_;
+        return look_at(block_);
     }
 
     i32 write(const char* bytes, size_t count) {
         if (count >= kBlock)
-            return flush() != 0 ? failure_ : put(bytes, count);
+            return flush() != 0 ? failure() : put(bytes, count);
         return WindowSink::write(bytes, count);
     }
     // Hands over what is left, also that of a dump that failed midway.
@@ -114,8 +115,7 @@ class StreamSink : public WindowSink<StreamSink> {
             written_ += count;
             return 0;
         }
-        failure_ = EOF;  // what the runtime's printing functions answer
-        return failure_;
+        return fail(EOF);  // what the runtime's printing functions answer
     }
 
     FILE* stream_;

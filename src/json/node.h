@@ -67,6 +67,8 @@ struct wiq_json {
     } position;
 };
 
+static_assert(sizeof(wiq_json) == 24);
+
 namespace ke::json {
 
 struct I64Node : wiq_json {

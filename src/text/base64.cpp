@@ -53,7 +53,7 @@ void encode_six(const u8* in, char* out) {
     memcpy(&bits, in, sizeof(bits));
     if constexpr (std::endian::native == std::endian::little)
         bits = __builtin_bswap64(bits);
-    for (int i = 0; i < 4; ++i) {
+    for (size_t i = 0; i < 4; ++i) {
         const Pair& pair = kPairs[bits >> 52];
         memcpy(out + 2 * i, pair.data(), pair.size());
         bits <<= 12;
