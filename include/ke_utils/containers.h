@@ -366,6 +366,7 @@ static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
     buf->data[len + 1] = '\0';
     return 0;
 }
+/** A call of the function is the inline way to it; its name alone, as for a pointer, is the function. */
 #define wiq_strbuf_putc(buf, c) wiq_strbuf_putc_inline(buf, c)
 
 /**

@@ -38,7 +38,10 @@ inline Member* member_of_key(const char* key) {
 }
 
 struct Members {
-    Member** buckets;
+    union {
+        Member** buckets;
+        Member* chain;  // the members of an object that is being released
+    };
     u32 mask;
     u32 size;
 };

@@ -64,6 +64,7 @@ struct wiq_json {
     union {
         u32 index;        // in an array
         const char* key;  // in an object: the text in the member's block
+        wiq_json* next;   // in an array that is being released: another element
     } position;
 };
 
@@ -92,7 +93,10 @@ struct ObjectNode : wiq_json {
     Members members;
 };
 struct Elements {
-    wiq_json** data;
+    union {
+        wiq_json** data;
+        wiq_json* chain;  // the elements of an array that is being released
+    };
     i32 size;
     i32 capacity;
 };

@@ -1,8 +1,8 @@
 // Reference counts and the release of whole trees.
 //
 // Releasing a tree uses neither recursion nor memory: a dying container keeps its place in its own fields
-// (an array's size, an object's), and its `parent`, which it no longer needs, leads back to the dying
-// container that it was taken from. The order is that of a recursive release: a child's whole subtree
+// (its size, or the chain of what is left), and its `parent`, which it no longer needs, leads back to the
+// dying container that it was taken from. The order is that of a recursive release: a child's whole subtree
 // before the next child.
 
 #include <algorithm>
@@ -90,7 +90,7 @@ void order_by_address(const Members& members) {
 // first: the allocator gathers all the small free blocks that there are when a large one is freed.
 constexpr u32 kChainedMembers = UINT32_MAX;  // in the place of the mask
 constexpr i32 kChainedElems = -1;            // in the place of the capacity
-constexpr i32 kMostChained = 2048;           // a chain of more elements costs more than it saves
+constexpr i32 kMostChained = 2048;  // looking at more elements twice costs more than it saves
 
 void chain_members(Members* members) {
     order_by_address(*members);
@@ -104,69 +104,81 @@ void chain_members(Members* members) {
         }
     }
     std::free(members->buckets);
-    *members = {reinterpret_cast<Member**>(chain), kChainedMembers, 0};
+    members->chain = chain;
+    members->mask = kChainedMembers;
 }
 
 // By their positions, which belong to their parent: not for a weak array.
 void chain_elems(Elements* elems) {
     wiq_json* chain = nullptr;
     for (i32 i = 0; i < elems->size; ++i) {
-        elems->data[i]->position.key = reinterpret_cast<const char*>(chain);
+        elems->data[i]->position.next = chain;
         chain = elems->data[i];
     }
     std::free(elems->data);
-    *elems = {reinterpret_cast<wiq_json**>(chain), 0, kChainedElems};
+    elems->chain = chain;
+    elems->capacity = kChainedElems;
 }
 
-// From here on the size of an object is the number of buckets that are still to be emptied.
+// From here on the size of an object with a table is the number of buckets that are still to be emptied.
 void begin_emptying(wiq_json* node) {
     if (node->type == kJsonArray) {
         Elements& elems = as<ArrayNode>(node)->elems;
-        if (elems.size > static_cast<i32>(kFewPlaces) && elems.size <= kMostChained &&
-            !is_weak(node))
+        const bool many = elems.size > static_cast<i32>(kFewPlaces) && elems.size <= kMostChained;
+        if (many && !is_weak(node)) {
             chain_elems(&elems);
+        }
         return;
     }
     Members& members = as<ObjectNode>(node)->members;
-    if (members.size > kFewPlaces)
+    if (members.size > kFewPlaces) {
         chain_members(&members);
-    else
+    } else {
         members.size = members.buckets != nullptr ? members.mask + 1 : 0;
-}
-
-wiq_json* take_child_of(Member* member) {
-    wiq_json* child = member->child;
-    free_member(member);
-    return child;
-}
-
-// Takes a child out of a container that is being emptied: nullptr when none is left.
-wiq_json* take_next_child(wiq_json* node) {
-    if (node->type == kJsonArray) {
-        Elements& elems = as<ArrayNode>(node)->elems;
-        if (elems.capacity != kChainedElems)
-            return elems.size > 0 ? elems.data[--elems.size] : nullptr;
-        auto* elem = reinterpret_cast<wiq_json*>(elems.data);
-        if (elem != nullptr)
-            elems.data = reinterpret_cast<wiq_json**>(const_cast<char*>(elem->position.key));
-        return elem;
     }
-    Members& members = as<ObjectNode>(node)->members;
+}
+
+wiq_json* take_next_elem(Elements& elems) {
+    if (elems.capacity != kChainedElems) {
+        return elems.size > 0 ? elems.data[--elems.size] : nullptr;
+    }
+    wiq_json* elem = elems.chain;
+    if (elem != nullptr) {
+        elems.chain = elem->position.next;
+    }
+    return elem;
+}
+
+Member* take_next_member(Members& members) {
     if (members.mask == kChainedMembers) {
-        auto* member = reinterpret_cast<Member*>(members.buckets);
-        if (member == nullptr)
-            return nullptr;
-        members.buckets = reinterpret_cast<Member**>(member->next);
-        return take_child_of(member);
+        Member* member = members.chain;
+        if (member != nullptr) {
+            members.chain = member->next;
+        }
+        return member;
     }
     for (; members.size != 0; --members.size) {
         Member* member = members.buckets[members.size - 1];
         if (member != nullptr) {
             members.buckets[members.size - 1] = member->next;
-            return take_child_of(member);
+            return member;
         }
     }
     return nullptr;
+}
+
+// Takes a child out of a container that is being emptied: nullptr when none is left.
+wiq_json* take_next_child(wiq_json* node) {
+    if (node->type == kJsonArray) {
+        return take_next_elem(as<ArrayNode>(node)->elems);
+    }
+    Member* member = take_next_member(as<ObjectNode>(node)->members);
+    if (member == nullptr) {
+        return nullptr;
+    }
+    wiq_json* child = member->child;
+    free_member(member);
+    return child;
 }
 
 }  // namespace

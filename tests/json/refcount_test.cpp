@@ -87,6 +87,58 @@ TEST_F(JsonCount, WhatIsHeldElsewhereOutlivesItsContainer) {
     wiq_json_unref(inner);
 }
 
+// Containers of few and of many children are released in different ways.
+TEST_F(JsonCount, WhatIsHeldElsewhereOutlivesAContainerOfAnySize) {
+    for (const i32 size : {1, 48, 49, 64, 65, 100, 2048, 2049, 5000}) {
+        for (const bool weak : {false, true}) {
+            Tree array(weak ? wiq_json_array_weak_new(0, nullptr) : wiq_json_array_new(0, nullptr));
+            Tree obj(weak ? wiq_json_obj_weak_new(0, nullptr) : wiq_json_obj_new(0, nullptr));
+            std::vector<wiq_json_t*> held;
+            for (i32 i = 0; i < size; ++i) {
+                const std::string key = std::to_string(i);
+                wiq_json_t* elem = i % 3 == 0 ? node("[1,{\"a\":2}]") : node("\"text\"");
+                wiq_json_t* member = i % 3 == 1 ? node("{\"b\":[3]}") : node("7");
+                ASSERT_EQ(wiq_json_array_push_ext(array.get(), elem, nullptr), 0);
+                ASSERT_EQ(wiq_json_obj_put_ext(obj.get(), key.c_str(), member, nullptr), 0);
+                if (i % 5 == 0) {
+                    wiq_json_ref(elem);
+                    wiq_json_ref(member);
+                    held.push_back(elem);
+                    held.push_back(member);
+                }
+            }
+            array.reset();
+            obj.reset();
+            for (size_t i = 0; i < held.size(); ++i) {
+                EXPECT_EQ(count(held[i]), 1);
+                EXPECT_EQ(parent(held[i]), nullptr);
+                EXPECT_EQ(wiq_json_parent_index(held[i]), -1);
+                EXPECT_EQ(wiq_json_parent_key(held[i]), nullptr);
+                wiq_json_unref(held[i]);
+            }
+            EXPECT_EQ(blocks(), 0) << size;
+        }
+    }
+}
+
+TEST_F(JsonCount, FinalizeLeavesLargeContainersEmpty) {
+    for (const i32 size : {10, 100, 3000}) {
+        Tree array(wiq_json_array_new(0, nullptr));
+        Tree obj(wiq_json_obj_new(size, nullptr));
+        for (const int round : {0, 1}) {
+            for (i32 i = 0; i < size; ++i) {
+                ASSERT_NE(wiq_json_array_push_i64(array.get(), round, nullptr), nullptr);
+                ASSERT_NE(wiq_json_obj_put_i64(obj.get(), std::to_string(i).c_str(), i, nullptr),
+                          nullptr);
+            }
+            wiq_json_finalize(array.get());
+            wiq_json_finalize(obj.get());
+            EXPECT_EQ(text_of(array), "[]");
+            EXPECT_EQ(text_of(obj), "{}");
+        }
+    }
+}
+
 TEST_F(JsonCount, DeleteDestroysWhateverTheCount) {
     wiq_json_t* root = node("[1,[2]]");
     wiq_json_ref(root);
