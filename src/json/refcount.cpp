@@ -90,7 +90,6 @@ void order_by_address(const Members& members) {
 // first: the allocator gathers all the small free blocks that there are when a large one is freed.
 constexpr u32 kChainedMembers = UINT32_MAX;  // in the place of the mask
 constexpr i32 kChainedElems = -1;            // in the place of the capacity
-constexpr i32 kMostChained = 2048;  // looking at more elements twice costs more than it saves
 
 void chain_members(Members* members) {
     order_by_address(*members);
@@ -124,8 +123,7 @@ void chain_elems(Elements* elems) {
 void begin_emptying(wiq_json* node) {
     if (node->type == kJsonArray) {
         Elements& elems = as<ArrayNode>(node)->elems;
-        const bool many = elems.size > static_cast<i32>(kFewPlaces) && elems.size <= kMostChained;
-        if (many && !is_weak(node)) {
+        if (elems.size > static_cast<i32>(kFewPlaces) && !is_weak(node)) {
             chain_elems(&elems);
         }
         return;
