@@ -69,13 +69,20 @@ class HexWriter {
     void write_line(const u8* data, u64 bytes, u64 cells, char* out) {
         for (u64 cell = 0; cell < cells;) {
             const u64 left = cell < bytes ? bytes - cell : cells - cell;
-            const u64 run = std::min({left, to_group_, to_block_});
-            if (cell < bytes)
-                write_digits(data + cell, run, out);
+            const bool apart = layout_.group == 1;
+            const u64 run =
+                apart ? std::min(left, to_block_) : std::min({left, to_group_, to_block_});
+            const u64 size = apart ? run * 3 - 1 : run * 2;
+            if (cell >= bytes)
+                memset(out, ' ', size);
+            else if (apart)
+                write_apart(data + cell, run, out);
             else
-                memset(out, ' ', run * 2);
+                write_digits(data + cell, run, out);
+            if (apart)
+                to_group_ = run;
             cell += run;
-            out = separate(run, cell == cells, out + run * 2);
+            out = separate(run, cell == cells, out + size);
         }
         *out = '\0';
     }
@@ -84,6 +91,15 @@ class HexWriter {
     static void write_digits(const u8* data, u64 count, char* out) {
         for (u64 i = 0; i < count; ++i)
             memcpy(out + i * 2, kByteDigits[data[i]].data(), 2);
+    }
+
+    // Groups of one byte, as most dumps have them: a run of them in one go, blanks in between.
+    static void write_apart(const u8* data, u64 count, char* out) {
+        for (u64 i = 0; i + 1 < count; ++i, out += 3) {
+            memcpy(out, kByteDigits[data[i]].data(), 2);
+            out[2] = ' ';
+        }
+        memcpy(out, kByteDigits[data[count - 1]].data(), 2);
     }
 
     // Counts `run` cells as written; at the end of a group or block, but not of a line, adds the blanks.
