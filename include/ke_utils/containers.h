@@ -361,7 +361,7 @@ static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
     if (!buf || buf->len + 1 >= buf->capacity)
         return wiq_strbuf_putc(buf, c);
     const u64 len = buf->len;
-    buf->len = len + (c != '\0');
+    buf->len = len + (u64)(c != '\0');
     buf->data[len] = c;
     buf->data[len + 1] = '\0';
     return 0;
