@@ -74,6 +74,8 @@ def table(medians):
     lines = []
     for operation in dict.fromkeys(key[0] for key in medians):
         rows = {key[1]: libraries for key, libraries in medians.items() if key[0] == operation and OURS in libraries}
+        if not rows:
+            continue  # a benchmark of ours alone, with two arguments
         peers = list(dict.fromkeys(peer for libraries in rows.values() for peer in libraries if peer != OURS))
         lines += ["", "### " + operation, "", "| input | ke_utils | " + " | ".join(peers) + (" |" if peers else ""),
                   "|---|---|" + "---|" * len(peers)]
