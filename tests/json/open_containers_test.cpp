@@ -163,6 +163,11 @@ TEST(OpenContainers, EveryWayToRunOut) {
     for (int i = 0; i < 40; ++i)
         deep = "{\"" + long_key + "\":" + deep + "}";
     sweep_load(deep);
+    // The same with keys that have to be copied, each to a member of its own.
+    deep = "1";
+    for (int i = 0; i < 40; ++i)
+        deep = "{\"\\n" + long_key + "\":" + deep + "}";
+    sweep_load(deep);
     sweep_load("{\"" + long_key + "\":{\"$ref\":\"#\"},\"b\":[\"\\n\"]}");
 }
 
