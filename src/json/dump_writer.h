@@ -52,6 +52,16 @@ class DumpWriter {
   private:
     static constexpr size_t kQuotes = 2;
 
+    // Room that is known to be enough.
+    struct RoomSink {
+        char* out;
+        i32 write(const char* bytes, size_t count) {
+            memcpy(out, bytes, count);
+            out += count;
+            return 0;
+        }
+    };
+
     // A container whose children are being written.
     struct Open {
         const wiq_json* container;
@@ -84,7 +94,7 @@ class DumpWriter {
             case kJsonU128:
                 return number_128(as<U128Node>(node)->value);
             case kJsonString:
-                return string(as<TextNode>(node));
+                return string(as<TextNode>(node)->text, as<TextNode>(node)->length);
             case kJsonRef:
                 return single_member("$ref", as<TextNode>(node)->text, as<TextNode>(node)->length);
             case kJsonObject:
@@ -195,7 +205,7 @@ class DumpWriter {
         if (status == 0)
             status = quoted(name, strlen(name), ": ", pretty_ ? 2 : 1);
         if (status == 0)
-            status = quoted(text, length, "", 0);
+            status = string(text, length);
         return status != 0 ? status : end('}');
     }
 
@@ -206,9 +216,9 @@ class DumpWriter {
                                : sink_.write(digits, length);
     }
 
-    i32 string(const TextNode* node) {
-        return node->text == nullptr ? static_cast<i32>(WIQ_ERR_INVALID_ARG)
-                                     : quoted(node->text, node->length, "", 0);
+    i32 string(const char* text, size_t length) {
+        return text == nullptr ? static_cast<i32>(WIQ_ERR_INVALID_ARG)
+                               : quoted(text, length, "", 0);
     }
 
     // A text in quotes and a few bytes behind them. The usual text, short and of plain ASCII, is copied and
@@ -228,7 +238,9 @@ class DumpWriter {
             if (out == nullptr)
                 return sink_.failure();
             *out++ = '"';
-            const i32 status = escape_in_place(text, text + length, &out);
+            RoomSink room = {out};
+            const i32 status = escape_text(text, text + length, room);
+            out = room.out;
             if (status != 0) {
                 sink_.used(out);
                 return status;
@@ -239,19 +251,6 @@ class DumpWriter {
             *out++ = tail[i];
         sink_.used(out);
         return 0;
-    }
-
-    static i32 escape_in_place(const char* p, const char* end, char** out) {
-        for (;;) {
-            bool valid = false;
-            const size_t run = static_cast<size_t>(plain_run(p, end, &valid) - p);
-            memcpy(*out, p, run);
-            *out += run;
-            p += run;
-            if (p == end || !valid)
-                return valid ? 0 : static_cast<i32>(WIQ_ERR_BAD_FORMAT);
-            *out = write_escape(*out, static_cast<u8>(*p++));
-        }
     }
 
     i32 quoted_in_pieces(const char* text, size_t length, const char* tail, size_t tail_length) {

@@ -132,6 +132,15 @@ TEST(Dump, DoublesAreTheRuntimesToTheLastDigit) {
     }
 }
 
+// As a walk slot by slot answers for them, too.
+TEST(Dump, TextsThatAreNotThere) {
+    for (wiq_json_t* node :
+         {wiq_json_str_new("text", nullptr), wiq_json_jref_new("#/a", nullptr)}) {
+        wiq_json_finalize(node);
+        EXPECT_EQ(text_of(node), "(" + std::to_string(WIQ_ERR_INVALID_ARG) + ")");
+    }
+}
+
 // A character of every kind at every place, in texts that are written in one piece and in several.
 TEST(Dump, TextsOfEveryLength) {
     const std::string kinds[] = {
