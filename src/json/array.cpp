@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "json/array_place.h"
 #include "json/node.h"
@@ -13,17 +12,13 @@ namespace {
 
 i32 reserve(ArrayNode* array, i32 capacity) {
     Elements* elems = &array->elems;
-    const bool behind = array->table_behind != 0;
-    void* block = std::realloc(behind ? nullptr : elems->data,
-                               static_cast<size_t>(capacity) * sizeof(wiq_json*));
-    if (block == nullptr) {
+    wiq_json** data =
+        grown_table(array, elems->data, static_cast<size_t>(elems->size) * sizeof(wiq_json*),
+                    static_cast<size_t>(capacity) * sizeof(wiq_json*));
+    if (data == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
-    if (behind) {
-        std::memcpy(block, array + 1, static_cast<size_t>(elems->size) * sizeof(wiq_json*));
-        array->table_behind = 0;
-    }
-    elems->data = static_cast<wiq_json**>(block);
+    elems->data = data;
     elems->capacity = capacity;
     return 0;
 }
@@ -70,16 +65,13 @@ i32 append(ArrayNode* array, wiq_json* child) {
 
 ArrayNode* new_array(i32 capacity, u8 flags, const Key* key) {
     const bool behind = capacity > 0 && static_cast<u64>(capacity) <= kFewPlaces;
-    const size_t table = behind ? static_cast<size_t>(capacity) * sizeof(wiq_json*) : 0;
     auto* array =
-        static_cast<ArrayNode*>(allocate_node(kJsonArray, sizeof(ArrayNode) + table, key));
+        new_container<ArrayNode>(kJsonArray, behind ? static_cast<u64>(capacity) : 0, flags, key);
     if (array == nullptr) {
         return nullptr;
     }
-    array->flags = flags;
     array->elems = {};
     if (behind) {
-        array->table_behind = 1;
         array->elems = {reinterpret_cast<wiq_json**>(array + 1), 0, capacity};
     } else if (capacity > 0 && reserve(array, capacity) != 0) {
         free_node(array);

@@ -2,6 +2,8 @@
 
 #include "json/members.h"
 
+#include <bit>
+
 namespace ke::json {
 
 Member* make_member(void* block, const Key& key) {

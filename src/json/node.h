@@ -212,6 +212,32 @@ wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* ke
 // The places of the largest table behind a node.
 constexpr u64 kFewPlaces = 64;
 
+// A container of this kind, with room for so many places behind it, which are not set; the fields behind its
+// header neither. nullptr without memory.
+template <class Node>
+inline Node* new_container(u16 type, u64 places_behind, u8 flags, const Key* key) {
+    auto* node =
+        static_cast<Node*>(allocate_node(type, sizeof(Node) + places_behind * sizeof(void*), key));
+    if (node != nullptr) {
+        node->flags = flags;
+        node->table_behind = places_behind != 0;
+    }
+    return node;
+}
+
+// A container's table of `used` bytes as one of `size` bytes, in a block of its own; nullptr without memory,
+// with nothing changed.
+template <class Node, class Slot>
+inline Slot* grown_table(Node* node, Slot* table, size_t used, size_t size) {
+    const bool behind = node->table_behind != 0;
+    auto* grown = static_cast<Slot*>(realloc(behind ? nullptr : table, size));
+    if (grown != nullptr && behind) {
+        memcpy(grown, node + 1, used);
+        node->table_behind = 0;
+    }
+    return grown;
+}
+
 // An empty object or array, flags 0 or kJsonWeak, with room for so many children; nullptr without memory.
 ObjectNode* new_object(i32 capacity, u8 flags, const Key* key = nullptr);
 ArrayNode* new_array(i32 capacity, u8 flags, const Key* key = nullptr);

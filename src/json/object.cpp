@@ -45,16 +45,11 @@ i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
 bool extend_table(ObjectNode* obj) {
     Members& members = obj->members;
     const size_t size = (size_t{members.mask} + 1) * sizeof(Member*);
-    const bool behind = obj->table_behind != 0;
-    void* buckets = std::realloc(behind ? nullptr : members.buckets, 2 * size);
+    Member** buckets = grown_table(obj, members.buckets, size, 2 * size);
     if (buckets == nullptr) {
         return false;
     }
-    if (behind) {
-        std::memcpy(buckets, members.buckets, size);
-        obj->table_behind = 0;
-    }
-    members.buckets = static_cast<Member**>(buckets);
+    members.buckets = buckets;
     return true;
 }
 
@@ -97,19 +92,16 @@ ObjectNode* new_object(i32 capacity, u8 flags, const Key* key) {
 }
 
 ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key) {
-    const size_t behind = buckets <= kFewPlaces ? buckets * sizeof(Member*) : 0;
-    auto* obj =
-        static_cast<ObjectNode*>(allocate_node(kJsonObject, sizeof(ObjectNode) + behind, key));
+    const u64 behind = buckets <= kFewPlaces ? buckets : 0;
+    auto* obj = new_container<ObjectNode>(kJsonObject, behind, flags, key);
     if (obj == nullptr) {
         return nullptr;
     }
-    obj->flags = flags;
     obj->members = {};
     if (behind != 0) {
-        obj->table_behind = 1;
         obj->members.buckets = reinterpret_cast<Member**>(obj + 1);
         obj->members.mask = static_cast<u32>(buckets - 1);
-        std::memset(obj + 1, 0, behind);
+        std::memset(obj->members.buckets, 0, buckets * sizeof(Member*));
     } else if (buckets != 0 && make_table(obj, buckets) != 0) {
         free_node(obj);
         return nullptr;
