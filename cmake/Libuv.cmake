@@ -1,9 +1,9 @@
 # Finds libuv as the imported target ke_libuv: the system's on Linux, the one that scripts/deps
 # has built with the same toolchain for Windows.
 if(WIN32)
-  find_path(KE_LIBUV_INCLUDE uv.h PATHS ${KE_DEPS_DIR}/windows/include NO_DEFAULT_PATH REQUIRED)
-  find_file(KE_LIBUV_DLL libuv.dll PATHS ${KE_DEPS_DIR}/windows/bin NO_DEFAULT_PATH REQUIRED)
-  find_file(KE_LIBUV_IMPLIB libuv.dll.a PATHS ${KE_DEPS_DIR}/windows/lib NO_DEFAULT_PATH REQUIRED)
+  find_path(KE_LIBUV_INCLUDE uv.h PATHS ${KE_WINDOWS_DEPS}/include NO_DEFAULT_PATH REQUIRED)
+  find_file(KE_LIBUV_DLL libuv.dll PATHS ${KE_WINDOWS_DEPS}/bin NO_DEFAULT_PATH REQUIRED)
+  find_file(KE_LIBUV_IMPLIB libuv.dll.a PATHS ${KE_WINDOWS_DEPS}/lib NO_DEFAULT_PATH REQUIRED)
   add_library(ke_libuv SHARED IMPORTED GLOBAL)
   set_target_properties(ke_libuv PROPERTIES
     IMPORTED_LOCATION ${KE_LIBUV_DLL}

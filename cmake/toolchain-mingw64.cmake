@@ -1,5 +1,7 @@
 # Cross-builds 64-bit Windows programs with mingw-w64 (posix threads) and runs them under Wine.
-# What scripts/deps has built for Windows is found in KE_DEPS_DIR/windows.
+# KE_WINDOWS_RUNTIME says for which C runtime: "ucrt", the Universal C Runtime that today's compilers
+# for Windows use, or "msvcrt", the older one that Debian's mingw-w64 links by itself. What scripts/deps
+# has built for a runtime is found in KE_DEPS_DIR/windows-<runtime>.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
@@ -16,14 +18,34 @@ if(NOT KE_DEPS_DIR)
   file(REAL_PATH ${KE_DEPS_DIR} KE_DEPS_DIR)
   set(KE_DEPS_DIR ${KE_DEPS_DIR} CACHE PATH "Folder that scripts/deps fills")
 endif()
-# The compiler tests run in projects of their own and need the folder too.
-list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KE_DEPS_DIR)
+set(KE_WINDOWS_RUNTIME ucrt CACHE STRING "C runtime of the DLL and of its users: ucrt or msvcrt")
+if(NOT KE_WINDOWS_RUNTIME MATCHES "^(ucrt|msvcrt)$")
+  message(FATAL_ERROR "KE_WINDOWS_RUNTIME is ${KE_WINDOWS_RUNTIME}, neither ucrt nor msvcrt")
+endif()
+set(KE_WINDOWS_DEPS ${KE_DEPS_DIR}/windows-${KE_WINDOWS_RUNTIME})
+# The compiler tests run in projects of their own and need these, too.
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KE_DEPS_DIR KE_WINDOWS_RUNTIME)
 
-set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${KE_DEPS_DIR}/windows)
+if(KE_WINDOWS_RUNTIME STREQUAL "ucrt")
+  # The compiler names its runtime in its specs, in one place; a copy of them names the other one.
+  set(specs ${CMAKE_BINARY_DIR}/CMakeFiles/ucrt.specs)
+  execute_process(COMMAND ${CMAKE_C_COMPILER} -dumpspecs OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+  string(REPLACE "-lmsvcrt" "-lucrt" ucrt_text "${text}")
+  if(ucrt_text STREQUAL text)
+    message(FATAL_ERROR "The specs of ${CMAKE_C_COMPILER} do not name -lmsvcrt")
+  endif()
+  file(WRITE ${specs} "${ucrt_text}")
+  # Set here and not in CMAKE_<LANG>_FLAGS_INIT, which a user's own flags would take the place of.
+  # libpthread.a calls _setjmp(), which the import library of this runtime has under another name.
+  add_compile_definitions(_UCRT)
+  add_link_options(-specs=${specs} -Wl,--defsym=_setjmp=__intrinsic_setjmpex)
+endif()
+
+set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${KE_WINDOWS_DEPS})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
 set(CMAKE_CROSSCOMPILING_EMULATOR
-    ${CMAKE_CURRENT_LIST_DIR}/../scripts/run-wine --deps ${KE_DEPS_DIR})
+    ${CMAKE_CURRENT_LIST_DIR}/../scripts/run-wine --deps ${KE_DEPS_DIR} --runtime ${KE_WINDOWS_RUNTIME})
