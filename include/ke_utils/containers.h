@@ -14,7 +14,12 @@ extern "C" {
 /** @defgroup vector Vector
  *  @{ */
 
-/** Called with the address of an element inside the block. */
+/**
+ * Called with the address of an element inside the block. It must not use the vector that it is called from,
+ * except that it may take a reference and give it up again: the size is set after the last call, so until then
+ * size and elements are out of step. Where the library notices that a callback has changed the vector, the call
+ * stops with -7 (or NULL), and the vector stays as the callback left it.
+ */
 typedef void (*wiq_vector_elem_fn)(void* elem);
 
 /** A growable array of elements of one size, in one block. To be embedded, or made by wiq_vector_new(). */
@@ -104,21 +109,41 @@ KE_API i32 wiq_vector_extra_capacity(wiq_vector* vec, i32 extra);
 /** @} */
 
 /** @defgroup map Hash map
+ *  Callbacks may read the map that they are called from, and may take a reference to it and give it up again.
+ *  None may finalize or delete it, or give up its last owner's reference. What else each may do is said with its
+ *  type below.
+ *
+ *  Keys of equal hash share a chain, which is searched from its beginning: each operation on such a key takes time
+ *  in proportion to their number. The hash functions here have a fixed, public seed, so whoever chooses the keys
+ *  can choose thousands that collide. Where keys come from outside, bound their number, or bring a hash function
+ *  with a secret of your own.
  *  @{ */
 
-/** The hash of a key. */
+/** The hash of a key. Must not change the map. */
 typedef u32 (*wiq_hash_fn)(const void* key);
 
-/** Whether a stored key and the key asked for are equal; called only for keys of equal hash. */
+/**
+ * Whether a stored key and the key asked for are equal; called only for keys of equal hash. Must not change the
+ * map.
+ */
 typedef bool (*wiq_cmp_fn)(const void* stored_key, const void* probe_key);
 
-/** Releases a key or a value that the map gives up. */
+/**
+ * Releases a key or a value that the map has given up: it is called when the map no longer holds it, and may change
+ * the map.
+ */
 typedef void (*wiq_release_fn)(void* key_or_value);
 
-/** Makes the value of a key that is not there; a nonzero *status keeps it from being stored. */
+/**
+ * Makes the value of a key that is not there; a nonzero *status keeps it from being stored. May change the map.
+ */
 typedef void* (*wiq_map_factory_fn)(const void* key, void* user, i32* status);
 
-/** Receives one entry; false ends the walk. */
+/**
+ * Receives one entry; false ends the walk. It may replace the value of any key that is stored, but nothing may be
+ * inserted or removed during a walk. Replacing its own entry releases the key and the value that it was given, as
+ * wiq_map_replace() says.
+ */
 typedef bool (*wiq_map_foreach_fn)(void* key, void* value, void* user);
 
 /** One pair of a map, a block of its own. */
@@ -160,7 +185,8 @@ KE_API wiq_map* wiq_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp, wiq_
                             wiq_release_fn value_free);
 
 /**
- * Releases all entries and the buckets of an embedded map, which must be initialised before it is used again. 0.
+ * Releases all entries, also those that key_free and value_free store meanwhile, and the buckets of an embedded
+ * map, which must be initialised before it is used again. 0.
  */
 KE_API i32 wiq_map_finalize(wiq_map* map);
 
@@ -179,7 +205,8 @@ KE_API i32 wiq_map_put(wiq_map* map, void* key, void* value);
 /**
  * Stores a value under a key; both are the map's from then on.
  * @param key       replaces an equal key that is stored, which is released unless it is the very same pointer
- * @param value     may be NULL
+ * @param value     may be NULL; it and the key are stored before the old value, and after it the old key, is
+ *                  released
  * @param old_value receives the value that was there, unreleased, or NULL; NULL: an old value is released
  * @return 0; -5000 without memory for an entry, and then nothing changed and key and value stay the caller's;
  *         -5000 also when the entry was stored but the table could not grow: wiq_map_size() tells which
@@ -187,7 +214,8 @@ KE_API i32 wiq_map_put(wiq_map* map, void* key, void* value);
 KE_API i32 wiq_map_replace(wiq_map* map, void* key, void* value, void** old_value);
 
 /**
- * The value under a key; if there is none, it is made by the factory and stored.
+ * The value under a key; if there is none, it is made by the factory and stored as by wiq_map_put(), so it takes the
+ * place of what the factory itself may have stored under the key.
  * @param status receives 0, the factory's status (nothing is stored, the value is the caller's), or -5000 as in
  *               wiq_map_replace(); may be NULL
  * @return the stored or the made value
@@ -202,19 +230,18 @@ KE_API void* wiq_map_get(const wiq_map* map, const void* key);
 KE_API bool wiq_map_test_key(const wiq_map* map, const void* key);
 
 /**
- * Removes an entry; its key is released through key_free.
+ * Removes an entry; its key, and after it its value, is released through key_free and value_free.
  * @return the value, handed over; NULL if there is no such key, or if value_free released it
  */
 KE_API void* wiq_map_remove(wiq_map* map, const void* key);
 
 /**
- * Removes every entry, releasing each key and then its value; the buckets keep their number.
+ * Removes every entry: the map is emptied first, then each key and after it its value is released. What key_free
+ * and value_free store meanwhile stays. The buckets keep their number unless that makes the map grow.
  */
 KE_API void wiq_map_remove_all(wiq_map* map);
 
-/**
- * Visits entries bucket by bucket, chains in order, until the callback returns false. It must not change the map.
- */
+/** Visits entries bucket by bucket, chains in order, until the callback returns false. */
 KE_API void wiq_map_foreach(const wiq_map* map, wiq_map_foreach_fn callback, void* user);
 
 /** The number of entries. */
@@ -261,9 +288,9 @@ typedef struct wiq_safe_map {
 /**
  * Prepares an embedded locked map; arguments as in wiq_map_init().
  * @return its statuses, and -5007 if the mutex cannot be made; on failure there is nothing to finalize.
- * Every other function holds the mutex for its whole duration, callbacks included; a callback may use the map it
- * is called from, since the thread that holds the mutex may take it again. Not safe against use by another
- * thread: init, new, finalize and delete.
+ * Every other function holds the mutex for its whole duration, callbacks included. The thread that holds the mutex
+ * may take it again, so a callback may do to the map what the same callback of a plain map may do. It must not wait
+ * for another thread that needs the map. Not safe against use by another thread: init, new, finalize and delete.
  */
 KE_API i32 wiq_safe_map_init(wiq_safe_map* map, u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp,
                              wiq_release_fn key_free, wiq_release_fn value_free);

@@ -1,10 +1,10 @@
 // The hash map: separate chaining over a power-of-two array of bucket heads, each entry a block of its own
 // that keeps its key's hash.
 
-#include <atomic>
 #include <cstdlib>
 
 #include "containers/chains.h"
+#include "core/refcount.h"
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 
@@ -38,14 +38,9 @@ i32 grow_if_full(wiq_map* map) {
     return 0;
 }
 
-void release_key(const wiq_map* map, void* key) {
-    if (map->key_free != nullptr)
-        map->key_free(key);
-}
-
-void release_value(const wiq_map* map, void* value) {
-    if (map->value_free != nullptr)
-        map->value_free(value);
+void call(wiq_release_fn release, void* key_or_value) {
+    if (release != nullptr)
+        release(key_or_value);
 }
 
 // Stores a new entry at the end of its chain: 0 or -5000 (nothing stored, or stored in a table that could
@@ -62,15 +57,40 @@ i32 insert(wiq_map* map, void* key, u32 hash, void* value) {
     return grow_if_full(map);
 }
 
-void overwrite(wiq_map* map, wiq_map_entry* entry, void* key, void* value, void** old_value) {
-    if (old_value != nullptr)
-        *old_value = entry->value;
-    else
-        release_value(map, entry->value);
-    if (entry->key != key)
-        release_key(map, entry->key);
+// The new pair is stored before the old one is released: key_free and value_free may use the map, and
+// never meet what is going.
+void overwrite(const wiq_map* map, wiq_map_entry* entry, void* key, void* value, void** old_value) {
+    const wiq_map_entry old = *entry;
+    const wiq_release_fn key_free = old.key == key ? nullptr : map->key_free;
+    const wiq_release_fn value_free = old_value != nullptr ? nullptr : map->value_free;
     entry->key = key;
     entry->value = value;
+    if (old_value != nullptr)
+        *old_value = old.value;
+    call(value_free, old.value);
+    call(key_free, old.key);
+}
+
+i32 store(wiq_map* map, void* key, u32 hash, void* value, void** old_value) {
+    wiq_map_entry* entry = find(map, hash, key);
+    if (entry == nullptr)
+        return insert(map, key, hash, value);
+    overwrite(map, entry, key, value, old_value);
+    return 0;
+}
+
+// Takes all entries out of the map: one list, in the order of a walk.
+wiq_map_entry* take_all(wiq_map* map) {
+    wiq_map_entry* first = nullptr;
+    wiq_map_entry** end = &first;
+    for (u64 bucket = 0; bucket < map->bucket_count; ++bucket) {
+        *end = map->buckets[bucket];
+        map->buckets[bucket] = nullptr;
+        while (*end != nullptr)
+            end = &(*end)->next;
+    }
+    map->size = 0;
+    return first;
 }
 
 }  // namespace
@@ -107,22 +127,26 @@ wiq_map* wiq_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp, wiq_release
 }
 
 i32 wiq_map_finalize(wiq_map* map) {
-    wiq_map_remove_all(map);
+    // Again for what key_free and value_free have stored meanwhile.
+    do {
+        wiq_map_remove_all(map);
+    } while (map->size != 0);
     free(map->buckets);
     return 0;
 }
 
 void wiq_map_delete(wiq_map* map) {
+    ke::mark_dying(&map->refcount);
     wiq_map_finalize(map);
     free(map);
 }
 
 void wiq_map_ref(wiq_map* map) {
-    std::atomic_ref(map->refcount).fetch_add(1, std::memory_order_relaxed);
+    ke::add_owner(&map->refcount);
 }
 
 void wiq_map_unref(wiq_map* map) {
-    if (std::atomic_ref(map->refcount).fetch_sub(1, std::memory_order_acq_rel) == 1)
+    if (ke::remove_owner(&map->refcount))
         wiq_map_delete(map);
 }
 
@@ -134,11 +158,7 @@ i32 wiq_map_replace(wiq_map* map, void* key, void* value, void** old_value) {
     const u32 hash = map->hash(key);
     if (old_value != nullptr)
         *old_value = nullptr;
-    wiq_map_entry* entry = find(map, hash, key);
-    if (entry == nullptr)
-        return insert(map, key, hash, value);
-    overwrite(map, entry, key, value, old_value);
-    return 0;
+    return store(map, key, hash, value, old_value);
 }
 
 void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory, void* user,
@@ -150,8 +170,9 @@ void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory, void*
         value = entry->value;
     } else {
         value = factory(key, user, &result);
+        // The factory may have stored the key itself: it is looked for once more.
         if (result == 0)
-            result = insert(map, key, hash, value);
+            result = store(map, key, hash, value, nullptr);
     }
     if (status != nullptr)
         *status = result;
@@ -173,29 +194,26 @@ void* wiq_map_remove(wiq_map* map, const void* key) {
         return nullptr;
     ke::remove_from_chain(&map->buckets[ke::bucket_of(entry->hash, mask_of(map))], entry);
     --map->size;
+    void* old_key = entry->key;
     void* value = entry->value;
-    release_key(map, entry->key);
-    if (map->value_free != nullptr) {
-        map->value_free(value);
-        value = nullptr;
-    }
     free(entry);
-    return value;
+    const wiq_release_fn value_free = map->value_free;
+    call(map->key_free, old_key);
+    call(value_free, value);
+    return value_free == nullptr ? value : nullptr;
 }
 
 void wiq_map_remove_all(wiq_map* map) {
-    for (u64 bucket = 0; bucket < map->bucket_count; ++bucket) {
-        wiq_map_entry* entry = map->buckets[bucket];
-        map->buckets[bucket] = nullptr;
-        while (entry != nullptr) {
-            wiq_map_entry* next = entry->next;
-            release_key(map, entry->key);
-            release_value(map, entry->value);
-            free(entry);
-            entry = next;
-        }
+    const wiq_release_fn key_free = map->key_free;
+    const wiq_release_fn value_free = map->value_free;
+    // The callbacks may use the map: what they store meanwhile stays.
+    for (wiq_map_entry* entry = take_all(map); entry != nullptr;) {
+        const wiq_map_entry old = *entry;
+        free(entry);
+        call(key_free, old.key);
+        call(value_free, old.value);
+        entry = old.next;
     }
-    map->size = 0;
 }
 
 void wiq_map_foreach(const wiq_map* map, wiq_map_foreach_fn callback, void* user) {

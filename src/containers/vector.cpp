@@ -1,8 +1,8 @@
 // The growable array: elements of one size inline in one block, destroyed from the last to the first.
 
-#include <atomic>
 #include <cstdlib>
 
+#include "core/refcount.h"
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 
@@ -25,6 +25,10 @@ i32 set_capacity(wiq_vector* vec, i32 capacity) {
     return 0;
 }
 
+// The size is set after the last callback, so one that changes the vector works on elements that are
+// not there yet, or no more. It must not; where it is noticed, the vector stays as the callback left it.
+constexpr i32 kChanged = WIQ_ERR_FAILED;
+
 i32 grow(wiq_vector* vec, i32 size) {
     if (size > vec->capacity) {
         const i64 doubled = 2 * i64{vec->capacity};
@@ -34,20 +38,29 @@ i32 grow(wiq_vector* vec, i32 size) {
         if (status != 0)
             return status;
     }
+    const i32 first = vec->size;
     if (vec->init_cb != nullptr) {
-        for (i32 i = vec->size; i < size; ++i)
+        for (i32 i = first; i < size; ++i) {
             vec->init_cb(elem_at(vec, i));
+            if (vec->size != first || vec->capacity < size)
+                return kChanged;
+        }
     }
     vec->size = size;
     return 0;
 }
 
-void shrink(wiq_vector* vec, i32 size) {
+i32 shrink(wiq_vector* vec, i32 size) {
+    const i32 end = vec->size;
     if (vec->free_cb != nullptr) {
-        for (i32 i = vec->size; i > size; --i)
+        for (i32 i = end; i > size; --i) {
             vec->free_cb(elem_at(vec, i - 1));
+            if (vec->size != end || vec->capacity < i)
+                return kChanged;
+        }
     }
     vec->size = size;
+    return 0;
 }
 
 }  // namespace
@@ -79,7 +92,9 @@ wiq_vector* wiq_vector_new(u64 elem_size, i32 size, wiq_vector_elem_fn init_cb,
 i32 wiq_vector_finalize(wiq_vector* vec) {
     if (vec == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    shrink(vec, 0);
+    const i32 status = shrink(vec, 0);
+    if (status != 0)
+        return status;
     free(vec->data);
     vec->data = nullptr;
     vec->capacity = 0;
@@ -87,17 +102,19 @@ i32 wiq_vector_finalize(wiq_vector* vec) {
 }
 
 void wiq_vector_delete(wiq_vector* vec) {
-    if (vec != nullptr)
-        wiq_vector_finalize(vec);
+    if (vec == nullptr)
+        return;
+    ke::mark_dying(&vec->refcount);
+    wiq_vector_finalize(vec);
     free(vec);
 }
 
 void wiq_vector_ref(wiq_vector* vec) {
-    std::atomic_ref(vec->refcount).fetch_add(1, std::memory_order_relaxed);
+    ke::add_owner(&vec->refcount);
 }
 
 void wiq_vector_unref(wiq_vector* vec) {
-    if (std::atomic_ref(vec->refcount).fetch_sub(1, std::memory_order_acq_rel) == 1)
+    if (ke::remove_owner(&vec->refcount))
         wiq_vector_delete(vec);
 }
 
@@ -106,8 +123,7 @@ i32 wiq_vector_resize(wiq_vector* vec, i32 size) {
         return WIQ_ERR_INVALID_ARG;
     if (size > vec->size)
         return grow(vec, size);
-    shrink(vec, size);
-    return 0;
+    return shrink(vec, size);
 }
 
 void* wiq_vector_push(wiq_vector* vec) {

@@ -253,6 +253,77 @@ TEST_F(Vector, DeleteIgnoresTheCount) {
     wiq_vector_delete(nullptr);
 }
 
+// --- Callbacks that do something to their vector -------------------------------------------------------
+
+wiq_vector* g_vec;
+
+void take_and_give_up(void* elem) {
+    wiq_vector_ref(g_vec);
+    wiq_vector_unref(g_vec);
+    g_dropped.push_back(elem);
+}
+
+TEST_F(Vector, CallbacksMayTakeAReferenceAndGiveItUp) {
+    using End = void (*)(wiq_vector*);
+    for (const End end : {End{wiq_vector_unref}, End{wiq_vector_delete}}) {
+        g_dropped.clear();
+        g_vec = wiq_vector_new(sizeof(int), 0, nullptr, take_and_give_up);
+        ASSERT_NE(g_vec, nullptr);
+        g_vec->init_cb = take_and_give_up;
+        ASSERT_EQ(wiq_vector_resize(g_vec, 5), 0);
+        ASSERT_EQ(wiq_vector_pop(g_vec, 2), 0);
+        EXPECT_EQ(g_vec->refcount, 1);
+        EXPECT_EQ(g_dropped.size(), 7u);
+        end(g_vec);
+        EXPECT_EQ(g_dropped.size(), 10u) << "each element goes once";
+    }
+}
+
+// Not allowed, but noticed: the walk over the elements stops, and nothing outside the block is touched.
+TEST_F(Vector, ACallbackThatChangesTheVectorIsNoticed) {
+    const wiq_vector_elem_fn changes[] = {
+        [](void*) {
+            g_vec->init_cb = nullptr;
+            g_vec->free_cb = nullptr;
+            EXPECT_EQ(wiq_vector_finalize(g_vec), 0);
+        },
+        [](void*) {
+            g_vec->init_cb = nullptr;
+            g_vec->free_cb = nullptr;
+            EXPECT_EQ(wiq_vector_resize(g_vec, 1), 0);
+            EXPECT_EQ(wiq_vector_extra_capacity(g_vec, 0), 0);
+        },
+    };
+    for (const wiq_vector_elem_fn change : changes) {
+        const i32 size_after = change == changes[0] ? 0 : 1;
+        wiq_vector vec = counted(3);
+        g_vec = &vec;
+        vec.init_cb = change;
+        EXPECT_EQ(wiq_vector_resize(&vec, 6), WIQ_ERR_FAILED);
+        EXPECT_EQ(vec.size, size_after);
+        EXPECT_EQ(vec.capacity, size_after);
+        EXPECT_EQ(wiq_vector_finalize(&vec), 0);
+
+        vec = counted(3);
+        vec.init_cb = change;
+        EXPECT_EQ(wiq_vector_push(&vec), nullptr);
+        EXPECT_EQ(vec.size, size_after);
+        EXPECT_EQ(wiq_vector_finalize(&vec), 0);
+
+        using Shrink = i32 (*)(wiq_vector*);
+        for (const Shrink shrink : {Shrink{[](wiq_vector* v) { return wiq_vector_resize(v, 0); }},
+                                    Shrink{[](wiq_vector* v) { return wiq_vector_pop(v, 2); }},
+                                    Shrink{wiq_vector_finalize}}) {
+            vec = counted(3);
+            vec.free_cb = change;
+            EXPECT_EQ(shrink(&vec), WIQ_ERR_FAILED);
+            EXPECT_EQ(vec.size, size_after);
+            EXPECT_EQ(vec.capacity, size_after);
+            EXPECT_EQ(wiq_vector_finalize(&vec), 0);
+        }
+    }
+}
+
 TEST(VectorThreads, OwnersOnEightThreads) {
     g_dropped.clear();
     wiq_vector* vec = wiq_vector_new(sizeof(int), 4, nullptr, drop);
