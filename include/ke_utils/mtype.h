@@ -14,6 +14,12 @@ extern "C" {
 #endif
 
 /** @defgroup mtype Tagged values
+ *  A setter releases what the value owned before it stores the new contents. It gives 0, and -7000 if the value is
+ *  NULL; one that needs memory and has none gives -5000: the old contents are gone then, the type tag is still the
+ *  old one, and the value is to be set again before it is read.
+ *
+ *  A getter converts nothing: it gives 0, false or NULL for a value of another type, and for NULL. The tests give
+ *  false for NULL.
  *  @{ */
 
 /** The type tags. */
@@ -47,7 +53,7 @@ typedef struct wiq_mtype_blob {
 
 /** A value with its type: a scalar, a text, a blob, a pointer or a status. */
 typedef struct wiq_mtype {
-    u8 type;      /**< one of enum wiq_mtype_type */
+    u8 type;      /**< one of enum wiq_mtype_tag */
     u8 flags;     /**< of enum wiq_mtype_flag */
     u16 blob_len; /**< bytes of a blob that has no record of its own */
     union {
@@ -76,150 +82,155 @@ KE_API void wiq_mtype_init(wiq_mtype* value);
  */
 KE_API i32 wiq_mtype_finalize(wiq_mtype* value);
 
-/** Makes the value null. 0, or -7000 for NULL. */
+/** Makes the value null. */
 KE_API i32 wiq_mtype_set_null(wiq_mtype* value);
 
-/** Stores a boolean: any byte that is not 0 is true. 0, or -7000 for NULL. */
+/** Stores a boolean: any byte that is not 0 is true. */
 KE_API i32 wiq_mtype_set_bool(wiq_mtype* value, u8 boolean);
 
-/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
+/** Stores a signed 32-bit number. */
 KE_API i32 wiq_mtype_set_int32(wiq_mtype* value, i32 number);
 
-/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
+/** Stores a signed 64-bit number. */
 KE_API i32 wiq_mtype_set_int64(wiq_mtype* value, i64 number);
 
-/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
+/** Stores an unsigned 32-bit number. */
 KE_API i32 wiq_mtype_set_uint32(wiq_mtype* value, u32 number);
 
-/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
+/** Stores an unsigned 64-bit number. */
 KE_API i32 wiq_mtype_set_uint64(wiq_mtype* value, u64 number);
 
-/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
+/** Stores a 32-bit float. */
 KE_API i32 wiq_mtype_set_float(wiq_mtype* value, float number);
 
-/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
+/** Stores a 64-bit float. */
 KE_API i32 wiq_mtype_set_double(wiq_mtype* value, double number);
 
-/** Stores a number. 0, or -7000 for NULL; what the value owned is released first. */
+/** Stores a status code. */
 KE_API i32 wiq_mtype_set_status(wiq_mtype* value, i32 status);
 
-/**
- * Stores a 128-bit number in a cell of its own. 0; -7000 for NULL; -5000, and then the old contents are gone.
- */
+/** Stores an unsigned 128-bit number, in a cell of its own, which needs memory. */
 KE_API i32 wiq_mtype_set_uint128(wiq_mtype* value, wiq_uint128 number);
 
 /**
- * Stores a string.
- * @param copy not 0: a copy that the value owns; 0: the pointer itself, lent by the caller. NULL is stored as it is.
- * @return 0; -7000 for a NULL value; -5000, and then the old contents are gone
+ * Stores a string. With `copy` it may lie in what the value owns, the value's own string for instance; without, it
+ * must not, since that is released.
+ * @param str  NULL is stored as it is
+ * @param copy not 0: a copy that the value owns, which needs memory; 0: the pointer itself, lent by the caller
  */
 KE_API i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy);
 
 /**
- * Stores bytes; from 65535 on in a record of their own.
- * @param size bytes
- * @param copy not 0: the bytes are copied
+ * Stores bytes; from 65535 on in a record of their own, which needs memory. With `copy` they may lie in what the
+ * value owns; without, they must not, since that is released.
+ * @param data may be NULL
+ * @param size bytes; a copy of no bytes is stored as NULL
+ * @param copy not 0: the bytes are copied, which needs memory
  * @param own  not 0: the value releases the bytes, copied or not, with free(); 0: never, also not a copy
- * @return 0; -7000 for a NULL value; -5000, and then the old contents are gone
  */
 KE_API i32 wiq_mtype_set_blob(wiq_mtype* value, const void* data, u64 size, u8 copy, u8 own);
 
 /**
- * Stores a pointer; with `own` not 0 the value releases it with free(). 0, or -7000 for NULL.
+ * Stores a pointer; with `own` not 0 the value releases it with free(). It must not be one that the value owns
+ * already, since that is released.
  */
 KE_API i32 wiq_mtype_set_ptr(wiq_mtype* value, void* ptr, u8 own);
 
 /** The type tag (enum wiq_mtype_tag); 0 for NULL. */
 KE_API u8 wiq_mtype_get_type(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is null. */
 KE_API bool wiq_mtype_is_null(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is a boolean. */
 KE_API bool wiq_mtype_is_bool(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is a signed 32-bit number. */
 KE_API bool wiq_mtype_is_int32(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is a signed 64-bit number. */
 KE_API bool wiq_mtype_is_int64(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is an unsigned 32-bit number. */
 KE_API bool wiq_mtype_is_uint32(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is an unsigned 64-bit number. */
 KE_API bool wiq_mtype_is_uint64(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is an unsigned 128-bit number. */
 KE_API bool wiq_mtype_is_uint128(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is a 32-bit float. */
 KE_API bool wiq_mtype_is_float(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is a 64-bit float. */
 KE_API bool wiq_mtype_is_double(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is a string. */
 KE_API bool wiq_mtype_is_utf8(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is a blob. */
 KE_API bool wiq_mtype_is_blob(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is a pointer. */
 KE_API bool wiq_mtype_is_ptr(const wiq_mtype* value);
 
-/** Whether the value has this type; false for NULL. */
+/** Whether the value is a status code. */
 KE_API bool wiq_mtype_is_status(const wiq_mtype* value);
 
 /** Whether the value is a boolean and true. */
 KE_API bool wiq_mtype_get_bool(const wiq_mtype* value);
 
-/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
+/** The value of a signed 32-bit number, else 0. */
 KE_API i32 wiq_mtype_get_int32(const wiq_mtype* value);
 
-/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
+/** The value of a signed 64-bit number, else 0. */
 KE_API i64 wiq_mtype_get_int64(const wiq_mtype* value);
 
-/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
+/** The value of an unsigned 32-bit number, else 0. */
 KE_API u32 wiq_mtype_get_uint32(const wiq_mtype* value);
 
-/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
+/** The value of an unsigned 64-bit number, else 0. */
 KE_API u64 wiq_mtype_get_uint64(const wiq_mtype* value);
 
-/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
+/** The value of an unsigned 128-bit number, else 0. */
 KE_API wiq_uint128 wiq_mtype_get_uint128(const wiq_mtype* value);
 
-/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
+/** The value of a 32-bit float, else 0. */
 KE_API float wiq_mtype_get_float(const wiq_mtype* value);
 
-/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
+/** The value of a 64-bit float, else 0. */
 KE_API double wiq_mtype_get_double(const wiq_mtype* value);
 
-/** The string, lent, if the value is one, else NULL. */
+/** The string, lent, else NULL. */
 KE_API const char* wiq_mtype_get_utf8(const wiq_mtype* value);
 
 /**
- * The bytes, lent, and their number (0 through `length` otherwise; may be NULL), if the value is a blob, else NULL.
+ * The bytes of a blob, lent, else NULL.
+ * @param length receives their number, 0 for another type; may be NULL
  */
 KE_API const void* wiq_mtype_get_blob(const wiq_mtype* value, u64* length);
 
-/** The pointer if the value is one, else NULL. */
+/** The pointer, else NULL. */
 KE_API void* wiq_mtype_get_ptr(const wiq_mtype* value);
 
-/** The value if the type matches, else 0; nothing is converted. NULL gives 0. */
+/** The status code, else 0. */
 KE_API i32 wiq_mtype_get_status(const wiq_mtype* value);
 
 /**
  * Makes dst a deep copy of src: strings, blobs and 128-bit numbers are copied and owned. An owned pointer is
- * claimed by both.
- * @return 0; -7000 for NULL; -5000, and then what dst held is gone
+ * claimed by both. A value copied onto itself stays as it is, status 0. What src holds may be borrowed from dst,
+ * unless it is a pointer.
+ * @return 0; -7000 for NULL; -5000, and then dst is as after a setter that fails
  */
 KE_API i32 wiq_mtype_copy(const wiq_mtype* src, wiq_mtype* dst);
 
 /**
  * Makes dst borrow what src holds. A 128-bit cell is shared, and clearing either releases it: such a copy must not
- * be finalized beside its source.
- * @return 0; -7000 for NULL; -5000 if the record of a long blob cannot be had
+ * be finalized beside its source. A value that borrows from itself stays as it is, status 0. What src holds must
+ * not be borrowed from dst, since that is released.
+ * @return 0; -7000 for NULL; -5000 if the record of a long blob cannot be had, and then dst is as after a setter
+ *         that fails
  */
 KE_API i32 wiq_mtype_copy_ref(const wiq_mtype* src, wiq_mtype* dst);
 

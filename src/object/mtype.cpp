@@ -81,8 +81,8 @@ bool equal_blobs(const wiq_mtype* a, const wiq_mtype* b) {
     u64 length_b = 0;
     const void* data_a = wiq_mtype_get_blob(a, &length_a);
     const void* data_b = wiq_mtype_get_blob(b, &length_b);
-    if (length_a != length_b)
-        return false;
+    if (length_a != length_b || length_a == 0)
+        return length_a == length_b;
     // A length without data can come from a caller's mistake only; it equals itself.
     return data_a == data_b ||
            (data_a != nullptr && data_b != nullptr && memcmp(data_a, data_b, length_a) == 0);
@@ -152,16 +152,16 @@ i32 wiq_mtype_set_uint128(wiq_mtype* value, wiq_uint128 number) {
 }
 
 i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy) {
-    const i32 status = begin_set(value);
-    if (status != 0)
-        return status;
+    if (value == nullptr)
+        return WIQ_ERR_INVALID_ARG;
     char* text = const_cast<char*>(str);
     const bool owned = str != nullptr && copy != 0;
-    if (owned) {
+    // The copy is made before the value is cleared: the string may be the value's own.
+    if (owned)
         text = strdup(str);
-        if (text == nullptr)
-            return WIQ_ERR_NO_MEMORY;
-    }
+    clear(value);
+    if (owned && text == nullptr)
+        return WIQ_ERR_NO_MEMORY;
     value->payload.utf8 = text;
     value->flags = owned ? WIQ_MTYPE_OWNED : 0;
     value->type = WIQ_MTYPE_UTF8;
@@ -169,23 +169,23 @@ i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy) {
 }
 
 i32 wiq_mtype_set_blob(wiq_mtype* value, const void* data, u64 size, u8 copy, u8 own) {
-    i32 status = begin_set(value);
-    if (status != 0)
-        return status;
-    void* stored = const_cast<void*>(data);
-    void* copied = nullptr;
-    if (copy != 0 && size == 0)
-        stored = nullptr;
-    if (copy != 0 && data != nullptr && size != 0) {
-        copied = malloc(size);
-        if (copied == nullptr)
-            return WIQ_ERR_NO_MEMORY;
-        memcpy(copied, data, size);
-        stored = copied;
+    if (value == nullptr)
+        return WIQ_ERR_INVALID_ARG;
+    const bool copies = copy != 0 && data != nullptr && size != 0;
+    void* stored = copy != 0 && size == 0 ? nullptr : const_cast<void*>(data);
+    // The copy is made before the value is cleared: the bytes may be the value's own.
+    if (copies) {
+        stored = malloc(size);
+        if (stored != nullptr)
+            memcpy(stored, data, size);
     }
-    status = store_blob(value, stored, size);
+    clear(value);
+    if (copies && stored == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    const i32 status = store_blob(value, stored, size);
     if (status != 0) {
-        free(copied);
+        if (copies)
+            free(stored);
         return status;
     }
     // Ownership is what the caller says, also of a copy.
@@ -204,29 +204,21 @@ i32 wiq_mtype_set_ptr(wiq_mtype* value, void* ptr, u8 own) {
 i32 wiq_mtype_copy(const wiq_mtype* src, wiq_mtype* dst) {
     if (src == nullptr || dst == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    // What is copied is read first: the destination may be the source.
-    const wiq_mtype source = *src;
     if (src == dst)
-        wiq_mtype_init(dst);
-    i32 status = 0;
-    if (source.type == WIQ_MTYPE_UTF8) {
-        status = wiq_mtype_set_utf8(dst, source.payload.utf8, 1);
-    } else if (source.type == WIQ_MTYPE_BLOB) {
-        u64 length = 0;
-        const void* data = wiq_mtype_get_blob(&source, &length);
-        status = wiq_mtype_set_blob(dst, data, length, 1, 1);
-    } else if (source.type == WIQ_MTYPE_UINT128) {
-        status = wiq_mtype_set_uint128(dst, wiq_mtype_get_uint128(&source));
-    } else {
-        clear(dst);
-        *dst = source;
         return 0;
+    // What is copied may be borrowed from the destination: these setters read it before they clear.
+    if (src->type == WIQ_MTYPE_UTF8)
+        return wiq_mtype_set_utf8(dst, src->payload.utf8, 1);
+    if (src->type == WIQ_MTYPE_BLOB) {
+        u64 length = 0;
+        const void* data = wiq_mtype_get_blob(src, &length);
+        return wiq_mtype_set_blob(dst, data, length, 1, 1);
     }
-    if (src == dst) {
-        wiq_mtype old = source;
-        clear(&old);
-    }
-    return status;
+    if (src->type == WIQ_MTYPE_UINT128)
+        return wiq_mtype_set_uint128(dst, wiq_mtype_get_uint128(src));
+    clear(dst);
+    *dst = *src;
+    return 0;
 }
 
 i32 wiq_mtype_copy_ref(const wiq_mtype* src, wiq_mtype* dst) {

@@ -167,6 +167,41 @@ TEST_F(Mtype, BlobOwnershipIsWhatTheCallerSays) {
     EXPECT_EQ(wiq_mtype_get_blob(&value_, nullptr), longer.data());
 }
 
+TEST_F(Mtype, BlobsOfNoBytes) {
+    char data[] = "data";
+    struct Row {
+        const void* data;
+        u8 copy;
+        const void* stored;
+    };
+    for (const Row& row : {Row{data, 0, data}, Row{data, 1, nullptr}, Row{nullptr, 0, nullptr},
+                           Row{nullptr, 1, nullptr}}) {
+        EXPECT_EQ(wiq_mtype_set_blob(&value_, row.data, 0, row.copy, row.copy), 0);
+        EXPECT_TRUE(wiq_mtype_is_blob(&value_));
+        EXPECT_EQ(value_.blob_len, 0);
+        EXPECT_EQ(value_.flags, row.copy != 0 ? WIQ_MTYPE_OWNED : 0);
+        u64 length = 9;
+        EXPECT_EQ(wiq_mtype_get_blob(&value_, &length), row.stored);
+        EXPECT_EQ(length, 0u);
+        for (const auto copy : {wiq_mtype_copy, wiq_mtype_copy_ref}) {
+            wiq_mtype other;
+            wiq_mtype_init(&other);
+            EXPECT_EQ(copy(&value_, &other), 0);
+            EXPECT_TRUE(wiq_mtype_equal(&value_, &other)) << "no bytes are equal to no bytes";
+            EXPECT_TRUE(wiq_mtype_equal(&other, &value_));
+            EXPECT_EQ(wiq_mtype_get_blob(&other, &length),
+                      copy == wiq_mtype_copy ? nullptr : row.stored);
+            EXPECT_EQ(length, 0u);
+            EXPECT_EQ(wiq_mtype_set_blob(&other, data, 1, 0, 0), 0);
+            EXPECT_FALSE(wiq_mtype_equal(&value_, &other));
+            EXPECT_EQ(wiq_mtype_finalize(&other), 0);
+        }
+    }
+    // A block of its own is released although it holds nothing.
+    EXPECT_EQ(wiq_mtype_set_blob(&value_, malloc(1), 0, 0, 1), 0);
+    EXPECT_EQ(value_.flags, WIQ_MTYPE_OWNED);
+}
+
 TEST_F(Mtype, OwnedPointersAreFreed) {
     EXPECT_EQ(wiq_mtype_set_ptr(&value_, malloc(4), 1), 0);
     EXPECT_EQ(value_.flags, WIQ_MTYPE_OWNED);

@@ -102,6 +102,87 @@ TEST(MtypeFaults, Setters) {
         [](wiq_mtype* v) { return wiq_mtype_set_blob(v, longer.data(), longer.size(), 0, 0); });
 }
 
+// Until a setter succeeds the tag is the old one, whatever that was, and nothing is owned.
+TEST(MtypeFaults, TheTagStaysUntilASetterSucceeds) {
+    static const std::string longer(70000, 'x');
+    static wiq_mtype sources[3];
+    for (wiq_mtype& source : sources)
+        wiq_mtype_init(&source);
+    wiq_mtype_set_utf8(&sources[0], "text", 0);
+    wiq_mtype_set_uint128(&sources[1], {1, 2});
+    wiq_mtype_set_blob(&sources[2], longer.data(), longer.size(), 0, 0);
+    using Set = i32 (*)(wiq_mtype * value);
+    const Set kinds[] = {
+        [](wiq_mtype* v) { return wiq_mtype_set_null(v); },
+        [](wiq_mtype* v) { return wiq_mtype_set_bool(v, 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_int32(v, 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_int64(v, 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_uint32(v, 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_uint64(v, 1); },
+        [](wiq_mtype* v) {
+            return wiq_mtype_set_uint128(v, {1, 1});
+        },
+        [](wiq_mtype* v) { return wiq_mtype_set_float(v, 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_double(v, 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_utf8(v, "own", 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_blob(v, "own", 3, 1, 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_ptr(v, v, 0); },
+        [](wiq_mtype* v) { return wiq_mtype_set_status(v, -7); },
+        [](wiq_mtype* v) { return wiq_mtype_set_blob(v, longer.data(), longer.size(), 1, 1); },
+    };
+    const Set setters[] = {
+        [](wiq_mtype* v) { return wiq_mtype_set_utf8(v, "text", 1); },
+        [](wiq_mtype* v) {
+            return wiq_mtype_set_uint128(v, {1, 2});
+        },
+        [](wiq_mtype* v) { return wiq_mtype_set_blob(v, "text", 4, 1, 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_blob(v, longer.data(), longer.size(), 1, 1); },
+        [](wiq_mtype* v) { return wiq_mtype_set_blob(v, longer.data(), longer.size(), 0, 0); },
+        [](wiq_mtype* v) { return wiq_mtype_copy(&sources[0], v); },
+        [](wiq_mtype* v) { return wiq_mtype_copy(&sources[1], v); },
+        [](wiq_mtype* v) { return wiq_mtype_copy(&sources[2], v); },
+        [](wiq_mtype* v) { return wiq_mtype_copy_ref(&sources[2], v); },
+    };
+    size_t failures = 0;
+    for (const Set kind : kinds) {
+        for (const Set setter : setters) {
+            SweepAllocations([kind, setter, &failures](AllocFaults& faults) {
+                wiq_mtype value;
+                wiq_mtype_init(&value);
+                ASSERT_EQ(kind(&value), 0);
+                const u8 before = value.type;
+                faults.arm();
+                const i32 status = setter(&value);
+                faults.disarm();
+                EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+                if (faults.fired()) {
+                    ++failures;
+                    EXPECT_EQ(value.type, before);
+                    EXPECT_EQ(value.flags, 0);
+                    EXPECT_EQ(value.blob_len, 0);
+                }
+                EXPECT_EQ(wiq_mtype_finalize(&value), 0);
+            });
+        }
+    }
+    // The last setters have two allocations, the others one; each fails at least once from each kind.
+    EXPECT_GE(failures, std::size(kinds) * std::size(setters));
+    wiq_mtype_finalize(&sources[1]);
+    wiq_mtype_finalize(&sources[2]);
+}
+
+TEST(MtypeFaults, CopyOntoItselfNeedsNoMemory) {
+    wiq_mtype value;
+    wiq_mtype_init(&value);
+    ASSERT_EQ(wiq_mtype_set_utf8(&value, "text", 1), 0);
+    AllocFaults faults(1, AllocFaults::kPersistent);
+    faults.arm();
+    EXPECT_EQ(wiq_mtype_copy(&value, &value), 0);
+    faults.disarm();
+    EXPECT_STREQ(wiq_mtype_get_utf8(&value), "text");
+    EXPECT_EQ(wiq_mtype_finalize(&value), 0);
+}
+
 TEST(MtypeFaults, Copies) {
     static const std::string longer(70000, 'x');
     static wiq_mtype source;
