@@ -30,14 +30,23 @@ typedef struct WiqObject {
 } WiqObject;
 
 /**
- * Initialises the fields that a type adds to a new, zeroed instance; nonzero: object_new() gives NULL.
+ * Initialises the fields that a type adds to a new, zeroed instance; nonzero: object_new() gives NULL. It must not
+ * release the instance; references that it has taken count for nothing if object_new() fails.
  */
 typedef i32 (*WiqInstanceInitFn)(WiqObject* object);
 
-/** Releases what a type's own fields hold. */
+/**
+ * Releases what a type's own fields hold. The instance goes whatever happens: a reference that is taken to it here
+ * is given up before this returns, which does not run the finalisers again. It must not call object_delete() on it.
+ */
 typedef void (*WiqInstanceFinalizeFn)(WiqObject* object);
 
-/** Fills or changes a class record; nonzero: the class is not built. */
+/**
+ * Fills or changes a class record; nonzero: the class is not built. It runs under the lock of the type whose class
+ * is built. There, object_new() of that type, or of one that derives from it, gives NULL. It must not wait for a
+ * thread that needs that class; so types whose initialisers make objects of one another must not be used for the
+ * first time by two threads at once. type_uninit() of such a type is not for it.
+ */
 typedef i32 (*WiqClassInitFn)(WiqClass* klass);
 
 /** A type descriptor: one static record for each type, filled by its author and completed at run time. */
@@ -50,11 +59,12 @@ struct WiqType {
     WiqInstanceFinalizeFn instance_finalize; /**< releases what they hold, or NULL */
     size_t class_size;                       /**< bytes of the class record; 0: the parent's */
     WiqClassInitFn class_init;               /**< fills the class record of this type, or NULL */
-    WiqClassInitFn
-        class_base_init; /**< changes the record of this type and of every subclass, or NULL */
-    WiqClass* klass;     /**< the class record once it is built; NULL at first */
-    int initialised;     /**< whether the lock is ready; 0 at first */
-    wiq_mutex lock;      /**< held while the class is built */
+    /** changes the record of every type that derives from this one, not its own, or NULL: it runs when such a
+     *  class is built, on the copy of the parent's record, which still names the parent as its type */
+    WiqClassInitFn class_base_init;
+    WiqClass* klass; /**< the class record once it is built; NULL at first */
+    int initialised; /**< nonzero from type_init() to type_uninit(); 0 at first */
+    wiq_mutex lock;  /**< held while the class is built */
 };
 
 /** The root type, "Object": no slots, no fields of its own. */
@@ -62,10 +72,10 @@ extern KE_API WiqType ObjectType;
 
 /**
  * Makes a type usable and registers it. Types are registered before threads use them: nothing is locked.
- * @param type   lives as long as the process; a type that is initialised already is left alone, status 0
+ * @param type   lives as long as the process; NULL, and a type that is initialised already, are left alone, status 0
  * @param parent stored into the descriptor when not NULL
- * @return 0; -7000 for NULL; -5007 if the lock cannot be made; -5000 if the registry cannot grow, and then the type
- *         can be tried again
+ * @return 0; -5007 if the lock cannot be made; -5000 if the registry cannot grow, and then the type can be tried
+ *         again
  */
 KE_API i32 type_init(WiqType* type, WiqType* parent);
 
@@ -98,8 +108,8 @@ KE_API WiqClass* class_get_super_class(WiqClass* klass, const WiqType* type);
  * Makes an instance with a count of 1, building the class first where it is needed (threads may race for that).
  * Initialisers run from the root down.
  * @return the object, released with object_unref(); NULL if the class cannot be built (a type that is not
- *         initialised, has no name or no parent, or a failing initialiser), without memory, or if an initialiser
- *         fails, and then no finaliser runs
+ *         initialised, has no name or no parent, is being built by this thread, or has a failing initialiser),
+ *         without memory, or if an initialiser of the instance fails, and then no finaliser runs
  */
 KE_API WiqObject* object_new(WiqType* type);
 

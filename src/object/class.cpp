@@ -1,6 +1,7 @@
 // Class records: built when a type's first object is made, a copy of the parent's record with the type's
 // own operations on top. Each type has a lock; it is held while the parent's class is built under the
-// parent's lock, so locks are always taken from child to parent.
+// parent's lock, so locks are always taken from child to parent. A class initialiser runs under the lock of
+// its type, so an object of that type, or of one that derives from it, cannot be made there.
 
 #include "object/class.h"
 
@@ -10,6 +11,7 @@
 
 #include "ke_utils/core.h"
 #include "os/mutex.h"
+#include "os/os.h"
 
 namespace ke {
 
@@ -22,6 +24,29 @@ using SizeField = size_t WiqType::*;
 // Another thread may be storing the size it found for an ancestor: the same one, whenever it comes.
 std::atomic_ref<size_t> size_of(const WiqType* type, SizeField field) {
     return std::atomic_ref(const_cast<WiqType*>(type)->*field);
+}
+
+// What `initialised` holds: 0 before type_init(), kReady after it, and while the class is built something
+// negative that tells the building thread from others. The lock serialises the builders; other threads
+// only compare.
+constexpr int kReady = 1;
+
+std::atomic_ref<int> state_of(WiqType* type) {
+    return std::atomic_ref(type->initialised);
+}
+
+int building_state() {
+    return -os::thread_id();
+}
+
+// Whether this thread is in the middle of building the class of a type or of one of its ancestors.
+bool is_built_by_this_thread(WiqType* type) {
+    const int own = building_state();
+    for (; type != nullptr; type = type->parent) {
+        if (state_of(type).load(std::memory_order_relaxed) == own)
+            return true;
+    }
+    return false;
 }
 
 // A size of 0 means that of the nearest ancestor that gives one.
@@ -90,10 +115,16 @@ WiqClass* class_of(WiqType* type) {
 i32 build_class(WiqType* type) {  // NOLINT(misc-no-recursion): see above
     if (class_of(type) != nullptr)
         return 0;
-    if (type->initialised == 0)
+    // Asked before the lock is taken, which would wait for this very thread.
+    if (state_of(type).load(std::memory_order_relaxed) == 0 || is_built_by_this_thread(type))
         return WIQ_ERR_FAILED;
     const os::MutexLock lock(&type->lock);
-    return class_of(type) != nullptr ? 0 : build_locked(type);
+    if (class_of(type) != nullptr)
+        return 0;
+    state_of(type).store(building_state(), std::memory_order_relaxed);
+    const i32 status = build_locked(type);
+    state_of(type).store(kReady, std::memory_order_relaxed);
+    return status;
 }
 
 }  // namespace ke

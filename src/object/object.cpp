@@ -1,9 +1,9 @@
 // Instances: made by the initialisers of their type's ancestors, root first; released by the finalisers,
 // most derived first.
 
-#include <atomic>
 #include <cstdlib>
 
+#include "core/refcount.h"
 #include "ke_utils/core.h"
 #include "object/class.h"
 
@@ -38,7 +38,7 @@ WiqObject* object_new(WiqType* type) {
     if (object == nullptr)
         return nullptr;
     object->klass = ke::class_of(type);
-    std::atomic_ref(object->refcount).store(1, std::memory_order_relaxed);
+    object->refcount = 1;
     if (initialise(type, object) != 0) {
         free(object);
         return nullptr;
@@ -47,16 +47,16 @@ WiqObject* object_new(WiqType* type) {
 }
 
 void object_ref(WiqObject* object) {
-    std::atomic_ref(object->refcount).fetch_add(1, std::memory_order_relaxed);
+    ke::add_owner(&object->refcount);
 }
 
 void object_unref(WiqObject* object) {
-    if (object != nullptr &&
-        std::atomic_ref(object->refcount).fetch_sub(1, std::memory_order_acq_rel) == 1)
+    if (object != nullptr && ke::remove_owner(&object->refcount))
         object_delete(object);
 }
 
 void object_delete(WiqObject* object) {
+    ke::mark_dying(&object->refcount);
     for (const WiqType* type = object->klass->type; type != nullptr; type = type->parent) {
         if (type->instance_finalize != nullptr)
             type->instance_finalize(object);

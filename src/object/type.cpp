@@ -3,6 +3,8 @@
 
 #include <uv.h>
 
+#include <atomic>
+
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 #include "object/class.h"
@@ -40,9 +42,8 @@ i32 add_to_registry(WiqType* type) {
 }  // namespace
 
 i32 type_init(WiqType* type, WiqType* parent) {
-    if (type == nullptr)
-        return WIQ_ERR_INVALID_ARG;
-    if (type->initialised != 0)
+    // Other threads may be building the class of a type that is initialised already.
+    if (type == nullptr || std::atomic_ref(type->initialised).load(std::memory_order_relaxed) != 0)
         return 0;
     if (uv_mutex_init(ke::os::uv_mutex(&type->lock)) != 0)
         return WIQ_ERR_LOCK_INIT;

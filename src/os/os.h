@@ -19,6 +19,11 @@ namespace ke::os {
 void* aligned_alloc(size_t size, size_t alignment);
 void aligned_free(void* ptr);
 
+// --- Threads -----------------------------------------------------------------------------------------
+
+// A positive number that no other living thread of this process has.
+i32 thread_id();
+
 // --- Time --------------------------------------------------------------------------------------------
 
 void sleep_ms(u32 ms);

@@ -2,6 +2,7 @@
 // posix_files.cpp.
 #include <locale.h>
 #include <time.h>
+#include <unistd.h>
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
@@ -22,6 +23,10 @@ void* aligned_alloc(size_t size, size_t alignment) {
 
 void aligned_free(void* ptr) {
     free(ptr);
+}
+
+i32 thread_id() {
+    return gettid();
 }
 
 void sleep_ms(u32 ms) {

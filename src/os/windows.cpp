@@ -19,6 +19,10 @@ void aligned_free(void* ptr) {
     _aligned_free(ptr);
 }
 
+i32 thread_id() {
+    return static_cast<i32>(GetCurrentThreadId());
+}
+
 void sleep_ms(u32 ms) {
     Sleep(ms);
 }

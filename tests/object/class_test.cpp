@@ -150,6 +150,119 @@ TEST(Class, AFailingClassInitStopsTheBuild) {
     EXPECT_EQ(family.leaf.klass, nullptr);
 }
 
+// The record still names the parent while the base initialisers run, and the type itself afterwards.
+std::vector<const WiqType*> g_types_seen;
+
+i32 see_type(WiqClass* klass) {
+    g_types_seen.push_back(klass->type);
+    return 0;
+}
+
+TEST(Class, TheTypePointerIsThatOfTheParentUntilTheBaseInitialisersAreDone) {
+    Family& family = new_family();
+    family.base.class_init = see_type;
+    family.base.class_base_init = see_type;
+    family.middle.class_base_init = see_type;
+    family.leaf.class_init = see_type;
+    family.init();
+    g_types_seen.clear();
+    WiqObject* object = object_new(&family.leaf);
+    ASSERT_NE(object, nullptr);
+    // Base's own class; Middle's, a copy of Base's record; Leaf's, a copy of Middle's, twice; then Leaf itself.
+    EXPECT_EQ(g_types_seen, (std::vector<const WiqType*>{&family.base, &family.base, &family.middle,
+                                                         &family.middle, &family.leaf}));
+    EXPECT_EQ(family.middle.klass->type, &family.middle);
+    object_unref(object);
+}
+
+TEST(Class, ATypePointerThatABaseInitialiserWroteIsReplaced) {
+    Family& family = new_family();
+    family.base.class_base_init = [](WiqClass* klass) {
+        klass->type = nullptr;
+        return 0;
+    };
+    family.init();
+    WiqObject* object = object_new(&family.leaf);
+    ASSERT_NE(object, nullptr);
+    EXPECT_EQ(object->klass->type, &family.leaf);
+    object_unref(object);
+}
+
+// --- Initialisers that make objects --------------------------------------------------------------------
+
+Family* g_family;
+std::vector<std::string> g_made;
+
+void try_to_make(const char* name, WiqType* type) {
+    WiqObject* object = object_new(type);
+    g_made.push_back(std::string(name) + (object == nullptr ? " not" : ""));
+    object_unref(object);
+}
+
+i32 make_each(WiqClass*) {
+    try_to_make("object", &ObjectType);
+    try_to_make("base", &g_family->base);
+    try_to_make("middle", &g_family->middle);
+    try_to_make("leaf", &g_family->leaf);
+    return 0;
+}
+
+TEST(Class, InitialisersCanMakeObjectsOfFinishedClassesOnly) {
+    struct Row {
+        WiqClassInitFn WiqType::*initialiser;
+        WiqType Family::*type;  // whose initialiser makes the objects
+        Log made;
+    };
+    const Log nothing_yet = {"object", "base not", "middle not", "leaf not"};
+    const Log base = {"object", "base", "middle not", "leaf not"};
+    const Log but_the_leaf = {"object", "base", "middle", "leaf not"};
+    Log all_base_inits = base;  // Base's runs for Middle's class, then for Leaf's
+    all_base_inits.insert(all_base_inits.end(), but_the_leaf.begin(), but_the_leaf.end());
+    for (const Row& row : {Row{&WiqType::class_init, &Family::base, nothing_yet},
+                           Row{&WiqType::class_init, &Family::middle, base},
+                           Row{&WiqType::class_init, &Family::leaf, but_the_leaf},
+                           Row{&WiqType::class_base_init, &Family::base, all_base_inits},
+                           Row{&WiqType::class_base_init, &Family::middle, but_the_leaf},
+                           Row{&WiqType::class_base_init, &Family::leaf, {}}}) {
+        Family& family = new_family();
+        family.base.class_init = nullptr;
+        family.base.class_base_init = nullptr;
+        family.middle.class_base_init = nullptr;
+        family.leaf.class_init = nullptr;
+        family.*row.type.*row.initialiser = make_each;
+        family.init();
+        g_family = &family;
+        g_made.clear();
+        WiqObject* object = object_new(&family.leaf);
+        EXPECT_NE(object, nullptr);
+        EXPECT_EQ(g_made, row.made);
+        for (const WiqType* type : {&family.base, &family.middle, &family.leaf})
+            EXPECT_EQ(type->initialised, 1) << type->name;
+        object_unref(object);
+    }
+}
+
+// Two types whose initialisers make objects of each other: the second meets the first, which is not ready.
+TEST(Class, InitialisersThatNeedOneAnotherAreAnswered) {
+    static WiqType first = {};
+    static WiqType second = {};
+    first.name = "First";
+    first.class_init = [](WiqClass*) {
+        try_to_make("second", &second);
+        return 0;
+    };
+    second.name = "Second";
+    second.class_init = [](WiqClass*) {
+        try_to_make("first", &first);
+        return 0;
+    };
+    ASSERT_EQ(type_init(&first, &ObjectType), 0);
+    ASSERT_EQ(type_init(&second, &ObjectType), 0);
+    g_made.clear();
+    object_delete(object_new(&first));
+    EXPECT_EQ(g_made, (Log{"first not", "second"}));
+}
+
 TEST(Class, MistakesOfATypesAuthorAreAnswered) {
     Family& uninitialised = new_family();
     uninitialised.leaf.parent = &uninitialised.base;
@@ -246,6 +359,75 @@ TEST(ClassThreads, EightThreadsBuildOneClass) {
             object_unref(objects[i]);
         }
     }
+}
+
+// While one thread is in the initialiser of a class, others ask for it and wait at its lock: it is not built
+// once more by any of them.
+std::atomic<int> g_waiting;
+
+TEST(ClassThreads, WhoeverWaitedForTheLockFindsTheClassBuilt) {
+    static WiqType type = {};
+    type.name = "Slow";
+    type.class_init = [](WiqClass*) {
+        ++g_built;
+        while (g_waiting < 8)
+            std::this_thread::yield();
+        // They have said that they are about to ask; now they do.
+        wiq_sleep_real(100);
+        return 0;
+    };
+    ASSERT_EQ(type_init(&type, &ObjectType), 0);
+    g_built = 0;
+    g_waiting = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([] {
+            ++g_waiting;
+            WiqObject* object = object_new(&type);
+            EXPECT_NE(object, nullptr);
+            object_unref(object);
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(g_built, 1);
+}
+
+// A thread that holds a subtype's lock waits for the parent's class; the parent's initialiser, in another
+// thread, asks for an object of the subtype. Neither waits for the other.
+TEST(ClassThreads, AnInitialiserThatAsksForASubtypeDoesNotHang) {
+    static Family* family;
+    static std::atomic<bool> in_initialiser;
+    static std::atomic<bool> asking;
+    static std::atomic<int> refused;
+    family = &new_family();
+    in_initialiser = false;
+    asking = false;
+    refused = 0;
+    family->base.class_init = [](WiqClass*) {
+        in_initialiser = true;
+        while (!asking)
+            std::this_thread::yield();
+        wiq_sleep_real(100);  // until the other thread holds Leaf's lock and waits for this class
+        refused += object_new(&family->leaf) == nullptr ? 1 : 0;
+        return 0;
+    };
+    family->base.class_base_init = nullptr;
+    family->middle.class_base_init = nullptr;
+    family->leaf.class_init = nullptr;
+    family->init();
+    std::thread base([] { object_delete(object_new(&family->base)); });
+    while (!in_initialiser)
+        std::this_thread::yield();
+    std::thread leaf([] {
+        asking = true;
+        WiqObject* object = object_new(&family->leaf);
+        EXPECT_NE(object, nullptr);
+        object_unref(object);
+    });
+    base.join();
+    leaf.join();
+    EXPECT_EQ(refused, 1);
 }
 
 }  // namespace

@@ -110,6 +110,48 @@ TEST_F(Object, DeleteIgnoresTheCount) {
     EXPECT_EQ(g_log, (Log{"finalize a"}));
 }
 
+// Takes a reference in each finaliser, and gives it up there.
+template <char kName>
+void finalize_and_refer(WiqObject* object) {
+    object_ref(object);
+    finalize<kName>(object);
+    object_unref(object);
+}
+
+TEST_F(Object, FinalisersMayTakeAReferenceAndGiveItUp) {
+    static WiqType parent = new_type<'p'>();
+    static WiqType child = new_type<'q'>();
+    parent.instance_finalize = finalize_and_refer<'p'>;
+    child.instance_finalize = finalize_and_refer<'q'>;
+    ASSERT_EQ(type_init(&parent, &ObjectType), 0);
+    ASSERT_EQ(type_init(&child, &parent), 0);
+    for (void (*end)(WiqObject*) : {object_unref, object_delete}) {
+        WiqObject* object = object_new(&child);
+        ASSERT_NE(object, nullptr);
+        g_log.clear();
+        end(object);
+        EXPECT_EQ(g_log, (Log{"finalize q", "finalize p"})) << "each runs once";
+    }
+}
+
+TEST_F(Object, InitialisersMayTakeAReferenceAndGiveItUp) {
+    static WiqType type = {};
+    type.name = "Referring";
+    type.instance_init = [](WiqObject* object) {
+        object_ref(object);
+        object_unref(object);
+        return 0;
+    };
+    type.instance_finalize = finalize<'r'>;
+    ASSERT_EQ(type_init(&type, &ObjectType), 0);
+    WiqObject* object = object_new(&type);
+    ASSERT_NE(object, nullptr);
+    EXPECT_TRUE(g_log.empty());
+    EXPECT_EQ(object->refcount, 1);
+    object_unref(object);
+    EXPECT_EQ(g_log, (Log{"finalize r"}));
+}
+
 TEST_F(Object, OfTheRootTypeIsAHeaderAlone) {
     WiqObject* object = object_new(&ObjectType);
     ASSERT_NE(object, nullptr);

@@ -83,7 +83,9 @@ TEST(Type, InitRegistersOnce) {
     EXPECT_EQ(type.parent, &ObjectType) << "a type that is initialised already is left alone";
     EXPECT_EQ(registered().size(), before + 1);
     EXPECT_EQ(registered().back(), "Once");
-    EXPECT_EQ(type_init(nullptr, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(type_init(nullptr, nullptr), 0);
+    EXPECT_EQ(type_init(nullptr, &ObjectType), 0);
+    EXPECT_EQ(registered().size(), before + 1);
 }
 
 TEST(Type, InitKeepsTheDescriptorsOwnParent) {
