@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <barrier>
 #include <cstddef>
 #include <thread>
 #include <vector>
@@ -126,6 +127,54 @@ TEST(SafeMapThreads, SizeIsNeverTorn) {
         thread.join();
     EXPECT_EQ(wiq_safe_map_size(map), 8 * kEach);
     wiq_safe_map_delete(map);
+}
+
+// Each operation beside a thread that changes the map all the time: without its lock, ThreadSanitizer sees
+// the two meet. Neither thread does anything else that would order them.
+TEST(SafeMapThreads, EachOperationBesideAWriter) {
+    using Operation = void (*)(wiq_safe_map*, uintptr_t);
+    constexpr uintptr_t kRounds = 5000;
+    const auto visit = [](void*, void*, void*) { return true; };
+    static const wiq_map_foreach_fn visit_all = visit;
+    const Operation operations[] = {
+        [](wiq_safe_map* map, uintptr_t i) { wiq_safe_map_put(map, number(i % 8), number(i)); },
+        [](wiq_safe_map* map, uintptr_t i) {
+            void* old = nullptr;
+            wiq_safe_map_replace(map, number(i % 8), number(i), &old);
+        },
+        [](wiq_safe_map* map, uintptr_t i) {
+            const auto factory = [](const void*, void* user, i32*) { return user; };
+            wiq_safe_map_memoize(map, number(i % 8), factory, number(i), nullptr);
+        },
+        [](wiq_safe_map* map, uintptr_t i) { wiq_safe_map_get(map, number(i % 8)); },
+        [](wiq_safe_map* map, uintptr_t i) { wiq_safe_map_test_key(map, number(i % 8)); },
+        [](wiq_safe_map* map, uintptr_t i) { wiq_safe_map_remove(map, number(i % 8)); },
+        [](wiq_safe_map* map, uintptr_t) { wiq_safe_map_size(map); },
+        [](wiq_safe_map* map, uintptr_t) { wiq_safe_map_foreach(map, visit_all, nullptr); },
+    };
+    for (const Operation operation : operations) {
+        wiq_safe_map* map = new_map();
+        ASSERT_NE(map, nullptr);
+        std::barrier start(2);
+        std::atomic<bool> done{false};
+        std::thread writer([&] {
+            start.arrive_and_wait();
+            for (uintptr_t i = 0; i < kRounds || !done.load(std::memory_order_relaxed); ++i) {
+                wiq_safe_map_put(map, number(i % 8), number(i));
+                wiq_safe_map_remove(map, number((i + 4) % 8));
+            }
+        });
+        std::thread other([&] {
+            start.arrive_and_wait();
+            for (uintptr_t i = 0; i < kRounds; ++i)
+                operation(map, i);
+            done.store(true, std::memory_order_relaxed);
+        });
+        writer.join();
+        other.join();
+        EXPECT_LE(wiq_safe_map_size(map), 8u);
+        wiq_safe_map_delete(map);
+    }
 }
 
 }  // namespace
