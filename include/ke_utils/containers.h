@@ -93,7 +93,7 @@ KE_API i32 wiq_vector_pop(wiq_vector* vec, i32 count);
  */
 KE_API void* wiq_vector_get(const wiq_vector* vec, i32 index);
 
-/** wiq_vector_get() for readers. */
+/** The same function as wiq_vector_get(), under the name for readers. */
 KE_API const void* wiq_vector_get_const(const wiq_vector* vec, i32 index);
 
 /** The number of elements; -7000 in its place for NULL. */
@@ -268,7 +268,7 @@ KE_API u32 wiq_hash_str(const void* key);
 /** Whether two keys are the same number. */
 KE_API bool wiq_cmp_int(const void* a, const void* b);
 
-/** The same as wiq_cmp_int(), under the name for pointers. */
+/** The same function as wiq_cmp_int(), under the name for pointers. */
 KE_API bool wiq_cmp_ptr(const void* a, const void* b);
 
 /** Whether two strings are equal, byte by byte. */

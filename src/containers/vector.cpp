@@ -146,9 +146,9 @@ void* wiq_vector_get(const wiq_vector* vec, i32 index) {
     return index < 0 ? nullptr : elem_at(vec, index);
 }
 
-const void* wiq_vector_get_const(const wiq_vector* vec, i32 index) {
-    return wiq_vector_get(vec, index);
-}
+// One function under two names.
+const void* wiq_vector_get_const(const wiq_vector* vec, i32 index)
+    __attribute__((nothrow, alias("wiq_vector_get")));
 
 i32 wiq_vector_size(const wiq_vector* vec) {
     return vec == nullptr ? static_cast<i32>(WIQ_ERR_INVALID_ARG) : vec->size;

@@ -3,6 +3,7 @@
 
 #include <uv.h>
 
+#include "core/slots.h"
 #include "ke_utils/core.h"
 #include "os/module.h"
 #include "os/os.h"
@@ -20,12 +21,12 @@ uv_lib_t* uv_lib(wiq_lib* lib) {
 
 }  // namespace
 
-void (*wiq_sleep_real_ptr)(u32 ms) = wiq_sleep_real;
-i64 (*wiq_time_real_ptr)(i64* t) = wiq_time_real;
-i32 (*wiq_gmtime_real_ptr)(const i64* t, struct tm* out) = wiq_gmtime_real;
-i32 (*wiq_dlopen_real_ptr)(const char* path, wiq_lib* lib) = wiq_dlopen_real;
-void (*wiq_dlclose_real_ptr)(wiq_lib* lib) = wiq_dlclose_real;
-i32 (*wiq_dlsym_real_ptr)(wiq_lib* lib, const char* name, void** sym) = wiq_dlsym_real;
+KE_SLOT void (*wiq_sleep_real_ptr)(u32 ms) = wiq_sleep_real;
+KE_SLOT i64 (*wiq_time_real_ptr)(i64* t) = wiq_time_real;
+KE_SLOT i32 (*wiq_gmtime_real_ptr)(const i64* t, struct tm* out) = wiq_gmtime_real;
+KE_SLOT i32 (*wiq_dlopen_real_ptr)(const char* path, wiq_lib* lib) = wiq_dlopen_real;
+KE_SLOT void (*wiq_dlclose_real_ptr)(wiq_lib* lib) = wiq_dlclose_real;
+KE_SLOT i32 (*wiq_dlsym_real_ptr)(wiq_lib* lib, const char* name, void** sym) = wiq_dlsym_real;
 
 void wiq_sleep_real(u32 ms) {
     ke::os::sleep_ms(ms);

@@ -1,18 +1,19 @@
 // The hook slots, and the leak tracker that can be put into them. Counters and slots are plain data on
 // purpose: they are set up before other threads allocate, and counts taken across threads are approximate.
 
+#include "core/slots.h"
 #include "ke_utils/core.h"
 
-wiq_malloc_pre_fn wiq_malloc_pre_cb = nullptr;
-wiq_malloc_post_fn wiq_malloc_post_cb = nullptr;
-wiq_realloc_pre_fn wiq_realloc_pre_cb = nullptr;
-wiq_realloc_post_fn wiq_realloc_post_cb = nullptr;
-wiq_aligned_alloc_fn wiq_aligned_alloc_pre_cb = nullptr;
-wiq_aligned_alloc_fn wiq_aligned_alloc_post_cb = nullptr;
-wiq_free_fn wiq_free_cb = nullptr;
-wiq_free_fn wiq_aligned_free_cb = nullptr;
-wiq_track_fn wiq_alloc_track_pause_cb = nullptr;
-wiq_track_fn wiq_alloc_track_resume_cb = nullptr;
+KE_SLOT wiq_malloc_pre_fn wiq_malloc_pre_cb = nullptr;
+KE_SLOT wiq_malloc_post_fn wiq_malloc_post_cb = nullptr;
+KE_SLOT wiq_realloc_pre_fn wiq_realloc_pre_cb = nullptr;
+KE_SLOT wiq_realloc_post_fn wiq_realloc_post_cb = nullptr;
+KE_SLOT wiq_aligned_alloc_fn wiq_aligned_alloc_pre_cb = nullptr;
+KE_SLOT wiq_aligned_alloc_fn wiq_aligned_alloc_post_cb = nullptr;
+KE_SLOT wiq_free_fn wiq_free_cb = nullptr;
+KE_SLOT wiq_free_fn wiq_aligned_free_cb = nullptr;
+KE_SLOT wiq_track_fn wiq_alloc_track_pause_cb = nullptr;
+KE_SLOT wiq_track_fn wiq_alloc_track_resume_cb = nullptr;
 
 namespace {
 
