@@ -206,11 +206,11 @@ KE_API void wiq_wrap_free(void* ptr, wiq_free_fn hook);
  * Allocates aligned memory and calls hooks around it.
  * @param out       receives the block, released with wiq_wrap_aligned_free() only
  * @param size      bytes
- * @param alignment a power of two
+ * @param alignment a power of two; 0 counts as the alignment of a pointer
  * @param fail told of the size when the status is not 0 or `out` is NULL; may be NULL
  * @param pre, post may change all three arguments; may be NULL
- * @return 0; -7000 for a NULL `out` with a size above 0; -5000 without memory (`*out` is NULL). A NULL `out` with
- *         a size of 0 allocates nothing and gives 0.
+ * @return 0; -7000 for a NULL `out` with a size above 0; -5000 as of wiq_real_aligned_alloc() (`*out` is NULL). A
+ *         NULL `out` with a size of 0 allocates nothing and gives 0.
  */
 KE_API i32 wiq_wrap_aligned_alloc(void** out, size_t size, size_t alignment, wiq_alloc_fail_fn fail,
                                   wiq_aligned_alloc_fn pre, wiq_aligned_alloc_fn post);
@@ -233,8 +233,9 @@ KE_API void* wiq_real_malloc0(size_t size);
  * Allocates aligned memory, without hooks.
  * @param out       receives the block, released with wiq_real_aligned_free(); NULL on failure
  * @param size      bytes
- * @param alignment a power of two
- * @return 0; -7000 if `out` is NULL; -5000 without memory or for an alignment that is no power of two
+ * @param alignment a power of two; 0 counts as the alignment of a pointer
+ * @return 0; -7000 if `out` is NULL; -5000 without memory, for a size that cannot be, or for an alignment that is
+ *         no power of two
  */
 KE_API i32 wiq_real_aligned_alloc(void** out, size_t size, size_t alignment);
 
@@ -277,7 +278,8 @@ KE_API void wiq_sleep_real(u32 ms);
 KE_API i64 wiq_time_real(i64* t);
 
 /**
- * Converts a time to broken-down UTC time.
+ * Converts a time to broken-down UTC time. Every platform converts 0 to 32535215999, the end of the year 3000.
+ * Linux goes on to 32535244799; before and behind that a runtime of Windows may convert what Linux refuses.
  * @param t   seconds since 1970-01-01 00:00:00 UTC
  * @param out receives the fields; undefined on failure
  * @return 0; -5005 if the time cannot be expressed, or for a NULL argument
@@ -285,14 +287,16 @@ KE_API i64 wiq_time_real(i64* t);
 KE_API i32 wiq_gmtime_real(const i64* t, struct tm* out);
 
 /**
- * Loads a module through libuv; its own folder is searched for what it needs.
- * @param path UTF-8, either separator
+ * Loads a module through libuv. On Windows the modules that it needs are also searched for in its own folder;
+ * on Linux where the system's loader looks for them.
+ * @param path UTF-8, either separator. On Linux a name without one is searched for as the loader does.
  * @param lib  the caller's record; closed with wiq_dlclose_real()
- * @return 0; -5010 if it cannot be loaded, and then the record is closed already and holds no error text
+ * @return 0; -7000 if an argument is NULL, the record being as it was; -5010 if the module cannot be loaded, and
+ *         then the record is closed already and holds no error text
  */
 KE_API i32 wiq_dlopen_real(const char* path, wiq_lib* lib);
 
-/** Unloads a module and releases the error text that its record may hold. */
+/** Unloads a module and releases the error text that its record may hold. NULL does nothing. */
 KE_API void wiq_dlclose_real(wiq_lib* lib);
 
 /**
@@ -300,7 +304,7 @@ KE_API void wiq_dlclose_real(wiq_lib* lib);
  * @param lib  from wiq_dlopen_real()
  * @param name the symbol
  * @param sym  receives its address; NULL on failure
- * @return 0; -5011 if there is none
+ * @return 0; -7000 if an argument is NULL; -5011 if there is no such symbol
  */
 KE_API i32 wiq_dlsym_real(wiq_lib* lib, const char* name, void** sym);
 
@@ -322,12 +326,13 @@ extern KE_API void (*wiq_dlclose_real_ptr)(wiq_lib* lib);
 extern KE_API i32 (*wiq_dlsym_real_ptr)(wiq_lib* lib, const char* name, void** sym);
 
 /**
- * The current UTC time, broken down: 0, or -5005 (see wiq_gmtime_real()). Slots are not asked.
+ * The current UTC time, broken down: 0, or -5005 (see wiq_gmtime_real(); also for NULL). Slots are not asked.
  */
 KE_API i32 wiq_get_tm(struct tm* out);
 
 /**
  * Milliseconds since midnight of a broken-down time: hours, minutes and seconds, in wrapping 32-bit arithmetic.
+ * -7000 for NULL.
  */
 KE_API int calc_tm_to_ms(const struct tm* tm);
 
@@ -336,7 +341,7 @@ KE_API int calc_tm_to_ms(const struct tm* tm);
  * @param ms  milliseconds
  * @param ns  nanoseconds, added as whole milliseconds; the sum is cut to 32 bits, the hours count within a day
  * @param dst receives 14 bytes, the NUL included
- * @return the number of characters, 13
+ * @return the number of characters, 13; -7000 if `dst` is NULL
  */
 KE_API i32 time_ms_to_string(u64 ms, u64 ns, char* dst);
 

@@ -73,7 +73,7 @@ KE_API char* wiq_dirname(char* path);
  */
 KE_API bool wiq_is_abs_path(const char* path);
 
-/** Whether a name holds neither "\\" nor "/". */
+/** Whether a name holds neither "\\" nor "/". False for NULL. */
 KE_API bool wiq_filename_only(const char* s);
 
 /** Removes one "\\" or "/" from the end, in place. NULL does nothing. */

@@ -2,6 +2,7 @@
 // may change, the working values of a call through their addresses; so every step works on copies that
 // the next step reads again.
 
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 
@@ -23,6 +24,14 @@ void* hooked_malloc(size_t size, bool zero, wiq_alloc_fail_fn fail, wiq_malloc_p
     if (result == nullptr && size != 0 && fail != nullptr)
         fail(size);
     return result;
+}
+
+// Whether the runtimes can be asked for an aligned block: each has its own answer to an alignment that is no
+// power of two, and to a size that wraps when the room for aligning it is added.
+bool is_possible(size_t size, size_t alignment) {
+    constexpr size_t kRuntimeRecord = 64;  // more than any runtime keeps beside a block
+    return std::has_single_bit(alignment) && alignment <= SIZE_MAX / 2 &&
+           size <= SIZE_MAX - alignment - kRuntimeRecord;
 }
 
 }  // namespace
@@ -96,7 +105,9 @@ void* wiq_real_malloc0(size_t size) {
 i32 wiq_real_aligned_alloc(void** out, size_t size, size_t alignment) {
     if (out == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    *out = ke::os::aligned_alloc(size, alignment);
+    // An alignment of 0 asks for nothing beyond what every block of its kind has.
+    const size_t multiple = alignment == 0 ? alignof(void*) : alignment;
+    *out = is_possible(size, multiple) ? ke::os::aligned_alloc(size, multiple) : nullptr;
     return *out == nullptr ? WIQ_ERR_NO_MEMORY : 0;
 }
 

@@ -46,6 +46,8 @@ i32 wiq_gmtime_real(const i64* t, struct tm* out) {
 }
 
 i32 wiq_dlopen_real(const char* path, wiq_lib* lib) {
+    if (path == nullptr || lib == nullptr)
+        return WIQ_ERR_INVALID_ARG;
     if (ke::os::open_module(path, uv_lib(lib)) == 0)
         return 0;
     uv_dlclose(uv_lib(lib));
@@ -53,10 +55,15 @@ i32 wiq_dlopen_real(const char* path, wiq_lib* lib) {
 }
 
 void wiq_dlclose_real(wiq_lib* lib) {
-    uv_dlclose(uv_lib(lib));
+    if (lib != nullptr)
+        uv_dlclose(uv_lib(lib));
 }
 
 i32 wiq_dlsym_real(wiq_lib* lib, const char* name, void** sym) {
+    if (sym != nullptr)
+        *sym = nullptr;
+    if (lib == nullptr || name == nullptr || sym == nullptr)
+        return WIQ_ERR_INVALID_ARG;
     if (uv_dlsym(uv_lib(lib), name, sym) == 0)
         return 0;
     *sym = nullptr;

@@ -26,6 +26,8 @@ i32 wiq_get_tm(struct tm* out) {
 }
 
 int calc_tm_to_ms(const struct tm* tm) {
+    if (tm == nullptr)
+        return WIQ_ERR_INVALID_ARG;
     // Wraps as 32-bit arithmetic does, whatever the fields hold.
     const u32 seconds = (static_cast<u32>(tm->tm_hour) * 60 + static_cast<u32>(tm->tm_min)) * 60 +
                         static_cast<u32>(tm->tm_sec);
@@ -33,6 +35,8 @@ int calc_tm_to_ms(const struct tm* tm) {
 }
 
 i32 time_ms_to_string(u64 ms, u64 ns, char* dst) {
+    if (dst == nullptr)
+        return WIQ_ERR_INVALID_ARG;
     const u32 time = static_cast<u32>(ms + ns / kNsPerMs);
     char* end = put_digits(dst, time / kMsPerHour % 24, 2);
     *end++ = ':';

@@ -44,7 +44,7 @@ bool wiq_is_abs_path(const char* path) {
 }
 
 bool wiq_filename_only(const char* s) {
-    return strpbrk(s, "\\/") == nullptr;
+    return s != nullptr && strpbrk(s, "\\/") == nullptr;
 }
 
 void wiq_trim_dirsep(char* path) {

@@ -14,8 +14,8 @@ namespace ke::os {
 
 // --- Memory ------------------------------------------------------------------------------------------
 
-// A block of `size` bytes at a multiple of `alignment`, or nullptr: no memory, or an alignment that is no
-// power of two. Released with aligned_free() only.
+// A block of `size` bytes at a multiple of `alignment`, a power of two; the sum of both is far from the
+// largest size. Released with aligned_free() only; nullptr without memory.
 void* aligned_alloc(size_t size, size_t alignment);
 void aligned_free(void* ptr);
 

@@ -7,15 +7,11 @@
 #include <clocale>
 #include <cstdlib>
 
-#include <bit>
-
 #include "os/os.h"
 
 namespace ke::os {
 
 void* aligned_alloc(size_t size, size_t alignment) {
-    if (!std::has_single_bit(alignment))
-        return nullptr;
     void* block = nullptr;
     const size_t at_least_pointer = alignment < sizeof(void*) ? sizeof(void*) : alignment;
     return posix_memalign(&block, at_least_pointer, size) == 0 ? block : nullptr;
@@ -40,8 +36,8 @@ i64 unix_time() {
 }
 
 bool utc_time(i64 seconds, struct tm* out) {
-    // The years 1970 to 3000: what the Windows runtime converts, so that both platforms agree.
-    constexpr i64 kLast = 32535215999;
+    // The end of the year 3000 in the last time zone to reach it, as far as the Windows runtimes convert.
+    constexpr i64 kLast = 32535244799;
     if (out == nullptr || seconds < 0 || seconds > kLast)
         return false;
     const time_t value = static_cast<time_t>(seconds);

@@ -228,7 +228,8 @@ TEST_F(Alloc, FreeHookCanReplaceOrSuppress) {
 }
 
 TEST_F(Alloc, AlignedAllocCallsHooksAndAligns) {
-    for (size_t alignment : {size_t{8}, size_t{16}, size_t{64}, size_t{4096}}) {
+    for (size_t alignment : {size_t{1}, size_t{2}, size_t{4}, size_t{8}, size_t{16}, size_t{64},
+                             size_t{4096}, size_t{1} << 20}) {
         g_log.clear();
         void* block = nullptr;
         EXPECT_EQ(
@@ -264,13 +265,44 @@ TEST_F(Alloc, AlignedAllocFailureIsReported) {
 }
 
 TEST_F(Alloc, AlignedAllocRefusesAnAlignmentThatIsNoPowerOfTwo) {
+    for (size_t alignment :
+         {size_t{3}, size_t{5}, size_t{24}, size_t{4095}, SIZE_MAX, SIZE_MAX - 7}) {
+        void* block = &g_log;
+        EXPECT_EQ(wiq_real_aligned_alloc(&block, 8, alignment), WIQ_ERR_NO_MEMORY) << alignment;
+        EXPECT_EQ(block, nullptr);
+        block = &g_log;
+        EXPECT_EQ(wiq_real_aligned_alloc(&block, 0, alignment), WIQ_ERR_NO_MEMORY) << alignment;
+        EXPECT_EQ(block, nullptr);
+    }
+}
+
+TEST_F(Alloc, AnAlignmentOfZeroIsThatOfAPointer) {
+    void* block = nullptr;
+    ASSERT_EQ(wiq_real_aligned_alloc(&block, 24, 0), 0);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % alignof(void*), 0u);
+    memset(block, 1, 24);
+    wiq_real_aligned_free(block);
+    ASSERT_EQ(wiq_wrap_aligned_alloc(&block, 24, 0, fail_hook, aligned_pre, aligned_post), 0);
+    EXPECT_EQ(g_log, (Log{"pre out 24 0", "post out 24 0"})) << "hooks see what was asked for";
+    wiq_wrap_aligned_free(block, nullptr);
+}
+
+TEST_F(Alloc, AlignedSizesThatWrapAreRefused) {
+    // The size, rounded up or with room for a record in front, would be a small number.
+    for (size_t alignment : {size_t{0}, size_t{1}, size_t{8}, size_t{4096}, SIZE_MAX / 2 + 1}) {
+        for (size_t below : {size_t{0}, size_t{1}, size_t{7}, size_t{15}, size_t{16}, size_t{40},
+                             size_t{4096}, size_t{4100}}) {
+            void* block = &g_log;
+            EXPECT_EQ(wiq_real_aligned_alloc(&block, SIZE_MAX - below, alignment),
+                      WIQ_ERR_NO_MEMORY)
+                << SIZE_MAX - below << " at " << alignment;
+            EXPECT_EQ(block, nullptr);
+        }
+    }
     void* block = &g_log;
-    EXPECT_EQ(wiq_real_aligned_alloc(&block, 8, 24), WIQ_ERR_NO_MEMORY);
+    EXPECT_EQ(wiq_real_aligned_alloc(&block, 8, SIZE_MAX / 2 + 1), WIQ_ERR_NO_MEMORY);
     EXPECT_EQ(block, nullptr);
-#ifndef _WIN32
-    // What the Windows runtime makes of no alignment at all is its own business.
-    EXPECT_EQ(wiq_real_aligned_alloc(&block, 8, 0), WIQ_ERR_NO_MEMORY);
-#endif
 }
 
 TEST_F(Alloc, AlignedPreHookCanChangeTheSize) {

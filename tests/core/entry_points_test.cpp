@@ -90,9 +90,30 @@ TEST(EntryPoints, GmtimeConverts) {
     }
 }
 
+TEST(EntryPoints, GmtimeConvertsTheYears1970To3000) {
+    struct tm tm = {};
+    for (i64 time : {i64{0}, i64{32535215999}})
+        EXPECT_EQ(wiq_gmtime_real(&time, &tm), 0) << time;
+    EXPECT_EQ(tm.tm_year, 3000 - 1900);
+    EXPECT_EQ(tm.tm_yday, 364);
+    EXPECT_EQ(tm.tm_sec, 59);
+#ifndef _WIN32
+    // Beyond that the runtimes of Windows differ.
+    i64 time = 32535244799;
+    EXPECT_EQ(wiq_gmtime_real(&time, &tm), 0);
+    EXPECT_EQ(tm.tm_year, 3001 - 1900);
+    EXPECT_EQ(tm.tm_hour, 7);
+    ++time;
+    EXPECT_EQ(wiq_gmtime_real(&time, &tm), WIQ_ERR_TIME_CONVERSION);
+    time = -1;
+    EXPECT_EQ(wiq_gmtime_real(&time, &tm), WIQ_ERR_TIME_CONVERSION);
+#endif
+}
+
 TEST(EntryPoints, GmtimeRefusesWhatCannotBeExpressed) {
     struct tm tm = {};
-    for (i64 time : {INT64_MAX, INT64_MIN})
+    // A day is more than the zones of any runtime are apart.
+    for (i64 time : {INT64_MAX, INT64_MIN, i64{32535215999} + 86400, i64{-86400}})
         EXPECT_EQ(wiq_gmtime_real(&time, &tm), WIQ_ERR_TIME_CONVERSION) << time;
     const i64 now = 0;
     EXPECT_EQ(wiq_gmtime_real(nullptr, &tm), WIQ_ERR_TIME_CONVERSION);
@@ -110,6 +131,25 @@ TEST(EntryPoints, LoadsAModuleAndFindsItsSymbol) {
     EXPECT_EQ(wiq_dlsym_real(&lib, "ke_no_such_symbol", &sym), WIQ_ERR_DLSYM);
     EXPECT_EQ(sym, nullptr);
     wiq_dlclose_real(&lib);
+}
+
+TEST(EntryPoints, MissingArgumentsAreAnswered) {
+    wiq_lib lib = {};
+    lib.handle = &lib;
+    EXPECT_EQ(wiq_dlopen_real(nullptr, &lib), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(lib.handle, &lib) << "the record is as it was";
+    EXPECT_EQ(wiq_dlopen_real("module", nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_dlopen_real(nullptr, nullptr), WIQ_ERR_INVALID_ARG);
+    wiq_dlclose_real(nullptr);
+    void* sym = &lib;
+    EXPECT_EQ(wiq_dlsym_real(nullptr, "ke_answer", &sym), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(sym, nullptr);
+    sym = &lib;
+    EXPECT_EQ(wiq_dlsym_real(&lib, nullptr, &sym), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(sym, nullptr);
+    EXPECT_EQ(wiq_dlsym_real(&lib, "ke_answer", nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_dlsym_real(nullptr, nullptr, nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_get_tm(nullptr), WIQ_ERR_TIME_CONVERSION);
 }
 
 TEST(EntryPoints, AModuleThatIsNotThere) {

@@ -52,6 +52,11 @@ TEST(Time, ClockText) {
     }
 }
 
+TEST(Time, MissingArgumentsAreAnswered) {
+    EXPECT_EQ(calc_tm_to_ms(nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(time_ms_to_string(1, 2, nullptr), WIQ_ERR_INVALID_ARG);
+}
+
 TEST(Time, NowIsBetweenTwoReadings) {
     const i64 before = wiq_time_real(nullptr);
     struct tm tm = {};

@@ -66,6 +66,7 @@ TEST(Path, FilenameOnly) {
     EXPECT_FALSE(wiq_filename_only("a\\b"));
     EXPECT_FALSE(wiq_filename_only("a/b"));
     EXPECT_FALSE(wiq_filename_only("/"));
+    EXPECT_FALSE(wiq_filename_only(nullptr));
 }
 
 TEST(Path, TrimDirsep) {
