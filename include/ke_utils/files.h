@@ -113,19 +113,22 @@ KE_API char* wiq_install_dir(void);
 KE_API char* wiq_home_dir(void);
 
 /**
- * Opens a stream.
+ * Opens a stream. On Linux the programs that this one starts do not inherit it.
  * @param path UTF-8, either separator
  * @param mode as in fopen()
- * @param err  receives 0; -7000 for NULL; -5006 if the path cannot be converted; -4 access denied; -3002 not found;
- *             -3 anything else. Not read first; may be NULL.
+ * @param err  receives 0; -7000 for NULL; -5006 if the path cannot be converted; -4 access denied, or a directory,
+ *             whatever the mode; -3002 not found (also: a name below a file, a name that is too long); -3 anything
+ *             else, as a mode that is none. Not read first; may be NULL.
  * @return the stream, closed with fclose(); NULL on failure
  */
 KE_API FILE* wiq_fopen(const char* path, const char* mode, u32* err);
 
 /**
- * Opens a file under a name that no file had.
+ * Opens a file under a name that no file had. On Linux the name is random, only the file's owner may read and write
+ * it, and the programs that this one starts do not inherit it; on Windows the runtime makes 26 names at most of one
+ * template in one thread while the files stand, and then gives -3.
  * @param tmpl ends in six "X", which are replaced in place
- * @param err  receives 0; -7000 for a bad template or mode; otherwise as wiq_fopen(). May be NULL.
+ * @param err  receives 0; -7000 for a bad template or a NULL mode; otherwise as wiq_fopen(). May be NULL.
  * @param mode as in fopen(). A mode that creates files ("w", "a") creates it exclusively: a file that exists is
  *             never opened. A mode that only reads finds nothing (-3002).
  * @return the stream; NULL on failure
@@ -154,9 +157,12 @@ KE_API i32 wiq_mkdir_parents(const char* path);
 KE_API i32 wiq_rmdir(const char* path);
 
 /**
- * Renames a file or directory.
- * @return 0; -7000 for NULL; -5006 if neither name can be converted; -4 access denied; -3002 not found; -3 anything
- *         else, also if one name cannot be converted. Whether an existing file is replaced is the system's choice.
+ * Renames a file or directory. What stands under the new name is never replaced, and not even for a moment (except
+ * an empty directory that is made meanwhile, where a file system of Linux cannot rename without replacing). A name
+ * onto itself is a success.
+ * @return 0; -7000 for NULL; -5006 if neither name can be converted; -4 access denied; -3002 not found (also: a name
+ *         below a file, a name that is too long); -3 anything else: the new name is taken, one name cannot be
+ *         converted
  */
 KE_API i32 wiq_rename(const char* from, const char* to);
 

@@ -10,6 +10,8 @@
 #endif
 
 #include <cerrno>
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -59,35 +61,92 @@ FileResult result_of(int returned) {
     return returned == 0 ? FileResult::kOk : result_of_errno();
 }
 
-FILE* open_with_mode(const char* path, const char* mode, FileResult* result) {
+bool ends_in_separator(const char* path) {
+    const size_t length = strlen(path);
+    return length > 0 && path[length - 1] == '/';
+}
+
+// What a call came to that takes the names of files, in the terms of Windows: a name below a file, or one that is
+// too long, is not found; a name that ends in a separator is no file's.
+FileResult result_of_name_errno(bool ends_in_separator) {
+    if (errno == ENAMETOOLONG || (errno == ENOTDIR && !ends_in_separator))
+        return FileResult::kNotFound;
+    return result_of_errno();
+}
+
+// The same for opening. A directory gives no access, while a file of a name that ends in a separator, which the
+// system refuses in the same way, cannot be made.
+FileResult result_of_open_errno(const char* path) {
+    if (errno != EISDIR)
+        return result_of_name_errno(ends_in_separator(path));
+    struct stat status;
+    const bool is_directory = stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+    return is_directory ? FileResult::kAccessDenied : FileResult::kOther;
+}
+
+bool is_directory(int descriptor) {
+    struct stat status;
+    return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// fopen() of a file that programs started by this one do not inherit. A directory, which can be opened for
+// reading but not read, is refused.
+FILE* open_existing(const char* path, const char* mode) {
+    // The "e" stands behind the first letter: the runtime looks at the first seven only.
+    char inherited_by_none[16];
+    if (mode[0] == '\0') {
+        errno = EINVAL;
+        return nullptr;
+    }
+    snprintf(inherited_by_none, sizeof(inherited_by_none), "%ce%s", mode[0], mode + 1);
+    FILE* fp = fopen(path, inherited_by_none);
+    if (fp == nullptr || !is_directory(fileno(fp)))
+        return fp;
+    fclose(fp);
+    errno = EISDIR;
+    return nullptr;
+}
+
+// The same for a file that this call creates, for its owner only.
+FILE* create_file(const char* path, const char* mode) {
+    const bool update = strchr(mode, '+') != nullptr;
+    const int flags = O_CREAT | O_EXCL | O_CLOEXEC | (mode[0] == 'a' ? O_APPEND : 0);
+    const int descriptor = open(path, flags | (update ? O_RDWR : O_WRONLY), S_IRUSR | S_IWUSR);
+    if (descriptor == -1)
+        return nullptr;
+    FILE* fp = fdopen(descriptor, mode);
+    if (fp == nullptr) {
+        const int reason = errno;
+        close(descriptor);
+        unlink(path);
+        errno = reason;
+    }
+    return fp;
+}
+
+using OpenFn = FILE* (*)(const char* path, const char* mode);
+
+FILE* open_with(OpenFn open, const char* path, const char* mode, FileResult* result) {
     const NativePath native(path);
     if (native.get() == nullptr) {
         *result = FileResult::kBadPath;
         return nullptr;
     }
-    FILE* fp = fopen(native.get(), mode);
-    *result = fp != nullptr ? FileResult::kOk : result_of_errno();
+    FILE* fp = open(native.get(), mode);
+    *result = fp != nullptr ? FileResult::kOk : result_of_open_errno(native.get());
     return fp;
 }
 
 }  // namespace
 
 FILE* open_file(const char* path, const char* mode, FileResult* result) {
-    return open_with_mode(path, mode, result);
+    return open_with(open_existing, path, mode, result);
 }
 
 FILE* open_new_file(const char* path, const char* mode, FileResult* result) {
-    char exclusive[16];
-    const size_t length = strlen(mode);
-    if (length + 2 > sizeof(exclusive)) {
-        *result = FileResult::kOther;
-        return nullptr;
-    }
-    memcpy(exclusive, mode, length);
-    // A mode that only reads creates nothing: "x" would have no meaning there.
-    exclusive[length] = mode[0] == 'r' ? '\0' : 'x';
-    exclusive[length + 1] = '\0';
-    return open_with_mode(path, exclusive, result);
+    // Only these modes create files.
+    const bool creates = mode[0] == 'w' || mode[0] == 'a';
+    return open_with(creates ? create_file : open_existing, path, mode, result);
 }
 
 FileResult make_temp_name(char* tmpl) {
@@ -124,11 +183,85 @@ FileResult remove_file(const char* path) {
         return FileResult::kBadPath;
     if (unlink(native.get()) == 0)
         return FileResult::kOk;
-    // A directory is no file to be removed; a file on the way is a path that leads nowhere.
+    // A directory is no file to be removed.
     if (errno == EISDIR || errno == EPERM)
         return FileResult::kAccessDenied;
-    return errno == ENOTDIR ? FileResult::kNotFound : result_of_errno();
+    return result_of_name_errno(ends_in_separator(native.get()));
 }
+
+namespace {
+
+// A path's last name and the directory that it stands in, without separators at the end.
+struct Place {
+    struct stat directory;
+    const char* name;
+    size_t length;
+};
+
+bool find_place(const char* path, Place* place) {
+    size_t end = strlen(path);
+    while (end > 0 && path[end - 1] == '/')
+        --end;
+    size_t start = end;
+    while (start > 0 && path[start - 1] != '/')
+        --start;
+    place->name = path + start;
+    place->length = end - start;
+    if (start == 0)
+        return stat(".", &place->directory) == 0;
+    char directory[PATH_MAX];  // the longest path that the system takes
+    if (start >= sizeof(directory))
+        return false;
+    memcpy(directory, path, start);
+    directory[start] = '\0';
+    return stat(directory, &place->directory) == 0;
+}
+
+// Whether two paths spell one name. Two names of one file are not one name.
+bool is_same_name(const char* a, const char* b) {
+    Place at;
+    Place bt;
+    return find_place(a, &at) && find_place(b, &bt) && at.directory.st_dev == bt.directory.st_dev &&
+           at.directory.st_ino == bt.directory.st_ino && at.length == bt.length &&
+           memcmp(at.name, bt.name, at.length) == 0;
+}
+
+// Renames without replacing where the file system cannot do so in one step: by a second name, which is given only
+// if it is free. What can have no second name, as a directory, is renamed after a look at the target; an empty
+// directory that somebody else makes in between is replaced.
+int rename_in_steps(const char* from, const char* to) {
+    if (link(from, to) == 0) {
+        if (unlink(from) == 0)
+            return 0;
+        const int reason = errno;
+        unlink(to);
+        errno = reason;
+        return -1;
+    }
+    if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EMLINK)
+        return -1;
+    struct stat status;
+    if (lstat(to, &status) != 0)
+        return rename(from, to);
+    errno = EEXIST;
+    return -1;
+}
+
+int rename_without_replacing(const char* from, const char* to) {
+    if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
+        return 0;
+    // No such call in the kernel, or the file system does not know the flag.
+    const bool unsupported = errno == ENOSYS || errno == EINVAL || errno == EOPNOTSUPP;
+    if (unsupported && rename_in_steps(from, to) == 0)
+        return 0;
+    const int reason = errno;
+    if (reason == EEXIST && is_same_name(from, to))
+        return 0;
+    errno = reason;
+    return -1;
+}
+
+}  // namespace
 
 FileResult rename_file(const char* from, const char* to) {
     const NativePath native_from(from);
@@ -137,7 +270,10 @@ FileResult rename_file(const char* from, const char* to) {
         return FileResult::kBadPath;
     if (native_from.get() == nullptr || native_to.get() == nullptr)
         return FileResult::kOther;
-    return result_of(rename(native_from.get(), native_to.get()));
+    if (rename_without_replacing(native_from.get(), native_to.get()) == 0)
+        return FileResult::kOk;
+    return result_of_name_errno(ends_in_separator(native_from.get()) ||
+                                ends_in_separator(native_to.get()));
 }
 
 u32 make_dir(const char* path) {

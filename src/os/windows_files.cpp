@@ -142,8 +142,23 @@ FILE* open_new_file(const char* path, const char* mode, FileResult* result) {
 }
 
 FileResult make_temp_name(char* tmpl) {
+    // The runtime looks for files of the name that it makes, so it must see the name that the file will have.
+    u32 code = 0;
+    wchar_t* wide = widen_text(tmpl, &code);
+    if (wide == nullptr)
+        return FileResult::kOther;
     errno = 0;
-    return _mktemp(tmpl) != nullptr ? FileResult::kOk : result_of_errno();
+    const FileResult result = _wmktemp(wide) != nullptr ? FileResult::kOk : result_of_errno();
+    if (result == FileResult::kOk) {
+        constexpr size_t kPlaces = 6;
+        char* places = tmpl + strlen(tmpl) - kPlaces;
+        const wchar_t* made = wide + wcslen(wide) - kPlaces;
+        // Digits and small letters.
+        for (size_t i = 0; i < kPlaces; ++i)
+            places[i] = static_cast<char>(made[i]);
+    }
+    free(wide);
+    return result;
 }
 
 FileResult check_access(const char* path, int mode) {

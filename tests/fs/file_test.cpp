@@ -81,13 +81,13 @@ TEST_F(LoadFile, Failures) {
     EXPECT_EQ(data, nullptr);
 }
 
-#ifndef _WIN32
 TEST_F(LoadFile, ADirectoryIsNoFile) {
     void* data = nullptr;
-    EXPECT_EQ(wiq_load_file(".", &data, 1), WIQ_ERR_IO);
+    EXPECT_EQ(wiq_load_file(".", &data, 1), WIQ_ERR_ACCESS_DENIED);
     free(data);
 }
 
+#ifndef _WIN32
 TEST_F(LoadFile, FilesOfTwoGibibytesAreRefused) {
     FILE* fp = fopen(kName, "wb");
     ASSERT_NE(fp, nullptr);
@@ -281,15 +281,17 @@ TEST(Streams, ADocumentForNobody) {
 TEST(Streams, ADirectoryIsNoDocument) {
     u32 err = 0;
     FILE* directory = wiq_fopen(".", "r", &err);
+    ASSERT_EQ(directory, nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
+#ifndef _WIN32
+    // The runtime's own function opens it.
     wiq_json_load_error error = {};
-    if (directory == nullptr) {
-        // Windows refuses to open it.
-        EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
-        return;
-    }
+    directory = fopen(".", "r");
+    ASSERT_NE(directory, nullptr);
     EXPECT_EQ(wiq_json_loadf(directory, 0, &error), nullptr);
     EXPECT_EQ(error.status, WIQ_ERR_JSON_UNEXPECTED_TOKEN);
     fclose(directory);
+#endif
 }
 
 TEST_F(Getline, AReadErrorEndsTheStream) {
