@@ -10,6 +10,7 @@
 #include <windows.h>
 #else
 #include <dirent.h>
+#include <sys/stat.h>
 #endif
 
 namespace {
@@ -68,6 +69,32 @@ TEST_F(KeFiles, AreReplacedInPlace) {
               "{\"a\":1,\"b\":2}\n");
     EXPECT_EQ(names(), std::vector<std::string>{"r.json"});
 }
+
+TEST_F(KeFiles, AFolderIsNoFileToReplace) {
+    const std::string folder = in("folder");
+    ASSERT_EQ(wiq_mkdir(folder.c_str()), 0);
+    EXPECT_EQ(ke({"json", "format", "-o", folder}, "1").status, 2);
+    EXPECT_EQ(names(), std::vector<std::string>{"folder"});
+    EXPECT_EQ(wiq_rmdir(folder.c_str()), 0) << "the folder is still one";
+}
+
+#ifndef _WIN32
+TEST_F(KeFiles, HaveThePermissionsOfTheOldOrOfAnyNewFile) {
+    const auto mode_of = [this](const std::string& name) {
+        struct stat status = {};
+        EXPECT_EQ(stat((folder_ + "/" + name).c_str(), &status), 0);
+        return status.st_mode & 07777;
+    };
+    write_file(in("old.json"), "[1]");
+    ASSERT_EQ(chmod((folder_ + "/old.json").c_str(), 0640), 0);
+    EXPECT_EQ(ke({"json", "format", "--in-place", in("old.json")}).status, 0);
+    EXPECT_EQ(mode_of("old.json"), 0640u);
+    const mode_t before = umask(027);
+    EXPECT_EQ(ke({"json", "format", "-o", in("new.json")}, "1").status, 0);
+    umask(before);
+    EXPECT_EQ(mode_of("new.json"), 0640u);
+}
+#endif
 
 TEST_F(KeFiles, StayAsTheyWereWhenACommandFails) {
     const std::string before = "{\"a\": 1, // no comment\n}";

@@ -5,7 +5,9 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cstdlib>
 
+#include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "platform.h"
 
@@ -19,6 +21,20 @@ void use_binary_streams() {
     _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
+}
+
+i32 replace_file(const std::string& from, const std::string& to) {
+    wchar_t* wide_from = widen(from.c_str(), nullptr);
+    wchar_t* wide_to = widen(to.c_str(), nullptr);
+    i32 status = WIQ_ERR_NO_MEMORY;
+    if (wide_from != nullptr && wide_to != nullptr) {
+        status = 0;
+        if (!MoveFileExW(wide_from, wide_to, MOVEFILE_REPLACE_EXISTING))
+            status = GetLastError() == ERROR_ACCESS_DENIED ? WIQ_ERR_ACCESS_DENIED : WIQ_ERR_IO;
+    }
+    free(wide_to);
+    free(wide_from);
+    return status;
 }
 
 FILE* scratch_file() {

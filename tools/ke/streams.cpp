@@ -125,25 +125,11 @@ class TemporaryFile {
     void move_to(const std::string& path) {
         if (fclose(file_.release()) != 0)
             throw failure(path, WIQ_ERR_IO);
-        if (wiq_rename(name_.c_str(), path.c_str()) != 0)
-            replace(path);
+        check(path, replace_file(name_, path));
         moved_ = true;
     }
 
   private:
-    // Where renaming does not replace a file, the old one steps aside first, and comes back if the new one
-    // cannot take its place.
-    void replace(const std::string& path) {
-        const std::string aside = name_ + ".old";
-        check(path, wiq_rename(path.c_str(), aside.c_str()));
-        const i32 status = wiq_rename(name_.c_str(), path.c_str());
-        if (status != 0) {
-            wiq_rename(aside.c_str(), path.c_str());
-            throw failure(path, status);
-        }
-        wiq_unlink(aside.c_str());
-    }
-
     std::string name_;
     File file_;
     bool moved_ = false;
