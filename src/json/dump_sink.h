@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "containers/strbuf_core.h"
+#include "os/os.h"
 
 namespace ke::json {
 
@@ -111,7 +112,7 @@ class StreamSink : public WindowSink<StreamSink> {
         return count == 0 ? 0 : put(block_->data, count);
     }
     i32 put(const char* bytes, size_t count) {
-        if (fwrite(bytes, 1, count, stream_) == count) {
+        if (os::write_stream(stream_, bytes, count) == count) {
             written_ += count;
             return 0;
         }

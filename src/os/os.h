@@ -33,6 +33,7 @@ i64 unix_time();
 bool utc_time(i64 seconds, struct tm* out);
 
 // --- Formatting, always in the "C" locale ------------------------------------------------------------
+// A format with a "%n" conversion, or with a gap in its positions, fails here as one that the runtime rejects.
 
 // The length the text needs, without its NUL; positional arguments ("%2$s") allowed; negative on a format
 // that the runtime rejects.
@@ -93,11 +94,13 @@ PathKind path_kind(const char* path);
 // The full path of the running executable, new, in UTF-8; nullptr when it cannot be had.
 char* executable_path();
 
-// --- Streams, locked once and then read or written in bulk -------------------------------------------
+// --- Streams, locked once and then read in bulk ------------------------------------------------------
 
 void lock_stream(FILE* fp);
 void unlock_stream(FILE* fp);
 // getc() on a stream that the caller has locked.
 int getc_locked(FILE* fp);
+// fwrite() of bytes: how many the stream has taken.
+size_t write_stream(FILE* fp, const char* bytes, size_t count);
 
 }  // namespace ke::os

@@ -7,6 +7,7 @@
 #include <clocale>
 #include <cstdlib>
 
+#include "os/format_check.h"
 #include "os/os.h"
 
 namespace ke::os {
@@ -67,14 +68,14 @@ class CLocaleScope {
 }  // namespace
 
 i32 format_length(const char* format, va_list args) {
-    if (format == nullptr)
+    if (format == nullptr || is_refused_format(format))
         return -1;
     const CLocaleScope scope;
     return vsnprintf(nullptr, 0, format, args);
 }
 
 i32 format_text(char* buf, size_t size, const char* format, va_list args) {
-    if (buf == nullptr || size == 0 || format == nullptr)
+    if (buf == nullptr || size == 0 || format == nullptr || is_refused_format(format))
         return -1;
     const CLocaleScope scope;
     const i32 length = vsnprintf(buf, size, format, args);
@@ -88,7 +89,7 @@ i32 format_length_plain(const char* format, va_list args) {
 
 void format_text_cut(char* buf, size_t size, const char* format, va_list args) {
     buf[0] = '\0';
-    if (format == nullptr)
+    if (format == nullptr || is_refused_format(format))
         return;
     const CLocaleScope scope;
     if (vsnprintf(buf, size, format, args) < 0)
@@ -96,6 +97,8 @@ void format_text_cut(char* buf, size_t size, const char* format, va_list args) {
 }
 
 i32 format_stream(FILE* fp, const char* format, va_list args) {
+    if (is_refused_format(format))
+        return -1;
     const CLocaleScope scope;
     return vfprintf(fp, format, args);
 }

@@ -349,4 +349,8 @@ int getc_locked(FILE* fp) {
     return getc_unlocked(fp);
 }
 
+size_t write_stream(FILE* fp, const char* bytes, size_t count) {
+    return fwrite(bytes, 1, count, fp);
+}
+
 }  // namespace ke::os

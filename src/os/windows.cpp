@@ -7,11 +7,14 @@
 #include <time.h>
 #include <clocale>
 
+#include "os/format_check.h"
+#include "os/invalid_parameters.h"
 #include "os/os.h"
 
 namespace ke::os {
 
 void* aligned_alloc(size_t size, size_t alignment) {
+    const InvalidParametersFail guard;
     return _aligned_malloc(size, alignment);
 }
 
@@ -33,10 +36,18 @@ i64 unix_time() {
 
 bool utc_time(i64 seconds, struct tm* out) {
     const __time64_t value = seconds;
+    const InvalidParametersFail guard;
     return _gmtime64_s(out, &value) == 0;
 }
 
 namespace {
+
+// The older runtime skips the letters by which 16-bit systems told far pointers from near ones.
+#if defined(_UCRT)
+constexpr const char* kModifiers = "";
+#else
+constexpr const char* kModifiers = "F";
+#endif
 
 // Made once and kept for the life of the process. Were it nullptr, the runtime would format in the
 // process's own locale.
@@ -48,14 +59,16 @@ _locale_t c_locale() {
 }  // namespace
 
 i32 format_length(const char* format, va_list args) {
-    if (format == nullptr)
+    if (format == nullptr || is_refused_format(format, kModifiers))
         return -1;
+    const InvalidParametersFail guard;
     return _vscprintf_p_l(format, c_locale(), args);
 }
 
 i32 format_text(char* buf, size_t size, const char* format, va_list args) {
-    if (buf == nullptr || size == 0 || format == nullptr)
+    if (buf == nullptr || size == 0 || format == nullptr || is_refused_format(format, kModifiers))
         return -1;
+    const InvalidParametersFail guard;
     const i32 length = _vsprintf_p_l(buf, size, format, c_locale(), args);
     if (length >= 0 && static_cast<size_t>(length) < size)
         return length;
@@ -65,19 +78,25 @@ i32 format_text(char* buf, size_t size, const char* format, va_list args) {
 }
 
 i32 format_length_plain(const char* format, va_list args) {
-    if (format == nullptr)
+    if (format == nullptr || is_refused_format(format, kModifiers))
         return -1;
+    const InvalidParametersFail guard;
     return _vscprintf_l(format, c_locale(), args);
 }
 
 void format_text_cut(char* buf, size_t size, const char* format, va_list args) {
     buf[0] = '\0';
+    if (format == nullptr || is_refused_format(format, kModifiers))
+        return;
+    const InvalidParametersFail guard;
     // Negative also for a text that was cut, so the result tells nothing.
-    if (format != nullptr)
-        _vsnprintf_s_l(buf, size, _TRUNCATE, format, c_locale(), args);
+    _vsnprintf_s_l(buf, size, _TRUNCATE, format, c_locale(), args);
 }
 
 i32 format_stream(FILE* fp, const char* format, va_list args) {
+    if (is_refused_format(format, kModifiers))
+        return -1;
+    const InvalidParametersFail guard;
     return _vfprintf_p_l(fp, format, c_locale(), args);
 }
 

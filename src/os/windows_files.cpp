@@ -14,6 +14,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include "os/invalid_parameters.h"
 #include "os/os.h"
 
 namespace ke::os {
@@ -92,6 +93,7 @@ FILE* open_with(OpenFn open, const char* path, const char* mode, FileResult* res
         return nullptr;
     }
     errno = 0;
+    const InvalidParametersFail guard;
     FILE* fp = open(wide_path.get(), wide_mode.get());
     *result = fp != nullptr ? FileResult::kOk : result_of_errno();
     return fp;
@@ -148,6 +150,7 @@ FileResult make_temp_name(char* tmpl) {
     if (wide == nullptr)
         return FileResult::kOther;
     errno = 0;
+    const InvalidParametersFail guard;
     const FileResult result = _wmktemp(wide) != nullptr ? FileResult::kOk : result_of_errno();
     if (result == FileResult::kOk) {
         constexpr size_t kPlaces = 6;
@@ -165,6 +168,7 @@ FileResult check_access(const char* path, int mode) {
     const WidePath wide(path);
     if (wide.get() == nullptr)
         return FileResult::kBadPath;
+    const InvalidParametersFail guard;
     return _waccess(wide.get(), mode) == 0 ? FileResult::kOk : result_of_errno();
 }
 
@@ -189,6 +193,7 @@ FileResult rename_file(const char* from, const char* to) {
         return FileResult::kBadPath;
     if (wide_from.get() == nullptr || wide_to.get() == nullptr)
         return FileResult::kOther;
+    const InvalidParametersFail guard;
     return _wrename(wide_from.get(), wide_to.get()) == 0 ? FileResult::kOk : result_of_errno();
 }
 
@@ -232,6 +237,12 @@ void unlock_stream(FILE* fp) {
 
 int getc_locked(FILE* fp) {
     return _getc_nolock(fp);
+}
+
+size_t write_stream(FILE* fp, const char* bytes, size_t count) {
+    // A stream of wide characters takes no odd number of bytes.
+    const InvalidParametersFail guard;
+    return fwrite(bytes, 1, count, fp);
 }
 
 }  // namespace ke::os

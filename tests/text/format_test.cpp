@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
 #include "support/pch.h"
@@ -160,6 +161,66 @@ TEST(Vsprintf, RefusedFormat) {
     EXPECT_EQ(format_into(buf, sizeof buf, bad_format(), kBadCharacter), WIQ_ERR_FAILED);
     EXPECT_EQ(format_into(buf, sizeof buf, nullptr), WIQ_ERR_FAILED);
     EXPECT_EQ(format_into(nullptr, 16, "%d", 1), WIQ_ERR_FAILED);
+}
+
+// The rule is the library's own: no runtime sees such a format, and nothing is stored or appended.
+TEST(Format, WhatStoresAndWhatLeavesPositionsOutIsRefusedByAll) {
+    for (const char* format :
+         {"%n", "ab%n", "%1$n", "%lln", "%*n", "%I64n", "%2$d", "%1$d %3$d", "%0$d", "%s %2$d"}) {
+        SCOPED_TRACE(format);
+        i64 stored[3] = {77, 77, 77};
+        char buf[16] = "###";
+        EXPECT_LT(wiq_snprintf(buf, sizeof buf, format, &stored[0], &stored[1], &stored[2]), 0);
+        EXPECT_STREQ(buf, "");
+        EXPECT_LT(wiq_snprintf(nullptr, 0, format, &stored[0], &stored[1], &stored[2]), 0);
+        EXPECT_LT(count(format, &stored[0], &stored[1], &stored[2]), 0);
+        EXPECT_EQ(format_into(buf, sizeof buf, format, &stored[0], &stored[1], &stored[2]),
+                  WIQ_ERR_FAILED);
+        char* text = nullptr;
+        EXPECT_EQ(wiq_asprintf(&text, format, &stored[0], &stored[1], &stored[2]), WIQ_ERR_FAILED);
+        EXPECT_EQ(text, nullptr);
+        EXPECT_EQ(vasprintf_of(&text, format, &stored[0], &stored[1], &stored[2]), WIQ_ERR_FAILED);
+        u64 size = 0;
+        ASSERT_EQ(wiq_rastrcat(&text, &size, "kept"), 4);
+        EXPECT_EQ(wiq_rasprintf(&text, &size, format, &stored[0], &stored[1], &stored[2]),
+                  WIQ_ERR_FAILED);
+        EXPECT_EQ(vrasprintf_of(&text, &size, format, &stored[0], &stored[1], &stored[2]),
+                  WIQ_ERR_FAILED);
+        EXPECT_EQ(wiq_rapsprintf(&text, &size, format, &stored[0], &stored[1], &stored[2]),
+                  WIQ_ERR_FAILED);
+        EXPECT_STREQ(text, "kept");
+        free(text);
+        wiq_strbuf line;
+        ASSERT_EQ(wiq_strbuf_init(&line, 0), 0);
+        ASSERT_EQ(wiq_strbuf_write(&line, "kept", 4), 4);
+        EXPECT_EQ(wiq_strbuf_printf(&line, format, &stored[0], &stored[1], &stored[2]),
+                  WIQ_ERR_FAILED);
+        EXPECT_EQ(line.len, 4u);
+        EXPECT_STREQ(line.data, "kept");
+        EXPECT_EQ(wiq_strbuf_rprintf(&line, format, &stored[0], &stored[1], &stored[2]),
+                  WIQ_ERR_FAILED);
+        EXPECT_STREQ(line.data, "");
+        wiq_strbuf_finalize(&line);
+        wiq_strv strv;
+        ASSERT_EQ(wiq_strv_init(&strv), 0);
+        EXPECT_EQ(wiq_strv_pushf(&strv, format, &stored[0], &stored[1], &stored[2]),
+                  WIQ_ERR_FAILED);
+        wiq_strv_finalize(&strv);
+        for (i64 value : stored)
+            EXPECT_EQ(value, 77);
+    }
+}
+
+TEST(Format, WhatOnlyLooksLikeItIsFormatted) {
+    char buf[32];
+    EXPECT_EQ(format_into(buf, sizeof buf, "%%n"), 2);
+    EXPECT_STREQ(buf, "%n");
+    EXPECT_EQ(format_into(buf, sizeof buf, "%*dn", 4, 7), 5);
+    EXPECT_STREQ(buf, "   7n");
+    EXPECT_EQ(wiq_snprintf(buf, sizeof buf, "%d%%n", 5), 3);
+    EXPECT_STREQ(buf, "5%n");
+    EXPECT_EQ(format_into(buf, sizeof buf, "%2$d%%n%1$d", 1, 2), 4);
+    EXPECT_STREQ(buf, "2%n1");
 }
 
 TEST(Asprintf, FreshStrings) {

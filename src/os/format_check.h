@@ -1,0 +1,12 @@
+// Which formats never reach a runtime, since runtimes have dangerous answers of their own to them. The rule is the
+// same on every platform.
+#pragma once
+
+namespace ke::os {
+
+// Whether a format has a conversion that stores ("%n", whatever stands between the two letters), or positions
+// ("%2$s") that leave one out. Runtimes end the process over both, or write and read through pointers that nobody
+// passed. `modifiers` are letters that the runtime at hand reads as modifiers where the C standard has none.
+bool is_refused_format(const char* format, const char* modifiers = "");
+
+}  // namespace ke::os
