@@ -46,17 +46,7 @@ using ::u8;
 
 /** The meaning of a status in a few words; "success" for 0, "unknown status" for a number that is none. */
 inline const char* status_text(i32 status) noexcept {
-#define KE_STATUS_TEXT_(number, name, meaning) \
-    case number:                               \
-        return meaning;
-    switch (status) {
-        KE_STATUS_TABLE(KE_STATUS_TEXT_)
-        case 0:
-            return "success";
-        default:
-            return "unknown status";
-    }
-#undef KE_STATUS_TEXT_
+    return ke_status_meaning(status);
 }
 
 #if defined(KE_UTILS_EXCEPTIONS)

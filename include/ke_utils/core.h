@@ -14,18 +14,36 @@
 extern "C" {
 #endif
 
+/** @defgroup version Version
+ *  The version of these headers; that of the library that a program loads is its file's.
+ *  @{ */
+
+#define KE_VERSION_MAJOR 1 /**< changes with the binary interface */
+#define KE_VERSION_MINOR 0 /**< changes when something is added */
+#define KE_VERSION_PATCH 0 /**< changes when something is mended */
+
+#define KE_VERSION_TEXT_(major, minor, patch) #major "." #minor "." #patch
+#define KE_VERSION_EXPAND_(major, minor, patch) KE_VERSION_TEXT_(major, minor, patch)
+/** The version as text: "1.0.0". */
+#define KE_VERSION_STRING KE_VERSION_EXPAND_(KE_VERSION_MAJOR, KE_VERSION_MINOR, KE_VERSION_PATCH)
+
+/** Whether these headers are of this version or a later one; for \#if, and where a constant is wanted. */
+#define KE_VERSION_AT_LEAST(major, minor, patch) \
+    (KE_VERSION_MAJOR > (major) ||               \
+     (KE_VERSION_MAJOR == (major) &&             \
+      (KE_VERSION_MINOR > (minor) ||             \
+       (KE_VERSION_MINOR == (minor) && KE_VERSION_PATCH >= (patch)))))
+
+/** @} */
+
 /** @defgroup status Status codes
  *  Every call that can fail answers with one signed 32-bit number: 0 is success, each kind of failure is
  *  negative. The numbers are part of the interface and never change; there are gaps on purpose.
  *  @{ */
 
 /**
- * The one table of status codes: X(number, name, meaning). KE_STATUS_TABLE makes the constants below,
- * and a tool can make names and texts from it:
- * @code
- * #define ROW(number, name, meaning) case number: return #name;
- * switch (status) { KE_STATUS_TABLE(ROW) }
- * @endcode
+ * The one table of status codes: X(number, name, meaning). It makes the constants and the functions below, and a
+ * tool can make tables of its own from it.
  */
 /* clang-format off */
 #define KE_STATUS_TABLE(X)                                                                              \
@@ -79,6 +97,47 @@ enum wiq_status { KE_STATUS_TABLE(KE_STATUS_ENUMERATOR_) };
 #undef KE_STATUS_ENUMERATOR_
 
 /**
+ * Whether a `u32` error argument, or an `i32` result, holds a failure: a count or 0 is none. Not for the system error
+ * codes of narrow() and widen().
+ */
+#ifdef __cplusplus
+#define KE_FAILED(err) (static_cast<i32>(err) < 0)
+#else
+#define KE_FAILED(err) ((i32)(err) < 0)
+#endif
+
+#define KE_STATUS_CASE_NAME_(number, name, meaning) \
+    case number:                                    \
+        return #name;
+/** The name of a failure status, as "WIQ_ERR_IO"; "" for 0 and for a number that is no status. */
+static inline const char* ke_status_name(i32 status) {
+    switch (status) {
+        KE_STATUS_TABLE(KE_STATUS_CASE_NAME_)
+        default:
+            return "";
+    }
+}
+#undef KE_STATUS_CASE_NAME_
+
+#define KE_STATUS_CASE_MEANING_(number, name, meaning) \
+    case number:                                       \
+        return meaning;
+/**
+ * The meaning of a status in a few words, as "an allocation failed"; "success" for 0, "unknown status" for a number
+ * that is no status.
+ */
+static inline const char* ke_status_meaning(i32 status) {
+    switch (status) {
+        KE_STATUS_TABLE(KE_STATUS_CASE_MEANING_)
+        case 0:
+            return "success";
+        default:
+            return "unknown status";
+    }
+}
+#undef KE_STATUS_CASE_MEANING_
+
+/**
  * Maps an internal conversion status to the public one: -7000 and -7003 become -1011, -7001 becomes
  * -1016, -7002 becomes -1017; every other value, 0 included, comes back unchanged.
  */
@@ -128,7 +187,7 @@ typedef void (*wiq_alloc_fail_fn)(size_t size);
 
 /**
  * The ten hook slots, NULL at load, to be filled by the client before other threads allocate. The library
- * reads none of them: a client passes them to the wiq_wrap_* functions. This one is meant as the pre hook of
+ * reads none of them: a client passes them to the wiq_wrap_* functions, as the macros below do. This one is meant as the pre hook of
  * wiq_wrap_malloc() and wiq_wrap_strdup().
  */
 extern KE_API wiq_malloc_pre_fn wiq_malloc_pre_cb;
@@ -255,6 +314,46 @@ KE_API i32 wiq_memleak_balance(void);
 
 /** The allocations made through the hooks since wiq_memleak_begin(). */
 KE_API i32 wiq_memleak_count(void);
+
+/**
+ * What the macros below tell of a failed allocation: a ::wiq_alloc_fail_fn, or NULL. A client that wants one defines
+ * this before it includes the header.
+ */
+#ifndef KE_ALLOC_FAIL
+#define KE_ALLOC_FAIL NULL
+#endif
+
+/** wiq_wrap_malloc() with the hooks in the slots. */
+#define KE_MALLOC(size) \
+    wiq_wrap_malloc((size), false, KE_ALLOC_FAIL, wiq_malloc_pre_cb, wiq_malloc_post_cb)
+/** KE_MALLOC() of memory filled with zero bytes. */
+#define KE_MALLOC0(size) \
+    wiq_wrap_malloc((size), true, KE_ALLOC_FAIL, wiq_malloc_pre_cb, wiq_malloc_post_cb)
+/** wiq_wrap_realloc() with the hooks in the slots. */
+#define KE_REALLOC(ptr, size) \
+    wiq_wrap_realloc((ptr), (size), KE_ALLOC_FAIL, wiq_realloc_pre_cb, wiq_realloc_post_cb)
+/** wiq_wrap_strdup() with the hooks in the slots. */
+#define KE_STRDUP(str) wiq_wrap_strdup((str), KE_ALLOC_FAIL, wiq_malloc_pre_cb, wiq_malloc_post_cb)
+/** wiq_wrap_free() with the hook in the slot. */
+#define KE_FREE(ptr) wiq_wrap_free((ptr), wiq_free_cb)
+/** wiq_wrap_aligned_alloc() with the hooks in the slots. */
+#define KE_ALIGNED_ALLOC(out, size, alignment)                                                  \
+    wiq_wrap_aligned_alloc((out), (size), (alignment), KE_ALLOC_FAIL, wiq_aligned_alloc_pre_cb, \
+                           wiq_aligned_alloc_post_cb)
+/** wiq_wrap_aligned_free() with the hook in the slot. */
+#define KE_ALIGNED_FREE(ptr) wiq_wrap_aligned_free((ptr), wiq_aligned_free_cb)
+/** Leaves what follows out of the leak count, if one is kept; a statement. Pauses nest. */
+#define KE_ALLOC_TRACK_PAUSE()                \
+    do {                                      \
+        if (wiq_alloc_track_pause_cb != NULL) \
+            wiq_alloc_track_pause_cb();       \
+    } while (0)
+/** Ends a stretch that KE_ALLOC_TRACK_PAUSE() began; a statement. */
+#define KE_ALLOC_TRACK_RESUME()                \
+    do {                                       \
+        if (wiq_alloc_track_resume_cb != NULL) \
+            wiq_alloc_track_resume_cb();       \
+    } while (0)
 
 /** @} */
 

@@ -60,27 +60,11 @@ std::string explained(i32 status) {
 }  // namespace
 
 std::string_view status_name(i32 status) {
-#define ROW(number, name, meaning) \
-    case number:                   \
-        return #name;
-    switch (status) {
-        KE_STATUS_TABLE(ROW)
-        default:
-            return "";
-    }
-#undef ROW
+    return ke_status_name(status);
 }
 
 std::string_view status_meaning(i32 status) {
-#define ROW(number, name, meaning) \
-    case number:                   \
-        return meaning;
-    switch (status) {
-        KE_STATUS_TABLE(ROW)
-        default:
-            return "";
-    }
-#undef ROW
+    return ke_status_meaning(status);
 }
 
 Failure failure(std::string_view subject, i32 status) {

@@ -4,7 +4,7 @@
 
 #include "commands.h"
 #include "failure.h"
-#include "ke_version.h"
+#include "ke_utils/core.h"
 #include "platform.h"
 
 namespace tool {
@@ -19,7 +19,7 @@ constexpr const char* kFooter =
     "Example: ke json get /smart/temperature report.json";
 
 void add_all(CLI::App& app, Session& session) {
-    app.set_version_flag("--version", "ke " KE_VERSION);
+    app.set_version_flag("--version", "ke " KE_VERSION_STRING);
     app.add_flag("--quiet", session.common.quiet, "Show no progress on large files");
     app.add_option("-o,--output", session.common.output,
                    "Write to FILE, replaced only when everything succeeded")
