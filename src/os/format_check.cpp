@@ -5,12 +5,16 @@
 #include <bitset>
 #include <cstring>
 
+#include "ke_utils/types.h"
+
 namespace ke::os {
 
 namespace {
 
 // POSIX systems promise this many positions and no more.
-constexpr unsigned kMaxPosition = 4096;
+constexpr u64 kMaxPosition = 4096;
+// Of a width or a precision. Texts beyond it cannot be counted.
+constexpr u64 kMaxNumber = INT32_MAX;
 
 bool is_digit(char c) {
     return c >= '0' && c <= '9';
@@ -23,7 +27,7 @@ class Modifiers {
 
     // Moves to the next modifier; false at the letter of the conversion.
     bool next() {
-        position_ = 0;
+        number_ = 0;
         is_position_ = false;
         if (is_digit(*text_)) {
             read_number();
@@ -40,15 +44,16 @@ class Modifiers {
     }
 
     const char* text() const { return text_; }
-    // Whether the modifier was a number with a "$" behind it, and which.
+    // The modifier's number; 0 if it is none.
+    u64 number() const { return number_; }
+    // Whether there is a "$" behind the number.
     bool is_position() const { return is_position_; }
-    unsigned position() const { return position_; }
 
   private:
     void read_number() {
         for (; is_digit(*text_); ++text_) {
-            if (position_ <= kMaxPosition)
-                position_ = position_ * 10 + static_cast<unsigned>(*text_ - '0');
+            if (number_ <= kMaxNumber)
+                number_ = number_ * 10 + static_cast<u64>(*text_ - '0');
         }
         is_position_ = *text_ == '$';
         if (is_position_)
@@ -57,7 +62,7 @@ class Modifiers {
 
     const char* text_;
     const char* others_;
-    unsigned position_ = 0;
+    u64 number_ = 0;
     bool is_position_ = false;
 };
 
@@ -78,15 +83,15 @@ void walk(const char* format, const char* others, OnModifier on_modifier,
 
 bool has_gap(const char* format, const char* others) {
     std::bitset<kMaxPosition + 1> seen;
-    unsigned count = 0;
-    unsigned last = 0;
+    u64 count = 0;
+    u64 last = 0;
     bool beyond = false;
     walk(
         format, others,
         [&](const Modifiers& modifiers) {
             if (!modifiers.is_position())
                 return;
-            const unsigned position = modifiers.position();
+            const u64 position = modifiers.number();
             beyond = beyond || position == 0 || position > kMaxPosition;
             if (beyond || seen[position])
                 return;
@@ -101,13 +106,16 @@ bool has_gap(const char* format, const char* others) {
 }  // namespace
 
 bool is_refused_format(const char* format, const char* modifiers) {
-    bool stores = false;
+    bool refused = false;
     bool has_positions = false;
     walk(
         format, modifiers,
-        [&](const Modifiers& each) { has_positions = has_positions || each.is_position(); },
-        [&](char conversion) { stores = stores || conversion == 'n'; });
-    return stores || (has_positions && has_gap(format, modifiers));
+        [&](const Modifiers& each) {
+            has_positions = has_positions || each.is_position();
+            refused = refused || each.number() > kMaxNumber;
+        },
+        [&](char conversion) { refused = refused || conversion == 'n'; });
+    return refused || (has_positions && has_gap(format, modifiers));
 }
 
 }  // namespace ke::os

@@ -71,7 +71,6 @@ enum class FileResult {
     kNotFound,      // ENOENT, or the system's "file or path not found"
     kAccessDenied,  // EACCES, or the system's "access denied"
     kInvalid,       // EINVAL
-    kNoMemory,
     kOther,
 };
 

@@ -1,5 +1,5 @@
-// The seam's memory, time and formatting on POSIX systems. Files and text encoding are in
-// posix_files.cpp.
+// The seam's memory, time and formatting on POSIX systems. Files are in posix_files.cpp, text encoding in
+// posix_encoding.cpp.
 #include <locale.h>
 #include <time.h>
 #include <unistd.h>

@@ -84,11 +84,6 @@ FileResult result_of_open_errno(const char* path) {
     return is_directory ? FileResult::kAccessDenied : FileResult::kOther;
 }
 
-bool is_directory(int descriptor) {
-    struct stat status;
-    return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 // fopen() of a file that programs started by this one do not inherit. A directory, which can be opened for
 // reading but not read, is refused.
 FILE* open_existing(const char* path, const char* mode) {
@@ -100,10 +95,16 @@ FILE* open_existing(const char* path, const char* mode) {
     }
     snprintf(inherited_by_none, sizeof(inherited_by_none), "%ce%s", mode[0], mode + 1);
     FILE* fp = fopen(path, inherited_by_none);
-    if (fp == nullptr || !is_directory(fileno(fp)))
+    if (fp == nullptr)
+        return nullptr;
+    struct stat status;
+    int reason = EISDIR;
+    if (fstat(fileno(fp), &status) != 0)
+        reason = errno;
+    else if (!S_ISDIR(status.st_mode))
         return fp;
     fclose(fp);
-    errno = EISDIR;
+    errno = reason;
     return nullptr;
 }
 

@@ -97,8 +97,8 @@ i32 convert_narrow_unsigned(const char* text, Unsigned* out) {
     return status;
 }
 
-// Whether a number that is too large or too small for a double is too large. `digits` are the digits of
-// a number in the given base (10 or 16) with its exponent behind the mark ("e" or "p").
+// Whether a number that is too large or too small for a double is too large. The text from `p` to `end` has the
+// digits of a number in the given base (10 or 16), and its exponent behind the mark ("e" or "p").
 bool is_too_large(const char* p, const char* end, u32 base) {
     constexpr i64 kEnough = 1000000000;  // beyond any exponent that could matter, safe to add up
     const i64 weight = base == 16 ? 4 : 1;

@@ -87,6 +87,14 @@ TEST(FormatCheck, PositionsWithAGapAreRefused) {
         EXPECT_TRUE(is_refused_format(format)) << format;
 }
 
+TEST(FormatCheck, WidthsAndPrecisionsBeyond31BitsAreRefused) {
+    for (const char* format : {"%2147483648d", "%.2147483648d", "%99999999999d", "%-5.99999999999s",
+                               "%18446744073709551617d", "%d %1$.2147483648d"})
+        EXPECT_TRUE(is_refused_format(format)) << format;
+    for (const char* format : {"%2147483647d", "%.2147483647d", "2147483648", "%d2147483648"})
+        EXPECT_FALSE(is_refused_format(format)) << format;
+}
+
 TEST(FormatCheck, AsManyPositionsAsPosixPromises) {
     std::string format;
     for (int position = 4096; position > 0; --position)

@@ -1,0 +1,447 @@
+// Every call of the system that the library makes fails once, and fails from once on: the status is one that the
+// header states, nothing is tried again, no file is lost or left behind, no descriptor stays open.
+#include "support/system_faults.h"
+
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "ke_utils/core.h"
+#include "ke_utils/files.h"
+#include "ke_utils/json.h"
+
+namespace {
+
+using Names = std::set<std::string>;
+
+// A folder whose files are known before and after.
+class SystemFaultsOfFiles : public testing::Test {
+  protected:
+    void SetUp() override {
+        clear();
+        ASSERT_EQ(wiq_mkdir(kFolder), 0);
+    }
+    void TearDown() override {
+        clear();
+        EXPECT_EQ(wiq_access(kFolder, 0), WIQ_ERR_ACCESS_DENIED);
+    }
+
+    static constexpr const char* kFolder = "system_faults";
+
+    static std::string in(const std::string& name) { return std::string(kFolder) + "\\" + name; }
+
+    static void write(const std::string& name, const std::string& content) {
+        FILE* fp = wiq_fopen(in(name).c_str(), "wb", nullptr);
+        ASSERT_NE(fp, nullptr);
+        ASSERT_EQ(fwrite(content.data(), 1, content.size(), fp), content.size());
+        fclose(fp);
+    }
+
+    // The files of the folder with what they hold; folders with "/".
+    static std::map<std::string, std::string> contents() {
+        std::map<std::string, std::string> all;
+        DIR* dir = opendir(kFolder);
+        while (const dirent* entry = dir == nullptr ? nullptr : readdir(dir)) {
+            const std::string name = entry->d_name;
+            if (name == "." || name == "..")
+                continue;
+            if (entry->d_type == DT_DIR) {
+                all[name] = "/";
+                continue;
+            }
+            void* data = nullptr;
+            const i32 size = wiq_load_file(in(name).c_str(), &data, 1);
+            all[name] = size > 0 ? static_cast<char*>(data) : "";
+            free(data);
+        }
+        if (dir != nullptr)
+            closedir(dir);
+        return all;
+    }
+
+    static void clear() {
+        for (const auto& [name, content] : contents()) {
+            if (content == "/")
+                wiq_rmdir(in(name).c_str());
+            else
+                wiq_unlink(in(name).c_str());
+        }
+        wiq_rmdir(kFolder);
+    }
+};
+
+using Files = std::map<std::string, std::string>;
+
+TEST_F(SystemFaultsOfFiles, Opening) {
+    write("f", "kept");
+    for (const char* mode : {"r", "rb", "r+", "a"}) {
+        const Names fired = SweepSystemCalls([&](SystemFaults& faults) {
+            u32 err = 9;
+            faults.arm();
+            FILE* fp = wiq_fopen(in("f").c_str(), mode, &err);
+            faults.disarm();
+            EXPECT_EQ(fp == nullptr, !faults.fired().empty());
+            EXPECT_EQ(static_cast<i32>(err), fp == nullptr ? static_cast<i32>(WIQ_ERR_IO) : 0);
+            if (fp != nullptr)
+                fclose(fp);
+            EXPECT_EQ(contents(), (Files{{"f", "kept"}}));
+        });
+        EXPECT_EQ(fired, (Names{"fopen", "fstat"}));
+    }
+}
+
+TEST_F(SystemFaultsOfFiles, TemporaryFiles) {
+    const Names fired = SweepSystemCalls([](SystemFaults& faults) {
+        std::string tmpl = in("tXXXXXX");
+        u32 err = 9;
+        faults.arm();
+        FILE* fp = wiq_mkstemp(tmpl.data(), &err, "w+b");
+        faults.disarm();
+        if (fp == nullptr) {
+            EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
+            // With every call failing, what was made cannot be removed either.
+            if (faults.fired().count("unlink") == 0) {
+                EXPECT_EQ(contents(), Files{}) << "a file is left behind";
+            }
+        } else {
+            EXPECT_EQ(err, 0u);
+            fclose(fp);
+        }
+        wiq_unlink(tmpl.c_str());
+    });
+    EXPECT_EQ(fired, (Names{"access", "fdopen", "getrandom", "open", "unlink"}));
+}
+
+TEST_F(SystemFaultsOfFiles, Loading) {
+    write("f", "content");
+    const Names fired = SweepSystemCalls([](SystemFaults& faults) {
+        void* data = nullptr;
+        faults.arm();
+        const i32 size = wiq_load_file(in("f").c_str(), &data, 1);
+        faults.disarm();
+        EXPECT_EQ(size, faults.fired().empty() ? 7 : static_cast<i32>(WIQ_ERR_IO));
+        free(data);
+    });
+    EXPECT_EQ(fired, (Names{"fopen", "fread", "fseek", "fstat", "ftell"}));
+}
+
+// Whatever fails, the file has its old name or its new one, and a target that is there stays.
+TEST_F(SystemFaultsOfFiles, Renaming) {
+    const Names fired = SweepSystemCalls([](SystemFaults& faults) {
+        write("from", "moved");
+        faults.arm();
+        const i32 status = wiq_rename(in("from").c_str(), in("to").c_str());
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_IO));
+        EXPECT_EQ(contents(), status == 0 ? (Files{{"to", "moved"}}) : (Files{{"from", "moved"}}));
+        wiq_unlink(in("to").c_str());
+    });
+    EXPECT_EQ(fired, (Names{"renameat2"}));
+}
+
+// Kernels and file systems that cannot rename without replacing.
+class RenamingInSteps : public SystemFaultsOfFiles, public testing::WithParamInterface<int> {
+  protected:
+    // A rename while renameat2() fails for the parameter's reason.
+    static i32 rename(const char* from, const char* to) {
+        SystemFaults faults(1, SystemFaults::kPersistent, GetParam());
+        faults.arm("renameat2");
+        const i32 status = wiq_rename(in(from).c_str(), in(to).c_str());
+        faults.disarm();
+        EXPECT_EQ(faults.fired(), (Names{"renameat2"}));
+        return status;
+    }
+};
+
+TEST_P(RenamingInSteps, GivesTheSameAnswers) {
+    write("f", "f");
+    write("g", "g");
+    ASSERT_EQ(wiq_mkdir(in("d").c_str()), 0);
+    ASSERT_EQ(wiq_mkdir(in("e").c_str()), 0);
+    EXPECT_EQ(rename("f", "g"), WIQ_ERR_IO);
+    EXPECT_EQ(rename("f", "d"), WIQ_ERR_IO);
+    EXPECT_EQ(rename("d", "e"), WIQ_ERR_IO);
+    EXPECT_EQ(rename("d", "f"), WIQ_ERR_IO);
+    EXPECT_EQ(rename("d", "d\\below"), WIQ_ERR_IO);
+    EXPECT_EQ(rename("f", "f"), 0);
+    EXPECT_EQ(rename("d", "d"), 0);
+    EXPECT_EQ(rename("none", "g"), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(rename("none", "none"), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(rename("f", "none\\f"), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(rename("f", "g\\below"), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(rename("f", std::string(300, 'n').c_str()), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(contents(), (Files{{"d", "/"}, {"e", "/"}, {"f", "f"}, {"g", "g"}}));
+    EXPECT_EQ(rename("f", "h"), 0);
+    EXPECT_EQ(rename("d", "i"), 0);
+    EXPECT_EQ(contents(), (Files{{"e", "/"}, {"g", "g"}, {"h", "f"}, {"i", "/"}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Reasons, RenamingInSteps, testing::Values(ENOSYS, EINVAL, EOPNOTSUPP));
+
+TEST_F(SystemFaultsOfFiles, RenamingInStepsLosesNothing) {
+    for (const char* step : {"link", "lstat", "rename", "unlink"}) {
+        for (int reason : {EPERM, EIO, EINTR, ENOSYS}) {
+            SCOPED_TRACE(std::string(step) + " " + strerror(reason));
+            write("from", "moved");
+            write("there", "kept");
+            SystemFaults unsupported(1, SystemFaults::kPersistent, ENOSYS);
+            unsupported.fail_also(step, reason);
+            unsupported.arm("renameat2");
+            const i32 status = wiq_rename(in("from").c_str(), in("to").c_str());
+            const i32 refused = wiq_rename(in("from").c_str(), in("there").c_str());
+            unsupported.disarm();
+            Files after = contents();
+            EXPECT_EQ(after["there"], "kept");
+            EXPECT_NE(refused, 0);
+            EXPECT_TRUE(after["from"] == "moved" || after["to"] == "moved") << "the file is lost";
+            if (status == 0) {
+                EXPECT_EQ(after["to"], "moved");
+            } else {
+                EXPECT_EQ(after["from"], "moved");
+            }
+            wiq_unlink(in("from").c_str());
+            wiq_unlink(in("to").c_str());
+        }
+    }
+}
+
+TEST_F(SystemFaultsOfFiles, Directories) {
+    const Names made = SweepSystemCalls([](SystemFaults& faults) {
+        faults.arm();
+        const i32 status = wiq_mkdir(in("d").c_str());
+        faults.disarm();
+        if (faults.fired().count("mkdir") != 0) {
+            EXPECT_EQ(status, WIQ_ERR_IO);
+        } else {
+            EXPECT_EQ(status, 0) << "a parent that seems missing is made again";
+        }
+        wiq_rmdir(in("d").c_str());
+    });
+    EXPECT_EQ(made, (Names{"access", "mkdir"}));
+    ASSERT_EQ(wiq_mkdir(in("d").c_str()), 0);
+    const Names again = SweepSystemCalls([](SystemFaults& faults) {
+        faults.arm();
+        const i32 status = wiq_mkdir(in("d").c_str());
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired().count("mkdir") != 0
+                              ? static_cast<i32>(WIQ_ERR_IO)
+                              : static_cast<i32>(WIQ_ERR_ALREADY_EXISTS));
+    });
+    EXPECT_EQ(again, (Names{"access", "mkdir", "stat"}));
+    const Names removed = SweepSystemCalls([](SystemFaults& faults) {
+        wiq_mkdir(in("d").c_str());
+        faults.arm();
+        const i32 status = wiq_rmdir(in("d").c_str());
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_IO));
+        EXPECT_EQ(wiq_access(in("d").c_str(), 0) == 0, status != 0);
+    });
+    EXPECT_EQ(removed, (Names{"rmdir"}));
+}
+
+TEST_F(SystemFaultsOfFiles, AccessAndRemoval) {
+    EXPECT_EQ(SweepSystemCalls([](SystemFaults& faults) {
+                  write("f", "kept");
+                  faults.arm();
+                  const i32 access = wiq_access(in("f").c_str(), 0);
+                  faults.disarm();
+                  EXPECT_EQ(access,
+                            faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_ACCESS_DENIED));
+              }),
+              (Names{"access"}));
+    EXPECT_EQ(SweepSystemCalls([](SystemFaults& faults) {
+                  write("f", "kept");
+                  faults.arm();
+                  const i32 status = wiq_unlink(in("f").c_str());
+                  faults.disarm();
+                  EXPECT_EQ(status, faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_IO));
+                  EXPECT_EQ(contents(), status == 0 ? Files{} : (Files{{"f", "kept"}}));
+              }),
+              (Names{"unlink"}));
+}
+
+TEST_F(SystemFaultsOfFiles, DumpingToAFile) {
+    wiq_json_t* root = wiq_json_loads("{\"a\":[1,2,3]}", 0, nullptr);
+    ASSERT_NE(root, nullptr);
+    const Names fired = SweepSystemCalls([root](SystemFaults& faults) {
+        FILE* fp = wiq_fopen(in("f").c_str(), "wb", nullptr);
+        ASSERT_NE(fp, nullptr);
+        faults.arm();
+        const i32 written = wiq_json_fdump(root, fp, 0, 0);
+        faults.disarm();
+        EXPECT_EQ(written < 0, !faults.fired().empty()) << written;
+        fclose(fp);
+    });
+    EXPECT_EQ(fired, (Names{"fwrite"}));
+    wiq_json_unref(root);
+}
+
+TEST(SystemFaultsOfSchemas, Loading) {
+    char* dir = wiq_install_dir();
+    ASSERT_NE(dir, nullptr);
+    const std::string beside = std::string(dir) + "\\schemas";
+    free(dir);
+    const bool made = wiq_mkdir(beside.c_str()) == 0;
+    const std::string name = beside + "\\faults_input.json";
+    FILE* fp = wiq_fopen(name.c_str(), "wb", nullptr);
+    ASSERT_NE(fp, nullptr);
+    fputs("[1]", fp);
+    fclose(fp);
+    const Names fired = SweepSystemCalls([](SystemFaults& faults) {
+        u32 err = 9;
+        faults.arm();
+        wiq_json_t* schema = wiq_load_schema("faults_input.json", &err);
+        faults.disarm();
+        EXPECT_EQ(schema == nullptr, !faults.fired().empty());
+        EXPECT_EQ(static_cast<i32>(err), schema == nullptr ? static_cast<i32>(WIQ_ERR_IO) : 0);
+        wiq_json_unref(schema);
+    });
+    EXPECT_EQ(fired, (Names{"fopen", "fstat", "readlink"}));
+    EXPECT_EQ(wiq_unlink(name.c_str()), 0);
+    if (made) {
+        EXPECT_EQ(wiq_rmdir(beside.c_str()), 0);
+    }
+}
+
+TEST(SystemFaultsOfLocations, AreNull) {
+    const auto sweep = [](char* (*locate)()) {
+        return SweepSystemCalls([locate](SystemFaults& faults) {
+            faults.arm();
+            char* dir = locate();
+            faults.disarm();
+            EXPECT_EQ(dir == nullptr, !faults.fired().empty());
+            free(dir);
+        });
+    };
+    EXPECT_EQ(sweep(wiq_install_dir), (Names{"readlink"}));
+    EXPECT_EQ(sweep(wiq_home_dir), (Names{"uv_os_homedir"}));
+}
+
+TEST(SystemFaultsOfEntryPoints, HaveTheirStatuses) {
+    EXPECT_EQ(SweepSystemCalls([](SystemFaults& faults) {
+                  const i64 time = 0;
+                  struct tm tm;
+                  faults.arm();
+                  const i32 status = wiq_gmtime_real(&time, &tm);
+                  faults.disarm();
+                  EXPECT_EQ(status,
+                            faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_TIME_CONVERSION));
+              }),
+              (Names{"gmtime_r"}));
+    EXPECT_EQ(SweepSystemCalls([](SystemFaults& faults) {
+                  wiq_lib lib = {};
+                  faults.arm();
+                  const i32 status = wiq_dlopen_real("libm.so.6", &lib);
+                  faults.disarm();
+                  EXPECT_EQ(status, faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_DLOPEN));
+                  EXPECT_EQ(lib.errmsg, nullptr);
+                  wiq_dlclose_real(&lib);
+              }),
+              (Names{"uv_dlopen"}));
+    wiq_lib lib = {};
+    ASSERT_EQ(wiq_dlopen_real("libm.so.6", &lib), 0);
+    EXPECT_EQ(SweepSystemCalls([&lib](SystemFaults& faults) {
+                  void* sym = &lib;
+                  faults.arm();
+                  const i32 status = wiq_dlsym_real(&lib, "sin", &sym);
+                  faults.disarm();
+                  EXPECT_EQ(status, faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_DLSYM));
+                  EXPECT_EQ(sym == nullptr, status != 0);
+              }),
+              (Names{"uv_dlsym"}));
+    wiq_dlclose_real(&lib);
+}
+
+// The one call that goes on after an interruption: it promises how long it lasts at least.
+TEST(SystemFaultsOfEntryPoints, AnInterruptedSleepGoesOn) {
+    SystemFaults faults(1, SystemFaults::kTransient, EINTR);
+    const auto before = std::chrono::steady_clock::now();
+    faults.arm("nanosleep");
+    wiq_sleep_real(30);
+    faults.disarm();
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(30));
+    EXPECT_EQ(faults.fired(), (Names{"nanosleep"}));
+}
+
+// A stream of the caller's that is interrupted, that breaks, or that gives one byte at a time.
+struct Source {
+    std::string text;
+    size_t at = 0;
+    size_t calls = 0;
+    size_t fails_at = 0;  // the call that fails; 0: none
+    int reason = 0;
+};
+
+ssize_t read_some(void* cookie, char* to, size_t size) {
+    auto* source = static_cast<Source*>(cookie);
+    if (++source->calls == source->fails_at) {
+        errno = source->reason;
+        return -1;
+    }
+    if (source->at == source->text.size() || size == 0)
+        return 0;
+    *to = source->text[source->at++];
+    return 1;
+}
+
+FILE* stream_of(Source* source) {
+    cookie_io_functions_t functions = {};
+    functions.read = read_some;
+    return fopencookie(source, "r", functions);
+}
+
+TEST(SystemFaultsOfStreams, AnInterruptedLineIsReadOn) {
+    const std::string text = "one\ntwo\n";
+    for (size_t fails_at = 1; fails_at <= text.size() + 1; ++fails_at) {
+        Source source{text, 0, 0, fails_at, EINTR};
+        FILE* fp = stream_of(&source);
+        ASSERT_NE(fp, nullptr);
+        char* line = nullptr;
+        size_t size = 0;
+        std::string all;
+        int interrupted = 0;
+        for (;;) {
+            const i32 length = wiq_getline(&line, &size, fp);
+            if (length > 0) {
+                all.append(line, static_cast<size_t>(length));
+                continue;
+            }
+            ASSERT_EQ(length, WIQ_ERR_EOF);
+            // Before any byte of a line an interruption looks like the end; the stream knows better.
+            if (ferror(fp) == 0 || ++interrupted > 1)
+                break;
+            clearerr(fp);
+        }
+        EXPECT_EQ(all, text) << "failing at " << fails_at;
+        free(line);
+        fclose(fp);
+    }
+}
+
+TEST(SystemFaultsOfStreams, ADocumentThatBreaksOffIsNone) {
+    const std::string text = "{\"a\": [1, 2.5, \"text\\u00e9\", null]}";
+    for (int reason : {EINTR, EIO}) {
+        for (size_t fails_at = 0; fails_at <= text.size(); ++fails_at) {
+            Source source{text, 0, 0, fails_at, reason};
+            FILE* fp = stream_of(&source);
+            ASSERT_NE(fp, nullptr);
+            wiq_json_load_error error = {};
+            wiq_json_t* root = wiq_json_loadf(fp, 0, &error);
+            EXPECT_EQ(root != nullptr, fails_at == 0) << "failing at " << fails_at;
+            EXPECT_EQ(error.status == 0, fails_at == 0);
+            wiq_json_unref(root);
+            fclose(fp);
+        }
+    }
+}
+
+}  // namespace
