@@ -16,7 +16,7 @@ using namespace ke::literals;
 
 long long first_of_a(const char* text) {
     const ke::result<ke::json> root = ke::json::parse(text);
-    return root ? root->at("/a/0"_ptr).to<ke::i64>().value_or(-1) : -1;
+    return root ? root->value_or("/a/0"_ptr, -1LL) : -1;
 }
 
 }  // namespace no_exceptions

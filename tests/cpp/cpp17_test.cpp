@@ -1,0 +1,36 @@
+// Tests of what the layer does otherwise in C++17 than in C++20.
+#define KE_UTILS_EXCEPTIONS
+#include <gtest/gtest.h>
+
+#include "ke_utils.hpp"
+
+#if __cplusplus >= 202002L
+#error "to be compiled as C++17"
+#endif
+
+namespace {
+
+using namespace ke::literals;
+
+TEST(Cpp17, AFormatIsCheckedAtRunTime) {
+    ke::strbuf text;
+    EXPECT_EQ(text.append_format("{} {}", 1), WIQ_ERR_BAD_FORMAT);
+    EXPECT_EQ(text.append_format("{", 1), WIQ_ERR_BAD_FORMAT);
+    EXPECT_EQ(text.append_format("none", 1), WIQ_ERR_BAD_FORMAT);
+    EXPECT_TRUE(text.empty());
+    EXPECT_EQ(text.append_format("{}", 1), 0);
+    EXPECT_EQ(text.view(), "1");
+}
+
+TEST(Cpp17, Comparisons) {
+    const ke::json root = ke::json{{"n", 5}, {"t", "x"}};
+    EXPECT_TRUE(5 == root["n"]);
+    EXPECT_TRUE(6 != root["n"]);
+    EXPECT_TRUE("x" == root["t"]);
+    EXPECT_TRUE(root["n"] == 5);
+    EXPECT_TRUE(1_u128 < 2_u128);
+    EXPECT_TRUE(2_u128 >= 2_u128);
+    EXPECT_TRUE(1_u128 != 2_u128);
+}
+
+}  // namespace
