@@ -19,11 +19,20 @@
 #define KE_UTILS_HPP
 
 #include "ke/containers.hpp"
+#include "ke/error_code.hpp"
+#include "ke/files.hpp"
+#include "ke/ini.hpp"
 #include "ke/json.hpp"
+#include "ke/json_patch.hpp"
+#include "ke/platform.hpp"
 #include "ke/status.hpp"
 #include "ke/strbuf.hpp"
+#include "ke/tagged.hpp"
+#include "ke/text.hpp"
 #include "ke/text_arg.hpp"
 #include "ke/uint128.hpp"
+#include "ke/utf8.hpp"
+#include "ke/visitor.hpp"
 #include "ke_utils.h"
 
 #endif

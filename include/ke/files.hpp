@@ -1,0 +1,309 @@
+/**
+ * @file files.hpp
+ * Files and paths: whole files read and replaced atomically, documents loaded and saved, directories, path
+ * strings, schema files, and conversions between UTF-8 and wide text. Names are UTF-8 with either separator
+ * on both platforms. INI files are in ini.hpp.
+ */
+#ifndef KE_FILES_HPP
+#define KE_FILES_HPP
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ke/json.hpp"
+#include "ke/utf8.hpp"
+#include "ke_utils/files.h"
+
+#if defined(_WIN32)
+#include <io.h>
+#else
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+#if defined(_WIN32)
+/** @cond */
+// As <windows.h> declares it, which is too large to include here.
+extern "C" __declspec(dllimport) int __stdcall MoveFileExW(const wchar_t*, const wchar_t*,
+                                                           unsigned long);
+/** @endcond */
+#endif
+
+namespace ke {
+
+/** @addtogroup cpp
+ *  @{ */
+
+namespace detail {
+struct close_stream {
+    void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
+};
+inline result<std::string> owned(char* text, i32 otherwise) {
+    const c_text owner(text);
+    return text != nullptr ? result<std::string>(std::string(text))
+                           : result<std::string>::failure(otherwise);
+}
+}  // namespace detail
+
+/** An open stream, closed with its owner. */
+using file = std::unique_ptr<std::FILE, detail::close_stream>;
+
+/** Opens a stream; modes as in fopen(). The statuses of wiq_fopen(). */
+inline result<file> open_file(const text_arg& path, const char* mode) {
+    u32 err = 0;
+    std::FILE* const stream = wiq_fopen(path.c_str(), mode, &err);
+    return stream != nullptr ? result<file>(file(stream))
+                             : result<file>::failure(static_cast<i32>(err));
+}
+
+/** Reads a line, its "\n" included; WIQ_ERR_EOF at the end. */
+inline status read_line(std::FILE* stream, std::string& line) {
+    char* text = nullptr;
+    std::size_t size = 0;
+    const i32 length = wiq_getline(&text, &size, stream);
+    const c_text owner(text);
+    if (length >= 0)
+        line.assign(text, static_cast<std::size_t>(length));
+    return length;
+}
+
+/** The bytes of a file. WIQ_ERR_FILE_EMPTY is no failure here; otherwise the statuses of wiq_load_file(). */
+inline result<std::string> load_text(const text_arg& path) {
+    void* block = nullptr;
+    const i32 size = wiq_load_file(path.c_str(), &block, 1);
+    const c_text owner(static_cast<char*>(block));
+    if (size == WIQ_ERR_FILE_EMPTY)
+        return std::string();
+    if (size < 0)
+        return result<std::string>::failure(size);
+    return std::string(owner.get(), static_cast<std::size_t>(size));
+}
+
+namespace detail {
+
+// Puts a file in the place of another one, in one step.
+inline i32 replace_file(const std::string& from, const char* to) {
+#if defined(_WIN32)
+    u32 err = 0;
+    const std::unique_ptr<wchar_t, free_memory> wide_from(widen(from.c_str(), &err));
+    const std::unique_ptr<wchar_t, free_memory> wide_to(widen(to, &err));
+    if (!wide_from || !wide_to)
+        return WIQ_ERR_NO_MEMORY;
+    constexpr unsigned long replace_existing = 1;
+    constexpr unsigned long write_through = 8;
+    return MoveFileExW(wide_from.get(), wide_to.get(), replace_existing | write_through) != 0
+               ? 0
+               : static_cast<i32>(WIQ_ERR_IO);
+#else
+    // The library's separator, as the library gives it to the system.
+    std::string old_name(from);
+    std::string new_name(to);
+    for (std::string* name : {&old_name, &new_name}) {
+        for (char& c : *name)
+            c = c == '\\' ? '/' : c;
+    }
+    struct stat there;
+    if (::stat(new_name.c_str(), &there) == 0)
+        (void)::chmod(old_name.c_str(), there.st_mode & 07777);
+    return std::rename(old_name.c_str(), new_name.c_str()) == 0 ? 0 : static_cast<i32>(WIQ_ERR_IO);
+#endif
+}
+
+// Whether all that was written has reached the disk.
+inline bool sync(std::FILE* stream) noexcept {
+    if (std::fflush(stream) != 0)
+        return false;
+#if defined(_WIN32)
+    return _commit(_fileno(stream)) == 0;
+#else
+    return ::fsync(::fileno(stream)) == 0;
+#endif
+}
+
+// Writes a new file beside its place with `write(FILE*)`, which gives a status, and puts it there when it is
+// complete: who reads the file meets the old text or the new one, never a part.
+template <class Write>
+status save(const text_arg& path, Write write) {
+    if (path.c_str() == nullptr)
+        return path.status() != 0 ? path.status() : static_cast<i32>(WIQ_ERR_INVALID_ARG);
+    std::string name = std::string(path.c_str()) + ".XXXXXX";
+    u32 err = 0;
+    std::FILE* const stream = wiq_mkstemp(name.data(), &err, "wb");
+    if (stream == nullptr)
+        return static_cast<i32>(err);
+    status written = write(stream);
+    if (written.ok() && !sync(stream))
+        written = WIQ_ERR_IO;
+    if (std::fclose(stream) != 0 && written.ok())
+        written = WIQ_ERR_IO;
+    if (written.ok())
+        written = replace_file(name, path.c_str());
+    if (written.failed())
+        wiq_unlink(name.c_str());
+    return written;
+}
+
+}  // namespace detail
+
+/**
+ * Writes a file, in the place of one that is there: the text is written beside it, flushed to the disk, and put
+ * in its place in one step. After a failure the old file is as it was. On Linux a file that is replaced hands
+ * its permissions on, and a symbolic link is replaced itself.
+ * @return 0; the statuses of wiq_fopen(); WIQ_ERR_IO
+ */
+inline status save_text(const text_arg& path, std::string_view text) {
+    return detail::save(path, [&](std::FILE* stream) -> status {
+        return std::fwrite(text.data(), 1, text.size(), stream) == text.size()
+                   ? 0
+                   : static_cast<i32>(WIQ_ERR_IO);
+    });
+}
+
+/** Loads a document in UTF-8. The statuses of wiq_load_file() and of the parser, the latter with their place. */
+inline result<json> load_file(const text_arg& path, i32 flags = 0) {
+    void* block = nullptr;
+    const i32 size = wiq_load_file(path.c_str(), &block, 1);
+    const c_text owner(static_cast<char*>(block));
+    if (size < 0)
+        return result<json>::failure(size);
+    return parse_utf8({owner.get(), static_cast<std::size_t>(size)}, flags);
+}
+
+/** Saves a document as save_text() does, in UTF-8, with a line feed at its end. Also ke::err_empty and the
+ *  statuses of json_view::dump(). */
+inline status save_file(const text_arg& path, json_view value, u32 flags = 0) {
+    if (!value)
+        return err_empty;
+    return detail::save(path, [&](std::FILE* stream) -> status {
+        KE_TRY(value.dump_to(stream, flags));
+        return std::fputc('\n', stream) == '\n' ? 0 : static_cast<i32>(WIQ_ERR_IO);
+    });
+}
+
+/** @name Directories and files
+ *  @{ */
+/** Makes a directory and the parents that are missing. */
+inline status make_directory(const text_arg& path) {
+    return wiq_mkdir(path.c_str());
+}
+/** Makes the directory that a file is to stand in. */
+inline status make_parents(const text_arg& path) {
+    return wiq_mkdir_parents(path.c_str());
+}
+/** Removes an empty directory. */
+inline status remove_directory(const text_arg& path) {
+    return wiq_rmdir(path.c_str());
+}
+/** Removes a file. */
+inline status remove_file(const text_arg& path) {
+    return wiq_unlink(path.c_str());
+}
+/** Renames a file or directory; an existing target is refused. */
+inline status rename_file(const text_arg& from, const text_arg& to) {
+    return wiq_rename(from.c_str(), to.c_str());
+}
+/** What access() asks for. */
+enum class access_mode { exists = 0, write = 2, read = 4, read_write = 6 };
+/** Whether there is that access to a path. */
+inline bool has_access(const text_arg& path, access_mode mode = access_mode::exists) {
+    return path.c_str() != nullptr && wiq_access(path.c_str(), static_cast<int>(mode)) == 0;
+}
+/** The directory of the running executable. */
+inline result<std::string> install_dir() {
+    return detail::owned(wiq_install_dir(), WIQ_ERR_NOT_FOUND);
+}
+/** The user's home directory. */
+inline result<std::string> home_dir() {
+    return detail::owned(wiq_home_dir(), WIQ_ERR_NOT_FOUND);
+}
+/** @} */
+
+/** @name Path strings
+ *  @{ */
+/** The part behind the last separator. */
+inline std::string_view base_name(std::string_view path) noexcept {
+    const std::size_t at = path.find_last_of("\\/");
+    return at == std::string_view::npos ? path : path.substr(at + 1);
+}
+/** The directory of the last part, as wiq_dirname(). */
+inline std::string dir_name(std::string path) {
+    wiq_dirname(path.data());
+    path.resize(std::strlen(path.c_str()));
+    return path;
+}
+/** Whether a path begins with "\\" or has ":" as its second character. */
+inline bool is_absolute(const text_arg& path) noexcept {
+    return wiq_is_abs_path(path.c_str());
+}
+/** Whether a name holds no separator. */
+inline bool is_file_name(std::string_view name) noexcept {
+    return name.find_first_of("\\/") == std::string_view::npos;
+}
+/** Joins parts with one "\\" each, as wiq_append_path(). */
+template <class... Parts>
+result<std::string> join_path(const Parts&... parts) {
+    wiq_strbuf buffer = {};
+    i32 status = 0;
+    const auto append = [&](const text_arg& part) {
+        if (status >= 0)
+            status = part.status() != 0 ? part.status() : wiq_append_path(&buffer, part.c_str());
+    };
+    (append(parts), ...);
+    std::string joined(buffer.data == nullptr ? "" : buffer.data, buffer.len);
+    wiq_strbuf_finalize(&buffer);
+    return status < 0 ? result<std::string>::failure(status)
+                      : result<std::string>(std::move(joined));
+}
+/** @} */
+
+/** @name Encodings
+ *  @{ */
+/** Wide text as UTF-8. WIQ_ERR_ENCODING for text that is no valid UTF-16 (Windows) or UTF-32. */
+inline result<std::string> to_utf8(const std::wstring& wide) {
+    u32 err = 0;
+    char* const text = narrow(wide.c_str(), &err);
+    return detail::owned(text, err == 8 ? WIQ_ERR_NO_MEMORY : WIQ_ERR_ENCODING);
+}
+/** UTF-8 as wide text; what is invalid becomes U+FFFD. */
+inline result<std::wstring> to_wide(const text_arg& text) {
+    if (text.c_str() == nullptr)
+        return result<std::wstring>::failure(text.status() != 0 ? text.status()
+                                                                : WIQ_ERR_INVALID_ARG);
+    const std::unique_ptr<wchar_t, detail::free_memory> wide(widen(text.c_str(), nullptr));
+    return wide ? result<std::wstring>(std::wstring(wide.get()))
+                : result<std::wstring>::failure(WIQ_ERR_NO_MEMORY);
+}
+/** @} */
+
+/** @name Schema files
+ *  @{ */
+/** The name of a command's schema file. */
+inline result<std::string> schema_name(const text_arg& command, bool input) {
+    u32 err = 0;
+    char* const name = wiq_schema_filename(command.c_str(), input, &err);
+    return detail::owned(name, err != 0 ? static_cast<i32>(err) : WIQ_ERR_INVALID_ARG);
+}
+/** Opens a schema file beside the running executable. */
+inline result<file> open_schema(const text_arg& name) {
+    u32 err = 0;
+    std::FILE* const stream = wiq_schema_open(name.c_str(), &err);
+    return stream != nullptr ? result<file>(file(stream))
+                             : result<file>::failure(static_cast<i32>(err));
+}
+/** Loads a schema file as a document. */
+inline result<json> load_schema(const text_arg& name) {
+    u32 err = 0;
+    wiq_json_t* const node = wiq_load_schema(name.c_str(), &err);
+    return node != nullptr ? result<json>(json::share(node))
+                           : result<json>::failure(static_cast<i32>(err));
+}
+/** @} */
+
+/** @} */
+
+}  // namespace ke
+
+#endif

@@ -1,0 +1,186 @@
+/**
+ * @file tagged.hpp
+ * ke::tagged, the C interface's tagged value as a class that owns what it holds.
+ */
+#ifndef KE_TAGGED_HPP
+#define KE_TAGGED_HPP
+
+#include "ke/status.hpp"
+#include "ke/text_arg.hpp"
+#include "ke/uint128.hpp"
+#include "ke_utils/mtype.h"
+
+namespace ke {
+
+/** @addtogroup cpp
+ *  @{ */
+
+/** A status as a value, where a number would be taken for a number. */
+struct status_value {
+    i32 code; /**< the status */
+};
+/** Bytes, lent. */
+struct bytes_view {
+    const void* data; /**< may be NULL with a size of 0 */
+    u64 size;         /**< in bytes */
+};
+
+/** A number, bool, status, text, block of bytes, pointer or nothing, and which of them. Texts and bytes are
+ *  copied. Copying may fail and is called clone(). */
+class tagged {
+  public:
+    /** Null. */
+    tagged() noexcept { wiq_mtype_init(&value_); }
+    tagged(const tagged&) = delete;
+    tagged& operator=(const tagged&) = delete;
+    /** @name Moves leave the other one null or with what this one held
+     *  @{ */
+    /** Moves leave the other one null or with what this one held. */
+    tagged(tagged&& other) noexcept : tagged() { std::swap(value_, other.value_); }
+    tagged& operator=(tagged&& other) & noexcept {
+        std::swap(value_, other.value_);
+        return *this;
+    }
+    /** @} */
+    ~tagged() { wiq_mtype_finalize(&value_); }
+
+    /** The type tag. */
+    wiq_mtype_tag type() const noexcept {
+        return static_cast<wiq_mtype_tag>(wiq_mtype_get_type(&value_));
+    }
+    /** Whether it holds nothing. */
+    bool is_null() const noexcept { return wiq_mtype_is_null(&value_); }
+
+    /** Stores a number (32 bits or fewer as 32), bool, 128-bit number, text, ke::status_value,
+     *  ke::bytes_view, `void*` (lent) or nullptr. 0; -5000, and then it is null; -7000 for a NUL in a text. */
+    template <class T>
+    status set(const T& value) noexcept {
+        i32 status = 0;
+        if constexpr (std::is_same_v<T, std::nullptr_t>)
+            status = wiq_mtype_set_null(&value_);
+        else if constexpr (std::is_same_v<T, bool>)
+            status = wiq_mtype_set_bool(&value_, value ? 1 : 0);
+        else if constexpr (std::is_same_v<T, uint128> || std::is_same_v<T, wiq_uint128>)
+            status = wiq_mtype_set_uint128(&value_, value);
+        else if constexpr (std::is_same_v<T, float>)
+            status = wiq_mtype_set_float(&value_, value);
+        else if constexpr (std::is_same_v<T, double>)
+            status = wiq_mtype_set_double(&value_, value);
+        else if constexpr (std::is_same_v<T, status_value>)
+            status = wiq_mtype_set_status(&value_, value.code);
+        else if constexpr (std::is_same_v<T, bytes_view>)
+            status = wiq_mtype_set_blob(&value_, value.data, value.size, 1, 1);
+        else if constexpr (std::is_same_v<T, void*>)
+            status = wiq_mtype_set_ptr(&value_, value, 0);
+        else if constexpr (std::is_convertible_v<const T&, std::string_view>) {
+            const text_arg text(value);
+            if (text.status() != 0)
+                return text.status();
+            status = wiq_mtype_set_utf8(&value_, text.c_str(), 1);
+        } else {
+            static_assert(std::is_integral_v<T> && !std::is_same_v<T, char> &&
+                              !std::is_same_v<T, wchar_t> && !std::is_same_v<T, char16_t> &&
+                              !std::is_same_v<T, char32_t>,
+                          "a tagged value does not hold this type");
+            if constexpr (std::is_signed_v<T>)
+                status = sizeof(T) <= 4 ? wiq_mtype_set_int32(&value_, static_cast<i32>(value))
+                                        : wiq_mtype_set_int64(&value_, value);
+            else
+                status = sizeof(T) <= 4 ? wiq_mtype_set_uint32(&value_, static_cast<u32>(value))
+                                        : wiq_mtype_set_uint64(&value_, value);
+        }
+        if (status != 0)
+            wiq_mtype_init(&value_);  // what it held is released already
+        return status;
+    }
+
+    /** The value, if it is of exactly this type: bool, i32, i64, u32, u64, ke::uint128, float, double,
+     *  std::string_view (lent), ke::bytes_view (lent), `void*`, ke::status_value. WIQ_ERR_WRONG_TYPE. */
+    template <class T>
+    result<T> get() const noexcept {
+        const auto is = [this](int tag) { return value_.type == tag; };
+        if constexpr (std::is_same_v<T, bool>) {
+            if (is(WIQ_MTYPE_BOOL))
+                return wiq_mtype_get_bool(&value_);
+        } else if constexpr (std::is_same_v<T, i32>) {
+            if (is(WIQ_MTYPE_INT32))
+                return wiq_mtype_get_int32(&value_);
+        } else if constexpr (std::is_same_v<T, i64>) {
+            if (is(WIQ_MTYPE_INT64))
+                return wiq_mtype_get_int64(&value_);
+        } else if constexpr (std::is_same_v<T, u32>) {
+            if (is(WIQ_MTYPE_UINT32))
+                return wiq_mtype_get_uint32(&value_);
+        } else if constexpr (std::is_same_v<T, u64>) {
+            if (is(WIQ_MTYPE_UINT64))
+                return wiq_mtype_get_uint64(&value_);
+        } else if constexpr (std::is_same_v<T, uint128>) {
+            if (is(WIQ_MTYPE_UINT128))
+                return uint128(wiq_mtype_get_uint128(&value_));
+        } else if constexpr (std::is_same_v<T, float>) {
+            if (is(WIQ_MTYPE_FLOAT))
+                return wiq_mtype_get_float(&value_);
+        } else if constexpr (std::is_same_v<T, double>) {
+            if (is(WIQ_MTYPE_DOUBLE))
+                return wiq_mtype_get_double(&value_);
+        } else if constexpr (std::is_same_v<T, std::string_view>) {
+            const char* const text = wiq_mtype_get_utf8(&value_);
+            if (text != nullptr)
+                return std::string_view(text);
+        } else if constexpr (std::is_same_v<T, bytes_view>) {
+            bytes_view bytes{nullptr, 0};
+            bytes.data = wiq_mtype_get_blob(&value_, &bytes.size);
+            if (is(WIQ_MTYPE_BLOB))
+                return bytes;
+        } else if constexpr (std::is_same_v<T, void*>) {
+            if (is(WIQ_MTYPE_PTR))
+                return wiq_mtype_get_ptr(&value_);
+        } else if constexpr (std::is_same_v<T, status_value>) {
+            if (is(WIQ_MTYPE_STATUS))
+                return status_value{wiq_mtype_get_status(&value_)};
+        } else {
+            static_assert(detail::always_false<T>, "a tagged value is not read as this type");
+        }
+        return result<T>::failure(WIQ_ERR_WRONG_TYPE);
+    }
+    /** The value converted without loss, from any number or a text that is one: u32 or u64. The statuses of
+     *  wiq_mtype_to_uint32(). */
+    template <class T>
+    result<T> convert() const noexcept {
+        static_assert(std::is_same_v<T, u32> || std::is_same_v<T, u64>,
+                      "a tagged value converts to u32 and u64");
+        T number = 0;
+        i32 status = 0;
+        if constexpr (std::is_same_v<T, u32>)
+            status = wiq_mtype_to_uint32(&value_, &number);
+        else
+            status = wiq_mtype_to_uint64(&value_, &number);
+        return status == 0 ? result<T>(number) : result<T>::failure(status);
+    }
+    /** A deep copy; a pointer is lent by both. -5000. */
+    result<tagged> clone() const noexcept {
+        tagged copy;
+        const i32 status = wiq_mtype_copy(&value_, &copy.value_);
+        if (status == 0)
+            return copy;
+        wiq_mtype_init(&copy.value_);
+        return result<tagged>::failure(status);
+    }
+    /** Whether types and contents are equal. */
+    friend bool operator==(const tagged& a, const tagged& b) noexcept {
+        return wiq_mtype_equal(&a.value_, &b.value_);
+    }
+    /** Whether they are not. */
+    friend bool operator!=(const tagged& a, const tagged& b) noexcept { return !(a == b); }
+    /** The record itself, lent. */
+    wiq_mtype* get_record() noexcept { return &value_; }
+
+  private:
+    wiq_mtype value_;
+};
+
+/** @} */
+
+}  // namespace ke
+
+#endif

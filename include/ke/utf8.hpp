@@ -1,0 +1,39 @@
+/**
+ * @file utf8.hpp
+ * JSON text in UTF-8, and dumps in ASCII, over the helpers of ke_utils/utf8.h.
+ */
+#ifndef KE_UTF8_HPP
+#define KE_UTF8_HPP
+
+#include "ke/json.hpp"
+#include "ke_utils/utf8.h"
+
+namespace ke {
+
+/** @addtogroup cpp
+ *  @{ */
+
+/** Parses a document in UTF-8, with or without a byte order mark. Places are those of `text`. */
+inline result<json> parse_utf8(std::string_view text, i32 flags = 0) {
+    wiq_json_load_error error;
+    wiq_json_t* const node = ke_json_loads_utf8(text.data(), text.size(), flags, &error);
+    return node != nullptr ? result<json>(json::share(node)) : result<json>(status(error));
+}
+
+/** The document as text in ASCII, which json::parse() reads back. */
+inline result<std::string> dump_ascii(json_view value, u32 flags = 0) {
+    if (!value)
+        return result<std::string>::failure(err_empty);
+    char* text = nullptr;
+    const i32 length = ke_json_sdump_ascii(value.node(), &text, flags);
+    if (length < 0)
+        return result<std::string>::failure(length);
+    const c_text owner(text);
+    return std::string(text, static_cast<std::size_t>(length));
+}
+
+/** @} */
+
+}  // namespace ke
+
+#endif

@@ -1,0 +1,238 @@
+/**
+ * @file visitor.hpp
+ * Objects and visitors: ke::object, an owner of an object of the C interface's class system, and
+ * ke::json_visitor, a class whose members are overridden to walk a document.
+ */
+#ifndef KE_VISITOR_HPP
+#define KE_VISITOR_HPP
+
+#include "ke/callback.hpp"
+#include "ke/json.hpp"
+#include "ke_utils/object.h"
+
+namespace ke {
+
+/** @addtogroup cpp
+ *  @{ */
+
+/** One owner of an object of the C interface; copying adds an owner. `T` begins with a WiqObject. */
+template <class T = WiqObject>
+class object {
+  public:
+    /** Nothing. */
+    object() noexcept = default;
+    /** A new object of a type. WIQ_ERR_FAILED if object_new() gives none. */
+    static result<object> make(WiqType& type) noexcept {
+        WiqObject* const made = object_new(&type);
+        return made != nullptr ? result<object>(object(made))
+                               : result<object>::failure(WIQ_ERR_FAILED);
+    }
+    /** Another owner of an object that is lent. */
+    static object share(T* lent) noexcept {
+        if (lent != nullptr)
+            object_ref(header(lent));
+        return object(header(lent));
+    }
+    /** @name Copies share
+     *  @{ */
+    /** Copies share. */
+    object(const object& other) noexcept : object_(other.object_) {
+        if (object_ != nullptr)
+            object_ref(object_);
+    }
+    object(object&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    object& operator=(object other) & noexcept {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+    /** @} */
+    ~object() { object_unref(object_); }
+
+    /** Whether there is an object. */
+    explicit operator bool() const noexcept { return object_ != nullptr; }
+    /** The object, lent. */
+    T* get() const noexcept { return reinterpret_cast<T*>(object_); }
+    /** Its fields. */
+    T* operator->() const noexcept { return get(); }
+    /** Whether its type is the given one or derives from it. */
+    bool is_a(const WiqType& type) const noexcept {
+        return object_check(object_, &type) != nullptr;
+    }
+
+  private:
+    explicit object(WiqObject* owned) noexcept : object_(owned) {}
+    static WiqObject* header(T* from) noexcept { return reinterpret_cast<WiqObject*>(from); }
+
+    WiqObject* object_ = nullptr;
+};
+
+/** Registers a type when the program starts: `static ke::type_registration reg(my_type, ObjectType);` */
+class type_registration {
+  public:
+    /** Registers. */
+    type_registration(WiqType& type, WiqType& parent) noexcept
+        : status_(type_init(&type, &parent)) {}
+    /** How it went; stays to be asked, since nothing can be reported when the program starts. */
+    ke::status status() const noexcept { return status_; }
+
+  private:
+    i32 status_;
+};
+
+class json_visitor;
+
+namespace detail {
+
+// An instance of the C class that passes each call on to a json_visitor.
+struct visitor_bridge {
+    WiqJsonVisitor base;
+    json_visitor* self;
+};
+
+i32 fill_visitor_class(WiqClass* klass) noexcept;
+
+inline WiqType visitor_type = {"ke::json_visitor",
+                               nullptr,
+                               sizeof(visitor_bridge),
+                               nullptr,
+                               nullptr,
+                               sizeof(WiqJsonVisitorClass),
+                               [](WiqClass* klass) { return fill_visitor_class(klass); },
+                               nullptr,
+                               nullptr,
+                               0,
+                               {}};
+inline const type_registration visitor_registration(visitor_type, WiqJsonVisitorType);
+
+}  // namespace detail
+
+/**
+ * A walk over a document: derive from it, override what matters, call visit(). A member that is not overridden
+ * does what the C visitor does; one that is calls the base's to go on below. A status that is not 0 ends the
+ * walk and is what visit() gives. Members may throw. The walk recurses, a level of the stack for each of the
+ * document: for documents of strangers use ranges.
+ */
+class json_visitor {
+  public:
+    json_visitor() = default;
+    json_visitor(const json_visitor&) = delete;
+    json_visitor& operator=(const json_visitor&) = delete;
+    virtual ~json_visitor() = default;
+
+    /** Walks a value. ke::err_empty; WIQ_ERR_FAILED if the visitor cannot be made; what ended the walk. */
+    ke::status visit(json_view value) {
+        if (!value)
+            return err_empty;
+        auto made = object<detail::visitor_bridge>::make(detail::visitor_type);
+        if (!made)
+            return made.status();
+        (*made)->self = this;
+        bridge_ = &(*made)->base;
+        const i32 status = klass()->visit(bridge_, value.node());
+        bridge_ = nullptr;
+        keeper_.rethrow();
+        return status < 0 ? ke::status(status) : ke::status(status == 0 ? 0 : WIQ_ERR_FAILED);
+    }
+
+  protected:
+    /** @name What a subclass overrides
+     *  @{ */
+    /** What a subclass overrides. */
+    virtual ke::status on_object(json_view value) {
+        return base()->visit_object(bridge_, value.node());
+    }
+    virtual ke::status on_array(json_view value) {
+        return base()->visit_array(bridge_, value.node());
+    }
+    virtual ke::status on_member(json_view parent, std::string_view key, json_view value,
+                                 bool first) {
+        return base()->object_member(bridge_, parent.node(), key.data(), value.node(), first);
+    }
+    virtual ke::status on_element(json_view array, i32 index, json_view value) {
+        return base()->array_element(bridge_, array.node(), index, value.node());
+    }
+    virtual ke::status on_string(json_view, std::string_view) { return {}; }
+    virtual ke::status on_integer(json_view, i64) { return {}; }
+    virtual ke::status on_unsigned(json_view, u64) { return {}; }
+    virtual ke::status on_uint128(json_view, uint128) { return {}; }
+    virtual ke::status on_real(json_view, double) { return {}; }
+    virtual ke::status on_reference(json_view, std::string_view) { return {}; }
+    virtual ke::status on_bool(json_view, bool) { return {}; }
+    virtual ke::status on_null(json_view) { return {}; }
+    /** @} */
+
+  private:
+    friend i32 detail::fill_visitor_class(WiqClass* klass) noexcept;
+
+    const WiqJsonVisitorClass* klass() const noexcept {
+        return reinterpret_cast<const WiqJsonVisitorClass*>(object_get_class(&bridge_->object));
+    }
+    const WiqJsonVisitorClass* base() const noexcept {
+        return reinterpret_cast<const WiqJsonVisitorClass*>(
+            object_get_super_class(&bridge_->object, &WiqJsonVisitorType));
+    }
+    template <class Call>
+    static i32 pass(WiqJsonVisitor* visitor, Call call) noexcept {
+        json_visitor* const self = reinterpret_cast<detail::visitor_bridge*>(visitor)->self;
+        return self->keeper_.run(static_cast<i32>(WIQ_ERR_FAILED),
+                                 [&]() -> i32 { return call(*self).code(); });
+    }
+
+    WiqJsonVisitor* bridge_ = nullptr;
+    detail::exception_keeper keeper_;
+};
+
+namespace detail {
+
+inline i32 fill_visitor_class(WiqClass* klass) noexcept {
+    auto* const slots = reinterpret_cast<WiqJsonVisitorClass*>(klass);
+    using self = json_visitor&;
+    slots->visit_object = [](WiqJsonVisitor* v, wiq_json_t* n) {
+        return json_visitor::pass(v, [n](self s) { return s.on_object(json_view(n)); });
+    };
+    slots->visit_array = [](WiqJsonVisitor* v, wiq_json_t* n) {
+        return json_visitor::pass(v, [n](self s) { return s.on_array(json_view(n)); });
+    };
+    slots->object_member = [](WiqJsonVisitor* v, wiq_json_t* o, const char* k, wiq_json_t* n,
+                              bool first) {
+        return json_visitor::pass(
+            v, [=](self s) { return s.on_member(json_view(o), k, json_view(n), first); });
+    };
+    slots->array_element = [](WiqJsonVisitor* v, wiq_json_t* a, i32 index, wiq_json_t* n) {
+        return json_visitor::pass(
+            v, [=](self s) { return s.on_element(json_view(a), index, json_view(n)); });
+    };
+    slots->visit_string = [](WiqJsonVisitor* v, wiq_json_t* n, const char* text) {
+        return json_visitor::pass(v, [=](self s) { return s.on_string(json_view(n), text); });
+    };
+    slots->visit_i64 = [](WiqJsonVisitor* v, wiq_json_t* n, i64 value) {
+        return json_visitor::pass(v, [=](self s) { return s.on_integer(json_view(n), value); });
+    };
+    slots->visit_u64 = [](WiqJsonVisitor* v, wiq_json_t* n, u64 value) {
+        return json_visitor::pass(v, [=](self s) { return s.on_unsigned(json_view(n), value); });
+    };
+    slots->visit_u128 = [](WiqJsonVisitor* v, wiq_json_t* n, const wiq_uint128* value) {
+        return json_visitor::pass(v, [=](self s) { return s.on_uint128(json_view(n), *value); });
+    };
+    slots->visit_double = [](WiqJsonVisitor* v, wiq_json_t* n, double value) {
+        return json_visitor::pass(v, [=](self s) { return s.on_real(json_view(n), value); });
+    };
+    slots->visit_ref = [](WiqJsonVisitor* v, wiq_json_t* n, const char* uri) {
+        return json_visitor::pass(v, [=](self s) { return s.on_reference(json_view(n), uri); });
+    };
+    slots->visit_bool = [](WiqJsonVisitor* v, wiq_json_t* n, bool value) {
+        return json_visitor::pass(v, [=](self s) { return s.on_bool(json_view(n), value); });
+    };
+    slots->visit_null = [](WiqJsonVisitor* v, wiq_json_t* n) {
+        return json_visitor::pass(v, [=](self s) { return s.on_null(json_view(n)); });
+    };
+    return 0;
+}
+
+}  // namespace detail
+
+/** @} */
+
+}  // namespace ke
+
+#endif

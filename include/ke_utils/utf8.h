@@ -1,0 +1,225 @@
+/**
+ * @file utf8.h
+ * JSON text beyond ASCII. The parser of json.h reads ASCII with "\u" escapes and the serializer writes such
+ * characters raw, so what was saved could not be loaded: these helpers close the circle. They are inline and
+ * add no export to the library; include this header where they are needed (ke_utils.h does not).
+ */
+#ifndef KE_UTILS_UTF8_H
+#define KE_UTILS_UTF8_H
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "ke_utils/core.h"
+#include "ke_utils/json.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** @defgroup utf8 JSON text beyond ASCII
+ *  @{ */
+
+/** @cond */
+/* A byte of a text, as a number. */
+static inline u8 ke_utf8_byte_(const char* text, size_t at) {
+    return (u8)text[at];
+}
+
+/* The length of the valid sequence (RFC 3629) at `at`; 0 if there is none. */
+static inline size_t ke_utf8_length_(const char* text, size_t size, size_t at) {
+    const u8 lead = ke_utf8_byte_(text, at);
+    const size_t length = lead < 0x80   ? 1
+                          : lead < 0xC2 ? 0
+                          : lead < 0xE0 ? 2
+                          : lead < 0xF0 ? 3
+                          : lead < 0xF5 ? 4
+                                        : 0;
+    size_t i;
+    if (length == 0 || length > size - at)
+        return 0;
+    for (i = 1; i < length; ++i) {
+        if ((ke_utf8_byte_(text, at + i) & 0xC0) != 0x80)
+            return 0;
+    }
+    if (length > 2) {
+        /* Overlong forms, surrogates, and what is above U+10FFFF show in the second byte. */
+        const u8 second = ke_utf8_byte_(text, at + 1);
+        if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+            (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F))
+            return 0;
+    }
+    return length;
+}
+
+/* The bytes that a sequence of this length becomes: itself, one escape, or a pair of them. */
+static inline size_t ke_utf8_escaped_(size_t length) {
+    return length == 1 ? 1 : length == 4 ? 12 : 6;
+}
+
+static inline char* ke_utf8_put_unit_(char* to, u32 unit) {
+    static const char digits[] = "0123456789abcdef";
+    int shift;
+    *to++ = '\\';
+    *to++ = 'u';
+    for (shift = 12; shift >= 0; shift -= 4)
+        *to++ = digits[unit >> shift & 0xF];
+    return to;
+}
+
+/* Escapes the sequence at `from`; returns what is behind the escape. */
+static inline char* ke_utf8_put_(char* to, const char* from, size_t length) {
+    u32 code = ke_utf8_byte_(from, 0);
+    size_t i;
+    if (length == 1) {
+        *to = *from;
+        return to + 1;
+    }
+    code &= length == 2 ? 0x1Fu : length == 3 ? 0x0Fu : 0x07u;
+    for (i = 1; i < length; ++i)
+        code = code << 6 | (ke_utf8_byte_(from, i) & 0x3Fu);
+    if (code < 0x10000)
+        return ke_utf8_put_unit_(to, code);
+    to = ke_utf8_put_unit_(to, 0xD800u + ((code - 0x10000u) >> 10));
+    return ke_utf8_put_unit_(to, 0xDC00u + ((code - 0x10000u) & 0x3FFu));
+}
+
+/* Writes to `err` the place in a text behind the characters that make `escaped` bytes when they are escaped. */
+static inline void ke_utf8_place_(const char* text, size_t size, size_t start, size_t escaped,
+                                  wiq_json_load_error* err) {
+    const size_t largest = 0x7FFFFFFF;
+    size_t at = start, made = 0, line = 1, column = 0;
+    while (at < size && made < escaped) {
+        size_t length = ke_utf8_length_(text, size, at);
+        length = length == 0 ? 1 : length;
+        made += ke_utf8_escaped_(length);
+        ++column;
+        if (text[at] == '\n') {
+            ++line;
+            column = 0;
+        }
+        at += length;
+    }
+    err->line = (i32)(line < largest ? line : largest);
+    err->column = (i32)(column < largest ? column : largest);
+    err->position = (i32)(at < largest ? at : largest);
+}
+/** @endcond */
+
+/**
+ * Turns UTF-8 text into the ASCII that the JSON parser reads: every character beyond ASCII becomes its "\u"
+ * escape, or a pair of them. A byte order mark at the front is left out.
+ * @param text  `size` bytes; no NUL is needed behind them. NULL with a size above 0 is -7000.
+ * @param size  in bytes
+ * @param err   receives status 0; WIQ_ERR_JSON_BAD_UTF8 or WIQ_ERR_JSON_BAD_TOKEN (a NUL) with the place, the
+ *              bad byte counted; WIQ_ERR_INVALID_ARG; WIQ_ERR_NO_MEMORY. May be NULL.
+ * @return a new NUL-terminated text, released with free(); NULL on failure
+ */
+static inline char* ke_utf8_to_json_ascii(const char* text, size_t size, wiq_json_load_error* err) {
+    wiq_json_load_error ignored;
+    size_t start, at, need = 0;
+    char *made, *to;
+    err = err != NULL ? err : &ignored;
+    err->status = 0;
+    err->line = 1;
+    err->column = 0;
+    err->position = 0;
+    if (text == NULL && size > 0) {
+        err->status = WIQ_ERR_INVALID_ARG;
+        return NULL;
+    }
+    start = size >= 3 && memcmp(text, "\xEF\xBB\xBF", 3) == 0 ? 3 : 0;
+    for (at = start; at < size;) {
+        const size_t length = text[at] == '\0' ? 0 : ke_utf8_length_(text, size, at);
+        if (length == 0) {
+            ke_utf8_place_(text, size, start, need + 1, err);
+            err->status = text[at] == '\0' ? WIQ_ERR_JSON_BAD_TOKEN : WIQ_ERR_JSON_BAD_UTF8;
+            return NULL;
+        }
+        need += ke_utf8_escaped_(length);
+        at += length;
+    }
+    made = to = (char*)malloc(need + 1);
+    if (made == NULL) {
+        err->status = WIQ_ERR_NO_MEMORY;
+        return NULL;
+    }
+    for (at = start; at < size;) {
+        const size_t length = ke_utf8_length_(text, size, at);
+        to = ke_utf8_put_(to, text + at, length);
+        at += length;
+    }
+    *to = '\0';
+    return made;
+}
+
+/**
+ * wiq_json_loads() for UTF-8 text, with or without a byte order mark.
+ * @param text  `size` bytes; no NUL is needed behind them, and none may be among them
+ * @param size  in bytes
+ * @param flags of wiq_json_load_flag
+ * @param err   as in wiq_json_loads(), with the place in `text`: columns in characters, positions in bytes (a
+ *              byte order mark counts as bytes and as no character). Also the statuses of
+ *              ke_utf8_to_json_ascii(). May be NULL.
+ * @return as wiq_json_loads()
+ */
+static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 flags,
+                                             wiq_json_load_error* err) {
+    wiq_json_load_error ignored;
+    wiq_json_t* root;
+    char* ascii;
+    err = err != NULL ? err : &ignored;
+    ascii = ke_utf8_to_json_ascii(text, size, err);
+    if (ascii == NULL)
+        return NULL;
+    root = wiq_json_loads(ascii, flags, err);
+    free(ascii);
+    {
+        const i32 status = err->status;
+        const size_t start = size >= 3 && memcmp(text, "\xEF\xBB\xBF", 3) == 0 ? 3 : 0;
+        ke_utf8_place_(text, size, start, (size_t)err->position, err);
+        if (status == 0) {
+            /* As after every load that succeeds: the position alone is told. */
+            err->line = 1;
+            err->column = 0;
+        }
+        err->status = status;
+    }
+    return root;
+}
+
+/**
+ * wiq_json_sdump() that writes ASCII: characters beyond it as "\u" escapes, so that every JSON parser reads
+ * the text back, this library's too.
+ * @param out   receives a new string, released with free(); untouched on failure
+ * @param flags of wiq_json_dump_flag
+ * @return the length, or a status as of wiq_json_sdump()
+ */
+static inline i32 ke_json_sdump_ascii(wiq_json_t* node, char** out, u32 flags) {
+    char* text = NULL;
+    char* ascii;
+    size_t length;
+    wiq_json_load_error err;
+    const i32 raw = out == NULL ? (i32)WIQ_ERR_INVALID_ARG : wiq_json_sdump(node, &text, flags);
+    if (raw < 0)
+        return raw;
+    ascii = ke_utf8_to_json_ascii(text, (size_t)raw, &err);
+    free(text);
+    if (ascii == NULL)
+        return err.status;
+    length = strlen(ascii);
+    if (length > 0x7FFFFFFF) {
+        free(ascii);
+        return WIQ_ERR_RANGE;
+    }
+    *out = ascii;
+    return (i32)length;
+}
+
+/** @} */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
