@@ -40,6 +40,8 @@ TEST(Encoding, BothWays) {
              Row{{0x20AC}, "\xe2\x82\xac"},
              Row{{0xD7FF}, "\xed\x9f\xbf"},
              Row{{0xFFFD}, "\xef\xbf\xbd"},
+             Row{{0xE000}, "\xee\x80\x80"},
+             Row{{0xFFFF, 0x10000}, "\xef\xbf\xbf\xf0\x90\x80\x80"},
              Row{{0x1F600}, "\xf0\x9f\x98\x80"},
              Row{{0x10FFFF}, "\xf4\x8f\xbf\xbf"},
          }) {
@@ -68,8 +70,10 @@ TEST(Encoding, NullIsNoError) {
 }
 
 TEST(Encoding, NarrowRefusesLoneSurrogates) {
-    for (const std::wstring& text : {std::wstring{static_cast<wchar_t>(0xD800)},
-                                     std::wstring{L'a', static_cast<wchar_t>(0xDC00), L'b'}}) {
+    for (const std::wstring& text :
+         {std::wstring{static_cast<wchar_t>(0xD800)}, std::wstring{static_cast<wchar_t>(0xDBFF)},
+          std::wstring{static_cast<wchar_t>(0xDFFF)},
+          std::wstring{L'a', static_cast<wchar_t>(0xDC00), L'b'}}) {
         u32 err = 0;
         EXPECT_EQ(narrow(text.c_str(), &err), nullptr);
         EXPECT_EQ(err, kNoUnicodeTranslation);
@@ -102,6 +106,56 @@ TEST(Encoding, WidenReplacesWhatIsInvalid) {
         ASSERT_NE(widened, nullptr) << row.utf8;
         EXPECT_EQ(err, 0u);
         EXPECT_EQ(std::wstring(widened), wide(row.code_points)) << row.utf8;
+        free(widened);
+    }
+}
+
+// A sequence is given up at the first byte that no valid sequence has there, and each such piece is replaced
+// by one character. Where wide characters are units of 16 bits the system decides what a piece is.
+TEST(Encoding, WidenReplacesEachPieceOfAnIllFormedSequence) {
+    if (sizeof(wchar_t) != 4)
+        return;
+    struct Row {
+        const char* utf8;
+        std::vector<u32> code_points;
+    };
+    constexpr u32 kBad = 0xFFFD;
+    for (
+        const Row& row : {
+            // The second byte makes the text too long for its character, a surrogate, or too large.
+            Row{"\xe0\x80\x80", {kBad, kBad, kBad}},
+            Row{"\xe0\x9f\xbf", {kBad, kBad, kBad}},
+            Row{"\xe0\xa0\x80", {0x800}},
+            Row{"\xed\x9f\xbf", {0xD7FF}},
+            Row{"\xed\xa0\x80", {kBad, kBad, kBad}},
+            Row{"\xed\xbf\xbf", {kBad, kBad, kBad}},
+            Row{"\xf0\x8f\xbf\xbf", {kBad, kBad, kBad, kBad}},
+            Row{"\xf0\x90\x80\x80", {0x10000}},
+            Row{"\xf4\x8f\xbf\xbf", {0x10FFFF}},
+            Row{"\xf4\x90\x80\x80", {kBad, kBad, kBad, kBad}},
+            // The leads beside those have no such limits.
+            Row{"\xe1\x80\x80", {0x1000}},
+            Row{"\xec\xbf\xbf", {0xCFFF}},
+            Row{"\xee\xbf\xbf", {0xEFFF}},
+            Row{"\xf1\x80\x80\x80", {0x40000}},
+            Row{"\xf3\xbf\xbf\xbf", {0xFFFFF}},
+            // Bytes that begin nothing.
+            Row{"\xc1\xbf", {kBad, kBad}},
+            Row{"\xc2\x80", {0x80}},
+            Row{"\xf5\x80", {kBad, kBad}},
+            // Cut off after two and three bytes, by a character and by the end.
+            Row{"\xe1\x80", {kBad}},
+            Row{"\xe1\x80\xc2\x80", {kBad, 0x80}},
+            Row{"\xf1\x80\x80", {kBad}},
+            Row{"\xf1\x80\x80\xf1\x80\x80\x80", {kBad, 0x40000}},
+            Row{"\xe1\xc0\x80", {kBad, kBad, kBad}},
+        }) {
+        u32 err = 7;
+        wchar_t* widened = widen(row.utf8, &err);
+        ASSERT_NE(widened, nullptr);
+        EXPECT_EQ(err, 0u);
+        EXPECT_EQ(std::wstring(widened), wide(row.code_points))
+            << testing::PrintToString(std::string(row.utf8));
         free(widened);
     }
 }
