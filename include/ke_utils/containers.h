@@ -236,8 +236,8 @@ KE_API bool wiq_map_test_key(const wiq_map* map, const void* key);
 KE_API void* wiq_map_remove(wiq_map* map, const void* key);
 
 /**
- * Removes every entry: the map is emptied first, then each key and after it its value is released. What key_free
- * and value_free store meanwhile stays. The buckets keep their number unless that makes the map grow.
+ * Removes every entry, releasing each key and then its value; the buckets keep their number. What key_free and
+ * value_free store meanwhile may go or stay.
  */
 KE_API void wiq_map_remove_all(wiq_map* map);
 

@@ -79,20 +79,6 @@ i32 store(wiq_map* map, void* key, u32 hash, void* value, void** old_value) {
     return 0;
 }
 
-// Takes all entries out of the map: one list, in the order of a walk.
-wiq_map_entry* take_all(wiq_map* map) {
-    wiq_map_entry* first = nullptr;
-    wiq_map_entry** end = &first;
-    for (u64 bucket = 0; bucket < map->bucket_count; ++bucket) {
-        *end = map->buckets[bucket];
-        map->buckets[bucket] = nullptr;
-        while (*end != nullptr)
-            end = &(*end)->next;
-    }
-    map->size = 0;
-    return first;
-}
-
 }  // namespace
 
 i32 wiq_map_init(wiq_map* map, u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp,
@@ -204,15 +190,20 @@ void* wiq_map_remove(wiq_map* map, const void* key) {
 }
 
 void wiq_map_remove_all(wiq_map* map) {
-    const wiq_release_fn key_free = map->key_free;
-    const wiq_release_fn value_free = map->value_free;
-    // The callbacks may use the map: what they store meanwhile stays.
-    for (wiq_map_entry* entry = take_all(map); entry != nullptr;) {
-        const wiq_map_entry old = *entry;
-        free(entry);
-        call(key_free, old.key);
-        call(value_free, old.value);
-        entry = old.next;
+    // A chain leaves the map as a whole before anything of it is released: the callbacks may use the map,
+    // and may even make it grow. Growth moves no entry to a bucket that has been emptied.
+    for (u64 bucket = 0; bucket < map->bucket_count; ++bucket) {
+        wiq_map_entry* entry = map->buckets[bucket];
+        map->buckets[bucket] = nullptr;
+        for (const wiq_map_entry* gone = entry; gone != nullptr; gone = gone->next)
+            --map->size;
+        while (entry != nullptr) {
+            const wiq_map_entry old = *entry;
+            free(entry);
+            call(map->key_free, old.key);
+            call(map->value_free, old.value);
+            entry = old.next;
+        }
     }
 }
 
