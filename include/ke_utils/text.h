@@ -24,6 +24,33 @@ extern "C" {
  *  syntax is the platform runtime's; all functions but wiq_snprintf() also take positional arguments
  *  ("%1$s", "%2$d"), so that a translated format may reorder its arguments.
  *
+ *  Every platform refuses a format with a "%n" conversion, with positions that leave one out, or with a width or
+ *  a precision beyond 31 bits, as if the runtime did. Integers, strings and characters in ASCII, and finite real
+ *  numbers are written alike everywhere, but for what this table lists; "refused" is -7, or a negative length.
+ *
+ *  | what | Linux | Windows, UCRT | Windows, msvcrt.dll |
+ *  |---|---|---|---|
+ *  | ties, as "%.0f" of 0.5 and 2.5 | to even: 0, 2 | to even from Windows 10 2004 on, before that up: 1, 3 | up: 1, 3 |
+ *  | infinity by "%f", "%e", "%g" | inf | inf | 1.#INF00, cut and rounded to the precision |
+ *  | NaN | nan, -nan | nan, -nan(ind) | 1.#QNAN0, -1.#IND00 |
+ *  | "%F" | "%f" in capitals | "%f" in capitals | refused |
+ *  | digits of an exponent | two or more | two or more | three |
+ *  | "%a" of 1.5 | 0x1.8p+0 | 0x1.8000000000000p+0 | 0x1.8000000000000p+0 |
+ *  | "%p" of 0x1234, NULL | 0x1234, (nil) | 16 digits, in capitals | 16 digits, in capitals |
+ *  | "%ld" | 64 bits | 32 bits | 32 bits |
+ *  | "%Lf" | long double | double | double |
+ *  | "%hhd" of 300 | 44 | 44 | 300 |
+ *  | "%05s" of "ab" | blanks in front | zeros in front | zeros in front |
+ *  | "%.3s" of NULL | nothing | (nu | (nu |
+ *  | "%I64d" | other than meant | a 64-bit integer | a 64-bit integer |
+ *  | "%m", "%'d" | error text, grouping | refused | refused |
+ *  | a conversion that is none ("%y") | as it stands | refused | refused |
+ *  | "%" at the end | refused | refused | refused |
+ *  | arguments with and without positions in one format | not specified | refused | refused |
+ *
+ *  wiq_snprintf() on Windows passes over a conversion that is none, and over "%" at the end, in place of refusing
+ *  the format.
+ *
  *  A re-usable block is a pair that the caller holds: a pointer to a heap string and the block's size in
  *  bytes. It starts as {NULL, 0}, grows when it must, never shrinks, and is released with free():
  *  @code

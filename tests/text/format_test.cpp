@@ -1,5 +1,6 @@
 // Formatted strings: lengths, truncation, positional arguments, fresh strings and re-used blocks.
 #include <climits>
+#include <cmath>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -125,6 +126,55 @@ TEST(Format, ConversionsThatBothPlatformsWriteAlike) {
     EXPECT_EQ(text("%02i:%.3i", 3, 4), "03:004");
     EXPECT_EQ(text(""), "");
     EXPECT_EQ(text("%s", std::string(400, 'x').c_str()), std::string(400, 'x'));
+}
+
+// The table of text.h, as far as runtimes can be asked; nullptr: refused.
+TEST(Format, WhereTheRuntimesDiffer) {
+    const struct {
+        const char* format;
+        double value;
+        const char *linux_text, *ucrt, *msvcrt;
+    } rows[] = {
+        {"%f", INFINITY, "inf", "inf", "1.#INF00"},
+        {"%e", -INFINITY, "-inf", "-inf", "-1.#INF00e+000"},
+        {"%5.1f", INFINITY, "  inf", "  inf", "  1.$"},
+        {"%f", static_cast<double>(NAN), "nan", "nan", "1.#QNAN0"},
+        {"%F", INFINITY, "INF", "INF", nullptr},
+        {"%F", 1.5, "1.500000", "1.500000", nullptr},
+        {"%e", 1.5, "1.500000e+00", "1.500000e+00", "1.500000e+000"},
+        {"%g", 1e-5, "1e-05", "1e-05", "1e-005"},
+        {"%g", 1e300, "1e+300", "1e+300", "1e+300"},
+        {"%a", 1.5, "0x1.8p+0", "0x1.8000000000000p+0", "0x1.8000000000000p+0"},
+        {"%y", 1, "%y", nullptr, nullptr},
+        {"%", 1, nullptr, nullptr, nullptr},
+    };
+    for (const auto& row : rows) {
+#if defined(_UCRT)
+        const char* expected = row.ucrt;
+#elif defined(_WIN32)
+        const char* expected = row.msvcrt;
+#else
+        const char* expected = row.linux_text;
+#endif
+        char buf[64];
+        const i32 length = format_into(buf, sizeof buf, row.format, row.value);
+        if (expected == nullptr) {
+            EXPECT_EQ(length, WIQ_ERR_FAILED) << row.format;
+        } else {
+            EXPECT_EQ(length, static_cast<i32>(strlen(expected))) << row.format;
+            EXPECT_STREQ(buf, expected) << row.format;
+        }
+    }
+    // Ties go to the even digit or up; never down to an odd one.
+    char buf[64];
+    EXPECT_EQ(format_into(buf, sizeof buf, "%.0f %.0f %.0f %.0f", 0.5, 1.5, 2.5, 3.5), 7);
+#ifdef _WIN32
+    EXPECT_TRUE(std::string(buf) == "0 2 2 4" || std::string(buf) == "1 2 3 4") << buf;
+#else
+    EXPECT_STREQ(buf, "0 2 2 4");
+#endif
+    EXPECT_EQ(format_into(buf, sizeof buf, "%.2f|%.1f", 0.126, 0.26), 8);
+    EXPECT_STREQ(buf, "0.13|0.3");
 }
 
 TEST(Format, PositionalArguments) {
