@@ -16,26 +16,11 @@
 
 #include "os/invalid_parameters.h"
 #include "os/os.h"
+#include "os/windows_path.h"
 
 namespace ke::os {
 
 namespace {
-
-// A path as the system takes it; get() is nullptr if it cannot be converted.
-class WidePath {
-  public:
-    explicit WidePath(const char* path) {
-        u32 code = 0;
-        text_ = widen_text(path, &code);
-    }
-    WidePath(const WidePath&) = delete;
-    WidePath& operator=(const WidePath&) = delete;
-    ~WidePath() { free(text_); }
-    const wchar_t* get() const { return text_; }
-
-  private:
-    wchar_t* text_;
-};
 
 FileResult result_of_errno() {
     switch (errno) {
@@ -62,6 +47,12 @@ FileResult result_of_last_error() {
     }
 }
 
+// Some of the system's calls find a name that is too long, and some say that it is none.
+FileResult result_of_name(FileResult result, const wchar_t* path) {
+    const bool unclear = result == FileResult::kInvalid || result == FileResult::kOther;
+    return unclear && is_too_long(path) ? FileResult::kNotFound : result;
+}
+
 // The flags of _wopen() for a mode of fopen() that creates a file which must not exist.
 int exclusive_flags(const wchar_t* mode) {
     int flags = _O_CREAT | _O_EXCL | (mode[0] == L'a' ? _O_APPEND : 0);
@@ -86,16 +77,19 @@ FILE* create_file(const wchar_t* path, const wchar_t* mode) {
 using OpenFn = FILE* (*)(const wchar_t* path, const wchar_t* mode);
 
 FILE* open_with(OpenFn open, const char* path, const char* mode, FileResult* result) {
-    const WidePath wide_path(path);
-    const WidePath wide_mode(mode);
-    if (wide_path.get() == nullptr || wide_mode.get() == nullptr) {
+    const SystemPath wide_path(path);
+    u32 code = 0;
+    wchar_t* wide_mode = widen_text(mode, &code);
+    if (wide_path.get() == nullptr || wide_mode == nullptr) {
+        free(wide_mode);
         *result = FileResult::kBadPath;
         return nullptr;
     }
     errno = 0;
     const InvalidParametersFail guard;
-    FILE* fp = open(wide_path.get(), wide_mode.get());
-    *result = fp != nullptr ? FileResult::kOk : result_of_errno();
+    FILE* fp = open(wide_path.get(), wide_mode);
+    *result = fp != nullptr ? FileResult::kOk : result_of_name(result_of_errno(), wide_path.get());
+    free(wide_mode);
     return fp;
 }
 
@@ -145,27 +139,24 @@ FILE* open_new_file(const char* path, const char* mode, FileResult* result) {
 
 FileResult make_temp_name(char* tmpl) {
     // The runtime looks for files of the name that it makes, so it must see the name that the file will have.
-    u32 code = 0;
-    wchar_t* wide = widen_text(tmpl, &code);
-    if (wide == nullptr)
+    SystemPath wide(tmpl);
+    if (wide.get() == nullptr)
         return FileResult::kOther;
     errno = 0;
     const InvalidParametersFail guard;
-    const FileResult result = _wmktemp(wide) != nullptr ? FileResult::kOk : result_of_errno();
-    if (result == FileResult::kOk) {
-        constexpr size_t kPlaces = 6;
-        char* places = tmpl + strlen(tmpl) - kPlaces;
-        const wchar_t* made = wide + wcslen(wide) - kPlaces;
-        // Digits and small letters.
-        for (size_t i = 0; i < kPlaces; ++i)
-            places[i] = static_cast<char>(made[i]);
-    }
-    free(wide);
-    return result;
+    if (_wmktemp(wide.get()) == nullptr)
+        return result_of_errno();
+    constexpr size_t kPlaces = 6;
+    char* places = tmpl + strlen(tmpl) - kPlaces;
+    const wchar_t* made = wide.get() + wcslen(wide.get()) - kPlaces;
+    // Digits and small letters.
+    for (size_t i = 0; i < kPlaces; ++i)
+        places[i] = static_cast<char>(made[i]);
+    return FileResult::kOk;
 }
 
 FileResult check_access(const char* path, int mode) {
-    const WidePath wide(path);
+    const SystemPath wide(path);
     if (wide.get() == nullptr)
         return FileResult::kBadPath;
     const InvalidParametersFail guard;
@@ -173,39 +164,43 @@ FileResult check_access(const char* path, int mode) {
 }
 
 FileResult remove_dir(const char* path) {
-    const WidePath wide(path);
+    const SystemPath wide(path);
     if (wide.get() == nullptr)
         return FileResult::kBadPath;
     return RemoveDirectoryW(wide.get()) ? FileResult::kOk : result_of_last_error();
 }
 
 FileResult remove_file(const char* path) {
-    const WidePath wide(path);
+    const SystemPath wide(path);
     if (wide.get() == nullptr)
         return FileResult::kBadPath;
-    return DeleteFileW(wide.get()) ? FileResult::kOk : result_of_last_error();
+    if (DeleteFileW(wide.get()))
+        return FileResult::kOk;
+    return result_of_name(result_of_last_error(), wide.get());
 }
 
 FileResult rename_file(const char* from, const char* to) {
-    const WidePath wide_from(from);
-    const WidePath wide_to(to);
+    const SystemPath wide_from(from);
+    const SystemPath wide_to(to);
     if (wide_from.get() == nullptr && wide_to.get() == nullptr)
         return FileResult::kBadPath;
     if (wide_from.get() == nullptr || wide_to.get() == nullptr)
         return FileResult::kOther;
     const InvalidParametersFail guard;
-    return _wrename(wide_from.get(), wide_to.get()) == 0 ? FileResult::kOk : result_of_errno();
+    if (_wrename(wide_from.get(), wide_to.get()) == 0)
+        return FileResult::kOk;
+    return result_of_name(result_of_name(result_of_errno(), wide_from.get()), wide_to.get());
 }
 
 u32 make_dir(const char* path) {
-    const WidePath wide(path);
+    const SystemPath wide(path);
     if (wide.get() == nullptr)
         return kErrorNotEnoughMemory;
     return CreateDirectoryW(wide.get(), nullptr) ? kErrorNone : GetLastError();
 }
 
 PathKind path_kind(const char* path) {
-    const WidePath wide(path);
+    const SystemPath wide(path);
     if (wide.get() == nullptr)
         return PathKind::kUnknown;
     const DWORD attributes = GetFileAttributesW(wide.get());

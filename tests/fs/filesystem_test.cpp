@@ -205,6 +205,48 @@ TEST_F(Filesystem, NamesAtTheSystemsLimit) {
     EXPECT_EQ(read_all(file(letters, "letters")), "letters");
 }
 
+// Beyond the 260 characters that Windows takes in plain names; relative, with both separators and with "..".
+TEST_F(Filesystem, PathsOfAnyLength) {
+    std::string deep = root_;
+    for (char level = 'a'; level < 'g'; ++level) {
+        deep += "\\" + std::string(100, level);
+        made_.push_back(deep);
+    }
+    ASSERT_EQ(wiq_mkdir(deep.c_str()), 0);
+    EXPECT_EQ(wiq_mkdir(deep.c_str()), WIQ_ERR_ALREADY_EXISTS);
+    EXPECT_EQ(wiq_access(deep.c_str(), 0), 0);
+    const std::string f = deep + "\\f";
+    u32 err = 9;
+    FILE* fp = wiq_fopen(f.c_str(), "wb", &err);
+    ASSERT_NE(fp, nullptr) << static_cast<i32>(err);
+    fputs("deep", fp);
+    fclose(fp);
+    std::string slashes = f;
+    for (char& c : slashes)
+        c = c == '\\' ? '/' : c;
+    EXPECT_EQ(read_all(slashes), "deep");
+    EXPECT_EQ(read_all(deep + "\\.\\..\\" + std::string(100, 'f') + "/f"), "deep");
+    EXPECT_EQ(wiq_rename(f.c_str(), (deep + "\\g").c_str()), 0);
+    EXPECT_EQ(wiq_rename((deep + "\\g").c_str(), deep.c_str()), WIQ_ERR_IO) << "taken";
+    EXPECT_EQ(wiq_rename((deep + "\\g").c_str(), (root_ + "\\g").c_str()), 0);
+    EXPECT_EQ(wiq_rename((root_ + "\\g").c_str(), slashes.c_str()), 0);
+    EXPECT_EQ(wiq_access(slashes.c_str(), 6), 0);
+    EXPECT_EQ(wiq_unlink(f.c_str()), 0);
+    EXPECT_EQ(wiq_unlink(f.c_str()), WIQ_ERR_NOT_FOUND);
+    std::string tmpl = deep + "\\XXXXXX";
+    fp = wiq_mkstemp(tmpl.data(), &err, "w");
+    ASSERT_NE(fp, nullptr) << static_cast<i32>(err);
+    fclose(fp);
+    EXPECT_EQ(tmpl.size(), deep.size() + 7);
+    EXPECT_EQ(wiq_unlink(tmpl.c_str()), 0);
+    EXPECT_EQ(wiq_fopen((deep + "\\none").c_str(), "r", &err), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_NOT_FOUND);
+    EXPECT_EQ(wiq_fopen(deep.c_str(), "r", &err), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
+    EXPECT_EQ(wiq_rmdir(deep.c_str()), 0);
+    EXPECT_EQ(wiq_rmdir(deep.c_str()), WIQ_ERR_IO);
+}
+
 #ifdef _WIN32
 TEST_F(Filesystem, DriveForms) {
     const std::string made = file("f.txt", "drive");
