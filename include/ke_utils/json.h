@@ -46,6 +46,10 @@ extern "C" {
  *  of a child's count to 0 included, belongs to one thread at a time.
  *
  *  No depth of nesting can overflow the stack: releasing, copying, comparing and searching do not recurse.
+ *
+ *  Callbacks: what a call was given must stay alive until the call returns. A callback or slot that takes it
+ *  out of its tree, or gives up the last reference to it or to the tree around it, holds a reference of its
+ *  own until then. What else a callback may change is said where its type is.
  *  @{ */
 
 /** One node of a document; opaque. */
@@ -181,8 +185,10 @@ enum wiq_json_get_flag {
     WIQ_JSON_FOLLOW_REFS = 1 /**< a reference is replaced by its final target */
 };
 
-/** Receives one member; false ends the walk. The key and the child are borrowed; the callback must not add
- *  members to the object or remove any. */
+/** Receives one member; false ends the walk. The key and the child are borrowed. The callback must not add
+ *  members to the object or remove any. It may replace the value of any member, this one included; the walk
+ *  then meets the new one. A key stays valid as long as its member is in the object, a value that was replaced
+ *  as long as somebody refers to it. */
 typedef bool (*WiqJsonMemberFn)(const char* key, wiq_json_t* child, void* user);
 
 /**
@@ -199,13 +205,13 @@ KE_API wiq_json_t* wiq_json_obj_weak_new(i32 capacity, u32* err);
  * Puts a child under a key. A child that was there is released: destroyed, unless somebody else refers to
  * it. The object adds one reference; the caller keeps its own, if it has any.
  * @param obj    strong or weak object
- * @param key    copied
+ * @param key    copied if it is new, below 2 GiB
  * @param child  for a strong object, a free-standing node
  * @param err    chaining status, may be NULL
  * @return the status, also stored in `err`: -7000 if `obj` is no object, if `key` or `child` is NULL, or if a
  *         strong object is given a child that has a parent or that is the object itself or one of the
- *         containers around it; -5000 without memory. On failure object and child are as they were, the
- *         child's count included. Replacing a child needs no memory.
+ *         containers around it; -5000 without memory, and for a new key that is too long. On failure object
+ *         and child are as they were, the child's count included. Replacing a child needs no memory.
  */
 KE_API i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* child, u32* err);
 /**
@@ -309,9 +315,11 @@ KE_API i32 wiq_json_obj_remove(wiq_json_t* obj, const char* key);
  *  chains. Getters lend; see wiq_json_ref() to keep what they return.
  *  @{ */
 
-/** True keeps the element in the array. The callback must not change the array. */
+/** True keeps the element in the array. The callback must not add elements to the array or remove any; so it
+ *  must not filter or sort it either. It may replace elements. */
 typedef bool (*WiqJsonKeepFn)(wiq_json_t* elem, void* user);
-/** Compares as qsort() asks: each argument is the address of a `wiq_json_t *`. */
+/** Compares as qsort() asks: each argument is the address of a `wiq_json_t *`. The comparison must not add
+ *  elements to the array, remove or replace any. */
 typedef int (*WiqJsonCompareFn)(const void* a, const void* b);
 
 /**
@@ -375,7 +383,8 @@ KE_API wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u3
  * @param err    chaining status, may be NULL: -7000 as for wiq_json_array_push_ext(); -1038 if there is no
  *               such element. No memory is needed.
  * @return the old element, now the caller's, to be released with wiq_json_unref(): the array's reference is
- *         given up and nothing is destroyed, even at a count of 0. NULL on failure.
+ *         given up and nothing is destroyed, even at a count of 0. If a weak array is given the element that
+ *         it has there, the array keeps its reference and the caller gets another one. NULL on failure.
  */
 KE_API wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child, u32* err);
 /**
@@ -400,12 +409,19 @@ KE_API wiq_json_t* wiq_json_array_find(const wiq_json_t* array, const wiq_json_t
 KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* text);
 /**
  * Removes and releases every element that the callback does not keep. It is asked once about each element,
- * in order, and the array changes after its last answer; the kept elements stay in order.
+ * in order, and the array loses elements after its last answer; the kept ones stay in order, but for those
+ * that wiq_json_array_swap() put in at a negative index, which come first, the smallest index in front.
  *
- * Meant for strong arrays, and for weak ones whose elements have no parent. A weak array is sorted by the
- * elements' places in their own parents, and a dropped element that is an element of another array is
- * numbered anew (from this array's size upwards), so that wiq_json_parent_index() misleads from then on.
- * @return 0; -7000 if `array` is no array or `keep` is NULL
+ * The answer is about the element that is in the place when the callback returns. One that is replaced after
+ * it was dropped is dropped in a weak array, while in a strong one the new element stays.
+ *
+ * Meant for strong arrays, and for weak ones whose elements are no elements of other arrays. A weak array is
+ * sorted by the elements' indices in their own parent arrays (0 for what has none), where those of the
+ * dropped ones, in all the places at which it lists them, count from this array's size upwards; so of a node
+ * that is listed twice and dropped once, it is the last place that is lost. A dropped element of another array
+ * keeps that number, so that wiq_json_parent_index() misleads from then on.
+ * @return 0; -7000 if `array` is no array or `keep` is NULL; -5000 if a weak array finds no memory, and then
+ *         nobody was asked and nothing is changed
  */
 KE_API i32 wiq_json_array_filter(wiq_json_t* array, WiqJsonKeepFn keep, void* user);
 /** Sorts the elements with the runtime's qsort(), which need not keep equal ones in order. 0; -7000 if
@@ -608,7 +624,13 @@ typedef struct WiqJsonVisitor {
     WiqObject object; /**< class record and count */
 } WiqJsonVisitor;
 
-/** The class record of WiqJsonVisitor. Every slot returns 0 to go on; any other status ends the walk. */
+/**
+ * The class record of WiqJsonVisitor. Every slot returns 0 to go on; any other status ends the walk.
+ *
+ * Slots may add, remove and replace children of what is being walked. An object's keys and an array's length
+ * are fixed before the first child; each child is looked up when its turn comes, and is NULL if it is gone,
+ * which slots of the base class refuse with -7000.
+ */
 typedef struct WiqJsonVisitorClass {
     WiqClass base;                                        /**< type of the class */
     i32 (*visit)(WiqJsonVisitor* self, wiq_json_t* node); /**< dispatches by kind */
@@ -651,9 +673,10 @@ extern KE_API WiqType WiqJsonVisitorType;
 
 /** Flags of the dump functions. */
 enum wiq_json_dump_flag {
-    WIQ_JSON_DUMP_U128_AS_OBJECT = 2,
-    WIQ_JSON_DUMP_SORT_KEYS = 4,
-    WIQ_JSON_DUMP_PRETTY = 8
+    WIQ_JSON_DUMP_U128_AS_OBJECT =
+        2,                       /**< a 128-bit integer as {"u128":"..."}, not as a bare number */
+    WIQ_JSON_DUMP_SORT_KEYS = 4, /**< members sorted by the bytes of their keys */
+    WIQ_JSON_DUMP_PRETTY = 8     /**< a line for each child, two blanks deeper at each level */
 };
 
 /**
@@ -662,7 +685,7 @@ enum wiq_json_dump_flag {
  * @param flags enum wiq_json_dump_flag; compact without WIQ_JSON_DUMP_PRETTY
  * @return the length; -7000 for NULL; -5000; -7003 for a text that is no valid UTF-8; -7014 for a damaged node.
  * Members come in the object's order, or sorted. Doubles have six decimals and no exponent, infinities and NaN are
- * "inf", "-inf", "nan"; text beyond ASCII is written raw. Takes documents of any depth.
+ * "inf", "-inf", "nan" and "-nan", which no JSON reader takes; text beyond ASCII is written raw. Takes documents of any depth.
  */
 KE_API i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags);
 
@@ -674,7 +697,8 @@ KE_API i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags);
 KE_API i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 indent);
 
 /**
- * Writes a document's text to a stream, which is neither flushed nor closed.
+ * Writes a document's text to a stream, which is neither flushed nor closed. A stream whose functions are the
+ * caller's own must not change the document.
  * @return bytes written; a negative status as in wiq_json_sdump(), or -1 if the stream failed; what was written
  *         before a failure stays
  */
@@ -720,7 +744,8 @@ KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
 
 /**
  * Replaces every reference that can be reached from `root` by a deep copy of its final target, in place; copies
- * hold no references. A reference that somebody else holds survives as a free-standing node. Takes any depth.
+ * hold no references. A reference that somebody else holds survives as a free-standing node. The root itself stays
+ * what it is: of a root that is a reference, only what its target holds is expanded. Takes any depth.
  * @return 0; -7000 for NULL; -1052 for references that lead to themselves; -5000; the statuses of
  *         wiq_json_ptr_get(). What was replaced before a failure stays replaced.
  */

@@ -142,7 +142,7 @@ class DumpWriter {
     i32 member(const Member* next, bool comma) {
         i32 status = separator(comma);
         if (status == 0)
-            status = quoted(next->key(), next->key_length, ": ", pretty_ ? 2 : 1);
+            status = quoted(next->key(), next->key_length(), ": ", pretty_ ? 2 : 1);
         return status != 0 ? status : value(next->child);
     }
 

@@ -9,7 +9,7 @@ namespace ke::json {
 Member* make_member(void* block, const Key& key) {
     auto* member = static_cast<Member*>(block);
     member->hash = key.hash;
-    member->key_length = static_cast<u32>(key.length);
+    member->length_and_mark = static_cast<u32>(key.length);
     char* text = reinterpret_cast<char*>(member + 1);
     memcpy(text, key.text, key.length);
     text[key.length] = '\0';

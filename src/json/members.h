@@ -8,11 +8,14 @@
 //                        No array, and mask 0, stand for the one bucket of an object that never had a
 //                        member.
 //   Member       ┌──────┬───────┬──────┬────────────┬──────────────┐
-//   (+ key)      │ next │ child │ hash │ key_length │ k e y ... \0 │ (+ the child's node, see node.h)
+//   (+ key)      │ next │ child │ hash │ key length │ k e y ... \0 │ (+ the child's node, see node.h)
 //                └──────┴───────┴──────┴────────────┴▲─────────────┘
 //                                                    └─ the child's position.key points here
+//
+// A member stays where it is, key and all, when its child is replaced: a walk may stand on it.
 #pragma once
 
+#include <atomic>
 #include <cstring>
 
 #include "containers/chains.h"
@@ -27,9 +30,28 @@ struct Member {
     Member* next;
     wiq_json* child;
     u32 hash;
-    u32 key_length;  // the NUL not counted
+    u32 length_and_mark;
 
     const char* key() const { return reinterpret_cast<const char*>(this + 1); }
+    // The NUL not counted.
+    u32 key_length() const { return word().load(std::memory_order_relaxed) & ~kShared; }
+
+    // Whether the block has two owners that do not know of each other: this member, whose child is another
+    // node now, and the node behind it. The one that leaves first takes the mark away, the other one frees
+    // the block. They may belong to different threads.
+    bool is_shared() const { return (word().load(std::memory_order_acquire) & kShared) != 0; }
+    void share() { word().fetch_or(kShared, std::memory_order_relaxed); }
+    // Whether there were two owners until now.
+    bool unshare() {
+        return (word().fetch_and(~kShared, std::memory_order_acq_rel) & kShared) != 0;
+    }
+
+  private:
+    static constexpr u32 kShared = u32{1} << 31;
+
+    std::atomic_ref<u32> word() const {
+        return std::atomic_ref<u32>(const_cast<u32&>(length_and_mark));
+    }
 };
 
 // The member whose block holds this key text: a child's position.key gives its member.
@@ -54,7 +76,7 @@ struct Key {
     Key(const char* key_text, size_t key_length, u32 key_hash)
         : text(key_text), length(key_length), hash(key_hash) {}
     explicit Key(const Member* member)
-        : text(member->key()), length(member->key_length), hash(member->hash) {}
+        : text(member->key()), length(member->key_length()), hash(member->hash) {}
 
     const char* text;  // the NUL behind it is not needed, except by what hashes it
     size_t length;
@@ -62,7 +84,7 @@ struct Key {
 };
 
 inline bool has_key(const Member* member, const Key& key) {
-    return member->hash == key.hash && member->key_length == key.length &&
+    return member->hash == key.hash && member->key_length() == key.length &&
            memcmp(member->key(), key.text, key.length) == 0;
 }
 
@@ -100,7 +122,7 @@ inline void unlink_member(Members* members, const Member* member) {
 constexpr u64 kMostBuckets = u64{1} << 31;
 
 // The longest key that a member can have.
-constexpr size_t kLongestKey = UINT32_MAX - 1;
+constexpr size_t kLongestKey = INT32_MAX - 1;
 
 // The number of buckets that a table has grown to when so many members, at least one, were added one by one.
 constexpr u64 grown_buckets(u64 size) {

@@ -24,8 +24,10 @@
 //
 // `home` says how far the block's start is before the node; 0 is a node in a block of its own. The block
 // is the node's, which outlives the member: a member that leaves its object leaves the block alone then,
-// and is never used again. A node that comes to its object ready-made, or whose key is long, has a member in
-// a block apart. The bit beside `home` says that a container's table stands behind its node.
+// and is never used again. If another child takes the node's place the member stays, and the block has two
+// owners; the last one to leave frees it. A node that comes to its object ready-made, or that is large, or
+// whose key is long, has a member in a block apart. The bit beside `home` says that a container's table
+// stands behind its node.
 //
 // What a container holds is released by the model itself, in refcount.cpp, without recursion.
 #pragma once
@@ -181,16 +183,24 @@ inline void* block_of(wiq_json* node) {
     return reinterpret_cast<char*>(node) - size_t{8} * node->home;
 }
 inline void free_node(wiq_json* node) {
-    free(block_of(node));
+    void* block = block_of(node);
+    if (node->home != 0 && static_cast<Member*>(block)->is_shared() &&
+        static_cast<Member*>(block)->unshare())
+        return;
+    free(block);
 }
 // Frees a member that is in no table; its child is alive.
 inline void free_member(Member* member) {
-    if (block_of(member->child) != member)
-        free(member);
+    if (block_of(member->child) == member || (member->is_shared() && member->unshare()))
+        return;
+    free(member);
 }
 
+// The largest node that shares its block with its member, which may keep the block when the node is gone.
+constexpr size_t kLargestWithMember = 1024;
+
 // A new node of so many bytes; with a key, in one block with its member, unless the key is too long for
-// that. nullptr without memory.
+// that, or the node too large. nullptr without memory.
 wiq_json* allocate_node(u16 type, size_t size, const Key* key);
 
 template <class Node>
@@ -252,14 +262,14 @@ void drop_table(wiq_json* container);
 wiq_json* new_string(const char* text, const Key* key = nullptr);
 
 // Attaching. The child has no parent, the container is of the right kind; nothing is checked. The child's
-// count is 1 higher after. 0, or -5000 with container and child as they were. The new ones are for a node
-// that no caller has seen yet, made with this key if it is to be a member.
-i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child);
-i32 attach_new_member(ObjectNode* obj, const Key& key, wiq_json* child);
+// count is 1 higher after. 0, or -5000 with container and child as they were. The new one is for a node
+// that no caller has seen yet.
 i32 attach_elem(ArrayNode* array, wiq_json* child);
 i32 attach_new_elem(ArrayNode* array, wiq_json* child);
 
-// The same for a member that is there: gives it the child, whose count is as it should be, and its place.
+// Gives a member that is in no table the child, whose count is as it should be, and its place in the object,
+// where it replaces another member with the same key: for an object that no caller has seen yet. 0, or -5000
+// with nothing changed.
 i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child);
 
 // A free-standing member with a copy of the key, without a child, in a block of its own; nullptr without

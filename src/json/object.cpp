@@ -32,15 +32,6 @@ wiq_json_t* make_object(i32 capacity, u8 flags, u32* err) {
     return obj;
 }
 
-i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
-    ObjectNode* object = to_object(obj);
-    if (object == nullptr || key == nullptr || child == nullptr ||
-        (!is_weak(obj) && (child->parent != nullptr || closes_ring(obj, child)))) {
-        return WIQ_ERR_INVALID_ARG;
-    }
-    return attach_member(object, key_from(key), child);
-}
-
 // Makes room behind an object's buckets for as many more; false without memory.
 bool extend_table(ObjectNode* obj) {
     Members& members = obj->members;
@@ -53,22 +44,21 @@ bool extend_table(ObjectNode* obj) {
     return true;
 }
 
-// Puts a free-standing member into the table, in the place of the old one with the same key, which is the
-// caller's then, if there is one. 0, or -5000 with nothing changed.
-i32 put_member(ObjectNode* obj, Member* member, Member** old) {
+// The place of a key: the link to its member, or the end of the chain where it would be. nullptr if there is
+// no memory for an object's first table.
+Member** place_of_key(ObjectNode* obj, const Key& key) {
+    if (obj->members.buckets == nullptr && make_table(obj, 2) != 0) {
+        return nullptr;
+    }
+    return slot_of(obj->members, key);
+}
+
+// Puts a member at the end of its chain: 0, or -5000 with nothing changed.
+i32 link_member(ObjectNode* obj, Member** end, Member* member) {
     Members* members = &obj->members;
-    *old = nullptr;
-    if (members->buckets == nullptr && make_table(obj, 2) != 0) {
-        return WIQ_ERR_NO_MEMORY;
-    }
-    Member** slot = slot_of(*members, Key(member));
-    *old = *slot;
-    member->next = *old == nullptr ? nullptr : (*old)->next;
-    *slot = member;
-    if (*old != nullptr) {
-        return 0;
-    }
     // The new member takes its place in the old table first: growth then moves it with the others.
+    member->next = nullptr;
+    *end = member;
     const u64 count = u64{members->mask} + 1;
     if (members->size < load_limit(count)) {
         ++members->size;
@@ -82,6 +72,81 @@ i32 put_member(ObjectNode* obj, Member* member, Member** old) {
     split_chains(members->buckets, count);
     members->mask = static_cast<u32>(2 * count - 1);
     return 0;
+}
+
+// Puts a child, whose count is as it should be, in the place of another one. The member stays, with its key
+// and where it is: a walk may stand on it, and its caller may hold the key.
+void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
+    wiq_json* old = member->child;
+    if (block_of(old) == member) {
+        member->share();
+    }
+    if (block_of(child) == member) {
+        member->unshare();
+    }
+    settle(obj, member, child);
+    release_child(obj, old);
+}
+
+// Attaches a child that nothing speaks against: 0, or -5000 with object and child as they were.
+i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
+    Member** place = place_of_key(obj, key);
+    if (place == nullptr) {
+        return WIQ_ERR_NO_MEMORY;
+    }
+    if (*place != nullptr) {
+        count_up(child);
+        replace_child(obj, *place, child);
+        return 0;
+    }
+    Member* member = new_member(key);
+    if (member == nullptr || link_member(obj, place, member) != 0) {
+        std::free(member);
+        return WIQ_ERR_NO_MEMORY;
+    }
+    count_up(child);
+    settle(obj, member, child);
+    return 0;
+}
+
+i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
+    ObjectNode* object = to_object(obj);
+    if (object == nullptr || key == nullptr || child == nullptr ||
+        (!is_weak(obj) && (child->parent != nullptr || closes_ring(obj, child)))) {
+        return WIQ_ERR_INVALID_ARG;
+    }
+    return attach_member(object, key_from(key), child);
+}
+
+// Makes a node and puts it under the key; nullptr without memory, with the object as it was. `make` gets the
+// key if the node is to have a member of its own.
+template <class Make>
+wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
+    Member** place = place_of_key(obj, key);
+    if (place == nullptr) {
+        return nullptr;
+    }
+    if (*place != nullptr) {
+        wiq_json* node = make(nullptr);
+        if (node != nullptr) {
+            node->refcount = 1;
+            replace_child(obj, *place, node);
+        }
+        return node;
+    }
+    wiq_json* node = make(&key);
+    if (node == nullptr) {
+        return nullptr;
+    }
+    Member* member = member_of(node, key);
+    if (member == nullptr || link_member(obj, place, member) != 0) {
+        std::free(node->home == 0 ? member : nullptr);
+        free_node(node);
+        return nullptr;
+    }
+    node->refcount = 1;
+    settle(obj, member, node);
+    return node;
 }
 
 }  // namespace
@@ -128,43 +193,20 @@ Member* new_member(const Key& key) {
 }
 
 i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child) {
-    Member* old = nullptr;
-    const i32 status = put_member(obj, member, &old);
-    if (status == 0) {
-        settle(obj, member, child);
+    Member** place = place_of_key(obj, Key(member));
+    if (place == nullptr) {
+        return WIQ_ERR_NO_MEMORY;
     }
+    Member* old = *place;
     if (old != nullptr) {
+        member->next = old->next;
+        *place = member;
         release_member(obj, old);
-    }
-    return status;
-}
-
-i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
-    Member* member = new_member(key);
-    if (member == nullptr) {
+    } else if (link_member(obj, place, member) != 0) {
         return WIQ_ERR_NO_MEMORY;
     }
-    count_up(child);
-    const i32 status = attach_made_member(obj, member, child);
-    if (status != 0) {
-        count_down(child);
-        std::free(member);
-    }
-    return status;
-}
-
-i32 attach_new_member(ObjectNode* obj, const Key& key, wiq_json* child) {
-    Member* member = member_of(child, key);
-    if (member == nullptr) {
-        return WIQ_ERR_NO_MEMORY;
-    }
-    const i32 status = attach_made_member(obj, member, child);
-    if (status == 0) {
-        child->refcount = 1;
-    } else if (child->home == 0) {
-        std::free(member);
-    }
-    return status;
+    settle(obj, member, child);
+    return 0;
 }
 
 void release_member(ObjectNode* obj, Member* member) {
@@ -236,12 +278,7 @@ wiq_json_t* put_new(wiq_json_t* obj, const char* key, u32* err, Make make) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }
-    const Key member_key = key_from(key);
-    wiq_json* node = make(&member_key);
-    if (node != nullptr && attach_new_member(object, member_key, node) != 0) {
-        free_node(node);
-        node = nullptr;
-    }
+    wiq_json* node = attach_new(object, key_from(key), make);
     report(err, node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
     return node;
 }

@@ -13,7 +13,7 @@ namespace {
 // The text of a member that makes its object a reference; nullptr if it does not.
 const TextNode* uri_of(const Member* member) {
     const bool is_reference = member->child->type == kJsonString &&
-                              std::string_view(member->key(), member->key_length) == "$ref";
+                              std::string_view(member->key(), member->key_length()) == "$ref";
     return is_reference ? as<TextNode>(member->child) : nullptr;
 }
 

@@ -54,7 +54,7 @@ wiq_json* allocate_node(u16 type, size_t size, const Key* key) {
     constexpr size_t kUnit = 8;
     constexpr size_t kFarthest = kUnit * 127;
     size_t offset = 0;
-    if (key != nullptr && key->length < kFarthest - sizeof(Member)) {
+    if (key != nullptr && key->length < kFarthest - sizeof(Member) && size <= kLargestWithMember) {
         offset = (sizeof(Member) + key->length + 1 + kUnit - 1) / kUnit * kUnit;
     }
     auto* block = static_cast<char*>(std::malloc(offset + size));

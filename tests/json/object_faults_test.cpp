@@ -47,25 +47,19 @@ TEST(JsonObjFaults, PutLeavesObjectAndChildAsTheyWere) {
     }
 }
 
-TEST(JsonObjFaults, ReplacingLeavesObjectAndChildAsTheyWere) {
-    const size_t points = SweepAllocations([](AllocFaults& faults) {
-        Tree obj = make(kFull);
-        Tree child = make("4");
-        faults.arm();
-        const i32 status = wiq_json_obj_put_ext(obj.get(), "b", child.get(), nullptr);
-        faults.disarm();
-        if (faults.fired()) {
-            EXPECT_EQ(status, WIQ_ERR_NO_MEMORY);
-            EXPECT_EQ(text_of(obj), kFull);
-            EXPECT_EQ(tree::count(child.get()), 0);
-            EXPECT_EQ(tree::parent(child.get()), nullptr);
-            return;
-        }
-        EXPECT_EQ(status, 0);
-        child.release();
-        EXPECT_EQ(text_of(obj), "{\"a\":1,\"b\":4,\"c\":3}");
-    });
-    EXPECT_EQ(points, 2 * 1u);
+TEST(JsonObjFaults, ReplacingNeedsNoMemory) {
+    for (const char* text : {kFull, "w{\"a\":1,\"b\":2,\"c\":3}"}) {
+        const size_t points = SweepAllocations([&](AllocFaults& faults) {
+            Tree obj = make(text);
+            wiq_json_t* child = tree::node("4");
+            faults.arm();
+            const i32 status = wiq_json_obj_put_ext(obj.get(), "b", child, nullptr);
+            faults.disarm();
+            EXPECT_EQ(status, 0);
+            EXPECT_EQ(text_of(wiq_json_obj_get_ext(obj.get(), "b", 0, nullptr)), "4");
+        });
+        EXPECT_EQ(points, 0u);
+    }
 }
 
 using Build = wiq_json_t* (*)(wiq_json_t*, u32*);
@@ -92,6 +86,68 @@ const struct {
     {"get or create array",
      [](wiq_json_t* o, u32* e) { return wiq_json_obj_getd_array(o, "d", e); }},
 };
+
+TEST(JsonObjFaults, BuildersReplaceWithTheNodeAlone) {
+    for (const auto& row : kBuilders) {
+        if (std::string(row.name).find("get or create") == 0) {
+            continue;
+        }
+        SCOPED_TRACE(row.name);
+        const size_t points = SweepAllocations([&](AllocFaults& faults) {
+            Tree obj = make("{\"a\":1,\"d\":\"old\"}");
+            u32 err = 0;
+            faults.arm();
+            const wiq_json_t* node = row.build(obj.get(), &err);
+            faults.disarm();
+            EXPECT_EQ(static_cast<i32>(err), faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+            EXPECT_EQ(node == nullptr, faults.fired());
+            if (faults.fired()) {
+                EXPECT_EQ(text_of(obj), "{\"a\":1,\"d\":\"old\"}");
+            } else {
+                EXPECT_EQ(wiq_json_obj_get_ext(obj.get(), "d", 0, nullptr), node);
+                EXPECT_EQ(tree::count(node), 1);
+            }
+        });
+        EXPECT_EQ(points, 2 * 1u) << "the node";
+    }
+}
+
+// The block that a member and its first node share is freed by the one that leaves last.
+TEST(JsonObjFaults, MemberAndFirstNodeLeaveInAnyOrder) {
+    for (const bool node_first : {false, true}) {
+        const long before = live_blocks();
+        Tree obj = make("{}");
+        wiq_json_t* first = wiq_json_obj_put_str(obj.get(), "k", "first", nullptr);
+        wiq_json_ref(first);
+        const long with_first = live_blocks();
+        ASSERT_NE(wiq_json_obj_put_i64(obj.get(), "k", 2, nullptr), nullptr);
+        EXPECT_EQ(live_blocks(), with_first + 1);
+        if (node_first) {
+            wiq_json_unref(first);
+            EXPECT_EQ(live_blocks(), with_first + 1) << "the member's";
+            EXPECT_EQ(wiq_json_obj_remove(obj.get(), "k"), 0);
+            EXPECT_EQ(live_blocks(), with_first - 1);
+        } else {
+            EXPECT_EQ(wiq_json_obj_remove(obj.get(), "k"), 0);
+            EXPECT_EQ(live_blocks(), with_first) << "the node's";
+            EXPECT_STREQ(wiq_json_str_get(first), "first");
+            wiq_json_unref(first);
+            EXPECT_EQ(live_blocks(), with_first - 1);
+        }
+        obj.reset();
+        EXPECT_EQ(live_blocks(), before);
+    }
+}
+
+// A large text is not kept by the member that it was the first value of.
+TEST(JsonObjFaults, ALargeTextHasABlockOfItsOwn) {
+    Tree obj = make("{}");
+    const std::string text(100000, 'x');
+    ASSERT_NE(wiq_json_obj_put_str(obj.get(), "k", text.c_str(), nullptr), nullptr);
+    const long before = live_blocks();
+    ASSERT_NE(wiq_json_obj_put_i64(obj.get(), "k", 2, nullptr), nullptr);
+    EXPECT_EQ(live_blocks(), before) << "one came, one went";
+}
 
 TEST(JsonObjFaults, BuildersReleaseWhatTheyMade) {
     for (const auto& row : kBuilders) {

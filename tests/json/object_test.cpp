@@ -281,6 +281,35 @@ TEST(JsonObj, Remove) {
     wiq_json_unref(held);
 }
 
+// A child's key is the very text that the object holds, however the child came there.
+TEST(JsonObjPut, AChildKnowsTheKeyByItsAddress) {
+    Tree obj(wiq_json_loads("{\"parsed\":1,\"replaced\":2,\"swapped\":[3],\"twice\":4,\"twice\":5}",
+                            0, nullptr));
+    for (i32 i = 0; i < 50; ++i) {
+        wiq_json_obj_put_i64(obj.get(), ("built" + std::to_string(i)).c_str(), i, nullptr);
+    }
+    wiq_json_obj_put_ext(obj.get(), "ready-made", tree::node("{}"), nullptr);
+    wiq_json_obj_put_i64(obj.get(), std::string(3000, 'x').c_str(), 6, nullptr);
+    wiq_json_obj_put_null(obj.get(), "replaced", nullptr);
+    wiq_json_t* swapped = member(obj, "swapped");
+    ASSERT_EQ(wiq_json_swap_child(swapped, tree::node("7")), 0);
+    wiq_json_unref(swapped);
+    wiq_json_ptr_put_array(obj.get(), "/by pointer", nullptr);
+    Tree copy(wiq_json_copy(obj.get(), nullptr));
+    for (const Tree* tree : {&obj, &copy}) {
+        i32 seen = 0;
+        wiq_json_obj_foreach(
+            tree->get(),
+            [](const char* key, wiq_json_t* child, void* user) {
+                EXPECT_EQ(wiq_json_parent_key(child), key) << "the very text of " << key;
+                ++*static_cast<i32*>(user);
+                return true;
+            },
+            &seen);
+        EXPECT_EQ(seen, 4 + 50 + 3);
+    }
+}
+
 // The member order of an object is that of a map with the same history.
 class JsonObjOrder : public testing::Test {
   protected:
@@ -314,7 +343,7 @@ class JsonObjOrder : public testing::Test {
         EXPECT_EQ(wiq_json_obj_foreach(
                       obj_.get(),
                       [](const char* key, wiq_json_t* child, void* user) {
-                          EXPECT_STREQ(wiq_json_parent_key(child), key);
+                          EXPECT_EQ(wiq_json_parent_key(child), key) << "the very text";
                           static_cast<std::vector<std::string>*>(user)->push_back(key);
                           return true;
                       },
