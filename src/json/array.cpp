@@ -241,6 +241,11 @@ wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child,
         return nullptr;
     }
     report(err, 0);
+    if (child == elems_of(node)[place]) {
+        // Of a weak array. It stays, and the caller gets a reference to release as always.
+        count_up(child);
+        return child;
+    }
     // The child is told the index as the caller gave it, a negative one too.
     return swap_elem(node, place, index, child);
 }
@@ -251,7 +256,9 @@ i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child) {
     if (static_cast<i32>(err) == WIQ_ERR_INDEX_OUT_OF_RANGE && index == size_of(to_array(array))) {
         return attach_elem(to_array(array), child);
     }
-    if (old != nullptr) {
+    if (old == child && child != nullptr) {
+        count_down(child);
+    } else if (old != nullptr) {
         // The array's own reference is already given up: who holds another one keeps the element.
         release_if_unreferenced(old);
     }

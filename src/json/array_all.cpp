@@ -1,6 +1,7 @@
 // Operations over all elements of an array: search, filter, sort, and the bookkeeping of places that
 // they share.
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -10,12 +11,6 @@
 namespace ke::json {
 namespace {
 
-int compare_positions(const void* a, const void* b) {
-    const i32 left = static_cast<i32>((*static_cast<wiq_json* const*>(a))->position.index);
-    const i32 right = static_cast<i32>((*static_cast<wiq_json* const*>(b))->position.index);
-    return (left > right) - (left < right);
-}
-
 void sort_elems(ArrayNode* array, WiqJsonCompareFn compare) {
     if (size_of(array) > 1) {
         std::qsort(elems_of(array), static_cast<size_t>(size_of(array)), sizeof(wiq_json*),
@@ -23,55 +18,167 @@ void sort_elems(ArrayNode* array, WiqJsonCompareFn compare) {
     }
 }
 
-// Asks about every element, in order. The positions of dropped elements are overwritten with numbers from
-// `size` upwards, behind every place of the array. An element of a weak array has its place in its own
-// parent as its position; one without a parent is given its place here. Returns how many are dropped.
+// Strong arrays: the positions are the marks. An element is asked about by its place, and what lies there
+// after the answer is dropped or not, so that the callback may replace elements.
+
+bool is_marked(const wiq_json* elem, i32 first_mark, i32 marks) {
+    return elem->position.index - static_cast<u32>(first_mark) < static_cast<u32>(marks);
+}
+
+// Asks about every element, in order, and numbers the dropped ones from `size` upwards, behind every place of
+// the array. Returns how many were.
 i32 mark_dropped(ArrayNode* array, i32 size, WiqJsonKeepFn keep, void* user) {
-    i32 dropped = 0;
+    i32 marks = 0;
     for (i32 i = 0; i < size_of(array); ++i) {
-        wiq_json* elem = elems_of(array)[i];
-        if (!keep(elem, user)) {
-            elem->position.index = static_cast<u32>(size + dropped++);
-        } else if (elem->parent == nullptr) {
-            elem->position.index = static_cast<u32>(i);
+        if (!keep(elems_of(array)[i], user) && i < size_of(array)) {
+            elems_of(array)[i]->position.index = static_cast<u32>(size + marks++);
         }
     }
-    return dropped;
+    return marks;
 }
 
-// Strong: kept elements close ranks in order, the others gather behind them.
-void close_ranks(ArrayNode* array, i32 size, i32 dropped) {
+bool comes_before(const wiq_json* a, const wiq_json* b) {
+    return static_cast<i32>(a->position.index) < static_cast<i32>(b->position.index);
+}
+
+// Sorts by the positions. They are the places themselves, but for what was swapped in at a negative index:
+// without any such, kept elements just close ranks and the others gather behind them. Returns how many are
+// kept.
+i32 sort_marked(ArrayNode* array, i32 size, i32 marks) {
     wiq_json** elems = elems_of(array);
-    const u32 first_mark = static_cast<u32>(size);
     i32 kept = 0;
+    bool negative = false;
     for (i32 i = 0; i < size_of(array); ++i) {
-        if (elems[i]->position.index - first_mark >= static_cast<u32>(dropped)) {
-            std::swap(elems[kept++], elems[i]);
+        negative = negative || static_cast<i32>(elems[i]->position.index) < 0;
+        kept += is_marked(elems[i], size, marks) ? 0 : 1;
+    }
+    if (negative) {
+        std::sort(elems, elems + size_of(array), comes_before);
+        return kept;
+    }
+    i32 place = 0;
+    for (i32 i = 0; i < size_of(array); ++i) {
+        if (!is_marked(elems[i], size, marks)) {
+            std::swap(elems[place++], elems[i]);
+        }
+    }
+    return kept;
+}
+
+i32 filter_strong(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
+    const i32 size = size_of(array);
+    const i32 marks = mark_dropped(array, size, keep, user);
+    if (marks == 0) {
+        return 0;
+    }
+    const i32 kept = sort_marked(array, size, marks);
+    const i32 status = wiq_json_array_pop(array, size_of(array) - kept);
+    renumber(array);
+    return status;
+}
+
+// Weak arrays: the positions belong to the elements' own parents, and the callback may use them, so they are
+// left alone until it has answered for the last time. The number of a dropped node counts for every place
+// at which the array lists it.
+struct Place {
+    wiq_json* elem;
+    const char* key;  // of a dropped member of an object, whose position leads here
+    i32 rank;
+    u32 index : 31;
+    u32 dropped : 1;
+};
+
+// Keys are aligned as their members are, so that an odd address is none.
+const char* tag(const Place* place) {
+    return reinterpret_cast<const char*>(place) + 1;
+}
+const Place* tagged_place(const wiq_json* member) {
+    const char* key = member->position.key;
+    return reinterpret_cast<u64>(key) % 2 != 0 ? reinterpret_cast<const Place*>(key - 1) : nullptr;
+}
+
+// The positions of dropped nodes are overwritten, in order; `key` keeps what a member's was.
+void number_dropped(Place* places, i32 size) {
+    i32 number = size;
+    for (i32 i = 0; i < size; ++i) {
+        Place& place = places[i];
+        if (!place.dropped) {
+            continue;
+        }
+        place.rank = number++;
+        if (wiq_json_is_obj(place.elem->parent)) {
+            place.key = place.elem->position.key;
+            place.elem->position.key = tag(&place);
+        } else {
+            place.elem->position.index = static_cast<u32>(place.rank);
         }
     }
 }
 
-// An element that is a member somewhere gets its key back: its position has served as a sort key.
-void restore_key(wiq_json* elem) {
-    const ObjectNode* obj = to_object(elem->parent);
-    if (obj == nullptr) {
-        return;
+// What counts in the order: a place in an array, or the number of a dropped node; otherwise 0.
+i32 rank_of(const wiq_json* elem) {
+    if (!wiq_json_is_obj(elem->parent)) {
+        return static_cast<i32>(elem->position.index);
     }
-    for (const Member* member = first_member(obj); member != nullptr;
-         member = next_member(obj, member)) {
-        if (member->child == elem) {
-            elem->position.key = member->key();
-            return;
+    const Place* place = tagged_place(elem);
+    return place != nullptr ? place->rank : 0;
+}
+
+// Members get their keys back, the last one first: a node that was dropped twice was tagged twice. A node
+// without a parent has no position, so that it counts as 0 the next time, too.
+void restore_positions(Place* places, i32 size) {
+    for (i32 i = size - 1; i >= 0; --i) {
+        wiq_json* elem = places[i].elem;
+        if (places[i].key != nullptr) {
+            elem->position.key = places[i].key;
+        } else if (elem->parent == nullptr) {
+            unlink_from_parent(elem);
         }
     }
 }
 
-// Weak: the positions decide, whatever parents they speak of.
-void sort_by_position(ArrayNode* array) {
-    sort_elems(array, compare_positions);
-    for (i32 i = 0; i < size_of(array); ++i) {
-        restore_key(elems_of(array)[i]);
+bool ranks_before(const Place& a, const Place& b) {
+    return a.rank != b.rank ? a.rank < b.rank : a.index < b.index;
+}
+
+// Sorts the first `size` elements by the positions as they stand when the dropped ones are numbered; equal
+// ones stay in order.
+void sort_by_rank(ArrayNode* array, Place* places, i32 size) {
+    for (i32 i = 0; i < size; ++i) {
+        places[i].elem = elems_of(array)[i];
     }
+    number_dropped(places, size);
+    for (i32 i = 0; i < size; ++i) {
+        places[i].rank = rank_of(places[i].elem);
+    }
+    restore_positions(places, size);
+    std::sort(places, places + size, ranks_before);
+    for (i32 i = 0; i < size; ++i) {
+        elems_of(array)[i] = places[i].elem;
+    }
+}
+
+i32 filter_weak(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
+    const i32 size = size_of(array);
+    if (size == 0) {
+        return 0;
+    }
+    auto* places = static_cast<Place*>(std::malloc(static_cast<size_t>(size) * sizeof(Place)));
+    if (places == nullptr) {
+        return WIQ_ERR_NO_MEMORY;
+    }
+    i32 asked = 0;
+    i32 dropped = 0;
+    for (; asked < size && asked < size_of(array); ++asked) {
+        const bool drop = !keep(elems_of(array)[asked], user);
+        places[asked] = {nullptr, nullptr, 0, static_cast<u32>(asked) & INT32_MAX, drop};
+        dropped += drop ? 1 : 0;
+    }
+    if (dropped != 0) {
+        sort_by_rank(array, places, std::min(asked, size_of(array)));
+    }
+    std::free(places);
+    return dropped != 0 ? wiq_json_array_pop(array, dropped) : 0;
 }
 
 }  // namespace
@@ -127,19 +234,7 @@ i32 wiq_json_array_filter(wiq_json_t* array, WiqJsonKeepFn keep, void* user) {
     if (node == nullptr || keep == nullptr) {
         return WIQ_ERR_INVALID_ARG;
     }
-    const i32 size = size_of(node);
-    const i32 dropped = mark_dropped(node, size, keep, user);
-    if (dropped == 0) {
-        return 0;
-    }
-    if (is_weak(node)) {
-        sort_by_position(node);
-    } else {
-        close_ranks(node, size, dropped);
-    }
-    const i32 status = wiq_json_array_pop(array, dropped);
-    renumber(node);
-    return status;
+    return is_weak(node) ? filter_weak(node, keep, user) : filter_strong(node, keep, user);
 }
 
 i32 wiq_json_array_sort(wiq_json_t* array, WiqJsonCompareFn compare) {

@@ -87,6 +87,26 @@ TEST(JsonArrayFaults, AStringElementMayLoseItsText) {
     });
 }
 
+TEST(JsonArrayFaults, AFilterOfAWeakArrayAsksNobodyWithoutMemory) {
+    const size_t points = SweepAllocations([](AllocFaults& faults) {
+        Tree weak = make("w[1,\"x\",2]");
+        i32 asked = 0;
+        faults.arm();
+        const i32 status = wiq_json_array_filter(
+            weak.get(),
+            [](wiq_json_t* n, void* count) {
+                ++*static_cast<i32*>(count);
+                return wiq_json_is_int(n);
+            },
+            &asked);
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        EXPECT_EQ(asked, faults.fired() ? 0 : 3);
+        EXPECT_EQ(text_of(weak), faults.fired() ? "w[1,\"x\",2]" : "w[1,2]");
+    });
+    EXPECT_EQ(points, 2 * 1u);
+}
+
 TEST(JsonArrayFaults, EverythingElseNeedsNoMemory) {
     Tree array = make("[5,2,\"x\",4,1]");
     Tree child = make("3");

@@ -267,6 +267,34 @@ TEST(JsonArraySwap, InAWeakArray) {
     EXPECT_EQ(wiq_json_parent_index(elem(owner, 1)), 1);
 }
 
+// What is handed over is the caller's to release, also if it is in the array again.
+TEST(JsonArraySwap, OfAnElementForItself) {
+    for (const i32 index : {0, -2}) {
+        Tree weak = make("w[1,2]");
+        wiq_json_t* one = elem(weak, 0);
+        u32 err = 0;
+        wiq_json_t* old = wiq_json_array_swap(weak.get(), index, one, &err);
+        EXPECT_EQ(err, 0u);
+        EXPECT_EQ(old, one);
+        EXPECT_EQ(count(one), 2);
+        wiq_json_unref(old);
+        EXPECT_EQ(count(one), 1);
+        EXPECT_EQ(wiq_json_array_put(weak.get(), index, one), 0);
+        EXPECT_EQ(count(one), 1);
+        EXPECT_EQ(text_of(weak), "w[1,2]");
+        // And for another place's.
+        old = wiq_json_array_swap(weak.get(), 1, one, nullptr);
+        wiq_json_unref(old);
+        EXPECT_EQ(text_of(weak), "w[1,1]");
+        EXPECT_EQ(count(one), 2);
+    }
+    Tree strong = make("[1]");
+    u32 err = 0;
+    EXPECT_EQ(wiq_json_array_swap(strong.get(), 0, elem(strong, 0), &err), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(count(elem(strong, 0)), 1);
+}
+
 TEST(JsonArrayPut, ReplacesOrAppendsAtTheEnd) {
     Tree array = make("[1,2]");
     EXPECT_EQ(wiq_json_array_put(array.get(), 0, tree::node("10")), 0);
