@@ -1,7 +1,8 @@
 // Expanding references in place. First every reference that can be reached is found, inner ones before
 // those that lead to them; then each is replaced by a copy of its target, in that order, so that no copy
 // holds a reference. The walk keeps its place on an explicit stack: neither the document's depth nor a
-// chain of references that lead to each other uses the thread's stack.
+// chain of references that lead to each other uses the thread's stack. Where a chain ends is remembered for
+// each reference in it, so that it is followed once.
 
 #include <atomic>
 
@@ -22,8 +23,10 @@ class Expansion {
     Expansion(const Expansion&) = delete;
     Expansion& operator=(const Expansion&) = delete;
     ~Expansion() {
-        if (ready_)
+        if (states_ready_)
             wiq_map_finalize(&states_);
+        if (targets_ready_)
+            wiq_map_finalize(&targets_);
     }
 
     i32 run(wiq_json_t* node) {
@@ -32,6 +35,23 @@ class Expansion {
             status = enter(node);
         while (status == 0 && !steps_.empty())
             status = step();
+        return status;
+    }
+
+    // Puts a copy of a reference's final target in its place.
+    i32 replace(wiq_json_t* reference) {
+        wiq_json_t* target = nullptr;
+        const i32 followed = follow(reference, &target);
+        if (followed != 0)
+            return followed;
+        u32 err = 0;
+        wiq_json_t* copy = wiq_json_copy(target, &err);
+        if (copy == nullptr)
+            return static_cast<i32>(err);
+        const i32 status = wiq_json_swap_child(reference, copy);
+        // A reference that only a weak container holds has no place of its own to give up.
+        if (copy->parent == nullptr)
+            wiq_json_unref(copy);
         return status;
     }
 
@@ -48,7 +68,10 @@ class Expansion {
     // Whether a node is in one of the arrays is asked for every reference: a map by identity answers.
     i32 prepare() {
         i32 status = wiq_map_init(&states_, 0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr);
-        ready_ = status == 0;
+        states_ready_ = status == 0;
+        if (status == 0)
+            status = wiq_map_init(&targets_, 0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr);
+        targets_ready_ = states_ready_ && status == 0;
         if (status == 0)
             status = remember_all(pending_, &kPending);
         return status != 0 ? status : remember_all(expanded_, &kExpanded);
@@ -67,6 +90,38 @@ class Expansion {
         return wiq_map_put(&states_, node, const_cast<char*>(state));
     }
 
+    // The first node behind a reference that is none. What stands behind the first step is looked up each
+    // time, since it may have been replaced; where a chain of more steps ends stays as it is, since what has
+    // been replaced is equal to that end.
+    i32 follow(wiq_json_t* reference, wiq_json_t** target) {
+        i32 status = resolve(reference, target);
+        while (status == 0 && (*target)->type == kJsonRef) {
+            wiq_json_t* node = *target;
+            auto* end = static_cast<wiq_json_t*>(wiq_map_get(&targets_, node));
+            if (end == node)
+                status = WIQ_ERR_JREF_CYCLE;  // met before in this chain
+            else if (end != nullptr)
+                *target = end;
+            else if (!chain_.push(node))
+                status = WIQ_ERR_NO_MEMORY;
+            else
+                status = wiq_map_put(&targets_, node, node);
+            if (status == 0 && end == nullptr)
+                status = resolve(node, target);
+        }
+        for (; !chain_.empty(); chain_.pop()) {
+            if (status == 0)
+                status = wiq_map_put(&targets_, chain_.top(), *target);
+        }
+        return status;
+    }
+
+    static i32 resolve(wiq_json_t* reference, wiq_json_t** target) {
+        u32 err = 0;
+        *target = wiq_json_jref_resolve(reference, &err);
+        return static_cast<i32>(err);
+    }
+
     // Begins the expansion of a node: of a reference met in the walk, or of the root.
     i32 enter(wiq_json_t* node) {
         const void* state = wiq_map_get(&states_, node);
@@ -81,10 +136,9 @@ class Expansion {
             return status;
         wiq_json_t* target = node;
         if (node->type == kJsonRef) {
-            u32 err = 0;
-            target = wiq_json_jref_deref(node, &err);
-            if (err != 0)
-                return static_cast<i32>(err);
+            status = follow(node, &target);
+            if (status != 0)
+                return status;
         }
         if (!steps_.push({nullptr, nullptr, 0, node}))
             return WIQ_ERR_NO_MEMORY;
@@ -142,31 +196,22 @@ class Expansion {
 
     wiq_json_t* pending_;
     wiq_json_t* expanded_;
-    wiq_map states_;
-    bool ready_ = false;
+    wiq_map states_;  // of nodes whose expansion is in progress or finished
+    wiq_map
+        targets_;  // where a reference that another one leads to ends; itself while that is not known
+    bool states_ready_ = false;
+    bool targets_ready_ = false;
     SmallStack<Step, 32> steps_;
+    SmallStack<wiq_json_t*, 32> chain_;
 };
 
-// Puts a copy of a reference's final target in its place.
-i32 replace(wiq_json_t* reference) {
-    u32 err = 0;
-    wiq_json_t* target = wiq_json_jref_deref(reference, &err);
-    wiq_json_t* copy = wiq_json_copy(target, &err);
-    if (copy == nullptr)
-        return static_cast<i32>(err);
-    const i32 status = wiq_json_swap_child(reference, copy);
-    // A reference that only a weak container holds has no place of its own to give up.
-    if (copy->parent == nullptr)
-        wiq_json_unref(copy);
-    return status;
-}
-
 i32 expand(wiq_json_t* root, wiq_json_t* pending, wiq_json_t* expanded) {
-    i32 status = Expansion(pending, expanded).run(root);
+    Expansion expansion(pending, expanded);
+    i32 status = expansion.run(root);
     // The last one is the root, which stays.
     const i32 count = wiq_json_array_size(expanded) - 1;
     for (i32 i = 0; status == 0 && i < count; ++i)
-        status = replace(elems_of(as<ArrayNode>(expanded))[i]);
+        status = expansion.replace(elems_of(as<ArrayNode>(expanded))[i]);
     return status;
 }
 

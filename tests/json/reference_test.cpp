@@ -1,10 +1,12 @@
 // Tests of references: making, resolving, following chains, expanding in place.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "json/tree.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "support/small_stack.h"
@@ -188,11 +190,79 @@ TEST(Expand, Table) {
              Row{R"({"a":{"$ref":"/b/9"},"b":[]})", -1038, R"({"a":{"$ref":"/b/9"},"b":[]})"},
          }) {
         wiq_json_t* root = parsed(row.before);
+        const i32 references = tree::count(root);
         EXPECT_EQ(wiq_json_jref_expand(root), row.status) << row.before;
+        EXPECT_EQ(tree::count(root), references);
         EXPECT_EQ(dumped(root), row.after);
         wiq_json_unref(root);
     }
     EXPECT_EQ(wiq_json_jref_expand(nullptr), WIQ_ERR_INVALID_ARG);
+}
+
+TEST(Expand, TheRootKeepsItsCount) {
+    for (const i32 references : {0, 1, 3}) {
+        wiq_json_t* root = wiq_json_array_new(0, nullptr);
+        wiq_json_array_push_i64(root, 1, nullptr);
+        wiq_json_array_push_ext(root, wiq_json_jref_new("/0", nullptr), nullptr);
+        for (i32 i = 0; i < references; ++i)
+            wiq_json_ref(root);
+        EXPECT_EQ(wiq_json_jref_expand(root), 0);
+        EXPECT_EQ(dumped(root), "[1,1]");
+        ASSERT_EQ(tree::count(root), references);
+        for (i32 i = 1; i < references; ++i)
+            wiq_json_unref(root);
+        wiq_json_unref(root);
+    }
+}
+
+// Chains in both directions, and one that all others join. Each reference of a chain is followed once: the
+// square of their number would take minutes.
+TEST(Expand, ManyReferencesInAChain) {
+    constexpr int kReferences = 100000;
+    using Clock = std::chrono::steady_clock;
+    for (const char* shape : {"forward", "backward", "comb"}) {
+        SCOPED_TRACE(shape);
+        wiq_json_t* root = wiq_json_array_new(kReferences + 1, nullptr);
+        const bool backward = std::strcmp(shape, "backward") == 0;
+        if (!backward)
+            wiq_json_array_push_i64(root, 5, nullptr);
+        for (int i = 0; i < kReferences; ++i) {
+            // The teeth of a comb, the second half, lead to references all over its back, the first half.
+            const int to = backward                                  ? i + 1
+                           : shape[0] == 'c' && i >= kReferences / 2 ? i * 7 % (kReferences / 2)
+                                                                     : i;
+            wiq_json_array_push_ext(
+                root, wiq_json_jref_new(("/" + std::to_string(to)).c_str(), nullptr), nullptr);
+        }
+        if (backward)
+            wiq_json_array_push_i64(root, 5, nullptr);
+        const auto before = Clock::now();
+        EXPECT_EQ(wiq_json_jref_expand(root), 0);
+        EXPECT_LT(Clock::now() - before, std::chrono::seconds(20));
+        bool all_numbers = true;
+        for (int i = 0; i <= kReferences; ++i)
+            all_numbers =
+                all_numbers && wiq_json_is_int(wiq_json_array_get_ext(root, i, 0, nullptr));
+        EXPECT_TRUE(all_numbers);
+        wiq_json_unref(root);
+    }
+}
+
+TEST(Expand, RingsOfAnyLengthBehindAChain) {
+    for (const int ring : {1, 2, 7, 1000}) {
+        for (const int lead : {0, 1, 2, 1000}) {
+            wiq_json_t* root = wiq_json_array_new(0, nullptr);
+            for (int i = 0; i < lead + ring; ++i) {
+                const int to = i + 1 < lead + ring ? i + 1 : lead;
+                wiq_json_array_push_ext(
+                    root, wiq_json_jref_new(("/" + std::to_string(to)).c_str(), nullptr), nullptr);
+            }
+            const std::string before = dumped(root);
+            EXPECT_EQ(wiq_json_jref_expand(root), WIQ_ERR_JREF_CYCLE) << ring << " " << lead;
+            EXPECT_EQ(dumped(root), before);
+            wiq_json_unref(root);
+        }
+    }
 }
 
 TEST(Expand, CopiesAreIndependent) {
