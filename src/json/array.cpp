@@ -45,7 +45,7 @@ wiq_json_t* make_array(i32 capacity, u8 flags, u32* err) {
 }
 
 // Whether the array may take the node: a strong one only a node that has no parent.
-bool may_take(const wiq_json_t* array, const wiq_json_t* child) {
+bool may_take(const wiq_json_t* array, wiq_json_t* child) {
     return child != nullptr &&
            (is_weak(array) || (child->parent == nullptr && !closes_ring(array, child)));
 }

@@ -306,7 +306,7 @@ wiq_json* take_member(ObjectNode* obj, Member* member);
 
 // Whether attaching the child to the container would make the child its own ancestor. A container tree
 // with a ring in it could be neither released nor walked.
-bool closes_ring(const wiq_json* container, const wiq_json* child);
+bool closes_ring(const wiq_json* container, wiq_json* child);
 
 // The count, changed as every thread may change it; each returns the new value.
 inline i32 count_up(wiq_json* node) {

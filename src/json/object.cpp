@@ -228,24 +228,6 @@ wiq_json* take_member(ObjectNode* obj, Member* member) {
     return child;
 }
 
-bool closes_ring(const wiq_json* container, const wiq_json* child) {
-    if (container == child) {
-        return true;
-    }
-    // Only what has children can be an ancestor, so that trees built from the root down, or from the
-    // leaves up, never pay for this walk.
-    const bool may_be_ancestor =
-        is_container(child) && (child->type == kJsonObject ? size_of(as<ObjectNode>(child))
-                                                           : size_of(as<ArrayNode>(child))) > 0;
-    if (!may_be_ancestor) {
-        return false;
-    }
-    while (container->parent != nullptr) {
-        container = container->parent;
-    }
-    return container == child;
-}
-
 }  // namespace ke::json
 
 using namespace ke::json;

@@ -2,6 +2,8 @@
 // these walks makes do with a level for each byte of the stack.
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "json/tree.h"
 #include "support/small_stack.h"
 
@@ -71,6 +73,26 @@ TEST_P(JsonDeep, CopyAndCompare) {
         EXPECT_FALSE(wiq_json_equal(root.get(), other.get()));
         EXPECT_FALSE(wiq_json_subset(root.get(), other.get(), 0));
     });
+}
+
+// Whether a child would become its own ancestor is not asked of all the levels above each time.
+TEST_P(JsonDeep, AttachManyContainersFarDown) {
+    Tree root(build(GetParam(), kMillion / 5, 1));
+    wiq_json_t* deepest = root.get();
+    for (wiq_json_t* node = deepest; !wiq_json_is_int(node);) {
+        deepest = node;
+        node = wiq_json_is_array(node) ? wiq_json_array_get_ext(node, 0, 0, nullptr)
+                                       : wiq_json_obj_get_ext(node, "k", 0, nullptr);
+    }
+    const auto before = std::chrono::steady_clock::now();
+    for (int i = 0; i < 10000; ++i) {
+        wiq_json_t* child = tree::node(i % 2 == 0 ? "[[1],{\"a\":2}]" : "{\"a\":[1],\"b\":[]}");
+        const i32 status = wiq_json_is_array(deepest)
+                               ? wiq_json_array_push_ext(deepest, child, nullptr)
+                               : wiq_json_obj_put_ext(deepest, "x", child, nullptr);
+        ASSERT_EQ(status, 0);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
 }
 
 TEST_P(JsonDeep, ReplaceAndRemove) {
