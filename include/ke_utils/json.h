@@ -42,8 +42,9 @@ extern "C" {
  *  A node in memory begins with its tag (u16), its flags (u8; 2 marks a weak container), its count (i32),
  *  its parent, and its place there (a u32 index or the key that the parent holds).
  *
- *  Threads: the count is atomic, so threads may hold and drop references to one node. All else, the fall
- *  of a child's count to 0 included, belongs to one thread at a time.
+ *  Threads: the count is atomic, so threads may hold and drop references to one node. Threads may read one
+ *  tree at the same time (getters, pointers, references, walks, dumps, copies, comparisons) as long as none
+ *  changes it. All else, the fall of a child's count to 0 included, belongs to one thread at a time.
  *
  *  No depth of nesting can overflow the stack: releasing, copying, comparing and searching do not recurse.
  *

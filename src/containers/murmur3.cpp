@@ -2,6 +2,7 @@
 
 #include "containers/murmur3.h"
 
+#include "core/exports.h"
 #include "ke_utils/containers.h"
 
 u32 wiq_murmur3_32(const void* data, u32 length, u32 seed) {
@@ -28,7 +29,7 @@ bool wiq_cmp_int(const void* a, const void* b) {
 }
 
 // One function under two names: a map's `cmp` may be compared with either.
-bool wiq_cmp_ptr(const void* a, const void* b) __attribute__((nothrow, alias("wiq_cmp_int")));
+bool wiq_cmp_ptr(const void* a, const void* b) KE_SECOND_NAME_OF(wiq_cmp_int);
 
 bool wiq_cmp_str(const void* a, const void* b) {
     return strcmp(static_cast<const char*>(a), static_cast<const char*>(b)) == 0;

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "core/exports.h"
 #include "core/refcount.h"
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
@@ -148,7 +149,7 @@ void* wiq_vector_get(const wiq_vector* vec, i32 index) {
 
 // One function under two names.
 const void* wiq_vector_get_const(const wiq_vector* vec, i32 index)
-    __attribute__((nothrow, alias("wiq_vector_get")));
+    KE_SECOND_NAME_OF(wiq_vector_get);
 
 i32 wiq_vector_size(const wiq_vector* vec) {
     return vec == nullptr ? static_cast<i32>(WIQ_ERR_INVALID_ARG) : vec->size;

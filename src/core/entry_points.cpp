@@ -3,7 +3,7 @@
 
 #include <uv.h>
 
-#include "core/slots.h"
+#include "core/exports.h"
 #include "ke_utils/core.h"
 #include "os/module.h"
 #include "os/os.h"

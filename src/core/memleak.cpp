@@ -1,7 +1,7 @@
 // The hook slots, and the leak tracker that can be put into them. Counters and slots are plain data on
 // purpose: they are set up before other threads allocate, and counts taken across threads are approximate.
 
-#include "core/slots.h"
+#include "core/exports.h"
 #include "ke_utils/core.h"
 
 KE_SLOT wiq_malloc_pre_fn wiq_malloc_pre_cb = nullptr;
