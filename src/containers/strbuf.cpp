@@ -6,6 +6,7 @@
 #include "containers/strbuf_core.h"
 #include "ke_utils/text.h"
 #include "text/ctype.h"
+#include "text/format.h"
 
 namespace {
 
@@ -28,17 +29,67 @@ void truncate(wiq_strbuf* buf, u64 len) {
         buf->data[len] = '\0';
 }
 
+// The bytes may be some of the block's own.
 void append(wiq_strbuf* buf, const char* bytes, u64 count) {
-    memcpy(buf->data + buf->len, bytes, count);
+    memmove(buf->data + buf->len, bytes, count);
     buf->len += count;
     buf->data[buf->len] = '\0';
+}
+
+// What a block that must have `needed` bytes grows to.
+u64 grown_capacity(const wiq_strbuf* buf, u64 needed) {
+    const u64 doubled = buf->capacity <= UINT64_MAX / 2 ? 2 * buf->capacity : needed;
+    return doubled > needed ? doubled : needed;
+}
+
+// Appends a text that did not fit at the first attempt. It may come from the buffer itself, whose block is
+// therefore kept until the text stands in another one.
+i32 append_long(wiq_strbuf* buf, size_t length, const char* format, va_list args) {
+    const u64 needed = buf->len + length + 1;
+    const u64 capacity = needed <= buf->capacity ? buf->capacity : grown_capacity(buf, needed);
+    char* block = static_cast<char*>(malloc(capacity));
+    if (block == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    if (buf->len != 0)
+        memcpy(block, buf->data, buf->len);
+    const i32 written = wiq_vsprintf(block + buf->len, length + 1, format, args);
+    free(buf->data);
+    *buf = {block, buf->len + length, capacity};
+    // Counted also when formatting failed, and terminated, so that even a spoiled buffer is a string.
+    block[buf->len] = '\0';
+    return written;
+}
+
+i32 append_formatted(wiq_strbuf* buf, const char* format, va_list args, va_list again) {
+    const u64 room = buf->capacity > buf->len ? buf->capacity - buf->len - 1 : 0;
+    ke::FormatAttempt attempt;
+    if (!attempt.format(buf->data + (room == 0 ? 0 : buf->len + 1), room, format, args))
+        return WIQ_ERR_FAILED;
+    const size_t length = attempt.length();
+    if (attempt.text() == nullptr)
+        return append_long(buf, length, format, again);
+    // Where this moves the block, the text is on the stack.
+    const i32 status = ke::strbuf_reserve(buf, length + 1);
+    if (status != 0)
+        return status;
+    append(buf, attempt.text(), length);
+    return static_cast<i32>(length);
+}
+
+// Moves `count` bytes that lie in the block to where a block of `len` + 2 * (`count` + 1) bytes has them
+// too, before their digits take their place: their offset.
+u64 keep_for_digits(wiq_strbuf* buf, u64 offset, u64 count) {
+    if (offset <= buf->len)
+        return offset;
+    const u64 left = buf->capacity - offset;
+    memmove(buf->data + buf->len + 1, buf->data + offset, count < left ? count : left);
+    return buf->len + 1;
 }
 
 }  // namespace
 
 i32 ke::strbuf_grow(wiq_strbuf* buf, u64 needed) {
-    const u64 doubled = buf->capacity <= UINT64_MAX / 2 ? 2 * buf->capacity : needed;
-    return set_capacity(buf, doubled > needed ? doubled : needed);
+    return set_capacity(buf, grown_capacity(buf, needed));
 }
 
 i32 wiq_strbuf_init(wiq_strbuf* buf, u64 capacity) {
@@ -86,16 +137,15 @@ i32 wiq_strbuf_pop(wiq_strbuf* buf) {
 char wiq_strbuf_getc(const wiq_strbuf* buf, i32 index) {
     if (buf == nullptr)
         return '\0';
+    // The index arithmetic is that of 32-bit integers, which wrap where the text is longer.
     const i32 len = static_cast<i32>(buf->len);
     if (index >= len)
         return '\0';
     if (index < 0)
-        index += len;
+        index = static_cast<i32>(static_cast<u32>(index) + static_cast<u32>(len));
     return index < 0 ? '\0' : buf->data[index];
 }
 
-// The header's short way in front of it is not wanted here.
-#undef wiq_strbuf_putc
 i32 wiq_strbuf_putc(wiq_strbuf* buf, char c) {
     if (buf == nullptr)
         return WIQ_ERR_INVALID_ARG;
@@ -115,10 +165,12 @@ i32 wiq_strbuf_write(wiq_strbuf* buf, const char* bytes, u64 count) {
         return WIQ_ERR_INVALID_ARG;
     if (count == 0)
         return 0;
+    const ke::BufferArg arg(buf, bytes);
     const i32 status = count == UINT64_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY)
                                            : ke::strbuf_reserve(buf, count + 1);
     if (status != 0)
         return status;
+    bytes = arg.now(buf);
     const u64 length = wiq_strnlen(bytes, count);
     append(buf, bytes, length);
     return static_cast<i32>(length);
@@ -132,21 +184,11 @@ i32 wiq_strbuf_rwrite(wiq_strbuf* buf, const char* bytes, u64 count) {
 i32 wiq_strbuf_vprintf(wiq_strbuf* buf, const char* format, va_list args) {
     if (buf == nullptr || format == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    va_list counted;
-    va_copy(counted, args);
-    const i32 length = wiq_vscprintf(format, counted);
-    va_end(counted);
-    if (length < 0)
-        return WIQ_ERR_FAILED;
-    const u64 room = static_cast<u64>(length) + 1;
-    const i32 status = ke::strbuf_reserve(buf, room);
-    if (status != 0)
-        return status;
-    const i32 written = wiq_vsprintf(buf->data + buf->len, room, format, args);
-    // Counted also when formatting failed, and terminated, so that even a spoiled buffer is a string.
-    buf->len += static_cast<u64>(length);
-    buf->data[buf->len] = '\0';
-    return written;
+    va_list again;
+    va_copy(again, args);
+    const i32 result = append_formatted(buf, format, args, again);
+    va_end(again);
+    return result;
 }
 
 i32 wiq_strbuf_printf(wiq_strbuf* buf, const char* format, ...) {
@@ -176,19 +218,25 @@ i32 wiq_strbuf_printhex(wiq_strbuf* buf, const void* bytes, u64 count) {
         return WIQ_ERR_INVALID_ARG;
     if (count > (UINT64_MAX - buf->len) / 2 - 1)
         return WIQ_ERR_NO_MEMORY;
+    const ke::BufferArg arg(buf, bytes);
+    const u64 offset = arg.inside() ? keep_for_digits(buf, arg.offset(), count) : 0;
     // The block is made to fit before the bytes are looked at, also where it was larger.
     const i32 status = set_capacity(buf, buf->len + 2 * (count + 1));
     if (status != 0)
         return status;
     if (bytes == nullptr)
         return WIQ_ERR_INVALID_ARG;
+    // From the end: bytes of the block itself are behind the text by one at most, so that the digits of a
+    // byte lie behind all bytes before it.
+    const char* source = arg.inside() ? buf->data + offset : static_cast<const char*>(bytes);
     char* out = buf->data + buf->len;
-    for (const u8 *p = static_cast<const u8*>(bytes), *end = p + count; p != end; ++p) {
-        *out++ = kDigits[*p >> 4];
-        *out++ = kDigits[*p & 0xF];
+    for (u64 i = count; i-- != 0;) {
+        const u8 byte = static_cast<u8>(source[i]);
+        out[2 * i] = kDigits[byte >> 4];
+        out[2 * i + 1] = kDigits[byte & 0xF];
     }
-    *out = '\0';
     buf->len += 2 * count;
+    buf->data[buf->len] = '\0';
     return 0;
 }
 
@@ -204,11 +252,12 @@ i32 wiq_strbuf_struct_str(wiq_strbuf* buf, const void* bytes, u64 width, bool tr
     if (buf == nullptr || (bytes == nullptr && width != 0))
         return WIQ_ERR_INVALID_ARG;
     truncate(buf, 0);
+    const ke::BufferArg arg(buf, bytes);
     const i32 status = width == UINT64_MAX ? static_cast<i32>(WIQ_ERR_NO_MEMORY)
                                            : ke::strbuf_reserve(buf, width + 1);
     if (status != 0)
         return status;
-    const char* first = static_cast<const char*>(bytes);
+    const char* first = arg.now(buf);
     const char* last = first + width;
     while (trim && first != last && ke::is_space(*first))
         ++first;

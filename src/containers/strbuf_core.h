@@ -1,5 +1,8 @@
-// Room in a string buffer for producers that write their text straight into it.
+// Room in a string buffer for producers that write their text straight into it, and arguments that may lie in
+// the buffer themselves.
 #pragma once
+
+#include <cstdint>
 
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
@@ -16,5 +19,25 @@ inline i32 strbuf_reserve(wiq_strbuf* buf, u64 n) {
     const u64 needed = buf->len + n;
     return needed <= buf->capacity ? 0 : strbuf_grow(buf, needed);
 }
+
+// An argument of a function that may move the buffer's block. If it lies in the block, it is found again in
+// the new one, at the same place.
+class BufferArg {
+  public:
+    BufferArg(const wiq_strbuf* buf, const void* arg)
+        : arg_(static_cast<const char*>(arg)),
+          offset_(reinterpret_cast<uintptr_t>(arg) - reinterpret_cast<uintptr_t>(buf->data)),
+          inside_(buf->data != nullptr && offset_ < buf->capacity) {}
+
+    bool inside() const { return inside_; }
+    // Its place in the block if it is inside.
+    u64 offset() const { return offset_; }
+    const char* now(const wiq_strbuf* buf) const { return inside_ ? buf->data + offset_ : arg_; }
+
+  private:
+    const char* arg_;
+    uintptr_t offset_;
+    bool inside_;
+};
 
 }  // namespace ke

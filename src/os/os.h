@@ -41,6 +41,9 @@ i32 format_length(const char* format, va_list args);
 // Formats into `size` bytes, positional arguments allowed; the length, or negative on failure (also when
 // the text does not fit).
 i32 format_text(char* buf, size_t size, const char* format, va_list args);
+// As format_text(), but a text that does not fit is no failure: its length, `size` or more, and the bytes then
+// hold nothing of use.
+i32 format_or_measure(char* buf, size_t size, const char* format, va_list args);
 // As format_length(), without positional arguments.
 i32 format_length_plain(const char* format, va_list args);
 // As format_text() without positional arguments, cut to `size` - 1 characters and always terminated.

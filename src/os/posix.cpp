@@ -75,11 +75,17 @@ i32 format_length(const char* format, va_list args) {
 }
 
 i32 format_text(char* buf, size_t size, const char* format, va_list args) {
-    if (buf == nullptr || size == 0 || format == nullptr || is_refused_format(format))
+    if (buf == nullptr || size == 0)
+        return -1;
+    const i32 length = format_or_measure(buf, size, format, args);
+    return length < 0 || static_cast<size_t>(length) >= size ? -1 : length;
+}
+
+i32 format_or_measure(char* buf, size_t size, const char* format, va_list args) {
+    if (format == nullptr || is_refused_format(format))
         return -1;
     const CLocaleScope scope;
-    const i32 length = vsnprintf(buf, size, format, args);
-    return length < 0 || static_cast<size_t>(length) >= size ? -1 : length;
+    return vsnprintf(buf, size, format, args);
 }
 
 // vsnprintf() knows positional arguments natively, so the plain forms share it.

@@ -77,6 +77,17 @@ i32 format_text(char* buf, size_t size, const char* format, va_list args) {
     return -1;
 }
 
+// The runtime's function does not tell a text that is too long from a format that it refuses.
+i32 format_or_measure(char* buf, size_t size, const char* format, va_list args) {
+    va_list counted;
+    va_copy(counted, args);
+    i32 length = format_text(buf, size, format, args);
+    if (length < 0)
+        length = format_length(format, counted);
+    va_end(counted);
+    return length;
+}
+
 i32 format_length_plain(const char* format, va_list args) {
     if (format == nullptr || is_refused_format(format, kModifiers))
         return -1;

@@ -1,22 +1,32 @@
 // Formatted strings: the three primitives over the runtime's printf, and on them the forms that make a
 // fresh string or re-use a caller's block. The growable string buffer is in containers/strbuf.cpp.
 #include <cstdarg>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
 #include "os/os.h"
+#include "text/format.h"
+
+namespace ke {
+
+bool FormatAttempt::format(char* room, size_t size, const char* format, va_list args) {
+    const bool on_stack = size <= kStackRoom;
+    char* out = on_stack ? stack_ : room;
+    const size_t out_size = on_stack ? kStackRoom : size;
+    const i32 length = os::format_or_measure(out, out_size, format, args);
+    if (length < 0)
+        return false;
+    length_ = static_cast<size_t>(length);
+    text_ = length_ < out_size ? out : nullptr;
+    return true;
+}
+
+}  // namespace ke
 
 namespace {
-
-i32 length_of(const char* format, va_list args) {
-    va_list copy;
-    va_copy(copy, args);
-    const i32 length = wiq_vscprintf(format, copy);
-    va_end(copy);
-    return length;
-}
 
 // Grows a block to `need` bytes. The caller's pair is overwritten even when this fails: the block is
 // then NULL, the size what was asked for, and the old block still the caller's to release.
@@ -30,17 +40,76 @@ u64 text_length(const char* block, u64 size) {
     return size == 0 || block == nullptr ? 0 : strlen(block);
 }
 
-i32 append_formatted(char** block, u64* size, const char* format, va_list args) {
-    const i32 length = length_of(format, args);
-    if (length < 0)
-        return WIQ_ERR_FAILED;
-    const u64 room = static_cast<u64>(length) + 1;
-    const u64 used = text_length(*block, *size);
-    if (used + room > *size)
-        grow_block(block, size, used + room);
+// Puts the text of an attempt, or what the format makes of the arguments if it did not fit, and a NUL into
+// room for both: its length or -7.
+i32 put_text(char* out, const ke::FormatAttempt& attempt, const char* format, va_list args) {
+    const size_t length = attempt.length();
+    if (attempt.text() == nullptr)
+        return wiq_vsprintf(out, length + 1, format, args);
+    memmove(out, attempt.text(), length);  // it may lie in the same block
+    out[length] = '\0';
+    return static_cast<i32>(length);
+}
+
+// Appends a text that did not fit at the first attempt. It may come from the string in the block, which is
+// therefore kept until the text stands in another block.
+i32 append_long(char** block, u64* size, u64 used, size_t length, const char* format,
+                va_list args) {
+    const u64 total = used + length + 1;
+    if (total <= *size && *block == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    char* old = *block;
+    *size = total > *size ? total : *size;
+    *block = static_cast<char*>(malloc(*size));
     if (*block == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    return wiq_vsprintf(*block + used, room, format, args);
+    if (used != 0)
+        memcpy(*block, old, used);
+    const i32 result = wiq_vsprintf(*block + used, length + 1, format, args);
+    free(old);
+    return result;
+}
+
+i32 append_formatted(char** block, u64* size, const char* format, va_list args, va_list again) {
+    const u64 used = text_length(*block, *size);
+    const u64 room = *block == nullptr || *size <= used ? 0 : *size - used - 1;
+    ke::FormatAttempt attempt;
+    if (!attempt.format(*block + (room == 0 ? 0 : used + 1), room, format, args))
+        return WIQ_ERR_FAILED;
+    if (attempt.text() == nullptr)
+        return append_long(block, size, used, attempt.length(), format, again);
+    // Where this moves the block, the text is on the stack.
+    const u64 total = used + attempt.length() + 1;
+    if (total > *size)
+        grow_block(block, size, total);
+    if (*block == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    return put_text(*block + used, attempt, format, again);
+}
+
+i32 make_string(char** out, const char* format, va_list args, va_list again) {
+    ke::FormatAttempt attempt;
+    if (!attempt.format(nullptr, 0, format, args))
+        return WIQ_ERR_FAILED;
+    *out = static_cast<char*>(malloc(attempt.length() + 1));
+    if (*out == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    put_text(*out, attempt, format, again);
+    return static_cast<i32>(attempt.length());
+}
+
+i32 overwrite_block(char** block, u64* size, const char* format, va_list args, va_list again) {
+    // On the stack, since a format that is refused leaves the block as it was.
+    ke::FormatAttempt attempt;
+    if (!attempt.format(nullptr, 0, format, args))
+        return WIQ_ERR_FAILED;
+    const u64 need = attempt.length() + 1;
+    if (need >= *size)
+        grow_block(block, size, need);
+    if (*block == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    put_text(*block, attempt, format, again);
+    return static_cast<i32>(attempt.length());
 }
 
 }  // namespace
@@ -81,15 +150,11 @@ i32 wiq_vasprintf(char** out, const char* format, va_list args) {
     if (out == nullptr || format == nullptr)
         return WIQ_ERR_INVALID_ARG;
     *out = nullptr;
-    const i32 length = length_of(format, args);
-    if (length < 0)
-        return WIQ_ERR_FAILED;
-    const u64 room = static_cast<u64>(length) + 1;
-    *out = static_cast<char*>(malloc(room));
-    if (*out == nullptr)
-        return WIQ_ERR_NO_MEMORY;
-    wiq_vsprintf(*out, room, format, args);
-    return length;
+    va_list again;
+    va_copy(again, args);
+    const i32 result = make_string(out, format, args, again);
+    va_end(again);
+    return result;
 }
 
 i32 wiq_rasprintf(char** block, u64* size, const char* format, ...) {
@@ -103,24 +168,22 @@ i32 wiq_rasprintf(char** block, u64* size, const char* format, ...) {
 i32 wiq_vrasprintf(char** block, u64* size, const char* format, va_list args) {
     if (block == nullptr || size == nullptr || format == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    const i32 length = length_of(format, args);
-    if (length < 0)
-        return WIQ_ERR_FAILED;
-    const u64 room = static_cast<u64>(length) + 1;
-    if (room >= *size)
-        grow_block(block, size, room);
-    if (*block == nullptr)
-        return WIQ_ERR_NO_MEMORY;
-    wiq_vsprintf(*block, room, format, args);
-    return length;
+    va_list again;
+    va_copy(again, args);
+    const i32 result = overwrite_block(block, size, format, args, again);
+    va_end(again);
+    return result;
 }
 
 i32 wiq_rapsprintf(char** block, u64* size, const char* format, ...) {
     if (block == nullptr || size == nullptr || format == nullptr)
         return WIQ_ERR_INVALID_ARG;
     va_list args;
+    va_list again;
     va_start(args, format);
-    const i32 result = append_formatted(block, size, format, args);
+    va_copy(again, args);
+    const i32 result = append_formatted(block, size, format, args, again);
+    va_end(again);
     va_end(args);
     return result;
 }
@@ -131,11 +194,15 @@ i32 wiq_rastrcat(char** block, u64* size, const char* str) {
     const u64 used = text_length(*block, *size);
     const u64 length = strlen(str);
     const u64 total = used + length + 1;
+    // Where the string lies in the block itself, it moves with it.
+    const uintptr_t offset = reinterpret_cast<uintptr_t>(str) - reinterpret_cast<uintptr_t>(*block);
+    const bool inside = *block != nullptr && offset < *size;
     if (total > *size)
         grow_block(block, size, total);
     if (*block == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    memcpy(*block + used, str, length + 1);
+    memmove(*block + used, inside ? *block + offset : str, length);
+    (*block)[used + length] = '\0';
     return static_cast<i32>(length);
 }
 

@@ -234,4 +234,27 @@ TEST(StrvFaults, PushKeepsTheSlot) {
     });
 }
 
+// A text that grows between the first attempt at it and the second.
+char g_growing[1100];
+
+TEST(StrbufFaults, ATextThatChangesWhileItIsFormatted) {
+    wiq_strbuf buf;
+    ASSERT_EQ(wiq_strbuf_init(&buf, 64), 0);
+    ASSERT_EQ(wiq_strbuf_write(&buf, "old", 3), 3);
+    memset(g_growing, 'a', 1000);
+    g_growing[1000] = '\0';
+    AllocFaults faults(SIZE_MAX, AllocFaults::kTransient);
+    g_on_allocation = [] { memset(g_growing + 1000, 'b', 50); };
+    faults.arm();
+    const i32 result = wiq_strbuf_printf(&buf, "%s", g_growing);
+    faults.disarm();
+    g_on_allocation = nullptr;
+    EXPECT_EQ(result, WIQ_ERR_FAILED);
+    EXPECT_EQ(buf.len, 3u + 1000) << "counted all the same";
+    EXPECT_EQ(buf.data[buf.len], '\0');
+    EXPECT_EQ(std::string(buf.data, 100), "old" + std::string(97, 'a'));
+    EXPECT_EQ(buf.capacity, 3u + 1000 + 1);
+    wiq_strbuf_finalize(&buf);
+}
+
 }  // namespace

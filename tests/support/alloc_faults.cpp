@@ -15,6 +15,8 @@ std::atomic<long> g_live{0};
 thread_local AllocFaults* t_armed = nullptr;
 
 bool fault() {
+    if (t_armed != nullptr && g_on_allocation != nullptr)
+        g_on_allocation();
     return t_armed != nullptr && t_armed->should_fail();
 }
 
@@ -42,6 +44,7 @@ bool AllocFaults::should_fail() {
 }
 
 bool g_fail_mutex_init = false;
+void (*g_on_allocation)() = nullptr;
 
 long live_blocks() {
     return g_live.load(std::memory_order_relaxed);

@@ -42,6 +42,10 @@ class AllocFaults {
     bool fired_ = false;
 };
 
+// Called before every allocation of a thread that has armed faults, unless it is nullptr: for what only another
+// thread could do in the middle of a call otherwise.
+extern void (*g_on_allocation)();
+
 // Blocks that the wrapped functions have handed out and not yet got back.
 long live_blocks();
 

@@ -2,6 +2,8 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <utility>
 
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
@@ -58,6 +60,46 @@ void sweep_block(Append append, const char* expected, i32 result_expected) {
 TEST(FormatFaults, Overwrite) {
     sweep_block([](char** block, u64* size) { return wiq_rasprintf(block, size, "%s", "longer"); },
                 "longer", 6);
+}
+
+// Also a block that the text fits exactly is grown, to the size that it has.
+TEST(FormatFaults, OverwriteOfABlockThatTheTextFills) {
+    for (const auto& [size, expected_points] : {std::pair<u64, size_t>{10, 2}, {11, 0}}) {
+        const size_t points = SweepAllocations([size = size](AllocFaults& faults) {
+            char* block = static_cast<char*>(malloc(size));
+            char* old = block;
+            u64 after = size;
+            faults.arm();
+            const i32 result = wiq_rasprintf(&block, &after, "%s", "123456789");
+            faults.disarm();
+            EXPECT_EQ(after, size);
+            EXPECT_EQ(result, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 9);
+            EXPECT_EQ(block == nullptr, faults.fired());
+            free(faults.fired() ? old : block);
+        });
+        EXPECT_EQ(points, expected_points) << size;
+    }
+}
+
+TEST(FormatFaults, LongTexts) {
+    const std::string text(600, 't');
+    sweep_block(
+        [&](char** block, u64* size) { return wiq_rasprintf(block, size, "%s", text.c_str()); },
+        text.c_str(), 600);
+    sweep_block(
+        [&](char** block, u64* size) { return wiq_rapsprintf(block, size, "%s", text.c_str()); },
+        ("old" + text).c_str(), 600);
+    const size_t points = SweepAllocations([&](AllocFaults& faults) {
+        char* out = nullptr;
+        faults.arm();
+        const i32 result = wiq_asprintf(&out, "%s", text.c_str());
+        faults.disarm();
+        EXPECT_EQ(result, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 600);
+        EXPECT_EQ(out == nullptr, faults.fired());
+        EXPECT_TRUE(out == nullptr || text == out);
+        free(out);
+    });
+    EXPECT_EQ(points, 2u);
 }
 
 TEST(FormatFaults, AppendFormatted) {

@@ -1,4 +1,5 @@
 // Formatted strings: lengths, truncation, positional arguments, fresh strings and re-used blocks.
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdarg>
@@ -371,8 +372,38 @@ TEST_F(Block, ASizeOfZeroMeansNoString) {
     EXPECT_STREQ(text_, "newer");
 }
 
+// Around the room that texts are tried in first, in blocks of every size.
+TEST_F(Block, TextsOfEveryLength) {
+    for (const u64 length : {0, 1, 511, 512, 513, 1023, 1024, 2000}) {
+        const std::string text(length, 't');
+        for (const u64 size :
+             {u64{1}, length, length + 1, length + 2, length + 3, 2 * length + 700}) {
+            if (size == 0)
+                continue;
+            text_ = static_cast<char*>(realloc(text_, size));
+            size_ = size;
+            text_[0] = '\0';
+            EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "%s", text.c_str()), static_cast<i32>(length));
+            EXPECT_EQ(text_, text);
+            EXPECT_EQ(size_, std::max(size, length + 1));
+            text_ = static_cast<char*>(realloc(text_, size));
+            size_ = size;
+            EXPECT_EQ(wiq_rasprintf(&text_, &size_, "%s", text.c_str()), static_cast<i32>(length));
+            EXPECT_EQ(text_, text);
+            EXPECT_EQ(size_, std::max(size, length + 1));
+        }
+        char* fresh = nullptr;
+        EXPECT_EQ(wiq_asprintf(&fresh, "%s", text.c_str()), static_cast<i32>(length));
+        EXPECT_EQ(fresh, text);
+        free(fresh);
+    }
+}
+
 TEST_F(Block, ABlockThatGotLost) {
-    size_ = 100;
+    size_ = 1000;
+    const std::string text(600, 't');
+    EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "%s", text.c_str()), WIQ_ERR_NO_MEMORY);
+    EXPECT_EQ(size_, 1000u);
     EXPECT_EQ(wiq_rasprintf(&text_, &size_, "a"), WIQ_ERR_NO_MEMORY);
     EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "a"), WIQ_ERR_NO_MEMORY);
     EXPECT_EQ(wiq_rastrcat(&text_, &size_, "a"), WIQ_ERR_NO_MEMORY);
