@@ -28,7 +28,8 @@
  *    free(), heap objects with the family's `_delete` or `_unref`, embedded records with `_finalize`. A
  *    getter lends; what it returns lives as long as its owner leaves it in place. A new JSON value has a
  *    reference count of 0 and is released with one wiq_json_unref(), or given to a container, which then
- *    owns it.
+ *    owns it. What a call copies may be part of what it changes: a key or text of the tree, a string of the
+ *    vector, text in the buffer it is appended to. The few functions to which this does not apply say so.
  *
  * 4. NULL. Constructors, and functions that return a status, test their arguments and answer -7000.
  *    Plain accessors of containers do not test the container. `_delete`, `_unref` and `free` of NULL do

@@ -684,7 +684,8 @@ enum wiq_json_dump_flag {
  * Writes a document as text.
  * @param out   receives a new string, released with free(); untouched on failure
  * @param flags enum wiq_json_dump_flag; compact without WIQ_JSON_DUMP_PRETTY
- * @return the length; -7000 for NULL; -5000; -7003 for a text that is no valid UTF-8; -7014 for a damaged node.
+ * @return the length; -7000 for NULL; -5000; -7001 for 2^31 bytes and more, which wiq_json_sdump_ext() takes;
+ *         -7003 for a text that is no valid UTF-8; -7014 for a damaged node.
  * Members come in the object's order, or sorted. Doubles have six decimals and no exponent, infinities and NaN are
  * "inf", "-inf", "nan" and "-nan", which no JSON reader takes; text beyond ASCII is written raw. Takes documents of any depth.
  */
@@ -693,27 +694,31 @@ KE_API i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags);
 /**
  * Appends a document's text to a buffer.
  * @param indent blanks in front of every line but the first, with WIQ_JSON_DUMP_PRETTY
- * @return 0 or a status as in wiq_json_sdump(); what was written before a failure stays
+ * @return 0 or a status as in wiq_json_sdump(), but of texts of any length; what was written before a failure stays
  */
 KE_API i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 indent);
 
 /**
  * Writes a document's text to a stream, which is neither flushed nor closed. A stream whose functions are the
  * caller's own must not change the document.
- * @return bytes written; a negative status as in wiq_json_sdump(), or -1 if the stream failed; what was written
- *         before a failure stays
+ * @return bytes written, 2^31 - 1 where they are more; a negative status as in wiq_json_sdump(), but of texts of any
+ *         length, or -1 if the stream failed; what was written before a failure stays, and of a string that is no
+ *         valid UTF-8 nothing is
  */
 KE_API i32 wiq_json_fdump(wiq_json_t* node, FILE* fp, u32 flags, u32 indent);
 
 /**
- * A new string, released with free(), with the text escaped for JSON, without quotes; NULL for NULL, invalid UTF-8 or without memory.
+ * A new string, released with free(), with the text escaped for JSON, without quotes; NULL for NULL, invalid UTF-8,
+ * a result of 2^31 bytes or more, or without memory.
  */
 KE_API char* wiq_json_escape_str(const char* text);
 
 /**
  * Appends the text escaped for JSON, without quotes: quote, backslash and what is below 0x20.
- * @return the buffer's length; -7000 for NULL; -7003 on invalid UTF-8, what is before it appended. An append that
- *         fails for lack of memory is not reported.
+ * @param text may lie in the buffer
+ * @return the buffer's length; -7000 for NULL; -7003 on invalid UTF-8, what is before it appended; -7001 if the
+ *         buffer would come to 2^31 bytes or more, nothing appended. An append that fails for lack of memory is not
+ *         reported.
  */
 KE_API i32 wiq_json_escape_str_ext(const char* text, wiq_strbuf* buf);
 
@@ -831,7 +836,7 @@ KE_API wiq_json_t* wiq_json_ptr_put_jref(wiq_json_t* root, const char* ptr, cons
 /**
  * The JSON pointer of a node, from the root of its tree.
  * @param out receives a new string, released with free(); untouched on failure
- * @return its length; -7000 for NULL; -5000. Takes any depth.
+ * @return its length; -7000 for NULL; -5000; -7001 for 2^31 bytes and more. Takes any depth.
  */
 KE_API i32 wiq_json_ptr(const wiq_json_t* node, char** out);
 
@@ -839,7 +844,7 @@ KE_API i32 wiq_json_ptr(const wiq_json_t* node, char** out);
 KE_API i32 wiq_json_ptr_ext(const wiq_json_t* node, wiq_strbuf* buf);
 
 /**
- * Appends the JSON pointer of an object and "/" and a key, which is not escaped.
+ * Appends the JSON pointer of an object and "/" and a key, which is not escaped and may lie in the buffer.
  * 0; -7000 for NULL or no object; -5000, nothing appended.
  */
 KE_API i32 wiq_json_ptr_build_obj_ext(const wiq_json_t* obj, const char* key, wiq_strbuf* buf);

@@ -111,7 +111,7 @@ KE_API i32 wiq_asprintf(char** out, const char* format, ...) KE_PRINTF(2, 3);
 KE_API i32 wiq_vasprintf(char** out, const char* format, va_list args) KE_PRINTF(2, 0);
 
 /**
- * Formats into a re-usable block, over what it held. The arguments must not point into the block.
+ * Formats into a re-usable block, over what it held. The arguments must not lie in the block.
  * @param block  the block's pointer; reallocated when the text with its NUL needs as many bytes as the
  *               block has, or more
  * @param size   the block's size in bytes
@@ -127,7 +127,8 @@ KE_API i32 wiq_vrasprintf(char** block, u64* size, const char* format, va_list a
     KE_PRINTF(3, 0);
 
 /**
- * Appends formatted text to the string in a re-usable block. The arguments must not point into the block.
+ * Appends formatted text to the string in a re-usable block. The arguments may lie in that string, and are then
+ * taken as they were before the call.
  * @param block  the block's pointer; reallocated when the text does not fit behind the string
  * @param size   the block's size in bytes; 0: there is no string yet
  * @param format printf format, positional arguments allowed
@@ -139,7 +140,7 @@ KE_API i32 wiq_rapsprintf(char** block, u64* size, const char* format, ...) KE_P
  * Appends a string to the one in a re-usable block.
  * @param block the block's pointer; reallocated when the string does not fit behind the present one
  * @param size  the block's size in bytes; 0: there is no string yet
- * @param str   what to append; must not lie in the block
+ * @param str   what to append; may lie in that string
  * @return the length of `str`; or -7000 (::WIQ_ERR_INVALID_ARG) if a pointer is NULL, -5000
  *         (::WIQ_ERR_NO_MEMORY) as described above
  */
@@ -203,7 +204,7 @@ KE_API i32 wiq_strtodouble(const char* text, double* out);
 /**
  * Copies a character field of a fixed-size record, which need not be NUL-terminated, into a re-usable
  * block as a string.
- * @param src   the field; NULL only if `width` is 0
+ * @param src   the field, which may lie in the block; NULL only if `width` is 0
  * @param width the field's bytes; the text ends earlier at a NUL
  * @param block the block's pointer; reallocated to `width` + 1 bytes when `size` is NULL or less than that,
  *              or the pointer is NULL. The caller frees it.

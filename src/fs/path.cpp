@@ -5,13 +5,42 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "containers/strbuf_core.h"
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
+#include "ke_utils/text.h"
 
 namespace {
 
 bool is_separator(char c) {
     return c == '\\' || c == '/';
+}
+
+// Appends `length` bytes of a part that may lie in the buffer.
+i32 append_part(wiq_strbuf* buf, const ke::BufferArg& part, u64 length) {
+    i32 separators = 0;
+    if (buf->len != 0 && length != 0 && buf->data[buf->len - 1] != '\\') {
+        const i32 status = wiq_strbuf_putc(buf, '\\');
+        if (status != 0)
+            return status;
+        separators = 1;
+    }
+    const i32 appended = wiq_strbuf_write(buf, part.now(buf), length);
+    if (appended >= 0)
+        return appended + separators;
+    // A separator with nothing behind it would be another path.
+    wiq_strbuf_erase(buf, static_cast<u64>(separators));
+    return appended;
+}
+
+// Appends a part as it was when the buffer was as in `before`: one that lies in the buffer's text ended where
+// that text did.
+i32 append_part_of(const wiq_strbuf& before, wiq_strbuf* buf, const char* part) {
+    const ke::BufferArg arg(&before, part);
+    if (!arg.inside())
+        return append_part(buf, arg, strlen(part));
+    const u64 end = arg.offset() <= before.len ? before.len : before.capacity;
+    return append_part(buf, arg, wiq_strnlen(arg.now(buf), end - arg.offset()));
 }
 
 }  // namespace
@@ -74,27 +103,19 @@ char* wiq_build_path(const char* dir, const char* name) {
 i32 wiq_append_path(wiq_strbuf* buf, const char* part) {
     if (buf == nullptr || part == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    i32 separators = 0;
-    if (buf->len != 0 && *part != '\0' && wiq_strbuf_getc(buf, -1) != '\\') {
-        const i32 status = wiq_strbuf_putc(buf, '\\');
-        if (status != 0)
-            return status;
-        separators = 1;
-    }
-    const i32 appended = wiq_strbuf_write(buf, part, strlen(part));
-    if (appended >= 0)
-        return appended + separators;
-    // A separator with nothing behind it would be another path.
-    wiq_strbuf_erase(buf, static_cast<u64>(separators));
-    return appended;
+    return append_part(buf, ke::BufferArg(buf, part), strlen(part));
 }
 
 i32 wiq_append_paths(wiq_strbuf* buf, int count, ...) {
+    const wiq_strbuf before = buf == nullptr ? wiq_strbuf{} : *buf;
     va_list args;
     va_start(args, count);
     i32 total = 0;
     for (int i = 0; i < count && total >= 0; ++i) {
-        const i32 appended = wiq_append_path(buf, va_arg(args, const char*));
+        const char* part = va_arg(args, const char*);
+        const i32 appended = buf == nullptr || part == nullptr
+                                 ? static_cast<i32>(WIQ_ERR_INVALID_ARG)
+                                 : append_part_of(before, buf, part);
         total = appended < 0 ? appended : total + appended;
     }
     va_end(args);

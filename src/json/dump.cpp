@@ -8,6 +8,7 @@
 
 #include "json/dump_visitor.h"
 #include "json/dump_writer.h"
+#include "json/text_limits.h"
 
 namespace ke::json {
 
@@ -97,24 +98,21 @@ i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 indent)
     return status;
 }
 
-i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags) {
+i32 ke::json::sdump_within(wiq_json_t* node, char** out, u32 flags, u64 longest) {
     if (node == nullptr || out == nullptr)
         return WIQ_ERR_INVALID_ARG;
     wiq_strbuf buf;
     i32 status = wiq_strbuf_init(&buf, 0);
     if (status == 0)
         status = wiq_json_sdump_ext(node, &buf, flags, 0);
-    if (status == 0) {
-        const i32 length = static_cast<i32>(buf.len);
-        char* text = wiq_strbuf_release(&buf);
-        if (text != nullptr) {
-            *out = text;
-            return length;
-        }
-        status = WIQ_ERR_NO_MEMORY;
-    }
+    if (status == 0)
+        status = take_text(&buf, out, longest);
     wiq_strbuf_finalize(&buf);
     return status;
+}
+
+i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags) {
+    return ke::json::sdump_within(node, out, flags, ke::json::kLongestText);
 }
 
 i32 wiq_json_fdump(wiq_json_t* node, FILE* fp, u32 flags, u32 indent) {

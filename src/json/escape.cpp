@@ -3,6 +3,8 @@
 
 #include "json/escape.h"
 
+#include "containers/strbuf_core.h"
+#include "json/text_limits.h"
 #include "ke_utils/json.h"
 
 namespace ke::json {
@@ -40,27 +42,60 @@ char* write_escape(char* out, u8 c) {
     }
 }
 
-}  // namespace ke::json
-
 namespace {
 
-// Appends to a caller's buffer; that an append failed for lack of memory is not reported.
-struct LenientSink {
-    wiq_strbuf* buf;
-    i32 write(const char* bytes, size_t count) const {
-        wiq_strbuf_write(buf, bytes, count);
+// Counts what would be written.
+struct CountingSink {
+    u64 count;
+    i32 write(const char*, size_t n) {
+        count += n;
         return 0;
     }
 };
 
+// Whether `used` bytes and the escapes of a valid text are more than `longest`. Only a text that can be too
+// long is looked at.
+bool is_too_long(const char* text, size_t length, u64 used, u64 longest) {
+    if (used > longest)
+        return true;
+    if (length <= (longest - used) / kMaxEscape)
+        return false;
+    CountingSink sink = {0};
+    return escape_text(text, text + length, sink) == 0 && sink.count > longest - used;
+}
+
 }  // namespace
 
-i32 wiq_json_escape_str_ext(const char* text, wiq_strbuf* buf) {
+i32 escape_within(const char* text, wiq_strbuf* buf, u64 longest) {
     if (text == nullptr || buf == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    LenientSink sink = {buf};
-    const i32 status = ke::json::escape_text(text, text + strlen(text), sink);
-    return status != 0 ? status : static_cast<i32>(buf->len);
+    const size_t length = strlen(text);
+    if (is_too_long(text, length, buf->len, longest))
+        return WIQ_ERR_RANGE;
+    // The text may lie in the buffer and move with it; that an append failed for lack of memory is not
+    // reported.
+    const BufferArg arg(buf, text);
+    for (size_t at = 0; at != length;) {
+        const char* run = arg.now(buf) + at;
+        bool valid = false;
+        const char* run_end = plain_run(run, arg.now(buf) + length, &valid);
+        at += static_cast<size_t>(run_end - run);
+        wiq_strbuf_write(buf, run, static_cast<size_t>(run_end - run));
+        if (!valid)
+            return WIQ_ERR_BAD_FORMAT;
+        if (at == length)
+            break;
+        char escape[kMaxEscape];
+        const char* escape_end = write_escape(escape, static_cast<u8>(arg.now(buf)[at++]));
+        wiq_strbuf_write(buf, escape, static_cast<size_t>(escape_end - escape));
+    }
+    return static_cast<i32>(buf->len);
+}
+
+}  // namespace ke::json
+
+i32 wiq_json_escape_str_ext(const char* text, wiq_strbuf* buf) {
+    return ke::json::escape_within(text, buf, ke::json::kLongestText);
 }
 
 char* wiq_json_escape_str(const char* text) {

@@ -5,6 +5,7 @@
 
 #include "containers/strbuf_core.h"
 #include "json/node.h"
+#include "json/text_limits.h"
 #include "text/decimal.h"
 
 namespace ke::json {
@@ -73,26 +74,23 @@ i32 append_pointer(const wiq_json* node, wiq_strbuf* buf, size_t extra) {
 
 }  // namespace
 
-}  // namespace ke::json
-
-i32 wiq_json_ptr(const wiq_json_t* node, char** out) {
+i32 pointer_within(const wiq_json_t* node, char** out, u64 longest) {
     if (node == nullptr || out == nullptr)
         return WIQ_ERR_INVALID_ARG;
     wiq_strbuf buf;
     i32 status = wiq_strbuf_init(&buf, 64);
     if (status == 0)
-        status = ke::json::append_pointer(node, &buf, 0);
-    if (status == 0) {
-        const i32 length = static_cast<i32>(buf.len);
-        char* text = wiq_strbuf_release(&buf);
-        if (text != nullptr) {
-            *out = text;
-            return length;
-        }
-        status = WIQ_ERR_NO_MEMORY;
-    }
+        status = append_pointer(node, &buf, 0);
+    if (status == 0)
+        status = take_text(&buf, out, longest);
     wiq_strbuf_finalize(&buf);
     return status;
+}
+
+}  // namespace ke::json
+
+i32 wiq_json_ptr(const wiq_json_t* node, char** out) {
+    return ke::json::pointer_within(node, out, ke::json::kLongestText);
 }
 
 i32 wiq_json_ptr_ext(const wiq_json_t* node, wiq_strbuf* buf) {
@@ -104,12 +102,13 @@ i32 wiq_json_ptr_ext(const wiq_json_t* node, wiq_strbuf* buf) {
 i32 wiq_json_ptr_build_obj_ext(const wiq_json_t* obj, const char* key, wiq_strbuf* buf) {
     if (!wiq_json_is_obj(obj) || key == nullptr || buf == nullptr)
         return WIQ_ERR_INVALID_ARG;
+    const ke::BufferArg arg(buf, key);
     const size_t length = strlen(key);
     const i32 status = ke::json::append_pointer(obj, buf, length + 1);
     if (status != 0)
         return status;
     wiq_strbuf_putc(buf, '/');
-    wiq_strbuf_write(buf, key, length);
+    wiq_strbuf_write(buf, arg.now(buf), length);
     return 0;
 }
 

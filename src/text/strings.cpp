@@ -12,9 +12,12 @@ extern "C" {
 i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, bool trim) {
     if (block == nullptr || (src == nullptr && width != 0))
         return WIQ_ERR_INVALID_ARG;
+    char* old = nullptr;
     if (size == nullptr || *block == nullptr || width >= *size) {
-        // A width that leaves no room for the NUL is more than any memory.
-        *block = width == UINT64_MAX ? nullptr : static_cast<char*>(realloc(*block, width + 1));
+        // A new block, since the field may lie in the old one. A width that leaves no room for the NUL is
+        // more than any memory.
+        old = *block;
+        *block = width == UINT64_MAX ? nullptr : static_cast<char*>(malloc(width + 1));
         if (*block == nullptr)
             return WIQ_ERR_NO_MEMORY;
         if (size != nullptr)
@@ -31,6 +34,7 @@ i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, bool tri
     if (length != 0)
         memmove(*block, first, length);  // the field may lie in the block
     (*block)[length] = '\0';
+    free(old);
     return 0;
 }
 
