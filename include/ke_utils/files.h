@@ -86,13 +86,15 @@ KE_API void wiq_trim_dirsep(char* path);
 KE_API char* wiq_build_path(const char* dir, const char* name);
 
 /**
- * Appends a part, with a "\\" in front unless the buffer is empty or ends in one, or the part is empty.
+ * Appends a part, with a "\\" in front unless the buffer is empty or ends in one, or the part is empty. The part
+ * may lie in the buffer.
  * @return bytes appended, the separator counted; -7000 for NULL; -5000, the buffer unchanged
  */
 KE_API i32 wiq_append_path(wiq_strbuf* buf, const char* part);
 
 /**
- * Appends `count` parts (const char*), each as wiq_append_path() does.
+ * Appends `count` parts (const char*), each as wiq_append_path() does. Parts that lie in the buffer are taken as
+ * they were before the call.
  * @return bytes appended in all; 0 for a count below 1; the first failure, what came before it appended
  */
 KE_API i32 wiq_append_paths(wiq_strbuf* buf, int count, ...);
@@ -193,7 +195,9 @@ KE_API i32 wiq_load_file(const char* path, void** out, size_t pad);
  * @param line a block from malloc() or NULL; may be moved. Grows by 128 bytes at a time.
  * @param size its size in bytes; ignored for a NULL block
  * @return bytes stored before the NUL, NUL bytes of the line counted; -7000 for NULL; -3004 at the end or on a read
- *         error before any byte, nothing changed; -5000, block and size as true as before
+ *         error before any byte, nothing changed. -5000: what was read of the line is lost, a NULL block is NULL
+ *         still, and a block that was given is valid with its size, though both may be new. -3 for a line of 2^31
+ *         bytes or more: the first 2^31 - 1 are in the block, the next byte is the stream's next.
  */
 KE_API i32 wiq_getline(char** line, size_t* size, FILE* stream);
 

@@ -44,8 +44,15 @@ struct Line {
     size_t length;
 };
 
-i32 read_line(Line* line, int c, FILE* stream) {
+// Reads on from the byte `c`: the line's length; -5000; or -3 for a line longer than `longest`, whose next byte
+// is still to be read. The line as far as it got is in the block, with a NUL if it has room for one.
+i32 read_line(Line* line, int c, FILE* stream, size_t longest) {
     for (; c != EOF; c = ke::os::getc_locked(stream)) {
+        if (line->length == longest) {
+            ungetc(c, stream);
+            line->data[line->length] = '\0';
+            return WIQ_ERR_IO;
+        }
         // Room for the byte and a NUL behind it; a buffer smaller than that is allowed for.
         if (line->length + 2 > line->size) {
             char* grown = static_cast<char*>(realloc(line->data, line->size + kLineStep));
@@ -66,19 +73,21 @@ i32 read_line(Line* line, int c, FILE* stream) {
 
 namespace ke {
 
-i32 getline_locked(char** line, size_t* size, FILE* stream) {
+i32 getline_locked(char** line, size_t* size, FILE* stream, size_t longest) {
     const int c = ke::os::getc_locked(stream);
     if (c == EOF)
         return WIQ_ERR_EOF;
-    if (*line == nullptr) {
-        char* fresh = static_cast<char*>(malloc(kLineStep));
-        if (fresh == nullptr)
-            return WIQ_ERR_NO_MEMORY;
-        *line = fresh;
-        *size = kLineStep;
-    }
+    const bool is_fresh = *line == nullptr;
     Line reading = {*line, *size, 0};
-    const i32 result = read_line(&reading, c, stream);
+    if (is_fresh)
+        reading = {static_cast<char*>(malloc(kLineStep)), kLineStep, 0};
+    if (reading.data == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    const i32 result = read_line(&reading, c, stream, longest);
+    if (is_fresh && result == WIQ_ERR_NO_MEMORY) {
+        free(reading.data);
+        return result;
+    }
     // Also after a failure: the block that the caller knew may have moved.
     *line = reading.data;
     *size = reading.size;

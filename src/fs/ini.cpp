@@ -124,19 +124,20 @@ class LineScanner {
 class IniParser {
   public:
     IniParser(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,
-              void* user)
+              void* user, size_t longest_line)
         : stream_(stream),
           on_section_(on_section),
           on_key_(on_key),
           on_error_(on_error),
-          user_(user) {}
+          user_(user),
+          longest_line_(longest_line) {}
     IniParser(const IniParser&) = delete;
     IniParser& operator=(const IniParser&) = delete;
     ~IniParser() { free(line_); }
 
     i32 parse() {
         for (;;) {
-            const i32 length = ke::getline_locked(&line_, &line_size_, stream_);
+            const i32 length = ke::getline_locked(&line_, &line_size_, stream_, longest_line_);
             if (length < 0)
                 return length == WIQ_ERR_EOF ? 0 : length;
             ++line_number_;
@@ -258,6 +259,7 @@ class IniParser {
     WiqIniKeyFn on_key_;
     WiqIniErrorFn on_error_;
     void* user_;
+    size_t longest_line_;
     char* line_ = nullptr;
     size_t line_size_ = 0;
     u32 line_number_ = 0;
@@ -267,13 +269,18 @@ class IniParser {
 
 }  // namespace
 
-i32 wiq_ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
-                  WiqIniErrorFn on_error, void* user) {
+i32 ke::ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
+                  WiqIniErrorFn on_error, void* user, size_t longest_line) {
     if (stream == nullptr)
         return WIQ_ERR_INVALID_ARG;
     // Once for the file, not for each line.
     ke::os::lock_stream(stream);
-    const i32 status = IniParser(stream, on_section, on_key, on_error, user).parse();
+    const i32 status = IniParser(stream, on_section, on_key, on_error, user, longest_line).parse();
     ke::os::unlock_stream(stream);
     return status;
+}
+
+i32 wiq_ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
+                  WiqIniErrorFn on_error, void* user) {
+    return ke::ini_parse(stream, on_section, on_key, on_error, user, ke::kLongestLine);
 }

@@ -120,9 +120,10 @@ TEST(FileFaults, LoadFile) {
     remove(kName);
 }
 
+// A block that was given may have moved by the time that memory runs out; what is told of it is true.
 TEST(FileFaults, GetlineKeepsTheCallersBuffer) {
     const std::string content = std::string(300, 'x') + "\n";
-    SweepAllocations([&content](AllocFaults& faults) {
+    const size_t points = SweepAllocations([&content](AllocFaults& faults) {
         FILE* stream = tmpfile();
         ASSERT_NE(stream, nullptr);
         fputs(content.c_str(), stream);
@@ -133,25 +134,33 @@ TEST(FileFaults, GetlineKeepsTheCallersBuffer) {
         const i32 length = wiq_getline(&line, &size, stream);
         faults.disarm();
         EXPECT_EQ(length, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 301);
-        line[size - 1] = '\0';  // whatever is told of the buffer is true
+        EXPECT_EQ(size, faults.fired() ? 4 + 128 * (faults.nth() - 1) : 4 + 3 * 128);
+        memset(line, 'y', size);
         free(line);
         fclose(stream);
     });
-    SweepAllocations([](AllocFaults& faults) {
+    EXPECT_EQ(points, 6u) << "three growths, each failing alone and with all after it";
+}
+
+TEST(FileFaults, GetlineWithoutABufferLeavesNone) {
+    const std::string content = std::string(300, 'x') + "\n";
+    const size_t points = SweepAllocations([&content](AllocFaults& faults) {
         FILE* stream = tmpfile();
         ASSERT_NE(stream, nullptr);
-        fputs("text", stream);
+        fputs(content.c_str(), stream);
         rewind(stream);
         char* line = nullptr;
-        size_t size = 0;
+        size_t size = 77;
         faults.arm();
         const i32 length = wiq_getline(&line, &size, stream);
         faults.disarm();
-        EXPECT_EQ(length, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 4);
+        EXPECT_EQ(length, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 301);
         EXPECT_EQ(line == nullptr, faults.fired());
+        EXPECT_EQ(size, faults.fired() ? 77u : 384u);
         free(line);
         fclose(stream);
     });
+    EXPECT_EQ(points, 6u);
 }
 
 TEST(IniFaults, TheLineBufferCannotGrow) {
