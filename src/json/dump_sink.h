@@ -51,6 +51,9 @@ class WindowSink {
 
 class StrbufSink : public WindowSink<StrbufSink> {
   public:
+    // Whether nothing is written of a string that cannot be written whole.
+    static constexpr bool kWholeStrings = false;
+
     explicit StrbufSink(wiq_strbuf* buf) : buf_(buf) { look_at(buf_); }
 
     char* more_room(size_t n) {
@@ -75,6 +78,8 @@ class StrbufSink : public WindowSink<StrbufSink> {
 
 class StreamSink : public WindowSink<StreamSink> {
   public:
+    static constexpr bool kWholeStrings = true;
+
     // The block is an initialised buffer of the caller's. It grows to this size, and beyond it only for a
     // piece that needs more in one go.
     static constexpr u64 kBlock = u64{32} * 1024;

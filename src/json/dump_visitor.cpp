@@ -30,12 +30,20 @@ const JsonDumpVisitorClass* slots_of(const WiqJsonVisitor* self) {
     return reinterpret_cast<const JsonDumpVisitorClass*>(self->object.klass);
 }
 
+// Not left to the runtime by the print slots here: runtimes differ in how they write infinities and NaN.
+constexpr const char* kDoubleFormat = "%f";
+
+bool is_double(const char* format) {
+    return strcmp(format, kDoubleFormat) == 0;
+}
+
 bool is_pretty(WiqJsonVisitor* self) {
     return (dump_visitor(self)->flags & WIQ_JSON_DUMP_PRETTY) != 0;
 }
 
-i32 print(WiqJsonVisitor* self, const char* text) {
-    return slots_of(self)->print(self, "%s", text);
+// The two output slots, of which a subclass may replace either: what they are given is part of the interface.
+i32 print(WiqJsonVisitor* self, const char* literal) {
+    return slots_of(self)->print(self, literal);
 }
 
 i32 print_newline(WiqJsonVisitor* self) {
@@ -45,20 +53,27 @@ i32 print_newline(WiqJsonVisitor* self) {
 
 i32 begin(WiqJsonVisitor* self, const char* bracket) {
     if (is_pretty(self))
-        dump_visitor(self)->indent += kIndentStep;
+        dump_visitor(self)->indent = moved_indent(dump_visitor(self)->indent, kIndentStep);
     return print(self, bracket);
 }
 
-i32 end(WiqJsonVisitor* self, const char* bracket) {
-    if (is_pretty(self))
-        dump_visitor(self)->indent -= kIndentStep;
-    const i32 status = print_newline(self);
-    return status != 0 ? status : print(self, bracket);
+i32 end(WiqJsonVisitor* self, const char* bracket, const char* bracket_on_its_line) {
+    if (!is_pretty(self))
+        return print(self, bracket);
+    const i32 indent = moved_indent(dump_visitor(self)->indent, -kIndentStep);
+    dump_visitor(self)->indent = indent;
+    return slots_of(self)->print(self, bracket_on_its_line, indent, "");
+}
+
+i32 end_object(WiqJsonVisitor* self) {
+    return end(self, "}", "\n%*s}");
 }
 
 i32 print_key(WiqJsonVisitor* self, const char* key) {
-    const i32 status = slots_of(self)->print_string(self, key);
-    return status != 0 ? status : print(self, is_pretty(self) ? ": " : ":");
+    i32 status = slots_of(self)->print_string(self, key);
+    if (status == 0)
+        status = print(self, ":");
+    return status != 0 || !is_pretty(self) ? status : print(self, " ");
 }
 
 i32 print_single_member(WiqJsonVisitor* self, const char* key, const char* text) {
@@ -69,7 +84,7 @@ i32 print_single_member(WiqJsonVisitor* self, const char* key, const char* text)
         status = print_key(self, key);
     if (status == 0)
         status = slots_of(self)->print_string(self, text);
-    return status != 0 ? status : end(self, "}");
+    return status != 0 ? status : end_object(self);
 }
 
 i32 dump_string(WiqJsonVisitor* self, wiq_json_t*, const char* text) {
@@ -90,14 +105,12 @@ i32 dump_u128(WiqJsonVisitor* self, wiq_json_t*, const wiq_uint128* value) {
     if (status < 0)
         return status;
     const bool as_object = (dump_visitor(self)->flags & WIQ_JSON_DUMP_U128_AS_OBJECT) != 0;
-    return as_object ? print_single_member(self, "u128", digits) : print(self, digits);
+    return as_object ? print_single_member(self, "u128", digits)
+                     : slots_of(self)->print(self, "%s", digits);
 }
 
 i32 dump_double(WiqJsonVisitor* self, wiq_json_t*, double value) {
-    // Not left to the runtime's "%f": runtimes differ in how they write infinities and NaN.
-    char text[kMaxDoubleText + 1];
-    *write_double(text, value) = '\0';
-    return print(self, text);
+    return slots_of(self)->print(self, kDoubleFormat, value);
 }
 
 i32 dump_ref(WiqJsonVisitor* self, wiq_json_t*, const char* uri) {
@@ -117,7 +130,7 @@ i32 dump_object_begin(WiqJsonVisitor* self, wiq_json_t*) {
 }
 
 i32 dump_object_end(WiqJsonVisitor* self, wiq_json_t*) {
-    return end(self, "}");
+    return end_object(self);
 }
 
 i32 dump_member(WiqJsonVisitor* self, wiq_json_t*, const char* key, wiq_json_t* value, bool first) {
@@ -141,7 +154,7 @@ i32 dump_array_begin(WiqJsonVisitor* self, wiq_json_t*) {
 }
 
 i32 dump_array_end(WiqJsonVisitor* self, wiq_json_t*) {
-    return end(self, "]");
+    return end(self, "]", "\n%*s]");
 }
 
 i32 dump_element(WiqJsonVisitor* self, wiq_json_t*, i32 index, wiq_json_t* elem) {
@@ -187,17 +200,26 @@ i32 str_visit(WiqJsonVisitor* self, wiq_json_t* node) {
 }
 
 i32 str_print(WiqJsonVisitor* self, const char* format, ...) {
+    wiq_strbuf* buf = str_visitor(self)->buf;
     va_list args;
     va_start(args, format);
-    const i32 written = wiq_strbuf_vprintf(str_visitor(self)->buf, format, args);
+    i32 written = 0;
+    if (is_double(format)) {
+        char text[kMaxDoubleText];
+        const char* text_end = write_double(text, va_arg(args, double));
+        written = wiq_strbuf_write(buf, text, static_cast<u64>(text_end - text));
+    } else {
+        written = wiq_strbuf_vprintf(buf, format, args);
+    }
     va_end(args);
     return written < 0 ? written : 0;
 }
 
-i32 str_print_string(WiqJsonVisitor* self, const char* text) {
+// Appends a text as a JSON string: 0, or the status of what failed, with what came before it appended.
+i32 append_quoted(wiq_strbuf* buf, const char* text) {
     if (text == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    StrbufSink sink(str_visitor(self)->buf);
+    StrbufSink sink(buf);
     i32 status = sink.write("\"", 1);
     if (status == 0)
         status = escape_text(text, text + strlen(text), sink);
@@ -207,11 +229,21 @@ i32 str_print_string(WiqJsonVisitor* self, const char* text) {
     return status;
 }
 
+i32 str_print_string(WiqJsonVisitor* self, const char* text) {
+    return append_quoted(str_visitor(self)->buf, text);
+}
+
 i32 str_class_init(WiqClass* klass) {
     dump_slots(klass)->base.visit = str_visit;
     dump_slots(klass)->print = str_print;
     dump_slots(klass)->print_string = str_print_string;
     return 0;
+}
+
+// The count is an i32 and stays at its largest value.
+void count_written(JsonDumpFileVisitor* visitor, u64 count) {
+    const u64 left = static_cast<u64>(i64{INT32_MAX} - visitor->written);
+    visitor->written = count < left ? visitor->written + static_cast<i32>(count) : INT32_MAX;
 }
 
 i32 file_visit(WiqJsonVisitor* self, wiq_json_t* node) {
@@ -221,27 +253,44 @@ i32 file_visit(WiqJsonVisitor* self, wiq_json_t* node) {
     StreamSink sink(visitor->stream, &visitor->scratch);
     const i32 status =
         DumpWriter<StreamSink>(sink, visitor->base.flags, visitor->base.indent).dump(node);
-    visitor->written += static_cast<i32>(sink.written());
+    count_written(visitor, sink.written());
     return status;
 }
 
-i32 file_print(WiqJsonVisitor* self, const char* format, ...) {
-    va_list args;
-    va_start(args, format);
-    const i32 written = os::format_stream(file_visitor(self)->stream, format, args);
-    va_end(args);
-    if (written < 0)
-        return written;
-    file_visitor(self)->written += written;
+// As the runtime's printing functions: -1 where the stream fails.
+i32 file_write(JsonDumpFileVisitor* visitor, const char* bytes, u64 count) {
+    if (fwrite(bytes, 1, count, visitor->stream) != count)
+        return EOF;
+    count_written(visitor, count);
     return 0;
 }
 
+i32 file_print(WiqJsonVisitor* self, const char* format, ...) {
+    JsonDumpFileVisitor* visitor = file_visitor(self);
+    va_list args;
+    va_start(args, format);
+    i32 status = 0;
+    if (is_double(format)) {
+        char text[kMaxDoubleText];
+        const char* text_end = write_double(text, va_arg(args, double));
+        status = file_write(visitor, text, static_cast<u64>(text_end - text));
+    } else {
+        const i32 written = os::format_stream(visitor->stream, format, args);
+        if (written >= 0)
+            count_written(visitor, static_cast<u64>(written));
+        else
+            status = written;
+    }
+    va_end(args);
+    return status;
+}
+
+// By way of the scratch buffer, so that nothing of a text that cannot be escaped reaches the stream.
 i32 file_print_string(WiqJsonVisitor* self, const char* text) {
     JsonDumpFileVisitor* visitor = file_visitor(self);
-    const i32 length = wiq_json_escape_str_ext(text, &visitor->scratch);
-    if (length < 0)
-        return length;
-    const i32 status = file_print(self, "\"%s\"", visitor->scratch.data);
+    i32 status = append_quoted(&visitor->scratch, text);
+    if (status == 0)
+        status = file_write(visitor, visitor->scratch.data, visitor->scratch.len);
     wiq_strbuf_reset(&visitor->scratch);
     return status;
 }

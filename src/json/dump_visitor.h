@@ -23,13 +23,15 @@ struct JsonDumpStrVisitor {
 struct JsonDumpFileVisitor {
     JsonDumpVisitor base;
     FILE* stream;  // not owned
-    i32 written;   // bytes
+    i32 written;   // bytes, INT32_MAX where they are more
     wiq_strbuf scratch;
 };
 
 struct JsonDumpVisitorClass {
     WiqJsonVisitorClass base;
-    // Writes formatted text: 0 or a negative status.
+    // Writes formatted text: 0 or a negative status. The formats are literal texts without a conversion,
+    // "%lld" and "%llu", "%f" for a double, "%s" for the digits of a 128-bit number, and, before a line,
+    // "\n%*s", "\n%*s}" or "\n%*s]" with the indentation and an empty text.
     i32 (*print)(WiqJsonVisitor* self, const char* format, ...);
     // Writes a text as a JSON string, quotes included: 0 or a negative status.
     i32 (*print_string)(WiqJsonVisitor* self, const char* text);

@@ -11,6 +11,11 @@
 namespace ke::json {
 
 constexpr i32 kIndentStep = 2;
+// An indentation one level further in or out. It is a caller's number at first and wraps.
+inline i32 moved_indent(i32 indent, i32 by) {
+    return static_cast<i32>(static_cast<u32>(indent) + static_cast<u32>(by));
+}
+
 // A double in full: a sign, 309 digits, the point and six decimals.
 constexpr size_t kMaxDoubleText = 1 + 309 + 1 + 6;
 
@@ -180,14 +185,14 @@ class DumpWriter {
     i32 end(char bracket) {
         if (!pretty_)
             return put(bracket);
-        indent_ -= kIndentStep;
+        indent_ = moved_indent(indent_, -kIndentStep);
         const i32 status = newline();
         return status != 0 ? status : put(bracket);
     }
 
     void indent_in() {
         if (pretty_)
-            indent_ += kIndentStep;
+            indent_ = moved_indent(indent_, kIndentStep);
     }
 
     // What stands before a child: a comma unless it is the first, and its own line.
@@ -242,7 +247,8 @@ class DumpWriter {
             const i32 status = escape_text(text, text + length, room);
             out = room.out;
             if (status != 0) {
-                sink_.used(out);
+                if (!Sink::kWholeStrings)
+                    sink_.used(out);
                 return status;
             }
         }
@@ -254,6 +260,8 @@ class DumpWriter {
     }
 
     i32 quoted_in_pieces(const char* text, size_t length, const char* tail, size_t tail_length) {
+        if (Sink::kWholeStrings && !is_valid_text(text, text + length))
+            return WIQ_ERR_BAD_FORMAT;
         i32 status = put('"');
         if (status == 0)
             status = escape_text(text, text + length, sink_);
@@ -262,14 +270,27 @@ class DumpWriter {
         return status != 0 || tail_length == 0 ? status : sink_.write(tail, tail_length);
     }
 
-    // A line feed and as many blanks as the width of a "%*s" of the indentation.
+    // A line feed and as many blanks as the width of a "%*s" of the indentation: rarely more than a few, but
+    // a caller may ask for billions.
     i32 newline() {
-        const size_t blanks = static_cast<size_t>(indent_ < 0 ? -i64{indent_} : i64{indent_});
-        return in_place(blanks + 1, [blanks](char* out) {
-            *out++ = '\n';
-            memset(out, ' ', blanks);
-            return out + blanks;
-        });
+        constexpr size_t kAtOnce = 4096;
+        size_t blanks = static_cast<size_t>(indent_ < 0 ? -i64{indent_} : i64{indent_});
+        if (blanks <= kAtOnce) {
+            return in_place(blanks + 1, [blanks](char* out) {
+                *out++ = '\n';
+                memset(out, ' ', blanks);
+                return out + blanks;
+            });
+        }
+        i32 status = put('\n');
+        for (size_t some = kAtOnce; status == 0 && blanks != 0; blanks -= some) {
+            some = blanks < some ? blanks : some;
+            status = in_place(some, [some](char* out) {
+                memset(out, ' ', some);
+                return out + some;
+            });
+        }
+        return status;
     }
 
     i32 put(char c) {

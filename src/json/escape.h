@@ -40,6 +40,17 @@ inline const char* plain_run(const char* p, const char* end, bool* valid) {
     }
 }
 
+// Whether a text can be escaped: it has no invalid UTF-8 sequence.
+inline bool is_valid_text(const char* p, const char* end) {
+    bool valid = true;
+    while (valid && p != end) {
+        p = plain_run(p, end, &valid);
+        if (valid && p != end)
+            ++p;
+    }
+    return valid;
+}
+
 // Appends a text, without quotes: 0; -7003 on invalid UTF-8, with what is before it appended; or the
 // failure of the sink, which has `i32 write(const char*, size_t)`.
 template <class Sink>

@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -219,6 +220,60 @@ TEST(Dump, InitialIndentation) {
     wiq_json_unref(root);
 }
 
+// The indentation is kept as an i32: from 2^31 on it is negative, and its magnitude counts.
+TEST(Dump, InitialIndentationAboveTwoToThe31) {
+    wiq_json_t* root = parsed(R"([{"a":[]}])");
+    for (const u32 indent : {UINT32_MAX, UINT32_MAX - 1, UINT32_MAX - 4, UINT32_MAX - 100}) {
+        const auto line = [indent](i32 level) {
+            const i32 blanks = static_cast<i32>(indent) + 2 * level;
+            return "\n" + std::string(static_cast<size_t>(blanks < 0 ? -blanks : blanks), ' ');
+        };
+        const std::string expected = "[" + line(1) + "{" + line(2) + "\"a\": [" + line(2) + "]" +
+                                     line(1) + "}" + line(0) + "]";
+        wiq_strbuf buf;
+        ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
+        EXPECT_EQ(wiq_json_sdump_ext(root, &buf, kPretty, indent), 0);
+        EXPECT_EQ(buf.data, expected) << indent;
+        wiq_strbuf_finalize(&buf);
+        EXPECT_EQ(written([&](FILE* stream) {
+                      EXPECT_EQ(wiq_json_fdump(root, stream, kPretty, indent),
+                                static_cast<i32>(expected.size()));
+                  }),
+                  expected);
+    }
+    wiq_json_unref(root);
+}
+
+FILE* nowhere() {
+#ifdef _WIN32
+    return fopen("NUL", "wb");
+#else
+    return fopen("/dev/null", "wb");
+#endif
+}
+
+// Blanks by the billion, which need no memory on the way to a stream. The count of what was written stays at
+// the largest i32.
+TEST(Dump, MoreThanTwoGibibytesToAStream) {
+    FILE* stream = nowhere();
+    ASSERT_NE(stream, nullptr);
+    struct Row {
+        const char* text;
+        u32 indent;
+        i32 written;
+    };
+    // The lines of "[]" are "[" and, behind a line feed and the indentation, "]".
+    for (const Row& row : {Row{"[]", 1u << 30, (1 << 30) + 3}, Row{"[]", INT32_MAX - 3u, INT32_MAX},
+                           Row{"[]", INT32_MAX - 2u, INT32_MAX}, Row{"[]", INT32_MAX, INT32_MAX},
+                           Row{"[]", 1u << 31, INT32_MAX}, Row{"[1]", 1u << 30, INT32_MAX}}) {
+        wiq_json_t* root = parsed(row.text);
+        EXPECT_EQ(wiq_json_fdump(root, stream, kPretty, row.indent), row.written)
+            << row.text << " " << row.indent;
+        wiq_json_unref(root);
+    }
+    fclose(stream);
+}
+
 TEST(Dump, MemberOrderIsTheObjects) {
     wiq_json_t* root = parsed(R"({"zeta":1,"alpha":2,"mid":3,"x":4,"y":5,"beta":6})");
     wiq_strv keys;
@@ -250,21 +305,59 @@ TEST(Dump, BadArguments) {
     wiq_json_unref(root);
 }
 
+// A string that cannot be written whole: a buffer gets what is before the invalid byte, a stream nothing of it,
+// and of what came before it everything.
 TEST(Dump, AFailureLeavesWhatWasWritten) {
-    wiq_json_t* root = wiq_json_array_new(0, nullptr);
-    wiq_json_array_push_i64(root, 1, nullptr);
-    wiq_json_array_push_str(root, "a\xff", nullptr);
-    wiq_json_array_push_i64(root, 2, nullptr);
-    wiq_strbuf buf;
-    ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
-    EXPECT_EQ(wiq_json_sdump_ext(root, &buf, 0, 0), WIQ_ERR_BAD_FORMAT);
-    EXPECT_STREQ(buf.data, "[1,\"a");
-    wiq_strbuf_finalize(&buf);
-    EXPECT_EQ(written([root](FILE* stream) {
-                  EXPECT_EQ(wiq_json_fdump(root, stream, 0, 0), WIQ_ERR_BAD_FORMAT);
-              }).substr(0, 3),
-              "[1,");
-    wiq_json_unref(root);
+    for (const size_t length : {0, 1, 15, 16, 1000, 1023, 1024, 5000, 100000}) {
+        const std::string valid = "\"\n" + std::string(length, 'a');
+        const std::string escaped = "\\\"\\n" + std::string(length, 'a');
+        struct Row {
+            const char* before;
+            wiq_json_t* (*make)(wiq_json_t* array, const char* text);
+        };
+        for (const Row& row : {
+                 Row{"",
+                     [](wiq_json_t*array, const char*text) {
+                         return wiq_json_array_push_str(array, text, nullptr);
+                     }},
+                 Row{"{",
+                     [](wiq_json_t*array, const char*text) {
+                         return wiq_json_obj_put_null(wiq_json_array_push_obj(array, nullptr), text,
+                                                      nullptr);
+                     }},
+                 Row{"{\"key\":",
+                     [](wiq_json_t*array, const char*text) {
+                         return wiq_json_obj_put_str(wiq_json_array_push_obj(array, nullptr), "key",
+                                                     text, nullptr);
+                     }},
+                 Row{"{\"$ref\":",
+                     [](wiq_json_t*array, const char*text) {
+                         wiq_json_t* ref = wiq_json_jref_new(text, nullptr);
+                         wiq_json_array_push_ext(array, ref, nullptr);
+                         return ref;
+                     }},
+             }) {
+            for (const char* bad : {"\xff", "\xffrest", "\xc3", "\xed\xa0\x80 and more"}) {
+                wiq_json_t* root = parsed("[1,\"text\"]");
+                row.make(root, (valid + bad).c_str());
+                wiq_json_array_push_i64(root, 2, nullptr);
+                const std::string before = std::string("[1,\"text\",") + row.before;
+                wiq_strbuf buf;
+                ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
+                EXPECT_EQ(wiq_json_sdump_ext(root, &buf, 0, 0), WIQ_ERR_BAD_FORMAT);
+                EXPECT_EQ(buf.data, before + "\"" + escaped);
+                wiq_strbuf_finalize(&buf);
+                for (const u32 flags : {0u, kSorted}) {
+                    EXPECT_EQ(written([root, flags](FILE* stream) {
+                                  EXPECT_EQ(wiq_json_fdump(root, stream, flags, 0),
+                                            WIQ_ERR_BAD_FORMAT);
+                              }),
+                              before);
+                }
+                wiq_json_unref(root);
+            }
+        }
+    }
 }
 
 TEST(Dump, AnUnknownKindIsRefused) {
@@ -518,6 +611,119 @@ TEST_F(DumpSlots, OutputSlotsCanBeReplaced) {
     EXPECT_EQ(g_printed, 5) << "[ 1 , 2 ,";
     wiq_json_unref(root);
     object_unref(object);
+}
+
+// What a subclass's print slot is given: the formats, and the arguments that a format tells of.
+std::string g_prints;
+
+i32 noting_print(WiqJsonVisitor*, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    g_prints += "<" + std::string(format);
+    if (strcmp(format, "%lld") == 0) {
+        g_prints += "," + std::to_string(va_arg(args, long long));
+    } else if (strcmp(format, "%llu") == 0) {
+        g_prints += "," + std::to_string(va_arg(args, unsigned long long));
+    } else if (strcmp(format, "%f") == 0) {
+        g_prints += "," + std::to_string(va_arg(args, double));
+    } else if (strcmp(format, "%s") == 0) {
+        g_prints += "," + std::string(va_arg(args, const char*));
+    } else if (strncmp(format, "\n%*s", 5) == 0) {
+        const int indent = va_arg(args, int);
+        g_prints += "," + std::to_string(indent) + ",'" + va_arg(args, const char*) + "'";
+    }
+    g_prints += ">";
+    va_end(args);
+    return 0;
+}
+
+i32 noting_print_string(WiqJsonVisitor*, const char* text) {
+    g_prints += "\"" + std::string(text) + "\"";
+    return 0;
+}
+
+TEST_F(DumpSlots, ThePrintSlotSeesTheFormats) {
+    static WiqType type = {};
+    type.name = "NotingDump";
+    type.class_init = [](WiqClass* klass) {
+        auto* slots = reinterpret_cast<DumpClass*>(klass);
+        slots->print = noting_print;
+        slots->print_string = noting_print_string;
+        return 0;
+    };
+    ASSERT_EQ(type_init(&type, find_type("JsonDumpFileVisitor")), 0);
+    struct Row {
+        const char* text;
+        u32 flags;
+        const char* expected;
+    };
+    for (const Row& row : {
+             Row{"null", 0, "<null>"},
+             Row{"true", 0, "<true>"},
+             Row{"false", 0, "<false>"},
+             Row{"-5", 0, "<%lld,-5>"},
+             Row{"18446744073709551615", 0, "<%llu,18446744073709551615>"},
+             Row{"2.5", 0, "<%f,2.500000>"},
+             Row{"\"t\"", 0, "\"t\""},
+             Row{"18446744073709551616", 0, "<%s,18446744073709551616>"},
+             Row{"18446744073709551616", kAsObject, "<{>\"u128\"<:>\"18446744073709551616\"<}>"},
+             Row{"18446744073709551616", kAsObject | kPretty,
+                 "<{><\n%*s,2,''>\"u128\"<:>< >\"18446744073709551616\"<\n%*s},0,''>"},
+             Row{R"({"$ref":"#/a"})", 0, "<{>\"$ref\"<:>\"#/a\"<}>"},
+             Row{R"({"$ref":"#/a"})", kPretty, "<{><\n%*s,2,''>\"$ref\"<:>< >\"#/a\"<\n%*s},0,''>"},
+             Row{"[]", 0, "<[><]>"},
+             Row{"[1,[2]]", kPretty,
+                 "<[><\n%*s,2,''><%lld,1><,><\n%*s,2,''><[><\n%*s,4,''><%lld,2><\n%*s],2,''>"
+                 "<\n%*s],0,''>"},
+             Row{R"({"a":1,"b":{}})", kSorted, "<{>\"a\"<:><%lld,1><,>\"b\"<:><{><}><}>"},
+             Row{R"({"a":1,"b":{}})", kSorted | kPretty,
+                 "<{><\n%*s,2,''>\"a\"<:>< ><%lld,1><,><\n%*s,2,''>\"b\"<:>< ><{><\n%*s},2,''>"
+                 "<\n%*s},0,''>"},
+         }) {
+        WiqObject* object = object_new(&type);
+        reinterpret_cast<DumpFileVisitor*>(object)->flags = row.flags;
+        wiq_json_t* root = parsed(row.text);
+        g_prints.clear();
+        EXPECT_EQ(visit(object, root), 0);
+        EXPECT_EQ(g_prints, row.expected) << row.text;
+        wiq_json_unref(root);
+        object_unref(object);
+    }
+}
+
+// By slots too, nothing of a string that cannot be escaped reaches the stream, nor the next string.
+TEST_F(DumpSlots, AStreamGetsStringsWholeOrNotAtAll) {
+    WiqObject* object = object_new(&g_file_subclass);
+    auto* visitor = reinterpret_cast<DumpFileVisitor*>(object);
+    const auto* slots = reinterpret_cast<const DumpClass*>(object->klass);
+    EXPECT_EQ(written([&](FILE* stream) {
+                  visitor->stream = stream;
+                  EXPECT_EQ(slots->print_string(&visitor->base, "abc\xff"), WIQ_ERR_BAD_FORMAT);
+                  EXPECT_EQ(slots->print_string(&visitor->base, nullptr), WIQ_ERR_INVALID_ARG);
+                  EXPECT_EQ(slots->print_string(&visitor->base, "d\te"), 0);
+              }),
+              "\"d\\te\"");
+    EXPECT_EQ(visitor->written, 6);
+    object_unref(object);
+}
+
+// The count of a stream's visitor, near its end.
+TEST_F(DumpSlots, TheCountStaysAtTheLargest) {
+    wiq_json_t* root = parsed("[12,\"text\",1.5]");  // 20 bytes
+    for (WiqType* type : {&g_file_subclass, find_type("JsonDumpFileVisitor")}) {
+        for (const i32 left : {0, 1, 5, 19, 20, 21, INT32_MAX}) {
+            FILE* stream = nowhere();
+            WiqObject* object = object_new(type);
+            auto* visitor = reinterpret_cast<DumpFileVisitor*>(object);
+            visitor->stream = stream;
+            visitor->written = INT32_MAX - left;
+            EXPECT_EQ(visit(object, root), 0);
+            EXPECT_EQ(visitor->written, left <= 20 ? INT32_MAX : INT32_MAX - left + 20) << left;
+            object_unref(object);
+            fclose(stream);
+        }
+    }
+    wiq_json_unref(root);
 }
 
 // --- Depth -------------------------------------------------------------------------------------------
