@@ -46,8 +46,9 @@ void with_gstring(Append append) {
 
 const bool added = [] {
     add("strbuf putc", "ke_utils", [] {
-        with_strbuf(
-            [](wiq_strbuf* buf, int i) { wiq_strbuf_putc(buf, static_cast<char>('a' + i % 26)); });
+        with_strbuf([](wiq_strbuf* buf, int i) {
+            wiq_strbuf_putc_inline(buf, static_cast<char>('a' + i % 26));
+        });
     });
     add("strbuf write", "ke_utils", [] {
         with_strbuf([](wiq_strbuf* buf, int) { wiq_strbuf_write(buf, "a serial number", 15); });

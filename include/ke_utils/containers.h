@@ -335,6 +335,10 @@ KE_API void wiq_safe_map_foreach(wiq_safe_map* map, wiq_map_foreach_fn callback,
 /** @} */
 
 /** @defgroup strbuf String buffer
+ *  What is appended may lie in the buffer itself: wiq_strbuf_write(), the printing functions, wiq_strbuf_printhex()
+ *  and what other headers append take the text as it was before the call. The functions that empty the buffer first
+ *  (wiq_strbuf_rwrite(), wiq_strbuf_struct_str()) then read such bytes as they stand, the first of the text being the
+ *  NUL; wiq_strbuf_rprintf() and wiq_strbuf_rvprintf() must not be given any.
  *  @{ */
 
 /** A growable text with a NUL behind it. */
@@ -381,20 +385,22 @@ KE_API char wiq_strbuf_getc(const wiq_strbuf* buf, i32 index);
 KE_API i32 wiq_strbuf_putc(wiq_strbuf* buf, char c);
 
 /**
- * wiq_strbuf_putc(), which stands for this where it is called: a character that there is room for is put in
- * place without a call, all else is left to the function.
+ * wiq_strbuf_putc() without a call where there is room for the character; all else is left to the function. In C
+ * a call of the function is this; in C++ it goes by this name.
  */
 static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
     if (!buf || buf->len + 1 >= buf->capacity)
         return wiq_strbuf_putc(buf, c);
     const u64 len = buf->len;
-    buf->len = len + (u64)(c != '\0');
+    buf->len = len + (c != '\0' ? 1u : 0u);
     buf->data[len] = c;
     buf->data[len + 1] = '\0';
     return 0;
 }
+#ifndef __cplusplus
 /** A call of the function is the inline way to it; its name alone, as for a pointer, is the function. */
-#define wiq_strbuf_putc(buf, c) wiq_strbuf_putc_inline(buf, c)
+#define wiq_strbuf_putc(...) wiq_strbuf_putc_inline(__VA_ARGS__)
+#endif
 
 /**
  * Appends bytes up to a count or to the first NUL.
@@ -414,10 +420,10 @@ KE_API i32 wiq_strbuf_printf(wiq_strbuf* buf, const char* format, ...) KE_PRINTF
 /** wiq_strbuf_printf() with an argument list. */
 KE_API i32 wiq_strbuf_vprintf(wiq_strbuf* buf, const char* format, va_list args) KE_PRINTF(2, 0);
 
-/** Empties the buffer, then wiq_strbuf_printf(). */
+/** Empties the buffer, then wiq_strbuf_printf(). No argument may lie in the buffer. */
 KE_API i32 wiq_strbuf_rprintf(wiq_strbuf* buf, const char* format, ...) KE_PRINTF(2, 3);
 
-/** Empties the buffer, then wiq_strbuf_vprintf(). */
+/** Empties the buffer, then wiq_strbuf_vprintf(). No argument may lie in the buffer. */
 KE_API i32 wiq_strbuf_rvprintf(wiq_strbuf* buf, const char* format, va_list args) KE_PRINTF(2, 0);
 
 /**

@@ -259,7 +259,7 @@ i32 file_visit(WiqJsonVisitor* self, wiq_json_t* node) {
 
 // As the runtime's printing functions: -1 where the stream fails.
 i32 file_write(JsonDumpFileVisitor* visitor, const char* bytes, u64 count) {
-    if (fwrite(bytes, 1, count, visitor->stream) != count)
+    if (os::write_stream(visitor->stream, bytes, count) != count)
         return EOF;
     count_written(visitor, count);
     return 0;

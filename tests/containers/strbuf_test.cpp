@@ -1,7 +1,9 @@
 // Tests of the string buffer: text, length and capacity after each operation.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -78,7 +80,26 @@ TEST_F(Strbuf, PutcOfNulAppendsNothing) {
     EXPECT_EQ(buf_.len, 3u);
 }
 
-// The function itself, which the inline way stands in front of.
+template <int A, int B>
+char letter() {
+    return static_cast<char>('a' + A + B);
+}
+
+template <int A, int B>
+wiq_strbuf* pass(wiq_strbuf* buf) {
+    return buf;
+}
+
+// Commas and all.
+TEST_F(Strbuf, PutcTakesAnyExpression) {
+    EXPECT_EQ(wiq_strbuf_putc(&buf_, letter<1, 2>()), 0);
+    EXPECT_EQ((wiq_strbuf_putc(pass<1, 2>(&buf_), letter<2, 2>())), 0);
+    EXPECT_EQ(::wiq_strbuf_putc(&buf_, 'f'), 0);
+    EXPECT_EQ(wiq_strbuf_putc_inline(&buf_, 'g'), 0);
+    EXPECT_EQ(text(), "defg");
+}
+
+// The function itself and the inline way.
 TEST_F(Strbuf, PutcAsAFunction) {
     i32 (*const putc)(wiq_strbuf*, char) = wiq_strbuf_putc;
     wiq_strbuf one;
@@ -87,7 +108,7 @@ TEST_F(Strbuf, PutcAsAFunction) {
     ASSERT_EQ(wiq_strbuf_init(&two, 3), 0);
     for (int i = 0; i < 200; ++i) {
         const char c = i % 7 == 0 ? '\0' : static_cast<char>('a' + i % 26);
-        EXPECT_EQ(putc(&one, c), wiq_strbuf_putc(&two, c));
+        EXPECT_EQ(putc(&one, c), wiq_strbuf_putc_inline(&two, c));
         EXPECT_STREQ(one.data, two.data);
         EXPECT_EQ(one.len, two.len);
         EXPECT_EQ(one.capacity, two.capacity);
@@ -147,11 +168,31 @@ TEST_F(Strbuf, PrintfAppends) {
     EXPECT_EQ(wiq_strbuf_printf(&buf_, no_format, 1), WIQ_ERR_INVALID_ARG);
 }
 
+// Around the room that texts are tried in first, in buffers of every size.
+TEST_F(Strbuf, PrintfOfTextsOfEveryLength) {
+    for (const u64 length : {0, 1, 62, 63, 64, 511, 512, 513, 1023, 1024, 2000}) {
+        const std::string longer(length, 'l');
+        for (const u64 capacity : {u64{4}, length + 3, length + 4, length + 5, 2 * length + 700}) {
+            wiq_strbuf buf;
+            ASSERT_EQ(wiq_strbuf_init(&buf, capacity), 0);
+            ASSERT_EQ(wiq_strbuf_write(&buf, "old", 3), 3);
+            EXPECT_EQ(wiq_strbuf_printf(&buf, "%s", longer.c_str()), static_cast<i32>(length));
+            EXPECT_EQ(std::string(buf.data, buf.len + 1), "old" + longer + '\0');
+            const u64 needed = 3 + length + 1;
+            EXPECT_EQ(buf.capacity, needed <= capacity ? capacity : std::max(needed, 2 * capacity));
+            wiq_strbuf_finalize(&buf);
+        }
+    }
+}
+
 TEST_F(Strbuf, RprintfStartsAnew) {
     set("before");
     EXPECT_EQ(wiq_strbuf_rprintf(&buf_, "%u", 42u), 2);
     EXPECT_EQ(text(), "42");
     EXPECT_EQ(wiq_strbuf_rprintf(nullptr, "x"), WIQ_ERR_INVALID_ARG);
+    const char* no_format = nullptr;
+    EXPECT_EQ(wiq_strbuf_rprintf(&buf_, no_format, 1), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(text(), "") << "emptied before the format is looked at";
 }
 
 TEST_F(Strbuf, ResetAndTruncate) {
@@ -195,6 +236,29 @@ TEST_F(Strbuf, GetcCountsFromBothEnds) {
     EXPECT_EQ(wiq_strbuf_getc(&buf_, -1), '\0');
     EXPECT_EQ(wiq_strbuf_getc(&buf_, 0), '\0');
     EXPECT_EQ(wiq_strbuf_getc(nullptr, 0), '\0');
+}
+
+// A length that no block of a test has. The results are those of 32-bit arithmetic, which wraps; no other byte
+// is looked at.
+TEST_F(Strbuf, GetcOfMoreThanTwoGibibytes) {
+    struct Row {
+        u64 len;
+        i32 index;
+        u64 place;  // of the character; 0 for none
+    };
+    for (const Row& row :
+         {Row{(u64{1} << 32) - 5, INT32_MIN, (u64{1} << 31) - 5}, Row{(u64{1} << 32) - 5, -6, 0},
+          Row{(u64{1} << 32) - 5, -1, 0}, Row{(u64{1} << 32) - 5, 0, 0},
+          Row{u64{1} << 31, INT32_MIN, 0}, Row{u64{1} << 31, -1, (u64{1} << 31) - 1},
+          Row{u64{1} << 31, 0, 0}, Row{(u64{1} << 32) + 9, -1, 8}, Row{(u64{1} << 32) + 9, 9, 0},
+          Row{(u64{1} << 31) - 1, INT32_MIN, 0}}) {
+        const char byte = 'c';
+        wiq_strbuf buf = {nullptr, row.len, row.len + 1};
+        const uintptr_t data = reinterpret_cast<uintptr_t>(&byte) - row.place;
+        memcpy(&buf.data, &data, sizeof(data));
+        EXPECT_EQ(wiq_strbuf_getc(&buf, row.index), row.place == 0 ? '\0' : 'c')
+            << row.len << ", " << row.index;
+    }
 }
 
 TEST_F(Strbuf, PrinthexFitsTheBlockExactly) {
@@ -286,6 +350,11 @@ TEST_F(Strbuf, StructStr) {
     EXPECT_EQ(wiq_strbuf_struct_str(&buf_, wide.data(), 300, true), 0);
     EXPECT_EQ(text(), wide);
     EXPECT_EQ(buf_.capacity, 301u);
+    EXPECT_EQ(wiq_strbuf_struct_str(&buf_, wide.data(), 300, true), 0);
+    EXPECT_EQ(buf_.capacity, 301u);
+    EXPECT_EQ(wiq_strbuf_extra_capacity(&buf_, 0), 0);
+    EXPECT_EQ(wiq_strbuf_struct_str(&buf_, (wide + "+").data(), 301, true), 0);
+    EXPECT_EQ(buf_.capacity, 602u) << "at least twice as large";
 }
 
 }  // namespace

@@ -57,6 +57,17 @@ TEST_F(Strv, GetCountsFromBothEnds) {
     EXPECT_STREQ(wiq_strv_get(&strv_, static_cast<u32>(-3)), "a");
 }
 
+// What a slot held is not only released: the slot forgets it.
+TEST_F(Strv, AFreedSlotIsNull) {
+    for (const char* text : {"a", "b", "c"})
+        wiq_strv_push(&strv_, text);
+    const auto* slots = static_cast<char* const*>(strv_.data);
+    EXPECT_EQ(wiq_vector_pop(&strv_, 2), 0);
+    EXPECT_STREQ(slots[0], "a");
+    EXPECT_EQ(slots[1], nullptr);
+    EXPECT_EQ(slots[2], nullptr);
+}
+
 TEST_F(Strv, PopReleases) {
     for (const char* text : {"a", "b", "c"})
         wiq_strv_push(&strv_, text);
