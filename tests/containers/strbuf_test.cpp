@@ -249,8 +249,8 @@ TEST_F(Strbuf, GetcOfMoreThanTwoGibibytes) {
     for (const Row& row :
          {Row{(u64{1} << 32) - 5, INT32_MIN, (u64{1} << 31) - 5}, Row{(u64{1} << 32) - 5, -6, 0},
           Row{(u64{1} << 32) - 5, -1, 0}, Row{(u64{1} << 32) - 5, 0, 0},
-          Row{u64{1} << 31, INT32_MIN, 0}, Row{u64{1} << 31, -1, (u64{1} << 31) - 1},
-          Row{u64{1} << 31, 0, 0}, Row{(u64{1} << 32) + 9, -1, 8}, Row{(u64{1} << 32) + 9, 9, 0},
+          Row{u64{1} << 31, INT32_MIN, 0}, Row{u64{1} << 31, -1, 0}, Row{u64{1} << 31, 0, 0},
+          Row{(u64{1} << 32) + 9, -1, 8}, Row{(u64{1} << 32) + 9, 9, 0},
           Row{(u64{1} << 31) - 1, INT32_MIN, 0}}) {
         const char byte = 'c';
         wiq_strbuf buf = {nullptr, row.len, row.len + 1};

@@ -628,7 +628,7 @@ i32 noting_print(WiqJsonVisitor*, const char* format, ...) {
         g_prints += "," + std::to_string(va_arg(args, double));
     } else if (strcmp(format, "%s") == 0) {
         g_prints += "," + std::string(va_arg(args, const char*));
-    } else if (strncmp(format, "\n%*s", 5) == 0) {
+    } else if (strncmp(format, "\n%*s", 4) == 0) {
         const int indent = va_arg(args, int);
         g_prints += "," + std::to_string(indent) + ",'" + va_arg(args, const char*) + "'";
     }
