@@ -662,7 +662,7 @@ TEST_F(DumpSlots, ThePrintSlotSeesTheFormats) {
              Row{"true", 0, "<true>"},
              Row{"false", 0, "<false>"},
              Row{"-5", 0, "<%lld,-5>"},
-             Row{"18446744073709551615", 0, "<%llu,18446744073709551615>"},
+             Row{"", 0, "<%llu,18446744073709551615>"},
              Row{"2.5", 0, "<%f,2.500000>"},
              Row{"\"t\"", 0, "\"t\""},
              Row{"18446744073709551616", 0, "<%s,18446744073709551616>"},
@@ -682,7 +682,9 @@ TEST_F(DumpSlots, ThePrintSlotSeesTheFormats) {
          }) {
         WiqObject* object = object_new(&type);
         reinterpret_cast<DumpFileVisitor*>(object)->flags = row.flags;
-        wiq_json_t* root = parsed(row.text);
+        // The parser makes no unsigned 64-bit numbers.
+        wiq_json_t* root =
+            *row.text == '\0' ? wiq_json_u64_new(UINT64_MAX, nullptr) : parsed(row.text);
         g_prints.clear();
         EXPECT_EQ(visit(object, root), 0);
         EXPECT_EQ(g_prints, row.expected) << row.text;
