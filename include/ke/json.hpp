@@ -64,6 +64,7 @@ class KE_BORROWS_ json_ref : public json_view {
     constexpr json_ref() noexcept = default;
     /** A node of the C interface; NULL is nothing. */
     constexpr explicit json_ref(wiq_json_t* node) noexcept : json_view(node) {}
+    /** The same place. */
     constexpr json_ref(const json_ref&) noexcept = default;
     /** The whole document. */
     json_ref(json& document) noexcept;

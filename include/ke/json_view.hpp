@@ -180,6 +180,7 @@ class KE_BORROWS_ json_view {
     /** A node of the C interface; NULL is nothing. */
     constexpr explicit json_view(const wiq_json_t* node) noexcept
         : node_(const_cast<wiq_json_t*>(node)) {}
+    /** Looks at the same. */
     constexpr json_view(const json_view&) noexcept = default;
     /** Looks elsewhere. The result of a look-up cannot be assigned to: nothing would be stored. */
     json_view& operator=(const json_view&) & noexcept = default;
@@ -412,7 +413,7 @@ class KE_BORROWS_ json_view {
     /** @} */
 
   protected:
-    wiq_json_t* node_ = nullptr;
+    wiq_json_t* node_ = nullptr; /**< what is looked at */
 
   private:
     template <class T>

@@ -7,7 +7,6 @@
 #define KE_UINT128_HPP
 
 #include <cstddef>
-#include <functional>
 #include <string>
 
 #include "ke/status.hpp"
@@ -250,9 +249,10 @@ constexpr uint128 operator""_u128() noexcept {
 
 }  // namespace ke
 
+namespace std {
 /** So that 128-bit numbers can be keys of the standard's hash tables. */
 template <>
-struct std::hash<ke::uint128> {
+struct hash<ke::uint128> {
     /** Mixes both halves. */
     std::size_t operator()(const ke::uint128& value) const noexcept {
         const auto low = std::hash<ke::u64>()(value.low());
@@ -260,5 +260,6 @@ struct std::hash<ke::uint128> {
                (std::hash<ke::u64>()(value.high()) + 0x9E3779B97F4A7C15u + (low << 6) + (low >> 2));
     }
 };
+}  // namespace std
 
 #endif

@@ -269,6 +269,16 @@ TEST(CppSort, IsStableAndMayThrow) {
     EXPECT_EQ(before.parent_index(), 2) << "the elements themselves move";
     EXPECT_THROW((void)list.sort([](json_view, json_view) -> bool { throw 1; }), int);
     EXPECT_EQ(list.size(), 4);
+    for (int size = 0; size < 40; ++size) {
+        json numbers = json::array();
+        for (int i = 0; i < size; ++i)
+            EXPECT_EQ(numbers.push_back(i * 7 % 11), 0);
+        EXPECT_EQ(
+            numbers.sort([](json_view a, json_view b) { return *a.to<int>() < *b.to<int>(); }), 0);
+        EXPECT_EQ(numbers.size(), size);
+        for (int i = 1; i < size; ++i)
+            EXPECT_LE(*numbers[i - 1].to<int>(), *numbers[i].to<int>());
+    }
     EXPECT_EQ(json::object().sort([](json_view, json_view) { return false; }), WIQ_ERR_INVALID_ARG);
 }
 
