@@ -85,14 +85,14 @@ TEST_P(JsonDeep, AttachManyContainersFarDown) {
                                        : wiq_json_obj_get_ext(node, "k", 0, nullptr);
     }
     const auto before = std::chrono::steady_clock::now();
-    for (int i = 0; i < 10000; ++i) {
+    for (int i = 0; i < 20000; ++i) {
         wiq_json_t* child = tree::node(i % 2 == 0 ? "[[1],{\"a\":2}]" : "{\"a\":[1],\"b\":[]}");
         const i32 status = wiq_json_is_array(deepest)
                                ? wiq_json_array_push_ext(deepest, child, nullptr)
                                : wiq_json_obj_put_ext(deepest, "x", child, nullptr);
         ASSERT_EQ(status, 0);
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(60));
 }
 
 TEST_P(JsonDeep, ReplaceAndRemove) {

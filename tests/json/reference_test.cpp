@@ -238,7 +238,7 @@ TEST(Expand, ManyReferencesInAChain) {
             wiq_json_array_push_i64(root, 5, nullptr);
         const auto before = Clock::now();
         EXPECT_EQ(wiq_json_jref_expand(root), 0);
-        EXPECT_LT(Clock::now() - before, std::chrono::seconds(20));
+        EXPECT_LT(Clock::now() - before, std::chrono::seconds(60));
         bool all_numbers = true;
         for (int i = 0; i <= kReferences; ++i)
             all_numbers =
