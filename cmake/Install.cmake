@@ -43,8 +43,22 @@ endif()
 
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 if(WIN32)
-  install(FILES ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/ke_utils.def DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    COMPONENT development)
-  install(FILES ${KE_LIBUV_IMPLIB} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-  install(FILES ${KE_LIBUV_DLL} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  set(implibs ke_utils.def)
+  if(KE_DLLTOOL)
+    list(APPEND implibs ke_utils.lib)
+  endif()
+  list(TRANSFORM implibs PREPEND ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/)
+  install(FILES ${implibs} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+  if(KE_PDB)
+    # A debugger looks for it beside the DLL.
+    install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/ke_utils.pdb DESTINATION ${CMAKE_INSTALL_BINDIR}
+      COMPONENT development)
+  endif()
+  if(KE_LINK_LIBUV)
+    # For the static library of ours.
+    install(FILES ${KE_LIBUV_ARCHIVE} DESTINATION ${CMAKE_INSTALL_LIBDIR} RENAME libuv.a COMPONENT development)
+  else()
+    install(FILES ${KE_LIBUV_IMPLIB} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+    install(FILES ${KE_LIBUV_DLL} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  endif()
 endif()

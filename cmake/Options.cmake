@@ -13,6 +13,11 @@ if(KE_WERROR)
   target_compile_options(ke_options INTERFACE -Werror)
 endif()
 
+option(KE_PDB "Make a PDB for the DLL; with clang and lld" OFF)
+if(KE_PDB AND NOT (WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+  message(FATAL_ERROR "KE_PDB needs clang and lld: -DKE_WINDOWS_COMPILER=clang")
+endif()
+
 if(WIN32)
   # The system that libuv asks for: Windows 8 and later.
   target_compile_definitions(ke_options INTERFACE _WIN32_WINNT=0x0602)
@@ -20,7 +25,9 @@ if(WIN32)
   # tests that replace malloc at link time (KE_SHARED_RUNTIME): the runtime's own allocations are
   # not theirs to count, and its thread-local variables are allocated by the functions replaced.
   target_link_options(ke_options INTERFACE
-    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:KE_SHARED_RUNTIME>>>:-static>)
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:KE_SHARED_RUNTIME>>>:-static>
+    # The same sources give the same file, whenever it is linked.
+    -Wl,--no-insert-timestamp)
 endif()
 
 if(KE_SANITIZE)

@@ -1,12 +1,22 @@
 # Cross-builds 64-bit Windows programs with mingw-w64 (posix threads) and runs them under Wine.
 # KE_WINDOWS_RUNTIME says for which C runtime: "ucrt", the Universal C Runtime that today's compilers
 # for Windows use, or "msvcrt", the older one that Debian's mingw-w64 links by itself. What scripts/deps
-# has built for a runtime is found in KE_DEPS_DIR/windows-<runtime>.
+# has built for a runtime is found in KE_DEPS_DIR/windows-<runtime>. KE_WINDOWS_COMPILER is "gcc", or "clang",
+# which with lld also makes a PDB; it uses gcc's runtime and C++ library.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
-set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
-set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
+set(KE_WINDOWS_COMPILER gcc CACHE STRING "Compiler of the Windows build: gcc or clang")
+set(gcc x86_64-w64-mingw32-gcc-posix)
+if(KE_WINDOWS_COMPILER STREQUAL "gcc")
+  set(CMAKE_C_COMPILER ${gcc})
+  set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
+elseif(KE_WINDOWS_COMPILER STREQUAL "clang")
+  set(CMAKE_C_COMPILER clang-14)
+  set(CMAKE_CXX_COMPILER clang++-14)
+else()
+  message(FATAL_ERROR "KE_WINDOWS_COMPILER is ${KE_WINDOWS_COMPILER}, neither gcc nor clang")
+endif()
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
 if(NOT KE_DEPS_DIR)
@@ -24,20 +34,25 @@ if(NOT KE_WINDOWS_RUNTIME MATCHES "^(ucrt|msvcrt)$")
 endif()
 set(KE_WINDOWS_DEPS ${KE_DEPS_DIR}/windows-${KE_WINDOWS_RUNTIME})
 # The compiler tests run in projects of their own and need these, too.
-list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KE_DEPS_DIR KE_WINDOWS_RUNTIME)
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KE_DEPS_DIR KE_WINDOWS_RUNTIME KE_WINDOWS_COMPILER)
 
+# The flags below are set for the directory and not in CMAKE_<LANG>_FLAGS_INIT, which a user's own flags would
+# take the place of.
 if(KE_WINDOWS_RUNTIME STREQUAL "ucrt")
+  add_compile_definitions(_UCRT)
+endif()
+if(KE_WINDOWS_COMPILER STREQUAL "clang")
+  include(${CMAKE_CURRENT_LIST_DIR}/mingw64-clang.cmake)
+elseif(KE_WINDOWS_RUNTIME STREQUAL "ucrt")
   # The compiler names its runtime in its specs, in one place; a copy of them names the other one.
   set(specs ${CMAKE_BINARY_DIR}/CMakeFiles/ucrt.specs)
-  execute_process(COMMAND ${CMAKE_C_COMPILER} -dumpspecs OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${gcc} -dumpspecs OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
   string(REPLACE "-lmsvcrt" "-lucrt" ucrt_text "${text}")
   if(ucrt_text STREQUAL text)
-    message(FATAL_ERROR "The specs of ${CMAKE_C_COMPILER} do not name -lmsvcrt")
+    message(FATAL_ERROR "The specs of ${gcc} do not name -lmsvcrt")
   endif()
   file(WRITE ${specs} "${ucrt_text}")
-  # Set here and not in CMAKE_<LANG>_FLAGS_INIT, which a user's own flags would take the place of.
   # libpthread.a calls _setjmp(), which the import library of this runtime has under another name.
-  add_compile_definitions(_UCRT)
   add_link_options(-specs=${specs} -Wl,--defsym=_setjmp=__intrinsic_setjmpex)
 endif()
 

@@ -49,11 +49,13 @@ constexpr const char* kModifiers = "";
 constexpr const char* kModifiers = "F";
 #endif
 
-// Made once and kept for the life of the process. Were it nullptr, the runtime would format in the
-// process's own locale.
+// Made when the library is loaded and kept for the life of the process. Were it nullptr, the runtime would
+// format in the process's own locale. (Inside the function below it would be made under a lock, and the
+// compiler's locks bring threads and exceptions into the DLL.)
+const _locale_t kCLocale = _create_locale(LC_ALL, "C");
+
 _locale_t c_locale() {
-    static const _locale_t locale = _create_locale(LC_ALL, "C");
-    return locale;
+    return kCLocale;
 }
 
 }  // namespace

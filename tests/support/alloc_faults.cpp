@@ -1,6 +1,10 @@
 // See alloc_faults.h.
 #include "support/alloc_faults.h"
 
+#if defined(_WIN32) && defined(__clang__)
+#include <windows.h>
+#endif
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -92,10 +96,37 @@ size_t SweepAllocations(const std::function<void(AllocFaults&)>& body, size_t li
 
 extern "C" {
 
+#if defined(_WIN32) && defined(__clang__)
+// lld lets also the import of a wrapped function lead to its wrapper, so the runtime's own are asked for by name.
+#define KE_REAL(name)                  \
+    reinterpret_cast<decltype(&name)>( \
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ucrtbase.dll"), #name)))
+
+static void* __real_malloc(size_t size) {
+    static const auto real = KE_REAL(malloc);
+    return real(size);
+}
+
+static void* __real_calloc(size_t count, size_t size) {
+    static const auto real = KE_REAL(calloc);
+    return real(count, size);
+}
+
+static void* __real_realloc(void* ptr, size_t size) {
+    static const auto real = KE_REAL(realloc);
+    return real(ptr, size);
+}
+
+static void __real_free(void* ptr) {
+    static const auto real = KE_REAL(free);
+    real(ptr);
+}
+#else
 void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
 void* __real_realloc(void* ptr, size_t size);
 void __real_free(void* ptr);
+#endif
 
 void* __wrap_malloc(size_t size) {
     return fault() ? nullptr : counted(__real_malloc(size));

@@ -46,9 +46,34 @@ FILE* scratch_file() {
     return _wfopen(name, L"w+bTD");
 }
 
+namespace {
+
+// Lets the console show UTF-8, which is what the tool writes, and leaves it as it was: other programs share it.
+class Utf8Console {
+  public:
+    Utf8Console() : before_(GetConsoleOutputCP()) {
+        if (before_ != 0)
+            SetConsoleOutputCP(CP_UTF8);
+    }
+    Utf8Console(const Utf8Console&) = delete;
+    Utf8Console& operator=(const Utf8Console&) = delete;
+    ~Utf8Console() {
+        if (before_ == 0)
+            return;
+        fflush(stdout);
+        SetConsoleOutputCP(before_);
+    }
+
+  private:
+    UINT before_;  // 0 without a console
+};
+
+}  // namespace
+
 }  // namespace tool
 
 extern "C" int wmain(int argc, wchar_t** argv) {
+    const tool::Utf8Console console;
     u32 code = 0;
     char** items = narrow_array(argc, argv, &code);
     if (items == nullptr) {

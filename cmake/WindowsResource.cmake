@@ -1,0 +1,17 @@
+# ke_add_resource(<target> <file> <description> [<manifest>]): the version that Windows shows for a DLL or a
+# program, and a program's manifest.
+function(ke_add_resource target file description)
+  enable_language(RC)
+  cmake_path(GET file STEM name)
+  if(file MATCHES "\\.dll$")
+    set(type VFT_DLL)
+  else()
+    set(type VFT_APP)
+  endif()
+  set(manifest "")
+  if(ARGC GREATER 3)
+    set(manifest "1 24 \"${ARGV3}\"")
+  endif()
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/version.rc @ONLY)
+  target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/version.rc)
+endfunction()
