@@ -357,4 +357,19 @@ TEST_F(Strbuf, StructStr) {
     EXPECT_EQ(buf_.capacity, 602u) << "at least twice as large";
 }
 
+// A text that fits to the last byte with its NUL needs no larger block; one more byte doubles it.
+TEST(StrbufCapacity, PrintedTextUsesTheBlockToItsEnd) {
+    wiq_strbuf buf;
+    ASSERT_EQ(wiq_strbuf_init(&buf, 16), 0);
+    const u64 capacity = buf.capacity;
+    ASSERT_GE(capacity, 16u);
+    const std::string text(capacity - 1, 'x');
+    EXPECT_EQ(wiq_strbuf_printf(&buf, "%s", text.c_str()), static_cast<i32>(text.size()));
+    EXPECT_EQ(buf.capacity, capacity);
+    EXPECT_EQ(wiq_strbuf_printf(&buf, "y"), 1);
+    EXPECT_EQ(buf.capacity, 2 * capacity);
+    EXPECT_STREQ(buf.data, (text + "y").c_str());
+    wiq_strbuf_finalize(&buf);
+}
+
 }  // namespace

@@ -728,6 +728,63 @@ TEST_F(DumpSlots, TheCountStaysAtTheLargest) {
     wiq_json_unref(root);
 }
 
+// A print slot that fails at its nth call, and what it then answers comes out of the walk, whatever kind of
+// node is being written.
+int g_calls_left;
+
+i32 failing_print(WiqJsonVisitor*, const char*, ...) {
+    return --g_calls_left == 0 ? -42 : 0;
+}
+
+i32 failing_print_string(WiqJsonVisitor*, const char*) {
+    return --g_calls_left == 0 ? -42 : 0;
+}
+
+TEST_F(DumpSlots, AFailureOfAnyPrintEndsTheWalk) {
+    static WiqType types[2] = {};
+    const char* const names[] = {"FailingStrDump", "FailingFileDump"};
+    const char* const parents[] = {"JsonDumpStrVisitor", "JsonDumpFileVisitor"};
+    wiq_json_t* root = parsed(
+        "{\"a\":[true,false,null,1,18446744073709551615,2.5,\"s\",[],{}],"
+        "\"b\":340282366920938463463374607431768211455,\"c\":{\"$ref\":\"#/a\"}}");
+    ASSERT_NE(root, nullptr);
+    for (int i = 0; i < 2; ++i) {
+        types[i].name = names[i];
+        types[i].class_init = [](WiqClass* klass) {
+            auto* slots = reinterpret_cast<DumpClass*>(klass);
+            slots->print = failing_print;
+            slots->print_string = failing_print_string;
+            return 0;
+        };
+        ASSERT_EQ(type_init(&types[i], find_type(parents[i])), 0);
+        WiqObject* object = object_new(&types[i]);
+        ASSERT_NE(object, nullptr);
+        constexpr int kMany = 1000;
+        g_calls_left = kMany;
+        ASSERT_EQ(visit(object, root), 0);
+        const int calls = kMany - g_calls_left;
+        EXPECT_GT(calls, 30) << names[i];
+        for (int nth = 1; nth <= calls; ++nth) {
+            g_calls_left = nth;
+            EXPECT_EQ(visit(object, root), -42) << names[i] << ", call " << nth;
+            EXPECT_EQ(g_calls_left, 0) << names[i] << " went on after call " << nth;
+        }
+        object_unref(object);
+    }
+    wiq_json_unref(root);
+}
+
+TEST_F(DumpSlots, PrintingNoString) {
+    for (WiqType* type : {&g_str_subclass, &g_file_subclass}) {
+        WiqObject* object = object_new(type);
+        ASSERT_NE(object, nullptr);
+        const auto* slots = reinterpret_cast<const DumpClass*>(object->klass);
+        EXPECT_EQ(slots->print_string(reinterpret_cast<WiqJsonVisitor*>(object), nullptr),
+                  WIQ_ERR_INVALID_ARG);
+        object_unref(object);
+    }
+}
+
 // --- Depth -------------------------------------------------------------------------------------------
 
 TEST(DumpDeep, AMillionLevels) {

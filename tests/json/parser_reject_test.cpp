@@ -199,6 +199,7 @@ TEST_F(ParserTable, StringsRejected) {
         {"\"\\udbff\\ue000\"", kUnicode, 14},
         {"\"\\udbff\\udbff\"", kUnicode, 14},
         {"\"\\udc00\\ud800\"", kUnicode, 14},
+        {"\"\\udc00\\udc00\"", kUnicode, 14},
         {"\"\\ud800\\\\udc00\"", kUnicode, 15},
         {"\"\\ud83d\\ude00\\ud83d\"", kUnicode, 20},
         {"\"\\udd1e\\ud834\"", kUnicode, 14},
