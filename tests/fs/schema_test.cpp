@@ -107,6 +107,9 @@ TEST_F(Schema, BadJsonGivesTheParsersStatus) {
     u32 err = 0;
     EXPECT_EQ(wiq_load_schema(kName, &err), nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_JSON_UNEXPECTED_TOKEN);
+    put(beside_, "[1] [2]");
+    EXPECT_EQ(wiq_load_schema(kName, &err), nullptr) << "a schema is one value";
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_JSON_TRAILING_DATA);
 }
 
 }  // namespace

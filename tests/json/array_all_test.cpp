@@ -330,10 +330,16 @@ TEST(JsonArraySort, SortsAndNumbers) {
     EXPECT_EQ(wiq_json_array_sort(array.get(), by_value), 0);
     EXPECT_EQ(text_of(array), "[1,2,3,5,7,8,9]");
     expect_numbered(array);
-    for (const char* small : {"[]", "[1]"}) {
-        Tree other = make(small);
+    struct Row {
+        const char* before;
+        const char* after;
+    };
+    for (const Row& row :
+         {Row{"[]", "[]"}, Row{"[1]", "[1]"}, Row{"[2,1]", "[1,2]"}, Row{"[1,2]", "[1,2]"}}) {
+        Tree other = make(row.before);
         EXPECT_EQ(wiq_json_array_sort(other.get(), by_value), 0);
-        EXPECT_EQ(text_of(other), small);
+        EXPECT_EQ(text_of(other), row.after);
+        expect_numbered(other);
     }
     EXPECT_EQ(wiq_json_array_sort(nullptr, by_value), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_json_array_sort(make("{}").get(), by_value), WIQ_ERR_INVALID_ARG);

@@ -36,6 +36,9 @@ TEST(JsonEqual, Numbers) {
         {"-1", "18446744073709551615u", false, false},
         {"-1", "340282366920938463463374607431768211455w", false, false},
         {"-9223372036854775808", "9223372036854775808u", false, false},
+        // Equal above, not below, and the other way round.
+        {"36893488147419103232w", "36893488147419103233w", false, false},
+        {"36893488147419103233w", "55340232221128654849w", false, false},
         // The integer reads the double exactly; the double takes no integer beyond 2^53.
         {"1152921504606846976", "1152921504606846976.0", true, false},
         {"1152921504606846976u", "1152921504606846976.0", true, false},

@@ -324,6 +324,8 @@ TEST_F(Mtype, Equality) {
     EXPECT_TRUE(wiq_mtype_equal(&value_, &other));
     wiq_mtype_set_uint128(&other, {1, 3});
     EXPECT_FALSE(wiq_mtype_equal(&value_, &other));
+    wiq_mtype_set_uint128(&other, {2, 2});
+    EXPECT_FALSE(wiq_mtype_equal(&value_, &other));
     wiq_mtype_set_double(&value_, std::numeric_limits<double>::quiet_NaN());
     wiq_mtype_set_double(&other, std::numeric_limits<double>::quiet_NaN());
     EXPECT_FALSE(wiq_mtype_equal(&value_, &other));
