@@ -303,6 +303,15 @@ TEST_F(Mtype, CopyRefBorrows) {
     wiq_mtype_init(&borrowed);
 }
 
+TEST(MtypeInit, ClearsEveryField) {
+    wiq_mtype value;
+    memset(&value, 0xAA, sizeof(value));
+    wiq_mtype_init(&value);
+    EXPECT_EQ(value.type, WIQ_MTYPE_NULL);
+    EXPECT_EQ(value.flags, 0);
+    EXPECT_EQ(value.blob_len, 0u);
+}
+
 TEST_F(Mtype, Equality) {
     wiq_mtype other;
     wiq_mtype_init(&other);

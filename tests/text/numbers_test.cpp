@@ -271,6 +271,24 @@ TEST(Numbers, Doubles) {
     }
 }
 
+// Too large or too small is told by the place of the first digit and the exponent together.
+TEST(Numbers, DoublesOfManyDigitsOutOfRange) {
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    const std::string zeros(800, '0');
+    struct Row {
+        std::string text;
+        double value;
+    };
+    for (const Row& row : {Row{"1" + zeros, kInf}, Row{"1" + zeros + ".5", kInf},
+                           Row{"1" + zeros + "e-400", kInf}, Row{"-1" + zeros + "e-400", -kInf},
+                           Row{"." + zeros + "1", 0.0}, Row{"0." + zeros + "1e400", 0.0},
+                           Row{"0." + zeros + "1e1200", kInf}, Row{"1" + zeros + "e-1200", 0.0}}) {
+        double value = 77;
+        EXPECT_EQ(wiq_strtodouble(row.text.c_str(), &value), 0) << row.text;
+        EXPECT_EQ(value, row.value) << row.text;
+    }
+}
+
 TEST(Numbers, DoublesFromNoText) {
     double value = 77;
     EXPECT_EQ(wiq_strtodouble(nullptr, &value), WIQ_ERR_INVALID_ARG);
