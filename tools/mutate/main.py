@@ -327,7 +327,7 @@ def main():
     parser.add_argument("files", nargs="*", help="files or folders below src/ (default: all)")
     parser.add_argument("--sample", type=int, metavar="N", help="N random mutants of the changed files")
     parser.add_argument("--seed", type=int, help="the sample's seed")
-    parser.add_argument("--every", action="store_true", help="all mutants, not the settled fifth")
+    parser.add_argument("--every", action="store_true", help="all mutants, not the settled tenth")
     parser.add_argument("--only", action="append", default=[], metavar="NAME", help="these mutants")
     parser.add_argument("--again", action="store_true", help="only those that were alive last time")
     parser.add_argument("--list", action="store_true", help="list the mutants and stop")
@@ -349,8 +349,8 @@ def main():
     mutants, sources = find(wanted)
     every = kept_list.named(mutants)
     kept = kept_list.read(KEPT)
-    # A fifth, picked by name: what is settled once stays settled, and new code gets its share.
-    names = {n: m for n, m in every.items() if arguments.every or int(n, 16) % 5 == 0}
+    # A tenth, picked by name: what is settled once stays settled, and new code gets its share.
+    names = {n: m for n, m in every.items() if arguments.every or int(n, 16) % 10 == 0}
     if arguments.only:
         names = {n: m for n, m in every.items() if n in arguments.only}
     last = {}
