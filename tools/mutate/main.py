@@ -292,6 +292,8 @@ def draw(arguments, names, kept):
     seed = arguments.seed if arguments.seed is not None else random.SystemRandom().randrange(10 ** 6)
     pool = [n for n in sorted(names) if n not in kept and names[n].operator != "lock"]
     drawn = random.Random(seed).sample(pool, min(arguments.sample, len(pool)))
+    # The verdicts of the list rest on the slow suites too.
+    arguments.slow = max(arguments.slow, 10.0)
     say(f"mutate: {len(drawn)} of {len(pool)} mutants of {len(set(m.path for m in names.values()))} files, "
         f"seed {seed}")
     return {n: names[n] for n in drawn}
