@@ -21,9 +21,16 @@ extern "C" {
  *  @{ */
 
 /** @cond */
+/* A cast that neither language warns about. */
+#ifdef __cplusplus
+#define KE_UTF8_CAST_(type, value) static_cast<type>(value)
+#else
+#define KE_UTF8_CAST_(type, value) ((type)(value))
+#endif
+
 /* A byte of a text, as a number. */
 static inline u8 ke_utf8_byte_(const char* text, size_t at) {
-    return (u8)text[at];
+    return KE_UTF8_CAST_(u8, text[at]);
 }
 
 /* The length of the valid sequence (RFC 3629) at `at`; 0 if there is none. */
@@ -100,9 +107,9 @@ static inline void ke_utf8_place_(const char* text, size_t size, size_t start, s
         }
         at += length;
     }
-    err->line = (i32)(line < largest ? line : largest);
-    err->column = (i32)(column < largest ? column : largest);
-    err->position = (i32)(at < largest ? at : largest);
+    err->line = KE_UTF8_CAST_(i32, line < largest ? line : largest);
+    err->column = KE_UTF8_CAST_(i32, column < largest ? column : largest);
+    err->position = KE_UTF8_CAST_(i32, at < largest ? at : largest);
 }
 /** @endcond */
 
@@ -139,7 +146,7 @@ static inline char* ke_utf8_to_json_ascii(const char* text, size_t size, wiq_jso
         need += ke_utf8_escaped_(length);
         at += length;
     }
-    made = to = (char*)malloc(need + 1);
+    made = to = KE_UTF8_CAST_(char*, malloc(need + 1));
     if (made == NULL) {
         err->status = WIQ_ERR_NO_MEMORY;
         return NULL;
@@ -177,7 +184,7 @@ static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 
     {
         const i32 status = err->status;
         const size_t start = size >= 3 && memcmp(text, "\xEF\xBB\xBF", 3) == 0 ? 3 : 0;
-        ke_utf8_place_(text, size, start, (size_t)err->position, err);
+        ke_utf8_place_(text, size, start, KE_UTF8_CAST_(size_t, err->position), err);
         if (status == 0) {
             /* As after every load that succeeds: the position alone is told. */
             err->line = 1;
@@ -200,10 +207,11 @@ static inline i32 ke_json_sdump_ascii(wiq_json_t* node, char** out, u32 flags) {
     char* ascii;
     size_t length;
     wiq_json_load_error err;
-    const i32 raw = out == NULL ? (i32)WIQ_ERR_INVALID_ARG : wiq_json_sdump(node, &text, flags);
+    const i32 raw =
+        out == NULL ? KE_UTF8_CAST_(i32, WIQ_ERR_INVALID_ARG) : wiq_json_sdump(node, &text, flags);
     if (raw < 0)
         return raw;
-    ascii = ke_utf8_to_json_ascii(text, (size_t)raw, &err);
+    ascii = ke_utf8_to_json_ascii(text, KE_UTF8_CAST_(size_t, raw), &err);
     free(text);
     if (ascii == NULL)
         return err.status;
@@ -213,10 +221,12 @@ static inline i32 ke_json_sdump_ascii(wiq_json_t* node, char** out, u32 flags) {
         return WIQ_ERR_RANGE;
     }
     *out = ascii;
-    return (i32)length;
+    return KE_UTF8_CAST_(i32, length);
 }
 
 /** @} */
+
+#undef KE_UTF8_CAST_
 
 #ifdef __cplusplus
 }
