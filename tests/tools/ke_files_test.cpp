@@ -4,61 +4,16 @@
 
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
+#include "tools/folder.h"
 #include "tools/process.h"
 
-#ifdef _WIN32
-#include <windows.h>
-#else
-#include <dirent.h>
+#ifndef _WIN32
 #include <sys/stat.h>
 #endif
 
 namespace {
 
-class KeFiles : public testing::Test {
-  protected:
-    void SetUp() override {
-        folder_ =
-            std::string("ke_") + testing::UnitTest::GetInstance()->current_test_info()->name();
-        ASSERT_EQ(wiq_mkdir(folder_.c_str()), 0);
-    }
-    void TearDown() override {
-        for (const std::string& name : names())
-            wiq_unlink(in(name).c_str());
-        EXPECT_EQ(wiq_rmdir(folder_.c_str()), 0);
-    }
-
-    std::string in(const std::string& name) const { return folder_ + "\\" + name; }
-
-    // What the folder holds.
-    std::vector<std::string> names() const {
-        std::vector<std::string> all;
-#ifdef _WIN32
-        WIN32_FIND_DATAW found;
-        const std::wstring pattern(folder_.begin(), folder_.end());
-        HANDLE handle = FindFirstFileW((pattern + L"\\*").c_str(), &found);
-        for (BOOL more = handle != INVALID_HANDLE_VALUE; more;
-             more = FindNextFileW(handle, &found)) {
-            char name[1024] = {};
-            WideCharToMultiByte(CP_UTF8, 0, found.cFileName, -1, name, sizeof(name), nullptr,
-                                nullptr);
-            if (name[0] != '.')
-                all.emplace_back(name);
-        }
-        FindClose(handle);
-#else
-        DIR* dir = opendir(folder_.c_str());
-        while (const dirent* entry = readdir(dir)) {
-            if (entry->d_name[0] != '.')
-                all.emplace_back(entry->d_name);
-        }
-        closedir(dir);
-#endif
-        return all;
-    }
-
-    std::string folder_;
-};
+class KeFiles : public Folder {};
 
 TEST_F(KeFiles, AreReplacedInPlace) {
     write_file(in("r.json"), "{\"a\":1}");
@@ -70,23 +25,15 @@ TEST_F(KeFiles, AreReplacedInPlace) {
     EXPECT_EQ(names(), std::vector<std::string>{"r.json"});
 }
 
-TEST_F(KeFiles, AFolderIsNoFileToReplace) {
-    const std::string folder = in("folder");
-    ASSERT_EQ(wiq_mkdir(folder.c_str()), 0);
-    EXPECT_EQ(ke({"json", "format", "-o", folder}, "1").status, 2);
-    EXPECT_EQ(names(), std::vector<std::string>{"folder"});
-    EXPECT_EQ(wiq_rmdir(folder.c_str()), 0) << "the folder is still one";
-}
-
 #ifndef _WIN32
 TEST_F(KeFiles, HaveThePermissionsOfTheOldOrOfAnyNewFile) {
     const auto mode_of = [this](const std::string& name) {
         struct stat status = {};
-        EXPECT_EQ(stat((folder_ + "/" + name).c_str(), &status), 0);
+        EXPECT_EQ(stat((folder() + "/" + name).c_str(), &status), 0);
         return status.st_mode & 07777;
     };
     write_file(in("old.json"), "[1]");
-    ASSERT_EQ(chmod((folder_ + "/old.json").c_str(), 0640), 0);
+    ASSERT_EQ(chmod((folder() + "/old.json").c_str(), 0640), 0);
     EXPECT_EQ(ke({"json", "format", "--in-place", in("old.json")}).status, 0);
     EXPECT_EQ(mode_of("old.json"), 0640u);
     const mode_t before = umask(027);
@@ -128,6 +75,7 @@ TEST_F(KeFiles, AreWrittenByEveryCommand) {
         {{"json", "format", "--compact", in("r.json")}, "{\"a\":1}\n"},
         {{"json", "paths", in("r.json")}, "/a\t1\n"},
         {{"ini", "get", "a", "k", "-f", in("r.ini")}, "1\n"},
+        {{"ini", "get", "a", "k", in("r.ini")}, "1\n"},
         {{"base64", "encode", in("r.json")}, "eyJhIjoxfQ==\n"},
         {{"number", "7"}, "7\n"},
         {{"status", "0"}, "0\tsuccess\n"},

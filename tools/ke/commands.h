@@ -5,8 +5,10 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
+#include <vector>
 
-#include "streams.h"
+#include "common.h"
+#include "json_writer.h"
 
 namespace tool {
 
@@ -16,24 +18,31 @@ struct Session {
 };
 
 void add_json_commands(CLI::App& app, Session& session);
+void add_json_get_command(CLI::App& json, Session& session);
 void add_json_edit_commands(CLI::App& json, Session& session);
 void add_json_report_commands(CLI::App& json, Session& session);
+void add_json_compare_commands(CLI::App& json, Session& session);
 void add_ini_commands(CLI::App& app, Session& session);
-void add_binary_commands(CLI::App& app, Session& session);
+void add_dump_command(CLI::App& app, Session& session);
+void add_base64_commands(CLI::App& app, Session& session);
 void add_number_commands(CLI::App& app, Session& session);
 void add_schema_command(CLI::App& app, Session& session);
 void add_status_command(CLI::App& app, Session& session);
 
 // The option of every command whose output may take the place of its input.
-inline void add_in_place(CLI::App& command, Session& session) {
-    command.add_flag("--in-place", session.common.in_place,
-                     "Replace the input file, only when everything succeeded");
-}
+void add_in_place(CLI::App& command, Session& session);
+// The file argument of every command that reads one, or several.
+void add_input(CLI::App& command, std::string& file);
+void add_inputs(CLI::App& command, std::vector<std::string>& files);
+// The options of every command that writes JSON.
+void add_layout(CLI::App& command, Layout& layout);
+// "every line of the input is a document"
+void add_json_lines(CLI::App& command, bool& several);
 
-// The file argument of every command that reads one.
-inline void add_input(CLI::App& command, std::string& file) {
-    command.add_option("file", file, "The file to read; \"-\" or nothing is standard input")
-        ->type_name("FILE");
-}
+// The names of all commands that do something, groups in front, as "json get" with a blank between them.
+std::vector<std::string> command_names(const CLI::App& app, const std::string& between);
+
+// An argument that must not be empty.
+std::string refuse_empty(std::string& text);
 
 }  // namespace tool

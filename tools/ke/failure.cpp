@@ -57,6 +57,51 @@ std::string explained(i32 status) {
            std::to_string(status) + ")";
 }
 
+// What a person does about it.
+std::string_view advice(i32 status) {
+    switch (status) {
+        case WIQ_ERR_JSON_TRAILING_DATA:
+            return "a document is one value: remove what follows it, or read several with --jsonl";
+        case WIQ_ERR_JSON_UNEXPECTED_END:
+            return "close what is open, or get the whole file again";
+        case WIQ_ERR_JSON_CONTROL_CHAR:
+            return "write it as an escape: \\n, \\t or \\u and four digits";
+        case WIQ_ERR_JSON_BAD_ESCAPE:
+            return "write a backslash as \\\\, or one of the escapes of JSON";
+        case WIQ_ERR_JSON_BAD_NUMBER:
+            return "write digits without a leading 0 or +, and digits behind a point or an e";
+        case WIQ_ERR_JSON_BAD_TOKEN:
+            return "write a value, and a text in double quotes";
+        case WIQ_ERR_JSON_BAD_UTF8:
+            return "convert the file to UTF-8";
+        case WIQ_ERR_JSON_BAD_UNICODE_ESCAPE:
+            return "write a pair of \\ud800 to \\udbff and \\udc00 to \\udfff";
+        case WIQ_ERR_INI_SYNTAX:
+            return "write [section], [section \"argument\"], key = value, or # in front of a "
+                   "comment";
+        default:
+            return "";
+    }
+}
+
+// How many letters must be changed, added, removed or swapped with their neighbour.
+size_t edit_distance(const std::string& a, const std::string& b) {
+    std::vector<std::vector<size_t>> rows(a.size() + 1, std::vector<size_t>(b.size() + 1));
+    for (size_t i = 0; i <= a.size(); ++i) {
+        for (size_t j = 0; j <= b.size(); ++j) {
+            if (i == 0 || j == 0) {
+                rows[i][j] = i + j;
+                continue;
+            }
+            const size_t changed = rows[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+            rows[i][j] = std::min({changed, rows[i - 1][j] + 1, rows[i][j - 1] + 1});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                rows[i][j] = std::min(rows[i][j], rows[i - 2][j - 2] + 1);
+        }
+    }
+    return rows[a.size()][b.size()];
+}
+
 }  // namespace
 
 std::string_view status_name(i32 status) {
@@ -71,19 +116,51 @@ Failure failure(std::string_view subject, i32 status) {
     return {std::string(subject) + ": " + explained(status)};
 }
 
-Failure failure_at(std::string_view file, std::string_view text, size_t offset, i32 status) {
+Failure failure_at(std::string_view file, const Excerpt& excerpt, size_t offset,
+                   const std::string& message, int exit_status) {
+    const std::string_view text = excerpt.text;
     offset = std::min(offset, text.size());
     const std::string_view before = text.substr(0, offset);
-    const size_t line = 1 + static_cast<size_t>(std::count(before.begin(), before.end(), '\n'));
+    const u64 lines = static_cast<u64>(std::count(before.begin(), before.end(), '\n'));
     const size_t line_start = before.rfind('\n') + 1;  // npos + 1 is 0
-    const size_t column = 1 + count_characters(before.substr(line_start));
+    const u64 column =
+        1 + count_characters(before.substr(line_start)) + (lines == 0 ? excerpt.columns_before : 0);
 
     size_t place = 0;
     const std::string_view shown = shown_line(text, offset, &place);
-    std::string message = std::string(file) + ":" + std::to_string(line) + ":" +
-                          std::to_string(column) + ": " + explained(status);
-    message += "\n" + std::string(shown) + "\n" + blank_like(shown.substr(0, place)) + "^";
-    return {message};
+    std::string whole = std::string(file) + ":" + std::to_string(1 + lines + excerpt.lines_before) +
+                        ":" + std::to_string(column) + ": " + message;
+    whole += "\n" + std::string(shown) + "\n" + blank_like(shown.substr(0, place)) + "^";
+    return {whole, exit_status};
+}
+
+Failure failure_at(std::string_view file, const Excerpt& excerpt, size_t offset, i32 status,
+                   std::string_view found) {
+    std::string message = explained(status);
+    if (!found.empty())
+        message += ": " + std::string(found);
+    const std::string_view todo = advice(status);
+    if (!todo.empty())
+        message += "; " + std::string(todo);
+    return failure_at(file, excerpt, offset, message);
+}
+
+std::string suggestion(const std::string& word, const std::vector<std::string>& known) {
+    constexpr size_t kListed = 12;
+    size_t best = ~size_t{0};
+    std::string nearest;
+    std::string all;
+    for (const std::string& candidate : known) {
+        const size_t distance = edit_distance(word, candidate);
+        if (distance < best) {
+            best = distance;
+            nearest = candidate;
+        }
+        all += (all.empty() ? "" : ", ") + candidate;
+    }
+    if (best <= std::max<size_t>(2, word.size() / 3))
+        return "; did you mean \"" + nearest + "\"?";
+    return known.size() <= kListed ? "; there are " + all : "; the nearest is \"" + nearest + "\"";
 }
 
 void check(std::string_view subject, i32 status) {

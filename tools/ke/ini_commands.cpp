@@ -1,177 +1,219 @@
-// ke ini to-json, get: INI files through the library's callback parser.
-#include <cstdio>
-#include <cstdlib>
+// ke ini to-json, get, set, remove, sections, keys: INI files as they are, and as JSON.
 #include <memory>
 
 #include "commands.h"
 #include "failure.h"
-#include "json_text.h"
+#include "ini_file.h"
+#include "ini_json.h"
+#include "json_select.h"
 #include "ke_utils.h"
-#include "platform.h"
 
 namespace tool {
 
 namespace {
 
-// A stream over a text in memory, since the parser reads streams: standard input and files alike become
-// one, and the text stays at hand for messages.
-class TextStream {
-  public:
-    explicit TextStream(std::string_view text) : stream_(scratch_file()) {
-        if (stream_ == nullptr)
-            throw failure("a temporary file", WIQ_ERR_IO);
-        if (fwrite(text.data(), 1, text.size(), stream_) != text.size()) {
-            fclose(stream_);
-            throw failure("a temporary file", WIQ_ERR_IO);
+struct IniArgs {
+    std::vector<std::string> words;
+    std::string file;
+    IniName name;
+    std::string key, value;
+    Layout layout;
+};
+
+int to_json(const IniArgs& args, const Common& common) {
+    const Input input = read_text(args.file, common);
+    const std::string text = ini_as_json(input);
+    Sink sink(common, "");
+    print_view(sink, text, View(), args.layout);
+    sink.finish();
+    return kExitOk;
+}
+
+int get_value(const IniArgs& args, const Common& common) {
+    const Input input = read_text(args.file, common);
+    const std::string* found = nullptr;
+    const std::vector<IniSection> sections = parse_ini(input);
+    for (const IniSection& section : sections) {
+        for (const IniKey& key : section.keys) {
+            if (args.name.fits(section) && key.name == args.key)
+                found = &key.value;  // the last one counts
         }
-        rewind(stream_);
     }
-    TextStream(const TextStream&) = delete;
-    TextStream& operator=(const TextStream&) = delete;
-    ~TextStream() { fclose(stream_); }
-
-    FILE* get() { return stream_; }
-
-  private:
-    FILE* stream_;
-};
-
-// Parses, and shows a mistake where it stands.
-void parse_ini(const Input& input, WiqIniSectionFn on_section, WiqIniKeyFn on_key, void* user) {
-    struct Handler {
-        WiqIniSectionFn on_section;
-        WiqIniKeyFn on_key;
-        void* user;
-        WiqIniLocation mistake;
-    };
-    Handler handler = {on_section, on_key, user, {}};
-    TextStream stream(input.bytes);
-    const i32 status = wiq_ini_parse(
-        stream.get(),
-        [](const char* name, const WiqIniLocation* name_location, const char* argument,
-           const WiqIniLocation* argument_location, void* self) {
-            auto* h = static_cast<Handler*>(self);
-            return h->on_section(name, name_location, argument, argument_location, h->user);
-        },
-        [](const char* key, const WiqIniLocation* key_location, const char* value,
-           const WiqIniLocation* value_location, void* self) {
-            auto* h = static_cast<Handler*>(self);
-            return h->on_key(key, key_location, value, value_location, h->user);
-        },
-        [](const WiqIniLocation* location, void* self) {
-            static_cast<Handler*>(self)->mistake = *location;
-        },
-        &handler);
-    if (status == WIQ_ERR_INI_SYNTAX) {
-        size_t offset = 0;
-        for (u32 line = 1; line < handler.mistake.line; ++line)
-            offset = input.bytes.find('\n', offset) + 1;
-        throw failure_at(input.name, input.bytes, offset + handler.mistake.column - 1, status);
-    }
-    check(input.name, status);
-}
-
-// {section: {key: value}}, and {section: {argument: {key: value}}} for sections with an argument.
-struct Builder {
-    wiq_json_t* root;
-    wiq_json_t* section;
-};
-
-i32 build_section(const char* name, const WiqIniLocation*, const char* argument,
-                  const WiqIniLocation*, void* user) {
-    auto* builder = static_cast<Builder*>(user);
-    u32 err = 0;
-    builder->section = wiq_json_obj_getd_obj(builder->root, name, &err);
-    if (argument != nullptr)
-        builder->section = wiq_json_obj_getd_obj(builder->section, argument, &err);
-    return static_cast<i32>(err);
-}
-
-i32 build_key(const char* key, const WiqIniLocation*, const char* value, const WiqIniLocation*,
-              void* user) {
-    u32 err = 0;
-    wiq_json_obj_put_str(static_cast<Builder*>(user)->section, key, value, &err);
-    return static_cast<i32>(err);
-}
-
-int to_json(const std::string& file, const Session& session) {
-    const Input input = read_input(file, session.common);
-    const Json root(wiq_json_obj_new(0, nullptr));
-    Builder builder = {root.get(), nullptr};
-    parse_ini(input, build_section, build_key, &builder);
-    write_output(dump_json(root.get(), WIQ_JSON_DUMP_PRETTY | WIQ_JSON_DUMP_SORT_KEYS) + "\n",
-                 input, session.common);
-    return kExitOk;
-}
-
-// What `ke ini get` looks for, and what it found.
-struct Search {
-    std::string section, argument, key;
-    bool in_section = false;
-    bool found = false;
-    std::string value;
-};
-
-i32 search_section(const char* name, const WiqIniLocation*, const char* argument,
-                   const WiqIniLocation*, void* user) {
-    auto* search = static_cast<Search*>(user);
-    search->in_section =
-        search->section == name && search->argument == (argument == nullptr ? "" : argument);
-    return 0;
-}
-
-i32 search_key(const char* key, const WiqIniLocation*, const char* value, const WiqIniLocation*,
-               void* user) {
-    auto* search = static_cast<Search*>(user);
-    if (search->in_section && search->key == key) {
-        search->found = true;
-        search->value = value;  // the last one counts
-    }
-    return 0;
-}
-
-int get_value(const std::vector<std::string>& words, const std::string& file,
-              const Session& session) {
-    Search search;
-    search.section = words.front();
-    search.key = words.back();
-    if (words.size() == 3)
-        search.argument = words[1];
-    const Input input = read_input(file, session.common);
-    parse_ini(input, search_section, search_key, &search);
-    if (!search.found)
-        throw failure(input.name + ": [" + search.section +
-                          (search.argument.empty() ? "" : " \"" + search.argument + "\"") + "] " +
-                          search.key,
+    if (found == nullptr)
+        throw failure(input.name + ": " + args.name.header() + " " + args.key,
                       WIQ_ERR_KEY_NOT_FOUND);
-    write_output(search.value + "\n", input, session.common);
+    write_output(*found + "\n", common);
     return kExitOk;
+}
+
+void write_edited(const std::string& text, const Input& input, const Common& common) {
+    Sink sink(common, input.path);
+    sink.encode_as(input.encoding);
+    sink.write(text);
+    sink.finish();
+}
+
+int set_value(const IniArgs& args, const Common& common) {
+    const Input input = read_text(args.file, common);
+    write_edited(set_in_ini(input, args.name, args.key, args.value), input, common);
+    return kExitOk;
+}
+
+int remove_value(const IniArgs& args, const Common& common) {
+    const Input input = read_text(args.file, common);
+    write_edited(remove_from_ini(input, args.name, args.key), input, common);
+    return kExitOk;
+}
+
+int list_sections(const IniArgs& args, const Common& common) {
+    const Input input = read_text(args.file, common);
+    std::string text;
+    std::vector<std::string> seen;
+    for (const IniSection& section : parse_ini(input)) {
+        const std::string line =
+            section.name + (section.argument ? "\t" + *section.argument : "") + "\n";
+        if (std::find(seen.begin(), seen.end(), line) != seen.end())
+            continue;
+        seen.push_back(line);
+        text += line;
+    }
+    write_output(text, common);
+    return kExitOk;
+}
+
+int list_keys(const IniArgs& args, const Common& common) {
+    const Input input = read_text(args.file, common);
+    std::vector<std::string> seen;
+    std::string text;
+    bool found = false;
+    for (const IniSection& section : parse_ini(input)) {
+        if (!args.name.fits(section))
+            continue;
+        found = true;
+        for (const IniKey& key : section.keys) {
+            if (std::find(seen.begin(), seen.end(), key.name) != seen.end())
+                continue;
+            seen.push_back(key.name);
+            text += key.name + "\n";
+        }
+    }
+    if (!found)
+        throw failure(input.name + ": " + args.name.header(), WIQ_ERR_KEY_NOT_FOUND);
+    write_output(text, common);
+    return kExitOk;
+}
+
+CLI::App* add_command(CLI::App& ini, Session& session, const std::shared_ptr<IniArgs>& args,
+                      const char* name, const char* help,
+                      int (*run)(const IniArgs& args, const Common& common)) {
+    CLI::App* command = ini.add_subcommand(name, help);
+    command->callback([args, run, &session] {
+        session.action = [args, run, &session] { return run(*args, session.common); };
+    });
+    return command;
+}
+
+void add_section(CLI::App& command, IniArgs& args) {
+    command.add_option("section", args.name.section, "The section's name")
+        ->type_name("SECTION")
+        ->required();
+    command
+        .add_option_function<std::string>(
+            "-a,--argument",
+            [&args](const std::string& argument) { args.name.argument = argument; },
+            "The section's argument, as in [section \"argument\"]")
+        ->type_name("TEXT");
+}
+
+// SECTION KEY [FILE], or SECTION ARGUMENT KEY FILE; with -f, SECTION [ARGUMENT] KEY.
+void read_words(IniArgs& args) {
+    std::vector<std::string> words = args.words;
+    if (args.file.empty() && words.size() > 2) {
+        args.file = words.back();
+        words.pop_back();
+        if (args.file.empty())
+            throw CLI::ValidationError("FILE", "the name of the file is empty");
+    }
+    if (words.size() > 3 || (words.size() == 3 && args.name.argument))
+        throw CLI::ExtrasError({words.back()});
+    args.name.section = words.front();
+    args.key = words.back();
+    if (words.size() == 3)
+        args.name.argument = words[1];
+}
+
+void add_get(CLI::App& ini, Session& session) {
+    auto args = std::make_shared<IniArgs>();
+    CLI::App* command = ini.add_subcommand("get", "Print the value of a key");
+    command
+        ->add_option("words", args->words,
+                     "SECTION KEY [FILE], or SECTION ARGUMENT KEY FILE; \"-\" or nothing is "
+                     "standard input")
+        ->type_name("SECTION [ARGUMENT] KEY [FILE]")
+        ->required()
+        ->expected(2, 4)
+        ->allow_extra_args(false);  // with them "[a,b]" would be two words
+    command
+        ->add_option_function<std::string>(
+            "-a,--argument",
+            [args](const std::string& argument) { args->name.argument = argument; },
+            "The section's argument, as in [section \"argument\"]")
+        ->type_name("TEXT");
+    command->add_option("-f,--file", args->file, "The file to read, not behind the words")
+        ->type_name("FILE")
+        ->transform(CLI::Validator(refuse_empty, ""));
+    command->callback([args, &session] {
+        read_words(*args);
+        session.action = [args, &session] { return get_value(*args, session.common); };
+    });
+}
+
+void add_edits(CLI::App& ini, Session& session) {
+    auto set = std::make_shared<IniArgs>();
+    CLI::App* command =
+        add_command(ini, session, set, "set",
+                    "Store the value of a key, and leave every other byte", set_value);
+    add_section(*command, *set);
+    command->add_option("key", set->key, "The key")->type_name("KEY")->required();
+    command->add_option("value", set->value, "The value")->type_name("VALUE")->required();
+    add_input(*command, set->file);
+    add_in_place(*command, session);
+
+    auto remove = std::make_shared<IniArgs>();
+    command = add_command(ini, session, remove, "remove",
+                          "Remove a key, and leave every other byte", remove_value);
+    add_section(*command, *remove);
+    command->add_option("key", remove->key, "The key; \"\" is the whole section")
+        ->type_name("KEY")
+        ->required();
+    add_input(*command, remove->file);
+    add_in_place(*command, session);
 }
 
 }  // namespace
 
 void add_ini_commands(CLI::App& app, Session& session) {
-    CLI::App* ini = app.add_subcommand("ini", "Read an INI file");
+    CLI::App* ini = app.add_subcommand("ini", "Work on an INI file");
     ini->require_subcommand(1);
 
-    auto file = std::make_shared<std::string>();
-    CLI::App* convert = ini->add_subcommand("to-json", "Print the file as a JSON document");
-    add_input(*convert, *file);
-    convert->callback([file, &session] {
-        session.action = [file, &session] { return to_json(*file, session); };
-    });
+    auto convert = std::make_shared<IniArgs>();
+    CLI::App* command = add_command(*ini, session, convert, "to-json",
+                                    "Print the file as a JSON document", to_json);
+    add_input(*command, convert->file);
+    add_layout(*command, convert->layout);
 
-    auto words = std::make_shared<std::vector<std::string>>();
-    CLI::App* get = ini->add_subcommand("get", "Print the value of a key");
-    get->add_option("words", *words, "SECTION KEY, or SECTION ARGUMENT KEY")
-        ->type_name("SECTION [ARGUMENT] KEY")
-        ->required()
-        ->expected(2, 3);
-    get->add_option("-f,--file", *file, "The file to read; \"-\" or nothing is standard input")
-        ->type_name("FILE");
-    get->callback([words, file, &session] {
-        session.action = [words, file, &session] { return get_value(*words, *file, session); };
-    });
+    add_get(*ini, session);
+    add_edits(*ini, session);
+
+    auto sections = std::make_shared<IniArgs>();
+    command = add_command(*ini, session, sections, "sections",
+                          "Print the sections, each with its argument behind a tab", list_sections);
+    add_input(*command, sections->file);
+
+    auto keys = std::make_shared<IniArgs>();
+    command = add_command(*ini, session, keys, "keys", "Print the keys of a section", list_keys);
+    add_section(*command, *keys);
+    add_input(*command, keys->file);
 }
 
 }  // namespace tool

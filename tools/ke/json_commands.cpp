@@ -1,151 +1,241 @@
-// ke json format, get, expand, equal, subset: commands that show or judge a document.
+// ke json format, expand: commands that write a document anew without changing a value.
+#include <memory>
+#include <set>
+
 #include "commands.h"
+#include "document.h"
 #include "failure.h"
-#include "json_text.h"
-#include "ke_utils.h"
+#include "json_string.h"
+#include "ke_utils/core.h"
 
 namespace tool {
 
 namespace {
 
-struct Layout {
-    bool compact = false;
-    bool sort_keys = false;
-    bool u128_as_object = false;
-
-    u32 flags() const {
-        return (compact ? 0u : static_cast<u32>(WIQ_JSON_DUMP_PRETTY)) |
-               (sort_keys ? static_cast<u32>(WIQ_JSON_DUMP_SORT_KEYS) : 0u) |
-               (u128_as_object ? static_cast<u32>(WIQ_JSON_DUMP_U128_AS_OBJECT) : 0u);
-    }
+struct FormatArgs {
+    std::vector<std::string> files;
+    Layout layout;
+    bool several = false;
 };
 
-void add_layout(CLI::App& command, Layout& layout) {
-    command.add_flag("--compact", layout.compact, "No blanks and no line breaks");
-    command.add_flag("--sort-keys", layout.sort_keys, "Members in the order of their keys' bytes");
-    command.add_flag("--u128-as-object", layout.u128_as_object,
-                     "Write a number above 64 bits as {\"u128\":\"digits\"}");
+// A number above 64 bits as {"u128":"digits"}.
+void add_wide_number(JsonWriter& writer, Scanner& scanner) {
+    const std::string digits(scanner.text());
+    const Fit fit = fit_of(digits);
+    const bool is_integer = digits.find_first_of(".eE") == std::string::npos;
+    if (is_integer && fit == Fit::too_large)
+        throw scanner.failure("the number " + digits + " has more than 128 bits or is below -2^63",
+                              kExitNo);
+    if (fit != Fit::u128)
+        return writer.add(Token::number, digits);
+    writer.add(Token::open_object, "{");
+    writer.add(Token::key, "\"u128\"");
+    writer.add(Token::string, "\"" + digits + "\"");
+    writer.add(Token::close_object, "}");
+}
+
+// Passes documents on token by token, in memory that grows with their depth only.
+void format_in_stream(Scanner& scanner, Sink& sink, const Layout& layout) {
+    JsonWriter writer(sink, layout);
+    for (Token token = scanner.next(); token != Token::end; token = scanner.next()) {
+        if (token == Token::number && layout.u128_as_object)
+            add_wide_number(writer, scanner);
+        else
+            writer.add(token, scanner.text());
+        if (scanner.depth() == 0)
+            writer.end_document();
+    }
+}
+
+// What is sorted has to be in memory as a whole, one document after the other.
+void format_sorted(Scanner& scanner, Sink& sink, const Layout& layout) {
+    const std::string name = "the document";
+    Layout tight;
+    tight.compact = true;
+    tight.u128_as_object = layout.u128_as_object;
+    for (;;) {
+        std::string text;
+        Sink to_text(&text);
+        JsonWriter writer(to_text, tight);
+        Token token = scanner.next();
+        for (; token != Token::end; token = scanner.next()) {
+            if (token == Token::number && layout.u128_as_object)
+                add_wide_number(writer, scanner);
+            else
+                writer.add(token, scanner.text());
+            if (scanner.depth() == 0)
+                break;
+        }
+        to_text.finish();
+        if (token == Token::end)
+            return;
+        const Document document(name, text);
+        JsonWriter sorted(sink, layout);
+        write_value(sorted, document, document.root(), layout);
+        sorted.end_document();
+    }
+}
+
+int format(const FormatArgs& args, const Common& common) {
+    std::vector<std::string> files = args.files;
+    if (files.empty())
+        files.emplace_back();
+    if (common.in_place && files.size() > 1)
+        throw Failure{"--in-place takes one FILE", kExitUsage};
+    std::unique_ptr<Sink> sink;
+    for (const std::string& file : files) {
+        Source source(file, common);
+        if (!sink)
+            sink = std::make_unique<Sink>(common, source.path());
+        Scanner scanner(source, args.several);
+        if (args.layout.sort_keys)
+            format_sorted(scanner, *sink, args.layout);
+        else
+            format_in_stream(scanner, *sink, args.layout);
+        source.close();
+    }
+    sink->finish();
+    return kExitOk;
 }
 
 void add_format(CLI::App& json, Session& session) {
-    struct Args {
-        std::string file;
-        Layout layout;
-    };
-    auto args = std::make_shared<Args>();
+    auto args = std::make_shared<FormatArgs>();
     CLI::App* command = json.add_subcommand("format", "Lay a document out anew");
+    add_inputs(*command, args->files);
+    add_layout(*command, args->layout);
+    command->add_flag("--u128-as-object", args->layout.u128_as_object,
+                      "Write a number above 64 bits as {\"u128\":\"digits\"}");
+    add_json_lines(*command, args->several);
+    add_in_place(*command, session);
+    command->callback([args, &session] {
+        session.action = [args, &session] { return format(*args, session.common); };
+    });
+}
+
+// Writes a document with every reference replaced by what it names. The containers that are being written
+// are on a list, so that no document is too deep.
+class Expander {
+  public:
+    Expander(const Document& document, JsonWriter& writer) : document_(document), writer_(writer) {}
+
+    void run() {
+        write(document_.root());
+        while (!levels_.empty()) {
+            Level& level = levels_.back();
+            if (level.next == document_.end_of(level.node)) {
+                const bool object = document_.kind(level.node) == Kind::object;
+                writer_.add(object ? Token::close_object : Token::close_array, object ? "}" : "]");
+                pending_.erase(level.reference);
+                levels_.pop_back();
+                continue;
+            }
+            const NodeId child = level.next;
+            level.next = document_.next(child);
+            if (!document_.key(child).empty())
+                writer_.add(Token::key, document_.key(child));
+            write(child);
+        }
+    }
+
+  private:
+    static constexpr NodeId kNone = 0xFFFFFFFF;
+
+    struct Level {
+        NodeId node;
+        NodeId next;
+        NodeId reference;  // through which it is being written, or kNone
+    };
+
+    void write(NodeId node) {
+        NodeId reference = kNone;
+        if (document_.is_reference(node)) {
+            reference = node;
+            node = target_of(node);
+            if (!pending_.insert(reference).second)
+                throw cycle(reference);
+        }
+        switch (document_.kind(node)) {
+            case Kind::object:
+                writer_.add(Token::open_object, "{");
+                levels_.push_back({node, document_.first_child(node), reference});
+                return;
+            case Kind::array:
+                writer_.add(Token::open_array, "[");
+                levels_.push_back({node, document_.first_child(node), reference});
+                return;
+            default:
+                writer_.add(Token::word, document_.text_of(node));
+                pending_.erase(reference);
+        }
+    }
+
+    // The end of the chain of references that starts here.
+    NodeId target_of(NodeId reference) const {
+        std::set<NodeId> seen;
+        NodeId node = reference;
+        while (document_.is_reference(node)) {
+            if (!seen.insert(node).second)
+                throw cycle(reference);
+            const NodeId last = *document_.member(node, "$ref");
+            size_t step = 0;
+            const Pointer pointer = parse_pointer(decode_string(document_.text_of(last)));
+            NodeId found = 0;
+            const i32 status = document_.find(pointer, &found, &step);
+            if (status != 0)
+                throw document_.failure(
+                    node, "a reference: " + pointer_failure(pointer, step, status).message);
+            node = found;
+        }
+        return node;
+    }
+
+    Failure cycle(NodeId reference) const {
+        return document_.failure(reference, failure("a reference", WIQ_ERR_JREF_CYCLE).message);
+    }
+
+    const Document& document_;
+    JsonWriter& writer_;
+    std::vector<Level> levels_;
+    std::set<NodeId> pending_;  // references that are being written
+};
+
+struct ExpandArgs {
+    std::string file;
+    Layout layout;
+};
+
+int expand(const ExpandArgs& args, const Common& common) {
+    const Input input = read_text(args.file, common);
+    const Document document(input.name, input.bytes);
+    Sink sink(common, input.path);
+    if (!args.layout.sort_keys) {
+        JsonWriter writer(sink, args.layout);
+        Expander(document, writer).run();
+        writer.end_document();
+    } else {
+        std::string text;
+        Sink to_text(&text);
+        JsonWriter expanded(to_text, args.layout);
+        Expander(document, expanded).run();
+        to_text.finish();
+        const Document sorted(input.name, text);
+        JsonWriter writer(sink, args.layout);
+        write_value(writer, sorted, sorted.root(), args.layout);
+        writer.end_document();
+    }
+    sink.finish();
+    return kExitOk;
+}
+
+void add_expand(CLI::App& json, Session& session) {
+    auto args = std::make_shared<ExpandArgs>();
+    CLI::App* command = json.add_subcommand(
+        "expand", "Replace every {\"$ref\": POINTER} by a copy of what it names");
     add_input(*command, args->file);
     add_layout(*command, args->layout);
     add_in_place(*command, session);
     command->callback([args, &session] {
-        session.action = [args, &session] {
-            const Input input = read_input(args->file, session.common);
-            const Json root = parse_json(input.name, input.bytes);
-            write_output(dump_json(root.get(), args->layout.flags()) + "\n", input, session.common);
-            return kExitOk;
-        };
-    });
-}
-
-void add_get(CLI::App& json, Session& session) {
-    struct Args {
-        std::string pointer, file;
-        bool raw = false;
-    };
-    auto args = std::make_shared<Args>();
-    CLI::App* command = json.add_subcommand("get", "Print the value that a JSON pointer names");
-    command->add_option("pointer", args->pointer, "A JSON pointer, as \"/smart/attributes/0\"")
-        ->type_name("POINTER")
-        ->required();
-    add_input(*command, args->file);
-    command->add_flag("--raw", args->raw,
-                      "Print a string's text itself, without quotes and escapes");
-    command->callback([args, &session] {
-        session.action = [args, &session] {
-            const Input input = read_input(args->file, session.common);
-            const Json root = parse_json(input.name, input.bytes);
-            wiq_json_t* node = find(root.get(), args->pointer);
-            const std::string text = args->raw && wiq_json_is_str(node)
-                                         ? wiq_json_str_get(node)
-                                         : dump_json(node, WIQ_JSON_DUMP_PRETTY);
-            write_output(text + "\n", input, session.common);
-            return kExitOk;
-        };
-    });
-}
-
-void add_expand(CLI::App& json, Session& session) {
-    auto file = std::make_shared<std::string>();
-    CLI::App* command = json.add_subcommand(
-        "expand", "Replace every {\"$ref\": POINTER} by a copy of what it names");
-    add_input(*command, *file);
-    add_in_place(*command, session);
-    command->callback([file, &session] {
-        session.action = [file, &session] {
-            const Input input = read_input(*file, session.common);
-            const Json root = parse_json(input.name, input.bytes);
-            check(input.name, wiq_json_jref_expand(root.get()));
-            write_output(dump_json(root.get(), WIQ_JSON_DUMP_PRETTY) + "\n", input, session.common);
-            return kExitOk;
-        };
-    });
-}
-
-// The two documents of a comparison; at most one of them is standard input.
-struct Pair {
-    std::string a, b;
-};
-
-void add_pair(CLI::App& command, Pair& pair) {
-    command.add_option("a", pair.a, "The first document")->type_name("A")->required();
-    command.add_option("b", pair.b, "The second document")->type_name("B")->required();
-}
-
-int judge(const Pair& pair, u32 flags, const Common& common) {
-    if (pair.a == "-" && pair.b == "-")
-        throw Failure{"ke: only one of the documents can be standard input", kExitUsage};
-    const Input a = read_input(pair.a, common);
-    const Input b = read_input(pair.b, common);
-    const Json root_a = parse_json(a.name, a.bytes);
-    const Json root_b = parse_json(b.name, b.bytes);
-    return wiq_json_subset(root_a.get(), root_b.get(), flags) ? kExitOk : kExitNo;
-}
-
-void add_equal(CLI::App& json, Session& session) {
-    auto pair = std::make_shared<Pair>();
-    CLI::App* command =
-        json.add_subcommand("equal", "Exit status 0 if two documents are equal, else 1");
-    add_pair(*command, *pair);
-    command->callback([pair, &session] {
-        session.action = [pair, &session] {
-            return judge(*pair,
-                         WIQ_JSON_SUBSET_CONTIGUOUS | WIQ_JSON_SUBSET_PREFIX |
-                             WIQ_JSON_SUBSET_SAME_LENGTH | WIQ_JSON_SUBSET_SAME_SIZE,
-                         session.common);
-        };
-    });
-}
-
-void add_subset(CLI::App& json, Session& session) {
-    struct Args {
-        Pair pair;
-        bool contiguous = false, prefix = false, same_length = false, same_size = false;
-    };
-    auto args = std::make_shared<Args>();
-    CLI::App* command =
-        json.add_subcommand("subset", "Exit status 0 if A is contained in B, else 1");
-    add_pair(*command, args->pair);
-    command->add_flag("--contiguous", args->contiguous, "Array elements as one run");
-    command->add_flag("--prefix", args->prefix, "With --contiguous: the run starts B's array");
-    command->add_flag("--same-length", args->same_length,
-                      "With --contiguous and --prefix: arrays of equal length");
-    command->add_flag("--same-size", args->same_size, "Objects of equal size");
-    command->callback([args, &session] {
-        session.action = [args, &session] {
-            const u32 flags = (args->contiguous ? 1u : 0u) | (args->prefix ? 2u : 0u) |
-                              (args->same_length ? 4u : 0u) | (args->same_size ? 8u : 0u);
-            return judge(args->pair, flags, session.common);
-        };
+        session.action = [args, &session] { return expand(*args, session.common); };
     });
 }
 
@@ -155,12 +245,11 @@ void add_json_commands(CLI::App& app, Session& session) {
     CLI::App* json = app.add_subcommand("json", "Work on a JSON document");
     json->require_subcommand(1);
     add_format(*json, session);
-    add_get(*json, session);
+    add_json_get_command(*json, session);
     add_json_edit_commands(*json, session);
     add_json_report_commands(*json, session);
     add_expand(*json, session);
-    add_equal(*json, session);
-    add_subset(*json, session);
+    add_json_compare_commands(*json, session);
 }
 
 }  // namespace tool

@@ -1,69 +1,97 @@
-// ke json set, remove: commands that change one place of a document.
-#include <cstdlib>
+// ke json set, remove, merge, patch: commands that change places of a document and leave every other byte.
 #include <memory>
 
 #include "commands.h"
 #include "failure.h"
-#include "json_text.h"
-#include "ke_utils.h"
+#include "json_edit.h"
+#include "json_merge.h"
+#include "json_patch.h"
+#include "json_select.h"
+#include "json_string.h"
 
 namespace tool {
 
 namespace {
 
-struct Args {
-    std::string pointer, value, file;
+// Writes an edited text: as it is, or laid out anew if that was asked for.
+void finish(const std::string& text, const Splices& splices, const Input& input,
+            const Layout& layout, const Common& common) {
+    Sink sink(common, input.path);
+    if (layout.is_asked_for) {
+        const std::string edited = spliced(text, splices);
+        View everything;
+        print_view(sink, edited, everything, layout);
+    } else {
+        sink.encode_as(input.encoding);
+        write_spliced(sink, text, splices);
+    }
+    sink.finish();
+}
+
+struct Edit {
+    std::string pointer;
+    std::string value;  // JSON text; not for a removal
 };
 
-void finish(wiq_json_t* root, const Input& input, const Session& session) {
-    write_output(dump_json(root, WIQ_JSON_DUMP_PRETTY) + "\n", input, session.common);
-}
-
-int set_value(const Args& args, const Session& session) {
-    const Input input = read_input(args.file, session.common);
-    const Json root = parse_json(input.name, input.bytes);
-    Json value = parse_json("VALUE", args.value);
-    if (args.pointer.empty()) {
-        // The empty pointer names the whole document, which has no place to be put into.
-        finish(value.get(), input, session);
-        return kExitOk;
+// Plans the edits one after the other, each on the result of those before it.
+int edit(const std::string& file, const std::vector<Edit>& edits, bool removal,
+         const Layout& layout, const Common& common) {
+    Input input = read_text(file, common);
+    Splices splices;
+    for (size_t i = 0; i < edits.size(); ++i) {
+        if (i != 0)
+            input.bytes = spliced(input.bytes, splices);
+        const Document document(input.name, input.bytes);
+        const Pointer pointer = parse_pointer(edits[i].pointer);
+        splices =
+            removal ? plan_remove(document, pointer) : plan_set(document, pointer, edits[i].value);
     }
-    check("pointer \"" + args.pointer + "\"",
-          wiq_json_ptr_put(root.get(), args.pointer.c_str(), value.get()));
-    (void)value.release();  // the document owns it now
-    finish(root.get(), input, session);
+    finish(input.bytes, splices, input, layout, common);
     return kExitOk;
 }
 
-// The container of a node, found by the pointer of the node without its last step.
-wiq_json_t* parent_of(wiq_json_t* root, wiq_json_t* node) {
-    char* text = nullptr;
-    check("the document", wiq_json_ptr(node, &text));
-    std::string pointer(text);
-    free(text);
-    return find(root, pointer.substr(0, pointer.rfind('/')));
+struct SetArgs {
+    std::string pointer, value, file;
+    std::vector<std::string> also;
+    std::string value_file;
+    bool string = false;
+    Layout layout;
+};
+
+std::string value_of(const SetArgs& args, const std::string& name, const std::string& text) {
+    return args.string ? encode_string(text) : value_of_argument(name, text);
 }
 
-int remove_value(const Args& args, const Session& session) {
-    const Input input = read_input(args.file, session.common);
-    const Json root = parse_json(input.name, input.bytes);
-    wiq_json_t* node = find(root.get(), args.pointer);
-    if (node == root.get())
-        throw Failure{"pointer \"" + args.pointer + "\": the whole document cannot be removed"};
-    wiq_json_t* parent = parent_of(root.get(), node);
-    if (const char* key = wiq_json_parent_key(node)) {
-        check(input.name, wiq_json_obj_remove(parent, key));
+int set_values(const SetArgs& args, const Common& common) {
+    const bool from_file = !args.value_file.empty();
+    if (args.value_file == "-" && (args.file.empty() || args.file == "-"))
+        throw Failure{"standard input cannot be both the value and the document", kExitUsage};
+    const std::string text = from_file ? read_text(args.value_file, common).bytes : args.value;
+    const std::string name = from_file ? args.value_file : "VALUE";
+    std::vector<Edit> edits = {{args.pointer, value_of(args, name, text)}};
+    for (size_t i = 0; i + 1 < args.also.size(); i += 2)
+        edits.push_back({args.also[i], value_of(args, "VALUE", args.also[i + 1])});
+    return edit(args.file, edits, false, args.layout, common);
+}
+
+// With --value-file the words are POINTER [FILE] instead of POINTER VALUE [FILE].
+void sort_words(SetArgs& args, const CLI::App& command) {
+    const bool has_value = command.count("value") != 0;
+    const bool has_file = command.count("file") != 0;
+    if (args.value_file.empty()) {
+        if (!has_value)
+            throw CLI::RequiredError("VALUE");
     } else {
-        // Filtering leaves no placeholder behind: the elements after it move up.
-        const auto keep = [](wiq_json_t* elem, void* removed) { return elem != removed; };
-        check(input.name, wiq_json_array_filter(parent, keep, node));
+        if (has_file)
+            throw CLI::ExtrasError({args.file});
+        if (has_value && args.value.empty())
+            throw CLI::ValidationError("FILE", "the name of the file is empty");
+        args.file = args.value;
     }
-    finish(root.get(), input, session);
-    return kExitOk;
 }
 
 void add_set(CLI::App& json, Session& session) {
-    auto args = std::make_shared<Args>();
+    auto args = std::make_shared<SetArgs>();
     CLI::App* command = json.add_subcommand(
         "set", "Store a value where a JSON pointer names it, making the containers on the way");
     command
@@ -71,26 +99,87 @@ void add_set(CLI::App& json, Session& session) {
                      "A JSON pointer; \"-\" as a step appends to an array")
         ->type_name("POINTER")
         ->required();
-    command->add_option("value", args->value, "The value, as JSON text")
-        ->type_name("VALUE")
-        ->required();
+    command->add_option("value", args->value, "The value, as JSON text")->type_name("VALUE");
     add_input(*command, args->file);
+    command->add_flag("--string", args->string, "The value is a text as it stands, not JSON");
+    command
+        ->add_option("--value-file", args->value_file,
+                     "The value is what this file holds, \"-\" for standard input; there is no "
+                     "VALUE then")
+        ->type_name("FILE")
+        ->transform(CLI::Validator(refuse_empty, ""));
+    command->add_option("--also", args->also, "A further edit, made after those before it")
+        ->type_name("POINTER VALUE")
+        ->type_size(2)
+        ->allow_extra_args(false);
+    add_layout(*command, args->layout);
     add_in_place(*command, session);
-    command->callback([args, &session] {
-        session.action = [args, &session] { return set_value(*args, session); };
+    command->callback([args, command, &session] {
+        sort_words(*args, *command);
+        session.action = [args, &session] { return set_values(*args, session.common); };
     });
 }
 
+struct RemoveArgs {
+    std::string pointer, file;
+    std::vector<std::string> also;
+    Layout layout;
+};
+
 void add_remove(CLI::App& json, Session& session) {
-    auto args = std::make_shared<Args>();
+    auto args = std::make_shared<RemoveArgs>();
     CLI::App* command = json.add_subcommand("remove", "Remove the value that a JSON pointer names");
     command->add_option("pointer", args->pointer, "A JSON pointer")
         ->type_name("POINTER")
         ->required();
     add_input(*command, args->file);
+    command->add_option("--also", args->also, "A further place, found after those before are gone")
+        ->type_name("POINTER")
+        ->allow_extra_args(false);
+    add_layout(*command, args->layout);
     add_in_place(*command, session);
     command->callback([args, &session] {
-        session.action = [args, &session] { return remove_value(*args, session); };
+        session.action = [args, &session] {
+            std::vector<Edit> edits = {{args->pointer, ""}};
+            for (const std::string& pointer : args->also)
+                edits.push_back({pointer, ""});
+            return edit(args->file, edits, true, args->layout, session.common);
+        };
+    });
+}
+
+struct SecondArgs {
+    std::string second, file;
+    Layout layout;
+};
+
+using Apply = std::string (*)(const Input& input, const Document& second);
+
+int apply_second(const SecondArgs& args, Apply apply, const Common& common) {
+    if (args.second == "-" && (args.file.empty() || args.file == "-"))
+        throw Failure{"only one of the documents can be standard input", kExitUsage};
+    const Input second = read_text(args.second, common);
+    const Document change(second.name, second.bytes);
+    const Input input = read_text(args.file, common);
+    finish(apply(input, change), {}, input, args.layout, common);
+    return kExitOk;
+}
+
+void add_second(CLI::App& json, Session& session, const char* name, const char* help,
+                const char* type, Apply apply) {
+    auto args = std::make_shared<SecondArgs>();
+    CLI::App* command = json.add_subcommand(name, help);
+    command->add_option("change", args->second, "The file that says what to change")
+        ->type_name(type)
+        ->required()
+        ->transform(CLI::Validator(refuse_empty, ""));
+    add_input(*command, args->file);
+    add_layout(*command, args->layout);
+    add_in_place(*command, session);
+    command->callback([args, apply, &session] {
+        session.action = [args, apply, &session] {
+            return apply_second(*args, apply, session.common);
+        };
     });
 }
 
@@ -99,6 +188,10 @@ void add_remove(CLI::App& json, Session& session) {
 void add_json_edit_commands(CLI::App& json, Session& session) {
     add_set(json, session);
     add_remove(json, session);
+    add_second(json, session, "merge", "Apply a JSON Merge Patch (RFC 7396) to a document", "MERGE",
+               apply_merge);
+    add_second(json, session, "patch", "Apply a JSON Patch (RFC 6902) to a document", "PATCH",
+               apply_patch);
 }
 
 }  // namespace tool

@@ -1,6 +1,7 @@
 // ke: an engineer with a drive report in JSON, an INI file or a binary dump gets an answer in one command.
 // This file knows the arguments that all commands share and turns what went wrong into an exit status.
 #include <cstdio>
+#include <new>
 
 #include "commands.h"
 #include "failure.h"
@@ -14,8 +15,9 @@ namespace {
 constexpr const char* kFooter =
     "The options above stand before or behind the command. A command that takes a FILE reads\n"
     "standard input without one or with \"-\".\n"
-    "Exit status: 0 done; 1 a comparison's answer is no; 2 the data or a file is wrong; 64 wrong "
-    "usage.\n"
+    "Exit status: 0 done; 1 a comparison's answer is no, or a command could not keep a value; 2 "
+    "the\n"
+    "data or a file is wrong; 64 wrong usage.\n"
     "Example: ke json get /smart/temperature report.json";
 
 void add_all(CLI::App& app, Session& session) {
@@ -23,10 +25,12 @@ void add_all(CLI::App& app, Session& session) {
     app.add_flag("--quiet", session.common.quiet, "Show no progress on large files");
     app.add_option("-o,--output", session.common.output,
                    "Write to FILE, replaced only when everything succeeded")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->transform(CLI::Validator(refuse_empty, ""));
     add_json_commands(app, session);
     add_ini_commands(app, session);
-    add_binary_commands(app, session);
+    add_dump_command(app, session);
+    add_base64_commands(app, session);
     add_number_commands(app, session);
     add_schema_command(app, session);
     add_status_command(app, session);
@@ -34,18 +38,47 @@ void add_all(CLI::App& app, Session& session) {
     app.footer(kFooter);
 }
 
+// A word that stands where a command is due and is none, with the nearest one; "" if all is well.
+std::string unknown_command(const CLI::App& app, const std::vector<std::string>& args) {
+    const CLI::App* group = &app;
+    std::string path;
+    for (size_t i = 0; i < args.size(); ++i) {
+        if (args[i] == "-o" || args[i] == "--output") {
+            ++i;
+            continue;
+        }
+        if (args[i].substr(0, 1) == "-")
+            continue;
+        std::vector<std::string> names;
+        const CLI::App* next = nullptr;
+        for (const CLI::App* command : group->get_subcommands({})) {
+            names.push_back(command->get_name());
+            if (command->get_name() == args[i])
+                next = command;
+        }
+        if (names.empty())
+            return "";
+        if (next == nullptr)
+            return "\"" + args[i] + "\" is no command" +
+                   (path.empty() ? "" : " of \"" + path + "\"") + suggestion(args[i], names);
+        path += (path.empty() ? "" : " ") + args[i];
+        group = next;
+    }
+    return "";
+}
+
 // The status that the argument parser ends with: 0 after --help and --version, else wrong usage.
-int answer_usage(const CLI::App& app, const CLI::ParseError& error) {
+int answer_usage(const CLI::App& app, const CLI::ParseError& error,
+                 const std::vector<std::string>& args) {
     if (error.get_exit_code() == 0)
         return app.exit(error);
-    fprintf(stderr, "ke: %s\nTry \"ke --help\" or \"ke COMMAND --help\".\n", error.what());
+    const std::string unknown = unknown_command(app, args);
+    fprintf(stderr, "ke: %s\nTry \"ke --help\" or \"ke COMMAND --help\".\n",
+            unknown.empty() ? error.what() : unknown.c_str());
     return kExitUsage;
 }
 
-}  // namespace
-
-int run(const std::vector<std::string>& args) {
-    use_binary_streams();
+int run_command(const std::vector<std::string>& args) {
     CLI::App app("Reads, edits and checks drive reports, INI files and binary dumps", "ke");
     // A JSON pointer begins with "/": it is no option, also not on Windows.
     app.allow_windows_style_options(false);
@@ -56,17 +89,25 @@ int run(const std::vector<std::string>& args) {
         app.parse(std::vector<std::string>(args.rbegin(), args.rend()));
         if (session.common.in_place && !session.common.output.empty())
             throw CLI::ExcludesError("--in-place", "--output");
-        const int status = session.action();
-        return fflush(stdout) == 0 ? status : throw failure("standard output", -3);
+        return session.action();
     } catch (const CLI::ParseError& error) {
-        return answer_usage(app, error);
+        return answer_usage(app, error, args);
     } catch (const Failure& failure) {
-        fprintf(stderr, "%s\n", failure.message.c_str());
+        fprintf(stderr, "ke: %s\n", failure.message.c_str());
         return failure.exit_status;
     } catch (const std::bad_alloc&) {
-        fprintf(stderr, "ke: not enough memory\n");
+        fputs("ke: not enough memory\n", stderr);
         return kExitData;
     }
+}
+
+}  // namespace
+
+int run(const std::vector<std::string>& args) {
+    prepare_console();
+    const int status = run_command(args);
+    restore_console();
+    return status;
 }
 
 }  // namespace tool

@@ -1,4 +1,5 @@
 // ke capacity, number, hash: a number or a text in, a line out.
+#include <algorithm>
 #include <memory>
 
 #include "commands.h"
@@ -10,12 +11,17 @@ namespace tool {
 namespace {
 
 void print(const std::string& text, const Session& session) {
-    write_output(text, Input{}, session.common);
+    write_output(text, session.common);
 }
 
+// A count as an argument: decimal digits only.
 u64 to_u64(const std::string& what, const std::string& text) {
     u64 value = 0;
-    const i32 status = wiq_strtouint64(text.c_str(), &value);
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos)
+        throw Failure{what + " \"" + text + "\": is no number; write decimal digits"};
+    // A zero in front would make it octal for the library.
+    const std::string digits = text.substr(std::min(text.find_first_not_of('0'), text.size() - 1));
+    const i32 status = wiq_strtouint64(digits.c_str(), &value);
     if (status != 0)
         throw failure(what + " \"" + text + "\"", status);
     return value;
@@ -26,12 +32,34 @@ struct CapacityArgs {
     int sector = 512;
 };
 
+// The rule: so many blocks for the first 50 GB, and so many for each further one.
+constexpr u64 kLeastGb = 50;
+
+u64 least_blocks(int sector) {
+    return wiq_get_lba_count_idema(kLeastGb, sector);
+}
+
+// The largest capacity whose size in bytes is a 64-bit number.
+u64 most_gb(int sector) {
+    const u64 step =
+        wiq_gb_to_bytes_idema(kLeastGb + 1, sector) - wiq_gb_to_bytes_idema(kLeastGb, sector);
+    return kLeastGb + (~u64{0} - wiq_gb_to_bytes_idema(kLeastGb, sector)) / step;
+}
+
 int show_capacity(const CapacityArgs& args, const Session& session) {
-    const u64 given = args.lba.empty() ? to_u64("capacity", args.gb) : to_u64("--lba", args.lba);
-    const u64 gb = args.lba.empty() ? given : wiq_get_cap_idema(given, args.sector);
-    const u64 lba = args.lba.empty() ? wiq_get_lba_count_idema(given, args.sector) : given;
-    const u64 bytes = args.lba.empty() ? wiq_gb_to_bytes_idema(gb, args.sector)
-                                       : lba * static_cast<u64>(args.sector);
+    const bool by_size = args.lba.empty();
+    const u64 given = by_size ? to_u64("capacity", args.gb) : to_u64("--lba", args.lba);
+    const auto sector = static_cast<u64>(args.sector);
+    const u64 least = by_size ? kLeastGb : least_blocks(args.sector);
+    const u64 most = by_size ? most_gb(args.sector) : ~u64{0} / sector;
+    if (given < least || given > most)
+        throw Failure{std::string(by_size ? "capacity \"" : "--lba \"") + std::to_string(given) +
+                      "\": is out of range; the rule for drives of " + std::to_string(sector) +
+                      "-byte sectors goes from " + std::to_string(least) + " to " +
+                      std::to_string(most)};
+    const u64 gb = by_size ? given : wiq_get_cap_idema(given, args.sector);
+    const u64 lba = by_size ? wiq_get_lba_count_idema(given, args.sector) : given;
+    const u64 bytes = lba * sector;
     print("capacity\t" + std::to_string(gb) + " GB\nblocks\t" + std::to_string(lba) + "\nsector\t" +
               std::to_string(args.sector) + " bytes\nbytes\t" + std::to_string(bytes) + "\n",
           session);
@@ -63,30 +91,38 @@ struct NumberArgs {
     int base = 10;
 };
 
-// The library keeps the low 128 bits of a number; a person wants to know that there were more. Whether
-// there were shows when the number without its sign, prefix and zeros is written back.
-bool fits_128_bits(const std::string& text) {
-    std::string digits = text.substr(std::min(text.find_first_not_of(" \t-"), text.size()));
+// What is no number for this command, said in words; "" if there is nothing to say against it. The library
+// keeps the low 128 bits of a number and takes a sign; whether there were more bits shows when the number
+// without its prefix and zeros is written back.
+std::string objection(const std::string& text) {
+    if (!text.empty() && (text[0] == '-' || text[0] == '+'))
+        return "has a sign; only numbers from 0 to 2^128 - 1 are taken";
+    const bool prefixed = text.size() > 1 && text[0] == '0';
+    const int base = !prefixed ? 10 : text[1] == 'x' || text[1] == 'X' ? 16 : 8;
+    std::string digits = text.substr(base == 16 ? 2 : 0);
+    const char* allowed = base == 16  ? "0123456789abcdefABCDEF"
+                          : base == 8 ? "01234567"
+                                      : "0123456789";
+    if (digits.empty() || digits.find_first_not_of(allowed) != std::string::npos)
+        return std::string("is no number: ") +
+               (base == 16  ? "hexadecimal digits are due behind \"0x\""
+                : base == 8 ? "octal digits are due behind \"0\""
+                            : "decimal digits are due, or \"0x\" and hexadecimal digits");
     wiq_uint128 value;
-    if (wiq_uint128_from_str(digits.c_str(), &value) != 0)
-        return false;
-    const bool prefixed = digits.size() > 1 && digits[0] == '0';
-    const int base = !prefixed ? 10 : digits[1] == 'x' || digits[1] == 'X' ? 16 : 8;
-    digits.erase(0, base == 16 ? 2 : 0);
-    digits.erase(0, digits.find_first_not_of('0'));
+    check("number", wiq_uint128_from_str(text.c_str(), &value));
+    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size() - 1));
     wiq_upper_all(digits.data());
     char again[129];
     check("number", wiq_uint128_to_str(value, base, again, sizeof(again)));
-    return digits == again || (digits.empty() && again == std::string_view("0"));
+    return digits == again ? "" : "has more than 128 bits";
 }
 
 int show_number(const NumberArgs& args, const Session& session) {
+    const std::string wrong = objection(args.text);
+    if (!wrong.empty())
+        throw Failure{"number \"" + args.text + "\": " + wrong};
     wiq_uint128 value;
-    const i32 status = wiq_uint128_from_str(args.text.c_str(), &value);
-    if (status != 0)
-        throw failure("number \"" + args.text + "\"", status);
-    if (!fits_128_bits(args.text))
-        throw Failure{"number \"" + args.text + "\": more than 128 bits"};
+    check("number", wiq_uint128_from_str(args.text.c_str(), &value));
     char digits[129];
     check("--base", wiq_uint128_to_str(value, args.base, digits, sizeof(digits)));
     print(std::string(digits) + "\n", session);

@@ -1,5 +1,6 @@
 // What the tool needs to know of its platform and the library does not offer; implemented by
-// platform_posix.cpp and platform_windows.cpp, one of which also holds the program's entry.
+// platform_posix.cpp and platform_windows.cpp. The program's entry is in entry_posix.cpp and
+// entry_windows.cpp.
 #pragma once
 
 #include <cstdio>
@@ -13,16 +14,30 @@ namespace tool {
 // The tool itself: arguments in UTF-8 without the program's name; the exit status.
 int run(const std::vector<std::string>& args);
 
+bool stdin_is_terminal();
+bool stdout_is_terminal();
 bool stderr_is_terminal();
 
-// Keeps the runtime from changing line ends on the standard streams.
-void use_binary_streams();
-
-// Gives a file the name of another in one step; what had the name is gone. The file gets the permissions of the one
-// that it replaces, or those of any new file. Names are UTF-8 with either separator. 0 or a status.
-i32 replace_file(const std::string& from, const std::string& to);
+// Keeps the runtime from changing line ends on the standard streams. On a Windows console, text is UTF-8
+// and escape sequences are understood from here to restore_console().
+void prepare_console();
+void restore_console();
 
 // An empty file for reading and writing that is gone when it is closed; nullptr if there can be none.
 FILE* scratch_file();
+
+enum class FileKind { none, regular, directory, other };
+
+// What a name stands for, links followed.
+FileKind kind_of_path(const std::string& path);
+
+struct FileFacts {
+    FileKind kind = FileKind::other;
+    u64 size = 0;  // of a regular file
+};
+FileFacts facts_of(FILE* fp);
+
+// Moves a stream to an offset from its start; false where the stream cannot be moved.
+bool seek_to(FILE* fp, u64 offset);
 
 }  // namespace tool

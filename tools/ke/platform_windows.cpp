@@ -1,40 +1,87 @@
-// Windows: arguments come as UTF-16 and are narrowed by the library; the standard streams are switched to
-// binary so that output is the same, byte for byte, as on Linux.
+// Windows: the standard streams are switched to binary so that output is the same, byte for byte, as on
+// Linux; a console shows UTF-8 and understands escape sequences while the tool runs, and is put back.
 #include <fcntl.h>
 #include <io.h>
+#include <sys/stat.h>
 #include <windows.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
-#include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "platform.h"
 
+#ifndef ENABLE_VIRTUAL_TERMINAL_PROCESSING
+#define ENABLE_VIRTUAL_TERMINAL_PROCESSING 0x0004
+#endif
+
 namespace tool {
+
+namespace {
+
+// What the console was set to before; 0 where there is none.
+struct ConsoleState {
+    UINT output_code_page = 0;
+    DWORD stdout_mode = 0;
+    DWORD stderr_mode = 0;
+};
+ConsoleState g_console;
+
+DWORD switch_escapes_on(DWORD which) {
+    const HANDLE handle = GetStdHandle(which);
+    DWORD mode = 0;
+    if (handle == INVALID_HANDLE_VALUE || GetConsoleMode(handle, &mode) == 0)
+        return 0;
+    SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    return mode;
+}
+
+BOOL WINAPI restore_and_go_on(DWORD) {
+    restore_console();
+    return FALSE;
+}
+
+struct Free {
+    void operator()(void* block) const { free(block); }
+};
+
+}  // namespace
+
+bool stdin_is_terminal() {
+    return _isatty(_fileno(stdin)) != 0;
+}
+
+bool stdout_is_terminal() {
+    return _isatty(_fileno(stdout)) != 0;
+}
 
 bool stderr_is_terminal() {
     return _isatty(_fileno(stderr)) != 0;
 }
 
-void use_binary_streams() {
+void prepare_console() {
     _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
     _setmode(_fileno(stderr), _O_BINARY);
+    if (!stdout_is_terminal() && !stderr_is_terminal())
+        return;
+    g_console.output_code_page = GetConsoleOutputCP();
+    if (g_console.output_code_page != 0)
+        SetConsoleOutputCP(CP_UTF8);
+    g_console.stdout_mode = switch_escapes_on(STD_OUTPUT_HANDLE);
+    g_console.stderr_mode = switch_escapes_on(STD_ERROR_HANDLE);
+    SetConsoleCtrlHandler(restore_and_go_on, TRUE);
 }
 
-i32 replace_file(const std::string& from, const std::string& to) {
-    wchar_t* wide_from = widen(from.c_str(), nullptr);
-    wchar_t* wide_to = widen(to.c_str(), nullptr);
-    i32 status = WIQ_ERR_NO_MEMORY;
-    if (wide_from != nullptr && wide_to != nullptr) {
-        status = 0;
-        if (!MoveFileExW(wide_from, wide_to, MOVEFILE_REPLACE_EXISTING))
-            status = GetLastError() == ERROR_ACCESS_DENIED ? WIQ_ERR_ACCESS_DENIED : WIQ_ERR_IO;
-    }
-    free(wide_to);
-    free(wide_from);
-    return status;
+void restore_console() {
+    if (g_console.stdout_mode != 0)
+        SetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), g_console.stdout_mode);
+    if (g_console.stderr_mode != 0)
+        SetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), g_console.stderr_mode);
+    if (g_console.output_code_page != 0)
+        SetConsoleOutputCP(g_console.output_code_page);
+    g_console = {};
 }
 
 FILE* scratch_file() {
@@ -46,41 +93,26 @@ FILE* scratch_file() {
     return _wfopen(name, L"w+bTD");
 }
 
-namespace {
+FileKind kind_of_path(const std::string& path) {
+    const std::unique_ptr<wchar_t, Free> wide(widen(path.c_str(), nullptr));
+    const DWORD attributes = wide ? GetFileAttributesW(wide.get()) : INVALID_FILE_ATTRIBUTES;
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return FileKind::none;
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        return FileKind::directory;
+    return (attributes & FILE_ATTRIBUTE_DEVICE) != 0 ? FileKind::other : FileKind::regular;
+}
 
-// Lets the console show UTF-8, which is what the tool writes, and leaves it as it was: other programs share it.
-class Utf8Console {
-  public:
-    Utf8Console() : before_(GetConsoleOutputCP()) {
-        if (before_ != 0)
-            SetConsoleOutputCP(CP_UTF8);
-    }
-    Utf8Console(const Utf8Console&) = delete;
-    Utf8Console& operator=(const Utf8Console&) = delete;
-    ~Utf8Console() {
-        if (before_ == 0)
-            return;
-        fflush(stdout);
-        SetConsoleOutputCP(before_);
-    }
+FileFacts facts_of(FILE* fp) {
+    const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(fp)));
+    LARGE_INTEGER size = {};
+    if (GetFileType(handle) != FILE_TYPE_DISK || GetFileSizeEx(handle, &size) == 0)
+        return {};
+    return {FileKind::regular, static_cast<u64>(size.QuadPart)};
+}
 
-  private:
-    UINT before_;  // 0 without a console
-};
-
-}  // namespace
+bool seek_to(FILE* fp, u64 offset) {
+    return _fseeki64(fp, static_cast<long long>(offset), SEEK_SET) == 0;
+}
 
 }  // namespace tool
-
-extern "C" int wmain(int argc, wchar_t** argv) {
-    const tool::Utf8Console console;
-    u32 code = 0;
-    char** items = narrow_array(argc, argv, &code);
-    if (items == nullptr) {
-        fprintf(stderr, "ke: an argument is no valid Unicode text\n");
-        return 64;
-    }
-    const std::vector<std::string> args(items + (argc > 0 ? 1 : 0), items + argc);
-    free_narrow_array(argc, items, nullptr);
-    return tool::run(args);
-}

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "document.h"
 #include "failure.h"
 #include "json_text.h"
 #include "ke_utils.h"
@@ -12,11 +13,13 @@ namespace tool {
 
 namespace {
 
-Json load(const std::string& command, bool input) {
+Json load(const std::string& command, const std::vector<std::string>& known, bool input) {
     u32 err = 0;
     char* filename = wiq_schema_filename(command.c_str(), input, &err);
     if (filename == nullptr)
         throw failure("schema of " + command, static_cast<i32>(err));
+    if (std::find(known.begin(), known.end(), command) == known.end())
+        throw Failure{"schema \"" + command + "\": no such command" + suggestion(command, known)};
     const std::string name(filename);
     free(filename);
     Json schema(wiq_load_schema(name.c_str(), &err));
@@ -25,13 +28,14 @@ Json load(const std::string& command, bool input) {
     return schema;
 }
 
-int show(const std::vector<std::string>& words, const Session& session) {
+int show(const std::vector<std::string>& words, const std::vector<std::string>& known,
+         const Session& session) {
     std::string command;
     for (const std::string& word : words)
         command += (command.empty() ? "" : "-") + word;
     std::replace(command.begin(), command.end(), ' ', '-');
-    Json input = load(command, true);
-    Json output = load(command, false);
+    Json input = load(command, known, true);
+    Json output = load(command, known, false);
     u32 err = 0;
     const Json both(wiq_json_obj_new(2, &err));
     if (wiq_json_obj_put_ext(both.get(), "input", input.get(), &err) == 0)
@@ -39,8 +43,15 @@ int show(const std::vector<std::string>& words, const Session& session) {
     if (wiq_json_obj_put_ext(both.get(), "output", output.get(), &err) == 0)
         (void)output.release();
     check("schema of " + command, static_cast<i32>(err));
-    write_output(dump_json(both.get(), WIQ_JSON_DUMP_PRETTY | WIQ_JSON_DUMP_SORT_KEYS) + "\n",
-                 Input{}, session.common);
+    const std::string text = dump_json(both.get());
+    const Document document(command, text);
+    Layout layout;
+    layout.sort_keys = true;
+    Sink sink(session.common, "");
+    JsonWriter writer(sink, layout);
+    write_value(writer, document, document.root(), layout);
+    writer.end_document();
+    sink.finish();
     return kExitOk;
 }
 
@@ -54,8 +65,10 @@ void add_schema_command(CLI::App& app, Session& session) {
         ->type_name("COMMAND")
         ->required()
         ->expected(1, 2);
-    command->callback([words, &session] {
-        session.action = [words, &session] { return show(*words, session); };
+    command->callback([words, &app, &session] {
+        session.action = [words, &app, &session] {
+            return show(*words, command_names(app, "-"), session);
+        };
     });
 }
 

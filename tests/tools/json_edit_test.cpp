@@ -1,0 +1,291 @@
+// Edits of texts: bytes outside of the edit stay, the result is what the library's own edit gives, and the
+// example tables of RFC 7396 and RFC 6902.
+#include "json_edit.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+
+#include "failure.h"
+#include "json_merge.h"
+#include "json_patch.h"
+#include "ke_utils/json.h"
+#include "tools/process.h"
+
+namespace {
+
+struct Unref {
+    void operator()(wiq_json_t* node) const { wiq_json_unref(node); }
+};
+using Tree = std::unique_ptr<wiq_json_t, Unref>;
+
+Tree parse(const std::string& text) {
+    return Tree(wiq_json_loads(text.c_str(), 0, nullptr));
+}
+
+std::string dump(wiq_json_t* root) {
+    char* text = nullptr;
+    if (root == nullptr || wiq_json_sdump(root, &text, WIQ_JSON_DUMP_SORT_KEYS) < 0)
+        return "(none)";
+    const std::string result = text;
+    free(text);
+    return result;
+}
+
+// Documents as people lay them out: blanks of all kinds, numbers as they like them, equal keys.
+class Maker {
+  public:
+    explicit Maker(unsigned seed) : random_(seed) {}
+
+    unsigned below(unsigned n) { return static_cast<unsigned>(random_()) % n; }
+
+    std::string blanks() {
+        static const char* const kBlanks[] = {"", "", "", " ", "\n  ", "\t", "\r\n"};
+        return kBlanks[below(7)];
+    }
+
+    std::string value(int depth) {
+        static const char* const kScalars[] = {"1",    "-0",   "0.1234567891234", "1e-7", "true",
+                                               "null", "\"\"", "\"a\\u00e9\\n\"", "12E5", "false"};
+        const unsigned kind = below(depth > 0 ? 4 : 2);
+        if (kind < 2)
+            return kScalars[below(10)];
+        std::string text = kind == 2 ? "[" : "{";
+        const unsigned count = below(5);
+        for (unsigned i = 0; i < count; ++i) {
+            text += (i == 0 ? "" : ",") + blanks();
+            if (kind == 3)
+                text += "\"" + std::string(1, static_cast<char>('a' + below(4))) + "\"" + blanks() +
+                        ":" + blanks();
+            text += value(depth - 1) + blanks();
+        }
+        return text + blanks() + (kind == 2 ? "]" : "}");
+    }
+
+    std::string pointer() {
+        static const char* const kSteps[] = {"/a", "/b", "/c", "/d",  "/0",
+                                             "/1", "/2", "/-", "/e~1"};
+        std::string text;
+        for (unsigned n = 1 + below(4); n > 0; --n)
+            text += kSteps[below(9)];
+        return text;
+    }
+
+  private:
+    std::mt19937 random_;
+};
+
+// How many bytes two texts have in common at their ends, the same byte counted once.
+size_t common_ends(const std::string& a, const std::string& b) {
+    const size_t shorter = std::min(a.size(), b.size());
+    size_t front = 0;
+    while (front < shorter && a[front] == b[front])
+        ++front;
+    size_t back = 0;
+    while (back < shorter - front && a[a.size() - 1 - back] == b[b.size() - 1 - back])
+        ++back;
+    return front + back;
+}
+
+TEST(JsonEdit, SetsWhatTheLibrarySetsAndNothingElse) {
+    Maker maker(7);
+    size_t done = 0;
+    for (int round = 0; round < 20000; ++round) {
+        const std::string before = maker.blanks() + maker.value(4) + maker.blanks();
+        const std::string pointer = maker.pointer();
+        const std::string value = maker.value(1);
+        SCOPED_TRACE(before + " set " + pointer + " to " + value);
+        const Tree tree = parse(before);
+        wiq_json_t* node = wiq_json_loads(value.c_str(), 0, nullptr);
+        ASSERT_NE(tree, nullptr);
+        const i32 status = wiq_json_ptr_put(tree.get(), pointer.c_str(), node);
+        if (status != 0)
+            wiq_json_unref(node);
+        const tool::Document document("text", before);
+        try {
+            const tool::Splices splices =
+                tool::plan_set(document, tool::parse_pointer(pointer), value);
+            ASSERT_EQ(status, 0);
+            const std::string after = tool::spliced(before, splices);
+            ASSERT_EQ(dump(parse(after).get()), dump(tree.get())) << after;
+            ASSERT_EQ(splices.size(), 1u);
+            const tool::Splice& splice = splices[0];
+            EXPECT_GE(common_ends(before, after), before.size() - (splice.stop - splice.start));
+            // What is taken away is one value, or the blanks of an empty container.
+            const std::string gone = before.substr(splice.start, splice.stop - splice.start);
+            if (gone.find_first_not_of(" \t\r\n") != std::string::npos) {
+                EXPECT_NE(parse(gone), nullptr) << gone;
+            }
+            ++done;
+        } catch (const tool::Failure& failure) {
+            ASSERT_NE(status, 0) << failure.message;
+        }
+    }
+    EXPECT_GT(done, 3000u);
+}
+
+TEST(JsonEdit, RemovesWhatTheLibraryRemovesAndNothingElse) {
+    Maker maker(8);
+    size_t done = 0;
+    for (int round = 0; round < 20000; ++round) {
+        const std::string before = maker.value(4);
+        const Tree tree = parse(before);
+        const tool::Document document("text", before);
+        // Mostly a place that is there.
+        tool::NodeId chosen = maker.below(20);
+        while (chosen >= document.end_of(document.root()))
+            chosen /= 2;
+        const std::string pointer =
+            chosen == 0 || maker.below(4) == 0 ? maker.pointer() : document.pointer_of(chosen);
+        SCOPED_TRACE(before + " remove " + pointer);
+        const std::string outer = pointer.substr(0, pointer.rfind('/'));
+        u32 err = 0;
+        wiq_json_t* node = wiq_json_ptr_get(tree.get(), pointer.c_str(), &err, nullptr);
+        try {
+            const std::string after =
+                tool::spliced(before, tool::plan_remove(document, tool::parse_pointer(pointer)));
+            ASSERT_NE(node, nullptr);
+            wiq_json_t* parent = wiq_json_ptr_get(tree.get(), outer.c_str(), &err, nullptr);
+            if (const char* key = wiq_json_parent_key(node))
+                wiq_json_obj_remove(parent, key);
+            else
+                wiq_json_array_filter(
+                    parent, [](wiq_json_t* elem, void* gone) { return elem != gone; }, node);
+            ASSERT_EQ(dump(parse(after).get()), dump(tree.get())) << after;
+            ++done;
+        } catch (const tool::Failure& failure) {
+            ASSERT_EQ(node, nullptr) << failure.message;
+        }
+    }
+    EXPECT_GT(done, 3000u);
+}
+
+// What is printed for texts that people recognise.
+TEST(JsonEdit, TakesOnTheStyleAround) {
+    const struct {
+        const char* before;
+        const char* pointer;
+        const char* value;
+        const char* after;
+    } kTable[] = {
+        {"{\n    \"a\": 1\n}\n", "/b", "2", "{\n    \"a\": 1,\n    \"b\": 2\n}\n"},
+        {"{\r\n\t\"a\" : 1\r\n}", "/b", "2", "{\r\n\t\"a\" : 1,\r\n\t\"b\" : 2\r\n}"},
+        {"{\"a\":1,\"c\":2}", "/b", "3", "{\"a\":1,\"c\":2,\"b\":3}"},
+        {"{\"a\": 1}", "/b", "2", "{\"a\": 1, \"b\": 2}"},
+        {"[1, 2]", "/-", "3", "[1, 2, 3]"},
+        {"[1,2]", "/2", "3", "[1,2,3]"},
+        {"[\n  1\n]", "/-", "2", "[\n  1,\n  2\n]"},
+        {"{\n  \"a\": {}\n}", "/a/b", "1", "{\n  \"a\": {\n    \"b\": 1\n  }\n}"},
+        {"{\n  \"a\": 1\n}", "/b/c/0", "7",
+         "{\n  \"a\": 1,\n  \"b\": {\n    \"c\": [\n      7\n    ]\n  }\n}"},
+        {"{}", "/a", "1", "{\"a\": 1}"},
+        {"{\"a\":1,\"a\":2}", "/a", "3", "{\"a\":1,\"a\":3}"},
+        {" [1] ", "", "{}", " {} "},
+        {"{\"\":1}", "/", "2", "{\"\":2}"},
+        {"{\"a\":{\"\":1}}", "/a/", "2", "{\"a\":{\"\":2}}"},
+    };
+    for (const auto& row : kTable) {
+        const tool::Document document("text", row.before);
+        EXPECT_EQ(
+            tool::spliced(row.before,
+                          tool::plan_set(document, tool::parse_pointer(row.pointer), row.value)),
+            row.after);
+    }
+}
+
+std::string merged(const std::string& target, const std::string& patch) {
+    const tool::Input input{"target", "", target, tool::Encoding::utf8};
+    return tool::apply_merge(input, tool::Document("patch", patch));
+}
+
+// The examples of RFC 7396, appendix A.
+TEST(JsonMerge, ExamplesOfTheRfc) {
+    const char* const kTable[][3] = {
+        {"{\"a\":\"b\"}", "{\"a\":\"c\"}", "{\"a\":\"c\"}"},
+        {"{\"a\":\"b\"}", "{\"b\":\"c\"}", "{\"a\":\"b\",\"b\":\"c\"}"},
+        {"{\"a\":\"b\"}", "{\"a\":null}", "{}"},
+        {"{\"a\":\"b\",\"b\":\"c\"}", "{\"a\":null}", "{\"b\":\"c\"}"},
+        {"{\"a\":[\"b\"]}", "{\"a\":\"c\"}", "{\"a\":\"c\"}"},
+        {"{\"a\":\"c\"}", "{\"a\":[\"b\"]}", "{\"a\":[\"b\"]}"},
+        {"{\"a\":{\"b\":\"c\"}}", "{\"a\":{\"b\":\"d\",\"c\":null}}", "{\"a\":{\"b\":\"d\"}}"},
+        {"{\"a\":[{\"b\":\"c\"}]}", "{\"a\":[1]}", "{\"a\":[1]}"},
+        {"[\"a\",\"b\"]", "[\"c\",\"d\"]", "[\"c\",\"d\"]"},
+        {"{\"a\":\"b\"}", "[\"c\"]", "[\"c\"]"},
+        {"{\"a\":\"foo\"}", "null", "null"},
+        {"{\"a\":\"foo\"}", "\"bar\"", "\"bar\""},
+        {"{\"e\":null}", "{\"a\":1}", "{\"e\":null,\"a\":1}"},
+        {"[1,2]", "{\"a\":\"b\",\"c\":null}", "{\"a\":\"b\"}"},
+        {"{}", "{\"a\":{\"bb\":{\"ccc\":null}}}", "{\"a\":{\"bb\":{}}}"},
+    };
+    for (const auto& [target, patch, result] : kTable)
+        EXPECT_EQ(dump(parse(merged(target, patch)).get()), dump(parse(result).get()))
+            << target << patch;
+}
+
+TEST(JsonMerge, AddsAndRemovesInOneObject) {
+    EXPECT_EQ(merged("{\n  \"a\": 1,\n  \"b\": 2\n}", "{\"a\":null,\"b\":null,\"c\":3}"),
+              "{\n  \"c\": 3\n}");
+    EXPECT_EQ(merged("{\"a\":1,\"b\":2,\"a\":3}", "{\"a\":null,\"d\":4}"), "{\"b\":2,\"d\":4}");
+}
+
+std::string patched(const std::string& text, const std::string& patch) {
+    const tool::Input input{"text", "", text, tool::Encoding::utf8};
+    try {
+        return tool::apply_patch(input, tool::Document("patch", patch));
+    } catch (const tool::Failure&) {
+        return "failure";
+    }
+}
+
+// The examples of RFC 6902, appendix A; those that must fail fail.
+TEST(JsonPatch, ExamplesOfTheRfc) {
+    const char* const kTable[][3] = {
+        {R"({"foo":"bar"})", R"([{"op":"add","path":"/baz","value":"qux"}])",
+         R"({"foo":"bar","baz":"qux"})"},
+        {R"({"foo":["bar","baz"]})", R"([{"op":"add","path":"/foo/1","value":"qux"}])",
+         R"({"foo":["bar","qux","baz"]})"},
+        {R"({"baz":"qux","foo":"bar"})", R"([{"op":"remove","path":"/baz"}])", R"({"foo":"bar"})"},
+        {R"({"foo":["bar","qux","baz"]})", R"([{"op":"remove","path":"/foo/1"}])",
+         R"({"foo":["bar","baz"]})"},
+        {R"({"baz":"qux","foo":"bar"})", R"([{"op":"replace","path":"/baz","value":"boo"}])",
+         R"({"baz":"boo","foo":"bar"})"},
+        {R"({"foo":{"bar":"baz","waldo":"fred"},"qux":{"corge":"grault"}})",
+         R"([{"op":"move","from":"/foo/waldo","path":"/qux/thud"}])",
+         R"({"foo":{"bar":"baz"},"qux":{"corge":"grault","thud":"fred"}})"},
+        {R"({"foo":["all","grass","cows","eat"]})",
+         R"([{"op":"move","from":"/foo/1","path":"/foo/3"}])",
+         R"({"foo":["all","cows","eat","grass"]})"},
+        {R"({"baz":"qux","foo":["a",2,"c"]})",
+         R"([{"op":"test","path":"/baz","value":"qux"},{"op":"test","path":"/foo/1","value":2}])",
+         R"({"baz":"qux","foo":["a",2,"c"]})"},
+        {R"({"baz":"qux"})", R"([{"op":"test","path":"/baz","value":"bar"}])", "failure"},
+        {R"({"foo":"bar"})", R"([{"op":"add","path":"/child","value":{"grandchild":{}}}])",
+         R"({"foo":"bar","child":{"grandchild":{}}})"},
+        {R"({"foo":"bar"})", R"([{"op":"add","path":"/baz","value":"qux","xyz":123}])",
+         R"({"foo":"bar","baz":"qux"})"},
+        {R"({"foo":"bar"})", R"([{"op":"add","path":"/baz/bat","value":"qux"}])", "failure"},
+        {R"({"/":9,"~1":10})", R"([{"op":"test","path":"/~01","value":10}])", R"({"/":9,"~1":10})"},
+        {R"({"/":9,"~1":10})", R"([{"op":"test","path":"/~01","value":"10"}])", "failure"},
+        {R"({"foo":["bar"]})", R"([{"op":"add","path":"/foo/-","value":["abc","def"]}])",
+         R"({"foo":["bar",["abc","def"]]})"},
+    };
+    for (const auto& [text, patch, result] : kTable)
+        EXPECT_EQ(patched(text, patch), result) << text << patch;
+}
+
+TEST(JsonPatch, RefusesWhatItCannotDo) {
+    for (const char* patch :
+         {R"({"op":"remove","path":"/a"})", R"([{"op":"remove"}])",
+          R"([{"op":"delete","path":"/a"}])", R"([{"op":"add","path":"/a"}])",
+          R"([{"op":"add","path":"a","value":1}])", R"([{"op":"remove","path":"/none"}])",
+          R"([{"op":"replace","path":"/none","value":1}])",
+          R"([{"op":"add","path":"/l/3","value":1}])", R"([{"op":"add","path":"/l/01","value":1}])",
+          R"([{"op":"add","path":"/l/x","value":1}])",
+          R"([{"op":"move","from":"/o","path":"/o/p"}])",
+          R"([{"op":"copy","from":"/none","path":"/b"}])"})
+        EXPECT_EQ(patched(R"({"a":1,"l":[1,2],"o":{}})", patch), "failure") << patch;
+    EXPECT_EQ(patched(R"({"a":1})", R"([{"op":"move","from":"/a","path":"/a"}])"), R"({"a":1})");
+}
+
+}  // namespace

@@ -1,0 +1,204 @@
+// What ke reads out of documents and writes into them: nothing that was not asked for changes.
+#include "ke_utils/files.h"
+#include "tools/folder.h"
+#include "tools/rows.h"
+
+namespace {
+
+class KeEdits : public Folder {};
+
+TEST(KeValues, KeepTheirTextAndOrder) {
+    const std::string text =
+        "{\"z\":0.1234567891234,\"y\":1e-7,\"x\":1e999,\"w\":-99999999999999999999,"
+        "\"v\":1.10,\"a\":\"\\u00e9\\/\",\"a\":2}\n";
+    const std::string pretty =
+        "{\n  \"z\": 0.1234567891234,\n  \"y\": 1e-7,\n  \"x\": 1e999,\n  \"w\": "
+        "-99999999999999999999,\n  \"v\": 1.10,\n  \"a\": \"\\u00e9\\/\",\n  \"a\": 2\n}\n";
+    expect_rows({
+        {{"json", "format", "--compact"}, pretty, 0, text},
+        {{"json", "format"}, text, 0, pretty},
+        {{"json", "expand", "--compact"}, text, 0, text},
+        {{"json", "get", "", "--compact"}, text, 0, text},
+        {{"json", "get", "/x"}, text, 0, "1e999\n"},
+        {{"json", "get", "/a"}, text, 0, "2\n"},
+        {{"json", "format", "--indent", "1"}, "[1]", 0, "[\n 1\n]\n"},
+        {{"json", "format", "--indent", "0"}, "[1]", 0, "[\n1\n]\n"},
+    });
+}
+
+TEST(KeValues, AreSelected) {
+    const std::string text =
+        "{\"d\":[{\"n\":\"sda\",\"t\":31,\"s\":\"ok\"},{\"n\":\"sdb\",\"t\":55,\"s\":\"failed\"}],"
+        "\"*\":{\"**\":7}}";
+    expect_rows({
+        {{"json", "get", "/d/0/n", "-p", "/d/1/t"}, text, 0, "\"sda\"\n55\n"},
+        {{"json", "get", "/d/*/n", "--glob", "--raw"}, text, 0, "sda\nsdb\n"},
+        {{"json", "get", "/**/t", "--glob"}, text, 0, "31\n55\n"},
+        {{"json", "get", "/**", "--glob", "--type", "--where", "/t=55"}, text, 0, "object\n"},
+        {{"json", "get", "/*/**"}, text, 0, "7\n"},
+        {{"json", "get", "/d/*", "--glob", "--where", "/s=failed", "--lines"},
+         text,
+         0,
+         "{\"n\":\"sdb\",\"t\":55,\"s\":\"failed\"}\n"},
+        {{"json", "get", "/d/*", "--glob", "--where", "/t=31.0", "--keys"}, text, 0, "n\nt\ns\n"},
+        {{"json", "get", "/d", "--length"}, text, 0, "2\n"},
+        {{"json", "get", "/d/0/n", "--length"}, text, 0, "3\n"},
+        {{"json", "get", "/d/0", "--sort-keys", "--compact"},
+         text,
+         0,
+         "{\"n\":\"sda\",\"s\":\"ok\",\"t\":31}\n"},
+        {{"json", "get", "/none", "--default", "[ ]"}, text, 0, "[]\n"},
+        {{"json", "get", "/none"}, text, 2, "", "pointer \"/none\": "},
+        {{"json", "get", "/none/*", "--glob"}, text, 0, ""},
+        {{"json", "get", "/d/0/n", "--keys"}, text, 2, "", "--keys: "},
+    });
+}
+
+// Of equal keys the last counts, also when an earlier one had what the pointer names.
+TEST(KeValues, AreFoundAsTheLibraryFindsThem) {
+    expect_rows({
+        {{"json", "get", "/a/b"}, "{\"a\":{\"b\":1},\"a\":{\"c\":2}}", 2, "", "pointer \"/a/b\": "},
+        {{"json", "get", "/a/b"}, "{\"a\":3,\"a\":{\"b\":{\"b\":2}}}", 0, "{\n  \"b\": 2\n}\n"},
+        {{"json", "get", "/a/$ref"}, "{\"a\":{\"$ref\":\"#\"}}", 2, "", "pointer \"/a/$ref\": "},
+        {{"json", "get", "/a/$ref"}, "{\"a\":{\"$ref\":\"#\",\"b\":1}}", 0, "\"#\"\n"},
+        {{"json", "get", "/0x1"}, "[5,6]", 0, "6\n"},
+        {{"json", "get", "/-"}, "[5,6]", 2, "", "pointer \"/-\": an array index"},
+        {{"json", "get", "#/1"}, "[5,6]", 0, "6\n"},
+        {{"json", "get", "1"}, "[5,6]", 2, "", "pointer \"1\": "},
+        {{"json", "get", "/~2"}, "[5,6]", 2, "", "pointer \"/~2\": "},
+    });
+}
+
+TEST(KeValues, OfManyDocuments) {
+    const std::string lines = "{\"a\":1}\n{\"a\":2}\n\n{\"b\":3}\n";
+    expect_rows({
+        {{"json", "get", "/a", "--jsonl", "--default", "null"}, lines, 0, "1\n2\nnull\n"},
+        {{"json", "format", "--jsonl", "--compact"}, lines, 0, "{\"a\":1}\n{\"a\":2}\n{\"b\":3}\n"},
+        {{"json", "format", "--jsonl", "--compact", "--sort-keys"},
+         "{\"b\":1,\"a\":2}[3]",
+         0,
+         "{\"a\":2,\"b\":1}\n[3]\n"},
+        {{"json", "format", "--jsonl"}, "", 0, ""},
+        {{"json", "format"}, lines, 2, "", "standard input:2:1: JSON text continues"},
+        {{"json", "types", "--jsonl"},
+         lines,
+         0,
+         "objects\t3\narrays\t0\nstrings\t0\nintegers\t3\nreals\t0\nreferences\t0\nbooleans\t0\n"
+         "nulls\t0\ndepth\t2\nlargest\t3\t/b\n"},
+    });
+    write_file("ke_1.json", "[1]");
+    write_file("ke_2.json", "[2]");
+    expect_rows({{{"json", "get", "/0", "ke_1.json", "ke_2.json"}, "", 0, "1\n2\n"}});
+    wiq_unlink("ke_1.json");
+    wiq_unlink("ke_2.json");
+}
+
+TEST(KeValues, AreReportedAsTheyPass) {
+    expect_rows({
+        {{"json", "paths"},
+         "{\"a/b\":{\"~\":[]},\"r\":{\"$ref\":\"#\"},\"$ref\":{\"$ref\":{}}}",
+         0,
+         "/a~1b/~0\t[]\n/r\t{\"$ref\":\"#\"}\n/$ref/$ref\t{}\n"},
+        {{"json", "paths"}, "7", 0, "\t7\n"},
+        {{"json", "paths"}, "{\"$ref\":\"a\",\"b\":1}", 0, "/$ref\t\"a\"\n/b\t1\n"},
+        {{"json", "paths"}, "{\"$ref\":{\"$ref\":\"x\"}}", 0, "/$ref\t{\"$ref\":\"x\"}\n"},
+    });
+}
+
+TEST_F(KeEdits, TouchOnlyWhatTheyAreAskedTo) {
+    const std::string before =
+        "{ \"a\" : 0.1234567891234,\r\n\t\"b\":[ 1e-7,2 ] , \"c\":1e999}\n\n";
+    write_file(in("r.json"), before);
+    const auto edit = [&](std::vector<std::string> args) {
+        args.insert(args.end(), {in("r.json"), "--in-place"});
+        const Outcome outcome = ke(args);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+        return read_file(in("r.json"));
+    };
+    EXPECT_EQ(edit({"json", "set", "/b/1", "{\"x\":[3, 4]}"}),
+              "{ \"a\" : 0.1234567891234,\r\n\t\"b\":[ 1e-7,{\"x\":[3, 4]} ] , \"c\":1e999}\n\n");
+    EXPECT_EQ(edit({"json", "remove", "/b/0"}),
+              "{ \"a\" : 0.1234567891234,\r\n\t\"b\":[ {\"x\":[3, 4]} ] , \"c\":1e999}\n\n");
+    EXPECT_EQ(edit({"json", "set", "--string", "/b", "two \"words\""}),
+              "{ \"a\" : 0.1234567891234,\r\n\t\"b\":\"two \\\"words\\\"\" , \"c\":1e999}\n\n");
+    EXPECT_EQ(edit({"json", "remove", "/b", "--also", "/c"}), "{ \"a\" : 0.1234567891234}\n\n");
+    EXPECT_EQ(edit({"json", "set", "/b", "1", "--also", "/b", "2", "--also", "/d", "[3]"}),
+              "{ \"a\" : 0.1234567891234, \"b\" : 2, \"d\" : [3]}\n\n");
+    EXPECT_EQ(names(), std::vector<std::string>{"r.json"});
+}
+
+TEST_F(KeEdits, TakeValuesFromFiles) {
+    write_file(in("value"), " [1,\n2] \n");
+    write_file(in("r.json"), "{\"a\":0}");
+    expect_rows({
+        {{"json", "set", "/a", "--value-file", in("value"), in("r.json")},
+         "",
+         0,
+         "{\"a\":[1,\n2]}"},
+        {{"json", "set", "/a", "--value-file", "-", in("r.json")}, "7\n", 0, "{\"a\":7}"},
+        {{"json", "set", "/a", "--string", "--value-file", "-", in("r.json")},
+         "x\n",
+         0,
+         "{\"a\":\"x\\n\"}"},
+        {{"json", "set", "/a", "--value-file", in("value")}, "{}", 0, "{\"a\": [1,\n2]}"},
+        {{"json", "set", "/a", "--value-file", "-"}, "{}", 64, "", "standard input cannot be both"},
+        {{"json", "set", "/a", "tru", in("r.json")}, "", 2, "", "VALUE:1:3: "},
+    });
+}
+
+TEST_F(KeEdits, MergeAndPatch) {
+    write_file(in("m.json"), "{\"a\":null,\"c\":{\"d\":1}}");
+    write_file(in("p.json"),
+               "[{\"op\":\"test\",\"path\":\"/b\",\"value\":2.50},\n"
+               "{\"op\":\"remove\",\"path\":\"/a\"}]");
+    expect_rows({
+        {{"json", "merge", in("m.json")},
+         "{\"a\":1, \"b\":2.5}",
+         0,
+         "{\"b\":2.5, \"c\":{\"d\":1}}"},
+        {{"json", "patch", in("p.json")}, "{\"a\":1, \"b\":2.5}", 0, "{\"b\":2.5}"},
+        {{"json", "patch", in("p.json")},
+         "{\"b\":2.5}",
+         2,
+         "",
+         in("p.json") + ":2:1: pointer \"/a\": an object has no member"},
+        {{"json", "patch", in("p.json")},
+         "{\"b\":3}",
+         2,
+         "",
+         in("p.json") + ":1:2: the test fails"},
+    });
+}
+
+TEST_F(KeEdits, KeepTheEncoding) {
+    const std::string mark = "\xEF\xBB\xBF";
+    write_file(in("r.json"), mark + "{\"a\":1}");
+    EXPECT_EQ(ke({"json", "get", "/a", in("r.json")}).out, "1\n");
+    EXPECT_EQ(ke({"json", "set", "/a", "2", in("r.json"), "--in-place"}).status, 0);
+    EXPECT_EQ(read_file(in("r.json")), mark + "{\"a\":2}");
+    // UTF-16 as Windows editors write it: U+1F600 is a surrogate pair.
+    const std::string utf16("\xFF\xFE[\0\"\0\x3D\xD8\0\xDE\"\0]\0", 14);
+    write_file(in("u.json"), utf16);
+    EXPECT_EQ(ke({"json", "get", "/0", "--raw", in("u.json")}).out, "\xF0\x9F\x98\x80\n");
+    EXPECT_EQ(ke({"json", "set", "/-", "1", in("u.json"), "--in-place"}).status, 0);
+    EXPECT_EQ(read_file(in("u.json")), utf16.substr(0, 12) + std::string(",\0 \0"
+                                                                         "1\0]\0",
+                                                                         8));
+    write_file(in("b.ini"), std::string("\xFE\xFF\0[\0a\0]\0\n\0k\0=\0"
+                                        "1\0\n",
+                                        18));
+    EXPECT_EQ(ke({"ini", "get", "a", "k", in("b.ini")}).out, "1\n");
+    EXPECT_EQ(ke({"ini", "set", "a", "k", "\xE2\x82\xAC", in("b.ini"), "--in-place"}).status, 0);
+    EXPECT_EQ(read_file(in("b.ini")), std::string("\xFE\xFF\0[\0a\0]\0\n\0k\0=\x20\xAC\0\n", 18));
+    for (const std::string& bad :
+         {std::string("\xFF\xFE[\0\x3D\xD8]\0", 8), std::string("\xFF\xFE[\0]\0 ", 7),
+          std::string("\xFF\xFE\0\0[\0\0\0", 8)}) {
+        write_file(in("bad.json"), bad);
+        const Outcome outcome = ke({"json", "format", in("bad.json")});
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_NE(outcome.err.find("UTF-"), std::string::npos) << outcome.err;
+    }
+}
+
+}  // namespace

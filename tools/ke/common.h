@@ -1,0 +1,15 @@
+// The options that every command shares.
+#pragma once
+
+#include <string>
+
+namespace tool {
+
+struct Common {
+    bool quiet = false;     // no progress
+    std::string output;     // -o FILE; empty for standard output
+    bool in_place = false;  // the output replaces the input
+    std::string command;    // as the user names it, for messages: "json get"
+};
+
+}  // namespace tool

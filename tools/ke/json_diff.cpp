@@ -1,0 +1,111 @@
+// See json_diff.h. Of an array, what both have in common at its two ends stays; what is between is changed
+// place by place. Pairs of values that are still to be compared wait on a list.
+#include "json_diff.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "json_difference.h"
+#include "json_string.h"
+
+namespace tool {
+
+namespace {
+
+struct Pair {
+    NodeId a, b;
+    std::string pointer;
+};
+
+class Difference {
+  public:
+    Difference(const Document& a, const Document& b) : a_(a), b_(b) {}
+
+    std::string text() {
+        todo_.push_back({a_.root(), b_.root(), ""});
+        while (!todo_.empty()) {
+            const Pair pair = std::move(todo_.back());
+            todo_.pop_back();
+            compare(pair);
+        }
+        return "[" + text_ + "]";
+    }
+
+  private:
+    void operation(const char* name, const std::string& pointer, std::string_view value) {
+        text_ += text_.empty() ? "" : ",";
+        text_ += "{\"op\":\"" + std::string(name) + "\",\"path\":" + encode_string(pointer);
+        if (!value.empty())
+            text_ += ",\"value\":" + std::string(value);
+        text_ += "}";
+    }
+
+    void compare(const Pair& pair) {
+        const Kind kind = a_.kind(pair.a);
+        const bool same_kind = kind == b_.kind(pair.b);
+        if (same_kind && kind == Kind::object)
+            compare_members(pair);
+        else if (same_kind && kind == Kind::array)
+            compare_elements(pair);
+        else if (!is_equal(a_, pair.a, b_, pair.b))
+            operation("replace", pair.pointer, b_.text_of(pair.b));
+    }
+
+    void compare_members(const Pair& pair) {
+        const std::vector<Member> of_a = a_.members(pair.a);
+        const std::vector<Member> of_b = b_.members(pair.b);
+        size_t i = 0;
+        size_t j = 0;
+        while (i < of_a.size() || j < of_b.size()) {
+            const int order = i == of_a.size()   ? 1
+                              : j == of_b.size() ? -1
+                                                 : of_a[i].key.compare(of_b[j].key);
+            const std::string pointer =
+                pair.pointer + escaped_step(order > 0 ? of_b[j].key : of_a[i].key);
+            if (order < 0)
+                operation("remove", pointer, "");
+            else if (order > 0)
+                operation("add", pointer, b_.text_of(of_b[j].node));
+            else
+                todo_.push_back({of_a[i].node, of_b[j].node, pointer});
+            i += order > 0 ? 0 : 1;
+            j += order < 0 ? 0 : 1;
+        }
+    }
+
+    void compare_elements(const Pair& pair) {
+        const std::vector<NodeId> of_a = a_.children(pair.a);
+        const std::vector<NodeId> of_b = b_.children(pair.b);
+        const size_t shorter = std::min(of_a.size(), of_b.size());
+        // Arrays of one length are compared place by place anyway.
+        const bool shifted = of_a.size() != of_b.size();
+        size_t front = 0;
+        while (shifted && front < shorter && is_equal(a_, of_a[front], b_, of_b[front]))
+            ++front;
+        size_t back = 0;
+        while (shifted && back < shorter - front &&
+               is_equal(a_, of_a[of_a.size() - 1 - back], b_, of_b[of_b.size() - 1 - back]))
+            ++back;
+        const auto place = [&](size_t i) { return pair.pointer + "/" + std::to_string(i); };
+        for (size_t i = front; i < shorter - back; ++i)
+            todo_.push_back({of_a[i], of_b[i], place(i)});
+        for (size_t i = of_a.size() - back; i > shorter - back; --i)
+            operation("remove", place(i - 1), "");
+        for (size_t i = shorter - back; i + back < of_b.size(); ++i)
+            operation("add", place(i), b_.text_of(of_b[i]));
+    }
+
+    const Document& a_;
+    const Document& b_;
+    std::vector<Pair> todo_;
+    std::string text_;
+};
+
+}  // namespace
+
+std::string difference_patch(const Document& a, const Document& b) {
+    return Difference(a, b).text();
+}
+
+}  // namespace tool

@@ -1,0 +1,221 @@
+// See json_edit.h.
+#include "json_edit.h"
+
+#include <algorithm>
+
+#include "json_string.h"
+#include "json_style.h"
+#include "ke_utils/core.h"
+
+namespace tool {
+
+namespace {
+
+// The containers that are missing on the way to a value, from the step behind the one that has a place,
+// around the value's text; each in lines of its own if the text around has lines.
+std::string wrapped(const Style& style, const Pointer& pointer, size_t from, std::string value,
+                    const std::string& indentation, bool in_lines) {
+    for (size_t i = pointer.steps.size(); i-- > from;) {
+        const Step& step = pointer.steps[i];
+        const bool array = step.is_index || step.is_append;
+        if (step.is_index && step.index != 0)
+            throw pointer_failure(pointer, i, WIQ_ERR_INDEX_OUT_OF_RANGE);
+        std::string outer = indentation;
+        for (size_t level = from; level < i; ++level)
+            outer += style.unit();
+        const std::string member = array ? value : encode_string(step.name) + style.colon() + value;
+        const std::string before = in_lines ? style.line_feed() + outer + style.unit() : "";
+        const std::string after = in_lines ? style.line_feed() + outer : "";
+        value = (array ? "[" : "{") + before + member + after + (array ? "]" : "}");
+    }
+    return value;
+}
+
+// Blanks and tabs from a place on.
+std::string blanks_at(const std::string& text, size_t from) {
+    const size_t stop = std::min(text.find_first_not_of(" \t", from), text.size());
+    return text.substr(from, stop - from);
+}
+
+struct Children {
+    std::vector<NodeId> all;
+    std::vector<bool> kept;
+    bool any_kept = false;
+};
+
+Children children_to_keep(const Document& document, NodeId container,
+                          const std::vector<NodeId>& removed) {
+    Children children;
+    for (NodeId child = document.first_child(container); child != document.end_of(container);
+         child = document.next(child)) {
+        const bool kept = std::find(removed.begin(), removed.end(), child) == removed.end();
+        children.all.push_back(child);
+        children.kept.push_back(kept);
+        children.any_kept = children.any_kept || kept;
+    }
+    return children;
+}
+
+// Cuts children out: those in front of the first that stays up to its start, others from the end of the
+// child before them, so that each takes its comma along.
+void cut(const Document& document, const Children& children, Splices& splices) {
+    const size_t count = children.all.size();
+    size_t first_kept = 0;
+    while (!children.kept[first_kept])
+        ++first_kept;
+    if (first_kept > 0)
+        splices.push_back({document.member_start(children.all[0]),
+                           document.member_start(children.all[first_kept]), ""});
+    for (size_t i = first_kept + 1; i < count; ++i) {
+        if (!children.kept[i])
+            splices.push_back(
+                {document.stop(children.all[i - 1]), document.stop(children.all[i]), ""});
+    }
+}
+
+std::string joined(const ContainerEdit& edit, const std::string& separator,
+                   const std::string& colon) {
+    std::string text;
+    for (const auto& [key, value] : edit.added) {
+        text += text.empty() ? "" : separator;
+        text += key.empty() ? value : key + colon + value;
+    }
+    return text;
+}
+
+// What stands in a container that was empty.
+std::string first_children(const Style& style, const Document& document, NodeId container,
+                           const ContainerEdit& edit) {
+    if (!style.in_lines())
+        return joined(edit, style.colon().back() == ':' ? "," : ", ", style.colon());
+    const std::string outer = style.indentation(document.member_start(container));
+    const std::string inner = style.line_feed() + outer + style.unit();
+    return inner + joined(edit, "," + inner, style.colon()) + style.line_feed() + outer;
+}
+
+NodeId last_child(const Document& document, NodeId container) {
+    NodeId last = document.first_child(container);
+    while (document.next(last) != document.end_of(container))
+        last = document.next(last);
+    return last;
+}
+
+// Where a value that is not there yet belongs.
+Splices plan_addition(const Document& document, NodeId container, const Pointer& pointer,
+                      size_t step, std::string_view value) {
+    const Style style(document);
+    const bool filled = document.has_children(container);
+    const std::string separator = filled ? style.separator(container) : "";
+    const bool in_lines = filled ? separator.find('\n') != std::string::npos : style.in_lines();
+    std::string indentation;
+    if (filled && in_lines)
+        indentation = blanks_at(separator, separator.rfind('\n') + 1);
+    else if (in_lines)
+        indentation = style.indentation(document.member_start(container)) + style.unit();
+    const std::string text =
+        wrapped(style, pointer, step + 1, std::string(value), indentation, in_lines);
+    const bool object = document.kind(container) == Kind::object;
+    return plan_container(document, container,
+                          {{}, {{object ? encode_string(pointer.steps[step].name) : "", text}}});
+}
+
+}  // namespace
+
+Splices plan_container(const Document& document, NodeId container, const ContainerEdit& edit) {
+    Splices splices;
+    const Style style(document);
+    const size_t inside = document.start(container) + 1;
+    const size_t behind = document.stop(container) - 1;
+    if (!document.has_children(container)) {
+        if (!edit.added.empty())
+            splices.push_back({inside, behind, first_children(style, document, container, edit)});
+        return splices;
+    }
+    const Children children = children_to_keep(document, container, edit.removed);
+    if (!children.any_kept && edit.added.empty())
+        return {{inside, behind, ""}};
+    const std::string separator = style.separator(container);
+    const std::string added = joined(edit, separator, style.colon_in(container));
+    const NodeId last = last_child(document, container);
+    if (!children.any_kept)
+        return {
+            {document.member_start(document.first_child(container)), document.stop(last), added}};
+    cut(document, children, splices);
+    if (!edit.added.empty())
+        splices.push_back({document.stop(last), document.stop(last), separator + added});
+    return splices;
+}
+
+Splices plan_set(const Document& document, const Pointer& pointer, std::string_view value) {
+    NodeId node = 0;
+    size_t step = 0;
+    const i32 status = document.find(pointer, &node, &step);
+    if (status == 0)
+        return {{document.start(node), document.stop(node), std::string(value)}};
+    const Step& wanted = pointer.steps[step];
+    const Kind kind = document.kind(node);
+    if (status == WIQ_ERR_WRONG_TYPE)
+        throw pointer_failure(pointer, step, status);
+    if (kind == Kind::array && wanted.is_index) {
+        u64 size = 0;
+        for (NodeId child = document.first_child(node); child != document.end_of(node);
+             child = document.next(child))
+            ++size;
+        if (wanted.index != size)
+            throw pointer_failure(pointer, step, status);
+    }
+    return plan_addition(document, node, pointer, step, value);
+}
+
+Splices plan_remove(const Document& document, const Pointer& pointer) {
+    const NodeId node = document.find(pointer);
+    if (pointer.steps.empty())
+        throw Failure{"pointer \"" + pointer.text + "\": the whole document cannot be removed"};
+    Pointer outer = pointer;
+    outer.steps.pop_back();
+    const NodeId container = document.find(outer);
+    ContainerEdit edit;
+    if (document.kind(container) == Kind::array) {
+        edit.removed = {node};
+    } else {
+        // An earlier member of the same key would come to light if only the last one went.
+        for (NodeId child = document.first_child(container); child != document.end_of(container);
+             child = document.next(child)) {
+            if (stands_for(document.key(child), pointer.steps.back().name))
+                edit.removed.push_back(child);
+        }
+    }
+    return plan_container(document, container, edit);
+}
+
+Splices plan_insert(const Document& document, NodeId array, u64 index, std::string_view value) {
+    const std::optional<NodeId> next = document.element(array, index);
+    if (!next)
+        return plan_container(document, array, {{}, {{"", std::string(value)}}});
+    const size_t place = document.start(*next);
+    return {{place, place, std::string(value) + Style(document).separator(array)}};
+}
+
+std::string spliced(std::string_view text, const Splices& splices) {
+    std::string result;
+    size_t at = 0;
+    for (const Splice& splice : splices) {
+        result += text.substr(at, splice.start - at);
+        result += splice.text;
+        at = splice.stop;
+    }
+    result += text.substr(at);
+    return result;
+}
+
+void write_spliced(Sink& sink, std::string_view text, const Splices& splices) {
+    size_t at = 0;
+    for (const Splice& splice : splices) {
+        sink.write(text.substr(at, splice.start - at));
+        sink.write(splice.text);
+        at = splice.stop;
+    }
+    sink.write(text.substr(at));
+}
+
+}  // namespace tool

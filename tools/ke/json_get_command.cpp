@@ -1,0 +1,166 @@
+// ke json get: what pointers name, from one document or many.
+#include <memory>
+
+#include "commands.h"
+#include "document.h"
+#include "failure.h"
+#include "json_finder.h"
+#include "json_select.h"
+#include "json_string.h"
+
+namespace tool {
+
+namespace {
+
+struct GetArgs {
+    std::vector<std::string> pointers, files;
+    std::string pointer;
+    bool glob = false, several = false, lines = false;
+    View view;
+    Layout layout;
+    std::string fallback;
+    bool has_fallback = false;
+};
+
+// Prints what was found of one document. The values are texts of their own.
+class Printer {
+  public:
+    Printer(const GetArgs& args, Sink& sink) : args_(args), sink_(sink), layout_(args.layout) {
+        layout_.compact = layout_.compact || args.lines;
+    }
+
+    void print(std::string_view text) { print_view(sink_, text, args_.view, layout_); }
+
+    // What is printed for a pointer that leads nowhere; false if that is a failure.
+    bool print_fallback() {
+        if (args_.has_fallback)
+            print(args_.fallback);
+        return args_.has_fallback;
+    }
+
+  private:
+    const GetArgs& args_;
+    Sink& sink_;
+    Layout layout_;
+};
+
+// The next document through the finders; false at the end of the input.
+bool pass(Scanner& scanner, std::vector<PlaceFinder>& finders) {
+    for (Token token = scanner.next(); token != Token::end; token = scanner.next()) {
+        for (PlaceFinder& finder : finders)
+            finder.add(token, scanner.text());
+        if (scanner.depth() == 0)
+            return true;
+    }
+    return false;
+}
+
+void get_in_stream(Scanner& scanner, const GetArgs& args, Printer& printer) {
+    for (;;) {
+        std::vector<PlaceFinder> finders;
+        for (const std::string& pointer : args.pointers)
+            finders.emplace_back(parse_pointer(pointer));
+        if (!pass(scanner, finders))
+            return;
+        for (const PlaceFinder& finder : finders) {
+            if (finder.found())
+                printer.print(finder.text());
+            else if (!printer.print_fallback())
+                throw finder.failure();
+        }
+    }
+}
+
+// A pattern names any number of places, none included.
+void get_by_pattern(Scanner& scanner, const GetArgs& args, Printer& printer) {
+    for (;;) {
+        std::vector<PlaceFinder> whole;
+        whole.emplace_back(parse_pointer(""));
+        if (!pass(scanner, whole))
+            return;
+        const Document document("the document", whole[0].text());
+        for (const std::string& pattern : args.pointers) {
+            const std::vector<NodeId> nodes = matches(document, parse_pointer(pattern));
+            for (NodeId node : nodes)
+                printer.print(document.text_of(node));
+            if (nodes.empty())
+                printer.print_fallback();
+        }
+    }
+}
+
+int get(GetArgs& args, const Common& common) {
+    args.pointers.insert(args.pointers.begin(), args.pointer);
+    for (const std::string& pointer : args.pointers)
+        parse_pointer(pointer);  // a mistake in one comes before any reading
+    if (args.has_fallback)
+        args.fallback = value_of_argument("--default", args.fallback);
+    if (args.files.empty())
+        args.files.emplace_back();
+    Sink sink(common, "");
+    Printer printer(args, sink);
+    for (const std::string& file : args.files) {
+        Source source(file, common);
+        Scanner scanner(source, args.several);
+        if (args.glob)
+            get_by_pattern(scanner, args, printer);
+        else
+            get_in_stream(scanner, args, printer);
+        source.close();
+    }
+    sink.finish();
+    return kExitOk;
+}
+
+void add_view(CLI::App& command, GetArgs& args) {
+    auto* raw = command.add_flag("--raw", args.view.raw,
+                                 "Print a string's text itself, without quotes and escapes");
+    auto* keys = command.add_flag("--keys", args.view.keys,
+                                  "Print the keys of an object, or the indices of an array");
+    auto* length =
+        command.add_flag("--length", args.view.length,
+                         "Print the number of members, of elements, or of a string's characters");
+    auto* type = command.add_flag("--type", args.view.type, "Print the kind of the value");
+    raw->excludes(keys)->excludes(length)->excludes(type);
+    keys->excludes(length)->excludes(type);
+    length->excludes(type);
+    command
+        .add_option("--where", args.view.where,
+                    "Only values in which POINTER names VALUE, a text or JSON, as /state=failed")
+        ->type_name("POINTER=VALUE");
+}
+
+}  // namespace
+
+void add_json_get_command(CLI::App& json, Session& session) {
+    auto args = std::make_shared<GetArgs>();
+    CLI::App* command = json.add_subcommand("get", "Print the value that a JSON pointer names");
+    command->add_option("pointer", args->pointer, "A JSON pointer, as \"/smart/attributes/0\"")
+        ->type_name("POINTER")
+        ->required();
+    add_inputs(*command, args->files);
+    command
+        ->add_option("-p,--pointer", args->pointers, "A further place; may be given several times")
+        ->type_name("POINTER")
+        ->allow_extra_args(false);
+    command->add_flag("--glob", args->glob,
+                      "The steps \"*\" (any one) and \"**\" (any number) are patterns");
+    add_view(*command, *args);
+    command
+        ->add_option_function<std::string>(
+            "--default",
+            [args](const std::string& value) {
+                args->fallback = value;
+                args->has_fallback = true;
+            },
+            "Print VALUE, JSON text, for a place that is missing")
+        ->type_name("VALUE");
+    command->add_flag("--lines", args->lines, "One value a line");
+    add_layout(*command, args->layout);
+    add_json_lines(*command, args->several);
+    command->callback([args, &session] {
+        session.action = [args, &session] { return get(*args, session.common); };
+    });
+}
+
+}  // namespace tool

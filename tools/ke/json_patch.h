@@ -1,0 +1,14 @@
+// JSON Patch, RFC 6902, on texts: what no operation names keeps its bytes.
+#pragma once
+
+#include <string>
+
+#include "document.h"
+
+namespace tool {
+
+// The document's text with all operations of the patch applied, or none: one that fails throws a Failure
+// that shows it where it stands in the patch.
+std::string apply_patch(const Input& input, const Document& patch);
+
+}  // namespace tool

@@ -1,0 +1,172 @@
+// See json_select.h.
+#include "json_select.h"
+
+#include <algorithm>
+
+#include "failure.h"
+#include "json_difference.h"
+#include "json_string.h"
+
+namespace tool {
+
+namespace {
+
+// The steps of a pattern that a path may be at, "**" passed without a step included.
+using States = std::vector<size_t>;
+
+void add_state(const Pointer& pattern, States& states, size_t state) {
+    for (;; ++state) {
+        if (std::find(states.begin(), states.end(), state) != states.end())
+            return;
+        states.push_back(state);
+        if (state == pattern.steps.size() || pattern.steps[state].name != "**")
+            return;
+    }
+}
+
+// Where one more step leads: a member's key or an element's index.
+States advance(const Pointer& pattern, const States& states, bool element, std::string_view key,
+               u64 index) {
+    States next;
+    for (size_t state : states) {
+        if (state == pattern.steps.size())
+            continue;
+        const Step& step = pattern.steps[state];
+        if (step.name == "**")
+            add_state(pattern, next, state);
+        else if (step.name == "*" ||
+                 (element ? step.is_index && step.index == index : stands_for(key, step.name)))
+            add_state(pattern, next, state + 1);
+    }
+    return next;
+}
+
+bool holds(const Document& document, const std::string& condition) {
+    const size_t equals = condition.find('=');
+    if (equals == std::string::npos)
+        throw Failure{"--where " + condition + ": write POINTER=VALUE, as /state=failed",
+                      kExitUsage};
+    const Pointer pointer = parse_pointer(condition.substr(0, equals));
+    const std::string value = condition.substr(equals + 1);
+    NodeId node = 0;
+    size_t step = 0;
+    if (document.find(pointer, &node, &step) != 0)
+        return false;
+    if (document.kind(node) == Kind::string && stands_for(document.text_of(node), value))
+        return true;
+    try {
+        const Document wanted("VALUE", value);
+        return is_equal(document, node, wanted, wanted.root());
+    } catch (const Failure&) {
+        return false;  // a text without quotes, which is compared above
+    }
+}
+
+u64 count_characters(const std::string& text) {
+    return static_cast<u64>(std::count_if(
+        text.begin(), text.end(), [](char c) { return (static_cast<u8>(c) & 0xC0) != 0x80; }));
+}
+
+void print_keys(Sink& sink, const Document& document) {
+    const NodeId root = document.root();
+    if (document.kind(root) != Kind::object && document.kind(root) != Kind::array)
+        throw Failure{"--keys: the value is no object and no array"};
+    u64 index = 0;
+    for (NodeId child : document.children(root)) {
+        sink.write(document.kind(root) == Kind::object ? decode_string(document.key(child))
+                                                       : std::to_string(index));
+        sink.put('\n');
+        ++index;
+    }
+}
+
+void print_length(Sink& sink, const Document& document) {
+    const NodeId root = document.root();
+    u64 length = 0;
+    if (document.kind(root) == Kind::string)
+        length = count_characters(decode_string(document.text_of(root)));
+    else if (document.kind(root) == Kind::object || document.kind(root) == Kind::array)
+        length = document.children(root).size();
+    else
+        throw Failure{"--length: the value is no object, no array and no string"};
+    sink.write(std::to_string(length) + "\n");
+}
+
+std::string_view name_of(Kind kind) {
+    static constexpr std::string_view kNames[] = {"object", "array",   "string",
+                                                  "number", "boolean", "null"};
+    return kNames[static_cast<size_t>(kind)];
+}
+
+void print_whole(Sink& sink, std::string_view text, const Layout& layout) {
+    JsonWriter writer(sink, layout);
+    if (layout.sort_keys) {
+        const Document document("the value", text);
+        write_value(writer, document, document.root(), layout);
+    } else {
+        Source source("the value", text);
+        Scanner scanner(source);
+        for (Token token = scanner.next(); token != Token::end; token = scanner.next())
+            writer.add(token, scanner.text());
+    }
+    writer.end_document();
+}
+
+}  // namespace
+
+std::vector<NodeId> matches(const Document& document, const Pointer& pattern) {
+    struct Item {
+        NodeId node;
+        States states;
+    };
+    std::vector<NodeId> found;
+    std::vector<Item> todo(1);
+    todo[0].node = document.root();
+    add_state(pattern, todo[0].states, 0);
+    while (!todo.empty()) {
+        const Item item = std::move(todo.back());
+        todo.pop_back();
+        if (std::find(item.states.begin(), item.states.end(), pattern.steps.size()) !=
+            item.states.end())
+            found.push_back(item.node);
+        const bool array = document.kind(item.node) == Kind::array;
+        const std::vector<NodeId> children = document.children(item.node);
+        for (size_t i = children.size(); i-- > 0;) {
+            States next = advance(pattern, item.states, array, document.key(children[i]), i);
+            if (!next.empty())
+                todo.push_back({children[i], std::move(next)});
+        }
+    }
+    return found;
+}
+
+void print_view(Sink& sink, std::string_view text, const View& view, const Layout& layout) {
+    if (!view.where.empty()) {
+        const Document document("the value", text);
+        for (const std::string& condition : view.where) {
+            if (!holds(document, condition))
+                return;
+        }
+    }
+    if (view.keys || view.length || view.type) {
+        const Document document("the value", text);
+        if (view.keys)
+            print_keys(sink, document);
+        else if (view.length)
+            print_length(sink, document);
+        else
+            sink.write(std::string(name_of(document.kind(document.root()))) + "\n");
+    } else if (view.raw && text[0] == '"') {
+        sink.write(decode_string(text));
+        sink.put('\n');
+    } else {
+        print_whole(sink, text, layout);
+    }
+}
+
+std::string value_of_argument(const std::string& name, const std::string& text) {
+    const Document value(name, text);
+    return std::string(value.text_of(value.root()));
+}
+
+}  // namespace tool

@@ -1,0 +1,26 @@
+// Which values of a document are meant, and what of them is shown.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "document.h"
+
+namespace tool {
+
+struct View {
+    bool raw = false, keys = false, length = false, type = false;
+    std::vector<std::string> where;  // POINTER=VALUE, all of which must hold
+};
+
+// The values whose places a pattern fits, in the order of the text: "*" is any one step, "**" any number.
+// Of equal keys the last counts.
+std::vector<NodeId> matches(const Document& document, const Pointer& pattern);
+
+// Prints one value, or what of it is asked for, and a line feed; nothing if it does not hold what it must.
+void print_view(Sink& sink, std::string_view text, const View& view, const Layout& layout);
+
+// A JSON value that was given as an argument, without the blanks around it; a mistake names the argument.
+std::string value_of_argument(const std::string& name, const std::string& text);
+
+}  // namespace tool
