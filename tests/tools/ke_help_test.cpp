@@ -72,6 +72,16 @@ std::string section_of(const std::string& page, const std::string& command) {
     return page.substr(start, end - start);
 }
 
+#ifndef _WIN32
+// A text inside of single quotes.
+std::string quoted_for_shell(const std::string& text) {
+    std::string quoted;
+    for (char c : text)
+        quoted += c == '\'' ? "'\\''" : std::string(1, c);
+    return quoted;
+}
+#endif
+
 std::string man_page() {
     std::string page = read_file(program_folder() + "\\ke.1");
     std::string plain;
@@ -86,7 +96,7 @@ std::string man_page() {
 TEST(KeHelp, NamesTheCommandsOfTheManPage) {
     std::set<std::string> commands;
     collect_commands("", &commands);
-    EXPECT_EQ(commands.size(), 26u);
+    EXPECT_EQ(commands.size(), 28u);
     EXPECT_EQ(commands_of_page(man_page()), commands);
 }
 
@@ -102,6 +112,52 @@ TEST(KeHelp, NamesTheOptionsOfTheManPage) {
     const std::string help = ke({"--help"}).out;
     EXPECT_EQ(options_in(general), options_in(help.substr(0, help.find("Subcommands:"))));
 }
+
+TEST(KeHelp, IsACommandToo) {
+    EXPECT_EQ(ke({"help", "json", "get"}).out, ke({"json", "get", "--help"}).out);
+    EXPECT_EQ(ke({"help"}).out, ke({"--help"}).out);
+    const Outcome outcome = ke({"help", "json", "gte"});
+    EXPECT_EQ(outcome.status, 64);
+    EXPECT_EQ(outcome.err, "ke: \"gte\" is no command; did you mean \"get\"?\n");
+}
+
+// A script names every command with every option.
+TEST(KeHelp, CompletionsNameEverything) {
+    std::set<std::string> commands;
+    collect_commands("", &commands);
+    for (const char* shell : {"bash", "zsh", "powershell"}) {
+        const std::string script = ke({"completion", shell}).out;
+        for (const std::string& command : commands) {
+            const char quote = shell[0] == 'p' ? '\'' : '"';
+            const size_t line = script.find("        " + (quote + command) + quote);
+            ASSERT_NE(line, std::string::npos) << shell << command;
+            const std::string words = script.substr(line, script.find('\n', line) - line) + " ";
+            std::vector<std::string> args = words_of(command);
+            args.push_back("--help");
+            for (const std::string& option : options_in(ke(args).out))
+                EXPECT_NE(words.find(option), std::string::npos) << shell << command << option;
+        }
+    }
+    EXPECT_EQ(ke({"completion", "fish"}).status, 64);
+}
+
+#ifndef _WIN32
+TEST(KeHelp, BashCompletesWords) {
+    const auto complete = [](const std::string& line) {
+        const std::string script =
+            "source <('" + program_folder() + "/ke' completion bash); COMP_WORDS=(" + line +
+            "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); cd /; _ke; echo \"${COMPREPLY[*]}\"";
+        FILE* shell = popen(("bash -c '" + quoted_for_shell(script) + "'").c_str(), "r");
+        char answer[4096] = {};
+        EXPECT_NE(fgets(answer, sizeof(answer), shell), nullptr);
+        pclose(shell);
+        return std::string(answer);
+    };
+    EXPECT_EQ(complete("ke js"), "json\n");
+    EXPECT_EQ(complete("ke json fo"), "format\n");
+    EXPECT_EQ(complete("ke json get --wh"), "--where\n");
+}
+#endif
 
 TEST(KeHelp, TellsTheExitStatuses) {
     const std::string page = man_page();

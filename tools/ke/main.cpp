@@ -1,10 +1,12 @@
 // ke: an engineer with a drive report in JSON, an INI file or a binary dump gets an answer in one command.
 // This file knows the arguments that all commands share and turns what went wrong into an exit status.
 #include <cstdio>
+#include <cstdlib>
 #include <new>
 
 #include "commands.h"
 #include "failure.h"
+#include "help_commands.h"
 #include "ke_utils/core.h"
 #include "platform.h"
 
@@ -34,6 +36,7 @@ void add_all(CLI::App& app, Session& session) {
     add_number_commands(app, session);
     add_schema_command(app, session);
     add_status_command(app, session);
+    add_help_commands(app, session);
     app.require_subcommand(1);
     app.footer(kFooter);
 }
@@ -67,14 +70,21 @@ std::string unknown_command(const CLI::App& app, const std::vector<std::string>&
     return "";
 }
 
+// "ke: " and the message; on a terminal the name stands out, unless NO_COLOR is set.
+void complain(const std::string& message) {
+    const char* plain = getenv("NO_COLOR");
+    const bool coloured = stderr_is_terminal() && (plain == nullptr || plain[0] == '\0');
+    fprintf(stderr, coloured ? "\033[1;31mke:\033[0m %s\n" : "ke: %s\n", message.c_str());
+}
+
 // The status that the argument parser ends with: 0 after --help and --version, else wrong usage.
 int answer_usage(const CLI::App& app, const CLI::ParseError& error,
                  const std::vector<std::string>& args) {
     if (error.get_exit_code() == 0)
         return app.exit(error);
     const std::string unknown = unknown_command(app, args);
-    fprintf(stderr, "ke: %s\nTry \"ke --help\" or \"ke COMMAND --help\".\n",
-            unknown.empty() ? error.what() : unknown.c_str());
+    complain((unknown.empty() ? error.what() : unknown) +
+             "\nTry \"ke --help\" or \"ke COMMAND --help\".");
     return kExitUsage;
 }
 
@@ -93,10 +103,10 @@ int run_command(const std::vector<std::string>& args) {
     } catch (const CLI::ParseError& error) {
         return answer_usage(app, error, args);
     } catch (const Failure& failure) {
-        fprintf(stderr, "ke: %s\n", failure.message.c_str());
+        complain(failure.message);
         return failure.exit_status;
     } catch (const std::bad_alloc&) {
-        fputs("ke: not enough memory\n", stderr);
+        complain("not enough memory");
         return kExitData;
     }
 }

@@ -98,7 +98,7 @@ void Scanner::fail_at_end() {
 
 // Something stands where something else is due.
 void Scanner::fail_unexpected() {
-    const std::string found = quoted(std::string_view(p_, 1));
+    const std::string found = *p_ == '"' ? "a text" : quoted(std::string_view(p_, 1));
     switch (due_) {
         case Due::comma:
             fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN,

@@ -1,0 +1,110 @@
+// See completion.h. A script knows, for each place in the tree of commands, the words that may follow; where
+// a FILE may stand the shell completes files by itself.
+#include "completion.h"
+
+namespace tool {
+
+namespace {
+
+struct Place {
+    std::string path;   // "json get"; "" in front of all commands
+    std::string words;  // what may follow, with blanks between
+};
+
+std::string options_of(const CLI::App& app) {
+    std::string words;
+    for (const CLI::Option* option : app.get_options()) {
+        for (const std::string& name : option->get_lnames())
+            words += " --" + name;
+    }
+    return words;
+}
+
+void collect(const CLI::App& app, const std::string& path, const std::string& general,
+             std::vector<Place>& places) {
+    std::string words;
+    for (const CLI::App* command : app.get_subcommands({}))
+        words += " " + command->get_name();
+    words += path.empty() ? general : options_of(app) + general;
+    places.push_back({path, words.substr(1)});
+    for (const CLI::App* command : app.get_subcommands({}))  // two levels at most
+        collect(*command, path.empty() ? command->get_name() : path + " " + command->get_name(),
+                general, places);
+}
+
+// The branches of a script: a line for each place, with the path and the words put in.
+std::string branches(const std::vector<Place>& places, const std::string& before,
+                     const std::string& between, const std::string& after) {
+    std::string text;
+    for (const Place& place : places)
+        text += before + place.path + between + place.words + after;
+    return text;
+}
+
+// The path in bash and zsh: the words so far that are commands.
+const char* const kBash = R"(# Completion of ke for bash; made by "ke completion bash".
+_ke() {
+    local current=${COMP_WORDS[COMP_CWORD]} path= words= word
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        [[ $word == -* ]] || _ke_words "${path:+$path }$word" && path=${path:+$path }$word
+    done
+    _ke_words "$path"
+    COMPREPLY=($(compgen -W "$words" -- "$current"))
+    [[ $current == -* ]] || COMPREPLY+=($(compgen -f -- "$current"))
+}
+_ke_words() {
+    case $1 in
+)";
+
+const char* const kZsh = R"(#compdef ke
+# Completion of ke for zsh; made by "ke completion zsh".
+_ke() {
+    local path_so_far= found= word
+    for word in "${(@)words[2,CURRENT-1]}"; do
+        [[ $word == -* ]] || { _ke_words "${path_so_far:+$path_so_far }$word" && path_so_far=${path_so_far:+$path_so_far }$word }
+    done
+    _ke_words "$path_so_far"
+    compadd -- ${=found}
+    [[ $PREFIX == -* ]] || _files
+}
+_ke_words() {
+    case $1 in
+)";
+
+const char* const kPowerShell = R"(# Completion of ke for PowerShell; made by "ke completion powershell".
+Register-ArgumentCompleter -Native -CommandName ke -ScriptBlock {
+    param($wordToComplete, $commandAst, $cursorPosition)
+    $table = @{
+)";
+
+const char* const kPowerShellEnd = R"(    }
+    $path = ''
+    foreach ($element in $commandAst.CommandElements | Select-Object -Skip 1) {
+        $longer = "$path $element".Trim()
+        if ($table.ContainsKey($longer)) { $path = $longer }
+    }
+    $table[$path] -split ' ' | Where-Object { $_ -like "$wordToComplete*" } | ForEach-Object {
+        [System.Management.Automation.CompletionResult]::new($_, $_, 'ParameterValue', $_)
+    }
+}
+)";
+
+}  // namespace
+
+std::vector<std::string> shells_with_completion() {
+    return {"bash", "zsh", "powershell"};
+}
+
+std::string completion_script(const CLI::App& app, const std::string& shell) {
+    std::vector<Place> places;
+    collect(app, "", options_of(app), places);
+    if (shell == "bash")
+        return kBash + branches(places, "        \"", "\") words=\"", "\" ;;\n") +
+               "        *) return 1 ;;\n    esac\n}\ncomplete -o filenames -F _ke ke\n";
+    if (shell == "zsh")
+        return kZsh + branches(places, "        \"", "\") found=\"", "\" ;;\n") +
+               "        *) return 1 ;;\n    esac\n}\n_ke \"$@\"\n";
+    return kPowerShell + branches(places, "        '", "' = '", "'\n") + kPowerShellEnd;
+}
+
+}  // namespace tool
