@@ -159,7 +159,7 @@ TEST(KeSchema, OfEveryCommand) {
              {"ini", "to-json"},   {"ini", "get"},    {"ini", "set"},     {"ini", "remove"},
              {"ini", "sections"},  {"ini", "keys"},   {"dump"},           {"base64", "encode"},
              {"base64", "decode"}, {"capacity"},      {"number"},         {"hash"},
-             {"schema"},           {"status"},           {"help"},         {"completion"}}) {
+             {"schema"},           {"status"},        {"help"},           {"completion"}}) {
         std::vector<std::string> args = {"schema"};
         args.insert(args.end(), command.begin(), command.end());
         const Outcome outcome = ke(args);

@@ -74,7 +74,6 @@ TEST_F(KeReplacement, RefusesFolders) {
 TEST_F(KeReplacement, RefusesReadOnlyFiles) {
     write_file(in("r.json"), "{\"a\":1}");
 #ifdef _WIN32
-    const std::wstring wide(in("r.json").begin(), in("r.json").end());
     std::string path = in("r.json");
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY);
 #else

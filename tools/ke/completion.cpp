@@ -71,7 +71,8 @@ _ke_words() {
     case $1 in
 )";
 
-const char* const kPowerShell = R"(# Completion of ke for PowerShell; made by "ke completion powershell".
+const char* const kPowerShell =
+    R"(# Completion of ke for PowerShell; made by "ke completion powershell".
 Register-ArgumentCompleter -Native -CommandName ke -ScriptBlock {
     param($wordToComplete, $commandAst, $cursorPosition)
     $table = @{

@@ -13,6 +13,7 @@ namespace {
 
 std::string help_on(const CLI::App& app, const std::vector<std::string>& words) {
     const CLI::App* command = &app;
+    std::string path = app.get_name();
     for (const std::string& word : words) {
         const CLI::App* next = nullptr;
         std::vector<std::string> names;
@@ -24,8 +25,9 @@ std::string help_on(const CLI::App& app, const std::vector<std::string>& words) 
         if (next == nullptr)
             throw Failure{"\"" + word + "\" is no command" + suggestion(word, names), kExitUsage};
         command = next;
+        path += " " + word;
     }
-    return command->help();
+    return command->get_formatter()->make_help(command, path, CLI::AppFormatMode::Normal);
 }
 
 }  // namespace

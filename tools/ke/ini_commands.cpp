@@ -151,8 +151,7 @@ void add_get(CLI::App& ini, Session& session) {
                      "standard input")
         ->type_name("SECTION [ARGUMENT] KEY [FILE]")
         ->required()
-        ->expected(2, 4)
-        ->allow_extra_args(false);  // with them "[a,b]" would be two words
+        ->expected(2, 4);
     command
         ->add_option_function<std::string>(
             "-a,--argument",
