@@ -29,7 +29,7 @@ TEST(KeStreams, DumpAPiece) {
 // What is dumped in pieces looks as what is dumped in one.
 TEST(KeStreams, DumpsHaveNoSeams) {
     std::string bytes;
-    for (int i = 0; i < 700000; ++i)
+    for (u64 i = 0; i < 700000; ++i)
         bytes += static_cast<char>(i * 7919 >> 5);
     for (const std::vector<std::string>& layout : std::vector<std::vector<std::string>>{
              {"--line", "24", "--group", "5", "--block", "7"}, {"--line", "16"}}) {

@@ -8,15 +8,15 @@ namespace tool {
 
 namespace {
 
-Step make_step(std::string name) {
+Step make_step(const std::string& name) {
     Step step;
+    step.name = name;
     u64 index = 0;
     step.is_append = name == "-";
     if (!name.empty() && wiq_strtouint64(name.c_str(), &index) == 0) {
         step.is_index = true;
         step.index = static_cast<u32>(index);
     }
-    step.name = std::move(name);
     return step;
 }
 
@@ -47,7 +47,7 @@ Pointer parse_pointer(const std::string& text) {
                 throw failure("pointer \"" + text + "\"", WIQ_ERR_PTR_BAD_ESCAPE);
             name += text[at] == '0' ? '~' : '/';
         }
-        pointer.steps.push_back(make_step(std::move(name)));
+        pointer.steps.push_back(make_step(name));
     }
     return pointer;
 }
