@@ -21,6 +21,7 @@ extern "C" {
  *  @{ */
 
 /** @cond */
+/* NOLINTBEGIN(modernize-use-nullptr,cppcoreguidelines-init-variables): C, which C++ includes. */
 /* A cast that neither language warns about. */
 #ifdef __cplusplus
 #define KE_UTF8_CAST_(type, value) static_cast<type>(value)
@@ -226,6 +227,7 @@ static inline i32 ke_json_sdump_ascii(wiq_json_t* node, char** out, u32 flags) {
 
 /** @} */
 
+/* NOLINTEND(modernize-use-nullptr,cppcoreguidelines-init-variables) */
 #undef KE_UTF8_CAST_
 
 #ifdef __cplusplus

@@ -47,6 +47,7 @@ u64 grown_capacity(const wiq_strbuf* buf, u64 needed) {
 i32 append_long(wiq_strbuf* buf, size_t length, const char* format, va_list args) {
     const u64 needed = buf->len + length + 1;
     const u64 capacity = needed <= buf->capacity ? buf->capacity : grown_capacity(buf, needed);
+    // NOLINTNEXTLINE(clang-analyzer-optin.portability.UnixAPI): the NUL makes it 1 byte at least.
     char* block = static_cast<char*>(malloc(capacity));
     if (block == nullptr)
         return WIQ_ERR_NO_MEMORY;
@@ -54,7 +55,9 @@ i32 append_long(wiq_strbuf* buf, size_t length, const char* format, va_list args
         memcpy(block, buf->data, buf->len);
     const i32 written = wiq_vsprintf(block + buf->len, length + 1, format, args);
     free(buf->data);
-    *buf = {block, buf->len + length, capacity};
+    buf->data = block;
+    buf->len += length;
+    buf->capacity = capacity;
     // Counted also when formatting failed, and terminated, so that even a spoiled buffer is a string.
     block[buf->len] = '\0';
     return written;
