@@ -20,16 +20,23 @@ std::string options_of(const CLI::App& app) {
     return words;
 }
 
-void collect(const CLI::App& app, const std::string& path, const std::string& general,
-             std::vector<Place>& places) {
-    std::string words;
-    for (const CLI::App* command : app.get_subcommands({}))
-        words += " " + command->get_name();
-    words += path.empty() ? general : options_of(app) + general;
-    places.push_back({path, words.substr(1)});
-    for (const CLI::App* command : app.get_subcommands({}))  // two levels at most
-        collect(*command, path.empty() ? command->get_name() : path + " " + command->get_name(),
-                general, places);
+std::vector<Place> all_places(const CLI::App& root, const std::string& general) {
+    std::vector<Place> places;
+    std::vector<std::pair<const CLI::App*, std::string>> waiting = {{&root, ""}};
+    for (size_t i = 0; i < waiting.size(); ++i) {
+        const auto [app, path] = waiting[i];
+        std::string words;
+        for (const CLI::App* command : app->get_subcommands({})) {
+            words += " " + command->get_name();
+            std::string below = path;
+            below += path.empty() ? "" : " ";
+            below += command->get_name();
+            waiting.emplace_back(command, std::move(below));
+        }
+        words += path.empty() ? general : options_of(*app) + general;
+        places.push_back({path, words.substr(1)});
+    }
+    return places;
 }
 
 // The branches of a script: a line for each place, with the path and the words put in.
@@ -37,7 +44,7 @@ std::string branches(const std::vector<Place>& places, const std::string& before
                      const std::string& between, const std::string& after) {
     std::string text;
     for (const Place& place : places)
-        text += before + place.path + between + place.words + after;
+        text.append(before).append(place.path).append(between).append(place.words).append(after);
     return text;
 }
 
@@ -97,8 +104,7 @@ std::vector<std::string> shells_with_completion() {
 }
 
 std::string completion_script(const CLI::App& app, const std::string& shell) {
-    std::vector<Place> places;
-    collect(app, "", options_of(app), places);
+    const std::vector<Place> places = all_places(app, options_of(app));
     if (shell == "bash")
         return kBash + branches(places, "        \"", "\") words=\"", "\" ;;\n") +
                "        *) return 1 ;;\n    esac\n}\ncomplete -o filenames -F _ke ke\n";

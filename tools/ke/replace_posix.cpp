@@ -116,8 +116,9 @@ void copy_extended_attributes(const std::string& from, int to) {
     std::vector<char> names(
         static_cast<size_t>(std::max<ssize_t>(0, listxattr(from.c_str(), nullptr, 0))));
     const ssize_t length = listxattr(from.c_str(), names.data(), names.size());
-    for (ssize_t at = 0; at < length; at += static_cast<ssize_t>(strlen(&names[at])) + 1) {
-        const char* name = &names[static_cast<size_t>(at)];
+    const size_t end = static_cast<size_t>(std::max<ssize_t>(0, length));
+    for (size_t at = 0; at < end; at += strlen(&names[at]) + 1) {
+        const char* name = &names[at];
         std::vector<char> value(
             static_cast<size_t>(std::max<ssize_t>(0, getxattr(from.c_str(), name, nullptr, 0))));
         const ssize_t size = getxattr(from.c_str(), name, value.data(), value.size());
