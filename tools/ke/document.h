@@ -57,7 +57,7 @@ class Document {
     std::vector<NodeId> children(NodeId node) const;
 
     // The member of a key, of equal ones the last; the element of an index.
-    std::optional<NodeId> member(NodeId object, std::string_view key) const;
+    std::optional<NodeId> member(NodeId object, std::string_view wanted) const;
     std::optional<NodeId> element(NodeId array, u64 index) const;
     // Follows a pointer; throws a Failure that shows where it leaves the document.
     NodeId find(const Pointer& pointer) const;
@@ -97,6 +97,6 @@ class Document {
 };
 
 // Writes a value and all that is in it; members sorted by their keys' bytes if the layout says so.
-void write_value(JsonWriter& writer, const Document& document, NodeId node, const Layout& layout);
+void write_value(JsonWriter& writer, const Document& document, NodeId top, const Layout& layout);
 
 }  // namespace tool

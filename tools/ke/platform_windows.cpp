@@ -104,6 +104,7 @@ FileKind kind_of_path(const std::string& path) {
 }
 
 FileFacts facts_of(FILE* fp) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the runtime gives the handle as a number.
     const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(fp)));
     LARGE_INTEGER size = {};
     if (GetFileType(handle) != FILE_TYPE_DISK || GetFileSizeEx(handle, &size) == 0)
