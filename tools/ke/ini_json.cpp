@@ -49,12 +49,13 @@ Failure clash(const Input& input, size_t offset, const std::string& name) {
         "\"" + name + "\" is both a key and an argument of the section; rename one of them");
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): two levels at most.
 void write(JsonWriter& writer, const Entry& entry) {
     writer.add(Token::key, encode_string(entry.name));
     if (entry.is_section) {
         writer.add(Token::open_object, "{");
         for (const Entry& inner : entry.entries)
-            write(writer, inner);  // two levels at most
+            write(writer, inner);
         writer.add(Token::close_object, "}");
         return;
     }

@@ -18,10 +18,10 @@ Json load(const std::string& command, const std::vector<std::string>& known, boo
     char* filename = wiq_schema_filename(command.c_str(), input, &err);
     if (filename == nullptr)
         throw failure("schema of " + command, static_cast<i32>(err));
-    if (std::find(known.begin(), known.end(), command) == known.end())
-        throw Failure{"schema \"" + command + "\": no such command" + suggestion(command, known)};
     const std::string name(filename);
     free(filename);
+    if (std::find(known.begin(), known.end(), command) == known.end())
+        throw Failure{"schema \"" + command + "\": no such command" + suggestion(command, known)};
     Json schema(wiq_load_schema(name.c_str(), &err));
     if (!schema)
         throw failure("schema file " + name, static_cast<i32>(err));
