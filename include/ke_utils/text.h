@@ -31,8 +31,8 @@ extern "C" {
  *  | what | Linux | Windows, UCRT | Windows, msvcrt.dll |
  *  |---|---|---|---|
  *  | ties, as "%.0f" of 0.5 and 2.5 | to even: 0, 2 | to even from Windows 10 2004 on, before that up: 1, 3 | up: 1, 3 |
- *  | infinity by "%f", "%e", "%g" | inf | inf | 1.#INF00, cut and rounded to the precision |
- *  | NaN | nan, -nan | nan, -nan(ind) | 1.#QNAN0, -1.#IND00 |
+ *  | infinity by "%f", "%e", "%g" | inf | inf | `1.#INF00`, cut and rounded to the precision |
+ *  | NaN | nan, -nan | nan, -nan(ind) | `1.#QNAN0`, `-1.#IND00` |
  *  | "%F" | "%f" in capitals | "%f" in capitals | refused |
  *  | digits of an exponent | two or more | two or more | three |
  *  | "%a" of 1.5 | 0x1.8p+0 | 0x1.8000000000000p+0 | 0x1.8000000000000p+0 |

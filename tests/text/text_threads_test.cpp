@@ -41,7 +41,9 @@ class Work {
         add(wiq_snprintf(buf, sizeof buf, "%d %.3f %s", 42, 2.5, "text"));
         add(buf);
         char* text = nullptr;
-        add(wiq_asprintf(&text, "%2$s %1$d", 7, "positions"));
+        // In a variable, since -Wpedantic does not know positions.
+        const char* format = "%2$s %1$d";
+        add(wiq_asprintf(&text, format, 7, "positions"));
         add(text);
         free(text);
         char* block = nullptr;
