@@ -3,7 +3,7 @@
 
     bench/tool.py KE [MEGABYTES]        default 200
 
-Prints a table; docs/BENCHMARKS.md holds the one of the last run.
+Prints a table.
 """
 import os
 import random

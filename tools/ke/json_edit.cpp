@@ -23,10 +23,15 @@ std::string wrapped(const Style& style, const Pointer& pointer, size_t from, std
         std::string outer = indentation;
         for (size_t level = from; level < i; ++level)
             outer += style.unit();
-        const std::string member = array ? value : encode_string(step.name) + style.colon() + value;
-        const std::string before = in_lines ? style.line_feed() + outer + style.unit() : "";
-        const std::string after = in_lines ? style.line_feed() + outer : "";
-        value = (array ? "[" : "{") + before + member + after + (array ? "]" : "}");
+        std::string container = array ? "[" : "{";
+        if (in_lines)
+            container.append(style.line_feed()).append(outer).append(style.unit());
+        if (!array)
+            container.append(encode_string(step.name)).append(style.colon());
+        container += value;
+        if (in_lines)
+            container.append(style.line_feed()).append(outer);
+        value = container + (array ? "]" : "}");
     }
     return value;
 }
@@ -78,7 +83,9 @@ std::string joined(const ContainerEdit& edit, const std::string& separator,
     std::string text;
     for (const auto& [key, value] : edit.added) {
         text += text.empty() ? "" : separator;
-        text += key.empty() ? value : key + colon + value;
+        if (!key.empty())
+            text.append(key).append(colon);
+        text += value;
     }
     return text;
 }

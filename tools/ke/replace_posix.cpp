@@ -94,7 +94,7 @@ std::string end_of_links(std::string path) {
         if (length < 0)
             return path;
         const std::string text(target, static_cast<size_t>(length));
-        path = text[0] == '/' ? text : folder_of(path) + "/" + text;
+        path = text[0] == '/' ? text : folder_of(path).append("/").append(text);
     }
     throw Failure{path + ": too many links lead from one to the next"};
 }

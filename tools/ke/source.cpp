@@ -204,7 +204,8 @@ void Source::append_decoded(std::string_view raw, bool last) {
         memcpy(buffer_.data() + (end_ - begin_), text.data(), text.size());
         end_ += text.size();
         ended_ = true;  // nothing behind it is to be shown
-        return failure(end_, "half a surrogate pair in UTF-16 text; save the file as UTF-8");
+        return failure_at(name_, excerpt(), static_cast<size_t>(end_ - begin_),
+                          "half a surrogate pair in UTF-16 text; save the file as UTF-8");
     };
     while (at + 2 <= undecoded_.size()) {
         const u32 unit = unit_at(undecoded_, at);
