@@ -29,7 +29,7 @@ std::vector<wiq_json_t*> grow(wiq_json_t* root, i32 levels, std::mt19937* random
         wiq_json_t* up = chain.back();
         wiq_json_t* down =
             (*random)() % 2 == 0 ? wiq_json_array_new(0, nullptr) : wiq_json_obj_new(0, nullptr);
-        for (u32 i = (*random)() % 3; i > 0; --i)
+        for (auto i = (*random)() % 3; i > 0; --i)
             attach(up, tree::node(i == 1 ? "[[],{\"x\":[1]}]" : "w[{},2]"));
         if (wiq_json_is_array(up)) {
             wiq_json_array_push_i64(up, 1, nullptr);
