@@ -59,6 +59,9 @@ uv_stream_t* stream_of(Channel& channel) {
     return reinterpret_cast<uv_stream_t*>(&channel.pipe);
 }
 
+Outcome run_once(const std::string& name, const std::vector<std::string>& args,
+                 const std::string& input);
+
 }  // namespace
 
 std::string program_folder() {
@@ -68,8 +71,19 @@ std::string program_folder() {
     return folder;
 }
 
+// A busy Wine now and then refuses to start a program, and starts it the next time.
 Outcome run_program(const std::string& name, const std::vector<std::string>& args,
                     const std::string& input) {
+    Outcome outcome = run_once(name, args, input);
+    for (int tries = 1; tries < 3 && outcome.err.rfind("not started", 0) == 0; ++tries)
+        outcome = run_once(name, args, input);
+    return outcome;
+}
+
+namespace {
+
+Outcome run_once(const std::string& name, const std::vector<std::string>& args,
+                 const std::string& input) {
     // A program that does not read its input may be gone before it is written.
     [[maybe_unused]] const NoPipeSignal quiet;
 #ifdef _WIN32
@@ -130,6 +144,8 @@ Outcome run_program(const std::string& name, const std::vector<std::string>& arg
         outcome = {static_cast<int>(child.status), out.text, err.text};
     return outcome;
 }
+
+}  // namespace
 
 std::string read_file(const std::string& path) {
     FILE* fp = wiq_fopen(path.c_str(), "rb", nullptr);
