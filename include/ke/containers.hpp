@@ -36,7 +36,7 @@ class vector {
     using iterator = T*;             /**< walks the block */
     using const_iterator = const T*; /**< walks the block */
 
-    /** Empty, without memory. */
+    /** Makes an empty one; allocates nothing. */
     vector() noexcept { wiq_vector_init(&vec_, sizeof(T), 0, nullptr, nullptr); }
     /** Copies may fail: assign() tells. */
     vector(const vector&) = delete;
@@ -150,7 +150,7 @@ struct owned_pair {
 template <class V>
 class map {
   public:
-    /** Empty; without memory every set() says so. */
+    /** Makes an empty one. If that runs out of memory, every set() reports it. */
     map() noexcept { ready_ = init() == 0; }
     map(const map&) = delete;
     map& operator=(const map&) = delete;
@@ -175,9 +175,9 @@ class map {
     bool empty() const noexcept { return size() == 0; }
     /** Whether a key is there. */
     bool contains(const text_arg& key) const noexcept { return find(key) != nullptr; }
-    /** The value under a key, nullptr if there is none. */
+    /** Returns the value under a key, or nullptr if the key is absent. */
     V* find(const text_arg& key) noexcept { return static_cast<V*>(lookup(key)); }
-    /** The value under a key, nullptr if there is none. */
+    /** Returns the value under a key, or nullptr if the key is absent. */
     const V* find(const text_arg& key) const noexcept { return static_cast<V*>(lookup(key)); }
 
     /** Stores a value, in place of one that is there. 0, -5000, -7000 for a key with a NUL inside; after a
@@ -297,7 +297,7 @@ class map {
 template <class V>
 class locked_map {
   public:
-    /** Empty; without memory or mutex every set() says so. */
+    /** Makes an empty one. If memory or the mutex is missing, every set() reports it. */
     locked_map() noexcept {
         status_ = wiq_safe_map_init(&map_, 0, wiq_hash_str, wiq_cmp_str, std::free,
                                     detail::owned_pair<V>::drop);
@@ -411,7 +411,7 @@ class locked_map {
 /** A list of owned strings on wiq_strv. */
 class string_list {
   public:
-    /** Empty, without memory. */
+    /** Makes an empty one; allocates nothing. */
     string_list() noexcept { wiq_strv_init(&list_); }
     string_list(const string_list&) = delete;
     string_list& operator=(const string_list&) = delete;

@@ -223,7 +223,7 @@ inline result<std::string> home_dir() {
 
 /** @name Path strings
  *  @{ */
-/** The part behind the last separator. */
+/** Returns the part after the last separator. */
 inline std::string_view base_name(std::string_view path) noexcept {
     const std::size_t at = path.find_last_of("\\/");
     return at == std::string_view::npos ? path : path.substr(at + 1);

@@ -24,7 +24,7 @@ struct ini_value {
     WiqIniLocation key_location = {}; /**< of its key */
 };
 
-/** A section: its keys, and what stands behind its name in the brackets. */
+/** A section: its keys, and what follows its name in the brackets. */
 struct ini_section {
     std::map<std::string, ini_value, std::less<>> values; /**< of equal keys the last one */
     std::string argument;                                 /**< "" without one */
@@ -105,7 +105,7 @@ class ini {
     const std::map<std::string, ini_section, std::less<>>& sections() const noexcept {
         return sections_;
     }
-    /** A value with its place; nullptr if there is none. */
+    /** Returns a value with its place, or nullptr if the key is absent. */
     const ini_value* find(std::string_view section, std::string_view key) const {
         const auto found = sections_.find(section);
         if (found == sections_.end())

@@ -104,13 +104,13 @@ class KE_BORROWS_ json_ref : public json_view {
     /** Stores a value where a pointer names it, making what containers are missing on the way; "-" appends. */
     template <class V>
     status set(pointer where, V&& value);
-    /** Puts a value in an element's place; the array's size is the place behind the last. */
+    /** Puts a value in an element's place; an index equal to the array's size appends. */
     template <class V, class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
     status set(I index, V&& value);
     /** Appends a value to an array. */
     template <class V>
     status push_back(V&& value);
-    /** Puts a value in front of an element; the array's size is the place behind the last. */
+    /** Puts a value in front of an element; an index equal to the array's size appends. */
     template <class V>
     status insert(i32 index, V&& value);
 
@@ -145,7 +145,7 @@ class KE_BORROWS_ json_ref : public json_view {
     }
 
     /** Takes a member, element or whatever a pointer names out of its place, to be kept or set elsewhere.
-     *  Elements behind it move up. The status is that of the look-up. */
+     *  Elements after it move up. The status is that of the look-up. */
     template <class Where>
     result<json> take(const Where& where) const;
     /** Takes the last element. WIQ_ERR_INDEX_OUT_OF_RANGE if there is none. */
