@@ -4,8 +4,10 @@
 
 int main() {
     auto root = ke::json::parse("{\"drive\":[1,2]}");
-    if (!root)
-        return 1;
+    if (!root) {
+        std::cerr << root.message() << "\n";
+        return 2;
+    }
     std::cout << *root->dump() << "\n";
     return 0;
 }

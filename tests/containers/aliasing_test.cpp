@@ -572,6 +572,38 @@ const Row kRows[] = {
              free(prefix);
          });
      }},
+    {"wiq_mtype_set_utf8 and wiq_mtype_set_blob",
+     [](Args& args) {
+         wiq_mtype value;
+         wiq_mtype_init(&value);
+         wiq_mtype_set_utf8(&value, "some text", 1);
+         wiq_mtype_set_utf8(&value, args(wiq_mtype_get_utf8(&value) + 5), 1);
+         std::string after = std::string(wiq_mtype_get_utf8(&value)) + "+";
+         wiq_mtype_set_blob(&value, args.bytes(wiq_mtype_get_utf8(&value), 4), 4, 1, 1);
+         u64 length = 0;
+         const auto* blob = static_cast<const char*>(wiq_mtype_get_blob(&value, &length));
+         after += std::string(blob, length) + "+";
+         wiq_mtype_set_blob(&value, args.bytes(blob + 1, 2), 2, 1, 1);
+         blob = static_cast<const char*>(wiq_mtype_get_blob(&value, &length));
+         after += std::string(blob, length);
+         wiq_mtype_finalize(&value);
+         return after;
+     }},
+    {"wiq_mtype_copy onto the value that lent its text",
+     [](Args& args) {
+         wiq_mtype lender;
+         wiq_mtype borrower;
+         wiq_mtype_init(&lender);
+         wiq_mtype_init(&borrower);
+         wiq_mtype_set_utf8(&lender, "some text", 1);
+         wiq_mtype_set_utf8(&borrower, args(wiq_mtype_get_utf8(&lender)), 0);
+         EXPECT_EQ(wiq_mtype_copy(&borrower, &lender), 0);
+         std::string after = wiq_mtype_get_utf8(&lender);
+         wiq_mtype_finalize(&borrower);
+         after += wiq_mtype_get_utf8(&lender);
+         wiq_mtype_finalize(&lender);
+         return after;
+     }},
 };
 
 TEST(Aliasing, AnArgumentOutOfWhatIsMovedOrReleased) {
