@@ -10,6 +10,8 @@
 # A suite whose name contains "Threads" carries the label "threads".
 
 set(KE_TEST_ONLY "" CACHE STRING "Register only the test suites whose name matches this expression")
+# Optimising instrumented tests takes longer than running them; the library is optimised in any case.
+set(KE_TEST_FLAGS "" CACHE STRING "Further flags for compiling the tests")
 set(KE_TEST_TIMEOUT 120 CACHE STRING "Seconds that a test suite may take")
 
 find_package(GTest REQUIRED)
@@ -36,10 +38,7 @@ function(ke_test_kind target kind)
   # GCC 12 is wrong about std::string at -O2 now and then; the library itself is checked in full.
   target_compile_options(${target} PRIVATE
     $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow>)
-  if(KE_SANITIZE)
-    # The library is optimised; optimising the instrumented tests as well takes twice as long as they run.
-    target_compile_options(${target} PRIVATE -O0)
-  endif()
+  target_compile_options(${target} PRIVATE ${KE_TEST_FLAGS})
 endfunction()
 
 foreach(kind IN ITEMS shared internal)
