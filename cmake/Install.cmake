@@ -29,16 +29,17 @@ configure_file(cmake/ke_utils.pc.in ke_utils.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ke_utils.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
 
-# Debuggers: GDB loads what stands in its auto-load folder under the library's own path.
+# Debuggers: GDB loads what stands beside the library under the library's own name with "-gdb.py" behind it.
+# Systems keep such files in a folder of their own, under the library's own path.
 install(FILES tools/natvis/ke_utils.natvis DESTINATION ${CMAKE_INSTALL_DATADIR}/ke_utils
   COMPONENT development)
 if(NOT WIN32)
-  # Where that is, is known when the tree is installed: packages choose another prefix.
-  install(CODE "
-    file(INSTALL DESTINATION
-      \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}\"
-      TYPE FILE RENAME libke_utils.so.${PROJECT_VERSION}-gdb.py
-      FILES \"${PROJECT_SOURCE_DIR}/tools/gdb/ke_utils_gdb.py\")" COMPONENT development)
+  set(gdb_dir ${CMAKE_INSTALL_LIBDIR})
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(gdb_dir ${CMAKE_INSTALL_DATADIR}/gdb/auto-load/usr/${CMAKE_INSTALL_LIBDIR})
+  endif()
+  install(FILES tools/gdb/ke_utils_gdb.py DESTINATION ${gdb_dir}
+    RENAME libke_utils.so.${PROJECT_VERSION}-gdb.py COMPONENT development)
 endif()
 
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
