@@ -1,8 +1,9 @@
-# Packages by `cpack`: TGZ and DEB for Linux, ZIP for Windows. The DEB packages follow the install
-# components: the library, what building against it needs, the tool.
+# Packages by `cpack` of what `cmake --install` installs: TGZ for Linux, ZIP for Windows. scripts/package-deb makes
+# the packages for Debian, scripts/release all of them.
+set(KE_MAINTAINER "ke_utils maintainers <maintainers@ke-utils.example>" CACHE STRING "Who answers for the packages")
 set(CPACK_PACKAGE_NAME ke-utils)
 set(CPACK_PACKAGE_VENDOR "the ke_utils authors")
-set(CPACK_PACKAGE_CONTACT "the ke_utils authors <ke-utils@localhost>")
+set(CPACK_PACKAGE_CONTACT ${KE_MAINTAINER})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
@@ -14,23 +15,7 @@ endif()
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
 else()
-  set(CPACK_GENERATOR TGZ DEB)
-  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+  set(CPACK_GENERATOR TGZ)
 endif()
 
-set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The library itself is another package of the same build.
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libke-utils${PROJECT_VERSION_MAJOR})
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libke-utils-dev)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "libke-utils${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}), libuv1-dev")
-set(CPACK_DEBIAN_TOOL_PACKAGE_NAME ke-utils)
-set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
-    "libke-utils${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
 include(CPack)
