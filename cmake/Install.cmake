@@ -3,6 +3,11 @@
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ke_utils)
+set(static_dir ${CMAKE_INSTALL_LIBDIR})
+if(WIN32)
+  # Not beside the import library: with -static MinGW's linker would take the one for the other.
+  set(static_dir ${CMAKE_INSTALL_LIBDIR}/static)
+endif()
 
 install(TARGETS ke_utils EXPORT ke_utils-targets
   RUNTIME COMPONENT runtime
@@ -11,7 +16,8 @@ install(TARGETS ke_utils EXPORT ke_utils-targets
 install(EXPORT ke_utils-targets NAMESPACE ke_utils:: DESTINATION ${package_dir}
   COMPONENT development)
 if(KE_INSTALL_STATIC)
-  install(TARGETS ke_utils_static EXPORT ke_utils-static-targets ARCHIVE COMPONENT development)
+  install(TARGETS ke_utils_static EXPORT ke_utils-static-targets
+    ARCHIVE DESTINATION ${static_dir} COMPONENT development)
   install(EXPORT ke_utils-static-targets NAMESPACE ke_utils:: DESTINATION ${package_dir}
     COMPONENT development)
 endif()
@@ -57,7 +63,7 @@ if(WIN32)
   endif()
   if(KE_LINK_LIBUV)
     # For the static library of ours.
-    install(FILES ${KE_LIBUV_ARCHIVE} DESTINATION ${CMAKE_INSTALL_LIBDIR} RENAME libuv.a COMPONENT development)
+    install(FILES ${KE_LIBUV_ARCHIVE} DESTINATION ${static_dir} RENAME libuv.a COMPONENT development)
   else()
     install(FILES ${KE_LIBUV_IMPLIB} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
     install(FILES ${KE_LIBUV_DLL} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
