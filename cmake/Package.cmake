@@ -14,6 +14,8 @@ if(KE_BUILD_TOOLS)
 endif()
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
+  # CPack would call it win32.
+  set(CPACK_SYSTEM_NAME win64)
 else()
   set(CPACK_GENERATOR TGZ)
 endif()
