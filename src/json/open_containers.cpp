@@ -212,9 +212,16 @@ i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
     if (reference == nullptr)
         return WIQ_ERR_NO_MEMORY;
     Member* member = is_apart(frame) ? frame.member : nullptr;
+    if (member == nullptr && frame.is_member && reference->home == 0) {
+        member = new_member(frame.key);
+        if (member == nullptr) {
+            free_node(reference);
+            return WIQ_ERR_NO_MEMORY;
+        }
+    }
+    // The key's text may go with the object. Now the reference or the member has it.
     abandon(frame);
     frames_.pop();
-    // A key whose text went with the object is not needed any more: the reference has it.
     return hand_over(reference, member, frame, root);
 }
 

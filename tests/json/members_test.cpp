@@ -60,6 +60,17 @@ TEST(JsonMembers, KeysOfEveryLength) {
         const std::string twice = "{\"" + key + "\":1,\"" + key + "\":{\"$ref\":\"#\"}}";
         Tree folded(wiq_json_loads(twice.c_str(), 0, nullptr));
         EXPECT_EQ(text_of(folded), "{\"" + key + "\":@\"#\"}");
+
+        // A key that does not stand in the text as it is, for a reference that is too large to be in one block
+        // with its member. What held the key goes when the reference is made.
+        const std::string uri(2000, 'u');
+        const std::string escaped = "\\t" + key;
+        const std::string large = "{\"" + escaped + "\":{\"$ref\":\"\",\"$ref\":\"" + uri + "\"}}";
+        Tree apart(wiq_json_loads(large.c_str(), 0, nullptr));
+        const wiq_json_t* reference = child(apart, ("\t" + key).c_str());
+        ASSERT_NE(reference, nullptr) << length;
+        EXPECT_FALSE(shares_block(reference));
+        EXPECT_EQ(wiq_json_jref_uri(reference), uri);
     }
 }
 
