@@ -8,10 +8,8 @@
 #define KE_FILES_HPP
 
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "ke/json.hpp"
 #include "ke/utf8.hpp"
@@ -49,7 +47,7 @@ inline result<std::string> owned(char* text, i32 otherwise) {
 }  // namespace detail
 
 /** An open stream, closed with its owner. */
-using file = std::unique_ptr<std::FILE, detail::close_stream>;
+using file = owned<std::FILE, detail::close_stream>;
 
 /** Opens a stream; modes as in fopen(). The statuses of wiq_fopen(). */
 inline result<file> open_file(const text_arg& path, const char* mode) {
@@ -88,8 +86,8 @@ namespace detail {
 inline i32 replace_file(const std::string& from, const char* to) {
 #if defined(_WIN32)
     u32 err = 0;
-    const std::unique_ptr<wchar_t, free_memory> wide_from(widen(from.c_str(), &err));
-    const std::unique_ptr<wchar_t, free_memory> wide_to(widen(to, &err));
+    const owned<wchar_t, free_memory> wide_from(widen(from.c_str(), &err));
+    const owned<wchar_t, free_memory> wide_to(widen(to, &err));
     if (!wide_from || !wide_to)
         return WIQ_ERR_NO_MEMORY;
     constexpr unsigned long replace_existing = 1;
@@ -272,7 +270,7 @@ inline result<std::wstring> to_wide(const text_arg& text) {
     if (text.c_str() == nullptr)
         return result<std::wstring>::failure(text.status() != 0 ? text.status()
                                                                 : WIQ_ERR_INVALID_ARG);
-    const std::unique_ptr<wchar_t, detail::free_memory> wide(widen(text.c_str(), nullptr));
+    const owned<wchar_t, detail::free_memory> wide(widen(text.c_str(), nullptr));
     return wide ? result<std::wstring>(std::wstring(wide.get()))
                 : result<std::wstring>::failure(WIQ_ERR_NO_MEMORY);
 }

@@ -15,7 +15,6 @@
 #define KE_JSON_HPP
 
 #include <initializer_list>
-#include <vector>
 
 #include "ke/json_view.hpp"
 
@@ -162,9 +161,7 @@ class KE_BORROWS_ json_ref : public json_view {
     template <class Test>
     result<i32> erase_if(Test&& test) const;
     /** Removes all members or elements. */
-    status clear() const {
-        return erase_if([](json_view) { return true; }).status();
-    }
+    status clear() const;
     /** Sorts an array, keeping equal elements in order; `less` compares two ke::json_view and may throw. */
     template <class Less>
     status sort(Less&& less) const;
@@ -195,7 +192,7 @@ class KE_BORROWS_ json_ref : public json_view {
     template <class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
     status remove_at(I index) const;
     status remove_at(pointer where) const;
-    status refill(const std::vector<json>& elements) const noexcept;
+    status refill(const json* elements, std::size_t count) const noexcept;
 };
 
 /**

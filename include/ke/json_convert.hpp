@@ -17,13 +17,10 @@
 #elif !defined(KE_JSON_CONVERT_HPP)
 #define KE_JSON_CONVERT_HPP
 
-#include <array>
 #include <initializer_list>
 #include <limits>
 #include <optional>
-#include <tuple>
 #include <utility>
-#include <vector>
 
 namespace ke {
 
@@ -72,10 +69,11 @@ template <class T, class = void>
 inline constexpr bool is_tuple = false;
 template <class T>
 inline constexpr bool is_tuple<T, std::void_t<decltype(std::tuple_size<T>::value)>> = !is_range<T>;
+template <class T, class = void>
+inline constexpr bool is_fixed_array = false;  // std::array, without its header
 template <class T>
-inline constexpr bool is_std_array = false;
-template <class T, std::size_t N>
-inline constexpr bool is_std_array<std::array<T, N>> = true;
+inline constexpr bool is_fixed_array<T, std::void_t<decltype(std::tuple_size<T>::value)>> =
+    is_range<T>;
 template <class T>
 inline constexpr bool is_result = false;
 template <class T>
@@ -231,8 +229,9 @@ made make_tuple_list(const T& tuple, std::index_sequence<I...>) {
     wiq_json_t* const array = wiq_json_array_new(static_cast<i32>(sizeof...(I)), &err);
     if (array == nullptr)
         return made_of(array, err);
+    using std::get;  // and those of the tuple's own namespace
     i32 failed = 0;
-    ((failed = failed != 0 ? failed : store(back_place{array}, std::get<I>(tuple)).code()), ...);
+    ((failed = failed != 0 ? failed : store(back_place{array}, get<I>(tuple)).code()), ...);
     if (failed != 0) {
         wiq_json_unref(array);
         return {nullptr, failed};
@@ -533,16 +532,16 @@ template <class T, std::size_t... I>
 status read_tuple(json_view from, T& to, std::index_sequence<I...>) {
     if (from.size() != static_cast<i32>(sizeof...(I)))
         return WIQ_ERR_WRONG_TYPE;
+    using std::get;
     i32 failed = 0;
-    ((failed = failed != 0 ? failed : read(from[static_cast<i32>(I)], std::get<I>(to)).code()),
-     ...);
+    ((failed = failed != 0 ? failed : read(from[static_cast<i32>(I)], get<I>(to)).code()), ...);
     return failed;
 }
 
 template <class T>
 status read_list(json_view from, T& to) {
     T list{};
-    if constexpr (is_std_array<T>) {
+    if constexpr (is_fixed_array<T>) {
         if (from.size() != static_cast<i32>(list.size()))
             return WIQ_ERR_WRONG_TYPE;
         i32 at = 0;

@@ -10,7 +10,6 @@
 #define KE_JSON_EDIT_HPP
 
 #include <string>
-#include <vector>
 
 namespace ke {
 
@@ -57,13 +56,13 @@ status json_ref::insert(i32 index, V&& value) {
     const i32 size = this->size();
     if (index < 0 || index > size)
         return WIQ_ERR_INDEX_OUT_OF_RANGE;
-    std::vector<json> behind(static_cast<std::size_t>(size - index));
+    detail::fixed_array<json> behind(static_cast<std::size_t>(size - index));
     KE_TRY(push_back(std::forward<V>(value)));
     // From here on the array has room for all, so nothing fails: the elements behind the place are taken
     // off, and come back behind the new one.
     const json added = json(json_view(wiq_json_array_pop_elem(node_)));
-    for (auto last = behind.rbegin(); last != behind.rend(); ++last)
-        *last = json(json_view(wiq_json_array_pop_elem(node_)));
+    for (std::size_t left = behind.size(); left > 0; --left)
+        behind[left - 1] = json(json_view(wiq_json_array_pop_elem(node_)));
     i32 status = wiq_json_array_push_ext(node_, added.node(), nullptr);
     for (const json& element : behind) {
         const i32 pushed = wiq_json_array_push_ext(node_, element.node(), nullptr);
@@ -77,12 +76,12 @@ inline status json_ref::remove_at(const text_arg& key) const noexcept {
 }
 // Gives an array other contents that it holds already: taken off, the elements come back in their new order,
 // for which the array has room.
-inline status json_ref::refill(const std::vector<json>& elements) const noexcept {
+inline status json_ref::refill(const json* elements, std::size_t count) const noexcept {
     while (wiq_json_array_pop_elem(node_) != nullptr) {
     }
     i32 status = 0;
-    for (const json& element : elements) {
-        const i32 pushed = wiq_json_array_push_ext(node_, element.node(), nullptr);
+    for (std::size_t i = 0; i < count; ++i) {
+        const i32 pushed = wiq_json_array_push_ext(node_, elements[i].node(), nullptr);
         status = status != 0 ? status : pushed;
     }
     return status;
@@ -96,10 +95,10 @@ status json_ref::remove_at(I index) const {
     if (place == size - 1)
         return wiq_json_array_pop(node_, 1);
     if (is_weak()) {  // whose order filtering does not keep
-        const auto range = json_view::elements();
-        std::vector<json> kept(range.begin(), range.end());
-        kept.erase(kept.begin() + place);
-        return refill(kept);
+        detail::fixed_array<json> kept(static_cast<std::size_t>(size - 1));
+        for (i32 i = 0; i < size - 1; ++i)
+            kept[static_cast<std::size_t>(i)] = (*this)[i < place ? i : i + 1];
+        return refill(kept.begin(), kept.size());
     }
     return wiq_json_array_filter(
         node_, [](wiq_json_t*, void* left) { return (*static_cast<i32*>(left))-- != 0; }, &place);
@@ -157,44 +156,65 @@ result<i32> json_ref::erase_if(Test&& test) const {
     if (node_ == nullptr)
         return result<i32>::failure(err_empty);
     if (is_object()) {
-        std::vector<std::string> doomed;
-        for (const auto [key, value] : json_view::members()) {
+        const auto range = json_view::members();
+        detail::fixed_array<std::string> doomed(static_cast<std::size_t>(range.size()));
+        std::size_t gone = 0;
+        for (const auto [key, value] : range) {
             if (test(value))
-                doomed.emplace_back(key);
+                doomed[gone++] = key;
         }
-        for (const std::string& key : doomed)
-            KE_TRY(remove_at(key));
-        return static_cast<i32>(doomed.size());
+        for (std::size_t i = 0; i < gone; ++i)
+            KE_TRY(remove_at(doomed[i]));
+        return static_cast<i32>(gone);
     }
     if (!is_array())
         return result<i32>::failure(WIQ_ERR_INVALID_ARG);
-    std::vector<json> kept;
-    std::vector<char> keeps;
+    const std::size_t size = static_cast<std::size_t>(this->size());
+    detail::fixed_array<bool> keeps(size);
+    detail::fixed_array<json> kept(is_weak() ? size : 0);
+    std::size_t at = 0;
+    std::size_t left = 0;
     for (const json_view element : json_view::elements()) {
-        const bool goes = test(element);
-        keeps.push_back(goes ? 0 : 1);
-        if (!goes && is_weak())
-            kept.emplace_back(element);
+        keeps[at] = !test(element);
+        if (keeps[at] && is_weak())
+            kept[left] = element;
+        left += keeps[at++];
     }
-    i32 gone = 0;
-    for (const char keep : keeps)
-        gone += keep == 0;
     if (is_weak()) {  // whose order filtering does not keep
-        KE_TRY(refill(kept));
-        return gone;
+        KE_TRY(refill(kept.begin(), left));
+    } else {
+        struct answers {
+            const bool* next;
+            const bool* end;
+        } given{keeps.begin(), keeps.begin() + at};
+        KE_TRY(status(wiq_json_array_filter(
+            node_,
+            [](wiq_json_t*, void* user) {  // elements that the test appended stay
+                auto* const from = static_cast<answers*>(user);
+                return from->next == from->end || *from->next++;
+            },
+            &given)));
     }
-    const char* answer = keeps.data();
-    KE_TRY(status(wiq_json_array_filter(
-        node_, [](wiq_json_t*, void* user) { return *(*static_cast<const char**>(user))++ != 0; },
-        &answer)));
-    return gone;
+    return static_cast<i32>(size - left);
+}
+
+inline status json_ref::clear() const {
+    if (node_ == nullptr)
+        return err_empty;
+    if (is_array())
+        return wiq_json_array_pop(node_, size());
+    if (!is_object())
+        return WIQ_ERR_INVALID_ARG;
+    for (const auto [key, value] : json_view::members())
+        KE_TRY(status(wiq_json_obj_remove(node_, key.data())));
+    return {};
 }
 
 namespace detail {
 // A stable sort of its own: <algorithm> costs every file that includes this a tenth of a second.
 template <class Less>
-void merge_sort(std::vector<json_view>& list, Less& less) {
-    std::vector<json_view> other(list.size());
+void merge_sort(fixed_array<json_view>& list, Less& less) {
+    fixed_array<json_view> other(list.size());
     for (std::size_t run = 1; run < list.size(); run *= 2) {
         for (std::size_t from = 0; from < list.size(); from += 2 * run) {
             const std::size_t middle = from + run < list.size() ? from + run : list.size();
@@ -219,12 +239,15 @@ status json_ref::sort(Less&& less) const {
     if (!is_array())
         return WIQ_ERR_INVALID_ARG;
     const std::size_t size = static_cast<std::size_t>(this->size());
-    std::vector<json_view> order;
-    order.reserve(size);
+    detail::fixed_array<json_view> order(size);
+    std::size_t at = 0;
     for (const json_view element : json_view::elements())
-        order.push_back(element);
+        order[at++] = element;
     detail::merge_sort(order, less);
-    return refill(std::vector<json>(order.begin(), order.end()));
+    detail::fixed_array<json> sorted(size);
+    for (at = 0; at < size; ++at)
+        sorted[at] = order[at];
+    return refill(sorted.begin(), size);
 }
 
 template <class V>

@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <iterator>
-#include <memory>
 
 namespace ke {
 
@@ -19,12 +18,67 @@ namespace ke {
  *  @{ */
 
 namespace detail {
+
 // What `iterator->` gives for an iterator that makes its values.
 template <class T>
 struct arrow {
     T value;
     T* operator->() noexcept { return &value; }
 };
+
+// A place in a list, and how a value is made of it. A random access iterator in the sense of C++20, and an
+// input iterator in that of C++17, since it gives values, not references.
+template <class List, class Value, Value (*Get)(List*, i32)>
+class list_iterator {
+  public:
+    using iterator_concept = std::random_access_iterator_tag;
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Value;
+    using difference_type = std::ptrdiff_t;
+    using pointer = arrow<Value>;
+    using reference = Value;
+
+    list_iterator() noexcept = default;
+    list_iterator(List* list, i32 index) noexcept : list_(list), index_(index) {}
+    Value operator*() const noexcept { return Get(list_, index_); }
+    pointer operator->() const noexcept { return {**this}; }
+    Value operator[](difference_type offset) const noexcept { return *(*this + offset); }
+    list_iterator& operator++() noexcept { return *this += 1; }
+    list_iterator& operator--() noexcept { return *this -= 1; }
+    list_iterator operator++(int) noexcept { return {list_, index_++}; }
+    list_iterator operator--(int) noexcept { return {list_, index_--}; }
+    list_iterator& operator+=(difference_type n) noexcept {
+        index_ += static_cast<i32>(n);
+        return *this;
+    }
+    list_iterator& operator-=(difference_type n) noexcept { return *this += -n; }
+    friend list_iterator operator+(list_iterator a, difference_type n) noexcept { return a += n; }
+    friend list_iterator operator+(difference_type n, list_iterator a) noexcept { return a += n; }
+    friend list_iterator operator-(list_iterator a, difference_type n) noexcept { return a -= n; }
+    friend difference_type operator-(list_iterator a, list_iterator b) noexcept {
+        return a.index_ - b.index_;
+    }
+    friend bool operator==(list_iterator a, list_iterator b) noexcept { return a - b == 0; }
+    friend bool operator!=(list_iterator a, list_iterator b) noexcept { return a - b != 0; }
+    friend bool operator<(list_iterator a, list_iterator b) noexcept { return a - b < 0; }
+    friend bool operator>(list_iterator a, list_iterator b) noexcept { return a - b > 0; }
+    friend bool operator<=(list_iterator a, list_iterator b) noexcept { return a - b <= 0; }
+    friend bool operator>=(list_iterator a, list_iterator b) noexcept { return a - b >= 0; }
+
+  private:
+    List* list_ = nullptr;
+    i32 index_ = 0;
+};
+
+// A member as the C interface tells of it.
+struct member_entry {
+    const char* key;
+    wiq_json_t* child;
+};
+struct delete_entries {
+    void operator()(const member_entry* list) const noexcept { delete[] list; }
+};
+
 }  // namespace detail
 
 /**
@@ -34,63 +88,12 @@ struct arrow {
  */
 template <class View>
 class json_elements {
+    static View get(wiq_json_t* array, i32 index) noexcept {
+        return View(wiq_json_array_get_ext(array, index, 0, nullptr));
+    }
+
   public:
-    /** Walks by index. */
-    class iterator {
-      public:
-        /** @name What the standard asks of an iterator
-         *  @{ */
-        /** What the standard asks of an iterator. */
-        using iterator_concept = std::random_access_iterator_tag;
-        using iterator_category = std::input_iterator_tag;
-        using value_type = View;
-        using difference_type = std::ptrdiff_t;
-        using pointer = detail::arrow<View>;
-        using reference = View;
-
-        iterator() noexcept = default;
-        iterator(wiq_json_t* array, i32 index) noexcept : array_(array), index_(index) {}
-        View operator*() const noexcept { return (*this)[0]; }
-        pointer operator->() const noexcept { return {**this}; }
-        View operator[](difference_type offset) const noexcept {
-            return View(
-                wiq_json_array_get_ext(array_, index_ + static_cast<i32>(offset), 0, nullptr));
-        }
-        iterator& operator++() noexcept { return *this += 1; }
-        iterator& operator--() noexcept { return *this -= 1; }
-        iterator operator++(int) noexcept {
-            const iterator before = *this;
-            ++index_;
-            return before;
-        }
-        iterator operator--(int) noexcept {
-            const iterator before = *this;
-            --index_;
-            return before;
-        }
-        iterator& operator+=(difference_type n) noexcept {
-            index_ += static_cast<i32>(n);
-            return *this;
-        }
-        iterator& operator-=(difference_type n) noexcept { return *this += -n; }
-        friend iterator operator+(iterator a, difference_type n) noexcept { return a += n; }
-        friend iterator operator+(difference_type n, iterator a) noexcept { return a += n; }
-        friend iterator operator-(iterator a, difference_type n) noexcept { return a -= n; }
-        friend difference_type operator-(iterator a, iterator b) noexcept {
-            return a.index_ - b.index_;
-        }
-        friend bool operator==(iterator a, iterator b) noexcept { return a.index_ == b.index_; }
-        friend bool operator!=(iterator a, iterator b) noexcept { return a.index_ != b.index_; }
-        friend bool operator<(iterator a, iterator b) noexcept { return a.index_ < b.index_; }
-        friend bool operator>(iterator a, iterator b) noexcept { return a.index_ > b.index_; }
-        friend bool operator<=(iterator a, iterator b) noexcept { return a.index_ <= b.index_; }
-        friend bool operator>=(iterator a, iterator b) noexcept { return a.index_ >= b.index_; }
-        /** @} */
-
-      private:
-        wiq_json_t* array_ = nullptr;
-        i32 index_ = 0;
-    };
+    using iterator = detail::list_iterator<wiq_json_t, View, get>; /**< walks by index */
     using const_iterator = iterator; /**< the same: the elements are views */
 
     /** No elements. */
@@ -119,60 +122,18 @@ struct json_member {
 
 /**
  * The members of an object as they were when the range was made. Values may be replaced and the member at
- * hand removed on the way; a member that is removed ahead of the walk must not be met.
+ * hand removed on the way; a member that is removed ahead of the walk must not be met. Its iterators are as
+ * those of json_elements, and valid as long as the range is.
  */
 template <class View>
 class json_members {
-    struct entry {
-        const char* key;
-        wiq_json_t* child;
-    };
+    using entry = const detail::member_entry;
+    static json_member<View> get(entry* list, i32 index) noexcept {
+        return {list[index].key, View(list[index].child)};
+    }
 
   public:
-    /** Walks the list; valid as long as the range is. */
-    class iterator {
-      public:
-        /** @name What the standard asks of an iterator
-         *  @{ */
-        /** What the standard asks of an iterator. */
-        using iterator_concept = std::random_access_iterator_tag;
-        using iterator_category = std::input_iterator_tag;
-        using value_type = json_member<View>;
-        using difference_type = std::ptrdiff_t;
-        using pointer = detail::arrow<value_type>;
-        using reference = value_type;
-
-        iterator() noexcept = default;
-        explicit iterator(const void* at) noexcept : at_(static_cast<const entry*>(at)) {}
-        value_type operator*() const noexcept { return (*this)[0]; }
-        pointer operator->() const noexcept { return {**this}; }
-        value_type operator[](difference_type n) const noexcept {
-            return {at_[n].key, View(at_[n].child)};
-        }
-        iterator& operator++() noexcept { return *this += 1; }
-        iterator& operator--() noexcept { return *this -= 1; }
-        iterator operator++(int) noexcept { return iterator(at_++); }
-        iterator operator--(int) noexcept { return iterator(at_--); }
-        iterator& operator+=(difference_type n) noexcept {
-            at_ += n;
-            return *this;
-        }
-        iterator& operator-=(difference_type n) noexcept { return *this += -n; }
-        friend iterator operator+(iterator a, difference_type n) noexcept { return a += n; }
-        friend iterator operator+(difference_type n, iterator a) noexcept { return a += n; }
-        friend iterator operator-(iterator a, difference_type n) noexcept { return a -= n; }
-        friend difference_type operator-(iterator a, iterator b) noexcept { return a.at_ - b.at_; }
-        friend bool operator==(iterator a, iterator b) noexcept { return a.at_ == b.at_; }
-        friend bool operator!=(iterator a, iterator b) noexcept { return a.at_ != b.at_; }
-        friend bool operator<(iterator a, iterator b) noexcept { return a.at_ < b.at_; }
-        friend bool operator>(iterator a, iterator b) noexcept { return a.at_ > b.at_; }
-        friend bool operator<=(iterator a, iterator b) noexcept { return a.at_ <= b.at_; }
-        friend bool operator>=(iterator a, iterator b) noexcept { return a.at_ >= b.at_; }
-        /** @} */
-
-      private:
-        const entry* at_ = nullptr;
-    };
+    using iterator = detail::list_iterator<entry, json_member<View>, get>; /**< walks the list */
     using const_iterator = iterator; /**< the same: the members are views */
 
     /** No members. */
@@ -181,19 +142,14 @@ class json_members {
     explicit json_members(json_view object) : object_(object) {
         const i32 size = object.is_object() ? object.size() : 0;
         if (size > kInside)
-            many_.reset(new entry[static_cast<std::size_t>(size)]);
+            many_.reset(new detail::member_entry[static_cast<std::size_t>(size)]);
         if (size > 0)
             wiq_json_obj_foreach(object.node(), add, this);
     }
     /** A move hands the list over; a copy makes none. */
-    json_members(json_members&& other) noexcept
-        : object_(std::move(other.object_)), many_(std::move(other.many_)), size_(other.size_) {
-        if (!many_)
-            std::memcpy(few_, other.few_, sizeof few_);
-        other.size_ = 0;
-    }
+    json_members(json_members&& other) noexcept { *this = std::move(other); }
     /** A move hands the list over. */
-    json_members& operator=(json_members&& other) noexcept {
+    json_members& operator=(json_members&& other) & noexcept {
         if (this != &other) {
             object_ = std::move(other.object_);
             many_ = std::move(other.many_);
@@ -205,9 +161,9 @@ class json_members {
         return *this;
     }
     /** The first member. */
-    iterator begin() const noexcept { return iterator(list()); }
+    iterator begin() const noexcept { return {list(), 0}; }
     /** Behind the last one. */
-    iterator end() const noexcept { return iterator(list() + size_); }
+    iterator end() const noexcept { return {list(), size_}; }
     /** How many there are. */
     i32 size() const noexcept { return size_; }
     /** Whether there are none. */
@@ -221,12 +177,12 @@ class json_members {
         (self->many_ ? self->many_.get() : self->few_)[self->size_++] = {key, child};
         return true;
     }
-    const entry* list() const noexcept { return many_ ? many_.get() : few_; }
+    entry* list() const noexcept { return many_ ? many_.get() : few_; }
 
     json object_;
-    std::unique_ptr<entry[]> many_;
+    owned<detail::member_entry, detail::delete_entries> many_;
     i32 size_ = 0;
-    entry few_[kInside] = {};
+    detail::member_entry few_[kInside] = {};
 };
 
 inline json_elements<json_view> json_view::elements() const {

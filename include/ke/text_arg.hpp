@@ -9,26 +9,17 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
+#include "ke/owned.hpp"
 #include "ke/status.hpp"
 
 namespace ke {
 
 /** @addtogroup cpp
  *  @{ */
-
-namespace detail {
-struct free_memory {
-    void operator()(void* block) const noexcept { std::free(block); }
-};
-}  // namespace detail
-
-/** A string from the library, released with free(). */
-using c_text = std::unique_ptr<char, detail::free_memory>;
 
 /**
  * A text on its way into a call. `const char*`, literals and `std::string` are passed as they are; a
