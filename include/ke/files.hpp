@@ -39,7 +39,7 @@ namespace detail {
 struct close_stream {
     void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
 };
-inline result<std::string> owned(char* text, i32 otherwise) {
+inline result<std::string> taken_text(char* text, i32 otherwise) {
     const c_text owner(text);
     return text != nullptr ? result<std::string>(std::string(text))
                            : result<std::string>::failure(otherwise);
@@ -211,11 +211,11 @@ inline bool has_access(const text_arg& path, access_mode mode = access_mode::exi
 }
 /** The directory of the running executable. */
 inline result<std::string> install_dir() {
-    return detail::owned(wiq_install_dir(), WIQ_ERR_NOT_FOUND);
+    return detail::taken_text(wiq_install_dir(), WIQ_ERR_NOT_FOUND);
 }
 /** The user's home directory. */
 inline result<std::string> home_dir() {
-    return detail::owned(wiq_home_dir(), WIQ_ERR_NOT_FOUND);
+    return detail::taken_text(wiq_home_dir(), WIQ_ERR_NOT_FOUND);
 }
 /** @} */
 
@@ -263,7 +263,7 @@ result<std::string> join_path(const Parts&... parts) {
 inline result<std::string> to_utf8(const std::wstring& wide) {
     u32 err = 0;
     char* const text = narrow(wide.c_str(), &err);
-    return detail::owned(text, err == 8 ? WIQ_ERR_NO_MEMORY : WIQ_ERR_ENCODING);
+    return detail::taken_text(text, err == 8 ? WIQ_ERR_NO_MEMORY : WIQ_ERR_ENCODING);
 }
 /** UTF-8 as wide text; what is invalid becomes U+FFFD. */
 inline result<std::wstring> to_wide(const text_arg& text) {
@@ -282,7 +282,7 @@ inline result<std::wstring> to_wide(const text_arg& text) {
 inline result<std::string> schema_name(const text_arg& command, bool input) {
     u32 err = 0;
     char* const name = wiq_schema_filename(command.c_str(), input, &err);
-    return detail::owned(name, err != 0 ? static_cast<i32>(err) : WIQ_ERR_INVALID_ARG);
+    return detail::taken_text(name, err != 0 ? static_cast<i32>(err) : WIQ_ERR_INVALID_ARG);
 }
 /** Opens a schema file beside the running executable. */
 inline result<file> open_schema(const text_arg& name) {
