@@ -44,4 +44,7 @@ if(KE_PDB)
   add_custom_command(TARGET ke_utils POST_BUILD
     COMMAND ${KE_STRIP} --strip-debug $<TARGET_FILE:ke_utils> VERBATIM)
   set_property(TARGET ke_utils APPEND PROPERTY ADDITIONAL_CLEAN_FILES ${pdb})
+  # No PDB holds what the static library would bring, and its records name the folder of the build.
+  add_custom_command(TARGET ke_utils_static POST_BUILD
+    COMMAND ${KE_STRIP} --strip-debug $<TARGET_FILE:ke_utils_static> VERBATIM)
 endif()
