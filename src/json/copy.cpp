@@ -2,6 +2,7 @@
 // the copy follows its parent links.
 
 #include "containers/small_stack.h"
+#include "json/chain_index.h"
 #include "json/node.h"
 
 namespace ke::json {
@@ -98,9 +99,7 @@ i32 copy_members(OpenSource* source, ObjectNode* parent, Inside* inside) {
             wiq_json_delete_impl(copy);
             return WIQ_ERR_NO_MEMORY;
         }
-        Members& members = parent->members;
-        append_to_chain(&members.buckets[bucket_of(key.hash, members.mask)], placed);
-        ++members.size;
+        append_member(&parent->members, placed);
         settle(parent, placed, copy);
         if (is_container(copy)) {
             *inside = {member->child, copy};

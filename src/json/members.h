@@ -88,7 +88,13 @@ inline bool has_key(const Member* member, const Key& key) {
            memcmp(member->key(), key.text, key.length) == 0;
 }
 
-// The link to the member with this key, or the end of the chain where it would be. For a table that is
+// A chain has no more members than this unless the keys were chosen for it: then it gets an index
+// (chain_index.h).
+constexpr u32 kLongChain = 16;
+// Few chains have more members than this. A search that has passed so many asks for an index.
+constexpr u32 kShortChain = 4;
+
+// The link to the member with this key, or the end of the chain where it would be, by a walk. For a table that is
 // there.
 inline Member** slot_of(const Members& members, const Key& key) {
     Member** slot = &members.buckets[bucket_of(key.hash, members.mask)];
@@ -96,9 +102,34 @@ inline Member** slot_of(const Members& members, const Key& key) {
         slot = &(*slot)->next;
     return slot;
 }
+// The same; if it is behind so many other members, the link behind these.
+inline Member** slot_within(const Members& members, const Key& key, u32 limit) {
+    Member** slot = &members.buckets[bucket_of(key.hash, members.mask)];
+    for (; *slot != nullptr && !has_key(*slot, key) && limit != 0; --limit)
+        slot = &(*slot)->next;
+    return slot;
+}
+
+// The rest of a search that has passed that many members and come to this one.
+Member* find_behind(const Members& members, const Key& key, Member* from);
+Member** slot_behind(const Members& members, const Key& key, Member** from);
+
+// As slot_of(), for a key that may be added: a long chain gets an index, if there is memory for it.
+inline Member** slot_to_add(const Members& members, const Key& key) {
+    Member** slot = slot_within(members, key, kShortChain);
+    return *slot == nullptr || has_key(*slot, key) ? slot : slot_behind(members, key, slot);
+}
 
 inline Member* find(const Members& members, const Key& key) {
-    return members.size == 0 ? nullptr : *slot_of(members, key);
+    if (members.size == 0)
+        return nullptr;
+    Member* member = members.buckets[bucket_of(key.hash, members.mask)];
+    for (u32 left = kShortChain; member != nullptr && !has_key(member, key); --left) {
+        if (left == 0)
+            return find_behind(members, key, member);
+        member = member->next;
+    }
+    return member;
 }
 
 // Members in the order of a wiq_map's walk: nullptr at the end. The object must not change in between.
@@ -112,11 +143,6 @@ inline Member* next(const Members& members, const Member* member) {
 // Makes a member of a block of at least sizeof(Member) and the key's length and 1 bytes: a copy of the key,
 // and no child.
 Member* make_member(void* block, const Key& key);
-
-// Takes a member out of its chain; the size is the caller's to lower, and so is the member.
-inline void unlink_member(Members* members, const Member* member) {
-    remove_from_chain(&members->buckets[bucket_of(member->hash, members->mask)], member);
-}
 
 // A table has no more buckets than its mask can tell and an i32 can number half of.
 constexpr u64 kMostBuckets = u64{1} << 31;
@@ -133,7 +159,7 @@ constexpr u64 grown_buckets(u64 size) {
 }
 
 // Fills an empty table of grown_buckets(count) buckets as adding the members one by one would have: false,
-// with the table to be thrown away, if two of them have the same key.
+// with the table to be thrown away, if two of them have the same key, or many of them one chain.
 bool build_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json

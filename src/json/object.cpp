@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "json/chain_index.h"
 #include "json/node.h"
 
 namespace ke::json {
@@ -32,15 +33,27 @@ wiq_json_t* make_object(i32 capacity, u8 flags, u32* err) {
     return obj;
 }
 
-// Makes room behind an object's buckets for as many more; false without memory.
-bool extend_table(ObjectNode* obj) {
+static_assert(kFewPlaces < kLeastIndexed);
+
+// Doubles an object's table: false without memory, with nothing changed.
+bool grow_table(ObjectNode* obj) {
     Members& members = obj->members;
-    const size_t size = (size_t{members.mask} + 1) * sizeof(Member*);
-    Member** buckets = grown_table(obj, members.buckets, size, 2 * size);
+    const u64 count = u64{members.mask} + 1;
+    ChainIndex* index = index_of(members);
+    Member** buckets = grown_table(obj, members.buckets, count * sizeof(Member*),
+                                   places_of_table(2 * count) * sizeof(Member*));
     if (buckets == nullptr) {
         return false;
     }
+    split_chains(buckets, count);
     members.buckets = buckets;
+    members.mask = static_cast<u32>(2 * count - 1);
+    if (2 * count >= kLeastIndexed) {
+        *index_place(members) = nullptr;
+    }
+    if (index != nullptr) {
+        index_again(&members, index, count);
+    }
     return true;
 }
 
@@ -50,27 +63,19 @@ Member** place_of_key(ObjectNode* obj, const Key& key) {
     if (obj->members.buckets == nullptr && make_table(obj, 2) != 0) {
         return nullptr;
     }
-    return slot_of(obj->members, key);
+    return slot_to_add(obj->members, key);
 }
 
 // Puts a member at the end of its chain: 0, or -5000 with nothing changed.
-i32 link_member(ObjectNode* obj, Member** end, Member* member) {
+i32 add_member(ObjectNode* obj, Member** end, Member* member) {
     Members* members = &obj->members;
-    // The new member takes its place in the old table first: growth then moves it with the others.
-    member->next = nullptr;
-    *end = member;
     const u64 count = u64{members->mask} + 1;
-    if (members->size < load_limit(count)) {
-        ++members->size;
-        return 0;
-    }
-    if (count == kMostBuckets || !extend_table(obj)) {
+    // The new member takes its place in the old table first: growth then moves it with the others.
+    link_member(members, end, member);
+    if (members->size > load_limit(count) && (count == kMostBuckets || !grow_table(obj))) {
         unlink_member(members, member);
         return WIQ_ERR_NO_MEMORY;
     }
-    ++members->size;
-    split_chains(members->buckets, count);
-    members->mask = static_cast<u32>(2 * count - 1);
     return 0;
 }
 
@@ -100,7 +105,7 @@ i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
         return 0;
     }
     Member* member = new_member(key);
-    if (member == nullptr || link_member(obj, place, member) != 0) {
+    if (member == nullptr || add_member(obj, place, member) != 0) {
         std::free(member);
         return WIQ_ERR_NO_MEMORY;
     }
@@ -139,7 +144,7 @@ wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
         return nullptr;
     }
     Member* member = member_of(node, key);
-    if (member == nullptr || link_member(obj, place, member) != 0) {
+    if (member == nullptr || add_member(obj, place, member) != 0) {
         std::free(node->home == 0 ? member : nullptr);
         free_node(node);
         return nullptr;
@@ -178,7 +183,7 @@ i32 make_table(ObjectNode* obj, u64 buckets) {
     if (buckets > kMostBuckets) {
         return WIQ_ERR_NO_MEMORY;
     }
-    auto** table = static_cast<Member**>(std::calloc(buckets, sizeof(Member*)));
+    auto** table = static_cast<Member**>(std::calloc(places_of_table(buckets), sizeof(Member*)));
     if (table == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
@@ -199,10 +204,9 @@ i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child) {
     }
     Member* old = *place;
     if (old != nullptr) {
-        member->next = old->next;
-        *place = member;
+        replace_member(obj->members, place, member);
         release_member(obj, old);
-    } else if (link_member(obj, place, member) != 0) {
+    } else if (add_member(obj, place, member) != 0) {
         return WIQ_ERR_NO_MEMORY;
     }
     settle(obj, member, child);
@@ -223,7 +227,6 @@ wiq_json* find_child(const ObjectNode* obj, const char* key) {
 wiq_json* take_member(ObjectNode* obj, Member* member) {
     wiq_json* child = member->child;
     unlink_member(&obj->members, member);
-    --obj->members.size;
     free_member(member);
     return child;
 }
@@ -384,7 +387,6 @@ i32 wiq_json_obj_remove(wiq_json_t* obj, const char* key) {
         return WIQ_ERR_INVALID_ARG;
     }
     unlink_member(&object->members, member);
-    --object->members.size;
     release_member(object, member);
     return 0;
 }

@@ -10,6 +10,7 @@
 #include <bit>
 #include <cstdlib>
 
+#include "json/chain_index.h"
 #include "json/node.h"
 
 namespace ke::json {
@@ -102,6 +103,7 @@ void chain_members(Members* members) {
             member = next;
         }
     }
+    drop_index(*members);
     std::free(members->buckets);
     members->chain = chain;
     members->mask = kChainedMembers;
@@ -218,7 +220,10 @@ void drop_table(wiq_json* container) {
         elems = {};
     } else {
         Members& members = as<ObjectNode>(container)->members;
-        std::free(behind ? nullptr : members.buckets);
+        if (!behind) {
+            drop_index(members);
+            std::free(members.buckets);
+        }
         members = {};
     }
     container->table_behind = 0;

@@ -24,6 +24,12 @@ void aligned_free(void* ptr);
 // A positive number that no other living thread of this process has.
 i32 thread_id();
 
+// --- Secrets -----------------------------------------------------------------------------------------
+
+// A number that nobody outside of the process can guess. If the system has none to give, one that is at least
+// different in each process.
+u64 random_u64();
+
 // --- Time --------------------------------------------------------------------------------------------
 
 void sleep_ms(u32 ms);

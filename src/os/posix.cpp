@@ -1,6 +1,7 @@
 // The seam's memory, time and formatting on POSIX systems. Files are in posix_files.cpp, text encoding in
 // posix_encoding.cpp.
 #include <locale.h>
+#include <sys/random.h>
 #include <time.h>
 #include <unistd.h>
 #include <cerrno>
@@ -24,6 +25,18 @@ void aligned_free(void* ptr) {
 
 i32 thread_id() {
     return gettid();
+}
+
+u64 random_u64() {
+    u64 number = 0;
+    if (getrandom(&number, sizeof(number), 0) == static_cast<ssize_t>(sizeof(number)))
+        return number;
+    // Addresses are different in each process, too.
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    number = static_cast<u64>(now.tv_nsec) << 32 ^ static_cast<u64>(now.tv_sec) ^
+             static_cast<u64>(getpid());
+    return number ^ reinterpret_cast<u64>(&number);
 }
 
 void sleep_ms(u32 ms) {

@@ -1,5 +1,6 @@
 // The seam's memory, time and formatting on Windows, over the runtime's own functions. Files and text
 // encoding are in windows_files.cpp.
+#define _CRT_RAND_S
 #include <windows.h>
 
 #include <malloc.h>
@@ -24,6 +25,18 @@ void aligned_free(void* ptr) {
 
 i32 thread_id() {
     return static_cast<i32>(GetCurrentThreadId());
+}
+
+u64 random_u64() {
+    unsigned high = 0;
+    unsigned low = 0;
+    if (rand_s(&high) == 0 && rand_s(&low) == 0)
+        return u64{high} << 32 | low;
+    // Addresses are different in each process, too.
+    LARGE_INTEGER now;
+    QueryPerformanceCounter(&now);
+    const u64 number = static_cast<u64>(now.QuadPart) << 32 ^ GetCurrentProcessId();
+    return number ^ reinterpret_cast<u64>(&now);
 }
 
 void sleep_ms(u32 ms) {

@@ -1,0 +1,195 @@
+// See chain_index.h.
+
+#include "json/chain_index.h"
+
+#include <atomic>
+#include <cstdlib>
+
+#include "containers/siphash.h"
+#include "os/os.h"
+
+namespace ke::json {
+namespace {
+
+// The secret key, drawn when a word of it is first asked for. Threads that draw at once agree on the first one.
+u64 secret_word(std::atomic<u64>* word) {
+    u64 value = word->load(std::memory_order_relaxed);
+    if (value == 0) {
+        u64 drawn = os::random_u64() | 1;
+        if (word->compare_exchange_strong(value, drawn, std::memory_order_relaxed))
+            value = drawn;
+    }
+    return value;
+}
+
+std::atomic<u64> g_secret0;
+std::atomic<u64> g_secret1;
+
+// Whether a chain has members behind its first kLongChain ones.
+bool is_long(const Member* chain) {
+    for (u32 passed = 0; chain != nullptr; chain = chain->next) {
+        if (++passed > kLongChain)
+            return true;
+    }
+    return false;
+}
+
+// The index over a chain, if it can be had: nullptr in a small table and without memory.
+ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
+    if (u64{members.mask} + 1 < kLeastIndexed)
+        return nullptr;
+    ChainIndex** index = index_place(members);
+    if (*index == nullptr)
+        *index = ChainIndex::make(u64{members.mask} + 1);
+    if (*index != nullptr && !(*index)->covers(bucket))
+        (*index)->cover(members.buckets[bucket], bucket);
+    return *index;
+}
+
+}  // namespace
+
+ChainIndex* ChainIndex::make(u64 buckets) {
+    const size_t size =
+        sizeof(ChainIndex) + 2 * buckets * sizeof(u32) + (load_limit(buckets) + 1) * sizeof(Entry);
+    // The entries of a large one are in memory that nobody touches before they are used.
+    auto* index = static_cast<ChainIndex*>(calloc(1, size));
+    if (index != nullptr)
+        index->buckets_ = buckets;
+    return index;
+}
+
+u32 ChainIndex::secret_hash(const Key& key) {
+    const SipKey secret = {secret_word(&g_secret0), secret_word(&g_secret1)};
+    return static_cast<u32>(siphash13(secret, key.text, key.length));
+}
+
+const ChainIndex::Entry* ChainIndex::entry_of(const Key& key) const {
+    const u32 hash = secret_hash(key);
+    for (u32 number = *head_of(hash); number != 0; number = entry(number)->link) {
+        const Entry* found = entry(number);
+        if (found->hash == hash && has_key(found->member, key))
+            return found;
+    }
+    return nullptr;
+}
+
+Member* ChainIndex::find(const Key& key) const {
+    const Entry* found = entry_of(key);
+    return found != nullptr ? found->member : nullptr;
+}
+
+Member** ChainIndex::slot_of(const Members& members, const Key& key) const {
+    const u64 bucket = bucket_of(key.hash, members.mask);
+    const Entry* found = entry_of(key);
+    if (found == nullptr)
+        return end_of(bucket);
+    return found->before != 0 ? &entry(found->before)->member->next : &members.buckets[bucket];
+}
+
+void ChainIndex::cover(Member* chain, u64 bucket) {
+    for (; chain != nullptr; chain = chain->next)
+        append(chain, bucket);
+}
+
+void ChainIndex::cover_again(const ChainIndex& old, u64 old_bucket, u64 bucket) {
+    for (u32 number = old.tails()[old_bucket]; number != 0; number = old.entry(number)->before) {
+        const Entry* one = old.entry(number);
+        if (bucket_of(one->member->hash, buckets_ - 1) == bucket)
+            append(one->member, bucket, one->hash);
+    }
+}
+
+// No more members have an entry than the table takes before it grows, and one that makes it grow: so there is an
+// entry left.
+void ChainIndex::append(Member* member, u64 bucket, u32 hash) {
+    u32 number = free_;
+    if (number != 0)
+        free_ = entry(number)->link;
+    else
+        number = ++used_;
+    u32* head = head_of(hash);
+    u32* tail = &tails()[bucket];
+    *entry(number) = {member, hash, *head, *tail, 0};
+    if (*tail != 0)
+        entry(*tail)->behind = number;
+    *head = number;
+    *tail = number;
+}
+
+u32* ChainIndex::link_to(const Member* member) const {
+    u32* link = head_of(secret_hash(Key(member)));
+    while (entry(*link)->member != member)
+        link = &entry(*link)->link;
+    return link;
+}
+
+void ChainIndex::unlink(Members* members, const Member* member) {
+    const u64 bucket = bucket_of(member->hash, members->mask);
+    u32* link = link_to(member);
+    const u32 number = *link;
+    Entry* gone = entry(number);
+    *link = gone->link;
+    *(gone->before != 0 ? &entry(gone->before)->member->next : &members->buckets[bucket]) =
+        member->next;
+    if (gone->before != 0)
+        entry(gone->before)->behind = gone->behind;
+    *(gone->behind != 0 ? &entry(gone->behind)->before : &tails()[bucket]) = gone->before;
+    gone->link = free_;
+    free_ = number;
+}
+
+Member* find_behind(const Members& members, const Key& key, Member* from) {
+    const ChainIndex* index = index_over(members, bucket_of(key.hash, members.mask));
+    if (index != nullptr)
+        return index->find(key);
+    while (from != nullptr && !has_key(from, key))
+        from = from->next;
+    return from;
+}
+
+Member** slot_behind(const Members& members, const Key& key, Member** from) {
+    const u64 bucket = bucket_of(key.hash, members.mask);
+    const ChainIndex* index = index_over(members, bucket);
+    if (index == nullptr && is_long(members.buckets[bucket]))
+        index = index_to_add_to(members, bucket);
+    if (index != nullptr)
+        return index->slot_of(members, key);
+    while (*from != nullptr && !has_key(*from, key))
+        from = &(*from)->next;
+    return from;
+}
+
+void append_member(Members* members, Member* member) {
+    const u64 bucket = bucket_of(member->hash, members->mask);
+    Member** end = &members->buckets[bucket];
+    for (u32 passed = 0; *end != nullptr; end = &(*end)->next) {
+        if (passed++ != kLongChain)
+            continue;
+        if (const ChainIndex* index = index_to_add_to(*members, bucket)) {
+            end = index->end_of(bucket);
+            break;
+        }
+    }
+    link_member(members, end, member);
+}
+
+void index_again(Members* members, ChainIndex* old, u64 old_buckets) {
+    ChainIndex* index = ChainIndex::make(2 * old_buckets);
+    *index_place(*members) = index;
+    for (u64 from = 0; index != nullptr && from < old_buckets; ++from) {
+        if (!old->covers(from))
+            continue;
+        for (const u64 bucket : {from, from + old_buckets}) {
+            if (is_long(members->buckets[bucket]))
+                index->cover_again(*old, from, bucket);
+        }
+    }
+    free(old);
+}
+
+void free_index(const Members& members) {
+    if (members.buckets != nullptr)
+        free(*index_place(members));
+}
+
+}  // namespace ke::json

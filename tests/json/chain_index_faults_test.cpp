@@ -1,0 +1,126 @@
+// Objects with long chains while memory fails: without memory for an index the chain is searched step by step,
+// and nothing else fails.
+#include <gtest/gtest.h>
+
+#include "json/chain_index.h"
+#include "json/node.h"
+#include "json/tree.h"
+#include "support/alloc_faults.h"
+#include "support/colliding_keys.h"
+
+namespace {
+
+using ke::json::index_of;
+using tree::Tree;
+
+bool has_index(const Tree& obj) {
+    return index_of(ke::json::to_object(obj.get())->members) != nullptr;
+}
+
+void expect_all(const wiq_json_t* obj, const std::vector<std::string>& keys, size_t count) {
+    ASSERT_EQ(wiq_json_obj_size(obj), static_cast<i32>(count));
+    for (size_t i = 0; i < keys.size(); ++i)
+        ASSERT_EQ(wiq_json_obj_has_key(obj, keys[i].c_str()), i < count) << i;
+}
+
+TEST(JsonChainIndexFaults, OnlyLongChainsHaveOne) {
+    std::vector<std::string> keys = colliding::keys(17);
+    for (const std::string& key : colliding::ordinary_keys(2000))
+        keys.push_back(key);
+    const std::string chain_at_16 = colliding::object_text({keys.begin() + 1, keys.end()});
+    const Tree ordinary(wiq_json_loads(chain_at_16.c_str(), 0, nullptr));
+    EXPECT_FALSE(has_index(ordinary));
+    const Tree copy(wiq_json_copy(ordinary.get(), nullptr));
+    EXPECT_FALSE(has_index(copy));
+    // The chain's 17th member comes by a walk, the next one finds a long chain.
+    ASSERT_NE(wiq_json_obj_put_null(copy.get(), keys[0].c_str(), nullptr), nullptr);
+    ASSERT_NE(wiq_json_obj_put_null(copy.get(), colliding::keys(18)[17].c_str(), nullptr), nullptr);
+    EXPECT_TRUE(has_index(copy));
+    const Tree again(wiq_json_copy(copy.get(), nullptr));
+    EXPECT_TRUE(has_index(again));
+}
+
+// Every allocation of building an object member by member. When a member's memory fails, the object is as it was;
+// when the index's fails, the member is there all the same.
+TEST(JsonChainIndexFaults, Building) {
+    const std::vector<std::string> keys = colliding::keys(150);
+    size_t without_index = 0;
+    SweepAllocations([&](AllocFaults& faults) {
+        const Tree obj(wiq_json_obj_new(0, nullptr));
+        size_t count = 0;
+        faults.arm();
+        while (count < keys.size() &&
+               wiq_json_obj_put_i64(obj.get(), keys[count].c_str(), 1, nullptr) != nullptr)
+            ++count;
+        faults.disarm();
+        expect_all(obj.get(), keys, count);
+        if (faults.fired() && count == keys.size())
+            ++without_index;
+        else
+            EXPECT_EQ(count == keys.size(), !faults.fired());
+        EXPECT_TRUE(has_index(obj) || count < 97 || faults.fired());
+        // What was missed is made up for by the next addition to the chain.
+        for (; count < keys.size(); ++count)
+            ASSERT_NE(wiq_json_obj_put_i64(obj.get(), keys[count].c_str(), 1, nullptr), nullptr);
+        ASSERT_NE(wiq_json_obj_put_i64(obj.get(), "ordinary", 1, nullptr), nullptr);
+        for (size_t i = keys.size(); i-- > 0;) {
+            ASSERT_EQ(wiq_json_obj_remove(obj.get(), keys[i].c_str()), 0);
+            ASSERT_FALSE(wiq_json_obj_has_key(obj.get(), keys[i].c_str()));
+        }
+        EXPECT_EQ(wiq_json_obj_size(obj.get()), 1);
+    });
+    EXPECT_GE(without_index, 2u) << "the first index, and the one of the grown table";
+}
+
+TEST(JsonChainIndexFaults, ParsingAndCopying) {
+    const std::vector<std::string> keys = colliding::keys(200);
+    const std::string text = colliding::object_text(keys);
+    size_t without_index = 0;
+    SweepAllocations([&](AllocFaults& faults) {
+        faults.arm();
+        const Tree obj(wiq_json_loads(text.c_str(), 0, nullptr));
+        faults.disarm();
+        ASSERT_TRUE(obj != nullptr || faults.fired());
+        if (obj != nullptr)
+            expect_all(obj.get(), keys, keys.size());
+        without_index += faults.fired() && obj != nullptr ? 1 : 0;
+    });
+    EXPECT_GE(without_index, 2u);
+    const Tree obj(wiq_json_loads(text.c_str(), 0, nullptr));
+    without_index = 0;
+    SweepAllocations([&](AllocFaults& faults) {
+        u32 err = 0;
+        faults.arm();
+        const Tree copy(wiq_json_copy(obj.get(), &err));
+        faults.disarm();
+        ASSERT_EQ(err == 0, copy != nullptr);
+        if (copy != nullptr) {
+            EXPECT_TRUE(wiq_json_equal(copy.get(), obj.get()));
+            EXPECT_EQ(has_index(copy), !faults.fired() || faults.mode() == AllocFaults::kTransient);
+        }
+        without_index += faults.fired() && copy != nullptr ? 1 : 0;
+    });
+    EXPECT_GE(without_index, 1u);
+}
+
+// A table that cannot grow leaves the chain and its index as they were.
+TEST(JsonChainIndexFaults, GrowingFails) {
+    const std::vector<std::string> keys = colliding::keys(98);
+    const Tree obj(wiq_json_obj_new(0, nullptr));
+    for (size_t i = 0; i < 96; ++i)
+        ASSERT_NE(wiq_json_obj_put_i64(obj.get(), keys[i].c_str(), 1, nullptr), nullptr);
+    ASSERT_TRUE(has_index(obj));
+    AllocFaults faults(2, AllocFaults::kPersistent);
+    faults.arm();
+    const wiq_json_t* node = wiq_json_obj_put_i64(obj.get(), keys[96].c_str(), 1, nullptr);
+    faults.disarm();
+    EXPECT_EQ(node, nullptr);
+    EXPECT_TRUE(has_index(obj));
+    expect_all(obj.get(), keys, 96);
+    ASSERT_NE(wiq_json_obj_put_i64(obj.get(), keys[97].c_str(), 1, nullptr), nullptr);
+    EXPECT_TRUE(wiq_json_obj_has_key(obj.get(), keys[97].c_str()));
+    EXPECT_FALSE(wiq_json_obj_has_key(obj.get(), keys[96].c_str()));
+    EXPECT_TRUE(has_index(obj));
+}
+
+}  // namespace

@@ -1,0 +1,215 @@
+// Objects whose keys all have one hash: the results and the order are those of other objects, and so is the cost.
+// With as many members as here, a search that walks the chain would not end before the test's time is up.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "json/tree.h"
+#include "support/colliding_keys.h"
+
+namespace {
+
+using tree::Tree;
+
+constexpr size_t kMany = 200000;
+
+std::vector<std::string> shuffled(std::vector<std::string> keys) {
+    std::shuffle(keys.begin(), keys.end(), std::mt19937(7));
+    return keys;
+}
+
+Tree parse(const std::vector<std::string>& keys, i32 flags = 0) {
+    return Tree(wiq_json_loads(colliding::object_text(keys).c_str(), flags, nullptr));
+}
+
+class JsonCollidingKeysMany : public ::testing::Test {
+  public:
+    void SetUp() override {
+        keys = colliding::keys(kMany + 1);
+        absent = keys.back();
+        keys.pop_back();
+    }
+
+    std::vector<std::string> keys;
+    std::string absent;  // with the same hash
+};
+
+TEST(JsonCollidingKeys, HaveOneHash) {
+    for (const u32 hash : {0u, 12345u, 0xffffffffu}) {
+        std::vector<std::string> keys = colliding::keys(1000, hash);
+        ASSERT_EQ(keys.size(), 1000u);
+        for (const std::string& key : keys)
+            ASSERT_EQ(wiq_hash_str(key.c_str()), hash);
+        std::sort(keys.begin(), keys.end());
+        EXPECT_EQ(std::unique(keys.begin(), keys.end()), keys.end());
+    }
+}
+
+TEST_F(JsonCollidingKeysMany, ParsedReadAndRemoved) {
+    const Tree obj = parse(keys);
+    ASSERT_EQ(wiq_json_obj_size(obj.get()), static_cast<i32>(kMany));
+    for (size_t i = 0; i < kMany; ++i) {
+        u32 err = 0;
+        ASSERT_EQ(wiq_json_obj_get_i64(obj.get(), keys[i].c_str(), &err), static_cast<i64>(i));
+        ASSERT_EQ(err, 0u);
+        ASSERT_NE(wiq_json_ptr_get(obj.get(), ("/" + keys[i]).c_str(), nullptr, nullptr), nullptr);
+        ASSERT_FALSE(wiq_json_obj_has_key(obj.get(), absent.c_str()));
+    }
+    for (const std::string& key : shuffled(keys)) {
+        ASSERT_EQ(wiq_json_obj_remove(obj.get(), key.c_str()), 0);
+        ASSERT_FALSE(wiq_json_obj_has_key(obj.get(), key.c_str()));
+    }
+    EXPECT_EQ(wiq_json_obj_size(obj.get()), 0);
+}
+
+TEST_F(JsonCollidingKeysMany, BuiltReplacedAndCompared) {
+    const Tree unique = parse(keys, WIQ_JSON_REJECT_DUPLICATES);
+    Tree built(wiq_json_obj_new(0, nullptr));
+    const std::vector<std::string> other_order = shuffled(keys);
+    for (const std::string& key : other_order)
+        ASSERT_NE(wiq_json_obj_put_null(built.get(), key.c_str(), nullptr), nullptr);
+    EXPECT_FALSE(wiq_json_equal(unique.get(), built.get()));
+    for (const std::string& key : other_order) {
+        const i64 value = wiq_json_obj_get_i64(unique.get(), key.c_str(), nullptr);
+        ASSERT_NE(wiq_json_obj_put_i64(built.get(), key.c_str(), value, nullptr), nullptr);
+    }
+    EXPECT_TRUE(wiq_json_equal(unique.get(), built.get()));
+    EXPECT_TRUE(wiq_json_subset(built.get(), unique.get(), 0));
+    const Tree copy(wiq_json_copy(built.get(), nullptr));
+    EXPECT_TRUE(wiq_json_equal(copy.get(), unique.get()));
+    ASSERT_EQ(wiq_json_obj_remove(unique.get(), keys[0].c_str()), 0);
+    EXPECT_FALSE(wiq_json_subset(copy.get(), unique.get(), 0));
+    EXPECT_TRUE(wiq_json_subset(unique.get(), copy.get(), 0));
+}
+
+TEST_F(JsonCollidingKeysMany, ChildrenLeaveAndAreSwapped) {
+    const Tree obj = parse(keys);
+    const Tree weak(wiq_json_obj_weak_new(0, nullptr));
+    for (size_t i = 0; i < kMany; ++i) {
+        wiq_json_t* child = wiq_json_obj_get_ext(obj.get(), keys[i].c_str(), 0, nullptr);
+        ASSERT_EQ(wiq_json_obj_put_ext(weak.get(), keys[i].c_str(), child, nullptr), 0);
+        if (i % 2 == 0) {
+            ASSERT_EQ(wiq_json_make_orphan(child), 0);
+        } else {
+            ASSERT_EQ(wiq_json_swap_child(child, wiq_json_null_new(nullptr)), 0);
+        }
+    }
+    EXPECT_EQ(wiq_json_obj_size(obj.get()), static_cast<i32>(kMany / 2));
+    EXPECT_EQ(wiq_json_obj_size(weak.get()), static_cast<i32>(kMany));
+    EXPECT_EQ(wiq_json_obj_get_i64(weak.get(), keys[8].c_str(), nullptr), 8);
+}
+
+// A key that comes twice has its second place in the parser's order of adding, and its second value.
+TEST_F(JsonCollidingKeysMany, DuplicatesInADocument) {
+    std::string text = colliding::object_text(keys);
+    text.back() = ',';
+    text += colliding::object_text({keys[5], keys[kMany / 2]}).substr(1);
+    const Tree obj(wiq_json_loads(text.c_str(), 0, nullptr));
+    EXPECT_EQ(wiq_json_obj_size(obj.get()), static_cast<i32>(kMany));
+    EXPECT_EQ(wiq_json_obj_get_i64(obj.get(), keys[5].c_str(), nullptr), 0);
+    EXPECT_EQ(wiq_json_obj_get_i64(obj.get(), keys[kMany / 2].c_str(), nullptr), 1);
+    EXPECT_EQ(wiq_json_obj_get_i64(obj.get(), keys[6].c_str(), nullptr), 6);
+    EXPECT_EQ(wiq_json_loads(text.c_str(), WIQ_JSON_REJECT_DUPLICATES, nullptr), nullptr);
+}
+
+// An object beside a map of the same history, whose order it has to show.
+class JsonCollidingKeysAsAMap : public ::testing::Test {
+  public:
+    void SetUp() override { wiq_map_init(&map_, 0, wiq_hash_str, wiq_cmp_str, free, nullptr); }
+    void TearDown() override { wiq_map_finalize(&map_); }
+
+    void put(const std::string& key, i64 value) {
+        ASSERT_NE(wiq_json_obj_put_i64(obj_.get(), key.c_str(), value, nullptr), nullptr);
+        if (wiq_map_test_key(&map_, key.c_str()))
+            return;
+        char* text = static_cast<char*>(malloc(key.size() + 1));
+        memcpy(text, key.c_str(), key.size() + 1);
+        ASSERT_EQ(wiq_map_put(&map_, text, nullptr), 0);
+    }
+    void remove(const std::string& key, bool orphan) {
+        const bool known = wiq_map_test_key(&map_, key.c_str());
+        wiq_json_t* child = wiq_json_obj_get_ext(obj_.get(), key.c_str(), 0, nullptr);
+        ASSERT_EQ(child != nullptr, known);
+        if (orphan && known) {
+            ASSERT_EQ(wiq_json_make_orphan(child), 0);
+            wiq_json_ref(child);
+            wiq_json_unref(child);
+        } else {
+            ASSERT_EQ(wiq_json_obj_remove(obj_.get(), key.c_str()),
+                      known ? 0 : WIQ_ERR_INVALID_ARG);
+        }
+        wiq_map_remove(&map_, key.c_str());
+    }
+    static bool add_key(void* key, void*, void* user) {
+        static_cast<std::vector<std::string>*>(user)->push_back(static_cast<const char*>(key));
+        return true;
+    }
+    void compare() {
+        std::vector<std::string> expected;
+        wiq_map_foreach(&map_, add_key, &expected);
+        std::vector<std::string> found;
+        wiq_json_obj_foreach(
+            obj_.get(),
+            [](const char* key, wiq_json_t*, void* user) {
+                static_cast<std::vector<std::string>*>(user)->push_back(key);
+                return true;
+            },
+            &found);
+        ASSERT_EQ(found, expected);
+    }
+
+  private:
+    Tree obj_ = Tree(wiq_json_obj_new(0, nullptr));
+    wiq_map map_;
+};
+
+TEST_F(JsonCollidingKeysAsAMap, RandomScript) {
+    // One chain, chains that part when the table grows, and ordinary ones; long keys, too.
+    std::vector<std::string> pool = colliding::keys(150);
+    for (u32 i = 0; i < 200; ++i)
+        pool.push_back(colliding::keys(4, 12345 + (i % 50 << 6))[i / 50]);
+    for (const std::string& key : colliding::ordinary_keys(200))
+        pool.push_back(key + std::string(key.back() == '7' ? 2000 : 0, 'k'));
+    std::mt19937 random(3);
+    for (int round = 0; round < 60; ++round) {
+        // It grows to hundreds of members, shrinks to few, and grows again in the table that it has.
+        const u32 adding = round % 20 < 12 ? 7 : 2;
+        for (int step = 0; step < 200; ++step) {
+            const std::string& key = pool[random() % pool.size()];
+            if (random() % 8 < adding)
+                put(key, step);
+            else
+                remove(key, random() % 2 != 0);
+        }
+        compare();
+        if (HasFatalFailure())
+            return;
+    }
+}
+
+// The order of what the parser builds in one go.
+TEST_F(JsonCollidingKeysAsAMap, Parsed) {
+    for (const size_t count : {16u, 17u, 18u, 48u, 49u, 96u, 97u, 500u, 800u}) {
+        SCOPED_TRACE(count);
+        std::vector<std::string> keys = colliding::keys(count / 2);
+        for (const std::string& key : colliding::ordinary_keys(count - keys.size()))
+            keys.push_back(key);
+        const Tree parsed = parse(shuffled(keys));
+        const Tree built(wiq_json_obj_new(0, nullptr));
+        for (const std::string& key : shuffled(keys))
+            ASSERT_NE(wiq_json_obj_put_null(built.get(), key.c_str(), nullptr), nullptr);
+        wiq_strv parsed_keys;
+        wiq_strv built_keys;
+        wiq_strv_init(&parsed_keys);
+        wiq_strv_init(&built_keys);
+        ASSERT_EQ(wiq_json_obj_keys(parsed.get(), &parsed_keys), static_cast<i32>(count));
+        ASSERT_EQ(wiq_json_obj_keys(built.get(), &built_keys), static_cast<i32>(count));
+        for (u32 i = 0; i < count; ++i)
+            ASSERT_STREQ(wiq_strv_get(&parsed_keys, i), wiq_strv_get(&built_keys, i)) << i;
+        wiq_strv_finalize(&parsed_keys);
+        wiq_strv_finalize(&built_keys);
+    }
+}
+
+}  // namespace
