@@ -45,7 +45,8 @@
  * 7. Threads. The library starts none. Reference counts are atomic, building a class is locked, a locked
  *    map holds its mutex for the whole of each call. Everything else (a tree, a container, a buffer)
  *    belongs to one thread at a time. The hook and entry-point slots are plain data, to be set before
- *    other threads run.
+ *    other threads run. Random numbers that JSON objects need against chosen keys are drawn once in a
+ *    process, by whichever thread is first; nothing that a caller sees depends on them.
  *
  * 8. Binary interface. Statuses are `i32`, booleans one byte, integers of fixed width; 128-bit numbers
  *    are passed by value. Records that callers embed have the fields and the order shown here. The

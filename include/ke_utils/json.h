@@ -178,6 +178,10 @@ KE_API const char* wiq_json_parent_key(const wiq_json_t* node);
  *  Members by key, in a hash map: their order is the order of a wiq_map() with the same history and
  *  wiq_hash_str(), not that of insertion. Keys are copied; byte-wise equal keys are the same.
  *
+ *  Unlike a wiq_map(), an object stays fast when its keys are chosen so that all have one hash: members of a long
+ *  chain are also found through an index, which takes up to 26 bytes a bucket. If there is no memory for it, the
+ *  chain is searched member by member; no call fails for that.
+ *
  *  Every `err` here chains. Getters lend; see wiq_json_ref() to keep what they return.
  *  @{ */
 
