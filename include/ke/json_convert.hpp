@@ -248,7 +248,8 @@ made make_node(const T& value) {
         wiq_json_t* const copy = wiq_json_copy(value.node(), &err);
         return made_of(copy, err);
     } else if constexpr (std::is_same_v<T, std::nullptr_t>) {
-        return made_of(wiq_json_null_new(&err), err);
+        wiq_json_t* const node = wiq_json_null_new(&err);
+        return made_of(node, err);
     } else if constexpr (std::is_same_v<T, bool>) {
         wiq_json_t* const node = wiq_json_bool_new(value, &err);
         return made_of(node, err);

@@ -1,0 +1,189 @@
+// Sweeps of the C++ layer: each allocation of the library inside a call of a class fails once. The call gives its
+// status, what it was to change is as it was, and nothing is left behind. What the layer itself takes from
+// `operator new`, for a std::string or an array, throws std::bad_alloc as everywhere and is not swept.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ke_utils.hpp"
+#include "support/alloc_faults.h"
+
+using namespace ke::literals;
+
+namespace {
+
+const char kText[] = "{\"list\":[3,1,2],\"o\":{\"a\":1,\"text\":\"a text that is stored\"}}";
+
+struct drive {
+    std::string name;
+    int hours = 0;
+    std::optional<int> celsius;
+    std::vector<int> temps;
+    KE_JSON_MEMBERS(drive, name, hours, celsius, temps)
+};
+
+i32 code_of(const ke::status& status) {
+    return status.code();
+}
+template <class T>
+i32 code_of(const ke::result<T>& result) {
+    return result.code();
+}
+
+// Sweeps `call(ke::json&)` on a fresh document. After a failure the document must be equal to what it was.
+template <class Call>
+void SweepDocument(Call call, const char* text = kText) {
+    {
+        // What the library makes once and keeps (class records) is made here.
+        ke::json warm = *ke::json::parse(text);
+        ASSERT_EQ(code_of(call(warm)), 0);
+        ASSERT_TRUE(warm.dump());
+    }
+    const size_t points = SweepAllocations([&](AllocFaults& faults) {
+        ke::json document = *ke::json::parse(text);
+        const ke::json before = *document.clone();
+        faults.arm();
+        i32 code;
+        {
+            const auto done = call(document);
+            faults.disarm();
+            code = code_of(done);
+        }
+        EXPECT_EQ(code, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 0) << faults.nth();
+        if (faults.fired()) {
+            EXPECT_EQ(document, before) << faults.nth();
+        }
+    });
+    EXPECT_GT(points, 0u);
+}
+
+TEST(CppFaults, Making) {
+    SweepDocument([](ke::json&) { return ke::json::parse("{\"a\":[1,\"b\",{}]}"); });
+    SweepDocument([](ke::json&) { return ke::parse_utf8("{\"\xC3\xA9\":1}"); });
+    SweepDocument([](ke::json&) { return ke::json::make(12); });
+    SweepDocument([](ke::json&) { return ke::json::make(nullptr); });
+    SweepDocument([](ke::json&) { return ke::json::make("text"); });
+    SweepDocument([](ke::json&) { return ke::json::make(std::vector<int>{1, 2, 3}); });
+    SweepDocument([](ke::json&) {
+        return ke::json::make(std::map<std::string, std::vector<int>>{{"a", {1}}, {"b", {}}});
+    });
+    SweepDocument([](ke::json&) { return ke::json::make(std::make_pair(1, "two")); });
+    SweepDocument([](ke::json&) { return ke::json::make(drive{"sda", 1, 2, {3, 4}}); });
+    SweepDocument([](ke::json& document) { return document.clone(); });
+}
+
+TEST(CppFaults, ABracedListIsWholeOrEmpty) {
+    const size_t points = SweepAllocations([](AllocFaults& faults) {
+        faults.arm();
+        const ke::json made{{"a", 1}, {"b", {1, "two", {{"c", nullptr}}}}};
+        faults.disarm();
+        EXPECT_EQ(static_cast<bool>(made), !faults.fired());
+    });
+    EXPECT_GT(points, 5u);
+}
+
+TEST(CppFaults, Writing) {
+    SweepDocument([](ke::json& document) { return document.dump(); });
+    SweepDocument([](ke::json& document) { return ke::dump_ascii(document); });
+    SweepDocument([](ke::json& document) { return document["o"]["a"].location(); });
+}
+
+TEST(CppFaults, Setting) {
+    SweepDocument([](ke::json& document) { return document.set("new", 1); });
+    SweepDocument([](ke::json& document) { return document.set("o", "a text"); });
+    SweepDocument([](ke::json& document) { return document.set("copy", document["o"]); });
+    SweepDocument([](ke::json& document) { return document.set("own", drive{"sda", 1, 2, {3}}); });
+    SweepDocument([](ke::json& document) { return document["list"].push_back(4); });
+    SweepDocument([](ke::json& document) { return document["list"].set(1, "text"); });
+    SweepDocument([](ke::json& document) { return document["list"].insert(1, "text"); });
+    SweepDocument([](ke::json& document) { return document.set("/o/b"_ptr, "text"); });
+    SweepDocument([](ke::json& document) { return document.object_at("made"); });
+    SweepDocument([](ke::json& document) { return document.array_at("made"); });
+    SweepDocument([](ke::json& document) { return document["o"].replace("text"); });
+    const std::string key(1000, 'k');  // a view of it is copied to the heap
+    SweepDocument([&](ke::json& document) { return document.set(std::string_view(key), 1); });
+}
+
+TEST(CppFaults, WhatNeedsNoMemoryOfTheLibrary) {
+    const size_t points = SweepAllocations([](AllocFaults& faults) {
+        ke::json document = *ke::json::parse(kText);
+        faults.arm();
+        EXPECT_TRUE(document["list"].erase_if([](ke::json_view v) { return v == 1; }));
+        EXPECT_TRUE(document["list"]
+                        .sort([](ke::json_view a, ke::json_view b) {
+                            return a.to<int>().value_or(0) < b.to<int>().value_or(0);
+                        })
+                        .ok());
+        EXPECT_TRUE(document.take("o"));
+        EXPECT_TRUE(document["list"].clear().ok());
+        EXPECT_TRUE(document.clear().ok());
+        faults.disarm();
+        EXPECT_FALSE(faults.fired());
+        EXPECT_TRUE(document.empty());
+    });
+    EXPECT_EQ(points, 0u);
+}
+
+TEST(CppFaults, MergingAndPatching) {
+    const ke::json patch{{"o", {{"a", nullptr}, {"b", {1, 2}}}}};
+    // A merge that fails has done a part: only its status, and that nothing is lost, is held here.
+    const size_t points = SweepAllocations([&](AllocFaults& faults) {
+        ke::json document = *ke::json::parse(kText);
+        faults.arm();
+        const ke::status merged = ke::merge_patch(document, patch);
+        faults.disarm();
+        EXPECT_EQ(merged.code(), faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 0);
+    });
+    EXPECT_GT(points, 0u);
+    const ke::json steps = *ke::json::parse(
+        "[{\"op\":\"add\",\"path\":\"/o/n\",\"value\":[1]},{\"op\":\"remove\",\"path\":\"/list/"
+        "0\"}]");
+    SweepDocument([&](ke::json& document) { return ke::apply_patch(document, steps); });
+}
+
+TEST(CppFaults, Containers) {
+    const size_t points = SweepAllocations([](AllocFaults& faults) {
+        ke::vector<int> numbers;
+        ke::string_list names;
+        ke::strbuf text;
+        i32 failures = 0;
+        faults.arm();
+        for (int i = 0; i < 40; ++i) {
+            const i32 size = numbers.size();
+            const ke::status pushed = numbers.push_back(i);
+            failures += pushed.failed();
+            EXPECT_EQ(numbers.size(), size + pushed.ok());
+            const i32 listed = names.size();
+            const ke::status named = names.push_back("a name");
+            failures += named.failed();
+            EXPECT_EQ(names.size(), listed + named.ok());
+            const auto length = text.size();
+            const ke::status appended = text.append("text ", i);
+            failures += appended.failed();
+            if (appended.failed()) {
+                EXPECT_EQ(text.size(), length);
+            }
+        }
+        faults.disarm();
+        EXPECT_EQ(failures > 0, faults.fired());
+    });
+    EXPECT_GT(points, 40u);
+}
+
+TEST(CppFaults, TaggedValues) {
+    const size_t points = SweepAllocations([](AllocFaults& faults) {
+        ke::tagged value;
+        faults.arm();
+        const ke::status text = value.set("a text");
+        const ke::status wide = value.set(0xFFFFFFFFFFFFFFFFFF_u128);
+        faults.disarm();
+        EXPECT_EQ(text.failed() || wide.failed(), faults.fired());
+    });
+    EXPECT_GT(points, 0u);
+}
+
+}  // namespace
