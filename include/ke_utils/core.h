@@ -27,6 +27,9 @@ extern "C" {
 /** The version as text: "1.0.0". */
 #define KE_VERSION_STRING KE_VERSION_EXPAND_(KE_VERSION_MAJOR, KE_VERSION_MINOR, KE_VERSION_PATCH)
 
+/** The version as one number that grows with it: 10203 is 1.2.3. */
+#define KE_UTILS_VERSION (KE_VERSION_MAJOR * 10000 + KE_VERSION_MINOR * 100 + KE_VERSION_PATCH)
+
 /** Whether these headers are of this version or a later one; for \#if, and where a constant is wanted. */
 #define KE_VERSION_AT_LEAST(major, minor, patch) \
     (KE_VERSION_MAJOR > (major) ||               \
