@@ -3,14 +3,17 @@
 
 namespace tool {
 
+// NOLINTNEXTLINE(misc-no-recursion): commands have commands, and those have none.
 std::vector<std::string> command_names(const CLI::App& app, const std::string& between) {
     std::vector<std::string> names;
     for (const CLI::App* command : app.get_subcommands({})) {
         const std::vector<std::string> below = command_names(*command, between);
         if (below.empty())
             names.push_back(command->get_name());
-        for (const std::string& name : below)
-            names.push_back(command->get_name() + between + name);
+        for (const std::string& name : below) {
+            std::string whole = command->get_name();
+            names.push_back(whole.append(between).append(name));
+        }
     }
     return names;
 }
