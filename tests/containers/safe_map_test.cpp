@@ -2,13 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
 #include <cstddef>
 #include <thread>
 #include <vector>
 
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
+#include "support/start_line.h"
 
 namespace {
 
@@ -157,7 +157,7 @@ TEST(SafeMapThreads, EachOperationBesideAWriter) {
     for (const Operation operation : operations) {
         wiq_safe_map* map = new_map();
         ASSERT_NE(map, nullptr);
-        std::barrier start(2);
+        StartLine start(2);
         std::atomic<bool> done{false};
         std::thread writer([&] {
             start.arrive_and_wait();

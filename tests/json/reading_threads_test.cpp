@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -14,6 +13,7 @@
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
+#include "support/start_line.h"
 
 namespace {
 
@@ -169,7 +169,7 @@ TEST(JsonReadingThreads, EightReadOneDocument) {
     wiq_json_ref(root.get());
     const std::string expected = Reading(root.get()).all();
     EXPECT_NE(expected.find("disk"), std::string::npos);
-    std::barrier start(kThreads);
+    StartLine start(kThreads);
     std::atomic<int> same{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -13,6 +12,7 @@
 
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
+#include "support/start_line.h"
 
 namespace {
 
@@ -129,7 +129,7 @@ class Work {
 };
 
 TEST(TextThreads, EachGetsWhatASingleOneGets) {
-    std::barrier start(kThreads);
+    StartLine start(kThreads);
     std::vector<std::string> first(kThreads);
     std::atomic<int> same{0};
     std::vector<std::thread> threads;
