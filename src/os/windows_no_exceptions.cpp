@@ -6,6 +6,8 @@
 
 #include <cstdlib>
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the compiler's own names.
+
 // Asked by the system, while it looks for whoever handles an exception (an access violation, for instance),
 // about the functions of the C++ library on the stack: none of them does.
 extern "C" EXCEPTION_DISPOSITION __gxx_personality_seh0(PEXCEPTION_RECORD, void*, PCONTEXT, void*) {
@@ -16,6 +18,8 @@ extern "C" EXCEPTION_DISPOSITION __gxx_personality_seh0(PEXCEPTION_RECORD, void*
 extern "C" void* __cxa_begin_catch(void*) {
     abort();
 }
+
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace std {
 

@@ -130,8 +130,8 @@ TEST(SafeMapThreads, SizeIsNeverTorn) {
 }
 
 // Each operation beside a thread that changes the map all the time: without its lock, ThreadSanitizer sees
-// the two meet. Neither thread does anything else that would order them. The writer ends at last: a mutex is not
-// fair, and under Wine the other thread may not get it while the writer keeps taking it.
+// the two meet. Neither thread does anything else that would order them. The writer ends at last, since
+// a mutex need not be fair.
 TEST(SafeMapThreads, EachOperationBesideAWriter) {
     using Operation = void (*)(wiq_safe_map*, uintptr_t);
     constexpr uintptr_t kRounds = 5000;
