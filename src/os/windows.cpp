@@ -1,6 +1,6 @@
 // The seam's memory, time and formatting on Windows, over the runtime's own functions. Files and text
 // encoding are in windows_files.cpp.
-#define _CRT_RAND_S
+#define _CRT_RAND_S  // NOLINT(bugprone-reserved-identifier): asks for rand_s()
 #include <windows.h>
 
 #include <malloc.h>
