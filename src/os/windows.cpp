@@ -94,7 +94,7 @@ i32 format_text(char* buf, size_t size, const char* format, va_list args) {
 
 // The runtime's function does not tell a text that is too long from a format that it refuses.
 i32 format_or_measure(char* buf, size_t size, const char* format, va_list args) {
-    va_list counted = nullptr;
+    va_list counted;  // NOLINT(cppcoreguidelines-init-variables): the next line does it
     va_copy(counted, args);
     i32 length = format_text(buf, size, format, args);
     if (length < 0)
