@@ -551,6 +551,9 @@ TEST_F(Filesystem, MkstempRefusesBadTemplates) {
     std::string good = root_ + "\\XXXXXX";
     EXPECT_EQ(wiq_mkstemp(good.data(), &err, "q"), nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
+    EXPECT_EQ(wiq_fopen((root_ + "\\f").c_str(), "", &err), nullptr);
+    EXPECT_NE(err, 0u);
+    err = 0;
     EXPECT_EQ(wiq_fopen((root_ + "\\f").c_str(), "q", &err), nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
 #endif

@@ -18,6 +18,7 @@
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "ke_utils/json.h"
+#include "os/os.h"
 
 namespace {
 
@@ -97,6 +98,17 @@ TEST_F(SystemFaultsOfFiles, Opening) {
         });
         EXPECT_EQ(fired, (Names{"fopen", "fstat"}));
     }
+}
+
+TEST(SystemFaultsOfNumbers, WithoutRandomBytes) {
+    const Names fired = SweepSystemCalls([](SystemFaults& faults) {
+        faults.arm("getrandom");
+        const u64 first = ke::os::random_u64();
+        const u64 second = ke::os::random_u64();
+        faults.disarm();
+        EXPECT_NE(first, second);
+    });
+    EXPECT_EQ(fired, Names{"getrandom"});
 }
 
 TEST_F(SystemFaultsOfFiles, TemporaryFiles) {

@@ -223,7 +223,8 @@ TEST(Dump, InitialIndentation) {
 // The indentation is kept as an i32: from 2^31 on it is negative, and its magnitude counts.
 TEST(Dump, InitialIndentationAboveTwoToThe31) {
     wiq_json_t* root = parsed(R"([{"a":[]}])");
-    for (const u32 indent : {UINT32_MAX, UINT32_MAX - 1, UINT32_MAX - 4, UINT32_MAX - 100}) {
+    for (const u32 indent :
+         {UINT32_MAX, UINT32_MAX - 1, UINT32_MAX - 4, UINT32_MAX - 100, UINT32_MAX - 9000, 9000U}) {
         const auto line = [indent](i32 level) {
             const i32 blanks = static_cast<i32>(indent) + 2 * level;
             return "\n" + std::string(static_cast<size_t>(blanks < 0 ? -blanks : blanks), ' ');
