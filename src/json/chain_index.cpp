@@ -25,7 +25,7 @@ u64 secret_word(std::atomic<u64>* word) {
 std::atomic<u64> g_secret0;
 std::atomic<u64> g_secret1;
 
-// Whether a chain has members behind its first kLongChain ones.
+// Returns whether a chain has more than kLongChain members.
 bool is_long(const Member* chain) {
     for (u32 passed = 0; chain != nullptr; chain = chain->next) {
         if (++passed > kLongChain)
@@ -34,7 +34,7 @@ bool is_long(const Member* chain) {
     return false;
 }
 
-// The index over a chain, if it can be had: nullptr in a small table and without memory.
+// Returns the index, which then covers this chain. Returns nullptr for a small table and when out of memory.
 ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
     if (u64{members.mask} + 1 < kLeastIndexed)
         return nullptr;
@@ -83,7 +83,7 @@ Member** ChainIndex::slot_of(const Members& members, const Key& key) const {
     const Entry* found = entry_of(key);
     if (found == nullptr)
         return end_of(bucket);
-    return found->before != 0 ? &entry(found->before)->member->next : &members.buckets[bucket];
+    return found->previous != 0 ? &entry(found->previous)->member->next : &members.buckets[bucket];
 }
 
 void ChainIndex::cover(Member* chain, u64 bucket) {
@@ -92,7 +92,7 @@ void ChainIndex::cover(Member* chain, u64 bucket) {
 }
 
 void ChainIndex::cover_again(const ChainIndex& old, u64 old_bucket, u64 bucket) {
-    for (u32 number = old.tails()[old_bucket]; number != 0; number = old.entry(number)->before) {
+    for (u32 number = old.tails()[old_bucket]; number != 0; number = old.entry(number)->previous) {
         const Entry* one = old.entry(number);
         if (bucket_of(one->member->hash, buckets_ - 1) == bucket)
             append(one->member, bucket, one->hash);
@@ -111,7 +111,7 @@ void ChainIndex::append(Member* member, u64 bucket, u32 hash) {
     u32* tail = &tails()[bucket];
     *entry(number) = {member, hash, *head, *tail, 0};
     if (*tail != 0)
-        entry(*tail)->behind = number;
+        entry(*tail)->next = number;
     *head = number;
     *tail = number;
 }
@@ -129,16 +129,16 @@ void ChainIndex::unlink(Members* members, const Member* member) {
     const u32 number = *link;
     Entry* gone = entry(number);
     *link = gone->link;
-    *(gone->before != 0 ? &entry(gone->before)->member->next : &members->buckets[bucket]) =
+    *(gone->previous != 0 ? &entry(gone->previous)->member->next : &members->buckets[bucket]) =
         member->next;
-    if (gone->before != 0)
-        entry(gone->before)->behind = gone->behind;
-    *(gone->behind != 0 ? &entry(gone->behind)->before : &tails()[bucket]) = gone->before;
+    if (gone->previous != 0)
+        entry(gone->previous)->next = gone->next;
+    *(gone->next != 0 ? &entry(gone->next)->previous : &tails()[bucket]) = gone->previous;
     gone->link = free_;
     free_ = number;
 }
 
-Member* find_behind(const Members& members, const Key& key, Member* from) {
+Member* find_after(const Members& members, const Key& key, Member* from) {
     const ChainIndex* index = index_over(members, bucket_of(key.hash, members.mask));
     if (index != nullptr)
         return index->find(key);
@@ -147,7 +147,7 @@ Member* find_behind(const Members& members, const Key& key, Member* from) {
     return from;
 }
 
-Member** slot_behind(const Members& members, const Key& key, Member** from) {
+Member** slot_after(const Members& members, const Key& key, Member** from) {
     const u64 bucket = bucket_of(key.hash, members.mask);
     const ChainIndex* index = index_over(members, bucket);
     if (index == nullptr && is_long(members.buckets[bucket]))

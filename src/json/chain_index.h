@@ -3,7 +3,7 @@
 // it, and takes no longer to search than others. Ordinary objects have no chain of that length.
 //
 //   buckets   ┌───┬───┬─ ─┬───┬───────┐
-//             │ * │   │   │   │ index │ behind the buckets of a table of 128 or more; nullptr in most
+//             │ * │   │   │   │ index │ after the buckets of a table of 128 or more; nullptr in most
 //             └─┬─┴───┴─ ─┴───┴───┬───┘
 //               ▼                 ▼
 //             the chain        ┌────────┬───────┬───────┬─────────┐
@@ -11,14 +11,14 @@
 //                              └────────┴───────┴───────┴─────────┘
 //
 // An entry stands for a member of an indexed chain. It is found by another hash of the member's key, under a key
-// that is drawn at random once in a process, and knows the entries before and behind it in the chain: so a
+// that is drawn at random once per process, and links to the previous and the next entry of the chain, so that a
 // member can be added and removed without a walk. The bucket's tail is the entry of the chain's last member, or
 // 0 if the chain has no index.
 //
 // Only what changes the object changes its index, since threads may read one object at once. A chain gets its
 // index when a member is added to it, and keeps it until it is empty or the table grows. An index lasts as long
-// as the table has this size, and has room for all members that such a table takes. Without memory for it, a
-// long chain is searched step by step, and the next addition tries again.
+// as the table has this size, and has room for all members that such a table takes. If it cannot be
+// allocated, a long chain is searched step by step, and the next addition tries again.
 #pragma once
 
 #include "json/members.h"
@@ -27,12 +27,12 @@ namespace ke::json {
 
 class ChainIndex {
   public:
-    // For a table of so many buckets; nullptr without memory.
+    // Makes an index for a table with this number of buckets. Returns nullptr when out of memory.
     static ChainIndex* make(u64 buckets);
 
     bool covers(u64 bucket) const { return tails()[bucket] != 0; }
 
-    // The member with this key, whose chain is covered; nullptr if there is none.
+    // Returns the member with this key, otherwise nullptr. The key's chain must be covered.
     Member* find(const Key& key) const;
     // The link to it, or the end of the chain.
     Member** slot_of(const Members& members, const Key& key) const;
@@ -51,13 +51,13 @@ class ChainIndex {
     void unlink(Members* members, const Member* member);
 
   private:
-    // By their numbers from 1; 0 is none.
+    // Entries are numbered from 1; 0 means none.
     struct Entry {
         Member* member;
-        u32 hash;    // of the key, under the secret key
-        u32 link;    // the next entry with such a hash, or the next free one
-        u32 before;  // in the chain
-        u32 behind;
+        u32 hash;      // of the key, under the secret key
+        u32 link;      // the next entry with such a hash, or the next free one
+        u32 previous;  // in the chain
+        u32 next;      // in the chain
     };
 
     static u32 secret_hash(const Key& key);
@@ -78,7 +78,7 @@ class ChainIndex {
     u32 free_;  // the first one that is not in use any more
 };
 
-// A table with fewer buckets has no index: it has few members, and may stand behind its node.
+// A table with fewer buckets has no index: it has few members, and may share its node's block.
 constexpr u64 kLeastIndexed = 128;
 
 // The places in the block of a table.
@@ -86,7 +86,7 @@ constexpr u64 places_of_table(u64 buckets) {
     return buckets >= kLeastIndexed ? buckets + 1 : buckets;
 }
 
-// The place of the index behind the buckets of such a table.
+// Where the pointer to the index is stored: after the buckets of such a table.
 inline ChainIndex** index_place(const Members& members) {
     return reinterpret_cast<ChainIndex**>(members.buckets + members.mask + 1);
 }
@@ -99,7 +99,7 @@ inline ChainIndex* index_over(const Members& members, u64 bucket) {
     return index != nullptr && index->covers(bucket) ? index : nullptr;
 }
 
-// Puts a member behind `end`, which is the end of its chain.
+// Links a member at `end`, which is the end of its chain.
 inline void link_member(Members* members, Member** end, Member* member) {
     member->next = nullptr;
     *end = member;

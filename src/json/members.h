@@ -102,7 +102,7 @@ inline Member** slot_of(const Members& members, const Key& key) {
         slot = &(*slot)->next;
     return slot;
 }
-// The same; if it is behind so many other members, the link behind these.
+// The same, but gives up after `limit` members and returns the link that follows them.
 inline Member** slot_within(const Members& members, const Key& key, u32 limit) {
     Member** slot = &members.buckets[bucket_of(key.hash, members.mask)];
     for (; *slot != nullptr && !has_key(*slot, key) && limit != 0; --limit)
@@ -110,14 +110,14 @@ inline Member** slot_within(const Members& members, const Key& key, u32 limit) {
     return slot;
 }
 
-// The rest of a search that has passed that many members and come to this one.
-Member* find_behind(const Members& members, const Key& key, Member* from);
-Member** slot_behind(const Members& members, const Key& key, Member** from);
+// Continue a search that has passed kShortChain members, from this one on.
+Member* find_after(const Members& members, const Key& key, Member* from);
+Member** slot_after(const Members& members, const Key& key, Member** from);
 
 // As slot_of(), for a key that may be added: a long chain gets an index, if there is memory for it.
 inline Member** slot_to_add(const Members& members, const Key& key) {
     Member** slot = slot_within(members, key, kShortChain);
-    return *slot == nullptr || has_key(*slot, key) ? slot : slot_behind(members, key, slot);
+    return *slot == nullptr || has_key(*slot, key) ? slot : slot_after(members, key, slot);
 }
 
 inline Member* find(const Members& members, const Key& key) {
@@ -126,7 +126,7 @@ inline Member* find(const Members& members, const Key& key) {
     Member* member = members.buckets[bucket_of(key.hash, members.mask)];
     for (u32 left = kShortChain; member != nullptr && !has_key(member, key); --left) {
         if (left == 0)
-            return find_behind(members, key, member);
+            return find_after(members, key, member);
         member = member->next;
     }
     return member;
