@@ -35,7 +35,7 @@ wiq_json_t* make_object(i32 capacity, u8 flags, u32* err) {
 
 static_assert(kFewPlaces < kLeastIndexed);
 
-// Doubles an object's table: false without memory, with nothing changed.
+// Doubles an object's table. Returns false, with nothing changed, when out of memory.
 bool grow_table(ObjectNode* obj) {
     Members& members = obj->members;
     const u64 count = u64{members.mask} + 1;

@@ -1,5 +1,5 @@
-// Objects with long chains while memory fails: without memory for an index the chain is searched step by step,
-// and nothing else fails.
+// Objects with long chains when allocations fail: if the index cannot be allocated, the chain is searched step by
+// step, and nothing else fails.
 #include <gtest/gtest.h>
 
 #include "json/chain_index.h"

@@ -61,8 +61,8 @@ TEST(JsonMembers, KeysOfEveryLength) {
         Tree folded(wiq_json_loads(twice.c_str(), 0, nullptr));
         EXPECT_EQ(text_of(folded), "{\"" + key + "\":@\"#\"}");
 
-        // A key that does not stand in the text as it is, for a reference that is too large to be in one block
-        // with its member. What held the key goes when the reference is made.
+        // A key with an escape, for a reference that is too large to share a block with its member. The block
+        // that held the key is freed when the reference is made.
         const std::string uri(2000, 'u');
         const std::string escaped = "\\t" + key;
         const std::string large = "{\"" + escaped + "\":{\"$ref\":\"\",\"$ref\":\"" + uri + "\"}}";
