@@ -150,7 +150,9 @@ KE_API bool wiq_json_is_double_ext(const wiq_json_t* node, bool ext);
  *  double), "string", "boolean", "reference"; "<unknown>" for a tag above 10, "<none>" for NULL. */
 KE_API const char* wiq_json_type_string(const wiq_json_t* node);
 
-/** Takes a reference. NULL is ignored. Any thread. */
+/** Takes a reference. NULL is ignored. Any thread. The nodes below the root of a parsed or copied document lie
+ *  in chunks of at most 16 KB: a node that is kept after its document is released keeps its chunk alive, and
+ *  nothing else. */
 KE_API void wiq_json_ref(wiq_json_t* node);
 /**
  * Gives a reference up. If the count falls to 0 or below, a free-standing node is destroyed with all that
@@ -162,8 +164,8 @@ KE_API void wiq_json_unref(wiq_json_t* node);
  *  NULL is ignored. */
 KE_API void wiq_json_delete_impl(wiq_json_t* node);
 /** Releases all that a node owns, and leaves the node: to be passed to wiq_json_delete_impl(), or to free() if
- *  one of the constructors above made it, and to nothing else. A node that was made as a member of an object
- *  may share its block with the member. NULL is ignored. */
+ *  one of the constructors above made it or it is the root that the parser or wiq_json_copy() returned, and to nothing
+ *  else: other nodes share blocks with members and with each other. NULL is ignored. */
 KE_API void wiq_json_finalize(wiq_json_t* node);
 /** The node's index in its parent array, as wiq_json_array_swap() was given it if that put it there; -1 for
  *  NULL, without a parent, and in an object. */

@@ -41,6 +41,8 @@ class SmallStack {
 
   private:
     bool grow() {
+        // The size is never 0: capacity_ is at least N.
+        // NOLINTNEXTLINE(clang-analyzer-optin.portability.UnixAPI)
         void* block = realloc(items_ == inline_ ? nullptr : items_, 2 * capacity_ * sizeof(T));
         if (block == nullptr)
             return false;

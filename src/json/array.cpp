@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "json/array_place.h"
-#include "json/node.h"
+#include "json/blocks.h"
 
 namespace ke::json {
 namespace {
@@ -63,10 +63,10 @@ i32 append(ArrayNode* array, wiq_json* child) {
 
 }  // namespace
 
-ArrayNode* new_array(i32 capacity, u8 flags, const Key* key) {
+ArrayNode* new_array(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
     const bool behind = capacity > 0 && static_cast<u64>(capacity) <= kFewPlaces;
-    auto* array =
-        new_container<ArrayNode>(kJsonArray, behind ? static_cast<u64>(capacity) : 0, flags, key);
+    auto* array = new_container<ArrayNode>(kJsonArray, behind ? static_cast<u64>(capacity) : 0,
+                                           flags, key, chunks);
     if (array == nullptr) {
         return nullptr;
     }

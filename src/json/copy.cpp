@@ -2,8 +2,8 @@
 // the copy follows its parent links.
 
 #include "containers/small_stack.h"
+#include "json/blocks.h"
 #include "json/chain_index.h"
-#include "json/node.h"
 
 namespace ke::json {
 namespace {
@@ -25,29 +25,29 @@ OpenSource open(const wiq_json* container) {
 
 // A copy of one node, containers without their children, with room for them. nullptr without memory, or,
 // with its own status, for what is no node.
-wiq_json* copy_node(const wiq_json* node, const Key* key, i32* status) {
+wiq_json* copy_node(const wiq_json* node, const Key* key, Chunks* chunks, i32* status) {
     *status = WIQ_ERR_NO_MEMORY;
     switch (node->type) {
         case kJsonNull:
         case kJsonTrue:
         case kJsonFalse:
-            return new_node<wiq_json>(node->type, key);
+            return new_node<wiq_json>(node->type, key, chunks);
         case kJsonObject:
-            return new_object(size_of(as<ObjectNode>(node)), 0, key);
+            return new_object(size_of(as<ObjectNode>(node)), 0, key, chunks);
         case kJsonArray:
-            return new_array(size_of(as<ArrayNode>(node)), 0, key);
+            return new_array(size_of(as<ArrayNode>(node)), 0, key, chunks);
         case kJsonI64:
-            return new_node_of<I64Node>(kJsonI64, as<I64Node>(node)->value, key);
+            return new_node_of<I64Node>(kJsonI64, as<I64Node>(node)->value, key, chunks);
         case kJsonU64:
-            return new_node_of<U64Node>(kJsonU64, as<U64Node>(node)->value, key);
+            return new_node_of<U64Node>(kJsonU64, as<U64Node>(node)->value, key, chunks);
         case kJsonU128:
-            return new_node_of<U128Node>(kJsonU128, as<U128Node>(node)->value, key);
+            return new_node_of<U128Node>(kJsonU128, as<U128Node>(node)->value, key, chunks);
         case kJsonDouble:
-            return new_node_of<DoubleNode>(kJsonDouble, as<DoubleNode>(node)->value, key);
+            return new_node_of<DoubleNode>(kJsonDouble, as<DoubleNode>(node)->value, key, chunks);
         case kJsonString:
         case kJsonRef: {
             const auto* text = as<TextNode>(node);
-            return new_text_node(node->type, text->text, text->length, key);
+            return new_text_node(node->type, text->text, text->length, key, chunks);
         }
         default:
             *status = WIQ_ERR_BAD_JSON_TYPE;
@@ -62,12 +62,12 @@ struct Inside {
 };
 
 // Copies elements up to the first container: 0, or why not. The copy has room for all of them.
-i32 copy_elems(OpenSource* source, ArrayNode* parent, Inside* inside) {
+i32 copy_elems(OpenSource* source, ArrayNode* parent, Chunks* chunks, Inside* inside) {
     const auto* array = as<ArrayNode>(source->container);
     i32 status = 0;
     for (i32& i = source->index; i < size_of(array);) {
         const wiq_json* child = elems_of(array)[i];
-        wiq_json* copy = copy_node(child, nullptr, &status);
+        wiq_json* copy = copy_node(child, nullptr, chunks, &status);
         if (copy == nullptr) {
             return status;
         }
@@ -84,12 +84,12 @@ i32 copy_elems(OpenSource* source, ArrayNode* parent, Inside* inside) {
 }
 
 // The same for members. The copy's table has room for all of them, and they have different keys.
-i32 copy_members(OpenSource* source, ObjectNode* parent, Inside* inside) {
+i32 copy_members(OpenSource* source, ObjectNode* parent, Chunks* chunks, Inside* inside) {
     i32 status = 0;
     while (const Member* member = source->member) {
         source->member = next_member(as<ObjectNode>(source->container), member);
         const Key key(member);
-        wiq_json* copy = copy_node(member->child, &key, &status);
+        wiq_json* copy = copy_node(member->child, &key, chunks, &status);
         if (copy == nullptr) {
             return status;
         }
@@ -112,13 +112,14 @@ i32 copy_members(OpenSource* source, ObjectNode* parent, Inside* inside) {
 // Copies all that is below the source's root into the root's copy.
 i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
     SmallStack<OpenSource, 32> outer;
+    Chunks chunks;
     OpenSource source = open(root);
     wiq_json* parent = root_copy;
     for (;;) {
         Inside inside = {nullptr, nullptr};
         const i32 status = parent->type == kJsonArray
-                               ? copy_elems(&source, as<ArrayNode>(parent), &inside)
-                               : copy_members(&source, as<ObjectNode>(parent), &inside);
+                               ? copy_elems(&source, as<ArrayNode>(parent), &chunks, &inside)
+                               : copy_members(&source, as<ObjectNode>(parent), &chunks, &inside);
         if (status != 0) {
             return status;
         }
@@ -152,7 +153,7 @@ wiq_json_t* wiq_json_copy(const wiq_json_t* node, u32* err) {
         return nullptr;
     }
     i32 status = 0;
-    wiq_json_t* copy = copy_node(node, nullptr, &status);
+    wiq_json_t* copy = copy_node(node, nullptr, nullptr, &status);
     if (copy != nullptr) {
         status = is_container(node) ? copy_children(node, copy) : 0;
     }

@@ -26,8 +26,13 @@
 // is the node's, which outlives the member: a member that leaves its object leaves the block alone then,
 // and is never used again. If another child takes the node's place the member stays, and the block has two
 // owners; the last one to leave frees it. A node that comes to its object ready-made, or that is large, or
-// whose key is long, has a member in a block apart. The bit beside `home` says that a container's table
-// stands behind its node.
+// whose key is long, has a member in a block apart. A bit beside `home` says that there is room for a table
+// after a container's node.
+//
+// The blocks of nodes that the parser or a copy makes, except roots and large nodes, lie in chunks (chunks.h).
+// Another bit beside `home` says so, and `home` is then the distance to the last mark before the node. The owners
+// of a block are the same as above, but a member that stays when another child takes its node's place counts as
+// one more block of the chunk. None of this changes while the node lives. The functions are in blocks.h.
 //
 // What a container holds is released by the model itself, in refcount.cpp, without recursion.
 #pragma once
@@ -35,6 +40,7 @@
 #include <atomic>
 #include <cstdlib>
 
+#include "json/chunks.h"
 #include "json/members.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
@@ -59,8 +65,9 @@ constexpr u8 kJsonWeak = 2;
 struct wiq_json {
     u16 type;
     u8 flags;
-    u8 home : 7;
-    u8 table_behind : 1;
+    u8 home : 6;
+    u8 in_chunk : 1;
+    u8 room_behind : 1;
     i32 refcount;
     wiq_json* parent;
     union {
@@ -169,47 +176,32 @@ inline void unlink_from_parent(wiq_json* child) {
 }
 
 // The header of a new node: free-standing, with a count of 0.
-inline void begin_node(wiq_json* node, u16 type, u8 home = 0) {
+inline void begin_node(wiq_json* node, u16 type, size_t home, bool in_chunk) {
     node->type = type;
     node->flags = 0;
-    node->home = home & 127;
-    node->table_behind = 0;
+    node->home = home & 63;
+    node->in_chunk = in_chunk;
+    node->room_behind = 0;
     node->refcount = 0;
     unlink_from_parent(node);
-}
-
-// Where a node's block begins.
-inline void* block_of(wiq_json* node) {
-    return reinterpret_cast<char*>(node) - size_t{8} * node->home;
-}
-inline void free_node(wiq_json* node) {
-    void* block = block_of(node);
-    if (node->home != 0 && static_cast<Member*>(block)->is_shared() &&
-        static_cast<Member*>(block)->unshare())
-        return;
-    free(block);
-}
-// Frees a member that is in no table; its child is alive.
-inline void free_member(Member* member) {
-    if (block_of(member->child) == member || (member->is_shared() && member->unshare()))
-        return;
-    free(member);
 }
 
 // The largest node that shares its block with its member, which may keep the block when the node is gone.
 constexpr size_t kLargestWithMember = 1024;
 
 // A new node of so many bytes; with a key, in one block with its member, unless the key is too long for
-// that, or the node too large. nullptr without memory.
-wiq_json* allocate_node(u16 type, size_t size, const Key* key);
+// that, or the node too large. If `chunks` is given, the block is taken from there, unless it is too large.
+// Returns nullptr when out of memory.
+wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
 template <class Node>
-inline Node* new_node(u16 type, const Key* key = nullptr) {
-    return static_cast<Node*>(allocate_node(type, sizeof(Node), key));
+inline Node* new_node(u16 type, const Key* key = nullptr, Chunks* chunks = nullptr) {
+    return static_cast<Node*>(allocate_node(type, sizeof(Node), key, chunks));
 }
 template <class Node, class Value>
-inline Node* new_node_of(u16 type, const Value& value, const Key* key = nullptr) {
-    auto* node = new_node<Node>(type, key);
+inline Node* new_node_of(u16 type, const Value& value, const Key* key = nullptr,
+                         Chunks* chunks = nullptr) {
+    auto* node = new_node<Node>(type, key, chunks);
     if (node != nullptr)
         node->value = value;
     return node;
@@ -217,7 +209,8 @@ inline Node* new_node_of(u16 type, const Value& value, const Key* key = nullptr)
 
 // A string or reference node (type kJsonString or kJsonRef) with a copy of `length` bytes of text in its
 // own block, or without text if that is nullptr; nullptr without memory.
-wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* key = nullptr);
+wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* key = nullptr,
+                        Chunks* chunks = nullptr);
 
 // The places of the largest table behind a node.
 constexpr u64 kFewPlaces = 64;
@@ -225,34 +218,39 @@ constexpr u64 kFewPlaces = 64;
 // A container of this kind, with room for so many places behind it, which are not set; the fields behind its
 // header neither. nullptr without memory.
 template <class Node>
-inline Node* new_container(u16 type, u64 places_behind, u8 flags, const Key* key) {
-    auto* node =
-        static_cast<Node*>(allocate_node(type, sizeof(Node) + places_behind * sizeof(void*), key));
+inline Node* new_container(u16 type, u64 places_behind, u8 flags, const Key* key, Chunks* chunks) {
+    auto* node = static_cast<Node*>(
+        allocate_node(type, sizeof(Node) + places_behind * sizeof(void*), key, chunks));
     if (node != nullptr) {
         node->flags = flags;
-        node->table_behind = places_behind != 0;
+        node->room_behind = places_behind != 0;
     }
     return node;
+}
+
+// Whether a container's table stands directly after its node.
+template <class Node, class Slot>
+inline bool is_behind(const Node* node, const Slot* table) {
+    return node->room_behind != 0 && static_cast<const void*>(table) == node + 1;
 }
 
 // A container's table of `used` bytes as one of `size` bytes, in a block of its own; nullptr without memory,
 // with nothing changed.
 template <class Node, class Slot>
 inline Slot* grown_table(Node* node, Slot* table, size_t used, size_t size) {
-    const bool behind = node->table_behind != 0;
+    const bool behind = is_behind(node, table);
     auto* grown = static_cast<Slot*>(realloc(behind ? nullptr : table, size));
-    if (grown != nullptr && behind) {
-        memcpy(grown, node + 1, used);
-        node->table_behind = 0;
-    }
+    if (grown != nullptr && behind)
+        memcpy(grown, table, used);
     return grown;
 }
 
 // An empty object or array, flags 0 or kJsonWeak, with room for so many children; nullptr without memory.
-ObjectNode* new_object(i32 capacity, u8 flags, const Key* key = nullptr);
-ArrayNode* new_array(i32 capacity, u8 flags, const Key* key = nullptr);
+ObjectNode* new_object(i32 capacity, u8 flags, const Key* key = nullptr, Chunks* chunks = nullptr);
+ArrayNode* new_array(i32 capacity, u8 flags, const Key* key = nullptr, Chunks* chunks = nullptr);
 // The same, with a table of so many buckets, which is a power of two, or 0 for none.
-ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key = nullptr);
+ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key = nullptr,
+                            Chunks* chunks = nullptr);
 // A table of so many empty buckets in a block of its own, for an object that has none: 0, or -5000.
 i32 make_table(ObjectNode* obj, u64 buckets);
 // Takes a container's table away, with all that it says. The children are the caller's.
@@ -275,11 +273,6 @@ i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child);
 // A free-standing member with a copy of the key, without a child, in a block of its own; nullptr without
 // memory.
 Member* new_member(const Key& key);
-// The member of a new node that was made with this key.
-inline Member* member_of(wiq_json* node, const Key& key) {
-    return node->home != 0 ? static_cast<Member*>(block_of(node)) : new_member(key);
-}
-
 // The last step of attaching, when the place is made: each knows the other.
 inline void settle(ObjectNode* obj, Member* member, wiq_json* child) {
     member->child = child;

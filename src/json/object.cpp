@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "json/blocks.h"
 #include "json/chain_index.h"
-#include "json/node.h"
 
 namespace ke::json {
 namespace {
@@ -83,11 +83,11 @@ i32 add_member(ObjectNode* obj, Member** end, Member* member) {
 // and where it is: a walk may stand on it, and its caller may hold the key.
 void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
     wiq_json* old = member->child;
-    if (block_of(old) == member) {
-        member->share();
+    if (is_made_with(member, old)) {
+        share_block(member, old);
     }
-    if (block_of(child) == member) {
-        member->unshare();
+    if (is_made_with(member, child)) {
+        unshare_block(member, child);
     }
     settle(obj, member, child);
     release_child(obj, old);
@@ -143,9 +143,10 @@ wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
     if (node == nullptr) {
         return nullptr;
     }
+    const bool is_apart = node->home == 0;
     Member* member = member_of(node, key);
     if (member == nullptr || add_member(obj, place, member) != 0) {
-        std::free(node->home == 0 ? member : nullptr);
+        std::free(is_apart ? member : nullptr);
         free_node(node);
         return nullptr;
     }
@@ -156,14 +157,14 @@ wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
 
 }  // namespace
 
-ObjectNode* new_object(i32 capacity, u8 flags, const Key* key) {
+ObjectNode* new_object(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
     const u64 buckets = initial_buckets(static_cast<u64>(capacity));
-    return new_object_with(buckets == 1 ? 0 : buckets, flags, key);
+    return new_object_with(buckets == 1 ? 0 : buckets, flags, key, chunks);
 }
 
-ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key) {
+ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key, Chunks* chunks) {
     const u64 behind = buckets <= kFewPlaces ? buckets : 0;
-    auto* obj = new_container<ObjectNode>(kJsonObject, behind, flags, key);
+    auto* obj = new_container<ObjectNode>(kJsonObject, behind, flags, key, chunks);
     if (obj == nullptr) {
         return nullptr;
     }

@@ -30,7 +30,7 @@ OpenContainers::~OpenContainers() {
 
 // Whether the member of an early node has a block of its own.
 bool OpenContainers::is_apart(const Frame& frame) {
-    return frame.member != nullptr && block_of(frame.node) != frame.member;
+    return frame.member != nullptr && frame.node->home == 0;
 }
 
 // Releases a container's children and the container; a member apart stays.
@@ -54,7 +54,7 @@ i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_k
                    type,    key != nullptr, unique_keys && type == kJsonObject};
     frame.first = count_of(frame);
     const bool early = frame.own_table || (key != nullptr && !key_stays);
-    if (early && make_early(&frame) != 0)
+    if (early && make_early(&frame, chunks()) != 0)
         return WIQ_ERR_NO_MEMORY;
     if (frames_.push(frame))
         return 0;
@@ -65,10 +65,11 @@ i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_k
 }
 
 // Makes the node, without a table, and its member with a copy of the key: 0, or -5000 with nothing changed.
-i32 OpenContainers::make_early(Frame* frame) {
+i32 OpenContainers::make_early(Frame* frame, Chunks* chunks) {
     const Key* key = frame->is_member ? &frame->key : nullptr;
-    wiq_json* node = frame->type == kJsonObject ? static_cast<wiq_json*>(new_object(0, 0, key))
-                                                : new_array(0, 0, key);
+    wiq_json* node = frame->type == kJsonObject
+                         ? static_cast<wiq_json*>(new_object(0, 0, key, chunks))
+                         : new_array(0, 0, key, chunks);
     if (node == nullptr)
         return WIQ_ERR_NO_MEMORY;
     if (key != nullptr) {
@@ -85,7 +86,7 @@ i32 OpenContainers::make_early(Frame* frame) {
 
 // The same for a container that has children already.
 i32 OpenContainers::make_now(Frame* frame) {
-    if (make_early(frame) != 0)
+    if (make_early(frame, chunks_of_top()) != 0)
         return WIQ_ERR_NO_MEMORY;
     const size_t count = count_of(*frame);
     for (size_t i = 0; i < count; ++i) {
@@ -134,7 +135,8 @@ i32 OpenContainers::finish_array(Frame* frame) {
     const i32 size = static_cast<i32>(count);
     wiq_json** const children = elems_of(*frame);
     if (frame->node == nullptr) {
-        ArrayNode* array = new_array(size, 0, frame->is_member ? &frame->key : nullptr);
+        ArrayNode* array =
+            new_array(size, 0, frame->is_member ? &frame->key : nullptr, chunks_of_top());
         if (array == nullptr)
             return WIQ_ERR_NO_MEMORY;
         frame->node = array;
@@ -167,7 +169,8 @@ i32 OpenContainers::finish_object(Frame* frame) {
         if (buckets != 0 && make_table(as<ObjectNode>(frame->node), buckets) != 0)
             return WIQ_ERR_NO_MEMORY;
     } else {
-        frame->node = new_object_with(buckets, 0, frame->is_member ? &frame->key : nullptr);
+        frame->node =
+            new_object_with(buckets, 0, frame->is_member ? &frame->key : nullptr, chunks_of_top());
         if (frame->node == nullptr)
             return WIQ_ERR_NO_MEMORY;
     }
@@ -207,8 +210,8 @@ const TextNode* OpenContainers::reference_in(const Frame& frame) {
 // Puts a reference in the place of the object that says it.
 i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
     const Frame& frame = frames_.top();
-    wiq_json* reference =
-        new_text_node(kJsonRef, uri->text, uri->length, frame.is_member ? &frame.key : nullptr);
+    wiq_json* reference = new_text_node(kJsonRef, uri->text, uri->length,
+                                        frame.is_member ? &frame.key : nullptr, chunks_of_top());
     if (reference == nullptr)
         return WIQ_ERR_NO_MEMORY;
     Member* member = is_apart(frame) ? frame.member : nullptr;

@@ -12,7 +12,7 @@
 #pragma once
 
 #include "containers/small_stack.h"
-#include "json/node.h"
+#include "json/blocks.h"
 
 namespace ke::json {
 
@@ -26,6 +26,9 @@ class OpenContainers {
 
     bool empty() const { return frames_.empty(); }
     bool in_object() { return frames_.top().type == kJsonObject; }
+
+    // Where the next value's memory comes from: nullptr for the root, which has a block of its own.
+    Chunks* chunks() { return frames_.empty() ? nullptr : &chunks_; }
 
     // Opens a container; with a key, whose text stays as it is or not, if it is to be a member. 0, or -5000.
     i32 open(u16 type, const Key* key, bool key_stays, bool unique_keys);
@@ -70,7 +73,10 @@ class OpenContainers {
     i32 give_elem(Frame& array, wiq_json* node);
     i32 give_member(Frame& obj, wiq_json* node, Member* member);
 
-    static i32 make_early(Frame* frame);
+    // The same for the innermost open container.
+    Chunks* chunks_of_top() { return frames_.size() == 1 ? nullptr : &chunks_; }
+
+    static i32 make_early(Frame* frame, Chunks* chunks);
     i32 make_now(Frame* frame);
 
     i32 finish_array(Frame* frame);
@@ -83,6 +89,7 @@ class OpenContainers {
     void abandon(const Frame& frame);
     static bool is_apart(const Frame& frame);
 
+    Chunks chunks_;
     SmallStack<Frame, 32> frames_;
     SmallStack<wiq_json*, 2048> elems_;
     SmallStack<Member*, 1024> members_;

@@ -66,6 +66,7 @@ class Parser {
         value_is_due_ = false;
         const Lexeme& now = lexer_.current();
         const Key* key = !open_.empty() && open_.in_object() ? &key_ : nullptr;
+        Chunks* chunks = open_.chunks();
         wiq_json* node = nullptr;
         switch (now.token) {
             case '{':
@@ -73,25 +74,25 @@ class Parser {
             case '[':
                 return open_array(key);
             case kTokenString:
-                node = new_text_node(kJsonString, now.text, now.length, key);
+                node = new_text_node(kJsonString, now.text, now.length, key, chunks);
                 break;
             case kTokenInteger:
-                node = new_node_of<I64Node>(kJsonI64, now.integer, key);
+                node = new_node_of<I64Node>(kJsonI64, now.integer, key, chunks);
                 break;
             case kTokenReal:
-                node = new_node_of<DoubleNode>(kJsonDouble, now.real, key);
+                node = new_node_of<DoubleNode>(kJsonDouble, now.real, key, chunks);
                 break;
             case kTokenTrue:
-                node = new_node<wiq_json>(kJsonTrue, key);
+                node = new_node<wiq_json>(kJsonTrue, key, chunks);
                 break;
             case kTokenFalse:
-                node = new_node<wiq_json>(kJsonFalse, key);
+                node = new_node<wiq_json>(kJsonFalse, key, chunks);
                 break;
             case kTokenNull:
-                node = new_node<wiq_json>(kJsonNull, key);
+                node = new_node<wiq_json>(kJsonNull, key, chunks);
                 break;
             case kTokenBigInteger:
-                node = new_node_of<U128Node>(kJsonU128, now.big, key);
+                node = new_node_of<U128Node>(kJsonU128, now.big, key, chunks);
                 break;
             case kTokenInvalid:
                 return WIQ_ERR_JSON_BAD_TOKEN;

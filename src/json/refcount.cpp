@@ -10,8 +10,8 @@
 #include <bit>
 #include <cstdlib>
 
+#include "json/blocks.h"
 #include "json/chain_index.h"
-#include "json/node.h"
 
 namespace ke::json {
 namespace {
@@ -138,6 +138,44 @@ void begin_emptying(wiq_json* node) {
     }
 }
 
+// Frees nodes one after another. A run of neighbours in one chunk is released together, by one change of the
+// chunk's count.
+class Freed {
+  public:
+    Freed() = default;
+    Freed(const Freed&) = delete;
+    Freed& operator=(const Freed&) = delete;
+    ~Freed() { give_up(); }
+
+    void add(wiq_json* node) {
+        if (node->in_chunk == 0) {
+            free_node_apart(node);
+            return;
+        }
+        Chunk* const* mark = mark_of(node);
+        if (mark != mark_) {
+            mark_ = mark;
+            if (*mark != chunk_) {
+                give_up();
+                chunk_ = *mark;
+            }
+        }
+        ++blocks_;
+    }
+
+  private:
+    void give_up() {
+        if (blocks_ != 0) {
+            release_blocks(chunk_, blocks_);
+        }
+        blocks_ = 0;
+    }
+
+    Chunk* const* mark_ = nullptr;  // the last node's
+    Chunk* chunk_ = nullptr;
+    u64 blocks_ = 0;
+};
+
 wiq_json* take_next_elem(Elements& elems) {
     if (elems.capacity != kChainedElems) {
         return elems.size > 0 ? elems.data[--elems.size] : nullptr;
@@ -185,6 +223,7 @@ wiq_json* take_next_child(wiq_json* node) {
 
 // With everything below them that dies with them.
 void release_children(wiq_json* top) {
+    Freed freed;
     add_to_count(top, kDying);
     begin_emptying(top);
     wiq_json* node = top;
@@ -196,7 +235,7 @@ void release_children(wiq_json* top) {
             }
             drop_table(node);
             wiq_json* up = node->parent;
-            free_node(node);
+            freed.add(node);
             node = up;
         } else if (drop_child(is_weak(node), child)) {
             if (is_container(child)) {
@@ -205,7 +244,7 @@ void release_children(wiq_json* top) {
                 begin_emptying(child);
                 node = child;
             } else {
-                free_node(child);
+                freed.add(child);
             }
         }
     }
@@ -213,26 +252,40 @@ void release_children(wiq_json* top) {
 }
 
 void drop_table(wiq_json* container) {
-    const bool behind = container->table_behind != 0;
     if (container->type == kJsonArray) {
-        Elements& elems = as<ArrayNode>(container)->elems;
-        std::free(behind ? nullptr : elems.data);
-        elems = {};
+        auto* array = as<ArrayNode>(container);
+        std::free(is_behind(array, array->elems.data) ? nullptr : array->elems.data);
+        array->elems = {};
     } else {
-        Members& members = as<ObjectNode>(container)->members;
-        if (!behind) {
-            drop_index(members);
-            std::free(members.buckets);
+        auto* obj = as<ObjectNode>(container);
+        if (!is_behind(obj, obj->members.buckets)) {
+            drop_index(obj->members);
+            std::free(obj->members.buckets);
         }
-        members = {};
+        obj->members = {};
     }
-    container->table_behind = 0;
 }
 
 void release_child(const wiq_json* container, wiq_json* child) {
     if (drop_child(is_weak(container), child)) {
         wiq_json_delete_impl(child);
     }
+}
+
+// Frees a member that does not share a block with its child: it has a block of its own, or shares one with an
+// earlier child, which may have been freed already. Only in the latter case is the member marked as shared.
+void free_member_apart(Member* member) {
+    if (member->is_shared()) {
+        auto* made_with = reinterpret_cast<wiq_json*>(end_of(member));
+        if (made_with->in_chunk != 0) {
+            release_blocks(*mark_of(made_with), 1);
+            return;
+        }
+        if (member->unshare()) {
+            return;
+        }
+    }
+    std::free(member);
 }
 
 void release_if_unreferenced(wiq_json* node) {

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "json/node.h"
+#include "json/blocks.h"
 
 namespace ke::json {
 namespace {
@@ -50,28 +50,31 @@ u64 truncate_unsigned(double value) {
 
 }  // namespace
 
-wiq_json* allocate_node(u16 type, size_t size, const Key* key) {
+wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks) {
     constexpr size_t kUnit = 8;
-    constexpr size_t kFarthest = kUnit * 127;
     size_t offset = 0;
-    if (key != nullptr && key->length < kFarthest - sizeof(Member) && size <= kLargestWithMember) {
-        offset = (sizeof(Member) + key->length + 1 + kUnit - 1) / kUnit * kUnit;
+    if (key != nullptr && key->length <= kLongestWithNode && size <= kLargestWithMember) {
+        offset = member_span(key->length);
     }
-    auto* block = static_cast<char*>(std::malloc(offset + size));
+    const bool in_chunk = chunks != nullptr && offset + size <= Chunks::kLargestBlock &&
+                          (key == nullptr || offset != 0);
+    char* block = in_chunk ? chunks->take((offset + size + kUnit - 1) / kUnit * kUnit, offset)
+                           : static_cast<char*>(std::malloc(offset + size));
     if (block == nullptr) {
         return nullptr;
     }
     auto* node = reinterpret_cast<wiq_json*>(block + offset);
-    begin_node(node, type, static_cast<u8>(offset / kUnit));
+    begin_node(node, type, in_chunk ? chunks->distance(block + offset) : offset / kUnit, in_chunk);
     if (offset != 0) {
         make_member(block, *key);
     }
     return node;
 }
 
-wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* key) {
+wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* key, Chunks* chunks) {
     const size_t text_size = text != nullptr ? length + 1 : 0;
-    auto* node = static_cast<TextNode*>(allocate_node(type, sizeof(TextNode) + text_size, key));
+    auto* node =
+        static_cast<TextNode*>(allocate_node(type, sizeof(TextNode) + text_size, key, chunks));
     if (node == nullptr) {
         return nullptr;
     }

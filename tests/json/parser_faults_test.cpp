@@ -46,8 +46,8 @@ TEST(ParserFaults, RichDocument) {
     const std::string text = rich_document();
     ScratchFile file;
     for (i32 flags : {0, static_cast<i32>(WIQ_JSON_ALLOW_TRAILING)}) {
-        EXPECT_GT(sweep(text, flags, 0, nullptr), 250u);
-        EXPECT_GT(sweep(text, flags, 0, &file), 350u);
+        EXPECT_GT(sweep(text, flags, 0, nullptr), 35u);
+        EXPECT_GT(sweep(text, flags, 0, &file), 140u);
     }
 }
 

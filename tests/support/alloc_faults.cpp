@@ -6,6 +6,7 @@
 #endif
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <atomic>
 #include <cstdio>
@@ -15,6 +16,7 @@
 namespace {
 
 std::atomic<long> g_live{0};
+std::atomic<long> g_bytes{0};
 // Faults strike the thread that armed them only; other threads of a test allocate undisturbed.
 thread_local AllocFaults* t_armed = nullptr;
 
@@ -24,9 +26,19 @@ bool fault() {
     return t_armed != nullptr && t_armed->should_fail();
 }
 
+long size_of_block(void* block) {
+#ifdef _WIN32
+    return block == nullptr ? 0 : static_cast<long>(_msize(block));
+#else
+    return static_cast<long>(malloc_usable_size(block));
+#endif
+}
+
 void* counted(void* block) {
-    if (block != nullptr)
+    if (block != nullptr) {
         g_live.fetch_add(1, std::memory_order_relaxed);
+        g_bytes.fetch_add(size_of_block(block), std::memory_order_relaxed);
+    }
     return block;
 }
 
@@ -52,6 +64,10 @@ void (*g_on_allocation)() = nullptr;
 
 long live_blocks() {
     return g_live.load(std::memory_order_relaxed);
+}
+
+long live_bytes() {
+    return g_bytes.load(std::memory_order_relaxed);
 }
 
 namespace {
@@ -139,17 +155,22 @@ void* __wrap_calloc(size_t count, size_t size) {
 void* __wrap_realloc(void* ptr, size_t size) {
     if (size != 0 && fault())
         return nullptr;
+    const long size_before = size_of_block(ptr);
     void* block = __real_realloc(ptr, size);
     if (ptr == nullptr)
         return counted(block);
     if (size == 0)
         g_live.fetch_sub(1, std::memory_order_relaxed);
+    if (size == 0 || block != nullptr)
+        g_bytes.fetch_add(size_of_block(block) - size_before, std::memory_order_relaxed);
     return block;
 }
 
 void __wrap_free(void* ptr) {
-    if (ptr != nullptr)
+    if (ptr != nullptr) {
         g_live.fetch_sub(1, std::memory_order_relaxed);
+        g_bytes.fetch_sub(size_of_block(ptr), std::memory_order_relaxed);
+    }
     __real_free(ptr);
 }
 

@@ -48,6 +48,8 @@ extern void (*g_on_allocation)();
 
 // Blocks that the wrapped functions have handed out and not yet got back.
 long live_blocks();
+// The same in bytes, as the runtime rounds them.
+long live_bytes();
 
 // While it is true, libuv makes no mutexes. Has no effect on Windows, where its DLL is out of reach.
 extern bool g_fail_mutex_init;
