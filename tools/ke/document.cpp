@@ -2,6 +2,7 @@
 #include "document.h"
 
 #include <algorithm>
+#include <deque>
 #include <utility>
 
 #include "json_string.h"
@@ -211,68 +212,99 @@ Failure Document::failure(NodeId node, const std::string& message, int exit_stat
 
 namespace {
 
-// The containers that are being written, so that no document is too deep.
-struct Level {
-    std::vector<NodeId> children;  // in the order of writing, only where that is not the text's
-    size_t done = 0;
-    NodeId node;
-    NodeId next;
+// What a key token stands for; `decoded` keeps the text of a key that is written with escapes.
+std::string_view name_of(std::string_view key, std::deque<std::string>& decoded) {
+    if (key.find('\\') == std::string_view::npos)
+        return key.substr(1, key.size() - 2);
+    decoded.push_back(decode_string(key));
+    return decoded.back();
+}
+
+// Writes a value. The containers that are being written are on a list, so that no document is too deep.
+class ValueWriter {
+  public:
+    ValueWriter(JsonWriter& writer, const Document& document, bool sorted)
+        : writer_(writer), document_(document), sorted_(sorted) {}
+
+    void run(NodeId top) {
+        open(top);
+        while (!levels_.empty()) {
+            Level& level = levels_.back();
+            const bool in_order = level.first_sorted != kNotSorted;
+            if (in_order ? level.next_sorted == children_.size()
+                         : level.next == document_.end_of(level.node)) {
+                close();
+                continue;
+            }
+            const NodeId child = in_order ? children_[level.next_sorted++] : level.next;
+            level.next = in_order ? level.next : document_.next(child);
+            if (!document_.key(child).empty())
+                writer_.add(Token::key, document_.key(child));
+            open(child);
+        }
+    }
+
+  private:
+    static constexpr size_t kNotSorted = static_cast<size_t>(-1);
+
+    struct Level {
+        NodeId node;
+        NodeId next;          // where the children are written in the order of the text
+        size_t first_sorted;  // otherwise they stand in children_, from here to its end
+        size_t next_sorted;
+    };
+
+    void open(NodeId node) {
+        const Kind kind = document_.kind(node);
+        if (kind != Kind::object && kind != Kind::array) {
+            const Token token = kind == Kind::string   ? Token::string
+                                : kind == Kind::number ? Token::number
+                                                       : Token::word;
+            return writer_.add(token, document_.text_of(node));
+        }
+        const bool object = kind == Kind::object;
+        writer_.add(object ? Token::open_object : Token::open_array, object ? "{" : "[");
+        levels_.push_back({node, document_.first_child(node), kNotSorted, kNotSorted});
+        if (object && sorted_)
+            sort_children();
+    }
+
+    void close() {
+        const Level level = levels_.back();
+        const bool object = document_.kind(level.node) == Kind::object;
+        writer_.add(object ? Token::close_object : Token::close_array, object ? "}" : "]");
+        if (level.first_sorted != kNotSorted)
+            children_.resize(level.first_sorted);
+        levels_.pop_back();
+    }
+
+    void sort_children() {
+        Level& level = levels_.back();
+        level.first_sorted = level.next_sorted = children_.size();
+        names_.clear();
+        decoded_.clear();
+        for (NodeId child = level.next; child != document_.end_of(level.node);
+             child = document_.next(child))
+            names_.emplace_back(name_of(document_.key(child), decoded_), child);
+        // Of equal keys the order of the text stays, which is that of the numbers.
+        std::sort(names_.begin(), names_.end());
+        for (const auto& name : names_)
+            children_.push_back(name.second);
+    }
+
+    JsonWriter& writer_;
+    const Document& document_;
+    bool sorted_;
+    std::vector<Level> levels_;
+    std::vector<NodeId> children_;  // of the open objects, the innermost one's at the end
+    std::vector<std::pair<std::string_view, NodeId>> names_;
+    std::deque<std::string> decoded_;
 };
-
-Level enter(const Document& document, NodeId node, const Layout& layout) {
-    Level level{{}, 0, node, document.first_child(node)};
-    if (!layout.sort_keys || document.kind(node) != Kind::object)
-        return level;
-    std::vector<std::pair<std::string, NodeId>> members;
-    for (NodeId child = level.next; child != document.end_of(node); child = document.next(child))
-        members.emplace_back(decode_string(document.key(child)), child);
-    std::stable_sort(members.begin(), members.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
-    for (const auto& member : members)
-        level.children.push_back(member.second);
-    return level;
-}
-
-void add_scalar(JsonWriter& writer, const Document& document, NodeId node) {
-    const Kind kind = document.kind(node);
-    writer.add(kind == Kind::string   ? Token::string
-               : kind == Kind::number ? Token::number
-                                      : Token::word,
-               document.text_of(node));
-}
 
 }  // namespace
 
 void write_value(JsonWriter& writer, const Document& document, NodeId top, const Layout& layout) {
-    std::vector<Level> levels;
-    const auto open = [&](NodeId node) {
-        const Kind kind = document.kind(node);
-        if (kind == Kind::object || kind == Kind::array) {
-            writer.add(kind == Kind::object ? Token::open_object : Token::open_array,
-                       kind == Kind::object ? "{" : "[");
-            levels.push_back(enter(document, node, layout));
-        } else {
-            add_scalar(writer, document, node);
-        }
-    };
-    open(top);
-    while (!levels.empty()) {
-        Level& level = levels.back();
-        const bool sorted = !level.children.empty();
-        if (sorted ? level.done == level.children.size()
-                   : level.next == document.end_of(level.node)) {
-            const bool object = document.kind(level.node) == Kind::object;
-            writer.add(object ? Token::close_object : Token::close_array, object ? "}" : "]");
-            levels.pop_back();
-            continue;
-        }
-        const NodeId child = sorted ? level.children[level.done] : level.next;
-        ++level.done;
-        level.next = document.next(child);
-        if (!document.key(child).empty())
-            writer.add(Token::key, document.key(child));
-        open(child);
-    }
+    ValueWriter(writer, document, layout.sort_keys).run(top);
 }
 
 }  // namespace tool
