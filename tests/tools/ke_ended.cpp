@@ -1,5 +1,7 @@
-// The tool, except that it ends at a step of the replacement of a file, as a crash or a loss of power would
-// end it: KE_END_AT names the step.
+// The tool, except that it ends at a step of the replacement of a file: KE_END_AT names the step. It ends as
+// a crash or a loss of power would end it, or by the signal that KE_END_BY gives as a number. With KE_NAMED
+// the temporary file has a name from the start.
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -9,16 +11,23 @@
 namespace {
 
 const char* g_end_at = nullptr;
+const char* g_end_by = nullptr;
 
 void maybe_end(const char* step) {
-    if (g_end_at != nullptr && strcmp(step, g_end_at) == 0)
+    if (g_end_at == nullptr || strcmp(step, g_end_at) != 0)
+        return;
+    if (g_end_by == nullptr || g_end_by[0] == '\0')
         std::_Exit(99);
+    raise(atoi(g_end_by));  // may be held back for a while
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     g_end_at = getenv("KE_END_AT");
+    g_end_by = getenv("KE_END_BY");
+    if (getenv("KE_NAMED") != nullptr)
+        tool::temporary_is_named = true;
     tool::on_replacement_step = maybe_end;
     return tool::run(std::vector<std::string>(argv + 1, argv + argc));
 }

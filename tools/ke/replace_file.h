@@ -17,6 +17,8 @@ namespace tool {
 // Called with the name of each step once it is done: "created", "written", "flushed", "dressed" (mode and
 // owner set), "named" (the temporary file has a name), "renamed". Tests end the program here.
 extern void (*on_replacement_step)(const char* step);
+// Whether the temporary file has a name from the start, as on file systems without unnamed files. For tests.
+extern bool temporary_is_named;
 
 class Replacement {
   public:

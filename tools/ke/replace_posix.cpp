@@ -20,10 +20,11 @@
 namespace tool {
 
 void (*on_replacement_step)(const char* step) = nullptr;
+bool temporary_is_named = false;
 
 namespace {
 
-constexpr int kEndings[] = {SIGINT, SIGTERM, SIGHUP, SIGXFSZ};
+constexpr int kEndings[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGXCPU, SIGXFSZ};
 
 void step_done(const char* step) {
     if (on_replacement_step != nullptr)
@@ -160,7 +161,8 @@ struct Replacement::State {
         const std::string folder = folder_of(target);
         // Until it has the old file's mode and owner, nobody else may read what is written.
         const mode_t mode = exists ? 0600 : 0666;
-        fd = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
+        if (!temporary_is_named)
+            fd = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
         unnamed = fd >= 0;
         if (unnamed && access("/proc/self/fd", X_OK) != 0) {
             close(fd);  // without /proc it could get no name

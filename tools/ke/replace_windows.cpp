@@ -13,6 +13,7 @@
 namespace tool {
 
 void (*on_replacement_step)(const char* step) = nullptr;
+bool temporary_is_named = true;
 
 namespace {
 
@@ -61,6 +62,31 @@ std::wstring end_of_links(const std::wstring& path, DWORD attributes) {
     CloseHandle(handle);
     return length == 0 || length >= name.size() ? path : std::wstring(name.data(), length);
 }
+
+SRWLOCK g_moving = SRWLOCK_INIT;
+
+// Runs in a thread of its own when the user interrupts the program, which ends when this returns.
+BOOL WINAPI wait_for_move(DWORD) {
+    AcquireSRWLockExclusive(&g_moving);
+    ReleaseSRWLockExclusive(&g_moving);
+    return FALSE;
+}
+
+// Holds back the end of the program while the temporary file is not marked for deletion any more and has not
+// yet taken the place of the old one.
+class HeldInterrupts {
+  public:
+    HeldInterrupts() {
+        SetConsoleCtrlHandler(wait_for_move, TRUE);
+        AcquireSRWLockExclusive(&g_moving);
+    }
+    HeldInterrupts(const HeldInterrupts&) = delete;
+    HeldInterrupts& operator=(const HeldInterrupts&) = delete;
+    ~HeldInterrupts() {
+        ReleaseSRWLockExclusive(&g_moving);
+        SetConsoleCtrlHandler(wait_for_move, FALSE);
+    }
+};
 
 void mark_for_deletion(HANDLE handle, bool marked) {
     FILE_DISPOSITION_INFO info = {};
@@ -178,11 +204,13 @@ void Replacement::write(const char* bytes, size_t size) {
 
 void Replacement::commit() {
     State& state = *state_;
+    std::unique_ptr<HeldInterrupts> held;
     if (!state.into) {
         step_done("written");
         if (FlushFileBuffers(state.handle) == 0)
             throw system_failure(state.shown, "cannot be written");
         step_done("flushed");
+        held = std::make_unique<HeldInterrupts>();
         mark_for_deletion(state.handle, false);
     }
     CloseHandle(state.handle);
