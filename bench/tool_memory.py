@@ -1,0 +1,81 @@
+#!/usr/bin/env python3
+"""Measures the peak memory of ke on large documents and fails where a limit is passed.
+
+    bench/tool_memory.py KE [MEGABYTES]        default 200; of the documents for commands that pass on what they read
+
+What streams stays below 64 MB, whatever the size. What needs the whole document stays within 4 times the
+text of its inputs (and 8 MB for the program), measured on arrays of small numbers and of small objects, which have
+the most values for their bytes.
+"""
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+
+
+def write_repeated(path, size, piece, last):
+    """An array of one element again and again, and a last one."""
+    block = piece * (1000000 // len(piece))
+    with open(path, "w") as out:
+        out.write("[")
+        while out.tell() < size:
+            out.write(block)
+        out.write(last + "]")
+
+
+def peak(command):
+    """Peak memory in MB of a command that ends with 0 or, from a comparison, 1."""
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode not in (0, 1):
+        raise SystemExit(f"{command} ended with {process.returncode}")
+    return usage.ru_maxrss / 1024
+
+
+def main():
+    ke = sys.argv[1]
+    megabytes = int(sys.argv[2]) if len(sys.argv) > 2 else 200
+    folder = tempfile.mkdtemp()
+    bad = 0
+
+    def measure(name, limit, *args):
+        nonlocal bad
+        memory = peak([ke, *args])
+        bad += memory > limit
+        print(f"| {name} | {memory:.0f} | {limit:.0f} |{' TOO MUCH' if memory > limit else ''}", flush=True)
+
+    try:
+        print("| command | peak MB | limit MB |\n|---|---|---|")
+        file = os.path.join(folder, "large.json")
+        write_repeated(file, megabytes * 1000000, '{"key": [1.50, "text", null]},\n', "7")
+        size = f"{os.path.getsize(file) / 1e6:.0f} MB"
+        measure(f"json format, {size}", 64, "json", "format", file)
+        measure(f"json format --compact, {size}", 64, "json", "format", "--compact", file)
+        measure(f"json get /5/key, {size}", 64, "json", "get", "/5/key", file)
+        measure(f"json types, {size}", 64, "json", "types", file)
+        measure(f"dump, {size}", 64, "dump", "--length", "100000000", file)
+        measure(f"base64 encode, {size}", 64, "base64", "encode", file)
+        small = {"numbers": "1,", "objects": '{"a":1},'}
+        patch = os.path.join(folder, "patch.json")
+        merge = os.path.join(folder, "merge.json")
+        with open(patch, "w") as out:
+            out.write('[{"op":"replace","path":"/0","value":5},{"op":"remove","path":"/1"}]')
+        with open(merge, "w") as out:
+            out.write("[1]")
+        for shape, piece in small.items():
+            write_repeated(file, 50000000, piece, "7")
+            text = os.path.getsize(file) / 1e6
+            for command in (["format", "--sort-keys"], ["set", "/0", "5", "--also", "/1", "6"], ["remove", "/1"],
+                            ["patch", patch], ["merge", merge], ["expand"], ["get", "--glob", "/*"]):
+                name = " ".join(os.path.basename(word) for word in command)
+                measure(f"json {name}, {text:.0f} MB of {shape}", 4 * text + 8, "json", *command, file)
+            for command in ("equal", "diff"):
+                measure(f"json {command}, twice {text:.0f} MB of {shape}", 8 * text + 8, "json", command, file, file)
+    finally:
+        shutil.rmtree(folder)
+    raise SystemExit(1 if bad else 0)
+
+
+main()
