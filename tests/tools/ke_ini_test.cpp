@@ -97,4 +97,25 @@ TEST_F(KeIniFiles, RefuseWhatTheyCannotHold) {
     EXPECT_EQ(ke({"ini", "remove", "a", "none", in("r.ini"), "--in-place"}).status, 2);
 }
 
+// A step for each section and key, however many there are: a search among those before would take minutes.
+TEST_F(KeIniFiles, OfManySectionsAndKeys) {
+    std::string text;
+    std::string sections;
+    for (int i = 0; i < 100000; ++i) {
+        sections += "s" + std::to_string(i) + "\n";
+        text += "[s" + std::to_string(i) + "]\n";
+    }
+    std::string keys;
+    for (int i = 0; i < 100000; ++i) {
+        keys += "k" + std::to_string(i) + "\n";
+        text += "k" + std::to_string(i) + "=v\n";
+    }
+    write_file(in("many.ini"), text);
+    EXPECT_EQ(ke({"ini", "sections", in("many.ini")}).out, sections);
+    EXPECT_EQ(ke({"ini", "keys", "s99999", in("many.ini")}).out, keys);
+    const std::string json = ke({"ini", "to-json", "--compact", in("many.ini")}).out;
+    EXPECT_EQ(json.substr(0, 16), "{\"s0\":{},\"s1\":{}");
+    EXPECT_EQ(json.substr(json.size() - 16), ",\"k99999\":\"v\"}}\n");
+}
+
 }  // namespace

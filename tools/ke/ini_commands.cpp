@@ -1,5 +1,6 @@
 // ke ini to-json, get, set, remove, sections, keys: INI files as they are, and as JSON.
 #include <memory>
+#include <unordered_set>
 
 #include "commands.h"
 #include "failure.h"
@@ -68,14 +69,12 @@ int remove_value(const IniArgs& args, const Common& common) {
 int list_sections(const IniArgs& args, const Common& common) {
     const Input input = read_text(args.file, common);
     std::string text;
-    std::vector<std::string> seen;
+    std::unordered_set<std::string> seen;
     for (const IniSection& section : parse_ini(input)) {
         const std::string line =
             section.name + (section.argument ? "\t" + *section.argument : "") + "\n";
-        if (std::find(seen.begin(), seen.end(), line) != seen.end())
-            continue;
-        seen.push_back(line);
-        text += line;
+        if (seen.insert(line).second)
+            text += line;
     }
     write_output(text, common);
     return kExitOk;
@@ -83,7 +82,7 @@ int list_sections(const IniArgs& args, const Common& common) {
 
 int list_keys(const IniArgs& args, const Common& common) {
     const Input input = read_text(args.file, common);
-    std::vector<std::string> seen;
+    std::unordered_set<std::string> seen;
     std::string text;
     bool found = false;
     for (const IniSection& section : parse_ini(input)) {
@@ -91,10 +90,8 @@ int list_keys(const IniArgs& args, const Common& common) {
             continue;
         found = true;
         for (const IniKey& key : section.keys) {
-            if (std::find(seen.begin(), seen.end(), key.name) != seen.end())
-                continue;
-            seen.push_back(key.name);
-            text += key.name + "\n";
+            if (seen.insert(key.name).second)
+                text += key.name + "\n";
         }
     }
     if (!found)

@@ -1,7 +1,8 @@
 // See ini_json.h.
 #include "ini_json.h"
 
-#include <map>
+#include <memory>
+#include <unordered_map>
 
 #include "json_string.h"
 
@@ -14,25 +15,21 @@ struct Entry {
     std::string name;
     std::vector<std::string> values;  // of a key, as JSON
     std::vector<Entry> entries;       // of a section
+    // Of the entries, by name; a key has none.
+    std::unique_ptr<std::unordered_map<std::string, size_t>> places;
     bool is_section = false;
-};
 
-class Entries {
-  public:
-    explicit Entries(std::vector<Entry>& list) : list_(list) {
-        for (size_t i = 0; i < list.size(); ++i)
-            places_[list[i].name] = i;
+    // The entry of a name, added if there is none. It stays where it is until the next one is added.
+    Entry& at(const std::string& wanted) {
+        if (!places)
+            places = std::make_unique<std::unordered_map<std::string, size_t>>();
+        const auto [place, is_new] = places->try_emplace(wanted, entries.size());
+        if (is_new) {
+            entries.emplace_back();
+            entries.back().name = wanted;
+        }
+        return entries[place->second];
     }
-    Entry& at(const std::string& name) {
-        const auto [place, is_new] = places_.try_emplace(name, list_.size());
-        if (is_new)
-            list_.push_back({name, {}, {}, false});
-        return list_[place->second];
-    }
-
-  private:
-    std::vector<Entry>& list_;
-    std::map<std::string, size_t> places_;
 };
 
 std::string json_of(const Input& input, const std::string& text, size_t offset) {
@@ -70,22 +67,21 @@ void write(JsonWriter& writer, const Entry& entry) {
 }  // namespace
 
 std::string ini_as_json(const Input& input) {
-    std::vector<Entry> list;
+    Entry file;
     for (const IniSection& section : parse_ini(input)) {
         json_of(input, section.name, section.offset);
-        Entry* holder = &Entries(list).at(section.name);
+        Entry* holder = &file.at(section.name);
         holder->is_section = true;
         if (section.argument) {
             json_of(input, *section.argument, section.argument_offset);
-            holder = &Entries(holder->entries).at(*section.argument);
+            holder = &holder->at(*section.argument);
             if (!holder->values.empty())
                 throw clash(input, section.argument_offset, *section.argument);
             holder->is_section = true;
         }
-        Entries keys(holder->entries);
         for (const IniKey& key : section.keys) {
             json_of(input, key.name, key.offset);
-            Entry& entry = keys.at(key.name);
+            Entry& entry = holder->at(key.name);
             if (entry.is_section)
                 throw clash(input, key.offset, key.name);
             entry.values.push_back(json_of(input, key.value, key.value_offset));
@@ -97,7 +93,7 @@ std::string ini_as_json(const Input& input) {
     tight.compact = true;
     JsonWriter writer(sink, tight);
     writer.add(Token::open_object, "{");
-    for (const Entry& entry : list)
+    for (const Entry& entry : file.entries)
         write(writer, entry);
     writer.add(Token::close_object, "}");
     sink.finish();
