@@ -195,7 +195,7 @@ TEST(JsonEdit, TakesOnTheStyleAround) {
 }
 
 std::string merged(const std::string& target, const std::string& patch) {
-    const tool::Input input{"target", "", target, tool::Encoding::utf8};
+    tool::Input input{"target", "", target, tool::Encoding::utf8};
     return tool::apply_merge(input, tool::Document("patch", patch));
 }
 
@@ -230,7 +230,7 @@ TEST(JsonMerge, AddsAndRemovesInOneObject) {
 }
 
 std::string patched(const std::string& text, const std::string& patch) {
-    const tool::Input input{"text", "", text, tool::Encoding::utf8};
+    tool::Input input{"text", "", text, tool::Encoding::utf8};
     try {
         return tool::apply_patch(input, tool::Document("patch", patch));
     } catch (const tool::Failure&) {

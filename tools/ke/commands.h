@@ -20,6 +20,7 @@ struct Session {
 void add_json_commands(CLI::App& app, Session& session);
 void add_json_get_command(CLI::App& json, Session& session);
 void add_json_edit_commands(CLI::App& json, Session& session);
+void add_json_expand_command(CLI::App& json, Session& session);
 void add_json_report_commands(CLI::App& json, Session& session);
 void add_json_compare_commands(CLI::App& json, Session& session);
 void add_ini_commands(CLI::App& app, Session& session);

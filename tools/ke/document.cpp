@@ -2,6 +2,7 @@
 #include "document.h"
 
 #include <algorithm>
+#include <bit>
 #include <deque>
 #include <utility>
 
@@ -9,6 +10,19 @@
 #include "ke_utils/core.h"
 
 namespace tool {
+
+namespace {
+
+bool is_blank(char c) {
+    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
+}
+
+// Whether a number or a word is over here.
+bool ends_scalar(char c) {
+    return c == ',' || c == ']' || c == '}' || is_blank(c);
+}
+
+}  // namespace
 
 Document::Document(std::string name, std::string_view text) : name_(std::move(name)), text_(text) {
     read();
@@ -18,60 +32,124 @@ void Document::read() {
     Source source(name_, text_);
     Scanner scanner(source);
     std::vector<NodeId> open;
-    size_t key_start = text_.size();
+    bool has_key = false;
+    size_t key_start = 0;
     for (Token token = scanner.next(); token != Token::end; token = scanner.next()) {
         const size_t start = static_cast<size_t>(scanner.start());
         switch (token) {
             case Token::key:
+                has_key = true;
                 key_start = start;
                 continue;
             case Token::close_object:
             case Token::close_array:
-                at(open.back()).count = size_ - open.back();
-                set_length(open.back(), start + 1 - at(open.back()).start);
+                close(open.back(), start + 1);
                 open.pop_back();
                 continue;
             default:
                 break;
         }
-        const NodeId node = add(start, std::min(key_start, start));
-        key_start = text_.size();
-        if (is_scalar(token))
-            set_length(node, scanner.text().size());
-        else
+        const NodeId node = add(has_key ? key_start : start, has_key, !is_scalar(token));
+        has_key = false;
+        if (!is_scalar(token))
             open.push_back(node);
     }
 }
 
-NodeId Document::add(size_t start, size_t key_start) {
+NodeId Document::add(size_t start, bool has_key, bool is_container) {
     if (size_ == kLongLength)
         throw Failure{name_ + ": holds more than 4294967294 values, too many for this command"};
-    if (size_ % kChunk == 0)
-        chunks_.push_back(std::make_unique<Node[]>(kChunk));
-    const size_t distance = start - key_start;
-    Node& node = at(size_);
-    node.start = start & ((u64{1} << 40) - 1);
-    node.key_distance = std::min<u64>(distance, kLongKey) & kLongKey;
-    node.count = 1;
-    if (distance >= kLongKey)
-        long_keys_[size_] = distance;
+    const size_t at = size_ % kChunk;
+    if (at == 0) {
+        chunks_.push_back(std::make_unique<Chunk>());
+        chunks_.back()->base = start;
+        chunks_.back()->containers_before = containers_.size();
+    }
+    Chunk& chunk = *chunks_.back();
+    if (at % kBlock == 0)
+        chunk.before[at / kBlock] = static_cast<u16>(containers_.size() - chunk.containers_before);
+    const u64 distance = start - chunk.base;
+    if (distance >= kFar)
+        far_[size_] = distance;
+    chunk.starts[at] = static_cast<u32>(std::min<u64>(distance, kFar)) | (has_key ? kHasKey : 0);
+    if (is_container) {
+        chunk.containers[at / kBlock] |= u64{1} << at % kBlock;
+        containers_.push_back({1, 0});
+    }
     return size_++;
 }
 
-void Document::set_length(NodeId node, size_t length) {
-    at(node).length = static_cast<u32>(std::min<size_t>(length, kLongLength));
+void Document::close(NodeId container, size_t stop) {
+    const size_t length = stop - start(container);
+    containers_[rank(container)] = {size_ - container,
+                                    static_cast<u32>(std::min<size_t>(length, kLongLength))};
     if (length >= kLongLength)
-        long_values_[node] = length;
+        long_values_[container] = length;
 }
 
-size_t Document::length(NodeId node) const {
-    const u32 length = at(node).length;
-    return length == kLongLength ? long_values_.at(node) : length;
+bool Document::has_key(NodeId node) const {
+    return (chunks_[node / kChunk]->starts[node % kChunk] & kHasKey) != 0;
 }
 
-size_t Document::key_distance(NodeId node) const {
-    const u64 distance = at(node).key_distance;
-    return distance == kLongKey ? long_keys_.at(node) : static_cast<size_t>(distance);
+bool Document::is_container(NodeId node) const {
+    const size_t at = node % kChunk;
+    return (chunks_[node / kChunk]->containers[at / kBlock] >> at % kBlock & 1) != 0;
+}
+
+// How many containers there are in front of this one.
+size_t Document::rank(NodeId container) const {
+    const Chunk& chunk = *chunks_[container / kChunk];
+    const size_t at = container % kChunk;
+    const u64 before_in_block = chunk.containers[at / kBlock] & ((u64{1} << at % kBlock) - 1);
+    return chunk.containers_before + chunk.before[at / kBlock] +
+           static_cast<size_t>(std::popcount(before_in_block));
+}
+
+u32 Document::count(NodeId node) const {
+    return is_container(node) ? containers_[rank(node)].count : 1;
+}
+
+size_t Document::member_start(NodeId node) const {
+    const Chunk& chunk = *chunks_[node / kChunk];
+    const u32 distance = chunk.starts[node % kChunk] & ~kHasKey;
+    return static_cast<size_t>(chunk.base + (distance == kFar ? far_.at(node) : distance));
+}
+
+size_t Document::start(NodeId node) const {
+    const size_t from = member_start(node);
+    if (!has_key(node))
+        return from;
+    // Behind the key are blanks and one colon only.
+    size_t at = string_stop(from);
+    while (is_blank(text_[at]) || text_[at] == ':')
+        ++at;
+    return at;
+}
+
+// Behind the closing quote of the string that starts at a quote.
+size_t Document::string_stop(size_t quote) const {
+    size_t at = quote + 1;
+    while (text_[at] != '"')
+        at += text_[at] == '\\' ? 2 : 1;
+    return at + 1;
+}
+
+std::string_view Document::text_of(NodeId node) const {
+    const size_t from = start(node);
+    return text_.substr(from, length_from(node, from));
+}
+
+size_t Document::length_from(NodeId node, size_t from) const {
+    if (is_container(node)) {
+        const u32 length = containers_[rank(node)].length;
+        return length == kLongLength ? long_values_.at(node) : length;
+    }
+    if (text_[from] == '"')
+        return string_stop(from) - from;
+    size_t stop = from;
+    while (stop < text_.size() && !ends_scalar(text_[stop]))
+        ++stop;
+    return stop - from;
 }
 
 Kind Document::kind(NodeId node) const {
@@ -93,12 +171,10 @@ Kind Document::kind(NodeId node) const {
 }
 
 std::string_view Document::key(NodeId node) const {
-    const size_t distance = key_distance(node);
-    if (distance == 0)
+    if (!has_key(node))
         return {};
-    // The key ends at the last quote before the colon; behind that quote are blanks and the colon only.
-    const std::string_view text = text_.substr(start(node) - distance, distance);
-    return text.substr(0, text.rfind('"') + 1);
+    const size_t from = member_start(node);
+    return text_.substr(from, string_stop(from) - from);
 }
 
 bool Document::is_reference(NodeId node) const {
@@ -115,6 +191,7 @@ bool Document::is_reference(NodeId node) const {
 
 std::vector<Member> Document::members(NodeId object) const {
     std::vector<Member> all;
+    all.reserve(static_cast<size_t>(child_count(object)));
     for (NodeId child = first_child(object); child != end_of(object); child = next(child))
         all.push_back({decode_string(key(child)), child});
     std::stable_sort(all.begin(), all.end(),
@@ -131,8 +208,16 @@ std::vector<Member> Document::members(NodeId object) const {
     return all;
 }
 
+u64 Document::child_count(NodeId node) const {
+    u64 count = 0;
+    for (NodeId child = first_child(node); child != end_of(node); child = next(child))
+        ++count;
+    return count;
+}
+
 std::vector<NodeId> Document::children(NodeId node) const {
     std::vector<NodeId> all;
+    all.reserve(static_cast<size_t>(child_count(node)));
     if (kind(node) == Kind::object) {
         for (const Member& member : members(node))
             all.push_back(member.node);
@@ -255,14 +340,15 @@ class ValueWriter {
     };
 
     void open(NodeId node) {
-        const Kind kind = document_.kind(node);
-        if (kind != Kind::object && kind != Kind::array) {
-            const Token token = kind == Kind::string   ? Token::string
-                                : kind == Kind::number ? Token::number
-                                                       : Token::word;
-            return writer_.add(token, document_.text_of(node));
+        const std::string_view text = document_.text_of(node);
+        const bool object = text[0] == '{';
+        if (!object && text[0] != '[') {
+            const bool word = text[0] == 't' || text[0] == 'f' || text[0] == 'n';
+            return writer_.add(text[0] == '"' ? Token::string
+                               : word         ? Token::word
+                                              : Token::number,
+                               text);
         }
-        const bool object = kind == Kind::object;
         writer_.add(object ? Token::open_object : Token::open_array, object ? "{" : "[");
         levels_.push_back({node, document_.first_child(node), kNotSorted, kNotSorted});
         if (object && sorted_)

@@ -1,7 +1,9 @@
-// A whole document in memory: its text (up to 1 TiB), and for each value where it stands. What moves, sorts or compares
-// values works on this; a value's text is never changed by it. A value takes 16 bytes beside the text.
+// A whole document in memory: its text, and for each value where it stands. What moves, sorts or compares
+// values works on this; a value's text is never changed by it. A value takes a little more than 4 bytes
+// beside the text, a container 8 bytes more.
 #pragma once
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
@@ -34,23 +36,25 @@ class Document {
     NodeId root() const { return 0; }
 
     // The text of a value, brackets and quotes included.
-    std::string_view text_of(NodeId node) const { return text_.substr(start(node), length(node)); }
+    std::string_view text_of(NodeId node) const;
     Kind kind(NodeId node) const;
-    size_t start(NodeId node) const { return at(node).start; }
-    size_t length(NodeId node) const;
+    size_t start(NodeId node) const;
+    size_t length(NodeId node) const { return text_of(node).size(); }
     size_t stop(NodeId node) const { return start(node) + length(node); }
     // A member's key with its quotes; empty for an element.
     std::string_view key(NodeId node) const;
     // Where the member starts, with its key; an element's own start.
-    size_t member_start(NodeId node) const { return start(node) - key_distance(node); }
+    size_t member_start(NodeId node) const;
     // An object whose only member is "$ref" with a string: the library reads it as a reference.
     bool is_reference(NodeId node) const;
 
     // The children of a container, in the order of the text. `next` is the one behind a child.
-    bool has_children(NodeId node) const { return at(node).count > 1; }
+    bool has_children(NodeId node) const { return count(node) > 1; }
     NodeId first_child(NodeId node) const { return node + 1; }
-    NodeId next(NodeId child) const { return child + at(child).count; }
-    NodeId end_of(NodeId node) const { return node + at(node).count; }
+    NodeId next(NodeId child) const { return child + count(child); }
+    NodeId end_of(NodeId node) const { return node + count(node); }
+    // Of equal keys each counts.
+    u64 child_count(NodeId node) const;
     // The members that count, of equal keys the last: by decoded key, in the order of the keys' bytes.
     std::vector<Member> members(NodeId object) const;
     // The same in the order of the text; the elements of an array.
@@ -71,28 +75,41 @@ class Document {
     Failure failure(NodeId node, const std::string& message, int exit_status = kExitData) const;
 
   private:
-    struct Node {
-        u64 start : 40;
-        u64 key_distance : 24;  // bytes from the key to the value; kLong: see long_keys_
-        u32 length;             // kLongLength: see long_values_
-        u32 count;              // values in it, itself included
-    };
     static constexpr size_t kChunk = size_t{1} << 14;
-    static constexpr u64 kLongKey = (1u << 24) - 1;
-    static constexpr u32 kLongLength = 0xFFFFFFFF;
+    static constexpr size_t kBlock = 64;
+    static constexpr u32 kHasKey = 0x80000000;
+    static constexpr u32 kFar = 0x7FFFFFFF;         // the distance is in far_
+    static constexpr u32 kLongLength = 0xFFFFFFFF;  // the length is in long_values_
 
-    const Node& at(NodeId node) const { return chunks_[node / kChunk][node % kChunk]; }
-    Node& at(NodeId node) { return chunks_[node / kChunk][node % kChunk]; }
-    size_t key_distance(NodeId node) const;
-    NodeId add(size_t start, size_t key_start);
-    void set_length(NodeId node, size_t length);
+    // A run of values. What is not here is read from the text, which is known to be good.
+    struct Chunk {
+        u64 base;                         // where the first of them starts
+        size_t containers_before;         // in all chunks in front of this one
+        u64 containers[kChunk / kBlock];  // a bit for each value
+        u16 before[kChunk / kBlock];      // containers of this chunk in front of each block
+        u32 starts[kChunk];               // from `base`, with its key; kHasKey
+    };
+    struct Container {
+        u32 count;  // values in it, itself included
+        u32 length;
+    };
+
+    bool has_key(NodeId node) const;
+    bool is_container(NodeId node) const;
+    size_t rank(NodeId container) const;
+    u32 count(NodeId node) const;
+    size_t string_stop(size_t quote) const;
+    size_t length_from(NodeId node, size_t from) const;
+    NodeId add(size_t start, bool has_key, bool is_container);
+    void close(NodeId container, size_t stop);
     void read();
 
     std::string name_;
     std::string_view text_;
-    std::vector<std::unique_ptr<Node[]>> chunks_;
+    std::vector<std::unique_ptr<Chunk>> chunks_;
+    std::deque<Container> containers_;  // in the order of the text
     NodeId size_ = 0;
-    std::map<NodeId, size_t> long_keys_;
+    std::map<NodeId, u64> far_;
     std::map<NodeId, size_t> long_values_;
 };
 

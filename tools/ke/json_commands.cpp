@@ -1,6 +1,5 @@
-// ke json format, expand: commands that write a document anew without changing a value.
+// ke json format: writes a document anew without changing a value.
 #include <memory>
-#include <set>
 
 #include "commands.h"
 #include "document.h"
@@ -47,14 +46,16 @@ void format_in_stream(Scanner& scanner, Sink& sink, const Layout& layout) {
     }
 }
 
-// What is sorted has to be in memory as a whole, one document after the other.
-void format_sorted(Scanner& scanner, Sink& sink, const Layout& layout) {
+// What is sorted has to be in memory as a whole, one document after the other. A text has about `room`
+// bytes.
+void format_sorted(Scanner& scanner, Sink& sink, const Layout& layout, size_t room) {
     const std::string name = "the document";
     Layout tight;
     tight.compact = true;
     tight.u128_as_object = layout.u128_as_object;
     for (;;) {
         std::string text;
+        text.reserve(room);
         Sink to_text(&text);
         JsonWriter writer(to_text, tight);
         Token token = scanner.next();
@@ -89,7 +90,8 @@ int format(const FormatArgs& args, const Common& common) {
             sink = std::make_unique<Sink>(common, source.path());
         Scanner scanner(source, args.several);
         if (args.layout.sort_keys)
-            format_sorted(scanner, *sink, args.layout);
+            format_sorted(scanner, *sink, args.layout,
+                          args.several ? 0 : static_cast<size_t>(source.size()));
         else
             format_in_stream(scanner, *sink, args.layout);
         source.close();
@@ -112,133 +114,6 @@ void add_format(CLI::App& json, Session& session) {
     });
 }
 
-// Writes a document with every reference replaced by what it names. The containers that are being written
-// are on a list, so that no document is too deep.
-class Expander {
-  public:
-    Expander(const Document& document, JsonWriter& writer) : document_(document), writer_(writer) {}
-
-    void run() {
-        write(document_.root());
-        while (!levels_.empty()) {
-            Level& level = levels_.back();
-            if (level.next == document_.end_of(level.node)) {
-                const bool object = document_.kind(level.node) == Kind::object;
-                writer_.add(object ? Token::close_object : Token::close_array, object ? "}" : "]");
-                pending_.erase(level.reference);
-                levels_.pop_back();
-                continue;
-            }
-            const NodeId child = level.next;
-            level.next = document_.next(child);
-            if (!document_.key(child).empty())
-                writer_.add(Token::key, document_.key(child));
-            write(child);
-        }
-    }
-
-  private:
-    static constexpr NodeId kNone = 0xFFFFFFFF;
-
-    struct Level {
-        NodeId node;
-        NodeId next;
-        NodeId reference;  // through which it is being written, or kNone
-    };
-
-    void write(NodeId node) {
-        NodeId reference = kNone;
-        if (document_.is_reference(node)) {
-            reference = node;
-            node = target_of(node);
-            if (!pending_.insert(reference).second)
-                throw cycle(reference);
-        }
-        switch (document_.kind(node)) {
-            case Kind::object:
-                writer_.add(Token::open_object, "{");
-                levels_.push_back({node, document_.first_child(node), reference});
-                return;
-            case Kind::array:
-                writer_.add(Token::open_array, "[");
-                levels_.push_back({node, document_.first_child(node), reference});
-                return;
-            default:
-                writer_.add(Token::word, document_.text_of(node));
-                pending_.erase(reference);
-        }
-    }
-
-    // The end of the chain of references that starts here.
-    NodeId target_of(NodeId reference) const {
-        std::set<NodeId> seen;
-        NodeId node = reference;
-        while (document_.is_reference(node)) {
-            if (!seen.insert(node).second)
-                throw cycle(reference);
-            const NodeId last = *document_.member(node, "$ref");
-            size_t step = 0;
-            const Pointer pointer = parse_pointer(decode_string(document_.text_of(last)));
-            NodeId found = 0;
-            const i32 status = document_.find(pointer, &found, &step);
-            if (status != 0)
-                throw document_.failure(
-                    node, "a reference: " + pointer_failure(pointer, step, status).message);
-            node = found;
-        }
-        return node;
-    }
-
-    Failure cycle(NodeId reference) const {
-        return document_.failure(reference, failure("a reference", WIQ_ERR_JREF_CYCLE).message);
-    }
-
-    const Document& document_;
-    JsonWriter& writer_;
-    std::vector<Level> levels_;
-    std::set<NodeId> pending_;  // references that are being written
-};
-
-struct ExpandArgs {
-    std::string file;
-    Layout layout;
-};
-
-int expand(const ExpandArgs& args, const Common& common) {
-    const Input input = read_text(args.file, common);
-    const Document document(input.name, input.bytes);
-    Sink sink(common, input.path);
-    if (!args.layout.sort_keys) {
-        JsonWriter writer(sink, args.layout);
-        Expander(document, writer).run();
-        writer.end_document();
-    } else {
-        std::string text;
-        Sink to_text(&text);
-        JsonWriter expanded(to_text, args.layout);
-        Expander(document, expanded).run();
-        to_text.finish();
-        const Document sorted(input.name, text);
-        JsonWriter writer(sink, args.layout);
-        write_value(writer, sorted, sorted.root(), args.layout);
-        writer.end_document();
-    }
-    sink.finish();
-    return kExitOk;
-}
-
-void add_expand(CLI::App& json, Session& session) {
-    auto args = std::make_shared<ExpandArgs>();
-    CLI::App* command = json.add_subcommand(
-        "expand", "Replace every {\"$ref\": POINTER} by a copy of what it names");
-    add_input(*command, args->file);
-    add_layout(*command, args->layout);
-    add_in_place(*command, session);
-    command->callback([args, &session] {
-        session.action = [args, &session] { return expand(*args, session.common); };
-    });
-}
-
 }  // namespace
 
 void add_json_commands(CLI::App& app, Session& session) {
@@ -248,7 +123,7 @@ void add_json_commands(CLI::App& app, Session& session) {
     add_json_get_command(*json, session);
     add_json_edit_commands(*json, session);
     add_json_report_commands(*json, session);
-    add_expand(*json, session);
+    add_json_expand_command(*json, session);
     add_json_compare_commands(*json, session);
 }
 

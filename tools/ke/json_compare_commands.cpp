@@ -4,7 +4,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "json_diff.h"
-#include "json_difference.h"
+#include "json_equal.h"
 #include "json_select.h"
 #include "json_text.h"
 #include "ke_utils.h"

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "json_difference.h"
+#include "json_equal.h"
 #include "json_string.h"
 
 namespace tool {
@@ -53,43 +53,53 @@ class Difference {
     }
 
     void compare_members(const Pair& pair) {
-        const std::vector<Member> of_a = a_.members(pair.a);
-        const std::vector<Member> of_b = b_.members(pair.b);
-        size_t i = 0;
-        size_t j = 0;
-        while (i < of_a.size() || j < of_b.size()) {
-            const int order = i == of_a.size()   ? 1
-                              : j == of_b.size() ? -1
-                                                 : of_a[i].key.compare(of_b[j].key);
-            const std::string pointer =
-                pair.pointer + escaped_step(order > 0 ? of_b[j].key : of_a[i].key);
-            if (order < 0)
+        for (const MemberPair& member : members_of_both(a_, pair.a, b_, pair.b)) {
+            const std::string pointer = pair.pointer + escaped_step(member.key);
+            if (member.b == kNone)
                 operation("remove", pointer, "");
-            else if (order > 0)
-                operation("add", pointer, b_.text_of(of_b[j].node));
+            else if (member.a == kNone)
+                operation("add", pointer, b_.text_of(member.b));
             else
-                todo_.push_back({of_a[i].node, of_b[j].node, pointer});
-            i += order > 0 ? 0 : 1;
-            j += order < 0 ? 0 : 1;
+                add(member.a, member.b, pointer);
         }
     }
 
+    // What waits takes room for a pointer of its own, so what is plainly the same does not wait. Long texts
+    // are not compared here: each level of a deep document would read all that is in it.
+    void add(NodeId a, NodeId b, const std::string& pointer) {
+        static constexpr size_t kShortText = 4096;
+        const std::string_view text = a_.text_of(a);
+        if (text.size() > kShortText || text != b_.text_of(b))
+            todo_.push_back({a, b, pointer});
+    }
+
     void compare_elements(const Pair& pair) {
+        if (a_.child_count(pair.a) != b_.child_count(pair.b))
+            return compare_shifted(pair);
+        NodeId a = a_.first_child(pair.a);
+        NodeId b = b_.first_child(pair.b);
+        for (u64 i = 0; a != a_.end_of(pair.a); ++i) {
+            add(a, b, pair.pointer + "/" + std::to_string(i));
+            a = a_.next(a);
+            b = b_.next(b);
+        }
+    }
+
+    // Arrays of different lengths.
+    void compare_shifted(const Pair& pair) {
         const std::vector<NodeId> of_a = a_.children(pair.a);
         const std::vector<NodeId> of_b = b_.children(pair.b);
         const size_t shorter = std::min(of_a.size(), of_b.size());
-        // Arrays of one length are compared place by place anyway.
-        const bool shifted = of_a.size() != of_b.size();
         size_t front = 0;
-        while (shifted && front < shorter && is_equal(a_, of_a[front], b_, of_b[front]))
+        while (front < shorter && is_equal(a_, of_a[front], b_, of_b[front]))
             ++front;
         size_t back = 0;
-        while (shifted && back < shorter - front &&
+        while (back < shorter - front &&
                is_equal(a_, of_a[of_a.size() - 1 - back], b_, of_b[of_b.size() - 1 - back]))
             ++back;
         const auto place = [&](size_t i) { return pair.pointer + "/" + std::to_string(i); };
         for (size_t i = front; i < shorter - back; ++i)
-            todo_.push_back({of_a[i], of_b[i], place(i)});
+            add(of_a[i], of_b[i], place(i));
         for (size_t i = of_a.size() - back; i > shorter - back; --i)
             operation("remove", place(i - 1), "");
         for (size_t i = shorter - back; i + back < of_b.size(); ++i)

@@ -42,40 +42,24 @@ std::string blanks_at(const std::string& text, size_t from) {
     return text.substr(from, stop - from);
 }
 
-struct Children {
-    std::vector<NodeId> all;
-    std::vector<bool> kept;
-    bool any_kept = false;
-};
-
-Children children_to_keep(const Document& document, NodeId container,
-                          const std::vector<NodeId>& removed) {
-    Children children;
-    for (NodeId child = document.first_child(container); child != document.end_of(container);
-         child = document.next(child)) {
-        const bool kept = std::find(removed.begin(), removed.end(), child) == removed.end();
-        children.all.push_back(child);
-        children.kept.push_back(kept);
-        children.any_kept = children.any_kept || kept;
-    }
-    return children;
-}
-
 // Cuts children out: those in front of the first that stays up to its start, others from the end of the
-// child before them, so that each takes its comma along.
-void cut(const Document& document, const Children& children, Splices& splices) {
-    const size_t count = children.all.size();
-    size_t first_kept = 0;
-    while (!children.kept[first_kept])
-        ++first_kept;
-    if (first_kept > 0)
-        splices.push_back({document.member_start(children.all[0]),
-                           document.member_start(children.all[first_kept]), ""});
-    for (size_t i = first_kept + 1; i < count; ++i) {
-        if (!children.kept[i])
-            splices.push_back(
-                {document.stop(children.all[i - 1]), document.stop(children.all[i]), ""});
+// child before them, so that each takes its comma along. False, with nothing cut, if none stays.
+bool cut(const Document& document, NodeId container, std::vector<NodeId> removed,
+         Splices& splices) {
+    std::sort(removed.begin(), removed.end());
+    bool any_kept = false;
+    const NodeId first = document.first_child(container);
+    NodeId before = first;
+    for (NodeId child = first; child != document.end_of(container); child = document.next(child)) {
+        const bool kept = !std::binary_search(removed.begin(), removed.end(), child);
+        if (kept && !any_kept && child != first)
+            splices.push_back({document.member_start(first), document.member_start(child), ""});
+        if (!kept && any_kept)
+            splices.push_back({document.stop(before), document.stop(child), ""});
+        any_kept = any_kept || kept;
+        before = child;
     }
+    return any_kept;
 }
 
 std::string joined(const ContainerEdit& edit, const std::string& separator,
@@ -138,16 +122,15 @@ Splices plan_container(const Document& document, NodeId container, const Contain
             splices.push_back({inside, behind, first_children(style, document, container, edit)});
         return splices;
     }
-    const Children children = children_to_keep(document, container, edit.removed);
-    if (!children.any_kept && edit.added.empty())
+    const bool any_kept = cut(document, container, edit.removed, splices);
+    if (!any_kept && edit.added.empty())
         return {{inside, behind, ""}};
     const std::string separator = style.separator(container);
     const std::string added = joined(edit, separator, style.colon_in(container));
     const NodeId last = last_child(document, container);
-    if (!children.any_kept)
+    if (!any_kept)
         return {
             {document.member_start(document.first_child(container)), document.stop(last), added}};
-    cut(document, children, splices);
     if (!edit.added.empty())
         splices.push_back({document.stop(last), document.stop(last), separator + added});
     return splices;
@@ -163,14 +146,8 @@ Splices plan_set(const Document& document, const Pointer& pointer, std::string_v
     const Kind kind = document.kind(node);
     if (status == WIQ_ERR_WRONG_TYPE)
         throw pointer_failure(pointer, step, status);
-    if (kind == Kind::array && wanted.is_index) {
-        u64 size = 0;
-        for (NodeId child = document.first_child(node); child != document.end_of(node);
-             child = document.next(child))
-            ++size;
-        if (wanted.index != size)
-            throw pointer_failure(pointer, step, status);
-    }
+    if (kind == Kind::array && wanted.is_index && wanted.index != document.child_count(node))
+        throw pointer_failure(pointer, step, status);
     return plan_addition(document, node, pointer, step, value);
 }
 
@@ -204,7 +181,11 @@ Splices plan_insert(const Document& document, NodeId array, u64 index, std::stri
 }
 
 std::string spliced(std::string_view text, const Splices& splices) {
+    size_t size = text.size();
+    for (const Splice& splice : splices)
+        size += splice.text.size();
     std::string result;
+    result.reserve(size);
     size_t at = 0;
     for (const Splice& splice : splices) {
         result += text.substr(at, splice.start - at);

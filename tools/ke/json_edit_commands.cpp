@@ -153,14 +153,14 @@ struct SecondArgs {
     Layout layout;
 };
 
-using Apply = std::string (*)(const Input& input, const Document& second);
+using Apply = std::string (*)(Input& input, const Document& second);
 
 int apply_second(const SecondArgs& args, Apply apply, const Common& common) {
     if (args.second == "-" && (args.file.empty() || args.file == "-"))
         throw Failure{"only one of the documents can be standard input", kExitUsage};
     const Input second = read_text(args.second, common);
     const Document change(second.name, second.bytes);
-    const Input input = read_text(args.file, common);
+    Input input = read_text(args.file, common);
     finish(apply(input, change), {}, input, args.layout, common);
     return kExitOk;
 }

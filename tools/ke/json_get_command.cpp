@@ -80,10 +80,8 @@ void get_by_pattern(Scanner& scanner, const GetArgs& args, Printer& printer) {
             return;
         const Document document("the document", whole[0].text());
         for (const std::string& pattern : args.pointers) {
-            const std::vector<NodeId> nodes = matches(document, parse_pointer(pattern));
-            for (NodeId node : nodes)
-                printer.print(document.text_of(node));
-            if (nodes.empty())
+            const auto print = [&](NodeId node) { printer.print(document.text_of(node)); };
+            if (for_matches(document, parse_pointer(pattern), print) == 0)
                 printer.print_fallback();
         }
     }

@@ -98,15 +98,20 @@ class Merge {
     Splices splices_;
 };
 
-}  // namespace
-
-std::string apply_merge(const Input& input, const Document& patch) {
+Splices plan_merge(const Input& input, const Document& patch) {
     const Document target(input.name, input.bytes);
     if (patch.kind(patch.root()) == Kind::object && target.kind(target.root()) == Kind::object)
-        return spliced(input.bytes, Merge(target, patch).plan());
+        return Merge(target, patch).plan();
     // What is no object is replaced as a whole, also by an object.
-    return spliced(input.bytes, {{target.start(target.root()), target.stop(target.root()),
-                                  without_nulls(patch, patch.root())}});
+    return {{target.start(target.root()), target.stop(target.root()),
+             without_nulls(patch, patch.root())}};
+}
+
+}  // namespace
+
+std::string apply_merge(Input& input, const Document& patch) {
+    // The tree is gone before the text is copied.
+    return spliced(input.bytes, plan_merge(input, patch));
 }
 
 }  // namespace tool

@@ -8,6 +8,7 @@
 namespace tool {
 
 // The document's text with the patch applied.
-std::string apply_merge(const Input& input, const Document& patch);
+// Takes the text out of the input where that saves memory.
+std::string apply_merge(Input& input, const Document& patch);
 
 }  // namespace tool

@@ -4,10 +4,11 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include "failure.h"
-#include "json_difference.h"
 #include "json_edit.h"
+#include "json_equal.h"
 #include "json_string.h"
 #include "ke_utils/core.h"
 
@@ -73,14 +74,6 @@ class Operation {
     Pointer path_;
 };
 
-u64 size_of(const Document& document, NodeId array) {
-    u64 size = 0;
-    for (NodeId child = document.first_child(array); child != document.end_of(array);
-         child = document.next(child))
-        ++size;
-    return size;
-}
-
 // Adds, as RFC 6902 means it: into an array in front of what is there, into an object over it.
 Splices plan_add(const Document& document, const Pointer& path, const std::string& value) {
     if (path.steps.empty())
@@ -91,7 +84,7 @@ Splices plan_add(const Document& document, const Pointer& path, const std::strin
     const Step& last = path.steps.back();
     if (document.kind(container) != Kind::array)
         return plan_set(document, path, value);
-    const u64 size = size_of(document, container);
+    const u64 size = document.child_count(container);
     if (!last.is_index && !last.is_append)
         throw pointer_failure(path, path.steps.size() - 1, WIQ_ERR_WRONG_TYPE);
     if (last.is_index && last.index > size)
@@ -110,30 +103,19 @@ bool is_inside(const Pointer& path, const Pointer& from) {
            path.text[from.text.size()] == '/';
 }
 
-// The text after one operation.
-std::string apply(const std::string& name, const std::string& text, const Operation& operation) {
+Splices plan_one(const std::string& name, const std::string& text, const Operation& operation) {
     const Document document(name, text);
     const Pointer& path = operation.path();
     const std::string& kind = operation.name();
     if (kind == "add")
-        return spliced(text, plan_add(document, path, operation.value_text()));
+        return plan_add(document, path, operation.value_text());
     if (kind == "remove")
-        return spliced(text, plan_remove(document, path));
+        return plan_remove(document, path);
     if (kind == "replace")
-        return spliced(text, plan_replace(document, path, operation.value_text()));
-    if (kind == "copy" || kind == "move") {
-        const Pointer from = operation.from();
-        const std::string value(document.text_of(document.find(from)));
-        if (kind == "copy")
-            return spliced(text, plan_add(document, path, value));
-        if (is_inside(path, from))
-            throw operation.failure("a value cannot be moved into itself");
-        if (path.text == from.text)
-            return text;
-        const std::string without = spliced(text, plan_remove(document, from));
-        const Document rest(name, without);
-        return spliced(without, plan_add(rest, path, value));
-    }
+        return plan_replace(document, path, operation.value_text());
+    if (kind == "copy")
+        return plan_add(document, path,
+                        std::string(document.text_of(document.find(operation.from()))));
     if (kind != "test")
         throw operation.failure(
             "\"" + kind + "\" is no operation" +
@@ -142,21 +124,45 @@ std::string apply(const std::string& name, const std::string& text, const Operat
     if (!is_equal(document, node, operation.document(), operation.value()))
         throw operation.failure("the test fails: \"" + path.text + "\" is another value in " +
                                 name);
-    return text;
+    return {};
+}
+
+// The text after a move: the value is taken out and added to what is left.
+std::string moved(const std::string& name, std::string text, const Operation& operation) {
+    const Pointer& path = operation.path();
+    const Pointer from = operation.from();
+    std::string value;
+    Splices removal;
+    {
+        const Document document(name, text);
+        value = document.text_of(document.find(from));
+        if (is_inside(path, from))
+            throw operation.failure("a value cannot be moved into itself");
+        if (path.text == from.text)
+            return text;
+        removal = plan_remove(document, from);
+    }
+    text = spliced(text, removal);
+    const Splices addition = plan_add(Document(name, text), path, value);
+    return spliced(text, addition);
 }
 
 }  // namespace
 
-std::string apply_patch(const Input& input, const Document& patch) {
+std::string apply_patch(Input& input, const Document& patch) {
     if (patch.kind(patch.root()) != Kind::array)
         throw patch.failure(patch.root(), "a JSON Patch is an array of operations");
-    std::string text = input.bytes;
-    const Document before(input.name,
-                          text);  // a mistake in it is told even if there is nothing to do
+    std::string text = std::move(input.bytes);
+    if (!patch.has_children(patch.root()))
+        const Document before(input.name, text);  // a mistake in it is told even so
     for (NodeId node : patch.children(patch.root())) {
         const Operation operation(patch, node);
         try {
-            text = apply(input.name, text, operation);
+            if (operation.name() == "move")
+                text = moved(input.name, std::move(text), operation);
+            else
+                // The tree is gone before the text is copied.
+                text = spliced(text, plan_one(input.name, text, operation));
         } catch (const Failure& wrong) {
             if (wrong.message.compare(0, 7, "pointer") == 0)
                 throw operation.failure(wrong.message);

@@ -2,9 +2,10 @@
 #include "json_select.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "failure.h"
-#include "json_difference.h"
+#include "json_equal.h"
 #include "json_string.h"
 
 namespace tool {
@@ -114,28 +115,44 @@ void print_whole(Sink& sink, std::string_view text, const Layout& layout) {
 
 }  // namespace
 
-std::vector<NodeId> matches(const Document& document, const Pointer& pattern) {
-    struct Item {
-        NodeId node;
+u64 for_matches(const Document& document, const Pointer& pattern,
+                const std::function<void(NodeId)>& report) {
+    // A container on the way, with the children that are still to be looked at.
+    struct Level {
+        std::vector<NodeId> members;  // of an object; elements follow one another
+        size_t done;
+        NodeId next;
+        NodeId end;
         States states;
     };
-    std::vector<NodeId> found;
-    std::vector<Item> todo(1);
-    todo[0].node = document.root();
-    add_state(pattern, todo[0].states, 0);
-    while (!todo.empty()) {
-        const Item item = std::move(todo.back());
-        todo.pop_back();
-        if (std::find(item.states.begin(), item.states.end(), pattern.steps.size()) !=
-            item.states.end())
-            found.push_back(item.node);
-        const bool array = document.kind(item.node) == Kind::array;
-        const std::vector<NodeId> children = document.children(item.node);
-        for (size_t i = children.size(); i-- > 0;) {
-            States next = advance(pattern, item.states, array, document.key(children[i]), i);
-            if (!next.empty())
-                todo.push_back({children[i], std::move(next)});
+    std::vector<Level> levels;
+    u64 found = 0;
+    const auto visit = [&](NodeId node, States states) {
+        if (std::find(states.begin(), states.end(), pattern.steps.size()) != states.end()) {
+            ++found;
+            report(node);
         }
+        if (!document.has_children(node))
+            return;
+        const bool object = document.kind(node) == Kind::object;
+        levels.push_back({object ? document.children(node) : std::vector<NodeId>(), 0,
+                          document.first_child(node), document.end_of(node), std::move(states)});
+    };
+    States first;
+    add_state(pattern, first, 0);
+    visit(document.root(), std::move(first));
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        const bool array = level.members.empty();
+        if (array ? level.next == level.end : level.done == level.members.size()) {
+            levels.pop_back();
+            continue;
+        }
+        const NodeId child = array ? level.next : level.members[level.done];
+        level.next = document.next(child);
+        States next = advance(pattern, level.states, array, document.key(child), level.done++);
+        if (!next.empty())
+            visit(child, std::move(next));
     }
     return found;
 }

@@ -1,6 +1,7 @@
 // Which values of a document are meant, and what of them is shown.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,9 +14,10 @@ struct View {
     std::vector<std::string> where;  // POINTER=VALUE, all of which must hold
 };
 
-// The values whose places a pattern fits, in the order of the text: "*" is any one step, "**" any number.
-// Of equal keys the last counts.
-std::vector<NodeId> matches(const Document& document, const Pointer& pattern);
+// Reports the values whose places a pattern fits, in the order of the text: "*" is any one step, "**" any
+// number. Of equal keys the last counts. Returns how many there are.
+u64 for_matches(const Document& document, const Pointer& pattern,
+                const std::function<void(NodeId)>& report);
 
 // Prints one value, or what of it is asked for, and a line feed; nothing if it does not hold what it must.
 void print_view(Sink& sink, std::string_view text, const View& view, const Layout& layout);

@@ -8,21 +8,11 @@
 
 #include "failure.h"
 #include "ke_utils.h"
+#include "utf8_text.h"
 
 namespace tool {
 
 namespace {
-
-void append_utf8(std::string& text, u32 code_point) {
-    static constexpr u8 kLead[] = {0, 0, 0xC0, 0xE0, 0xF0};
-    const int length = code_point < 0x80      ? 1
-                       : code_point < 0x800   ? 2
-                       : code_point < 0x10000 ? 3
-                                              : 4;
-    text += static_cast<char>(kLead[length == 1 ? 0 : length] | code_point >> 6 * (length - 1));
-    for (int i = length - 2; i >= 0; --i)
-        text += static_cast<char>(0x80 | (code_point >> 6 * i & 0x3F));
-}
 
 u32 hex_at(std::string_view token, size_t at) {
     u32 value = 0;

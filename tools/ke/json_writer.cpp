@@ -23,6 +23,16 @@ void JsonWriter::separate() {
     break_line();
 }
 
+// A key or a value for the eyes of a person.
+void JsonWriter::write_coloured(Token token, std::string_view text) {
+    sink_.write(token == Token::key      ? "\033[1;34m"
+                : token == Token::string ? "\033[32m"
+                : token == Token::number ? "\033[36m"
+                                         : "\033[35m");
+    sink_.write(text);
+    sink_.write("\033[0m");
+}
+
 void JsonWriter::add(Token token, std::string_view text) {
     if (token == Token::close_object || token == Token::close_array) {
         --depth_;
@@ -36,7 +46,10 @@ void JsonWriter::add(Token token, std::string_view text) {
     first_ = token == Token::open_object || token == Token::open_array;
     if (first_)
         ++depth_;
-    sink_.write(text);
+    if (coloured_ && !first_)
+        write_coloured(token, text);
+    else
+        sink_.write(text);
     if (token == Token::key) {
         sink_.write(layout_.compact ? ":" : ": ");
         after_key_ = true;

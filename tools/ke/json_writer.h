@@ -18,7 +18,8 @@ struct Layout {
 
 class JsonWriter {
   public:
-    JsonWriter(Sink& sink, const Layout& layout) : sink_(sink), layout_(layout) {}
+    JsonWriter(Sink& sink, const Layout& layout)
+        : sink_(sink), layout_(layout), coloured_(sink.coloured()) {}
 
     // One token of the document. Keys and values are written as they are.
     void add(Token token, std::string_view text);
@@ -28,9 +29,11 @@ class JsonWriter {
   private:
     void separate();
     void break_line();
+    void write_coloured(Token token, std::string_view text);
 
     Sink& sink_;
     Layout layout_;
+    bool coloured_;
     size_t depth_ = 0;
     bool first_ = true;  // nothing stands in the innermost container yet
     bool after_key_ = false;

@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "help_commands.h"
+#include "input_limits.h"
 #include "ke_utils/core.h"
 #include "platform.h"
 
@@ -29,6 +30,17 @@ void add_all(CLI::App& app, Session& session) {
                    "Write to FILE, replaced only when everything succeeded")
         ->type_name("FILE")
         ->transform(CLI::Validator(refuse_empty, ""));
+    const CLI::AsSizeValue bytes(false);  // "64MB" is 64 * 1024 * 1024
+    app.add_option("--max-size", limits().size, "Refuse inputs of more than BYTES, as 64MB")
+        ->type_name("BYTES")
+        ->transform(bytes);
+    app.add_option("--max-depth", limits().depth,
+                   "Refuse JSON with more than N containers within one another")
+        ->type_name("N")
+        ->check(CLI::Range(u64{1}, u64{1000000000}));
+    app.add_option("--max-memory", limits().memory, "End rather than take more memory than BYTES")
+        ->type_name("BYTES")
+        ->transform(bytes);
     add_json_commands(app, session);
     add_ini_commands(app, session);
     add_dump_command(app, session);
@@ -46,7 +58,7 @@ std::string unknown_command(const CLI::App& app, const std::vector<std::string>&
     const CLI::App* group = &app;
     std::string path;
     for (size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "-o" || args[i] == "--output") {
+        if (args[i] == "-o" || args[i] == "--output" || args[i].compare(0, 6, "--max-") == 0) {
             ++i;
             continue;
         }
@@ -99,6 +111,8 @@ int run_command(const std::vector<std::string>& args) {
         app.parse(std::vector<std::string>(args.rbegin(), args.rend()));
         if (session.common.in_place && !session.common.output.empty())
             throw CLI::ExcludesError("--in-place", "--output");
+        if (limits().memory != 0 && !limit_memory(limits().memory))
+            throw Failure{"--max-memory: the system does not limit the memory to that"};
         return session.action();
     } catch (const CLI::ParseError& error) {
         return answer_usage(app, error, args);

@@ -23,6 +23,10 @@ bool stderr_is_terminal();
 void prepare_console();
 void restore_console();
 
+// From here on the process gets no more memory than this, in bytes, and allocations fail instead. False if
+// the system refuses.
+bool limit_memory(u64 bytes);
+
 // An empty file for reading and writing that is gone when it is closed; nullptr if there can be none.
 FILE* scratch_file();
 

@@ -1,4 +1,5 @@
 // Linux: arguments are bytes already, streams are binary already, consoles speak UTF-8 already.
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -33,6 +34,11 @@ bool stderr_is_terminal() {
 void prepare_console() {}
 
 void restore_console() {}
+
+bool limit_memory(u64 bytes) {
+    const rlimit limit = {bytes, bytes};
+    return setrlimit(RLIMIT_AS, &limit) == 0;
+}
 
 FILE* scratch_file() {
     return tmpfile();

@@ -84,6 +84,18 @@ void restore_console() {
     g_console = {};
 }
 
+bool limit_memory(u64 bytes) {
+    // The job goes with the process, which is the only one in it.
+    const HANDLE job = CreateJobObjectW(nullptr, nullptr);
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION info = {};
+    info.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_PROCESS_MEMORY;
+    info.ProcessMemoryLimit = static_cast<SIZE_T>(bytes);
+    return job != nullptr &&
+           SetInformationJobObject(job, JobObjectExtendedLimitInformation, &info, sizeof(info)) !=
+               0 &&
+           AssignProcessToJobObject(job, GetCurrentProcess()) != 0;
+}
+
 FILE* scratch_file() {
     // The runtime's tmpfile() wants to write into the root of the drive, which users may not.
     wchar_t folder[MAX_PATH + 1] = {};

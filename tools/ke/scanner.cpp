@@ -2,6 +2,7 @@
 // tokens is the list of open brackets.
 #include "scanner.h"
 
+#include "input_limits.h"
 #include "ke_utils.h"
 
 namespace tool {
@@ -176,6 +177,9 @@ Token Scanner::scan() {
 }
 
 Token Scanner::open(char bracket, Due due, Token token) {
+    if (limits().depth != 0 && open_.size() >= limits().depth)
+        throw failure("deeper than the " + std::to_string(limits().depth) +
+                      " levels that --max-depth allows");
     ++p_;
     open_.push_back(bracket);
     due_ = due;

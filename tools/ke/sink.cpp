@@ -3,22 +3,17 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 #include "failure.h"
 #include "ke_utils.h"
+#include "platform.h"
+#include "utf8_text.h"
 
 namespace tool {
 
 namespace {
-
-u32 code_point_of(std::string_view character) {
-    static constexpr u8 kLeadBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
-    u32 value = static_cast<u8>(character[0]) & kLeadBits[character.size()];
-    for (char c : character.substr(1))
-        value = value << 6 | (static_cast<u8>(c) & 0x3F);
-    return value;
-}
 
 std::string_view mark_of(Encoding encoding) {
     switch (encoding) {
@@ -42,6 +37,8 @@ Sink::Sink(const Common& common, const std::string& input_path) {
     if (!target.empty() && target != "-")
         file_ = std::make_unique<Replacement>(target);
     buffer_.reserve(kRoom);
+    const char* plain = getenv("NO_COLOR");
+    coloured_ = !file_ && stdout_is_terminal() && (plain == nullptr || plain[0] == '\0');
 }
 
 void Sink::fill(char c, size_t count) {

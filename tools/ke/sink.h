@@ -34,6 +34,9 @@ class Sink {
     }
     void fill(char c, size_t count);
 
+    // Whether a person reads along on a terminal and has nothing against colours.
+    bool coloured() const { return coloured_; }
+
     // The text is written in this encoding, with its mark. To be called before anything is written.
     void encode_as(Encoding encoding) { encoding_ = encoding; }
 
@@ -55,6 +58,7 @@ class Sink {
     std::unique_ptr<Replacement> file_;  // empty for standard output
     Encoding encoding_ = Encoding::utf8;
     bool marked_ = false;
+    bool coloured_ = false;
     std::string half_;  // the start of a character whose end is not here yet
 };
 

@@ -5,8 +5,10 @@
 #include <cstring>
 #include <utility>
 
+#include "input_limits.h"
 #include "ke_utils.h"
 #include "platform.h"
+#include "utf8_text.h"
 
 namespace tool {
 
@@ -15,25 +17,6 @@ namespace {
 constexpr size_t kBlock = size_t{256} * 1024;
 // Kept in front of what is still needed, to be shown beside a mistake.
 constexpr size_t kContext = 256;
-
-void append_utf8(std::string& text, u32 code_point) {
-    const auto add = [&text](u32 byte) { text += static_cast<char>(byte); };
-    if (code_point < 0x80) {
-        add(code_point);
-    } else if (code_point < 0x800) {
-        add(0xC0 | code_point >> 6);
-        add(0x80 | (code_point & 0x3F));
-    } else if (code_point < 0x10000) {
-        add(0xE0 | code_point >> 12);
-        add(0x80 | (code_point >> 6 & 0x3F));
-        add(0x80 | (code_point & 0x3F));
-    } else {
-        add(0xF0 | code_point >> 18);
-        add(0x80 | (code_point >> 12 & 0x3F));
-        add(0x80 | (code_point >> 6 & 0x3F));
-        add(0x80 | (code_point & 0x3F));
-    }
-}
 
 bool starts_with(std::string_view text, std::string_view prefix) {
     return text.substr(0, prefix.size()) == prefix;
@@ -68,6 +51,9 @@ size_t RawInput::read(char* to, size_t room) {
     if (count < room && ferror(fp) != 0)
         throw tool::failure(name_, WIQ_ERR_IO);
     done_ += count;
+    if (limits().size != 0 && done_ > limits().size)
+        throw Failure{name_ + ": has more than the " + std::to_string(limits().size) +
+                      " bytes that --max-size allows"};
     progress_->at(done_);
     return count;
 }

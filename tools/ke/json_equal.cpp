@@ -1,7 +1,8 @@
-// See json_difference.h. Pairs of values that are still to be compared wait on a list.
-#include "json_difference.h"
+// See json_equal.h. Pairs of values that are still to be compared wait on a list.
+#include "json_equal.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "json_string.h"
@@ -46,11 +47,15 @@ bool same_scalar(const Document& a, NodeId in_a, const Document& b, NodeId in_b)
     }
 }
 
-constexpr NodeId kNone = 0xFFFFFFFF;
-
 // Two values at the same place; kNone where one of the documents has none there.
 struct Pair {
     NodeId a, b;
+};
+
+// What is still to be compared: siblings of both documents, one after the other, up to an end.
+struct Run {
+    NodeId a, end_of_a;
+    NodeId b, end_of_b;
 };
 
 class Comparison {
@@ -59,11 +64,18 @@ class Comparison {
 
     // Whether the values are equal; what is not is told by text().
     bool run(NodeId in_a, NodeId in_b) {
-        todo_.push_back({in_a, in_b});
+        add({in_a, in_b});
         while (!todo_.empty()) {
-            const Pair pair = todo_.back();
-            todo_.pop_back();
-            if (!compare(pair))
+            Run& run = todo_.back();
+            const Pair pair = {run.a == run.end_of_a ? kNone : run.a,
+                               run.b == run.end_of_b ? kNone : run.b};
+            if (pair.a != kNone)
+                run.a = a_.next(pair.a);
+            if (pair.b != kNone)
+                run.b = b_.next(pair.b);
+            if (pair.a == kNone && pair.b == kNone)
+                todo_.pop_back();
+            else if (!compare(pair))
                 return false;
         }
         return true;
@@ -78,43 +90,27 @@ class Comparison {
         if (pair.a == kNone)
             return differ(b_, pair.b, "only the second document has it");
         const Kind kind = a_.kind(pair.a);
-        const size_t first = todo_.size();
         if (kind == b_.kind(pair.b) && kind == Kind::object)
             add_members(pair);
         else if (kind == b_.kind(pair.b) && kind == Kind::array)
-            add_elements(pair);
+            todo_.push_back({a_.first_child(pair.a), a_.end_of(pair.a), b_.first_child(pair.b),
+                             b_.end_of(pair.b)});
         else if (kind != b_.kind(pair.b) || !same_scalar(a_, pair.a, b_, pair.b))
             return differ(a_, pair.a, shown(a_, pair.a) + " is not " + shown(b_, pair.b));
-        // The list is worked off from its end.
-        std::reverse(todo_.begin() + static_cast<std::ptrdiff_t>(first), todo_.end());
         return true;
     }
 
-    void add_members(const Pair& pair) {
-        const std::vector<Member> of_a = a_.members(pair.a);
-        const std::vector<Member> of_b = b_.members(pair.b);
-        size_t i = 0;
-        size_t j = 0;
-        while (i < of_a.size() || j < of_b.size()) {
-            const int order = i == of_a.size()   ? 1
-                              : j == of_b.size() ? -1
-                                                 : of_a[i].key.compare(of_b[j].key);
-            todo_.push_back({order > 0 ? kNone : of_a[i].node, order < 0 ? kNone : of_b[j].node});
-            i += order > 0 ? 0 : 1;
-            j += order < 0 ? 0 : 1;
-        }
+    void add(const Pair& pair) {
+        todo_.push_back({pair.a, pair.a == kNone ? kNone : a_.next(pair.a), pair.b,
+                         pair.b == kNone ? kNone : b_.next(pair.b)});
     }
 
-    void add_elements(const Pair& pair) {
-        NodeId a = a_.first_child(pair.a);
-        NodeId b = b_.first_child(pair.b);
-        while (a != a_.end_of(pair.a) || b != b_.end_of(pair.b)) {
-            const bool in_a = a != a_.end_of(pair.a);
-            const bool in_b = b != b_.end_of(pair.b);
-            todo_.push_back({in_a ? a : kNone, in_b ? b : kNone});
-            a = in_a ? a_.next(a) : a;
-            b = in_b ? b_.next(b) : b;
-        }
+    void add_members(const Pair& pair) {
+        const size_t first = todo_.size();
+        for (const MemberPair& member : members_of_both(a_, pair.a, b_, pair.b))
+            add({member.a, member.b});
+        // The list is worked off from its end.
+        std::reverse(todo_.begin() + static_cast<std::ptrdiff_t>(first), todo_.end());
     }
 
     bool differ(const Document& document, NodeId node, const std::string& how) {
@@ -125,11 +121,31 @@ class Comparison {
 
     const Document& a_;
     const Document& b_;
-    std::vector<Pair> todo_;
+    std::vector<Run> todo_;
     std::string text_;
 };
 
 }  // namespace
+
+std::vector<MemberPair> members_of_both(const Document& a, NodeId in_a, const Document& b,
+                                        NodeId in_b) {
+    std::vector<Member> of_a = a.members(in_a);
+    std::vector<Member> of_b = b.members(in_b);
+    std::vector<MemberPair> pairs;
+    pairs.reserve(std::max(of_a.size(), of_b.size()));
+    size_t i = 0;
+    size_t j = 0;
+    while (i < of_a.size() || j < of_b.size()) {
+        const int order = i == of_a.size()   ? 1
+                          : j == of_b.size() ? -1
+                                             : of_a[i].key.compare(of_b[j].key);
+        pairs.push_back({std::move(order > 0 ? of_b[j].key : of_a[i].key),
+                         order > 0 ? kNone : of_a[i].node, order < 0 ? kNone : of_b[j].node});
+        i += order > 0 ? 0 : 1;
+        j += order < 0 ? 0 : 1;
+    }
+    return pairs;
+}
 
 bool is_equal(const Document& a, NodeId in_a, const Document& b, NodeId in_b) {
     return Comparison(a, b).run(in_a, in_b);
