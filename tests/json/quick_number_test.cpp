@@ -1,6 +1,7 @@
 // Numbers read in one pass, against the runtime's conversions and against what the grammar says.
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -48,7 +49,9 @@ TEST(QuickNumber, Kinds) {
         {"-1.25e2}", QuickNumber::kReal, 7},
         {"1e22", QuickNumber::kReal, 4},
         {"1E-22", QuickNumber::kReal, 5},
-        {"1e23", QuickNumber::kRealText, 4},
+        {"1e23", QuickNumber::kReal, 4},
+        {"1e55", QuickNumber::kReal, 4},
+        {"1e56", QuickNumber::kRealText, 4},
         {"1e-23", QuickNumber::kReal, 5},
         {"1e-28", QuickNumber::kRealText, 5},
         {"1e9999", QuickNumber::kRealText, 6},
@@ -57,7 +60,7 @@ TEST(QuickNumber, Kinds) {
         {"1234567890123456789.0", QuickNumber::kRealText, 21},
         {"9007199254740993e-27", QuickNumber::kReal, 20},
         {"9007199254740993e-28", QuickNumber::kRealText, 20},
-        {"9007199254740993e1", QuickNumber::kRealText, 18},
+        {"9007199254740993e1", QuickNumber::kReal, 18},
         {"12345678,", QuickNumber::kInteger, 8},
         {"123456789,", QuickNumber::kInteger, 9},
         {"1234567/", QuickNumber::kInteger, 7},
@@ -126,21 +129,51 @@ TEST(QuickNumber, LongRealsAreTheRuntimesToTheLastBit) {
     }
 }
 
-TEST(QuickNumber, DivisionsThatAreHalfwayGoToEven) {
+// Every power of ten that one multiplication is for, with significands of every length.
+TEST(QuickNumber, AllPowersAreTheRuntimesToTheLastBit) {
+    std::mt19937_64 random(4);
+    for (int power = ke::json::kLeastPower; power <= ke::json::kMostPower; ++power) {
+        for (int i = 0; i < 2000; ++i) {
+            const u64 significand =
+                i < 64 ? u64{1} << i : (random() >> (random() % 64)) | (i % 2 == 0 ? 1U : 0U);
+            if (significand == 0)
+                continue;
+            const std::string text = std::to_string(significand) + "e" + std::to_string(power);
+            double expected = 0;
+            std::from_chars(text.data(), text.data() + text.size(), expected);
+            ASSERT_EQ(ke::json::scale_by_power(significand, power), expected) << text;
+        }
+    }
+}
+
+TEST(QuickNumber, ValuesHalfwayBetweenTwoGoToEven) {
     // 2^53 + 1 and 2^53 + 3 times a power of five, divided by it again.
     u64 fives = 1;
     for (int power = 1; power <= 4; ++power) {
         fives *= 5;
         const double scale = std::ldexp(1.0, -power);
         const u64 odd = (u64{1} << 53) + 1;
-        EXPECT_EQ(ke::json::divide_by_power(odd * fives, power), 0x1p53 * scale);
-        EXPECT_EQ(ke::json::divide_by_power(odd * fives + 1, power), (0x1p53 + 2) * scale);
-        EXPECT_EQ(ke::json::divide_by_power((odd + 2) * fives, power), (0x1p53 + 4) * scale);
-        EXPECT_EQ(ke::json::divide_by_power((odd + 2) * fives - 1, power), (0x1p53 + 2) * scale);
+        EXPECT_EQ(ke::json::scale_by_power(odd * fives, -power), 0x1p53 * scale);
+        EXPECT_EQ(ke::json::scale_by_power(odd * fives + 1, -power), (0x1p53 + 2) * scale);
+        EXPECT_EQ(ke::json::scale_by_power((odd + 2) * fives, -power), (0x1p53 + 4) * scale);
+        EXPECT_EQ(ke::json::scale_by_power((odd + 2) * fives - 1, -power), (0x1p53 + 2) * scale);
     }
-    EXPECT_EQ(ke::json::divide_by_power(1, 0), 1.0);
-    EXPECT_EQ(ke::json::divide_by_power(UINT64_MAX, 0), 0x1p64);
-    EXPECT_EQ(ke::json::divide_by_power(1, 27), 1e-27);
+    // Odd numbers of 54 bits that are a multiple of a power of five: halfway between two doubles.
+    fives = 1;
+    for (int power = 0; power <= 23; ++power, fives *= 5) {
+        u64 significand = ((u64{1} << 53) / fives + 1) | 1;
+        for (int i = 0; i < 100 && significand * fives < u64{1} << 54; ++i, significand += 2) {
+            const u64 odd = significand * fives;
+            const u64 even = odd / 2 % 2 == 0 ? odd - 1 : odd + 1;
+            EXPECT_EQ(ke::json::scale_by_power(significand, power),
+                      std::ldexp(static_cast<double>(even), power))
+                << significand << "e" << power;
+        }
+    }
+    EXPECT_EQ(ke::json::scale_by_power(1, 0), 1.0);
+    EXPECT_EQ(ke::json::scale_by_power(UINT64_MAX, 0), 0x1p64);
+    EXPECT_EQ(ke::json::scale_by_power(1, -27), 1e-27);
+    EXPECT_EQ(ke::json::scale_by_power(1, 55), 1e55);
 }
 
 TEST(QuickNumber, ZerosKeepTheirSign) {
