@@ -194,8 +194,23 @@ constexpr size_t kLargestWithMember = 1024;
 // Returns nullptr when out of memory.
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
+// A new node in a chunk, without a member: an element of an array.
+template <class Node>
+inline Node* new_elem(u16 type, Chunks* chunks) {
+    constexpr size_t kSize = (sizeof(Node) + 7) / 8 * 8;
+    static_assert(kSize <= Chunks::kLargestBlock);
+    char* block = chunks->take(kSize, 0);
+    if (block == nullptr)
+        return nullptr;
+    auto* node = reinterpret_cast<Node*>(block);
+    begin_node(node, type, chunks->distance(block), true);
+    return node;
+}
+
 template <class Node>
 inline Node* new_node(u16 type, const Key* key = nullptr, Chunks* chunks = nullptr) {
+    if (key == nullptr && chunks != nullptr)
+        return new_elem<Node>(type, chunks);
     return static_cast<Node*>(allocate_node(type, sizeof(Node), key, chunks));
 }
 template <class Node, class Value>

@@ -29,13 +29,19 @@ class OpenContainers {
 
     // Where the next value's memory comes from: nullptr for the root, which has a block of its own.
     Chunks* chunks() { return frames_.empty() ? nullptr : &chunks_; }
+    Chunks* chunks_of_children() { return &chunks_; }
 
     // Opens a container; with a key, whose text stays as it is or not, if it is to be a member. 0, or -5000.
     i32 open(u16 type, const Key* key, bool key_stays, bool unique_keys);
 
     // Gives a new node to the innermost container, as a member if there is a key, with which it was made.
     // 0, or -5000; the node is not the caller's any more.
-    i32 add(wiq_json* node, const Key* key) { return give(node, nullptr, key); }
+    i32 add(wiq_json* node, const Key* key) {
+        if (key != nullptr)
+            return give(node, nullptr, key);
+        node->refcount = 1;
+        return give_elem(frames_.top(), node);
+    }
 
     // Whether the innermost container, an object whose keys are to be unique, has a member with this key.
     bool has_member(const Key& key) {

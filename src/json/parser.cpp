@@ -64,47 +64,58 @@ class Parser {
     // The value that the current token is or begins, put where it belongs. A container is open then.
     i32 value() {
         value_is_due_ = false;
+        if (open_.empty())
+            return root_value();
+        return open_.in_object() ? child_value(&key_) : child_value(nullptr);
+    }
+
+    [[gnu::noinline]] i32 root_value() {
+        if (lexer_.token() == '{')
+            return open_object(nullptr);
+        if (lexer_.token() == '[')
+            return open_array(nullptr);
+        i32 status = 0;
+        root_ = new_value(nullptr, nullptr, &status);
+        return root_ != nullptr ? 0 : status;
+    }
+
+    // Inlined twice, for a member, with its key, and for an element, with nullptr.
+    [[gnu::always_inline]] i32 child_value(const Key* key) {
+        if (lexer_.token() == '{')
+            return open_object(key);
+        if (lexer_.token() == '[')
+            return open_array(key);
+        i32 status = 0;
+        wiq_json* node = new_value(key, open_.chunks_of_children(), &status);
+        return node != nullptr ? open_.add(node, key) : status;
+    }
+
+    // A node of the current token, which must be a value without children; nullptr and a status otherwise.
+    [[gnu::always_inline]] wiq_json* new_value(const Key* key, Chunks* chunks, i32* status) {
         const Lexeme& now = lexer_.current();
-        const Key* key = !open_.empty() && open_.in_object() ? &key_ : nullptr;
-        Chunks* chunks = open_.chunks();
-        wiq_json* node = nullptr;
+        *status = WIQ_ERR_NO_MEMORY;
         switch (now.token) {
-            case '{':
-                return open_object(key);
-            case '[':
-                return open_array(key);
             case kTokenString:
-                node = new_text_node(kJsonString, now.text, now.length, key, chunks);
-                break;
+                return new_text_node(kJsonString, now.text, now.length, key, chunks);
             case kTokenInteger:
-                node = new_node_of<I64Node>(kJsonI64, now.integer, key, chunks);
-                break;
+                return new_node_of<I64Node>(kJsonI64, now.integer, key, chunks);
             case kTokenReal:
-                node = new_node_of<DoubleNode>(kJsonDouble, now.real, key, chunks);
-                break;
+                return new_node_of<DoubleNode>(kJsonDouble, now.real, key, chunks);
             case kTokenTrue:
-                node = new_node<wiq_json>(kJsonTrue, key, chunks);
-                break;
+                return new_node<wiq_json>(kJsonTrue, key, chunks);
             case kTokenFalse:
-                node = new_node<wiq_json>(kJsonFalse, key, chunks);
-                break;
+                return new_node<wiq_json>(kJsonFalse, key, chunks);
             case kTokenNull:
-                node = new_node<wiq_json>(kJsonNull, key, chunks);
-                break;
+                return new_node<wiq_json>(kJsonNull, key, chunks);
             case kTokenBigInteger:
-                node = new_node_of<U128Node>(kJsonU128, now.big, key, chunks);
-                break;
+                return new_node_of<U128Node>(kJsonU128, now.big, key, chunks);
             case kTokenInvalid:
-                return WIQ_ERR_JSON_BAD_TOKEN;
+                *status = WIQ_ERR_JSON_BAD_TOKEN;
+                return nullptr;
             default:
-                return WIQ_ERR_JSON_UNEXPECTED_TOKEN;
+                *status = WIQ_ERR_JSON_UNEXPECTED_TOKEN;
+                return nullptr;
         }
-        if (node == nullptr)
-            return WIQ_ERR_NO_MEMORY;
-        if (!open_.empty())
-            return open_.add(node, key);
-        root_ = node;
-        return 0;
     }
 
     // Opens a container and reads what may follow its bracket: the closing one, or the first child.
