@@ -18,14 +18,6 @@ inline Chunk* const* mark_of(wiq_json* node) {
     return reinterpret_cast<Chunk* const*>(home_of(node));
 }
 
-// The distance from a member to its node when both share a block.
-constexpr size_t member_span(size_t key_length) {
-    return (sizeof(Member) + key_length + 1 + 7) / 8 * 8;
-}
-// The longest key whose member can share a block with its node.
-constexpr size_t kLongestWithNode = Chunks::kFarthest - sizeof(Member) - 1;
-static_assert(member_span(kLongestWithNode) == Chunks::kFarthest);
-
 inline char* end_of(const Member* member) {
     return reinterpret_cast<char*>(const_cast<Member*>(member)) + member_span(member->key_length());
 }

@@ -8,16 +8,6 @@
 
 namespace ke::json {
 
-Member* make_member(void* block, const Key& key) {
-    auto* member = static_cast<Member*>(block);
-    member->hash = key.hash;
-    member->length_and_mark = static_cast<u32>(key.length);
-    char* text = reinterpret_cast<char*>(member + 1);
-    memcpy(text, key.text, key.length);
-    text[key.length] = '\0';
-    return member;
-}
-
 namespace {
 
 // Growth turns every chain around (chains.h), so a member that is still to see an odd number of growths

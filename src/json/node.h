@@ -189,28 +189,51 @@ inline void begin_node(wiq_json* node, u16 type, size_t home, bool in_chunk) {
 // The largest node that shares its block with its member, which may keep the block when the node is gone.
 constexpr size_t kLargestWithMember = 1024;
 
+// The distance from a member to its node when both share a block.
+constexpr size_t member_span(size_t key_length) {
+    return (sizeof(Member) + key_length + 1 + 7) / 8 * 8;
+}
+// The longest key whose member can share a block with its node.
+constexpr size_t kLongestWithNode = Chunks::kFarthest - sizeof(Member) - 1;
+static_assert(member_span(kLongestWithNode) == Chunks::kFarthest);
+
+template <class Node>
+constexpr size_t kSizeInChunk = (sizeof(Node) + 7) / 8 * 8;
+
 // A new node of so many bytes; with a key, in one block with its member, unless the key is too long for
 // that, or the node too large. If `chunks` is given, the block is taken from there, unless it is too large.
 // Returns nullptr when out of memory.
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
-// A new node in a chunk, without a member: an element of an array.
+// A new node in a chunk. These serve the usual elements and members of a document: the sizes are known, and the
+// node stands behind its member.
 template <class Node>
 inline Node* new_elem(u16 type, Chunks* chunks) {
-    constexpr size_t kSize = (sizeof(Node) + 7) / 8 * 8;
-    static_assert(kSize <= Chunks::kLargestBlock);
-    char* block = chunks->take(kSize, 0);
+    char* block = chunks->take(kSizeInChunk<Node>, 0);
     if (block == nullptr)
         return nullptr;
     auto* node = reinterpret_cast<Node*>(block);
     begin_node(node, type, chunks->distance(block), true);
     return node;
 }
+template <class Node>
+inline Node* new_member_node(u16 type, const Key& key, Chunks* chunks) {
+    const size_t offset = member_span(key.length);
+    char* block = chunks->take(offset + kSizeInChunk<Node>, offset);
+    if (block == nullptr)
+        return nullptr;
+    make_member(block, key);
+    auto* node = reinterpret_cast<Node*>(block + offset);
+    begin_node(node, type, chunks->distance(block + offset), true);
+    return node;
+}
 
 template <class Node>
 inline Node* new_node(u16 type, const Key* key = nullptr, Chunks* chunks = nullptr) {
-    if (key == nullptr && chunks != nullptr)
+    if (chunks != nullptr && key == nullptr)
         return new_elem<Node>(type, chunks);
+    if (chunks != nullptr && key->length <= kLongestWithNode)
+        return new_member_node<Node>(type, *key, chunks);
     return static_cast<Node*>(allocate_node(type, sizeof(Node), key, chunks));
 }
 template <class Node, class Value>

@@ -37,10 +37,11 @@ class OpenContainers {
     // Gives a new node to the innermost container, as a member if there is a key, with which it was made.
     // 0, or -5000; the node is not the caller's any more.
     i32 add(wiq_json* node, const Key* key) {
-        if (key != nullptr)
+        if (key != nullptr && node->home == 0)
             return give(node, nullptr, key);
         node->refcount = 1;
-        return give_elem(frames_.top(), node);
+        return key != nullptr ? give_member(frames_.top(), node, member_of(node, *key))
+                              : give_elem(frames_.top(), node);
     }
 
     // Whether the innermost container, an object whose keys are to be unique, has a member with this key.

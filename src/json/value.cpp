@@ -82,7 +82,7 @@ wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* ke
     node->length = length;
     if (text != nullptr) {
         node->text = reinterpret_cast<char*>(node + 1);
-        std::memcpy(node->text, text, length);
+        copy_short(node->text, text, length);
         node->text[length] = '\0';
     }
     return node;
