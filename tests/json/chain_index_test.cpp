@@ -23,6 +23,19 @@ Tree parse(const std::vector<std::string>& keys, i32 flags = 0) {
     return Tree(wiq_json_loads(colliding::object_text(keys).c_str(), flags, nullptr));
 }
 
+// In the object's order.
+std::vector<std::string> keys_of(const Tree& obj) {
+    std::vector<std::string> keys;
+    wiq_json_obj_foreach(
+        obj.get(),
+        [](const char* key, wiq_json_t*, void* user) {
+            static_cast<std::vector<std::string>*>(user)->push_back(key);
+            return true;
+        },
+        &keys);
+    return keys;
+}
+
 class JsonCollidingKeysMany : public ::testing::Test {
   public:
     void SetUp() override {
@@ -100,13 +113,13 @@ TEST_F(JsonCollidingKeysMany, ChildrenLeaveAndAreSwapped) {
     EXPECT_EQ(wiq_json_obj_get_i64(weak.get(), keys[8].c_str(), nullptr), 8);
 }
 
-// A key that comes twice has its second place in the parser's order of adding, and its second value.
+// A key that comes twice keeps its first place and has its second value.
 TEST_F(JsonCollidingKeysMany, DuplicatesInADocument) {
     std::string text = colliding::object_text(keys);
     text.back() = ',';
     text += colliding::object_text({keys[5], keys[kMany / 2]}).substr(1);
     const Tree obj(wiq_json_loads(text.c_str(), 0, nullptr));
-    EXPECT_EQ(wiq_json_obj_size(obj.get()), static_cast<i32>(kMany));
+    EXPECT_EQ(keys_of(obj), keys_of(parse(keys)));
     EXPECT_EQ(wiq_json_obj_get_i64(obj.get(), keys[5].c_str(), nullptr), 0);
     EXPECT_EQ(wiq_json_obj_get_i64(obj.get(), keys[kMany / 2].c_str(), nullptr), 1);
     EXPECT_EQ(wiq_json_obj_get_i64(obj.get(), keys[6].c_str(), nullptr), 6);
@@ -148,15 +161,7 @@ class JsonCollidingKeysAsAMap : public ::testing::Test {
     void compare() {
         std::vector<std::string> expected;
         wiq_map_foreach(&map_, add_key, &expected);
-        std::vector<std::string> found;
-        wiq_json_obj_foreach(
-            obj_.get(),
-            [](const char* key, wiq_json_t*, void* user) {
-                static_cast<std::vector<std::string>*>(user)->push_back(key);
-                return true;
-            },
-            &found);
-        ASSERT_EQ(found, expected);
+        ASSERT_EQ(keys_of(obj_), expected);
     }
 
   private:
@@ -199,16 +204,8 @@ TEST_F(JsonCollidingKeysAsAMap, Parsed) {
         const Tree built(wiq_json_obj_new(0, nullptr));
         for (const std::string& key : shuffled(keys))
             ASSERT_NE(wiq_json_obj_put_null(built.get(), key.c_str(), nullptr), nullptr);
-        wiq_strv parsed_keys;
-        wiq_strv built_keys;
-        wiq_strv_init(&parsed_keys);
-        wiq_strv_init(&built_keys);
-        ASSERT_EQ(wiq_json_obj_keys(parsed.get(), &parsed_keys), static_cast<i32>(count));
-        ASSERT_EQ(wiq_json_obj_keys(built.get(), &built_keys), static_cast<i32>(count));
-        for (u32 i = 0; i < count; ++i)
-            ASSERT_STREQ(wiq_strv_get(&parsed_keys, i), wiq_strv_get(&built_keys, i)) << i;
-        wiq_strv_finalize(&parsed_keys);
-        wiq_strv_finalize(&built_keys);
+        EXPECT_EQ(wiq_json_obj_size(parsed.get()), static_cast<i32>(count));
+        EXPECT_EQ(keys_of(parsed), keys_of(built));
     }
 }
 
