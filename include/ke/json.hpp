@@ -157,7 +157,8 @@ class KE_BORROWS_ json_ref : public json_view {
         return node_ == nullptr ? err_empty : wiq_json_array_pop(node_, count);
     }
     /** Removes every element of an array, or member of an object, of whose value the test is true. It is
-     *  asked about all before any goes, and may throw. The number that went, or a status. */
+     *  asked about all before any goes, and may throw; elements that it appends stay. The number that went,
+     *  or a status. */
     template <class Test>
     result<i32> erase_if(Test&& test) const;
     /** Removes all members or elements. */

@@ -75,11 +75,9 @@ inline status json_ref::remove_at(const text_arg& key) const noexcept {
     return wiq_json_obj_remove(node_, key.c_str());
 }
 // Gives an array other contents that it holds already: taken off, the elements come back in their new order,
-// for which the array has room.
+// for which the array has room. Those that do not come back are released.
 inline status json_ref::refill(const json* elements, std::size_t count) const noexcept {
-    while (wiq_json_array_pop_elem(node_) != nullptr) {
-    }
-    i32 status = 0;
+    i32 status = wiq_json_array_pop(node_, size());
     for (std::size_t i = 0; i < count; ++i) {
         const i32 pushed = wiq_json_array_push_ext(node_, elements[i].node(), nullptr);
         status = status != 0 ? status : pushed;
@@ -110,7 +108,6 @@ inline status json_ref::remove_at(pointer where) const {
     if (last == std::string_view::npos)
         return WIQ_ERR_INVALID_ARG;
     const json_ref container = at({std::string(text.substr(0, last)).c_str()});
-    const wiq_json_t* const gone = at(where).node();
     if (container.is_object()) {
         std::string key;
         for (std::size_t i = last + 1; i < text.size(); ++i) {
@@ -120,13 +117,10 @@ inline status json_ref::remove_at(pointer where) const {
         }
         return container.remove_at(key);
     }
-    i32 index = 0;
-    for (const json_view element : container.json_view::elements()) {
-        if (element.node() == gone)
-            return container.remove_at(index);
-        ++index;
-    }
-    return WIQ_ERR_INDEX_OUT_OF_RANGE;
+    // A weak array may hold one value twice, so it is the index that counts.
+    u64 index = 0;
+    KE_TRY(status(wiq_strtouint64(std::string(text.substr(last + 1)).c_str(), &index)));
+    return container.remove_at(static_cast<i32>(static_cast<u32>(index)));
 }
 template <class Where>
 result<json> json_ref::take(const Where& where) const {
@@ -171,16 +165,21 @@ result<i32> json_ref::erase_if(Test&& test) const {
         return result<i32>::failure(WIQ_ERR_INVALID_ARG);
     const std::size_t size = static_cast<std::size_t>(this->size());
     detail::fixed_array<bool> keeps(size);
-    detail::fixed_array<json> kept(is_weak() ? size : 0);
     std::size_t at = 0;
-    std::size_t left = 0;
+    std::size_t gone = 0;
     for (const json_view element : json_view::elements()) {
         keeps[at] = !test(element);
-        if (keeps[at] && is_weak())
-            kept[left] = element;
-        left += keeps[at++];
+        gone += keeps[at++] ? 0 : 1;
     }
+    // Elements that the test appended stay.
     if (is_weak()) {  // whose order filtering does not keep
+        const std::size_t now = static_cast<std::size_t>(this->size());
+        detail::fixed_array<json> kept(now);
+        std::size_t left = 0;
+        for (std::size_t i = 0; i < now; ++i) {
+            if (i >= size || keeps[i])
+                kept[left++] = (*this)[i];
+        }
         KE_TRY(refill(kept.begin(), left));
     } else {
         struct answers {
@@ -189,13 +188,13 @@ result<i32> json_ref::erase_if(Test&& test) const {
         } given{keeps.begin(), keeps.begin() + at};
         KE_TRY(status(wiq_json_array_filter(
             node_,
-            [](wiq_json_t*, void* user) {  // elements that the test appended stay
+            [](wiq_json_t*, void* user) {
                 auto* const from = static_cast<answers*>(user);
                 return from->next == from->end || *from->next++;
             },
             &given)));
     }
-    return static_cast<i32>(size - left);
+    return static_cast<i32>(gone);
 }
 
 inline status json_ref::clear() const {

@@ -320,4 +320,34 @@ TEST(CppWeak, RefersWithoutOwningThePlace) {
     EXPECT_EQ(text_of(root), R"({"a":{"n":1},"b":[2]})");
 }
 
+TEST(CppWeak, TheElementThatAPointerNamesGoes) {
+    json root = parsed("[1,2]");
+    json lists = json::weak_object();
+    json weak = json::weak_array();
+    EXPECT_EQ(lists.link("list", weak), 0);
+    for (const int place : {0, 1, 0})
+        EXPECT_EQ(weak.link_back(root[place]), 0);
+    EXPECT_EQ(lists.erase("/list/2"_ptr), 0);
+    EXPECT_EQ(text_of(weak), "[1,2]");
+    EXPECT_EQ(weak.link_back(root[0]), 0);
+    EXPECT_EQ(lists.take("/list/0x2"_ptr).value(), 1);
+    EXPECT_EQ(text_of(weak), "[1,2]");
+    EXPECT_EQ(lists.erase("/list/2"_ptr), WIQ_ERR_INDEX_OUT_OF_RANGE);
+}
+
+TEST(CppWeak, WhatATestAppendsStays) {
+    json weak = json::weak_array();
+    json strong = json::array();
+    for (json_ref list : {json_ref(weak), json_ref(strong)}) {
+        EXPECT_EQ(list.push_back(1), 0);
+        EXPECT_EQ(list.push_back(2), 0);
+        const auto test = [&](json_view v) {
+            EXPECT_EQ(list.push_back("new"), 0);
+            return v == 1;
+        };
+        EXPECT_EQ(list.erase_if(test).value(), 1);
+        EXPECT_EQ(text_of(list), R"([2,"new","new"])");
+    }
+}
+
 }  // namespace

@@ -128,6 +128,28 @@ TEST(CppFaults, WhatNeedsNoMemoryOfTheLibrary) {
     EXPECT_EQ(points, 0u);
 }
 
+// Elements that nobody but a weak array has are released when they leave it.
+TEST(CppFaults, WeakArraysRelease) {
+    const auto few = [] {
+        ke::json weak = ke::json::weak_array();
+        for (int i = 0; i < 4; ++i)
+            EXPECT_TRUE(weak.push_back(i).ok());
+        return weak;
+    };
+    { const ke::json warm = few(); }
+    const long before = live_blocks();
+    {
+        ke::json weak = few();
+        const long full = live_blocks();
+        EXPECT_TRUE(weak.erase(1).ok());
+        EXPECT_EQ(live_blocks(), full - 1);
+        EXPECT_EQ(*weak.erase_if([](ke::json_view v) { return v == 0 || v == 2; }), 2);
+        EXPECT_EQ(live_blocks(), full - 3);
+        EXPECT_EQ(weak.size(), 1);
+    }
+    EXPECT_EQ(live_blocks(), before);
+}
+
 TEST(CppFaults, MergingAndPatching) {
     const ke::json patch{{"o", {{"a", nullptr}, {"b", {1, 2}}}}};
     // A merge that fails has done a part: only its status, and that nothing is lost, is held here.
