@@ -70,6 +70,28 @@ i32 print_list(wiq_strbuf* buf, i32 (*print)(wiq_strbuf*, const char*, va_list),
     return result;
 }
 
+// Longer than what is formatted at the first attempt.
+TEST(StrbufFaults, PrintfOfALongText) {
+    static const std::string text(5000, 'x');
+    const size_t points = SweepAllocations([](AllocFaults& faults) {
+        wiq_strbuf buf;
+        ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
+        ASSERT_EQ(wiq_strbuf_write(&buf, "before", 6), 6);
+        const wiq_strbuf before = buf;
+        faults.arm();
+        const i32 result = wiq_strbuf_printf(&buf, "%s", text.c_str());
+        faults.disarm();
+        EXPECT_EQ(result, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 5000);
+        EXPECT_EQ(std::string(buf.data, buf.len), faults.fired() ? "before" : "before" + text);
+        if (faults.fired()) {
+            EXPECT_EQ(buf.data, before.data);
+            EXPECT_EQ(buf.capacity, before.capacity);
+        }
+        wiq_strbuf_finalize(&buf);
+    });
+    EXPECT_GE(points, 1u);
+}
+
 TEST(StrbufFaults, Variants) {
     static const std::string text(300, 'x');
     using Append = i32 (*)(wiq_strbuf*);

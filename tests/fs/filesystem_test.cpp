@@ -12,6 +12,7 @@
 #include <io.h>
 #include <sys/stat.h>
 #else
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -454,6 +455,16 @@ TEST_F(Filesystem, TwoNamesOfOneFileAreNotOneName) {
     EXPECT_EQ(wiq_rename(a.c_str(), b.c_str()), WIQ_ERR_IO);
     EXPECT_EQ(read_all(a), "both");
     EXPECT_EQ(read_all(b), "both");
+    // In the current folder, by names alone.
+    const int here = open(".", O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(chdir(root_.c_str()), 0);
+    EXPECT_EQ(wiq_rename("a", "b"), WIQ_ERR_IO);
+    EXPECT_EQ(wiq_rename("a", "a"), 0);
+    EXPECT_EQ(wiq_rename("a", "/"), WIQ_ERR_IO);
+    EXPECT_EQ(wiq_rename("a", "."), WIQ_ERR_IO);
+    EXPECT_EQ(fchdir(here), 0);
+    close(here);
+    EXPECT_EQ(read_all(a), "both");
     // A link that leads nowhere is a name that is taken.
     const std::string nowhere = path("nowhere");
     ASSERT_EQ(symlink("none", (root_ + "/nowhere").c_str()), 0);

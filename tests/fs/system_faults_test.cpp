@@ -197,6 +197,25 @@ TEST_P(RenamingInSteps, GivesTheSameAnswers) {
     EXPECT_EQ(contents(), (Files{{"e", "/"}, {"g", "g"}, {"h", "f"}, {"i", "/"}}));
 }
 
+// What can have no second name is renamed after a look at the target.
+TEST_F(SystemFaultsOfFiles, RenamingWhatHasNoSecondName) {
+    for (const int reason : {EPERM, EOPNOTSUPP, ENOSYS, EMLINK, EIO}) {
+        SCOPED_TRACE(strerror(reason));
+        write("from", "moved");
+        write("there", "kept");
+        SystemFaults faults(1, SystemFaults::kPersistent, ENOSYS);
+        faults.fail_also("link", reason);
+        faults.arm("renameat2");
+        EXPECT_EQ(wiq_rename(in("from").c_str(), in("there").c_str()), WIQ_ERR_IO);
+        const i32 status = wiq_rename(in("from").c_str(), in("to").c_str());
+        faults.disarm();
+        EXPECT_EQ(status, reason == EIO ? static_cast<i32>(WIQ_ERR_IO) : 0);
+        EXPECT_EQ(contents(), (Files{{reason == EIO ? "from" : "to", "moved"}, {"there", "kept"}}));
+        wiq_unlink(in("from").c_str());
+        wiq_unlink(in("to").c_str());
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Reasons, RenamingInSteps, testing::Values(ENOSYS, EINVAL, EOPNOTSUPP));
 
 TEST_F(SystemFaultsOfFiles, RenamingInStepsLosesNothing) {

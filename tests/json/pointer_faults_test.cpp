@@ -127,6 +127,23 @@ TEST(ReferenceFaults, LongChains) {
     }
 }
 
+// A chain of references that is longer than what an expansion remembers without memory.
+TEST(ReferenceFaults, ExpandALongChain) {
+    std::string text = "[{\"$ref\":\"/1\"}";
+    for (int i = 1; i < 100; ++i)
+        text += ",{\"$ref\":\"/" + std::to_string(i + 1) + "\"}";
+    text += ",[1]]";
+    const size_t points = SweepAllocations([&text](AllocFaults& faults) {
+        wiq_json_t* root = parsed(text.c_str());
+        faults.arm();
+        const i32 status = wiq_json_jref_expand(root);
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
+        wiq_json_delete_impl(root);
+    });
+    EXPECT_GT(points, 100u);
+}
+
 TEST(PointerFaults, NamesInArrays) {
     wiq_json_t* root = parsed("{\"list\":[[1]]}");
     wiq_json_t* value = wiq_json_i64_new(1, nullptr);

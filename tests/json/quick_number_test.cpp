@@ -49,6 +49,8 @@ TEST(QuickNumber, Kinds) {
         {"-1.25e2}", QuickNumber::kReal, 7},
         {"1e22", QuickNumber::kReal, 4},
         {"1E-22", QuickNumber::kReal, 5},
+        {"1e+22", QuickNumber::kReal, 5},
+        {"1e,22", QuickNumber::kNone, 0},
         {"1e23", QuickNumber::kReal, 4},
         {"1e55", QuickNumber::kReal, 4},
         {"1e56", QuickNumber::kRealText, 4},

@@ -82,8 +82,8 @@ TEST(FormatCheck, WhatStoresIsRefused) {
 TEST(FormatCheck, PositionsWithAGapAreRefused) {
     for (const char* format :
          {"%2$d", "%1$d %3$d", "%3$d %1$d", "%3$d %2$d", "%1$*3$d", "%1$.*3$d", "%0$d", "%0$d%1$d",
-          "%00$d", "%4294967296$d", "%4294967297$d", "%18446744073709551617$d", "%4097$d",
-          "%1$d%1$d%3$d", "%s %2$d", "%%%2$s"})
+          "%0$d%2$d", "%00$d", "%4294967296$d", "%4294967297$d", "%18446744073709551617$d",
+          "%4097$d", "%1$d%1$d%3$d", "%s %2$d", "%%%2$s"})
         EXPECT_TRUE(is_refused_format(format)) << format;
 }
 
