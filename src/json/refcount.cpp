@@ -43,17 +43,24 @@ bool is_dead(wiq_json* node, i32 count) {
 
 // Gives up a reference; the count that is left. A count of 1 is the caller's own reference: nobody else can
 // change it then, so that the usual case, a value with one owner, needs no locked instruction.
+bool has_one_owner(wiq_json* node) {
+    return std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire) == 1;
+}
 i32 drop_reference(wiq_json* node) {
-    if (std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire) == 1) {
+    if (has_one_owner(node)) {
         set_count(node, 0);
         return 0;
     }
     return count_down(node);
 }
 
-// Gives up a container's reference to a child; true if the child is to be destroyed.
-bool drop_child(bool weak, wiq_json* child) {
+// Gives up a container's reference to a child; true if the child is to be destroyed. A child that nobody else
+// knows is left as it is: it is not worth writing to memory that is about to be freed.
+inline bool drop_child(bool weak, wiq_json* child) {
     if (!weak) {
+        if (has_one_owner(child)) {
+            return true;
+        }
         unlink_from_parent(child);
     }
     return is_dead(child, drop_reference(child));
