@@ -759,7 +759,8 @@ KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
  * hold no references. A reference that somebody else holds survives as a free-standing node. The root itself stays
  * what it is: of a root that is a reference, only what its target holds is expanded. Takes any depth.
  * @return 0; -7000 for NULL; -1052 for references that lead to themselves; -5000; the statuses of
- *         wiq_json_ptr_get(). What was replaced before a failure stays replaced.
+ *         wiq_json_ptr_get(). What was replaced before a failure stays replaced. If memory runs out before the walk
+ *         begins, one reference to `root` more than before is left.
  */
 KE_API i32 wiq_json_jref_expand(wiq_json_t* root);
 
