@@ -1,4 +1,6 @@
 // What ke reads out of documents and writes into them: nothing that was not asked for changes.
+#include <algorithm>
+
 #include "ke_utils/files.h"
 #include "tools/folder.h"
 #include "tools/rows.h"
@@ -169,6 +171,22 @@ TEST_F(KeEdits, MergeAndPatch) {
          "",
          in("p.json") + ":1:2: the test fails"},
     });
+}
+
+// A step for each difference, however many members there are in front of it: counting them would take minutes.
+TEST_F(KeEdits, DifferencesOfManyMembers) {
+    std::string before = "{\"k\":0";
+    std::string after = before;
+    for (int i = 0; i < 100000; ++i) {
+        const std::string key = ",\"k" + std::to_string(i) + "\":";
+        before += key + "1";
+        after += key + "2";
+    }
+    write_file(in("a.json"), before + "}");
+    write_file(in("b.json"), after + "}");
+    const Outcome outcome = ke({"json", "diff", "--compact", in("a.json"), in("b.json")});
+    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '{'), 100000);
 }
 
 TEST_F(KeEdits, KeepTheEncoding) {

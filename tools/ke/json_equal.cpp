@@ -81,7 +81,13 @@ class Comparison {
         return true;
     }
 
-    const std::string& text() const { return text_; }
+    // The first difference that was found; "" if there is none.
+    std::string text() const {
+        if (where_ == nullptr)
+            return "";
+        const std::string pointer = where_->pointer_of(node_);
+        return (pointer.empty() ? "the whole document" : pointer) + ": " + how_;
+    }
 
   private:
     bool compare(const Pair& pair) {
@@ -113,16 +119,20 @@ class Comparison {
         std::reverse(todo_.begin() + static_cast<std::ptrdiff_t>(first), todo_.end());
     }
 
+    // The pointer is made only when it is asked for: it counts all the siblings in front of a value.
     bool differ(const Document& document, NodeId node, const std::string& how) {
-        const std::string pointer = document.pointer_of(node);
-        text_ = (pointer.empty() ? "the whole document" : pointer) + ": " + how;
+        where_ = &document;
+        node_ = node;
+        how_ = how;
         return false;
     }
 
     const Document& a_;
     const Document& b_;
     std::vector<Run> todo_;
-    std::string text_;
+    const Document* where_ = nullptr;
+    NodeId node_ = 0;
+    std::string how_;
 };
 
 }  // namespace
