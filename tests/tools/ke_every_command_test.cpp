@@ -2,6 +2,7 @@
 // has gone, a full disk, and an end in the middle of --in-place. The table must name all commands.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 #include "ke_utils/files.h"
@@ -190,7 +191,7 @@ TEST_F(KeEveryCommand, AnswersEmptyInput) {
 }
 
 TEST_F(KeEveryCommand, TakesLargeInput) {
-    constexpr size_t kSize = 3000000;
+    constexpr size_t kSize = 1000000;
     for (const Command& command : commands()) {
         if (command.format == Format::none)
             continue;
@@ -347,6 +348,50 @@ TEST_F(KeEveryCommand, LeavesNothingBehindWhenASignalEndsIt) {
         }
     }
     set_variable("KE_END_AT", "never");
+}
+#endif
+
+#ifdef KE_TEST_CONFINED
+// Sockets, other programs and threads are not on the list of system calls that a command may make.
+TEST_F(KeEveryCommand, NeedsFewSystemCalls) {
+    const std::string list = run_program("ke_confined", {}).out;
+    printf("ke runs with these system calls alone:\n%s", list.c_str());
+    EXPECT_LT(std::count(list.begin(), list.end(), '\n'), 40);
+    for (const char* call : {"execve", "socket", "connect", "clone", "fork", "ptrace", "mprotect"})
+        EXPECT_EQ(("\n" + list).find("\n" + std::string(call) + "\n"), std::string::npos) << call;
+
+    const auto expect_same = [this](const Command& command, const std::vector<std::string>& more,
+                                    const std::string& text) {
+        const std::string before = good_text(command.format, 0);
+        std::vector<std::string> args = line(command, more.empty() ? "-" : in("file"));
+        args.insert(args.end(), more.begin(), more.end());
+        std::vector<std::string> results;
+        for (const char* program : {"ke", "ke_confined"}) {
+            write_file(in("file"), before);
+            wiq_unlink(in("target").c_str());
+            const Outcome outcome = run_program(program, args, text);
+            results.push_back(std::to_string(outcome.status) + outcome.out + outcome.err +
+                              read_file(in("file")) + read_file(in("target")));
+        }
+        EXPECT_EQ(results[1], results[0]);
+    };
+    for (const Command& command : commands()) {
+        SCOPED_TRACE(name_of(command));
+        expect_same(command, {}, good_text(command.format, 0));
+        expect_same(command, {}, good_text(command.format, 300000));
+        expect_same(command, {}, bad_text(command.format));
+        expect_same(command, {"-o", in("target")}, "");
+        expect_same(command, {"--max-memory", "1GB", "--no-such-option"}, "");
+        if (command.in_place)
+            expect_same(command, {"--in-place", "--max-memory", "1GB"}, "");
+    }
+}
+
+TEST_F(KeEveryCommand, IsEndedAtAnyOtherSystemCall) {
+    set_variable("KE_STRAY", "1");
+    const Outcome outcome = run_program("ke_confined", {"help"});
+    unsetenv("KE_STRAY");
+    EXPECT_EQ(outcome.err, "ended by signal " + std::to_string(SIGSYS) + "\n");
 }
 #endif
 
