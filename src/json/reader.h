@@ -23,11 +23,16 @@
 
 namespace ke::json {
 
+// Each stays at the largest i32 where a text is longer.
 struct Place {
     i32 line;
     i32 column;
     i32 position;
 };
+
+constexpr i32 told(i64 count) {
+    return count < INT32_MAX ? static_cast<i32>(count) : INT32_MAX;
+}
 
 constexpr bool starts_character(u8 byte) {
     return utf8_length(byte) != 0;
@@ -127,17 +132,18 @@ class StringReader {
     }
 
     Place place() const {
-        Place place = {1, 0, position()};
+        i64 lines = 1;
         const char* line = start_;
         while (const void* feed = memchr(line, '\n', static_cast<size_t>(next_ - line))) {
             line = static_cast<const char*>(feed) + 1;
-            ++place.line;
+            ++lines;
         }
+        i64 columns = 0;
         for (const char* p = line; p != next_; ++p)
-            place.column += starts_character(static_cast<u8>(*p)) ? 1 : 0;
-        return place;
+            columns += starts_character(static_cast<u8>(*p)) ? 1 : 0;
+        return {told(lines), told(columns), position()};
     }
-    i32 position() const { return static_cast<i32>(next_ - start_); }
+    i32 position() const { return told(next_ - start_); }
 
   private:
     void skip_blanks() {
@@ -214,12 +220,12 @@ class StreamReader {
     void unread(int c) {
         if (c <= 0)
             return;
-        --place_.position;
+        --position_;
         if (c == '\n') {
-            --place_.line;
-            place_.column = previous_column_;
+            --line_;
+            column_ = previous_column_;
         } else {
-            --place_.column;
+            --column_;
         }
         if (kept_.len != 0)
             --kept_.len;
@@ -248,8 +254,8 @@ class StreamReader {
     void skip_digits() {}
     bool skip_unicode_escape() { return false; }
 
-    Place place() const { return place_; }
-    i32 position() const { return place_.position; }
+    Place place() const { return {told(line_), told(column_), position()}; }
+    i32 position() const { return told(position_); }
 
   private:
     int fetch() {
@@ -282,13 +288,13 @@ class StreamReader {
     }
 
     void count(u8 byte) {
-        ++place_.position;
+        ++position_;
         if (byte == '\n') {
-            ++place_.line;
-            previous_column_ = place_.column;
-            place_.column = 0;
+            ++line_;
+            previous_column_ = column_;
+            column_ = 0;
         } else if (starts_character(byte)) {
-            ++place_.column;
+            ++column_;
         }
         keep(static_cast<char>(byte));
     }
@@ -306,8 +312,10 @@ class StreamReader {
 
     FILE* stream_;
     wiq_strbuf kept_ = {};
-    Place place_ = {1, 0, 0};
-    i32 previous_column_ = 0;
+    i64 line_ = 1;
+    i64 column_ = 0;
+    i64 position_ = 0;
+    i64 previous_column_ = 0;
     int pushed_back_ = 0;
     int state_ = 0;
     bool failed_ = false;
