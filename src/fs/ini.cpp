@@ -121,6 +121,11 @@ class LineScanner {
     u32 position_ = 0;
 };
 
+// A place is told in 32 bits, and stays at the largest value in a file of more.
+u32 told(u64 count) {
+    return count < UINT32_MAX ? static_cast<u32>(count) : UINT32_MAX;
+}
+
 class IniParser {
   public:
     IniParser(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,
@@ -144,7 +149,7 @@ class IniParser {
             const i32 status = parse_line(static_cast<u32>(length));
             if (status != 0)
                 return status;
-            line_offset_ += static_cast<u32>(length);
+            line_offset_ += static_cast<u64>(length);
         }
     }
 
@@ -245,7 +250,8 @@ class IniParser {
     }
 
     WiqIniLocation locate(const IniToken& token) const {
-        return {line_number_, token.start + 1, token.length, line_offset_ + token.start};
+        return {told(line_number_), token.start + 1, token.length,
+                told(line_offset_ + token.start)};
     }
 
     // Ends the token's text in the line, whose later tokens are all known by now.
@@ -262,8 +268,8 @@ class IniParser {
     size_t longest_line_;
     char* line_ = nullptr;
     size_t line_size_ = 0;
-    u32 line_number_ = 0;
-    u32 line_offset_ = 0;
+    u64 line_number_ = 0;
+    u64 line_offset_ = 0;
     bool in_section_ = false;
 };
 
