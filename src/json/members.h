@@ -180,7 +180,7 @@ inline Member* make_member(void* block, const Key& key) {
 constexpr u64 kMostBuckets = u64{1} << 31;
 
 // The longest key that a member can have.
-constexpr size_t kLongestKey = INT32_MAX - 1;
+constexpr size_t kLongestKey = INT32_MAX;
 
 // The number of buckets that a table has grown to when so many members, at least one, were added one by one.
 constexpr u64 grown_buckets(u64 size) {

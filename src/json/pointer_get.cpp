@@ -36,11 +36,11 @@ wiq_json* step(wiq_json* node, const char* name, i32* status) {
 wiq_json* follow(wiq_json* node, const char* ptr, char* scratch, i32* status, size_t* failed) {
     size_t position = *ptr == '#' ? 1 : 0;
     for (;;) {
-        const i32 count = read_segment(ptr + position, scratch);
+        const i64 count = read_segment(ptr + position, scratch);
         if (count == 0)
             return node;
         if (count < 0) {
-            *status = count;
+            *status = static_cast<i32>(count);
             *failed = position + 1 + strlen(scratch);
             return nullptr;
         }

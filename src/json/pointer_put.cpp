@@ -43,9 +43,9 @@ class Writer {
         size_t position = 0;
         do {
             // Each segment is decoded where it stands, so that the one before it stays.
-            const i32 count = read_segment(ptr + position, scratch_ + position);
+            const i64 count = read_segment(ptr + position, scratch_ + position);
             if (count < 0)
-                return count;
+                return static_cast<i32>(count);
             previous_ = next_;
             next_ = classify(scratch_ + position);
             position += static_cast<size_t>(count);

@@ -9,7 +9,7 @@
 
 namespace ke::json {
 
-i32 read_segment(const char* text, char* out) {
+i64 read_segment(const char* text, char* out) {
     *out = '\0';
     if (*text == '\0')
         return 0;
@@ -34,7 +34,7 @@ i32 read_segment(const char* text, char* out) {
         }
     }
     *out = '\0';
-    return status != 0 ? status : static_cast<i32>(p - text);
+    return status != 0 ? status : p - text;
 }
 
 WiqJsonPtrToken classify(const char* name) {

@@ -21,7 +21,7 @@ struct WiqJsonPtrToken {
 // Decodes the segment at `text` into `out`, which has room for as many bytes as `text` has with its NUL,
 // and terminates it. The number of characters of the segment with its leading "/", 0 at the end of the
 // pointer, -7019 without a "/", -1039 on a "~" that escapes nothing (what was decoded is in `out`).
-i32 read_segment(const char* text, char* out);
+i64 read_segment(const char* text, char* out);
 
 // What a decoded segment is.
 WiqJsonPtrToken classify(const char* name);
