@@ -11,13 +11,16 @@
 namespace {
 
 constexpr size_t kLineStep = 128;
+// From here on a line's block is larger than its size says while the line is read: an allocator that cannot
+// grow a large block in place would otherwise copy it once for every few bytes.
+constexpr size_t kLongLine = size_t{64} * 1024;
 
 // The size of an open file, and its start as the place of the next read: -3 where it cannot be told or does
 // not fit 31 bits.
 i32 measure(FILE* fp) {
     if (fseek(fp, 0, SEEK_END) != 0)
         return WIQ_ERR_IO;
-    const long size = ftell(fp);
+    const i64 size = ke::os::stream_position(fp);
     if (size < 0 || size > INT32_MAX || fseek(fp, 0, SEEK_SET) != 0)
         return WIQ_ERR_IO;
     return size == 0 ? static_cast<i32>(WIQ_ERR_FILE_EMPTY) : static_cast<i32>(size);
@@ -40,9 +43,34 @@ i32 load(FILE* fp, void** out, size_t pad) {
 // A line that is being read into a buffer that grows.
 struct Line {
     char* data;
-    size_t size;
+    size_t size;  // as callers are told
     size_t length;
+    size_t room;  // bytes of the block, `size` or more
 };
+
+// One step: 0, or -5000 with nothing changed.
+i32 grow_line(Line* line) {
+    const size_t size = line->size + kLineStep;
+    if (size > line->room) {
+        const size_t room = size < kLongLine ? size : size + size / 2;
+        char* grown = static_cast<char*>(realloc(line->data, room));
+        if (grown == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+        line->data = grown;
+        line->room = room;
+    }
+    line->size = size;
+    return 0;
+}
+
+// Gives back what is behind the size. Where that fails, the block just stays larger.
+void trim_line(Line* line) {
+    if (line->room == line->size)
+        return;
+    char* trimmed = static_cast<char*>(realloc(line->data, line->size));
+    if (trimmed != nullptr)
+        line->data = trimmed;
+}
 
 // Reads on from the byte `c`: the line's length; -5000; or -3 for a line longer than `longest`, whose next byte
 // is still to be read. The line as far as it got is in the block, with a NUL if it has room for one.
@@ -54,13 +82,8 @@ i32 read_line(Line* line, int c, FILE* stream, size_t longest) {
             return WIQ_ERR_IO;
         }
         // Room for the byte and a NUL behind it; a buffer smaller than that is allowed for.
-        if (line->length + 2 > line->size) {
-            char* grown = static_cast<char*>(realloc(line->data, line->size + kLineStep));
-            if (grown == nullptr)
-                return WIQ_ERR_NO_MEMORY;
-            line->data = grown;
-            line->size += kLineStep;
-        }
+        if (line->length + 2 > line->size && grow_line(line) != 0)
+            return WIQ_ERR_NO_MEMORY;
         line->data[line->length++] = static_cast<char>(c);
         if (c == '\n')
             break;
@@ -78,9 +101,9 @@ i32 getline_locked(char** line, size_t* size, FILE* stream, size_t longest) {
     if (c == EOF)
         return WIQ_ERR_EOF;
     const bool is_fresh = *line == nullptr;
-    Line reading = {*line, *size, 0};
+    Line reading = {*line, *size, 0, *size};
     if (is_fresh)
-        reading = {static_cast<char*>(malloc(kLineStep)), kLineStep, 0};
+        reading = {static_cast<char*>(malloc(kLineStep)), kLineStep, 0, kLineStep};
     if (reading.data == nullptr)
         return WIQ_ERR_NO_MEMORY;
     const i32 result = read_line(&reading, c, stream, longest);
@@ -88,6 +111,7 @@ i32 getline_locked(char** line, size_t* size, FILE* stream, size_t longest) {
         free(reading.data);
         return result;
     }
+    trim_line(&reading);
     // Also after a failure: the block that the caller knew may have moved.
     *line = reading.data;
     *size = reading.size;

@@ -108,6 +108,8 @@ void lock_stream(FILE* fp);
 void unlock_stream(FILE* fp);
 // getc() on a stream that the caller has locked.
 int getc_locked(FILE* fp);
+// ftell() of large files, too.
+i64 stream_position(FILE* fp);
 // fwrite() of bytes: how many the stream has taken.
 size_t write_stream(FILE* fp, const char* bytes, size_t count);
 

@@ -350,6 +350,10 @@ int getc_locked(FILE* fp) {
     return getc_unlocked(fp);
 }
 
+i64 stream_position(FILE* fp) {
+    return ftell(fp);
+}
+
 size_t write_stream(FILE* fp, const char* bytes, size_t count) {
     return fwrite(bytes, 1, count, fp);
 }

@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -93,39 +94,74 @@ FILE* open_with(OpenFn open, const char* path, const char* mode, FileResult* res
     return fp;
 }
 
+// The system's conversions count in 31 bits: a longer text is converted in pieces of at most so many units.
+constexpr size_t kPiece = size_t{1} << 28;
+
+bool continues(char byte) {
+    return (static_cast<u8>(byte) & 0xC0) == 0x80;
+}
+
+// The length of the next piece, which cuts no sequence and no pair in two. A byte that continues nothing within the
+// three before it belongs to none.
+size_t piece_of(const char* text, size_t left) {
+    if (left <= kPiece)
+        return left;
+    size_t end = kPiece;
+    while (end != kPiece - 3 && continues(text[end]))
+        --end;
+    return continues(text[end]) ? kPiece : end;
+}
+size_t piece_of(const wchar_t* text, size_t left) {
+    if (left <= kPiece)
+        return left;
+    return IS_HIGH_SURROGATE(text[kPiece - 1]) ? kPiece - 1 : kPiece;
+}
+
+// A new text of what `piece` makes of a text of so many units; nullptr with the reason in *code.
+template <class To, class From, class Convert>
+To* convert(const From* text, size_t length, const Convert& piece, u32* code) {
+    size_t size = 0;
+    for (size_t at = 0, some = 0; at != length; at += some) {
+        some = piece_of(text + at, length - at);
+        const int made = piece(text + at, static_cast<int>(some), nullptr, 0);
+        if (made == 0) {
+            *code = GetLastError();
+            return nullptr;
+        }
+        size += static_cast<size_t>(made);
+    }
+    To* converted = static_cast<To*>(malloc((size + 1) * sizeof(To)));
+    if (converted == nullptr) {
+        *code = kErrorNotEnoughMemory;
+        return nullptr;
+    }
+    To* out = converted;
+    To* const end = converted + size;
+    for (size_t at = 0, some = 0; at != length; at += some) {
+        some = piece_of(text + at, length - at);
+        const int room = end - out < INT_MAX ? static_cast<int>(end - out) : INT_MAX;
+        out += piece(text + at, static_cast<int>(some), out, room);
+    }
+    *end = 0;
+    *code = kErrorNone;
+    return converted;
+}
+
 }  // namespace
 
 char* narrow_text(const wchar_t* text, u32* code) {
-    const int size =
-        WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text, -1, nullptr, 0, nullptr, nullptr);
-    if (size == 0) {
-        *code = GetLastError();
-        return nullptr;
-    }
-    char* narrowed = static_cast<char*>(malloc(static_cast<size_t>(size)));
-    if (narrowed == nullptr) {
-        *code = kErrorNotEnoughMemory;
-        return nullptr;
-    }
-    WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text, -1, narrowed, size, nullptr, nullptr);
-    *code = kErrorNone;
-    return narrowed;
+    const auto narrow = [](const wchar_t* from, int count, char* to, int room) {
+        return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, from, count, to, room, nullptr,
+                                   nullptr);
+    };
+    return convert<char>(text, wcslen(text), narrow, code);
 }
 
 wchar_t* widen_text(const char* text, u32* code) {
-    const int count = MultiByteToWideChar(CP_UTF8, 0, text, -1, nullptr, 0);
-    if (count == 0) {
-        *code = GetLastError();
-        return nullptr;
-    }
-    auto* widened = static_cast<wchar_t*>(malloc(static_cast<size_t>(count) * sizeof(wchar_t)));
-    if (widened == nullptr) {
-        *code = kErrorNotEnoughMemory;
-        return nullptr;
-    }
-    MultiByteToWideChar(CP_UTF8, 0, text, -1, widened, count);
-    *code = kErrorNone;
-    return widened;
+    const auto widen = [](const char* from, int count, wchar_t* to, int room) {
+        return MultiByteToWideChar(CP_UTF8, 0, from, count, to, room);
+    };
+    return convert<wchar_t>(text, strlen(text), widen, code);
 }
 
 FILE* open_file(const char* path, const char* mode, FileResult* result) {
@@ -232,6 +268,11 @@ void unlock_stream(FILE* fp) {
 
 int getc_locked(FILE* fp) {
     return _getc_nolock(fp);
+}
+
+i64 stream_position(FILE* fp) {
+    // A long has 32 bits here, and not every runtime refuses a place that does not fit it.
+    return _ftelli64(fp);
 }
 
 size_t write_stream(FILE* fp, const char* bytes, size_t count) {

@@ -64,7 +64,11 @@ SystemPath::SystemPath(const char* path) {
     text_ = widen_text(path, &code);
     if (text_ == nullptr || is_special(text_))
         return;
-    const bool is_long = wcslen(text_) >= kPlainLimit;
+    const size_t length = wcslen(text_);
+    // The system need not count beyond that.
+    if (length > kMaxPath)
+        return;
+    const bool is_long = length >= kPlainLimit;
     if (!is_long && has_drive_and_root(text_))
         return;
     // 0 where there is no full name, as of nothing.
