@@ -32,9 +32,8 @@ constexpr i32 kChanged = WIQ_ERR_FAILED;
 
 i32 grow(wiq_vector* vec, i32 size) {
     if (size > vec->capacity) {
-        const i64 doubled = 2 * i64{vec->capacity};
-        const i32 capacity =
-            doubled > INT32_MAX || doubled < size ? size : static_cast<i32>(doubled);
+        const i32 doubled = vec->capacity > INT32_MAX / 2 ? INT32_MAX : 2 * vec->capacity;
+        const i32 capacity = doubled < size ? size : doubled;
         const i32 status = set_capacity(vec, capacity);
         if (status != 0)
             return status;
