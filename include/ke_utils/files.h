@@ -88,14 +88,16 @@ KE_API char* wiq_build_path(const char* dir, const char* name);
 /**
  * Appends a part, with a "\\" in front unless the buffer is empty or ends in one, or the part is empty. The part
  * may lie in the buffer.
- * @return bytes appended, the separator counted; -7000 for NULL; -5000, the buffer unchanged
+ * @return bytes appended, the separator counted; -7000 for NULL; -5000 without memory and -7001 for 2^31 bytes or
+ *         more, the buffer unchanged
  */
 KE_API i32 wiq_append_path(wiq_strbuf* buf, const char* part);
 
 /**
  * Appends `count` parts (const char*), each as wiq_append_path() does. Parts that lie in the buffer are taken as
  * they were before the call.
- * @return bytes appended in all; 0 for a count below 1; the first failure, what came before it appended
+ * @return bytes appended in all; 0 for a count below 1; the first failure, what came before it appended (-7001: with
+ *         this part they would be 2^31 or more)
  */
 KE_API i32 wiq_append_paths(wiq_strbuf* buf, int count, ...);
 
@@ -208,10 +210,10 @@ KE_API i32 wiq_getline(char** line, size_t* size, FILE* stream);
 
 /** Where a token stands in the file. */
 typedef struct WiqIniLocation {
-    u32 line;   /**< line number, from 1 */
+    u32 line;   /**< line number, from 1; stays at 2^32 - 1 */
     u32 column; /**< byte column in the line, from 1 */
     u32 length; /**< bytes */
-    u32 offset; /**< byte offset in the file, from 0 */
+    u32 offset; /**< byte offset in the file, from 0; stays at 2^32 - 1 */
 } WiqIniLocation;
 
 /**

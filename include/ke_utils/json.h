@@ -591,7 +591,7 @@ enum wiq_json_load_flag {
  */
 typedef struct wiq_json_load_error {
     i32 status;   /**< 0, or what is wrong */
-    i32 line;     /**< from 1; only line feeds count */
+    i32 line;     /**< from 1; only line feeds count. This and the others stay at 2^31 - 1. */
     i32 column;   /**< characters consumed since the last line feed: the first one is column 1 */
     i32 position; /**< bytes consumed */
 } wiq_json_load_error;

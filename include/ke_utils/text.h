@@ -141,7 +141,8 @@ KE_API i32 wiq_rapsprintf(char** block, u64* size, const char* format, ...) KE_P
  * @param block the block's pointer; reallocated when the string does not fit behind the present one
  * @param size  the block's size in bytes; 0: there is no string yet
  * @param str   what to append; may lie in that string
- * @return the length of `str`; or -7000 (::WIQ_ERR_INVALID_ARG) if a pointer is NULL, -5000
+ * @return the length of `str`; or -7000 (::WIQ_ERR_INVALID_ARG) if a pointer is NULL, -7001
+ *         (::WIQ_ERR_RANGE) if it has 2^31 bytes or more, nothing being changed, -5000
  *         (::WIQ_ERR_NO_MEMORY) as described above
  */
 KE_API i32 wiq_rastrcat(char** block, u64* size, const char* str);

@@ -16,14 +16,18 @@ bool is_separator(char c) {
     return c == '\\' || c == '/';
 }
 
-// Appends `length` bytes of a part that may lie in the buffer.
-i32 append_part(wiq_strbuf* buf, const ke::BufferArg& part, u64 length) {
-    i32 separators = 0;
-    if (buf->len != 0 && length != 0 && buf->data[buf->len - 1] != '\\') {
+// Appends `length` bytes of a part that may lie in the buffer, at most so many that they and the
+// `before` bytes of earlier parts can be counted.
+i32 append_part(wiq_strbuf* buf, const ke::BufferArg& part, u64 length, i32 before = 0) {
+    const bool apart = buf->len != 0 && length != 0 && buf->data[buf->len - 1] != '\\';
+    const i32 separators = apart ? 1 : 0;
+    const i32 left = INT32_MAX - before;
+    if (left < separators || length > static_cast<u64>(left - separators))
+        return WIQ_ERR_RANGE;
+    if (apart) {
         const i32 status = wiq_strbuf_putc(buf, '\\');
         if (status != 0)
             return status;
-        separators = 1;
     }
     const i32 appended = wiq_strbuf_write(buf, part.now(buf), length);
     if (appended >= 0)
@@ -35,12 +39,12 @@ i32 append_part(wiq_strbuf* buf, const ke::BufferArg& part, u64 length) {
 
 // Appends a part as it was when the buffer was as in `before`: one that lies in the buffer's text ended where
 // that text did.
-i32 append_part_of(const wiq_strbuf& before, wiq_strbuf* buf, const char* part) {
+i32 append_part_of(const wiq_strbuf& before, wiq_strbuf* buf, const char* part, i32 total) {
     const ke::BufferArg arg(&before, part);
     if (!arg.inside())
-        return append_part(buf, arg, strlen(part));
+        return append_part(buf, arg, strlen(part), total);
     const u64 end = arg.offset() <= before.len ? before.len : before.capacity;
-    return append_part(buf, arg, wiq_strnlen(arg.now(buf), end - arg.offset()));
+    return append_part(buf, arg, wiq_strnlen(arg.now(buf), end - arg.offset()), total);
 }
 
 }  // namespace
@@ -115,7 +119,7 @@ i32 wiq_append_paths(wiq_strbuf* buf, int count, ...) {
         const char* part = va_arg(args, const char*);
         const i32 appended = buf == nullptr || part == nullptr
                                  ? static_cast<i32>(WIQ_ERR_INVALID_ARG)
-                                 : append_part_of(before, buf, part);
+                                 : append_part_of(before, buf, part, total);
         total = appended < 0 ? appended : total + appended;
     }
     va_end(args);

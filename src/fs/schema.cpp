@@ -59,7 +59,8 @@ FILE* wiq_schema_open(const char* filename, u32* err) {
     for (const char* schemas : kSchemaDirs) {
         const i32 length = wiq_strbuf_rprintf(&path, "%s\\%s\\%s", text_of(dir), schemas, filename);
         if (length < 0) {
-            report(err, length);
+            // A name that is too long to be written is that of no file.
+            report(err, length == WIQ_ERR_FAILED ? static_cast<i32>(WIQ_ERR_NOT_FOUND) : length);
             break;
         }
         fp = wiq_fopen(path.data, "r", err);

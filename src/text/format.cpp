@@ -193,6 +193,8 @@ i32 wiq_rastrcat(char** block, u64* size, const char* str) {
         return WIQ_ERR_INVALID_ARG;
     const u64 used = text_length(*block, *size);
     const u64 length = strlen(str);
+    if (length > INT32_MAX)
+        return WIQ_ERR_RANGE;
     const u64 total = used + length + 1;
     // Where the string lies in the block itself, it moves with it.
     const uintptr_t offset = reinterpret_cast<uintptr_t>(str) - reinterpret_cast<uintptr_t>(*block);
