@@ -12,10 +12,11 @@
 #endif
 
 struct Pipe {
-    Pipe() {
+    // How much a pipe holds is the system's business, except on Windows.
+    explicit Pipe([[maybe_unused]] unsigned size = 4096) {
         int ends[2] = {-1, -1};
 #ifdef _WIN32
-        const bool made = _pipe(ends, 4096, _O_BINARY) == 0;
+        const bool made = _pipe(ends, size, _O_BINARY) == 0;
 #else
         const bool made = pipe(ends) == 0;
 #endif

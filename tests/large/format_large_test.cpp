@@ -1,0 +1,99 @@
+// Formatted texts of 2^31 - 1 bytes, and the refusal of longer ones.
+#include "ke_utils/containers.h"
+#include "ke_utils/core.h"
+#include "ke_utils/text.h"
+#include "large/large_test.h"
+
+namespace {
+
+class FormatLarge : public Large {};
+
+i32 measured(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    const i32 length = wiq_vscprintf(format, args);
+    va_end(args);
+    return length;
+}
+
+TEST_F(FormatLarge, TheLongestText) {
+    Text text(k2G - 2, 'x');
+    EXPECT_EQ(measured("%sy", text.data()), INT32_MAX);
+    EXPECT_EQ(wiq_snprintf(nullptr, 0, "%sy", text.data()), INT32_MAX);
+    char* made = nullptr;
+    EXPECT_EQ(wiq_asprintf(&made, "%sy", text.data()), INT32_MAX);
+    EXPECT_EQ(strlen(made), k2G - 1);
+    EXPECT_STREQ(made + k2G - 3, "xy");
+    free(made);
+    wiq_strbuf buf;
+    ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
+    wiq_strbuf_write(&buf, "ab", 2);
+    EXPECT_EQ(wiq_strbuf_printf(&buf, "%sy", text.data()), INT32_MAX);
+    EXPECT_EQ(buf.len, k2G + 1);
+    EXPECT_STREQ(buf.data + k2G - 1, "xy");
+    wiq_strbuf_finalize(&buf);
+    char* block = nullptr;
+    u64 size = 0;
+    EXPECT_EQ(wiq_rasprintf(&block, &size, "%s", "ab"), 2);
+    EXPECT_EQ(wiq_rapsprintf(&block, &size, "%sy", text.data()), INT32_MAX);
+    EXPECT_EQ(size, k2G + 2);
+    EXPECT_STREQ(block + k2G - 1, "xy");
+    free(block);
+}
+
+// A length that would be negative, and one that would be small.
+TEST_F(FormatLarge, LongerTextsAreRefused) {
+    Text text(k2G - 2, 'x');
+    const char* x = text.data();
+    for (const char* format : {"%syy", "%s%syyyyyyyyyyyy"}) {
+        SCOPED_TRACE(format);
+        EXPECT_LT(measured(format, x, x), 0);
+        EXPECT_LT(wiq_snprintf(nullptr, 0, format, x, x), 0);
+        char small[8] = "before";
+        EXPECT_LT(wiq_snprintf(small, sizeof(small), format, x, x), 0);
+        EXPECT_EQ(strnlen(small, sizeof(small)), strlen(small));
+        char* made = small;
+        EXPECT_EQ(wiq_asprintf(&made, format, x, x), WIQ_ERR_FAILED);
+        EXPECT_EQ(made, nullptr);
+        char* block = nullptr;
+        u64 size = 0;
+        wiq_rastrcat(&block, &size, "ab");
+        EXPECT_EQ(wiq_rasprintf(&block, &size, format, x, x), WIQ_ERR_FAILED);
+        EXPECT_EQ(wiq_rapsprintf(&block, &size, format, x, x), WIQ_ERR_FAILED);
+        EXPECT_STREQ(block, "ab");
+        EXPECT_EQ(size, 3u);
+        free(block);
+        wiq_strbuf buf;
+        ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
+        wiq_strbuf_write(&buf, "ab", 2);
+        EXPECT_EQ(wiq_strbuf_printf(&buf, format, x, x), WIQ_ERR_FAILED);
+        EXPECT_STREQ(buf.data, "ab");
+        EXPECT_EQ(buf.len, 2u);
+        wiq_strbuf_finalize(&buf);
+        wiq_strv strv;
+        wiq_strv_init(&strv);
+        EXPECT_EQ(wiq_strv_pushf(&strv, format, x, x), WIQ_ERR_FAILED);
+        EXPECT_EQ(wiq_strv_get(&strv, 0), nullptr);
+        wiq_strv_finalize(&strv);
+    }
+}
+
+TEST_F(FormatLarge, AStringBehindAnother) {
+    Text text(k2G, 'x');
+    char* block = nullptr;
+    u64 size = 0;
+    EXPECT_EQ(wiq_rastrcat(&block, &size, "ab"), 2);
+    EXPECT_EQ(wiq_rastrcat(&block, &size, text.data()), WIQ_ERR_RANGE);
+    EXPECT_STREQ(block, "ab");
+    EXPECT_EQ(size, 3u);
+    EXPECT_EQ(wiq_rastrcat(&block, &size, text.data() + 1), INT32_MAX);
+    EXPECT_EQ(wiq_rastrcat(&block, &size, text.data() + 1), INT32_MAX);
+    EXPECT_EQ(wiq_rastrcat(&block, &size, "12345"), 5);
+    EXPECT_EQ(size, k4G + 6);
+    EXPECT_EQ(strlen(block), k4G + 5);
+    EXPECT_TRUE(is_all(block + 2, k4G - 2, 'x'));
+    EXPECT_STREQ(block + k4G, "12345");
+    free(block);
+}
+
+}  // namespace
