@@ -107,15 +107,25 @@ endfunction()
 
 # Lists the suites when ctest starts, by asking the program itself.
 function(ke_register_suites target)
+  ke_register_program(${target} $<TARGET_FILE:${target}>)
+endfunction()
+
+function(ke_register_program name program)
+  set(environment)
+  if(WIN32)
+    # So that a program can tell whose DLL it has loaded; see tests/os/loaded_dll_test.cpp.
+    set(environment KE_TEST_PDB=$<IF:$<BOOL:${KE_PDB}>,ke_utils.pdb,none>)
+  endif()
   set(emulator ${CMAKE_CROSSCOMPILING_EMULATOR})
   cmake_path(GET PROJECT_BINARY_DIR FILENAME build_name)
-  set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}_suites.cmake)
+  set(script ${CMAKE_CURRENT_BINARY_DIR}/${name}_suites.cmake)
   file(GENERATE OUTPUT ${script} CONTENT "\
-set(name [==[${build_name}/${target}]==])
+set(name [==[${build_name}/${name}]==])
 set(emulator [==[${emulator}]==])
-set(program [==[$<TARGET_FILE:${target}>]==])
+set(program [==[${program}]==])
 set(only [==[${KE_TEST_ONLY}]==])
 set(timeout ${KE_TEST_TIMEOUT})
+set(environment [==[${environment}]==])
 include([==[${PROJECT_SOURCE_DIR}/cmake/RegisterSuites.cmake]==])
 ")
   set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${script})

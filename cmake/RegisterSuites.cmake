@@ -4,6 +4,7 @@
 #   program  the program's file
 #   only     expression that a suite's name must match ("" for all)
 #   timeout  seconds for each entry
+#   environment  variables for each entry, NAME=value
 if(NOT EXISTS ${program})
   # A failing entry, so that a program that was never built is not taken for one that passed.
   add_test(${name}/not_built ${program})
@@ -29,7 +30,7 @@ foreach(suite IN LISTS suites)
   endif()
   # A parameterised suite is listed as Instance/Suite; "/" in its name is kept.
   add_test(${name}/${suite} ${command} --gtest_filter=${suite}.* --gtest_brief=1)
-  set_tests_properties(${name}/${suite} PROPERTIES TIMEOUT ${timeout})
+  set_tests_properties(${name}/${suite} PROPERTIES TIMEOUT ${timeout} ENVIRONMENT "${environment}")
   if(suite MATCHES "Threads")
     set_tests_properties(${name}/${suite} PROPERTIES LABELS threads)
   endif()

@@ -1,0 +1,62 @@
+// Which ke_utils.dll a test program has loaded. The programs of one build are also run on the DLL of another, which
+// tells nothing if the system finds a third one.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+// The file of a module; of the program itself for a null handle.
+std::wstring file_of(HMODULE module) {
+    wchar_t file[4096];
+    const DWORD length = GetModuleFileNameW(module, file, 4096);
+    return length == 0 || length == 4096 ? L"(none)" : std::wstring(file, length);
+}
+
+std::wstring folder_of(const std::wstring& file) {
+    return file.substr(0, file.find_last_of(L'\\') + 1);
+}
+
+// What a linker writes where a debugger looks for the PDB's name: "RSDS", a GUID and an age, the name.
+struct PdbRecord {
+    char signature[4];
+    unsigned char guid[16];
+    DWORD age;
+    char name[1];
+};
+
+// The PDB that a loaded module names; "none".
+std::string pdb_of(HMODULE module) {
+    const auto* base = reinterpret_cast<const unsigned char*>(module);
+    const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+    const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
+    const IMAGE_DATA_DIRECTORY& place =
+        headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_DEBUG];
+    const auto* entries =
+        reinterpret_cast<const IMAGE_DEBUG_DIRECTORY*>(base + place.VirtualAddress);
+    for (DWORD i = 0; i < place.Size / sizeof(*entries); ++i) {
+        const auto* record = reinterpret_cast<const PdbRecord*>(base + entries[i].AddressOfRawData);
+        if (entries[i].Type == IMAGE_DEBUG_TYPE_CODEVIEW &&
+            memcmp(record->signature, "RSDS", sizeof(record->signature)) == 0)
+            return record->name;
+    }
+    return "none";
+}
+
+TEST(LoadedDll, StandsBesideTheProgram) {
+    const HMODULE dll = GetModuleHandleW(L"ke_utils.dll");
+    ASSERT_NE(dll, nullptr);
+    EXPECT_EQ(file_of(dll), folder_of(file_of(nullptr)) + L"ke_utils.dll");
+}
+
+// KE_TEST_PDB is set by ctest: the PDB of the build that the run is for, or "none".
+TEST(LoadedDll, IsOfTheBuildThatIsTested) {
+    const char* expected = getenv("KE_TEST_PDB");
+    const std::string pdb = pdb_of(GetModuleHandleW(L"ke_utils.dll"));
+    EXPECT_EQ(pdb, expected == nullptr ? pdb : expected);
+}
+
+}  // namespace
