@@ -37,6 +37,12 @@ DWORD switch_escapes_on(DWORD which) {
     return mode;
 }
 
+// The runtime writes to a console byte by byte where nothing is buffered, and the console does not put the bytes of
+// one character together again. exit() writes what is left.
+void buffer_whole_texts(FILE* fp) {
+    setvbuf(fp, nullptr, _IOFBF, size_t{1} << 16);
+}
+
 BOOL WINAPI restore_and_go_on(DWORD) {
     restore_console();
     return FALSE;
@@ -66,6 +72,10 @@ void prepare_console() {
     _setmode(_fileno(stderr), _O_BINARY);
     if (!stdout_is_terminal() && !stderr_is_terminal())
         return;
+    if (stdout_is_terminal())
+        buffer_whole_texts(stdout);
+    if (stderr_is_terminal())
+        buffer_whole_texts(stderr);
     g_console.output_code_page = GetConsoleOutputCP();
     if (g_console.output_code_page != 0)
         SetConsoleOutputCP(CP_UTF8);
@@ -75,6 +85,9 @@ void prepare_console() {
 }
 
 void restore_console() {
+    // What is buffered is UTF-8, and has escape sequences.
+    fflush(stdout);
+    fflush(stderr);
     if (g_console.stdout_mode != 0)
         SetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), g_console.stdout_mode);
     if (g_console.stderr_mode != 0)

@@ -22,8 +22,10 @@ Progress::Progress(std::string name, u64 total, const Common& common)
       start_(std::chrono::steady_clock::now()) {}
 
 Progress::~Progress() {
-    if (drawn_)
-        fputs("\r\033[K", stderr);
+    if (!drawn_)
+        return;
+    fputs("\r\033[K", stderr);
+    fflush(stderr);
 }
 
 void Progress::draw(u64 done) {

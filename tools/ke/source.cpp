@@ -27,9 +27,11 @@ bool starts_with(std::string_view text, std::string_view prefix) {
 RawInput::RawInput(const std::string& argument, const Common& common) {
     if (argument.empty() || argument == "-") {
         name_ = "standard input";
-        if (argument.empty() && stdin_is_terminal() && !common.quiet)
+        if (argument.empty() && stdin_is_terminal() && !common.quiet) {
             fputs("ke: reading standard input from the terminal; name a FILE to read that\n",
                   stderr);
+            fflush(stderr);
+        }
         size_ = facts_of(stdin).size;
     } else {
         name_ = argument;
