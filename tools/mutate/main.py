@@ -286,10 +286,16 @@ def table(names, verdicts, kept):
     return "\n".join([lines[0], "|" + "---|" * len(rows[0]), *lines[1:]])
 
 
+def seed_of_sources():
+    """The same draw for the same sources: what fails in one place fails in every other."""
+    tree = git("rev-parse", "HEAD:src")
+    return int(tree[0][:8], 16) % 10 ** 6 if tree else 0
+
+
 def draw(arguments, names, kept):
     """The sample: of mutants whose survival is known it would tell nothing new, and locks need the builds
     that a sample has no time for."""
-    seed = arguments.seed if arguments.seed is not None else random.SystemRandom().randrange(10 ** 6)
+    seed = arguments.seed if arguments.seed is not None else seed_of_sources()
     pool = [n for n in sorted(names) if n not in kept and names[n].operator != "lock"]
     drawn = random.Random(seed).sample(pool, min(arguments.sample, len(pool)))
     # The verdicts of the list rest on the slow suites too.
@@ -328,7 +334,7 @@ def main():
     parser = argparse.ArgumentParser(prog="scripts/mutate", description="Mutation testing of src/.")
     parser.add_argument("files", nargs="*", help="files or folders below src/ (default: all)")
     parser.add_argument("--sample", type=int, metavar="N", help="N random mutants of the changed files")
-    parser.add_argument("--seed", type=int, help="the sample's seed")
+    parser.add_argument("--seed", type=int, help="the sample's seed (default: the same for the same sources)")
     parser.add_argument("--every", action="store_true", help="all mutants, not the settled tenth")
     parser.add_argument("--only", action="append", default=[], metavar="NAME", help="these mutants")
     parser.add_argument("--again", action="store_true", help="only those that were alive last time")
