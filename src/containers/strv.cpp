@@ -1,5 +1,6 @@
 // The string vector: a vector whose slots own their strings.
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -20,12 +21,10 @@ void free_slot(void* slot) {
 }
 
 // Unsigned bytes; NULL slots behind all others.
-int compare_slots(const void* a, const void* b) {
-    const char* x = *static_cast<const char* const*>(a);
-    const char* y = *static_cast<const char* const*>(b);
-    if (x == nullptr || y == nullptr)
-        return (x == nullptr) - (y == nullptr);
-    return strcmp(x, y);
+bool comes_before(const char* a, const char* b) {
+    if (a == nullptr || b == nullptr)
+        return a != nullptr && b == nullptr;
+    return strcmp(a, b) < 0;
 }
 
 }  // namespace
@@ -64,6 +63,9 @@ char* wiq_strv_get(const wiq_strv* strv, u32 index) {
 }
 
 void wiq_strv_sort(wiq_strv* strv) {
-    if (strv->size > 1)
-        qsort(strv->data, static_cast<size_t>(strv->size), sizeof(char*), compare_slots);
+    // Not qsort: that of some runtimes takes quadratic time for an order that somebody chose.
+    if (strv->size > 1) {
+        auto** slots = static_cast<char**>(strv->data);
+        std::sort(slots, slots + strv->size, comes_before);
+    }
 }

@@ -36,9 +36,9 @@ bool is_long(const Member* chain) {
 
 // Returns the index, which then covers this chain. Returns nullptr for a small table and when out of memory.
 ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
-    if (u64{members.mask} + 1 < kLeastIndexed)
+    if (!has_tail(members))
         return nullptr;
-    ChainIndex** index = index_place(members);
+    ChainIndex** index = &tail_of(members)->index;
     if (*index == nullptr)
         *index = ChainIndex::make(u64{members.mask} + 1);
     if (*index != nullptr && !(*index)->covers(bucket))
@@ -175,7 +175,7 @@ void append_member(Members* members, Member* member) {
 
 void index_again(Members* members, ChainIndex* old, u64 old_buckets) {
     ChainIndex* index = ChainIndex::make(2 * old_buckets);
-    *index_place(*members) = index;
+    tail_of(*members)->index = index;
     for (u64 from = 0; index != nullptr && from < old_buckets; ++from) {
         if (!old->covers(from))
             continue;
@@ -189,7 +189,7 @@ void index_again(Members* members, ChainIndex* old, u64 old_buckets) {
 
 void free_index(const Members& members) {
     if (members.buckets != nullptr)
-        free(*index_place(members));
+        free(tail_of(members)->index);
 }
 
 }  // namespace ke::json

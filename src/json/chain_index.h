@@ -2,9 +2,9 @@
 // whoever writes a document can choose keys that all fall into one chain. Such a chain gets an index beside
 // it, and takes no longer to search than others. Ordinary objects have no chain of that length.
 //
-//   buckets   ┌───┬───┬─ ─┬───┬───────┐
-//             │ * │   │   │   │ index │ after the buckets of a table of 128 or more; nullptr in most
-//             └─┬─┴───┴─ ─┴───┴───┬───┘
+//   buckets   ┌───┬───┬─ ─┬───┬───────┬───────┐
+//             │ * │   │   │   │ index │ first │ the table's tail, see members.h; the index is nullptr in most
+//             └─┬─┴───┴─ ─┴───┴───┬───┴───────┘
 //               ▼                 ▼
 //             the chain        ┌────────┬───────┬───────┬─────────┐
 //                              │ counts │ tails │ heads │ entries │ in one block
@@ -78,20 +78,9 @@ class ChainIndex {
     u32 free_;  // the first one that is not in use any more
 };
 
-// A table with fewer buckets has no index: it has few members, and may share its node's block.
-constexpr u64 kLeastIndexed = 128;
-
-// The places in the block of a table.
-constexpr u64 places_of_table(u64 buckets) {
-    return buckets >= kLeastIndexed ? buckets + 1 : buckets;
-}
-
-// Where the pointer to the index is stored: after the buckets of such a table.
-inline ChainIndex** index_place(const Members& members) {
-    return reinterpret_cast<ChainIndex**>(members.buckets + members.mask + 1);
-}
+// A table without a tail has few members, and no index.
 inline ChainIndex* index_of(const Members& members) {
-    return u64{members.mask} + 1 >= kLeastIndexed ? *index_place(members) : nullptr;
+    return has_tail(members) ? tail_of(members)->index : nullptr;
 }
 // The same if the index covers this chain.
 inline ChainIndex* index_over(const Members& members, u64 bucket) {
@@ -103,9 +92,14 @@ inline ChainIndex* index_over(const Members& members, u64 bucket) {
 inline void link_member(Members* members, Member** end, Member* member) {
     member->next = nullptr;
     *end = member;
-    const u64 bucket = bucket_of(member->hash, members->mask);
-    if (ChainIndex* index = index_over(*members, bucket))
-        index->append(member, bucket);
+    if (has_tail(*members)) {
+        TableTail* tail = tail_of(*members);
+        const u64 bucket = bucket_of(member->hash, members->mask);
+        if (tail->index != nullptr && tail->index->covers(bucket))
+            tail->index->append(member, bucket);
+        if (bucket < tail->first)
+            tail->first = bucket;
+    }
     ++members->size;
 }
 
@@ -138,7 +132,7 @@ void index_again(Members* members, ChainIndex* old, u64 old_buckets);
 // Frees the index of a table that is to be freed, if there is a table.
 void free_index(const Members& members);
 inline void drop_index(const Members& members) {
-    if (members.mask >= kLeastIndexed - 1) [[unlikely]]
+    if (members.mask >= kLeastWithTail - 1) [[unlikely]]
         free_index(members);
 }
 

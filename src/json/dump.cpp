@@ -1,5 +1,6 @@
 // The exported dump functions: each makes a visitor, gives it its target, and starts the walk.
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -14,9 +15,8 @@ namespace ke::json {
 
 namespace {
 
-int compare_keys(const void* a, const void* b) {
-    return strcmp((*static_cast<const Member* const*>(a))->key(),
-                  (*static_cast<const Member* const*>(b))->key());
+bool has_lesser_key(const Member* a, const Member* b) {
+    return strcmp(a->key(), b->key()) < 0;
 }
 
 // What is left of a fraction whose digits are shifted out: whether it rounds up, a half to even.
@@ -65,7 +65,8 @@ const Member** sorted_members(const ObjectNode* obj) {
     for (const Member* member = first_member(obj); member != nullptr;
          member = next_member(obj, member))
         *place++ = member;
-    qsort(members, count, sizeof(Member*), compare_keys);
+    // Not qsort: that of some runtimes takes quadratic time for an order that a document can be made to have.
+    std::sort(members, members + count, has_lesser_key);
     return members;
 }
 

@@ -40,7 +40,7 @@ inline bool build_with(Members* members, Member* const* list, u64 count, SlotOf 
 
 // Most objects are small, and need no limit.
 bool build_table(Members* members, Member* const* list, u64 count) {
-    if (members->mask < kLeastIndexed - 1)
+    if (members->mask < kLeastWithTail - 1)
         return build_with(members, list, count,
                           [](const Members& in, const Key& key) { return slot_of(in, key); });
     return build_with(members, list, count, [](const Members& in, const Key& key) {

@@ -132,9 +132,45 @@ inline Member* find(const Members& members, const Key& key) {
     return member;
 }
 
+// What follows the buckets of a large table.
+class ChainIndex;
+struct TableTail {
+    ChainIndex* index;  // of the long chains, or nullptr: see chain_index.h
+    u64 first;          // no bucket before this one has members
+};
+constexpr u64 kLeastWithTail = 128;  // buckets
+
+// The pointers that the block of a table has room for.
+constexpr u64 places_of_table(u64 buckets) {
+    static_assert(sizeof(TableTail) == 2 * sizeof(Member*));
+    return buckets >= kLeastWithTail ? buckets + 2 : buckets;
+}
+inline bool has_tail(const Members& members) {
+    return u64{members.mask} + 1 >= kLeastWithTail;
+}
+inline TableTail* tail_of(const Members& members) {
+    return reinterpret_cast<TableTail*>(members.buckets + members.mask + 1);
+}
+
+// The first member of a large table that has some. It is remembered where that is, so that a caller who removes
+// the first member again and again does not walk over all the empty buckets each time. Several threads may read
+// one object: they find the same.
+inline Member* first_in_large(const Members& members) {
+    const std::atomic_ref<u64> first(tail_of(members)->first);
+    const u64 known = first.load(std::memory_order_relaxed);
+    u64 bucket = known;
+    while (members.buckets[bucket] == nullptr)
+        ++bucket;
+    if (bucket != known)
+        first.store(bucket, std::memory_order_relaxed);
+    return members.buckets[bucket];
+}
+
 // Members in the order of a wiq_map's walk: nullptr at the end. The object must not change in between.
 inline Member* first(const Members& members) {
-    return members.size == 0 ? nullptr : first_from(members.buckets, members.mask, 0);
+    if (members.size == 0)
+        return nullptr;
+    return has_tail(members) ? first_in_large(members) : first_from(members.buckets, members.mask, 0);
 }
 inline Member* next(const Members& members, const Member* member) {
     return next_in_table(members.buckets, members.mask, member);

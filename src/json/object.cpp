@@ -33,7 +33,7 @@ wiq_json_t* make_object(i32 capacity, u8 flags, u32* err) {
     return obj;
 }
 
-static_assert(kFewPlaces < kLeastIndexed);
+static_assert(kFewPlaces < kLeastWithTail, "a table in its node's block has no tail");
 
 // Doubles an object's table. Returns false, with nothing changed, when out of memory.
 bool grow_table(ObjectNode* obj) {
@@ -48,8 +48,8 @@ bool grow_table(ObjectNode* obj) {
     split_chains(buckets, count);
     members.buckets = buckets;
     members.mask = static_cast<u32>(2 * count - 1);
-    if (2 * count >= kLeastIndexed) {
-        *index_place(members) = nullptr;
+    if (has_tail(members)) {
+        *tail_of(members) = {nullptr, 0};
     }
     if (index != nullptr) {
         index_again(&members, index, count);

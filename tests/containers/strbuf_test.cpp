@@ -261,6 +261,22 @@ TEST_F(Strbuf, GetcOfMoreThanTwoGibibytes) {
     }
 }
 
+TEST_F(Strbuf, StructStrOfNothingAndOfTooMuch) {
+    set("before");
+    EXPECT_EQ(wiq_strbuf_struct_str(&buf_, nullptr, 0, true), 0);
+    EXPECT_EQ(text(), "");
+    set("before");
+    EXPECT_EQ(wiq_strbuf_struct_str(&buf_, nullptr, 1, true), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(text(), "before");
+    EXPECT_EQ(wiq_strbuf_struct_str(&buf_, "x", UINT64_MAX, true), WIQ_ERR_NO_MEMORY);
+    EXPECT_EQ(text(), "") << "emptied first";
+    for (const size_t blanks : {1, 2, 15, 16, 17}) {
+        const std::string field(blanks, ' ');
+        EXPECT_EQ(wiq_strbuf_struct_str(&buf_, field.data(), blanks, true), 0);
+        EXPECT_EQ(text(), "");
+    }
+}
+
 TEST_F(Strbuf, PrinthexFitsTheBlockExactly) {
     set("id=");
     EXPECT_EQ(wiq_strbuf_printhex(&buf_, "\x0a\xff", 2), 0);
