@@ -170,7 +170,8 @@ inline Member* first_in_large(const Members& members) {
 inline Member* first(const Members& members) {
     if (members.size == 0)
         return nullptr;
-    return has_tail(members) ? first_in_large(members) : first_from(members.buckets, members.mask, 0);
+    return has_tail(members) ? first_in_large(members)
+                             : first_from(members.buckets, members.mask, 0);
 }
 inline Member* next(const Members& members, const Member* member) {
     return next_in_table(members.buckets, members.mask, member);

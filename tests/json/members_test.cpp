@@ -2,8 +2,13 @@
 // The sanitizers and the allocation counts of the faults tests see what these cannot assert.
 #include <gtest/gtest.h>
 
+#include <random>
+#include <string>
+#include <vector>
+
 #include "json/node.h"
 #include "json/tree.h"
+#include "ke_utils/containers.h"
 
 namespace {
 
@@ -150,6 +155,55 @@ TEST(JsonMembers, AnEmptyObjectHasNoTable) {
     ASSERT_EQ(wiq_json_obj_remove(obj.get(), "a"), 0);
     EXPECT_EQ(text_of(obj), "{}");
     EXPECT_TRUE(wiq_json_equal(obj.get(), copied.get()));
+}
+
+std::string first_key(const wiq_json_t* obj) {
+    std::string first;
+    wiq_json_obj_foreach(
+        obj,
+        [](const char* key, wiq_json_t*, void* context) {
+            *static_cast<std::string*>(context) = key;
+            return false;
+        },
+        &first);
+    return first;
+}
+std::string first_key(wiq_map* map) {
+    std::string first;
+    wiq_map_foreach(
+        map,
+        [](void* key, void*, void* context) {
+            *static_cast<std::string*>(context) = static_cast<const char*>(key);
+            return false;
+        },
+        &first);
+    return first;
+}
+
+// A large table remembers where its first member is: the answer stays that of a table that does not.
+TEST(JsonMembers, TheFirstOneIsThatOfAMap) {
+    std::mt19937 random(1);
+    std::vector<std::string> keys;
+    for (int i = 0; i < 500; ++i)
+        keys.push_back("key" + std::to_string(i));
+    Tree obj(wiq_json_obj_new(0, nullptr));
+    wiq_map map;
+    ASSERT_EQ(wiq_map_init(&map, 0, wiq_hash_str, wiq_cmp_str, nullptr, nullptr), 0);
+    for (int i = 0; i < 20000; ++i) {
+        std::string& key = keys[random() % keys.size()];
+        // Now mostly growing, now mostly shrinking, down to nothing.
+        if (random() % 4 < (i / 2500 % 2 == 0 ? 3U : 1U)) {
+            ASSERT_NE(wiq_json_obj_put_null(obj.get(), key.c_str(), nullptr), nullptr);
+            ASSERT_EQ(wiq_map_put(&map, key.data(), key.data()), 0);
+        } else {
+            const std::string first = first_key(obj.get());
+            const std::string& gone = random() % 2 == 0 && !first.empty() ? first : key;
+            wiq_json_obj_remove(obj.get(), gone.c_str());
+            wiq_map_remove(&map, gone.c_str());
+        }
+        ASSERT_EQ(first_key(obj.get()), first_key(&map)) << i;
+    }
+    wiq_map_finalize(&map);
 }
 
 }  // namespace
