@@ -52,6 +52,24 @@ class JsonCollidingKeysMany : public ::testing::Test {
     std::string absent;  // with the same hash
 };
 
+// A member that takes the place of another one in a long chain, by a key that comes twice.
+TEST(JsonCollidingKeys, ThatComeTwice) {
+    const std::vector<std::string> keys = colliding::keys(300);
+    std::string text = colliding::object_text(keys);
+    text.back() = ',';
+    text += colliding::object_text({keys[5], keys[150], keys[299]}).substr(1);
+    const Tree obj(wiq_json_loads(text.c_str(), 0, nullptr));
+    ASSERT_NE(obj, nullptr);
+    EXPECT_EQ(wiq_json_obj_size(obj.get()), 300);
+    for (size_t i = 0; i < keys.size(); ++i) {
+        const char* key = keys[i].c_str();
+        const i64 value = i == 5 ? 0 : i == 150 ? 1 : i == 299 ? 2 : static_cast<i64>(i);
+        ASSERT_EQ(wiq_json_obj_get_i64(obj.get(), key, nullptr), value) << i;
+        ASSERT_STREQ(wiq_json_parent_key(wiq_json_obj_get_ext(obj.get(), key, 0, nullptr)), key);
+        ASSERT_EQ(wiq_json_obj_remove(obj.get(), key), 0);
+    }
+}
+
 TEST(JsonCollidingKeys, HaveOneHash) {
     for (const u32 hash : {0u, 12345u, 0xffffffffu}) {
         std::vector<std::string> keys = colliding::keys(1000, hash);
