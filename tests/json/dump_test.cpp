@@ -79,6 +79,15 @@ TEST(Dump, EveryKind) {
     EXPECT_EQ(text_of(parsed("{}")), "{}");
 }
 
+TEST(Dump, EveryKindIntoAStream) {
+    wiq_json_t* root = parsed("[null,true,false,-5,18446744073709551615,2.5,\"a\",[],{}]");
+    const std::string expected = "[null,true,false,-5,18446744073709551615,2.500000,\"a\",[],{}]";
+    EXPECT_EQ(written([root](FILE* stream) { EXPECT_GT(wiq_json_fdump(root, stream, 0, 0), 0); }),
+              expected);
+    EXPECT_EQ(dumped(root, 0), expected);
+    wiq_json_unref(root);
+}
+
 TEST(Dump, Doubles) {
     struct Row {
         double value;
