@@ -86,6 +86,10 @@ TEST(Dump, EveryKindIntoAStream) {
               expected);
     EXPECT_EQ(dumped(root, 0), expected);
     wiq_json_unref(root);
+    root = wiq_json_u64_new(UINT64_MAX, nullptr);
+    EXPECT_EQ(written([root](FILE* stream) { EXPECT_EQ(wiq_json_fdump(root, stream, 0, 0), 20); }),
+              "18446744073709551615");
+    wiq_json_unref(root);
 }
 
 TEST(Dump, Doubles) {
