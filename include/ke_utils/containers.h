@@ -169,7 +169,8 @@ typedef struct wiq_map {
 /**
  * Prepares an embedded map.
  * @param map        the record; whatever it held is forgotten
- * @param capacity   entries expected; the buckets are the smallest power of two above four thirds of it
+ * @param capacity   entries expected; the buckets are the smallest power of two above four thirds of it, which is
+ *                   computed in 64 bits and wraps from 2^62 on
  * @param hash, cmp  required
  * @param key_free   called when the map gives up a key; NULL: keys stay the caller's
  * @param value_free called when the map gives up a value; NULL: values stay the caller's

@@ -17,10 +17,9 @@ constexpr u64 bucket_of(u32 hash, u64 mask) {
 }
 
 // The number of buckets for so many entries: the smallest power of two above four thirds of it, or 1 for
-// none.
+// none. The product has 64 bits and wraps for a capacity of 2^62 and more.
 constexpr u64 initial_buckets(u64 capacity) {
-    // As many as any memory cannot hold where the product would wrap.
-    const u64 least = capacity > UINT64_MAX / 4 ? UINT64_MAX : capacity * 4 / 3;
+    const u64 least = capacity * 4 / 3;
     u64 count = 1;
     while (least != 0 && count <= least && count <= UINT64_MAX / 2)
         count *= 2;

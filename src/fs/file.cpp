@@ -63,7 +63,7 @@ i32 grow_line(Line* line) {
     return 0;
 }
 
-// Gives back what is behind the size. Where that fails, the block just stays larger.
+// Shrinks the block to its size. If that fails, the block stays larger.
 void trim_line(Line* line) {
     if (line->room == line->size)
         return;

@@ -205,8 +205,8 @@ constexpr size_t kSizeInChunk = (sizeof(Node) + 7) / 8 * 8;
 // Returns nullptr when out of memory.
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
-// A new node in a chunk. These serve the usual elements and members of a document: the sizes are known, and the
-// node stands behind its member.
+// A new node in a chunk. These serve the usual elements and members of a document: the sizes are known, and a
+// node directly follows its member.
 template <class Node>
 inline Node* new_elem(u16 type, Chunks* chunks) {
     char* block = chunks->take(kSizeInChunk<Node>, 0);

@@ -127,7 +127,7 @@ TEST(ReferenceFaults, LongChains) {
     }
 }
 
-// A chain of references that is longer than what an expansion remembers without memory.
+// A chain of references that is longer than what an expansion keeps on the stack.
 TEST(ReferenceFaults, ExpandALongChain) {
     std::string text = "[{\"$ref\":\"/1\"}";
     for (int i = 1; i < 100; ++i)

@@ -69,7 +69,7 @@ TEST_F(FileLarge, LinesThatAreTooLong) {
             EXPECT_TRUE(is_all(line + 2, k2G - 5, '\0'));
             EXPECT_EQ(line[k2G - 1], '\0');
             line[size - 1] = 'x';
-            // The stream stands behind them.
+            // The stream stands after them.
             const i32 rest = wiq_getline(&line, &size, stream);
             if (length > k4G) {
                 EXPECT_EQ(rest, WIQ_ERR_IO);

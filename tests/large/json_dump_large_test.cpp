@@ -93,7 +93,7 @@ TEST_F(JsonDumpLargeThreads, ToAStream) {
 TEST_F(JsonDumpLargeThreads, Indentation) {
     wiq_json_t* root = wiq_json_loads("[[1],[2]]", 0, nullptr);
     constexpr u32 kIndent = 1u << 30;
-    // Seven lines behind the first.
+    // Seven lines after the first.
     constexpr size_t kBlanks = size_t{7} * kIndent + 2 + 4 + 2 + 2 + 4 + 2;
     Sink sink(' ');
     EXPECT_EQ(wiq_json_fdump(root, sink.stream(), WIQ_JSON_DUMP_PRETTY, kIndent), INT32_MAX);

@@ -63,7 +63,7 @@ TEST_F(JsonParserLargeThreads, PlacesInAStream) {
     }
 }
 
-// The byte behind a number is taken back where no number can tell its place.
+// The byte after a number is taken back where no number can tell its place.
 TEST_F(JsonParserLargeThreads, ANumberBehindBlanks) {
     for (const size_t blanks : kLarge) {
         Source source("", blanks, '\n', "17\n?");

@@ -119,14 +119,14 @@ size_t Document::start(NodeId node) const {
     const size_t from = member_start(node);
     if (!has_key(node))
         return from;
-    // Behind the key are blanks and one colon only.
+    // Only blanks and one colon follow the key.
     size_t at = string_stop(from);
     while (is_blank(text_[at]) || text_[at] == ':')
         ++at;
     return at;
 }
 
-// Behind the closing quote of the string that starts at a quote.
+// Returns the place after the closing quote of the string that starts here.
 size_t Document::string_stop(size_t quote) const {
     size_t at = quote + 1;
     while (text_[at] != '"')
