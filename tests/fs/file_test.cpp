@@ -173,6 +173,25 @@ TEST_F(Getline, ALineOf300BytesTakes384) {
     EXPECT_EQ(size_, 384u);
 }
 
+// The size is told as if the block grew in steps, however it grows. All of it can be written to.
+TEST_F(Getline, LongLines) {
+    for (const size_t length : {65406, 65407, 65408, 65534, 65535, 65536, 98304, 100000, 500000}) {
+        std::string line(length, 'x');
+        line[length / 2] = 'y';
+        fill(line + "\n");
+        EXPECT_EQ(next(), line + "\n");
+        // For the line feed and the NUL, too.
+        const size_t steps = (length + 2 + 127) / 128;
+        EXPECT_EQ(size_, steps * 128) << length;
+        memset(line_, 0, size_);
+        free(line_);
+        line_ = nullptr;
+        fclose(stream_);
+        stream_ = tmpfile();
+        ASSERT_NE(stream_, nullptr);
+    }
+}
+
 TEST_F(Getline, SmallBuffersAreGrownFirst) {
     for (size_t size : {size_t{1}, size_t{2}, size_t{3}}) {
         free(line_);
