@@ -54,8 +54,7 @@ TEST_F(VectorLarge, ElementsBeyondFourGibibytes) {
 TEST_F(VectorLarge, CapacitiesOfAMap) {
     const auto hash = [](const void*) { return u32{0}; };
     const auto equal = [](const void*, const void*) { return true; };
-    for (const u64 capacity :
-         {u64{1} << 60, u64{1} << 61, (u64{1} << 62) - 1, UINT64_MAX})
+    for (const u64 capacity : {u64{1} << 60, u64{1} << 61, (u64{1} << 62) - 1, UINT64_MAX})
         EXPECT_EQ(wiq_map_new(capacity, hash, equal, nullptr, nullptr), nullptr) << capacity;
     for (const u64 capacity : {u64{1} << 62, u64{1} << 63}) {
         wiq_map* map = wiq_map_new(capacity, hash, equal, nullptr, nullptr);
