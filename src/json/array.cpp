@@ -72,7 +72,7 @@ ArrayNode* new_array(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
     }
     array->elems = {};
     if (behind) {
-        array->elems = {reinterpret_cast<wiq_json**>(array + 1), 0, capacity};
+        array->elems = {{reinterpret_cast<wiq_json**>(array + 1)}, 0, capacity};
     } else if (capacity > 0 && reserve(array, capacity) != 0) {
         free_node(array);
         return nullptr;

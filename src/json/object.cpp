@@ -188,7 +188,7 @@ i32 make_table(ObjectNode* obj, u64 buckets) {
     if (table == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
-    obj->members = {table, static_cast<u32>(buckets - 1), 0};
+    obj->members = {{table}, static_cast<u32>(buckets - 1), 0};
     return 0;
 }
 
