@@ -1,5 +1,6 @@
 // Tests of reading: look-ups, conversions, ranges, and how long what they give lives.
 #include "parsed.h"
+#include "support/temporary_stream.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -437,7 +438,7 @@ TEST(CppView, Dumps) {
     EXPECT_EQ(buffer.view(), R"(text: {"a":[1,true,null]})");
     EXPECT_EQ(json::of("\xff").dump().status(), WIQ_ERR_BAD_FORMAT);
 
-    FILE* stream = tmpfile();
+    FILE* stream = temporary_stream();
     ASSERT_NE(stream, nullptr);
     EXPECT_EQ(root.dump_to(stream), 0);
     rewind(stream);

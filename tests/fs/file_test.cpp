@@ -11,6 +11,7 @@
 #include "ke_utils/files.h"
 #include "ke_utils/json.h"
 #include "support/pipes.h"
+#include "support/temporary_stream.h"
 
 namespace {
 
@@ -104,7 +105,7 @@ TEST_F(LoadFile, FilesOfTwoGibibytesAreRefused) {
 class Getline : public testing::Test {
   protected:
     void SetUp() override {
-        stream_ = tmpfile();
+        stream_ = temporary_stream();
         ASSERT_NE(stream_, nullptr);
     }
     void TearDown() override {
@@ -187,7 +188,7 @@ TEST_F(Getline, LongLines) {
         free(line_);
         line_ = nullptr;
         fclose(stream_);
-        stream_ = tmpfile();
+        stream_ = temporary_stream();
         ASSERT_NE(stream_, nullptr);
     }
 }

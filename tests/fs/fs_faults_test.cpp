@@ -10,6 +10,7 @@
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "support/alloc_faults.h"
+#include "support/temporary_stream.h"
 
 namespace {
 
@@ -124,7 +125,7 @@ TEST(FileFaults, LoadFile) {
 TEST(FileFaults, GetlineKeepsTheCallersBuffer) {
     const std::string content = std::string(300, 'x') + "\n";
     const size_t points = SweepAllocations([&content](AllocFaults& faults) {
-        FILE* stream = tmpfile();
+        FILE* stream = temporary_stream();
         ASSERT_NE(stream, nullptr);
         fputs(content.c_str(), stream);
         rewind(stream);
@@ -145,7 +146,7 @@ TEST(FileFaults, GetlineKeepsTheCallersBuffer) {
 TEST(FileFaults, GetlineWithoutABufferLeavesNone) {
     const std::string content = std::string(300, 'x') + "\n";
     const size_t points = SweepAllocations([&content](AllocFaults& faults) {
-        FILE* stream = tmpfile();
+        FILE* stream = temporary_stream();
         ASSERT_NE(stream, nullptr);
         fputs(content.c_str(), stream);
         rewind(stream);
@@ -166,7 +167,7 @@ TEST(FileFaults, GetlineWithoutABufferLeavesNone) {
 TEST(IniFaults, TheLineBufferCannotGrow) {
     const std::string content = "[s]\nk=" + std::string(300, 'v') + "\n";
     SweepAllocations([&content](AllocFaults& faults) {
-        FILE* stream = tmpfile();
+        FILE* stream = temporary_stream();
         ASSERT_NE(stream, nullptr);
         fputs(content.c_str(), stream);
         rewind(stream);

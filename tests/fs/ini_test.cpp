@@ -9,6 +9,7 @@
 
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
+#include "support/temporary_stream.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ void on_error(const WiqIniLocation* location, void* user) {
 }
 
 FILE* stream_of(const std::string& text) {
-    FILE* stream = tmpfile();
+    FILE* stream = temporary_stream();
     EXPECT_NE(stream, nullptr);
     fwrite(text.data(), 1, text.size(), stream);
     rewind(stream);

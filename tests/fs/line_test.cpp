@@ -10,11 +10,12 @@
 
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
+#include "support/temporary_stream.h"
 
 namespace {
 
 FILE* stream_of(const std::string& content) {
-    FILE* stream = tmpfile();
+    FILE* stream = temporary_stream();
     EXPECT_NE(stream, nullptr);
     EXPECT_EQ(fwrite(content.data(), 1, content.size(), stream), content.size());
     rewind(stream);

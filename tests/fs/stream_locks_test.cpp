@@ -10,11 +10,12 @@
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "ke_utils/json.h"
+#include "support/temporary_stream.h"
 
 namespace {
 
 FILE* stream_of(const std::string& text) {
-    FILE* stream = tmpfile();
+    FILE* stream = temporary_stream();
     EXPECT_NE(stream, nullptr);
     fwrite(text.data(), 1, text.size(), stream);
     rewind(stream);

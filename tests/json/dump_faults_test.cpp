@@ -9,6 +9,7 @@
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "support/alloc_faults.h"
+#include "support/temporary_stream.h"
 
 namespace {
 
@@ -33,7 +34,7 @@ TEST(DumpFaults, Dumps) {
     // The classes are built before, so that each run takes the same memory.
     wiq_json_t* warm = parsed(kRich);
     dumped(warm);
-    FILE* stream = tmpfile();
+    FILE* stream = temporary_stream();
     ASSERT_NE(stream, nullptr);
     wiq_json_fdump(warm, stream, 0, 0);
     for (u32 flags :

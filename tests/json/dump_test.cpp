@@ -16,6 +16,7 @@
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "support/small_stack.h"
+#include "support/temporary_stream.h"
 
 namespace {
 
@@ -53,7 +54,7 @@ wiq_json_t* parsed(const char* text) {
 // What a function writes into a stream.
 template <class Write>
 std::string written(const Write& write) {
-    FILE* stream = tmpfile();
+    FILE* stream = temporary_stream();
     EXPECT_NE(stream, nullptr);
     write(stream);
     std::string text(static_cast<size_t>(ftell(stream)), '\0');

@@ -2,6 +2,7 @@
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "large/large_test.h"
+#include "support/temporary_stream.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ TEST_F(IniLarge, Offsets) {
     const std::string comment = ";" + std::string((1 << 20) - 2, 'x') + "\n";
     for (const size_t offset : {k2G + 5, k4G - 13, k4G - 12, k4G - 8, k4G - 7, k4G + 5}) {
         SCOPED_TRACE(offset);
-        FILE* stream = tmpfile();
+        FILE* stream = temporary_stream();
         ASSERT_NE(stream, nullptr);
         const std::string before = "[s]\n";
         fputs(before.c_str(), stream);
