@@ -88,8 +88,8 @@ KE_API char* wiq_build_path(const char* dir, const char* name);
 /**
  * Appends a part, with a "\\" in front unless the buffer is empty or ends in one, or the part is empty. The part
  * may lie in the buffer.
- * @return bytes appended, the separator counted; -7000 for NULL; -5000 without memory and -7001 for 2^31 bytes or
- *         more, the buffer unchanged
+ * @return bytes appended, the separator counted; -7000 for NULL; -5000 when out of memory and -7001 for 2^31
+ *         bytes or more, with the buffer unchanged
  */
 KE_API i32 wiq_append_path(wiq_strbuf* buf, const char* part);
 

@@ -80,7 +80,7 @@ class OpenContainers {
     i32 give_elem(Frame& array, wiq_json* node);
     i32 give_member(Frame& obj, wiq_json* node, Member* member);
 
-    // The same for the innermost open container.
+    // Where the memory of the innermost open container itself comes from: nullptr if it is the root.
     Chunks* chunks_of_top() { return frames_.size() == 1 ? nullptr : &chunks_; }
 
     static i32 make_early(Frame* frame, Chunks* chunks);

@@ -62,7 +62,7 @@ TEST_F(PathLarge, Parts) {
     wiq_strbuf_finalize(&buf);
 }
 
-// Of characters of one, two, three and four bytes, and of what is none.
+// With characters of one, two, three and four bytes, and with invalid bytes.
 TEST_F(PathLarge, Conversions) {
     Text text(k2G + 9, 'x');
     text.ending("\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80");
@@ -106,7 +106,7 @@ TEST_F(PathLarge, ALongTextOfAShorterOne) {
         EXPECT_EQ(strlen(narrowed), 3 * kCount);
         free(narrowed);
     }
-    // A half of a pair is none, wherever it stands.
+    // Half of a surrogate pair is invalid, wherever it stands.
     wide[kCount - 1] = static_cast<wchar_t>(0xd800);
     EXPECT_EQ(narrow(wide, &err), nullptr);
     EXPECT_EQ(err, 1113u);

@@ -305,7 +305,7 @@ TEST_F(KeEveryCommand, SaysThatTheDiskIsFull) {
     close(full);
 }
 
-// A signal loses nothing and leaves nothing behind, whether the temporary file has a name from the start or
+// After a signal nothing is lost and no temporary file remains, whether the temporary file has a name from the start or
 // gets it at last.
 TEST_F(KeEveryCommand, LeavesNothingBehindWhenASignalEndsIt) {
     for (const Command& command : commands()) {

@@ -19,7 +19,8 @@ struct Entry {
     std::unique_ptr<std::unordered_map<std::string, size_t>> places;
     bool is_section = false;
 
-    // The entry of a name, added if there is none. It stays where it is until the next one is added.
+    // Returns the entry with this name and adds it if it does not exist. The reference is valid until the next
+    // entry is added.
     Entry& at(const std::string& wanted) {
         if (!places)
             places = std::make_unique<std::unordered_map<std::string, size_t>>();

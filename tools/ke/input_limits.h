@@ -1,5 +1,5 @@
 // What a caller who does not trust an input allows it to take. The limits hold for the whole run, so they
-// are set once, before anything is read. A limit of 0 is none.
+// are set once, before anything is read. 0 means no limit.
 #pragma once
 
 #include "ke_utils/types.h"

@@ -81,7 +81,7 @@ class Comparison {
         return true;
     }
 
-    // The first difference that was found; "" if there is none.
+    // Returns the first difference found, or "" if the documents are equal.
     std::string text() const {
         if (where_ == nullptr)
             return "";
