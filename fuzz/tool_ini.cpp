@@ -1,0 +1,120 @@
+// The tool's edits of INI files: after a key is set or removed, the parser sees that change and no other.
+#include "failure.h"
+#include "ini_file.h"
+#include "ini_json.h"
+#include "input.h"
+
+namespace {
+
+struct Entry {
+    tool::IniName section;
+    std::string key, value;
+};
+
+bool operator==(const Entry& a, const Entry& b) {
+    return a.section.section == b.section.section && a.section.argument == b.section.argument &&
+           a.key == b.key && a.value == b.value;
+}
+
+// Sections without keys count as an entry without a key.
+std::vector<Entry> entries_of(const std::string& text) {
+    std::vector<Entry> entries;
+    for (const tool::IniSection& section :
+         tool::parse_ini({"text", "", text, tool::Encoding::utf8})) {
+        const tool::IniName name = {section.name, section.argument};
+        entries.push_back({name, "", ""});
+        for (const tool::IniKey& key : section.keys)
+            entries.push_back({name, key.name, key.value});
+    }
+    return entries;
+}
+
+bool is_in(const tool::IniName& a, const tool::IniName& b) {
+    return a.section == b.section && a.argument == b.argument;
+}
+
+// The last of equal keys counts; a new one goes behind the last section of the name, a new section to the end.
+void set(std::vector<Entry>& entries, const Entry& wanted) {
+    size_t found = entries.size();
+    size_t behind = entries.size();
+    bool section = false;
+    for (size_t i = 0; i < entries.size(); ++i) {
+        if (!is_in(entries[i].section, wanted.section))
+            continue;
+        section = true;
+        behind = i + 1;
+        if (entries[i].key == wanted.key)
+            found = i;
+    }
+    if (found != entries.size()) {
+        entries[found].value = wanted.value;
+        return;
+    }
+    if (!section)
+        entries.push_back({wanted.section, "", ""});
+    entries.insert(entries.begin() + static_cast<ptrdiff_t>(section ? behind : entries.size()),
+                   wanted);
+}
+
+void remove(std::vector<Entry>& entries, const Entry& wanted) {
+    for (size_t i = entries.size(); i-- > 0;) {
+        if (is_in(entries[i].section, wanted.section) &&
+            (wanted.key.empty() || entries[i].key == wanted.key))
+            entries.erase(entries.begin() + static_cast<ptrdiff_t>(i));
+    }
+}
+
+void check_json(const std::string& text) {
+    try {
+        const std::string json = tool::ini_as_json({"text", "", text, tool::Encoding::utf8});
+        tool::Source source("json", json);
+        tool::Scanner scanner(source);
+        while (scanner.next() != tool::Token::end)
+            continue;
+    } catch (const tool::Failure& failure) {
+        // A name that is a key and an argument at once, or a text that is no UTF-8.
+        CHECK(!failure.message.empty());
+    }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
+    Input input(data, size);
+    const u8 flags = input.byte();
+    Entry wanted;
+    wanted.section.section = input.line();
+    const std::string argument = input.line();
+    if ((flags & 1) != 0)
+        wanted.section.argument = argument;
+    wanted.key = input.line();
+    wanted.value = input.line();
+    const std::string text = input.rest();
+    const tool::Input file{"text", "", text, tool::Encoding::utf8};
+    std::vector<Entry> before;
+    try {
+        before = entries_of(text);
+    } catch (const tool::Failure& failure) {
+        CHECK(!failure.message.empty());
+        return 0;
+    }
+    check_json(text);
+    std::vector<Entry> expected = before;
+    try {
+        const std::string after = tool::set_in_ini(file, wanted.section, wanted.key, wanted.value);
+        set(expected, wanted);
+        CHECK(entries_of(after) == expected);
+    } catch (const tool::Failure& failure) {
+        CHECK(!failure.message.empty());
+    }
+    expected = before;
+    remove(expected, wanted);
+    try {
+        const std::string after = tool::remove_from_ini(file, wanted.section, wanted.key);
+        CHECK(expected.size() < before.size());
+        CHECK(entries_of(after) == expected);
+    } catch (const tool::Failure&) {
+        CHECK(expected.size() == before.size());
+    }
+    return 0;
+}
