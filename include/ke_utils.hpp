@@ -10,10 +10,10 @@
  * const int hours = report->value_or("/drive/power_on_hours"_ptr, 0);
  * @endcode
  *
- * Nothing here throws, and it compiles without exceptions and without run-time type information, unless
+ * Nothing here throws by itself, and it compiles without exceptions and without run-time type information, unless
  * KE_UTILS_EXCEPTIONS is defined before the first header: value() of results then exists and throws
- * ke::bad_result. (Containers of the standard library that calls use and return may throw std::bad_alloc,
- * as they always may.)
+ * ke::bad_result. Strings and containers of the standard library that calls use and return may throw
+ * std::bad_alloc, and then nothing has leaked, and what was to be changed is as it was, unless said.
  */
 #ifndef KE_UTILS_HPP
 #define KE_UTILS_HPP

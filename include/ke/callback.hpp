@@ -11,7 +11,8 @@
 
 namespace ke::detail {
 
-/** Runs callbacks and keeps what they throw. */
+/** Runs callbacks and keeps what they throw. It looks the same without exceptions, since files that are compiled
+ *  with and without them may be linked into one program. */
 class exception_keeper {
   public:
     /** Calls; `otherwise` in place of a result after a throw, and from then on without calling. */
@@ -33,16 +34,12 @@ class exception_keeper {
     }
     /** Throws what was kept. */
     void rethrow() {
-#if defined(__cpp_exceptions)
         if (kept_)
             std::rethrow_exception(std::exchange(kept_, nullptr));
-#endif
     }
 
   private:
-#if defined(__cpp_exceptions)
     std::exception_ptr kept_;
-#endif
 };
 
 }  // namespace ke::detail

@@ -336,16 +336,14 @@ class locked_map {
             return WIQ_ERR_NO_MEMORY;
         i32 status = 0;
         bool stored = false;
-        const bool asked = locked([&] {
+        const auto put = [&] {
             status = wiq_map_put(&map_.map, pair.key.get(), pair.value.get());
             // Stored also by a put whose table could not grow.
             stored = wiq_map_get(&map_.map, pair.key.get()) == pair.value.get();
             return true;
-        });
-        if (!asked) {
-            // An empty table takes a first entry without growing.
-            status = wiq_safe_map_put(&map_, pair.key.get(), pair.value.get());
-            stored = status == 0;
+        };
+        // Between the two questions another thread may have emptied the map.
+        while (!when_absent(key.c_str(), put) && !locked(put)) {
         }
         if (stored)
             pair.release();
@@ -390,6 +388,26 @@ class locked_map {
             },
             &state);
         state.keeper.rethrow();
+    }
+    // Does something once while the lock is held: as a factory for a missing key, which then says that it has
+    // made no value. False, and nothing is done, if the key is there.
+    template <class Action>
+    bool when_absent(const char* key, Action& action) {
+        struct state {
+            Action& action;
+            bool done;
+        } state{action, false};
+        i32 status = 0;
+        wiq_safe_map_memoize(
+            &map_, const_cast<char*>(key),
+            [](const void*, void* user, i32* made) -> void* {
+                auto* const self = static_cast<struct state*>(user);
+                self->done = self->action();
+                *made = WIQ_ERR_FAILED;
+                return nullptr;
+            },
+            &state, &status);
+        return state.done;
     }
     // Does something once while the lock is held: in a walk that ends with its first entry. False, and
     // nothing is done, if the map is empty.

@@ -51,6 +51,8 @@ using file = owned<std::FILE, detail::close_stream>;
 
 /** Opens a stream; modes as in fopen(). The statuses of wiq_fopen(). */
 inline result<file> open_file(const text_arg& path, const char* mode) {
+    if (path.status() != 0)
+        return result<file>::failure(path.status());
     u32 err = 0;
     std::FILE* const stream = wiq_fopen(path.c_str(), mode, &err);
     return stream != nullptr ? result<file>(file(stream))
@@ -70,6 +72,8 @@ inline status read_line(std::FILE* stream, std::string& line) {
 
 /** The bytes of a file. WIQ_ERR_FILE_EMPTY is no failure here; otherwise the statuses of wiq_load_file(). */
 inline result<std::string> load_text(const text_arg& path) {
+    if (path.status() != 0)
+        return result<std::string>::failure(path.status());
     void* block = nullptr;
     const i32 size = wiq_load_file(path.c_str(), &block, 1);
     const c_text owner(static_cast<char*>(block));
@@ -82,12 +86,12 @@ inline result<std::string> load_text(const text_arg& path) {
 
 namespace detail {
 
-// Puts a file in the place of another one, in one step.
-inline i32 replace_file(const std::string& from, const char* to) {
+// Puts a file in the place of another one, in one step. Changes the texts on Linux.
+inline i32 replace_file(std::string& from, std::string& to) noexcept {
 #if defined(_WIN32)
     u32 err = 0;
     const owned<wchar_t, free_memory> wide_from(widen(from.c_str(), &err));
-    const owned<wchar_t, free_memory> wide_to(widen(to, &err));
+    const owned<wchar_t, free_memory> wide_to(widen(to.c_str(), &err));
     if (!wide_from || !wide_to)
         return WIQ_ERR_NO_MEMORY;
     constexpr unsigned long replace_existing = 1;
@@ -97,16 +101,14 @@ inline i32 replace_file(const std::string& from, const char* to) {
                : static_cast<i32>(WIQ_ERR_IO);
 #else
     // The library's separator, as the library gives it to the system.
-    std::string old_name(from);
-    std::string new_name(to);
-    for (std::string* name : {&old_name, &new_name}) {
+    for (std::string* name : {&from, &to}) {
         for (char& c : *name)
             c = c == '\\' ? '/' : c;
     }
     struct stat there;
-    if (::stat(new_name.c_str(), &there) == 0)
-        (void)::chmod(old_name.c_str(), there.st_mode & 07777);
-    return std::rename(old_name.c_str(), new_name.c_str()) == 0 ? 0 : static_cast<i32>(WIQ_ERR_IO);
+    if (::stat(to.c_str(), &there) == 0)
+        (void)::chmod(from.c_str(), there.st_mode & 07777);
+    return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : static_cast<i32>(WIQ_ERR_IO);
 #endif
 }
 
@@ -127,7 +129,9 @@ template <class Write>
 status save(const text_arg& path, Write write) {
     if (path.c_str() == nullptr)
         return path.status() != 0 ? path.status() : static_cast<i32>(WIQ_ERR_INVALID_ARG);
-    std::string name = std::string(path.c_str()) + ".XXXXXX";
+    // Made before there is a file that an exception would leave behind.
+    std::string target(path.c_str());
+    std::string name = target + ".XXXXXX";
     u32 err = 0;
     std::FILE* const stream = wiq_mkstemp(name.data(), &err, "wb");
     if (stream == nullptr)
@@ -138,7 +142,7 @@ status save(const text_arg& path, Write write) {
     if (std::fclose(stream) != 0 && written.ok())
         written = WIQ_ERR_IO;
     if (written.ok())
-        written = replace_file(name, path.c_str());
+        written = replace_file(name, target);
     if (written.failed())
         wiq_unlink(name.c_str());
     return written;
@@ -162,12 +166,18 @@ inline status save_text(const text_arg& path, std::string_view text) {
 
 /** Loads a document in UTF-8. The statuses of wiq_load_file() and of the parser, the latter with their place. */
 inline result<json> load_file(const text_arg& path, i32 flags = 0) {
+    if (path.status() != 0)
+        return result<json>::failure(path.status());
     void* block = nullptr;
     const i32 size = wiq_load_file(path.c_str(), &block, 1);
     const c_text owner(static_cast<char*>(block));
     if (size < 0)
         return result<json>::failure(size);
     return parse_utf8({owner.get(), static_cast<std::size_t>(size)}, flags);
+}
+
+inline result<json> json::load_file(const text_arg& path, i32 flags) {
+    return ke::load_file(path, flags);
 }
 
 /** Saves a document as save_text() does, in UTF-8, with a line feed at its end. Also ke::err_empty and the
@@ -185,22 +195,24 @@ inline status save_file(const text_arg& path, json_view value, u32 flags = 0) {
  *  @{ */
 /** Makes a directory and the parents that are missing. */
 inline status make_directory(const text_arg& path) {
-    return wiq_mkdir(path.c_str());
+    return path.status() != 0 ? path.status() : wiq_mkdir(path.c_str());
 }
 /** Makes the directory that a file is to stand in. */
 inline status make_parents(const text_arg& path) {
-    return wiq_mkdir_parents(path.c_str());
+    return path.status() != 0 ? path.status() : wiq_mkdir_parents(path.c_str());
 }
 /** Removes an empty directory. */
 inline status remove_directory(const text_arg& path) {
-    return wiq_rmdir(path.c_str());
+    return path.status() != 0 ? path.status() : wiq_rmdir(path.c_str());
 }
 /** Removes a file. */
 inline status remove_file(const text_arg& path) {
-    return wiq_unlink(path.c_str());
+    return path.status() != 0 ? path.status() : wiq_unlink(path.c_str());
 }
 /** Renames a file or directory; an existing target is refused. */
 inline status rename_file(const text_arg& from, const text_arg& to) {
+    if (from.status() != 0 || to.status() != 0)
+        return from.status() != 0 ? from.status() : to.status();
     return wiq_rename(from.c_str(), to.c_str());
 }
 /** What access() asks for. */
@@ -243,17 +255,19 @@ inline bool is_file_name(std::string_view name) noexcept {
 /** Joins parts with one "\\" each, as wiq_append_path(). */
 template <class... Parts>
 result<std::string> join_path(const Parts&... parts) {
-    wiq_strbuf buffer = {};
+    struct joined_text : wiq_strbuf {
+        joined_text() noexcept : wiq_strbuf{} {}
+        ~joined_text() { wiq_strbuf_finalize(this); }
+    } buffer;
     i32 status = 0;
     const auto append = [&](const text_arg& part) {
         if (status >= 0)
             status = part.status() != 0 ? part.status() : wiq_append_path(&buffer, part.c_str());
     };
     (append(parts), ...);
-    std::string joined(buffer.data == nullptr ? "" : buffer.data, buffer.len);
-    wiq_strbuf_finalize(&buffer);
-    return status < 0 ? result<std::string>::failure(status)
-                      : result<std::string>(std::move(joined));
+    if (status < 0)
+        return result<std::string>::failure(status);
+    return std::string(buffer.data == nullptr ? "" : buffer.data, buffer.len);
 }
 /** @} */
 
@@ -280,12 +294,16 @@ inline result<std::wstring> to_wide(const text_arg& text) {
  *  @{ */
 /** The name of a command's schema file. */
 inline result<std::string> schema_name(const text_arg& command, bool input) {
+    if (command.status() != 0)
+        return result<std::string>::failure(command.status());
     u32 err = 0;
     char* const name = wiq_schema_filename(command.c_str(), input, &err);
     return detail::taken_text(name, err != 0 ? static_cast<i32>(err) : WIQ_ERR_INVALID_ARG);
 }
 /** Opens a schema file beside the running executable. */
 inline result<file> open_schema(const text_arg& name) {
+    if (name.status() != 0)
+        return result<file>::failure(name.status());
     u32 err = 0;
     std::FILE* const stream = wiq_schema_open(name.c_str(), &err);
     return stream != nullptr ? result<file>(file(stream))
@@ -293,6 +311,8 @@ inline result<file> open_schema(const text_arg& name) {
 }
 /** Loads a schema file as a document. */
 inline result<json> load_schema(const text_arg& name) {
+    if (name.status() != 0)
+        return result<json>::failure(name.status());
     u32 err = 0;
     wiq_json_t* const node = wiq_load_schema(name.c_str(), &err);
     return node != nullptr ? result<json>(json::share(node))

@@ -279,6 +279,8 @@ class KE_OWNS_ json : public json_ref {
         wiq_json_load_error error;
         return loaded(wiq_json_loadf(stream, flags, &error), error);
     }
+    /** Parses the document in a file, in UTF-8: ke::load_file(), with which it is in ke/files.hpp. */
+    static inline result<json> load_file(const text_arg& path, i32 flags = 0);
     /** @} */
 
     /** @name Look-ups: a const document gives views, another one references, a temporary one owners

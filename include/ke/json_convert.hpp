@@ -38,6 +38,15 @@ inline made made_of(wiq_json_t* node, u32 err) noexcept {
     return {node, node != nullptr ? 0 : static_cast<i32>(err)};
 }
 
+// The owner of a container that is being filled: what a user's to_json() throws must not lose it.
+struct drop_node {
+    void operator()(wiq_json_t* node) const noexcept { wiq_json_unref(node); }
+};
+using filling = owned<wiq_json_t, drop_node>;
+inline made filled(filling& container, i32 status) noexcept {
+    return status == 0 ? made{container.release(), 0} : made{nullptr, status};
+}
+
 // How a type takes part, by what stands beside it; found at the point of use.
 template <class T, class = void>
 inline constexpr bool has_to_json = false;
@@ -193,50 +202,43 @@ status store(const Place& place, V&& value) {
 template <class T>
 made make_list(const T& list) {
     u32 err = 0;
-    wiq_json_t* const array = wiq_json_array_new(0, &err);
-    if (array == nullptr)
-        return made_of(array, err);
+    filling array(wiq_json_array_new(0, &err));
+    if (!array)
+        return made_of(nullptr, err);
     for (const auto& element : list) {
         const status stored =
-            store(back_place{array}, static_cast<const typename T::value_type&>(element));
-        if (stored.failed()) {
-            wiq_json_unref(array);
-            return {nullptr, stored.code()};
-        }
+            store(back_place{array.get()}, static_cast<const typename T::value_type&>(element));
+        if (stored.failed())
+            return filled(array, stored.code());
     }
-    return {array, 0};
+    return filled(array, 0);
 }
 template <class T>
 made make_map(const T& map) {
     u32 err = 0;
-    wiq_json_t* const object = wiq_json_obj_new(0, &err);
-    if (object == nullptr)
-        return made_of(object, err);
+    filling object(wiq_json_obj_new(0, &err));
+    if (!object)
+        return made_of(nullptr, err);
     for (const auto& [name, value] : map) {
         const text_arg key(name);
-        const status stored = key.status() != 0 ? status(key.status())
-                                                : store(member_place{object, key.c_str()}, value);
-        if (stored.failed()) {
-            wiq_json_unref(object);
-            return {nullptr, stored.code()};
-        }
+        const status stored = key.status() != 0
+                                  ? status(key.status())
+                                  : store(member_place{object.get(), key.c_str()}, value);
+        if (stored.failed())
+            return filled(object, stored.code());
     }
-    return {object, 0};
+    return filled(object, 0);
 }
 template <class T, std::size_t... I>
 made make_tuple_list(const T& tuple, std::index_sequence<I...>) {
     u32 err = 0;
-    wiq_json_t* const array = wiq_json_array_new(static_cast<i32>(sizeof...(I)), &err);
-    if (array == nullptr)
-        return made_of(array, err);
+    filling array(wiq_json_array_new(static_cast<i32>(sizeof...(I)), &err));
+    if (!array)
+        return made_of(nullptr, err);
     using std::get;  // and those of the tuple's own namespace
     i32 failed = 0;
-    ((failed = failed != 0 ? failed : store(back_place{array}, get<I>(tuple)).code()), ...);
-    if (failed != 0) {
-        wiq_json_unref(array);
-        return {nullptr, failed};
-    }
-    return {array, 0};
+    ((failed = failed != 0 ? failed : store(back_place{array.get()}, get<I>(tuple)).code()), ...);
+    return filled(array, failed);
 }
 
 template <class T>
@@ -337,24 +339,22 @@ class init {
     static made make_array(std::initializer_list<init> list) { return make_list(list_of{list}); }
     static made make_object(std::initializer_list<init> list) {
         u32 err = 0;
-        wiq_json_t* const object = wiq_json_obj_new(static_cast<i32>(list.size()), &err);
-        if (object == nullptr)
-            return made_of(object, err);
+        filling object(wiq_json_obj_new(static_cast<i32>(list.size()), &err));
+        if (!object)
+            return made_of(nullptr, err);
         for (const init& item : list) {
             i32 status = WIQ_ERR_INVALID_ARG;
             if (item.is_pair()) {
                 const text_arg key(item.list_.begin()->text_(item.list_.begin()->value_));
-                status =
-                    key.status() != 0
-                        ? key.status()
-                        : store(member_place{object, key.c_str()}, item.list_.begin()[1]).code();
+                status = key.status() != 0
+                             ? key.status()
+                             : store(member_place{object.get(), key.c_str()}, item.list_.begin()[1])
+                                   .code();
             }
-            if (status != 0) {
-                wiq_json_unref(object);
-                return {nullptr, status};
-            }
+            if (status != 0)
+                return filled(object, status);
         }
-        return {object, 0};
+        return filled(object, 0);
     }
 
   private:

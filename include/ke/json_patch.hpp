@@ -71,8 +71,12 @@ inline status merge_patch(json& target, json_view patch) {
                 if (place.contains(key_text))
                     KE_TRY(place.erase(key_text));
             } else if (value.is_object()) {
-                if (!place[key_text].is_object())
-                    KE_TRY(place.set(key_text, json::object()));
+                if (!place[key_text].is_object()) {
+                    json fresh = json::object();
+                    if (!fresh)
+                        return WIQ_ERR_NO_MEMORY;
+                    KE_TRY(place.set(key_text, std::move(fresh)));
+                }
                 waiting.emplace_back(place[key_text], value);
             } else {
                 KE_TRY(place.set(key_text, value));
@@ -199,6 +203,8 @@ inline status apply_patch(json& target, json_view patch) {
         KE_TRY(detail::patch_one(*work, step));
         if (!*work)  // the whole document was removed
             *work = json::null();
+        if (!*work)
+            return WIQ_ERR_NO_MEMORY;
     }
     return detail::become(target, *std::move(work));
 }

@@ -220,7 +220,8 @@ class KE_BORROWS_ json_view {
     template <class T>
     result<T> to() const;
 
-    /** @name Look-ups; empty where there is nothing
+    /** @name Look-ups; empty where there is nothing (also for a std::string_view of 256 bytes or more that there is
+     *  no memory to copy: get() tells)
      *  @{ */
     /** The member under a key. */
     json_view operator[](const text_arg& key) const noexcept {

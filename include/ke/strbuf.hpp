@@ -209,7 +209,9 @@ class strbuf {
                 return append_bytes(static_cast<std::string_view>(value));
             }
         } else if constexpr (std::is_same_v<T, uint128> || std::is_same_v<T, wiq_uint128>) {
-            return append_bytes(uint128(value).to_string());
+            char digits[40];
+            const i32 length = wiq_uint128_to_str(value, 10, digits, sizeof digits);
+            return append_bytes({digits, static_cast<std::size_t>(length) - 1});
         } else if constexpr (std::is_floating_point_v<T>) {
             return append_real(static_cast<double>(value));
         } else {

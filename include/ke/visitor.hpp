@@ -109,8 +109,8 @@ inline const type_registration visitor_registration(visitor_type, WiqJsonVisitor
 /**
  * A walk over a document: derive from it, override what matters, call visit(). A member that is not overridden
  * does what the C visitor does; one that is calls the base's to go on below. A status that is not 0 ends the
- * walk and is what visit() gives. Members may throw. The walk recurses, a level of the stack for each of the
- * document: for documents of strangers use ranges.
+ * walk and is what visit() gives. Members may throw, and may call visit() for another value. The walk recurses, a
+ * level of the stack for each of the document: for documents of strangers use ranges.
  */
 class json_visitor {
   public:
@@ -119,7 +119,8 @@ class json_visitor {
     json_visitor& operator=(const json_visitor&) = delete;
     virtual ~json_visitor() = default;
 
-    /** Walks a value. ke::err_empty; WIQ_ERR_FAILED if the visitor cannot be made; what ended the walk. */
+    /** Walks a value. ke::err_empty; WIQ_ERR_FAILED if the visitor cannot be made; -5000 if the keys of an object
+     *  cannot be listed; what ended the walk. */
     ke::status visit(json_view value) {
         if (!value)
             return err_empty;
@@ -127,9 +128,9 @@ class json_visitor {
         if (!made)
             return made.status();
         (*made)->self = this;
-        bridge_ = &(*made)->base;
+        WiqJsonVisitor* const outer = std::exchange(bridge_, &(*made)->base);
         const i32 status = klass()->visit(bridge_, value.node());
-        bridge_ = nullptr;
+        bridge_ = outer;
         keeper_.rethrow();
         return status < 0 ? ke::status(status) : ke::status(status == 0 ? 0 : WIQ_ERR_FAILED);
     }
@@ -179,6 +180,7 @@ class json_visitor {
     }
 
     WiqJsonVisitor* bridge_ = nullptr;
+    i32 unlisted_ = 0;  // why the keys of the object at hand could not be listed
     detail::exception_keeper keeper_;
 };
 
@@ -189,6 +191,16 @@ inline i32 fill_visitor_class(WiqClass* klass) noexcept {
     using self = json_visitor&;
     slots->visit_object = [](WiqJsonVisitor* v, wiq_json_t* n) {
         return json_visitor::pass(v, [n](self s) { return s.on_object(json_view(n)); });
+    };
+    // The C visitor walks an object whose keys it cannot list as if there were none; here that is a failure.
+    slots->object_keys = [](WiqJsonVisitor* v, wiq_json_t* n, wiq_strv* keys) {
+        json_visitor& s = *reinterpret_cast<visitor_bridge*>(v)->self;
+        const i32 count = s.base()->object_keys(v, n, keys);
+        s.unlisted_ = count < 0 ? count : 0;
+        return count;
+    };
+    slots->object_begin = [](WiqJsonVisitor* v, wiq_json_t*) {
+        return std::exchange(reinterpret_cast<visitor_bridge*>(v)->self->unlisted_, 0);
     };
     slots->visit_array = [](WiqJsonVisitor* v, wiq_json_t* n) {
         return json_visitor::pass(v, [n](self s) { return s.on_array(json_view(n)); });

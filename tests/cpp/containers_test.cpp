@@ -146,6 +146,38 @@ TEST(CppJsonThreads, HandlesAreCountedAcrossThreads) {
     EXPECT_EQ(ke::detail::header_of(root.node()).count, 1);
 }
 
+template <class T>
+void AssignToItself(T& value) {
+    T& same = value;
+    value = std::move(same);
+}
+
+TEST(CppContainers, KeepWhatTheyHoldWhenAssignedToThemselves) {
+    ke::vector<int> numbers;
+    ke::map<int> map;
+    ke::string_list names;
+    ke::strbuf text;
+    ke::tagged value;
+    ASSERT_EQ(numbers.push_back(1), 0);
+    ASSERT_EQ(map.set("a", 2), 0);
+    ASSERT_EQ(names.push_back("b"), 0);
+    ASSERT_EQ(text.append("c"), 0);
+    ASSERT_EQ(value.set("d"), 0);
+    AssignToItself(numbers);
+    AssignToItself(map);
+    AssignToItself(names);
+    AssignToItself(text);
+    AssignToItself(value);
+    EXPECT_EQ(numbers[0], 1);
+    EXPECT_EQ(*map.find("a"), 2);
+    EXPECT_EQ(names[0], "b");
+    EXPECT_EQ(text.view(), "c");
+    EXPECT_EQ(value.get<std::string_view>().value(), "d");
+    ke::c_text owned = text.release();
+    AssignToItself(owned);
+    EXPECT_STREQ(owned.get(), "c");
+}
+
 TEST(CppStringList, OwnsItsStrings) {
     ke::string_list list;
     EXPECT_TRUE(list.empty());

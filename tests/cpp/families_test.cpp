@@ -79,6 +79,26 @@ TEST(CppVisitor, EndsWithAStatusOrAThrow) {
     EXPECT_EQ(outline.text, "a:b:1 ");
 }
 
+class Follower : public Outline {
+  protected:
+    ke::status on_reference(json_view value, std::string_view) override {
+        const auto target = value.resolve();
+        return target ? visit(*target) : target.status();
+    }
+};
+
+TEST(CppVisitor, MayVisitAnotherValueOnTheWay) {
+    const json root = parsed(R"({"a":{"$ref":"#/b"},"b":{"c":1},"d":2})");
+    Follower follower;
+    EXPECT_EQ(follower.visit(root), 0);
+    EXPECT_EQ(follower.text.size(), std::string("a:c:1 b:c:1 d:2 ").size()) << follower.text;
+    follower.stop_at = "c";
+    follower.throws = true;
+    EXPECT_THROW((void)follower.visit(root), std::runtime_error);
+    follower.throws = false;
+    EXPECT_EQ(follower.visit(root), WIQ_ERR_RANGE);
+}
+
 TEST(CppObject, CountsItsOwners) {
     EXPECT_EQ(ke::detail::visitor_registration.status(), 0);
     auto made = ke::object<>::make(WiqJsonVisitorType);

@@ -43,6 +43,7 @@ TEST_F(CppFiles, DocumentsRoundTrip) {
     const json root = json{{"text", "na\xC3\xAFve \xF0\x9F\x98\x80"}, {"list", {1, 2}}};
     EXPECT_EQ(ke::save_file(name, root), 0);
     EXPECT_EQ(ke::load_file(name).value(), root);
+    EXPECT_EQ(json::load_file(name).value(), root);
     EXPECT_EQ(ke::save_file(name, json{1}, ke::pretty), 0) << "in the place of the first";
     EXPECT_EQ(ke::load_text(name).value(), "[\n  1\n]\n");
     EXPECT_EQ(ke::load_file(std::string_view(name)).value(), json{1});

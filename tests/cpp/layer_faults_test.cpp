@@ -1,6 +1,6 @@
 // Sweeps of the C++ layer: each allocation of the library inside a call of a class fails once. The call gives its
 // status, what it was to change is as it was, and nothing leaks. What the layer itself takes from
-// `operator new`, for a std::string or an array, throws std::bad_alloc as everywhere and is not swept.
+// `operator new`, for a std::string or an array, is made to fail in standard_faults_test.cpp.
 #include <gtest/gtest.h>
 
 #include <cstdint>

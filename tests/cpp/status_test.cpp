@@ -115,6 +115,9 @@ TEST(CppLayer, WorksAsCpp17WithoutExceptions) {
     EXPECT_EQ(no_exceptions::first_of_a(R"({"a":[42]})"), 42);
     EXPECT_EQ(no_exceptions::first_of_a(R"({"a":[]})"), -1);
     EXPECT_EQ(no_exceptions::first_of_a("{"), -1);
+    EXPECT_EQ(
+        no_exceptions::every_family(),
+        "names={\"first\":[\"one\",2]} drives=[2,3] 2 1|a2bthree 1 four 5|WIQ_ERR_INVALID_ARG");
 }
 
 }  // namespace

@@ -187,6 +187,10 @@ char* __wrap__strdup(const char* text) {
 
 }  // extern "C"
 
+void* malloc_without_fault(size_t size) {
+    return counted(__real_malloc(size));
+}
+
 #ifndef _WIN32
 
 #include <uv.h>

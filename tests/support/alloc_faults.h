@@ -46,6 +46,9 @@ class AllocFaults {
 // thread could do in the middle of a call otherwise.
 extern void (*g_on_allocation)();
 
+// malloc() that no armed faults make fail; the block is counted.
+void* malloc_without_fault(size_t size);
+
 // Blocks that the wrapped functions have handed out and not yet got back.
 long live_blocks();
 // The same in bytes, as the runtime rounds them.
