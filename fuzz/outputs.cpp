@@ -14,6 +14,40 @@
 #if __has_feature(memory_sanitizer)
 #include <sanitizer/msan_interface.h>
 #define CHECK_WRITTEN(bytes, count) __msan_check_mem_is_initialized(bytes, count)
+
+#include <charconv>
+
+// Doubles are written and read by the C++ library, whose stores MemorySanitizer does not see: the linker leads its
+// two functions through these, which say what has been stored.
+extern "C" std::to_chars_result ke_real_to_chars(
+    char* first, char* last, double value, std::chars_format format,
+    int precision) __asm__("__real__ZSt8to_charsPcS_dSt12chars_formati");
+extern "C" std::to_chars_result ke_wrap_to_chars(
+    char* first, char* last, double value, std::chars_format format,
+    int precision) __asm__("__wrap__ZSt8to_charsPcS_dSt12chars_formati");
+std::to_chars_result ke_wrap_to_chars(char* first, char* last, double value,
+                                      std::chars_format format, int precision) {
+    __msan_check_mem_is_initialized(&value, sizeof(value));
+    std::to_chars_result result = ke_real_to_chars(first, last, value, format, precision);
+    __msan_unpoison(&result, sizeof(result));
+    __msan_unpoison(first, static_cast<size_t>(result.ptr - first));
+    return result;
+}
+extern "C" std::from_chars_result ke_real_from_chars(
+    const char* first, const char* last, double& value,
+    std::chars_format format) __asm__("__real__ZSt10from_charsPKcS0_RdSt12chars_format");
+extern "C" std::from_chars_result ke_wrap_from_chars(
+    const char* first, const char* last, double& value,
+    std::chars_format format) __asm__("__wrap__ZSt10from_charsPKcS0_RdSt12chars_format");
+std::from_chars_result ke_wrap_from_chars(const char* first, const char* last, double& value,
+                                          std::chars_format format) {
+    __msan_check_mem_is_initialized(first, static_cast<size_t>(last - first));
+    std::from_chars_result result = ke_real_from_chars(first, last, value, format);
+    __msan_unpoison(&result, sizeof(result));
+    if (result.ec == std::errc())
+        __msan_unpoison(&value, sizeof(value));
+    return result;
+}
 #endif
 #endif
 #ifndef CHECK_WRITTEN
