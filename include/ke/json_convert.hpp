@@ -90,6 +90,7 @@ inline constexpr bool is_result<result<T>> = true;
 template <class T>
 inline constexpr bool is_handle = std::is_base_of_v<json_view, T>;
 
+// NOLINTBEGIN(misc-no-recursion): as deep as a braced list or a type is written, not as a document nests
 template <class T>
 made make_node(const T& value);
 
@@ -375,6 +376,7 @@ class init {
     std::initializer_list<init> list_;
     bool is_list_ = false;
 };
+// NOLINTEND(misc-no-recursion)
 
 }  // namespace detail
 

@@ -414,6 +414,7 @@ class KE_BORROWS_ json_view {
     /** @} */
 
   protected:
+    // NOLINTNEXTLINE(misc-non-private-member-variables-in-classes): json_ref and json are views
     wiq_json_t* node_ = nullptr; /**< what is looked at */
 
   private:

@@ -117,6 +117,7 @@ class strbuf {
      * NUL inside; after a failure the text is as it was.
      */
     template <class... Args>
+    // NOLINTNEXTLINE(misc-no-recursion): once, into another buffer
     status append(const Args&... args) {
         if (sizeof...(args) > 1 && (lies_here(args) || ...)) {
             strbuf all;  // the block may move before its own text is reached
@@ -130,6 +131,7 @@ class strbuf {
     }
     /** Appends a text with arguments in its places: `append_format("{} of {}", done, all)`. As append(). */
     template <class... Args>
+    // NOLINTNEXTLINE(misc-no-recursion): once, into another buffer
     status append_format(typename detail::same<format_text<Args...>>::type format,
                          const Args&... args) {
         if (!format.fits())
