@@ -191,6 +191,70 @@ void outputs(wiq_json_t* root) {
     }
 }
 
+// Containers of the heap with failing allocations, and what they refuse.
+void use_containers() {
+    wiq_map* map =
+        faulty([] { return wiq_map_new(3, wiq_hash_int, wiq_cmp_int, nullptr, nullptr); });
+    if (map != nullptr) {
+        wiq_map_ref(map);
+        for (size_t i = 1; i < 9; ++i) {
+            void* key = reinterpret_cast<void*>(i);
+            void* old = nullptr;
+            const i32 status = faulty([&] { return wiq_map_replace(map, key, key, &old); });
+            CHECK(status == 0 || status == WIQ_ERR_NO_MEMORY);
+        }
+        wiq_map_unref(map);
+        wiq_map_unref(map);
+    }
+    wiq_safe_map* locked =
+        faulty([] { return wiq_safe_map_new(0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr); });
+    if (locked != nullptr) {
+        void* old = nullptr;
+        faulty([&] { return wiq_safe_map_replace(locked, nullptr, nullptr, &old); });
+        wiq_safe_map_delete(locked);
+    }
+    CHECK(wiq_map_init(nullptr, 0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr) ==
+          WIQ_ERR_INVALID_ARG);
+
+    wiq_vector* vec = faulty([] { return wiq_vector_new(4, 2, nullptr, nullptr); });
+    if (vec != nullptr) {
+        wiq_vector_ref(vec);
+        for (int i = 0; i < 9; ++i)
+            faulty([&] { return wiq_vector_push(vec); });
+        faulty([&] { return wiq_vector_resize(vec, 40); });
+        faulty([&] { return wiq_vector_extra_capacity(vec, 3); });
+        wiq_vector_resize(vec, 1);
+        CHECK(wiq_vector_pop(vec, 2) < 0 && wiq_vector_size(vec) == 1);
+        wiq_vector_unref(vec);
+        wiq_vector_unref(vec);
+    }
+    CHECK(wiq_vector_size(nullptr) == WIQ_ERR_INVALID_ARG);
+
+    wiq_strbuf buf;
+    if (faulty([&] { return wiq_strbuf_init(&buf, 2); }) == 0) {
+        for (int i = 0; i < 5; ++i)
+            faulty([&] { return wiq_strbuf_putc(&buf, 'x'); });
+        faulty(
+            [&] { return wiq_strbuf_printf(&buf, "%2$s%1$s", "some text, ", "of some length, "); });
+        faulty([&] { return wiq_strbuf_printhex(&buf, "bytes", 5); });
+        faulty([&] { return wiq_append_path(&buf, "part"); });
+        CHECK(buf.len < buf.capacity && strlen(buf.data) == buf.len);
+        free(faulty([&] { return wiq_strbuf_release(&buf); }));
+        wiq_strbuf_finalize(&buf);
+    }
+    CHECK(wiq_strbuf_write(nullptr, "", 0) == WIQ_ERR_INVALID_ARG);
+    char* text = nullptr;
+    if (!is_failure(faulty([&] { return wiq_asprintf(&text, "%2$d %1$d", 1, 2); })))
+        free(text);
+    free(faulty([] { return wiq_build_path("a", "b"); }));
+    free(faulty([] { return wiq_schema_filename("a-b", true, nullptr); }));
+    free(faulty([] { return wiq_install_dir(); }));
+    free(faulty([] { return wiq_home_dir(); }));
+    wchar_t* wide = faulty([] { return widen("text", nullptr); });
+    free(faulty([&] { return narrow(wide, nullptr); }));
+    free(wide);
+}
+
 void walk(wiq_json_t* node, int depth) {
     ask(node);
     get_all(node, "a");
@@ -234,6 +298,7 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     wiq_json_t* root = faulty([&] { return wiq_json_loads(text.c_str(), 0, &error); });
     CHECK((root == nullptr) == (error.status != 0));
     ask(nullptr);
+    use_containers();
     if (root == nullptr)
         return 0;
     walk(root, 0);
