@@ -15,12 +15,14 @@ namespace {
 using Tree = std::map<std::string, std::optional<std::string>>;
 
 const std::string& base() {
-    static const std::string path = [] {
+    static const std::string* const path = [] {
         std::string name = (std::filesystem::temp_directory_path() / "ke-fuzz-XXXXXX").string();
         CHECK(mkdtemp(name.data()) != nullptr);
-        return name;
+        // Never destroyed, so that it can be read when the program ends.
+        atexit([] { rmdir(base().c_str()); });
+        return new std::string(name);
     }();
-    return path;
+    return *path;
 }
 
 class Run {
