@@ -57,6 +57,7 @@ i32 append(ArrayNode* array, wiq_json* child) {
         return WIQ_ERR_NO_MEMORY;
     }
     elems->data[elems->size] = child;
+    touch_to_attach(array, child);
     settle(array, elems->size++, child);
     return 0;
 }
@@ -100,6 +101,7 @@ wiq_json* swap_elem(ArrayNode* array, i32 index, i32 position, wiq_json* child) 
     wiq_json* old = elems_of(array)[index];
     hand_over_child(array, old);
     elems_of(array)[index] = child;
+    touch_to_attach(array, child);
     count_up(child);
     settle(array, position, child);
     return old;

@@ -82,22 +82,27 @@ i32 filter_strong(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
 // at which the array lists it.
 struct Place {
     wiq_json* elem;
-    const char* key;  // of a dropped member of an object, whose position leads here
+    const char* key;  // the position of a dropped node that has a pointer there; it leads here now
     i32 rank;
     u32 index : 31;
     u32 dropped : 1;
 };
 
-// Keys are aligned as their members are, so that an odd address is none.
+// A member's key, or the record of a root's document.
+bool has_pointer(const wiq_json* elem) {
+    return wiq_json_is_obj(elem->parent) || has_document(elem);
+}
+
+// Keys are aligned as their members are, and records as blocks are, so that an odd address is neither.
 const char* tag(const Place* place) {
     return reinterpret_cast<const char*>(place) + 1;
 }
-const Place* tagged_place(const wiq_json* member) {
-    const char* key = member->position.key;
+const Place* tagged_place(const wiq_json* elem) {
+    const char* key = elem->position.key;
     return reinterpret_cast<u64>(key) % 2 != 0 ? reinterpret_cast<const Place*>(key - 1) : nullptr;
 }
 
-// The positions of dropped nodes are overwritten, in order; `key` keeps what a member's was.
+// The positions of dropped nodes are overwritten, in order; `key` keeps the pointers.
 void number_dropped(Place* places, i32 size) {
     i32 number = size;
     for (i32 i = 0; i < size; ++i) {
@@ -106,7 +111,7 @@ void number_dropped(Place* places, i32 size) {
             continue;
         }
         place.rank = number++;
-        if (wiq_json_is_obj(place.elem->parent)) {
+        if (has_pointer(place.elem)) {
             place.key = place.elem->position.key;
             place.elem->position.key = tag(&place);
         } else {
@@ -117,21 +122,21 @@ void number_dropped(Place* places, i32 size) {
 
 // What counts in the order: a place in an array, or the number of a dropped node; otherwise 0.
 i32 rank_of(const wiq_json* elem) {
-    if (!wiq_json_is_obj(elem->parent)) {
+    if (!has_pointer(elem)) {
         return static_cast<i32>(elem->position.index);
     }
     const Place* place = tagged_place(elem);
     return place != nullptr ? place->rank : 0;
 }
 
-// Members get their keys back, the last one first: a node that was dropped twice was tagged twice. A node
-// without a parent has no position, so that it counts as 0 the next time, too.
+// Pointers come back, the last one first: a node that was dropped twice was tagged twice. Any other node without a
+// parent has no position, so that it counts as 0 the next time, too.
 void restore_positions(Place* places, i32 size) {
     for (i32 i = size - 1; i >= 0; --i) {
         wiq_json* elem = places[i].elem;
         if (places[i].key != nullptr) {
             elem->position.key = places[i].key;
-        } else if (elem->parent == nullptr) {
+        } else if (elem->parent == nullptr && !has_document(elem)) {
             unlink_from_parent(elem);
         }
     }

@@ -94,7 +94,7 @@ i32 copy_members(OpenSource* source, ObjectNode* parent, Chunks* chunks, Inside*
             return status;
         }
         copy->refcount = 1;
-        Member* placed = member_of(copy, key);
+        Member* placed = member_of(copy, key, chunks);
         if (placed == nullptr) {
             wiq_json_delete_impl(copy);
             return WIQ_ERR_NO_MEMORY;
@@ -130,7 +130,10 @@ i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
             source = open(inside.container);
             parent = inside.copy;
         } else if (outer.empty()) {
+            give_document(&chunks, root_copy);
             return 0;
+        } else if (!list_table(&chunks, parent)) {
+            return WIQ_ERR_NO_MEMORY;
         } else {
             source = outer.top();
             outer.pop();

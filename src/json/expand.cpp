@@ -7,8 +7,8 @@
 #include <atomic>
 
 #include "containers/small_stack.h"
+#include "json/blocks.h"
 #include "json/expand_visitor.h"
-#include "json/node.h"
 
 namespace ke::json {
 

@@ -29,10 +29,13 @@
 // whose key is long, has a member in a block apart. A bit beside `home` says that there is room for a table
 // after a container's node.
 //
-// The blocks of nodes that the parser or a copy makes, except roots and large nodes, lie in chunks (chunks.h).
+// The blocks of nodes that the parser or a copy makes, except roots, lie in chunks (chunks.h).
 // Another bit beside `home` says so, and `home` is then the distance to the last mark before the node. The owners
 // of a block are the same as above, but a member that stays when another child takes its node's place counts as
 // one more block of the chunk. None of this changes while the node lives. The functions are in blocks.h.
+//
+// A root has a block of its own. If the document's chunks are listed (document.h), its `home` is kHomeOfRoot, which
+// is no distance, and its position is the list.
 //
 // What a container holds is released by the model itself, in refcount.cpp, without recursion.
 #pragma once
@@ -71,9 +74,10 @@ struct wiq_json {
     i32 refcount;
     wiq_json* parent;
     union {
-        u32 index;        // in an array
-        const char* key;  // in an object: the text in the member's block
-        wiq_json* next;   // in an array that is being released: another element
+        u32 index;                     // in an array
+        const char* key;               // in an object: the text in the member's block
+        wiq_json* next;                // in an array that is being released: another element
+        ke::json::Document* document;  // of a root that has one
     } position;
 };
 
@@ -169,6 +173,12 @@ inline i32 size_of(const ArrayNode* array) {
     return array->elems.size;
 }
 
+// The `home` of a root with a document, see above.
+constexpr u8 kHomeOfRoot = 1;
+inline bool has_document(const wiq_json* node) {
+    return node->home == kHomeOfRoot && node->in_chunk == 0;
+}
+
 // Clears a child's link to its parent and its place there.
 inline void unlink_from_parent(wiq_json* child) {
     child->parent = nullptr;
@@ -201,8 +211,8 @@ template <class Node>
 constexpr size_t kSizeInChunk = (sizeof(Node) + 7) / 8 * 8;
 
 // A new node of so many bytes; with a key, in one block with its member, unless the key is too long for
-// that, or the node too large. If `chunks` is given, the block is taken from there, unless it is too large.
-// Returns nullptr when out of memory.
+// that, or the node too large: see is_apart_from(). If `chunks` is given, the block is taken from there. Returns
+// nullptr when out of memory.
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
 // A new node in a chunk. These serve the usual elements and members of a document: the sizes are known, and a
@@ -338,14 +348,6 @@ wiq_json* take_member(ObjectNode* obj, Member* member);
 // Whether attaching the child to the container would make the child its own ancestor. A container tree
 // with a ring in it could be neither released nor walked.
 bool closes_ring(const wiq_json* container, wiq_json* child);
-
-// The count, changed as every thread may change it; each returns the new value.
-inline i32 count_up(wiq_json* node) {
-    return std::atomic_ref<i32>(node->refcount).fetch_add(1, std::memory_order_relaxed) + 1;
-}
-inline i32 count_down(wiq_json* node) {
-    return std::atomic_ref<i32>(node->refcount).fetch_sub(1, std::memory_order_acq_rel) - 1;
-}
 
 // A container gives up its reference to a child that it no longer holds, and the child is destroyed if
 // nobody else has one: a strong container also stops being its parent, a weak one leaves a child alone

@@ -82,6 +82,7 @@ i32 add_member(ObjectNode* obj, Member** end, Member* member) {
 // Puts a child, whose count is as it should be, in the place of another one. The member stays, with its key
 // and where it is: a walk may stand on it, and its caller may hold the key.
 void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
+    touch_to_attach(obj, child);
     wiq_json* old = member->child;
     if (is_made_with(member, old)) {
         share_block(member, old);
@@ -109,6 +110,7 @@ i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
         std::free(member);
         return WIQ_ERR_NO_MEMORY;
     }
+    touch_to_attach(obj, child);
     count_up(child);
     settle(obj, member, child);
     return 0;
@@ -143,13 +145,14 @@ wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
     if (node == nullptr) {
         return nullptr;
     }
-    const bool is_apart = node->home == 0;
+    const bool is_apart = is_without_member(node);
     Member* member = member_of(node, key);
     if (member == nullptr || add_member(obj, place, member) != 0) {
         std::free(is_apart ? member : nullptr);
         free_node(node);
         return nullptr;
     }
+    touch_to_attach(obj, node);
     node->refcount = 1;
     settle(obj, member, node);
     return node;

@@ -17,6 +17,14 @@ const TextNode* uri_of(const Member* member) {
     return is_reference ? as<TextNode>(member->child) : nullptr;
 }
 
+// Releases a node of a document that is still being made, of which it does not count as a touch: a reference that
+// takes the place of an object leaves the document as good as any other.
+void discard(wiq_json* node) {
+    wiq_json_finalize(node);
+    if (node != nullptr)
+        drop_node(node);
+}
+
 }  // namespace
 
 OpenContainers::~OpenContainers() {
@@ -30,23 +38,23 @@ OpenContainers::~OpenContainers() {
 
 // Whether the member of an early node has a block of its own.
 bool OpenContainers::is_apart(const Frame& frame) {
-    return frame.member != nullptr && frame.node->home == 0;
+    return frame.member != nullptr && is_without_member(frame.node);
 }
 
 // Releases a container's children and the container; a member apart stays.
 void OpenContainers::abandon(const Frame& frame) {
     for (size_t i = count_of(frame); i-- != 0;) {
         if (frame.type == kJsonArray) {
-            wiq_json_delete_impl(elems_of(frame)[i]);
+            discard(elems_of(frame)[i]);
         } else {
             Member* member = members_of(frame)[i];
             wiq_json* child = member->child;
             free_member(member);
-            wiq_json_delete_impl(child);
+            discard(child);
         }
     }
     forget_children(frame);
-    wiq_json_delete_impl(frame.node);
+    discard(frame.node);
 }
 
 i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_keys) {
@@ -73,7 +81,7 @@ i32 OpenContainers::make_early(Frame* frame, Chunks* chunks) {
     if (node == nullptr)
         return WIQ_ERR_NO_MEMORY;
     if (key != nullptr) {
-        frame->member = member_of(node, *key);
+        frame->member = member_of(node, *key, chunks);
         if (frame->member == nullptr) {
             free_node(node);
             return WIQ_ERR_NO_MEMORY;
@@ -128,6 +136,11 @@ i32 OpenContainers::hand_over(wiq_json* node, Member* member, const Frame& frame
     return 0;
 }
 
+// Called while the table is still empty or the frame's list is, so that a failure leaves every child with one owner.
+bool OpenContainers::list_table_of(const Frame& frame) {
+    return frames_.size() == 1 || list_table(&chunks_, frame.node);
+}
+
 i32 OpenContainers::finish_array(Frame* frame) {
     const size_t count = count_of(*frame);
     if (count > INT32_MAX)
@@ -151,6 +164,8 @@ i32 OpenContainers::finish_array(Frame* frame) {
         if (elems.data == nullptr)
             return WIQ_ERR_NO_MEMORY;
         elems.capacity = size;
+        if (!list_table_of(*frame))
+            return WIQ_ERR_NO_MEMORY;
     }
     memcpy(elems.data, children, count * sizeof(wiq_json*));
     elems.size = size;
@@ -160,13 +175,15 @@ i32 OpenContainers::finish_array(Frame* frame) {
 i32 OpenContainers::finish_object(Frame* frame) {
     const size_t count = count_of(*frame);
     if (frame->own_table)
-        return 0;
+        return list_table_of(*frame) ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
     if (count > load_limit(kMostBuckets))
         return WIQ_ERR_NO_MEMORY;
     const u64 buckets = count == 0 ? 0 : grown_buckets(count);
     const bool early = frame->node != nullptr;
     if (early) {
         if (buckets != 0 && make_table(as<ObjectNode>(frame->node), buckets) != 0)
+            return WIQ_ERR_NO_MEMORY;
+        if (!list_table_of(*frame))
             return WIQ_ERR_NO_MEMORY;
     } else {
         frame->node =
@@ -178,6 +195,8 @@ i32 OpenContainers::finish_object(Frame* frame) {
     Member** const members = members_of(*frame);
     if (count != 0 && !build_table(&obj->members, members, count))
         return finish_with_duplicates(frame);
+    if (index_of(obj->members) != nullptr)
+        chunks_.touch_document();
     for (size_t i = 0; i < count && !early; ++i)
         settle(obj, members[i], members[i]->child);
     return 0;
@@ -185,6 +204,8 @@ i32 OpenContainers::finish_object(Frame* frame) {
 
 // Adds the members one by one, so that those of the same key replace each other.
 i32 OpenContainers::finish_with_duplicates(Frame* frame) {
+    // The table was listed.
+    chunks_.touch_document();
     drop_table(frame->node);
     auto* obj = as<ObjectNode>(frame->node);
     Member** const members = members_of(*frame);
@@ -215,7 +236,7 @@ i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
     if (reference == nullptr)
         return WIQ_ERR_NO_MEMORY;
     Member* member = is_apart(frame) ? frame.member : nullptr;
-    if (member == nullptr && frame.is_member && reference->home == 0) {
+    if (member == nullptr && frame.is_member && is_without_member(reference)) {
         member = new_member(frame.key);
         if (member == nullptr) {
             free_node(reference);

@@ -37,7 +37,7 @@ class OpenContainers {
     // Gives a new node to the innermost container, as a member if there is a key, with which it was made.
     // 0, or -5000; the node is not the caller's any more.
     i32 add(wiq_json* node, const Key* key) {
-        if (key != nullptr && node->home == 0)
+        if (key != nullptr && is_without_member(node))
             return give(node, nullptr, key);
         node->refcount = 1;
         return key != nullptr ? give_member(frames_.top(), node, member_of(node, *key))
@@ -52,6 +52,9 @@ class OpenContainers {
     // Closes the innermost container and gives it to the one around it, or to *root. An object whose only
     // member is "$ref" with a text becomes a reference. 0, or -5000.
     i32 close(wiq_json** root);
+
+    // Called when all is closed.
+    void give_document_to(wiq_json* root) { give_document(&chunks_, root); }
 
   private:
     struct Frame {
@@ -86,6 +89,7 @@ class OpenContainers {
     static i32 make_early(Frame* frame, Chunks* chunks);
     i32 make_now(Frame* frame);
 
+    bool list_table_of(const Frame& frame);
     i32 finish_array(Frame* frame);
     i32 finish_object(Frame* frame);
     i32 finish_with_duplicates(Frame* frame);
@@ -108,7 +112,7 @@ inline i32 OpenContainers::give(wiq_json* node, Member* member, const Key* key) 
     if (key == nullptr)
         return give_elem(frame, node);
     if (member == nullptr)
-        member = member_of(node, *key);
+        member = member_of(node, *key, &chunks_);
     if (member == nullptr) {
         wiq_json_delete_impl(node);
         return WIQ_ERR_NO_MEMORY;

@@ -2,7 +2,7 @@
 // and the caller's, even if its count is 0.
 
 #include "json/array_place.h"
-#include "json/node.h"
+#include "json/blocks.h"
 
 using namespace ke::json;
 

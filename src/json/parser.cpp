@@ -35,6 +35,7 @@ class Parser {
         err->position = lexer_.position();
         wiq_json_t* root = root_;
         root_ = nullptr;
+        open_.give_document_to(root);
         return root;
     }
 

@@ -230,6 +230,12 @@ wiq_json* take_next_child(wiq_json* node) {
 
 // With everything below them that dies with them.
 void release_children(wiq_json* top) {
+    Document* document = take_document(top);
+    if (document != nullptr && !document->touched.load(std::memory_order_relaxed)) {
+        free_document(document);
+        return;
+    }
+    leave_touched_document(document);
     Freed freed;
     add_to_count(top, kDying);
     begin_emptying(top);
@@ -303,6 +309,7 @@ void release_if_unreferenced(wiq_json* node) {
 }
 
 void hand_over_child(const wiq_json* container, wiq_json* child) {
+    touch(child);
     if (child->parent == container) {
         unlink_from_parent(child);
     }

@@ -56,15 +56,23 @@ wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks) {
     if (key != nullptr && key->length <= kLongestWithNode && size <= kLargestWithMember) {
         offset = member_span(key->length);
     }
-    const bool in_chunk = chunks != nullptr && offset + size <= Chunks::kLargestBlock &&
-                          (key == nullptr || offset != 0);
-    char* block = in_chunk ? chunks->take((offset + size + kUnit - 1) / kUnit * kUnit, offset)
-                           : static_cast<char*>(std::malloc(offset + size));
+    char* block = nullptr;
+    size_t home = offset / kUnit;
+    if (chunks == nullptr) {
+        block = static_cast<char*>(std::malloc(offset + size));
+    } else if (offset + size <= Chunks::kLargestBlock && (key == nullptr || offset != 0)) {
+        block = chunks->take((offset + size + kUnit - 1) / kUnit * kUnit, offset);
+        home = chunks->distance(block + offset);
+    } else {
+        offset = 0;
+        block = chunks->take_alone(size);
+        home = Chunks::kDistanceAlone;
+    }
     if (block == nullptr) {
         return nullptr;
     }
     auto* node = reinterpret_cast<wiq_json*>(block + offset);
-    begin_node(node, type, in_chunk ? chunks->distance(block + offset) : offset / kUnit, in_chunk);
+    begin_node(node, type, home, chunks != nullptr);
     if (offset != 0) {
         make_member(block, *key);
     }

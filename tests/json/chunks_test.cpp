@@ -120,11 +120,11 @@ TEST(Chunks, RootsAreApart) {
                 continue;
             }
             EXPECT_EQ(root->in_chunk, 0);
-            EXPECT_EQ(root->home, 0);
+            EXPECT_TRUE(root->home == 0 || ke::json::has_document(root));
             wiq_json_t* copied = wiq_json_copy(root, nullptr);
             ASSERT_NE(copied, nullptr);
             EXPECT_EQ(copied->in_chunk, 0);
-            EXPECT_EQ(copied->home, 0);
+            EXPECT_TRUE(copied->home == 0 || ke::json::has_document(copied));
             wiq_json_finalize(root);
             free(root);
             wiq_json_finalize(copied);
@@ -193,7 +193,9 @@ TEST(Chunks, AnyNodeOutlivesItsDocument) {
             ASSERT_EQ(wiq_json_str_get(of_array), std::to_string(kept));
             ASSERT_EQ(wiq_json_str_get(of_obj), std::to_string(kept));
             ASSERT_EQ(wiq_json_parent_key(of_obj), nullptr);
-            ASSERT_EQ(live_blocks(), before + 2);
+            // Two chunks, and the records of the documents if these had more than one.
+            ASSERT_GE(live_blocks(), before + 2);
+            ASSERT_LE(live_blocks(), before + 4);
             wiq_json_unref(of_array);
             wiq_json_unref(of_obj);
             ASSERT_EQ(live_blocks(), before);

@@ -1,0 +1,63 @@
+// See document.h.
+
+#include "json/document.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "json/chunks.h"
+
+namespace ke::json {
+
+namespace {
+
+void free_record(Document* document) {
+    free(document->apart);
+    free(document);
+}
+
+}  // namespace
+
+Document* new_document() {
+    void* block = malloc(sizeof(Document));
+    return block != nullptr ? new (block) Document{1, false, nullptr, nullptr, 0, 0} : nullptr;
+}
+
+void leave_document(Document* document) {
+    if (document != nullptr && document->owners.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        free_record(document);
+}
+
+void leave_touched_document(Document* document) {
+    if (document == nullptr)
+        return;
+    free(document->apart);
+    document->apart = nullptr;
+    leave_document(document);
+}
+
+bool list_apart(Document* document, void* block) {
+    if (document->apart_size == document->apart_capacity) {
+        const size_t capacity = document->apart_capacity == 0 ? 8 : 2 * document->apart_capacity;
+        auto** grown = static_cast<void**>(realloc(document->apart, capacity * sizeof(void*)));
+        if (grown == nullptr)
+            return false;
+        document->apart = grown;
+        document->apart_capacity = capacity;
+    }
+    document->apart[document->apart_size++] = block;
+    return true;
+}
+
+void free_document(Document* document) {
+    for (size_t i = 0; i < document->apart_size; ++i)
+        free(document->apart[i]);
+    for (Chunk* chunk = document->last; chunk != nullptr;) {
+        Chunk* previous = chunk->previous;
+        free(chunk);
+        chunk = previous;
+    }
+    free_record(document);
+}
+
+}  // namespace ke::json

@@ -1,0 +1,446 @@
+// Documents that nobody has touched, which are released without a visit to their nodes: which calls leave a document
+// untouched and which do not, and that all its memory goes back either way, with what somebody keeps.
+#include "json/document.h"
+
+#include <gtest/gtest.h>
+#include <uv.h>
+
+#include <functional>
+
+#include "json/blocks.h"
+#include "json/tree.h"
+#include "support/alloc_faults.h"
+#include "support/colliding_keys.h"
+#include "support/temporary_stream.h"
+
+namespace {
+
+using ke::json::has_document;
+using tree::text_of;
+using tree::Tree;
+
+#if defined(KE_ADDRESS_SANITIZER)
+constexpr bool kOneBlockEach = true;
+#else
+constexpr bool kOneBlockEach = false;
+#endif
+
+bool is_touched(const Tree& root) {
+    return !has_document(root.get()) || root->position.document->touched.load();
+}
+wiq_json_t* at(const Tree& root, const char* where) {
+    return wiq_json_ptr_get(root.get(), where, nullptr, nullptr);
+}
+
+// A document with every kind of block: tables in blocks of their own, a key and a text too long for a chunk.
+std::string table(int count) {
+    std::string text = "{";
+    for (int i = 0; i < count; ++i)
+        text += (i == 0 ? "\"k" : ",\"k") + std::to_string(i) + "\":" + std::to_string(i);
+    return text + "}";
+}
+std::string list(int count) {
+    std::string text = "[0";
+    for (int i = 1; i < count; ++i)
+        text += "," + std::to_string(i);
+    return text + "]";
+}
+std::string document(const std::string& reference = R"(,"ref":{"$ref":"#/a"})") {
+    return R"({"a":{"b":[1,2.5,"text",null,{"c":true}]},"empty":{},"list":)" + list(200) +
+           R"(,"table":)" + table(200) + R"(,"long":")" + std::string(3000, 'x') + R"(",")" +
+           std::string(3000, 'k') + R"(":[[")" + std::string(2000, 'y') + R"("]])" + reference +
+           "}";
+}
+Tree parse(const std::string& text) {
+    return Tree(wiq_json_loads(text.c_str(), 0, nullptr));
+}
+
+struct Step {
+    const char* name;
+    bool touches;
+    // Gets the root, and may return a node that it keeps a reference to.
+    std::function<wiq_json_t*(const Tree&)> run;
+};
+
+void ignore(const void*) {}
+
+const Step kSteps[] = {
+    {"nothing", false, [](const Tree&) { return nullptr; }},
+    {"a reference to the root", false,
+     [](const Tree& root) {
+         wiq_json_ref(root.get());
+         wiq_json_ref(root.get());
+         wiq_json_unref(root.get());
+         return nullptr;
+     }},
+    {"looking up", false,
+     [](const Tree& root) {
+         EXPECT_EQ(wiq_json_i64_get(at(root, "/table/k199")), 199);
+         EXPECT_EQ(wiq_json_array_size(at(root, "/list")), 200);
+         return nullptr;
+     }},
+    {"writing, copying and comparing", false,
+     [](const Tree& root) {
+         char* text = nullptr;
+         EXPECT_GT(wiq_json_sdump(root.get(), &text, WIQ_JSON_DUMP_SORT_KEYS), 0);
+         free(text);
+         Tree copied(wiq_json_copy(root.get(), nullptr));
+         EXPECT_FALSE(is_touched(copied));
+         EXPECT_TRUE(wiq_json_equal(root.get(), copied.get()));
+         return nullptr;
+     }},
+    {"a copy of a part", false,
+     [](const Tree& root) { return wiq_json_copy(at(root, "/table"), nullptr); }},
+    {"a reference that is given up again", true,
+     [](const Tree& root) {
+         wiq_json_ref(at(root, "/a/b"));
+         wiq_json_unref(at(root, "/a/b"));
+         return nullptr;
+     }},
+    {"a reference to a small node", true,
+     [](const Tree& root) {
+         wiq_json_t* node = at(root, "/a/b/2");
+         wiq_json_ref(node);
+         return node;
+     }},
+    {"a reference to a large text", true,
+     [](const Tree& root) {
+         wiq_json_t* node = at(root, "/long");
+         wiq_json_ref(node);
+         return node;
+     }},
+    {"a reference to a container with a table", true,
+     [](const Tree& root) {
+         wiq_json_t* node = at(root, "/table");
+         wiq_json_ref(node);
+         return node;
+     }},
+    {"a new member of the root", true,
+     [](const Tree& root) {
+         ignore(wiq_json_obj_put_i64(root.get(), "new", 1, nullptr));
+         return nullptr;
+     }},
+    {"a new member below", true,
+     [](const Tree& root) {
+         ignore(wiq_json_obj_put_str(at(root, "/a/b/4"), "new", "text", nullptr));
+         return nullptr;
+     }},
+    {"another value", true,
+     [](const Tree& root) {
+         ignore(wiq_json_obj_put_null(at(root, "/table"), "k7", nullptr));
+         return nullptr;
+     }},
+    {"a new element", true,
+     [](const Tree& root) {
+         ignore(wiq_json_array_push_i64(at(root, "/a/b"), 1, nullptr));
+         return nullptr;
+     }},
+    {"an element that was made before", true,
+     [](const Tree& root) {
+         wiq_json_t* made = wiq_json_i64_new(5, nullptr);
+         EXPECT_EQ(wiq_json_array_push_ext(at(root, "/list"), made, nullptr), 0);
+         wiq_json_unref(made);
+         return nullptr;
+     }},
+    {"a pointer write", true,
+     [](const Tree& root) {
+         EXPECT_NE(wiq_json_ptr_put_i64(root.get(), "/a/d/e", 1, nullptr), nullptr);
+         return nullptr;
+     }},
+    {"a member removed", true,
+     [](const Tree& root) {
+         EXPECT_EQ(wiq_json_obj_remove(root.get(), "list"), 0);
+         return nullptr;
+     }},
+    {"a long text removed", true,
+     [](const Tree& root) {
+         EXPECT_EQ(wiq_json_obj_remove(root.get(), "long"), 0);
+         return nullptr;
+     }},
+    {"elements popped", true,
+     [](const Tree& root) {
+         EXPECT_EQ(wiq_json_array_pop(at(root, "/a/b"), 2), 0);
+         return nullptr;
+     }},
+    {"an element popped and kept", true,
+     [](const Tree& root) { return wiq_json_array_pop_elem(at(root, "/a/b")); }},
+    {"an element swapped out", true,
+     [](const Tree& root) {
+         return wiq_json_array_swap(at(root, "/a/b"), 2, wiq_json_null_new(nullptr), nullptr);
+     }},
+    {"an orphan", true,
+     [](const Tree& root) {
+         wiq_json_t* node = at(root, "/a/b");
+         wiq_json_ref(node);
+         EXPECT_EQ(wiq_json_make_orphan(node), 0);
+         return node;
+     }},
+    {"elements filtered", true,
+     [](const Tree& root) {
+         EXPECT_EQ(
+             wiq_json_array_filter(
+                 at(root, "/list"),
+                 [](wiq_json_t* elem, void*) { return wiq_json_i64_get(elem) % 2 == 0; }, nullptr),
+             0);
+         return nullptr;
+     }},
+    {"a weak array", true,
+     [](const Tree& root) {
+         wiq_json_t* weak = wiq_json_array_weak_new(0, nullptr);
+         EXPECT_EQ(wiq_json_array_push_ext(weak, at(root, "/a/b/2"), nullptr), 0);
+         return weak;
+     }},
+    {"an expansion", true,
+     [](const Tree& root) {
+         wiq_json_ref(root.get());
+         ignore(wiq_json_obj_put_jref(root.get(), "ref", "#/a", nullptr));
+         EXPECT_EQ(wiq_json_jref_expand(root.get()), 0);
+         return nullptr;
+     }},
+    {"the root in another document", true,
+     [](const Tree& root) {
+         wiq_json_t* outer = wiq_json_array_new(0, nullptr);
+         EXPECT_EQ(wiq_json_array_push_ext(outer, root.get(), nullptr), 0);
+         return outer;
+     }},
+    {"the root in an object, and out again", true,
+     [](const Tree& root) {
+         Tree outer(wiq_json_obj_new(0, nullptr));
+         EXPECT_EQ(wiq_json_obj_put_ext(outer.get(), "in", root.get(), nullptr), 0);
+         EXPECT_EQ(wiq_json_make_orphan(root.get()), 0);
+         return nullptr;
+     }},
+    {"the root in a weak array that is filtered", false,
+     [](const Tree& root) {
+         wiq_json_ref(root.get());
+         Tree other = parse(document(""));
+         wiq_json_ref(other.get());
+         Tree weak(wiq_json_array_weak_new(0, nullptr));
+         wiq_json_t* listed[] = {root.get(), root.get(), other.get(), root.get(), other.get()};
+         for (wiq_json_t* node : listed)
+             EXPECT_EQ(wiq_json_array_push_ext(weak.get(), node, nullptr), 0);
+         EXPECT_EQ(
+             wiq_json_array_filter(
+                 weak.get(), [](wiq_json_t* elem, void* user) { return elem != user; }, root.get()),
+             0);
+         EXPECT_EQ(wiq_json_array_size(weak.get()), 2);
+         EXPECT_EQ(wiq_json_array_get_ext(weak.get(), 0, 0, nullptr), other.get());
+         EXPECT_EQ(wiq_json_array_get_ext(weak.get(), 1, 0, nullptr), other.get());
+         EXPECT_FALSE(is_touched(other));
+         return nullptr;
+     }},
+};
+
+TEST(JsonDocument, WhatTouchesOne) {
+    const std::string text = document("");
+    // The first call of each of these makes what stays.
+    kSteps[3].run(parse(text));
+    for (const Step& step : kSteps) {
+        for (const bool copied : {false, true}) {
+            SCOPED_TRACE(std::string(step.name) + (copied ? ", copied" : ", parsed"));
+            const long before = live_blocks();
+            Tree root = parse(text);
+            ASSERT_NE(root, nullptr);
+            if (copied)
+                root.reset(wiq_json_copy(Tree(root.release()).get(), nullptr));
+            ASSERT_FALSE(is_touched(root));
+            wiq_json_t* kept = step.run(root);
+            EXPECT_EQ(is_touched(root), step.touches);
+            const std::string was = kept != nullptr ? text_of(kept) : "";
+            root.reset();
+            if (kept != nullptr) {
+                EXPECT_EQ(text_of(kept), was);
+            }
+            wiq_json_unref(kept);
+            EXPECT_EQ(live_blocks(), before);
+        }
+    }
+}
+
+// What the parser itself gives up on the way: objects that become references, and values of keys that come twice.
+TEST(JsonDocument, WhatTheParserGivesUp) {
+    const std::string uri(2000, 'u');
+    const std::string key(1000, 'k');
+    std::string references = "[" + list(100);
+    for (int i = 0; i < 500; ++i)
+        references += ",{\"$ref\":\"#/" + std::to_string(i) + "\"}";
+    references += "]";
+    std::string twice =
+        "{\"t\":" + table(200) + ",\"list\":" + list(100) + "," + table(100).substr(1);
+    twice.pop_back();
+    twice += ",\"t\":1,\"list\":[" + table(300) + "],\"k5\":\"" + uri + "\"}";
+    struct Case {
+        std::string text;
+        bool touched;
+    };
+    const Case cases[] = {
+        // With a block in each chunk, the texts that are given up take their chunks with them.
+        {references, kOneBlockEach},
+        {"[[{\"$ref\":\"" + uri + "\"},1],{\"" + key + "\":{\"$ref\":\"" + uri + "\"}}," +
+             list(50) + "]",
+         true},  // the text had a chunk of its own
+        {twice, true},
+        {"[" + twice + "," + twice + "]", true},
+        {"[{\"a\":1,\"a\":2}," + list(100) + "]", true},
+        {"{\"$ref\":\"" + uri + "\"}", true},
+        {"[1]", true},  // too small for a record
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.text.substr(0, 100));
+        const long before = live_blocks();
+        Tree root = parse(one.text);
+        ASSERT_NE(root, nullptr);
+        EXPECT_EQ(is_touched(root), one.touched);
+        Tree again(wiq_json_copy(root.get(), nullptr));
+        EXPECT_TRUE(wiq_json_equal(root.get(), again.get()));
+        root.reset();
+        again.reset();
+        EXPECT_EQ(live_blocks(), before);
+    }
+}
+
+TEST(JsonDocument, UniqueKeysAndStreams) {
+    // An object with unique keys that becomes a reference would touch the document.
+    const std::string text = document("");
+    const long before = live_blocks();
+    Tree unique(wiq_json_loads(text.c_str(), WIQ_JSON_REJECT_DUPLICATES, nullptr));
+    ASSERT_NE(unique, nullptr);
+    EXPECT_FALSE(is_touched(unique));
+    FILE* stream = temporary_stream();
+    ASSERT_NE(stream, nullptr);
+    ASSERT_EQ(fwrite(text.data(), 1, text.size(), stream), text.size());
+    rewind(stream);
+    Tree streamed(wiq_json_loadf(stream, 0, nullptr));
+    fclose(stream);
+    ASSERT_NE(streamed, nullptr);
+    EXPECT_FALSE(is_touched(streamed));
+    EXPECT_TRUE(wiq_json_equal(unique.get(), streamed.get()));
+    unique.reset();
+    streamed.reset();
+    EXPECT_EQ(live_blocks(), before);
+}
+
+// The list of the blocks outside of the chunks goes with the root.
+TEST(JsonDocument, WhatAKeptNodeKeeps) {
+    std::string text = "[" + list(70);
+    for (int i = 0; i < 5000; ++i)
+        text += "," + list(70);
+    text += "]";
+    const long before = live_bytes();
+    Tree root = parse(text);
+    wiq_json_t* kept = at(root, "/2500/69");
+    wiq_json_ref(kept);
+    root.reset();
+    EXPECT_LE(live_bytes() - before, 16 * 1024);
+    EXPECT_EQ(wiq_json_i64_get(kept), 69);
+    wiq_json_unref(kept);
+    EXPECT_EQ(live_bytes(), before);
+}
+
+TEST(JsonDocument, CollidingKeys) {
+    const long before = live_blocks();
+    {
+        std::string inner = "{";
+        for (const std::string& key : colliding::keys(300))
+            inner += (inner.size() == 1 ? "\"" : ",\"") + key + "\":[1]";
+        inner += "}";
+        for (const std::string& text : {inner, "[" + inner + "," + inner + "]"}) {
+            Tree root = parse(text);
+            ASSERT_NE(root, nullptr);
+            Tree copied(wiq_json_copy(root.get(), nullptr));
+            EXPECT_TRUE(wiq_json_equal(root.get(), copied.get()));
+        }
+    }
+    EXPECT_EQ(live_blocks(), before);
+}
+
+// A finalised root is the caller's block.
+TEST(JsonDocument, FinalizedRoots) {
+    const std::string text = document();
+    const long before = live_blocks();
+    for (const bool touched : {false, true}) {
+        wiq_json_t* root = wiq_json_loads(text.c_str(), 0, nullptr);
+        ASSERT_NE(root, nullptr);
+        if (touched) {
+            ASSERT_EQ(wiq_json_obj_remove(root, "a"), 0);
+        }
+        wiq_json_finalize(root);
+        EXPECT_EQ(root->home, 0);
+        EXPECT_EQ(wiq_json_obj_size(root), 0);
+        free(root);
+        EXPECT_EQ(live_blocks(), before);
+    }
+}
+
+TEST(JsonDocumentFaults, EveryAllocation) {
+    std::string text = "[[\"" + std::string(2000, 'x') + "\"]";
+    for (int i = 0; i < 6; ++i)
+        text += "," + list(70) + ",{\"" + std::string(600, 'k') + "\":" + table(60) + "}";
+    text += "]";
+    Tree whole = parse(text);
+    for (const i32 flags : {0, static_cast<i32>(WIQ_JSON_REJECT_DUPLICATES)}) {
+        const size_t points = SweepAllocations([&](AllocFaults& faults) {
+            faults.arm();
+            wiq_json_load_error error;
+            u32 err = 0;
+            wiq_json_t* parsed = wiq_json_loads(text.c_str(), flags, &error);
+            wiq_json_t* copied = parsed != nullptr ? wiq_json_copy(parsed, &err) : nullptr;
+            faults.disarm();
+            EXPECT_EQ(copied == nullptr, faults.fired());
+            if (parsed == nullptr) {
+                EXPECT_EQ(error.status, WIQ_ERR_NO_MEMORY);
+            } else {
+                EXPECT_EQ(static_cast<i32>(err), copied == nullptr ? WIQ_ERR_NO_MEMORY : 0);
+            }
+            if (copied != nullptr) {
+                EXPECT_TRUE(wiq_json_equal(copied, whole.get()));
+            }
+            wiq_json_unref(copied);
+            wiq_json_unref(parsed);
+        });
+        EXPECT_GT(points, 100u);
+    }
+}
+
+// Each thread holds the root, and some take references below it. The last one to leave releases the document.
+TEST(JsonDocumentThreads, ReadersWithAndWithoutReferences) {
+    constexpr int kThreads = 4;
+    const std::string text = document();
+    const long before = live_blocks();
+    for (int round = 0; round < 100; ++round) {
+        struct Reader {
+            wiq_json_t* root;
+            int takes;  // references
+        } readers[kThreads];
+        uv_thread_t threads[kThreads];
+        Tree root = parse(text);
+        wiq_json_ref(root.get());
+        for (int i = 0; i < kThreads; ++i) {
+            wiq_json_ref(root.get());
+            readers[i] = {root.get(), round % 2 == 0 ? 0 : i};
+            ASSERT_EQ(uv_thread_create(
+                          &threads[i],
+                          [](void* arg) {
+                              const auto* reader = static_cast<Reader*>(arg);
+                              wiq_json_t* node =
+                                  wiq_json_ptr_get(reader->root, "/a/b/2", nullptr, nullptr);
+                              for (int n = 0; n < reader->takes; ++n)
+                                  wiq_json_ref(node);
+                              wiq_json_t* weak = wiq_json_array_weak_new(0, nullptr);
+                              wiq_json_array_push_ext(weak, reader->root, nullptr);
+                              wiq_json_unref(weak);
+                              wiq_json_unref(reader->root);
+                              for (int n = 0; n < reader->takes; ++n)
+                                  wiq_json_unref(node);
+                          },
+                          &readers[i]),
+                      0);
+        }
+        root.reset();
+        for (uv_thread_t& thread : threads)
+            ASSERT_EQ(uv_thread_join(&thread), 0);
+        ASSERT_EQ(live_blocks(), before);
+    }
+}
+
+}  // namespace
