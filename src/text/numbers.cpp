@@ -97,13 +97,14 @@ i32 convert_narrow_unsigned(const char* text, Unsigned* out) {
     return status;
 }
 
-// Whether a number that is too large or too small for a double is too large. The text from `p` to `end` has the
-// digits of a number in the given base (10 or 16), and its exponent behind the mark ("e" or "p").
-bool is_too_large(const char* p, const char* end, u32 base) {
-    constexpr i64 kEnough = 1000000000;  // beyond any exponent that could matter, safe to add up
+// Where the first digit of a number that is not zero stands, as a power of the base: 0 directly after the point. The
+// text from `p` to `end` has the digits of a number in the given base (10 or 16), and its exponent after the mark ("e"
+// or "p"). In base 16 the unit is a power of two.
+i64 order_of(const char* p, const char* end, u32 base) {
+    constexpr i64 kEnough = i64{1} << 56;  // no text is that long, and the sum stays in range
     const i64 weight = base == 16 ? 4 : 1;
     const char mark = base == 16 ? 'p' : 'e';
-    i64 order = 0;  // exponent of the first digit that is not zero
+    i64 order = 0;
     bool point = false;
     bool significant = false;
     for (; p != end && to_lower(*p) != mark; ++p) {
@@ -118,7 +119,7 @@ bool is_too_large(const char* p, const char* end, u32 base) {
             order -= weight;
     }
     if (p == end)
-        return order > 0;
+        return order;
     ++p;
     const bool negative = *p == '-';
     if (*p == '-' || *p == '+')
@@ -128,7 +129,54 @@ bool is_too_large(const char* p, const char* end, u32 base) {
         if (exponent < kEnough)
             exponent = exponent * 10 + (*p - '0');
     }
-    return order + (negative ? -exponent : exponent) > 0;
+    return order + (negative ? -exponent : exponent);
+}
+
+// Whether a decimal number has an exponent of so many digits that std::from_chars() may cut it off: it reads no more
+// once they make 2^28.
+bool has_long_exponent(const char* first, const char* end) {
+    constexpr i64 kTrusted = 8;
+    const char* digits = end;
+    while (digits != first && is_digit(digits[-1]))
+        --digits;
+    if (end - digits <= kTrusted || digits == first)
+        return false;
+    const char* mark = digits - 1;
+    if ((*mark == '-' || *mark == '+') && mark != first)
+        --mark;
+    return to_lower(*mark) == 'e';
+}
+
+// The value of such a number. It is written anew, with a small exponent and as many digits as can matter: 767, and one
+// that says whether others follow that are not zero.
+double read_with_long_exponent(const char* p, const char* end) {
+    constexpr size_t kDigits = 767;
+    constexpr i64 kLargest = 400;  // beyond the exponents of all doubles
+    const i64 order = order_of(p, end, 10);
+    char text[kDigits + 16] = {};
+    size_t count = 0;
+    bool more = false;
+    for (; to_lower(*p) != 'e'; ++p) {
+        if (*p == '.' || (*p == '0' && count == 0))
+            continue;
+        if (count < kDigits)
+            text[count++] = *p;
+        else
+            more = more || *p != '0';
+    }
+    if (count == 0 || order < -kLargest)
+        return 0.0;
+    if (order > kLargest)
+        return std::numeric_limits<double>::infinity();
+    if (more)
+        text[count++] = '1';
+    char* out = text + count;
+    *out++ = 'e';
+    out = std::to_chars(out, text + sizeof(text), order - static_cast<i64>(count)).ptr;
+    double value = 0;
+    if (std::from_chars(text, out, value).ec == std::errc::result_out_of_range)
+        value = order > 0 ? std::numeric_limits<double>::infinity() : 0.0;
+    return value;
 }
 
 bool has_hex_prefix(const char* p, const char* last) {
@@ -164,9 +212,11 @@ const char* parse_double(const char* first, const char* last, double* out) {
     if (result.ec == std::errc::invalid_argument)
         return first;
     if (result.ec == std::errc::result_out_of_range) {
-        const bool large = is_too_large(p, result.ptr, base);
+        const bool large = order_of(p, result.ptr, base) > 0;
         value = large ? std::numeric_limits<double>::infinity() : 0.0;
     }
+    if (base == 10 && has_long_exponent(p, result.ptr))
+        value = read_with_long_exponent(p, result.ptr);
     *out = negative ? -value : value;
     return result.ptr;
 }

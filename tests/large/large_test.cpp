@@ -2,6 +2,9 @@
 #include "large/large_test.h"
 
 #include <cstdio>
+
+#include "ke_utils/json.h"
+#include "support/temporary_stream.h"
 #ifdef _WIN32
 #include <windows.h>
 // Needs the header above.
@@ -29,6 +32,23 @@ class Peak : public testing::Environment {
 };
 [[maybe_unused]] const testing::Environment* const g_peak =
     testing::AddGlobalTestEnvironment(new Peak);
+
+// The first dump of each kind registers a type, which stays: no test is to take that for a leak.
+class DumpTypes : public testing::Environment {
+    void SetUp() override {
+        wiq_json_t* node = wiq_json_null_new(nullptr);
+        char* text = nullptr;
+        ASSERT_EQ(wiq_json_sdump(node, &text, 0), 4);
+        free(text);
+        FILE* stream = temporary_stream();
+        ASSERT_NE(stream, nullptr);
+        ASSERT_EQ(wiq_json_fdump(node, stream, 0, 0), 4);
+        fclose(stream);
+        wiq_json_unref(node);
+    }
+};
+[[maybe_unused]] const testing::Environment* const g_dump_types =
+    testing::AddGlobalTestEnvironment(new DumpTypes);
 
 }  // namespace
 

@@ -289,6 +289,51 @@ TEST(Numbers, DoublesOfManyDigitsOutOfRange) {
     }
 }
 
+// Exponents of nine digits and more are read apart. The same number with a small exponent is the reference.
+TEST(Numbers, DoublesWithExponentsOfManyDigits) {
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    struct Row {
+        const char* text;
+        double value;
+    };
+    for (const Row& row :
+         {Row{"1e4294967288", kInf}, Row{"-1e4294967288", -kInf}, Row{"1e-4294967288", 0.0},
+          Row{"-1E-4294967288", -0.0}, Row{"0e99999999999999999999999", 0.0},
+          Row{"0.000e+99999999999", 0.0}, Row{"1e18446744073709551617", kInf},
+          Row{"1e-18446744073709551617", 0.0}, Row{"123.5e+00000000002", 12350},
+          Row{".5e000000000", 0.5}, Row{"12345678901", 12345678901.0}}) {
+        double value = 77;
+        EXPECT_EQ(wiq_strtodouble(row.text, &value), 0) << row.text;
+        EXPECT_EQ(value, row.value) << row.text;
+        EXPECT_EQ(std::signbit(value), std::signbit(row.value)) << row.text;
+    }
+    std::mt19937_64 random(11);
+    for (u32 i = 0; i < 20000; ++i) {
+        std::string digits;
+        for (u64 left = random() % (i % 100 == 0 ? 2000 : 40); left != 0; --left)
+            digits += static_cast<char>('0' + (random() % 3 == 0 ? random() % 10 : 0));
+        digits.insert(random() % (digits.size() + 1), 1, '.');
+        digits += std::to_string(random() % 10);
+        const int exponent = static_cast<int>(random() % 700) - 350;
+        char small[16];
+        char large[32];
+        snprintf(small, sizeof small, "e%d", exponent);
+        snprintf(large, sizeof large, "e%c%012d", exponent < 0 ? '-' : '+', std::abs(exponent));
+        double expected = 77;
+        double value = 78;
+        ASSERT_EQ(wiq_strtodouble((digits + small).c_str(), &expected), 0) << digits << small;
+        ASSERT_EQ(wiq_strtodouble((digits + large).c_str(), &value), 0) << digits << large;
+        ASSERT_EQ(value, expected) << digits << large;
+    }
+    // Halfway between two doubles, but for a digit far behind.
+    const std::string halfway = "9007199254740993." + std::string(1000, '0');
+    double value = 0;
+    EXPECT_EQ(wiq_strtodouble((halfway + "0e-0000000000").c_str(), &value), 0);
+    EXPECT_EQ(value, 9007199254740992.0);
+    EXPECT_EQ(wiq_strtodouble((halfway + "1e-0000000000").c_str(), &value), 0);
+    EXPECT_EQ(value, 9007199254740994.0);
+}
+
 TEST(Numbers, DoublesFromNoText) {
     double value = 77;
     EXPECT_EQ(wiq_strtodouble(nullptr, &value), WIQ_ERR_INVALID_ARG);
