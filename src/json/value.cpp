@@ -62,7 +62,7 @@ wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks) {
         block = static_cast<char*>(std::malloc(offset + size));
     } else if (offset + size <= Chunks::kLargestBlock && (key == nullptr || offset != 0)) {
         block = chunks->take((offset + size + kUnit - 1) / kUnit * kUnit, offset);
-        home = chunks->distance(block + offset);
+        home = block != nullptr ? chunks->distance(block + offset) : 0;
     } else {
         offset = 0;
         block = chunks->take_alone(size);
