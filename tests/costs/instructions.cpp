@@ -1,0 +1,63 @@
+// Operations on whole documents, each between two marks, so that callgrind counts the instructions of each.
+// instructions.py compares them with what they were.
+#include <valgrind/callgrind.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "ke_utils.h"
+#include "support/corpora.h"
+
+namespace {
+
+void check(bool ok, const char* what) {
+    if (ok)
+        return;
+    fprintf(stderr, "instructions: %s failed\n", what);
+    exit(1);
+}
+
+// Counts what `run` does, under a name.
+template <class Run>
+void count(const char* operation, const Corpus& corpus, Run run) {
+    const std::string name = operation + (" " + corpus.name);
+    CALLGRIND_ZERO_STATS;
+    CALLGRIND_TOGGLE_COLLECT;
+    run();
+    CALLGRIND_TOGGLE_COLLECT;
+    CALLGRIND_DUMP_STATS_AT(name.c_str());
+}
+
+void measure(const Corpus& corpus) {
+    wiq_json_t* root = nullptr;
+    wiq_json_t* copy = nullptr;
+    char* text = nullptr;
+    count("parse", corpus, [&] { root = wiq_json_loads(corpus.text.c_str(), 0, nullptr); });
+    check(root != nullptr, "parsing");
+    count("dump", corpus, [&] { check(wiq_json_sdump(root, &text, 0) > 0, "dumping"); });
+    free(text);
+    count("pretty", corpus,
+          [&] { check(wiq_json_sdump(root, &text, WIQ_JSON_DUMP_PRETTY) > 0, "dumping"); });
+    free(text);
+    count("copy", corpus, [&] { copy = wiq_json_copy(root, nullptr); });
+    check(copy != nullptr, "copying");
+    count("equal", corpus, [&] { check(wiq_json_equal(root, copy), "comparing"); });
+    count("release", corpus, [&] { wiq_json_unref(copy); });
+    // The same for a document that somebody has changed.
+    wiq_json_t* value = wiq_json_null_new(nullptr);
+    if (wiq_json_is_array(root))
+        check(wiq_json_array_put(root, 0, value) == 0, "changing");
+    else
+        check(wiq_json_obj_put_ext(root, "new", value, nullptr) == 0, "changing");
+    count("release changed", corpus, [&] { wiq_json_unref(root); });
+}
+
+}  // namespace
+
+int main() {
+    // What the first calls make, and the linker looks up, is counted nowhere.
+    measure({"first", "[1,2.5,\"text\",{\"a\":null,\"b\":[true]}]"});
+    for (const Corpus& corpus : corpora())
+        measure(corpus);
+    return 0;
+}
