@@ -63,9 +63,10 @@ const Member** sorted_members(const ObjectNode* obj) {
         return nullptr;
     const Member** place = members;
     for (const Member* member = first_member(obj); member != nullptr;
-         member = next_member(obj, member))
+         member = next_member(obj, member)) {
         *place++ = member;
-        // Not qsort: that of some runtimes takes quadratic time for an order that a document can be made to have.
+    }
+    // Not qsort: that of some runtimes takes quadratic time for an order that a document can be made to have.
 #ifndef __clang_analyzer__  // It takes the list for uninitialised.
     std::sort(members, place, has_lesser_key);
 #endif
