@@ -226,16 +226,24 @@ wiq_json* take_next_child(wiq_json* node) {
     return child;
 }
 
+// Takes the record from a root that dies. Returns true if it has freed all that is below the root.
+bool release_document(wiq_json* root) {
+    Document* document = take_document(root);
+    if (document != nullptr && !document->touched.load(std::memory_order_relaxed)) {
+        free_document(document);
+        return true;
+    }
+    leave_touched_document(document);
+    return false;
+}
+
 }  // namespace
 
 // With everything below them that dies with them.
 void release_children(wiq_json* top) {
-    Document* document = take_document(top);
-    if (document != nullptr && !document->touched.load(std::memory_order_relaxed)) {
-        free_document(document);
+    if (release_document(top)) {
         return;
     }
-    leave_touched_document(document);
     Freed freed;
     add_to_count(top, kDying);
     begin_emptying(top);
@@ -251,7 +259,11 @@ void release_children(wiq_json* top) {
             freed.add(node);
             node = up;
         } else if (drop_child(is_weak(node), child)) {
-            if (is_container(child)) {
+            // A weak container may be the last owner of a root.
+            if (is_container(child) && release_document(child)) {
+                drop_table(child);
+                freed.add(child);
+            } else if (is_container(child)) {
                 set_count(child, kDying);
                 child->parent = node;
                 begin_emptying(child);

@@ -354,6 +354,30 @@ TEST(JsonDocument, CollidingKeys) {
     EXPECT_EQ(live_blocks(), before);
 }
 
+TEST(JsonDocument, TheLastOwnerIsAWeakContainer) {
+    const std::string text = document("");
+    for (const bool touched : {false, true}) {
+        for (const bool copied : {false, true}) {
+            const long before = live_blocks();
+            Tree roots[2] = {parse(text), parse("{\"a\":" + text + "}")};
+            Tree array(wiq_json_array_weak_new(0, nullptr));
+            Tree obj(wiq_json_obj_weak_new(0, nullptr));
+            for (Tree& root : roots) {
+                if (copied)
+                    root.reset(wiq_json_copy(Tree(root.release()).get(), nullptr));
+                if (touched) {
+                    ASSERT_NE(wiq_json_obj_put_null(root.get(), "new", nullptr), nullptr);
+                }
+            }
+            ASSERT_EQ(wiq_json_array_push_ext(array.get(), roots[0].release(), nullptr), 0);
+            ASSERT_EQ(wiq_json_obj_put_ext(obj.get(), "root", roots[1].release(), nullptr), 0);
+            EXPECT_EQ(wiq_json_array_push_ext(array.get(), obj.release(), nullptr), 0);
+            array.reset();
+            EXPECT_EQ(live_blocks(), before);
+        }
+    }
+}
+
 // A finalised root is the caller's block.
 TEST(JsonDocument, FinalizedRoots) {
     const std::string text = document();
