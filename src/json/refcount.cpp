@@ -259,17 +259,17 @@ void release_children(wiq_json* top) {
             freed.add(node);
             node = up;
         } else if (drop_child(is_weak(node), child)) {
-            // A weak container may be the last owner of a root.
-            if (is_container(child) && release_document(child)) {
+            if (!is_container(child)) {
+                freed.add(child);
+            } else if (has_document(child) && release_document(child)) {
+                // A weak container was the last owner of a root.
                 drop_table(child);
                 freed.add(child);
-            } else if (is_container(child)) {
+            } else {
                 set_count(child, kDying);
                 child->parent = node;
                 begin_emptying(child);
                 node = child;
-            } else {
-                freed.add(child);
             }
         }
     }

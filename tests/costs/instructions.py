@@ -15,6 +15,7 @@ import tempfile
 
 LIBRARY = "libke_utils"
 TOLERANCE = 1.03
+SLACK = 100  # instructions, for what takes only hundreds
 
 
 def own_instructions(text):
@@ -68,7 +69,7 @@ def main():
     wrong = 0
     for name in sorted(counts.keys() | stored.keys()):
         count, before = counts.get(name), stored.get(name)
-        fits = count is not None and before is not None and count <= before * TOLERANCE
+        fits = count is not None and before is not None and count <= before * TOLERANCE + SLACK
         wrong += not fits
         change = f"{count / before - 1:+.1%}" if count is not None and before else "not in both"
         print(f"{'' if fits else 'WRONG: '}{name}: {before} -> {count}, {change}")
