@@ -162,7 +162,7 @@ class Document {
         settle(array, child, static_cast<i32>(array->elems.size()) - 1);
         return 0;
     }
-    // The place of an index, -1 if there is none.
+    // Returns the position that an index means, otherwise -1.
     static i32 resolve(const Node* array, i32 index) {
         const i32 size = static_cast<i32>(array->elems.size());
         const i32 place = index < 0 ? index + size : index;
@@ -218,7 +218,7 @@ class Document {
         hand_over(array, last);
         return last;
     }
-    // The null that an element leaves behind is returned in `hole`.
+    // The null that takes the place of an element is returned in `hole`.
     i32 orphan(Node* node, Node** hole) {
         if (node == nullptr)
             return WIQ_ERR_INVALID_ARG;

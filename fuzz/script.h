@@ -1,6 +1,6 @@
 // Scripts of operations, for the targets that do many things to one object. An operation is six bytes, its code
 // and five operands, so that a script can be mutated by whole operations: a byte that is added or lost would turn
-// everything behind it into something else. A target that includes this gets such a mutator.
+// everything after it into something else. A target that includes this gets such a mutator.
 #pragma once
 
 #include <algorithm>

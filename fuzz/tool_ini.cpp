@@ -33,7 +33,8 @@ bool is_in(const tool::IniName& a, const tool::IniName& b) {
     return a.section == b.section && a.argument == b.argument;
 }
 
-// The last of equal keys counts; a new one goes behind the last section of the name, a new section to the end.
+// The last of several equal keys counts. A new key goes to the end of the last section with the name, and a new
+// section to the end of the file.
 void set(std::vector<Entry>& entries, const Entry& wanted) {
     size_t found = entries.size();
     size_t behind = entries.size();

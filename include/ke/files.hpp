@@ -129,7 +129,7 @@ template <class Write>
 status save(const text_arg& path, Write write) {
     if (path.c_str() == nullptr)
         return path.status() != 0 ? path.status() : static_cast<i32>(WIQ_ERR_INVALID_ARG);
-    // Made before there is a file that an exception would leave behind.
+    // Made first: an exception after the temporary file exists would leave that file on the disk.
     std::string target(path.c_str());
     std::string name = target + ".XXXXXX";
     u32 err = 0;

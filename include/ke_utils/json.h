@@ -151,9 +151,9 @@ KE_API bool wiq_json_is_double_ext(const wiq_json_t* node, bool ext);
 KE_API const char* wiq_json_type_string(const wiq_json_t* node);
 
 /** Takes a reference. NULL is ignored. Any thread. The nodes below the root of a parsed or copied document lie
- *  in chunks: a node that is kept after its document is released keeps its chunk alive, at most 16 KB or a large
- *  text, and nothing else. Releasing the root of a document that nobody has changed, and below whose root nobody
- *  has taken a reference, visits no node. */
+ *  in chunks: a node that is kept after its document is released keeps at most 16 KB alive, or itself if it is
+ *  larger. The root of a document is released without a visit to the other nodes if the document is unchanged
+ *  and no other node was referenced. */
 KE_API void wiq_json_ref(wiq_json_t* node);
 /**
  * Gives a reference up. If the count falls to 0 or below, a free-standing node is destroyed with all that

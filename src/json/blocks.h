@@ -75,7 +75,7 @@ inline void give_document(Chunks* chunks, wiq_json* root) {
         root->position.document = document;
     }
 }
-// Takes it back; nullptr if there is none.
+// Takes the record from the root. Returns nullptr if the node has none.
 inline Document* take_document(wiq_json* node) {
     if (!has_document(node))
         return nullptr;
@@ -136,7 +136,7 @@ inline void free_node(wiq_json* node) {
     else
         free_node_apart(node);
 }
-// The same for a node that does not count as touched.
+// Frees a node without touching its document.
 inline void drop_node(wiq_json* node) {
     if (node->in_chunk != 0)
         drop_blocks(*mark_of(node), 1);

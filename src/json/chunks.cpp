@@ -38,7 +38,7 @@ void free_chunk(Chunk* chunk) {
     leave_document(document);
 }
 
-// Makes the document's record if there is none. Returns false when out of memory.
+// Makes the document's record, unless it exists already. Returns false when out of memory.
 bool Chunks::make_document() {
     if (document_ != nullptr)
         return true;

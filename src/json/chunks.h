@@ -45,7 +45,7 @@ inline void drop_blocks(Chunk* chunk, u64 count) {
         blocks.fetch_sub(count, std::memory_order_acq_rel) == count)
         free_chunk(chunk);
 }
-// The same for blocks of nodes that leave their document before it is released as a whole.
+// Releases blocks and marks the document as touched: its nodes have to be released one by one from now on.
 inline void release_blocks(Chunk* chunk, u64 count) {
     touch(chunk->document);
     drop_blocks(chunk, count);

@@ -37,7 +37,7 @@ Document* new_document();
 // Gives up an owner. nullptr is ignored.
 void leave_document(Document* document);
 
-// The same for the root, which is the only one that needs the list.
+// Gives up the root's ownership of a touched document, and frees the list, which only the root reads.
 void leave_touched_document(Document* document);
 
 // Adds a block to those outside of the chunks. Returns false when out of memory.

@@ -17,8 +17,8 @@ const TextNode* uri_of(const Member* member) {
     return is_reference ? as<TextNode>(member->child) : nullptr;
 }
 
-// Releases a node of a document that is still being made, of which it does not count as a touch: a reference that
-// takes the place of an object leaves the document as good as any other.
+// Releases a node while its document is still being made. This does not touch the document: nobody else knows the
+// node yet.
 void discard(wiq_json* node) {
     wiq_json_finalize(node);
     if (node != nullptr)

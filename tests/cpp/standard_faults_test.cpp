@@ -21,7 +21,7 @@ using ke::json_view;
 
 namespace {
 
-// No std::string is short enough to do without memory.
+// Too long for the buffer inside a std::string, so that each copy allocates.
 const char kLong[] = "a text that is too long to lie inside a std::string";
 const char kDocument[] =
     R"({"list":[3,1,2],"names":["a text that is too long to lie inside a std::string","b"],)"
@@ -171,7 +171,7 @@ TEST(CppStandardFaults, Changing) {
                   [&](json& d) { return ke::apply_patch(d, removal); });
 }
 
-// Several members go one after the other, each of them without memory, once the names are noted.
+// Several members are removed one after the other. Removing needs no memory once the names are noted.
 TEST(CppStandardFaults, ErasingMembers) {
     SweepDocument("erase_if of an object",
                   [](json& d) { return d["o"].erase_if([](json_view v) { return v != 1; }); });
@@ -362,7 +362,7 @@ class CppStandardFilesFaults : public testing::Test {
     }
     ~CppStandardFilesFaults() override {
         EXPECT_EQ(ke::remove_file(file_), 0);
-        EXPECT_EQ(ke::remove_directory(folder_), 0) << "something was left behind in " << folder_;
+        EXPECT_EQ(ke::remove_directory(folder_), 0) << "files remain in " << folder_;
     }
     std::string folder_;
     std::string file_;

@@ -325,7 +325,7 @@ TEST(Numbers, DoublesWithExponentsOfManyDigits) {
         ASSERT_EQ(wiq_strtodouble((digits + large).c_str(), &value), 0) << digits << large;
         ASSERT_EQ(value, expected) << digits << large;
     }
-    // Halfway between two doubles, but for a digit far behind.
+    // Halfway between two doubles, except for a digit after a thousand zeros.
     const std::string halfway = "9007199254740993." + std::string(1000, '0');
     double value = 0;
     EXPECT_EQ(wiq_strtodouble((halfway + "0e-0000000000").c_str(), &value), 0);
