@@ -8,6 +8,7 @@
 #include <random>
 
 #include "json/blocks.h"
+#include "json/parse_and_copy_faults.h"
 #include "json/tree.h"
 #include "support/alloc_faults.h"
 
@@ -354,27 +355,7 @@ TEST(Chunks, EditsDoNotAddUp) {
 // Memory that fails in the middle of a large document.
 TEST(ChunksFaults, EveryAllocation) {
     const std::string text = "[" + object_of(200) + "," + array_of(200) + "," + object_of(20) + "]";
-    Tree whole = parse(text);
-    const size_t points = SweepAllocations([&](AllocFaults& faults) {
-        faults.arm();
-        wiq_json_load_error error;
-        u32 err = 0;
-        wiq_json_t* parsed = wiq_json_loads(text.c_str(), 0, &error);
-        wiq_json_t* copied = parsed != nullptr ? wiq_json_copy(parsed, &err) : nullptr;
-        faults.disarm();
-        EXPECT_EQ(copied == nullptr, faults.fired());
-        if (parsed == nullptr) {
-            EXPECT_EQ(error.status, WIQ_ERR_NO_MEMORY);
-        } else {
-            EXPECT_EQ(static_cast<i32>(err), copied == nullptr ? WIQ_ERR_NO_MEMORY : 0);
-        }
-        if (copied != nullptr) {
-            EXPECT_TRUE(wiq_json_equal(copied, whole.get()));
-        }
-        wiq_json_unref(copied);
-        wiq_json_unref(parsed);
-    });
-    EXPECT_GT(points, 40u);
+    EXPECT_GT(SweepParseAndCopy(text, 0), 40u);
 }
 
 struct Share {

@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "json/blocks.h"
+#include "json/parse_and_copy_faults.h"
 #include "json/tree.h"
 #include "support/alloc_faults.h"
 #include "support/colliding_keys.h"
@@ -401,28 +402,8 @@ TEST(JsonDocumentFaults, EveryAllocation) {
     for (int i = 0; i < 6; ++i)
         text += "," + list(70) + ",{\"" + std::string(600, 'k') + "\":" + table(60) + "}";
     text += "]";
-    Tree whole = parse(text);
     for (const i32 flags : {0, static_cast<i32>(WIQ_JSON_REJECT_DUPLICATES)}) {
-        const size_t points = SweepAllocations([&](AllocFaults& faults) {
-            faults.arm();
-            wiq_json_load_error error;
-            u32 err = 0;
-            wiq_json_t* parsed = wiq_json_loads(text.c_str(), flags, &error);
-            wiq_json_t* copied = parsed != nullptr ? wiq_json_copy(parsed, &err) : nullptr;
-            faults.disarm();
-            EXPECT_EQ(copied == nullptr, faults.fired());
-            if (parsed == nullptr) {
-                EXPECT_EQ(error.status, WIQ_ERR_NO_MEMORY);
-            } else {
-                EXPECT_EQ(static_cast<i32>(err), copied == nullptr ? WIQ_ERR_NO_MEMORY : 0);
-            }
-            if (copied != nullptr) {
-                EXPECT_TRUE(wiq_json_equal(copied, whole.get()));
-            }
-            wiq_json_unref(copied);
-            wiq_json_unref(parsed);
-        });
-        EXPECT_GT(points, 100u);
+        EXPECT_GT(SweepParseAndCopy(text, flags), 100u);
     }
 }
 
