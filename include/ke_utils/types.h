@@ -1,7 +1,8 @@
 /**
  * @file types.h
- * The vocabulary that every other public header is written in: fixed-width integers, the status type,
- * export and format attributes. Nothing here is a function; for those see core.h and its siblings.
+ * Defines what every other public header is written in: fixed-width integers, the export and format
+ * attributes, and the record for a mutex. It declares no function; for those see core.h and the
+ * other headers.
  */
 #ifndef KE_UTILS_TYPES_H
 #define KE_UTILS_TYPES_H
@@ -25,8 +26,10 @@ typedef uint32_t u32; /**< unsigned, 32 bits */
 typedef uint64_t u64; /**< unsigned, 64 bits */
 
 /**
- * KE_API marks what the library exports. Defining KE_UTILS_STATIC selects the static library (the CMake
- * target `ke_utils::ke_utils_static` does it); a consumer of the shared library defines nothing.
+ * Marks what the library exports.
+ *
+ * Define KE_UTILS_STATIC to use the static library (the CMake target `ke_utils::ke_utils_static`
+ * does so). A consumer of the shared library defines nothing.
  */
 #if defined(_WIN32)
 #if defined(KE_UTILS_BUILD)
@@ -41,8 +44,10 @@ typedef uint64_t u64; /**< unsigned, 64 bits */
 #endif
 
 /**
- * KE_PRINTF(f, a) lets the compiler check a call's arguments against its format: f is the 1-based place
- * of the format, a that of the first variable argument, 0 for a va_list.
+ * Lets the compiler check the arguments of a call against its format.
+ *
+ * In `KE_PRINTF(f, a)`, f is the 1-based position of the format among the parameters, and a that of
+ * the first variable argument, or 0 for a function that takes a va_list.
  */
 #if defined(__GNUC__) && !defined(__clang__)
 #define KE_PRINTF(f, a) __attribute__((format(gnu_printf, f, a)))
@@ -53,15 +58,15 @@ typedef uint64_t u64; /**< unsigned, 64 bits */
 #endif
 
 /**
- * Room for one of libuv's mutexes (`uv_mutex_t`: a critical section on Windows, a pthread mutex
- * elsewhere), so that users of the headers need no libuv headers of their own. Opaque.
+ * An opaque block that is large enough for one of libuv's mutexes (`uv_mutex_t`: a critical section
+ * on Windows, a pthread mutex elsewhere). With it, users of these headers need no libuv headers.
  */
 typedef union wiq_mutex {
-    void* alignment; /**< not used */
+    void* alignment; /**< never used; aligns the record */
 #if defined(_WIN32) || defined(__x86_64__)
-    u8 storage[40]; /**< not to be touched */
+    u8 storage[40]; /**< private to the library */
 #else
-    u8 storage[48]; /**< not to be touched */
+    u8 storage[48]; /**< private to the library */
 #endif
 } wiq_mutex;
 
