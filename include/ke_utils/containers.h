@@ -1,6 +1,7 @@
 /**
  * @file containers.h
- * Vector, hash map, locked map, string buffer and string vector, and the hash functions of the maps.
+ * Declares the vector, the hash map with its hash functions, the locked map, the string buffer and
+ * the string vector.
  */
 #ifndef KE_UTILS_CONTAINERS_H
 #define KE_UTILS_CONTAINERS_H
@@ -15,379 +16,496 @@ extern "C" {
  *  @{ */
 
 /**
- * Called with the address of an element inside the block. It must not use the vector that it is called from,
- * except that it may take a reference and give it up again: the size is set after the last call, so until then
- * size and elements are out of step. Where the library notices that a callback has changed the vector, the call
- * stops with -7 (or NULL), and the vector stays as the callback left it.
+ * Called with the address of an element inside the block, when the element is created or destroyed.
+ *
+ * The callback must not use the vector that it is called from, except that it may take a reference
+ * and give it up again: the vector's size is set only after the last call, so until then the size
+ * and the elements do not match. Where the library notices that a callback has changed the vector,
+ * the function stops and returns WIQ_ERR_FAILED (-7), or NULL if it returns a pointer, and the
+ * vector stays as the callback left it.
  */
 typedef void (*wiq_vector_elem_fn)(void* elem);
 
-/** A growable array of elements of one size, in one block. To be embedded, or made by wiq_vector_new(). */
+/**
+ * A growable array of elements of one size, in one block. Embed it in a record of your own, or let
+ * wiq_vector_new() make one.
+ */
 typedef struct wiq_vector {
-    u64 elem_size;              /**< bytes an element */
-    i32 capacity;               /**< elements that the block has room for */
-    i32 size;                   /**< elements in use */
-    wiq_vector_elem_fn init_cb; /**< called on each new element, or NULL */
-    wiq_vector_elem_fn free_cb; /**< called on each element that goes, or NULL */
+    u64 elem_size;              /**< size of one element in bytes; never 0 */
+    i32 capacity;               /**< number of elements that the block has room for */
+    i32 size;                   /**< number of elements in use */
+    wiq_vector_elem_fn init_cb; /**< called on each new element; may be NULL */
+    wiq_vector_elem_fn free_cb; /**< called on each element before it goes; may be NULL */
     void* data;                 /**< the block; NULL while the capacity is 0 */
-    i32 refcount;               /**< owners; changed atomically */
+    i32 refcount;               /**< number of owners; changed atomically */
 } wiq_vector;
 
 /**
- * Prepares an embedded vector.
- * @param vec       the record; whatever it held is forgotten
- * @param elem_size bytes an element, not 0
- * @param size      elements to begin with, constructed in ascending order
- * @param init_cb   called on each element that comes into being; NULL leaves its memory as it is
- * @param free_cb   called on each element that goes; may be NULL
- * @return 0; -7000 for a NULL record, a negative size or an element size of 0; -5000 without memory, and then the
- *         vector is empty and valid. Ended with wiq_vector_finalize().
+ * Prepares an embedded vector, which wiq_vector_finalize() ends.
+ * @param vec       the record; what it held before is forgotten, not released
+ * @param elem_size size of one element in bytes, not 0
+ * @param size      number of elements to begin with, which are constructed in ascending order
+ * @param init_cb   called on each new element; if NULL, the memory of new elements is not
+ *                  initialised
+ * @param free_cb   called on each element before it goes; may be NULL
+ * @return 0; WIQ_ERR_INVALID_ARG (-7000) for a NULL record, a negative size or an element size of
+ *         0; WIQ_ERR_NO_MEMORY (-5000) when out of memory, in which case the vector is empty and
+ *         valid; WIQ_ERR_FAILED if a callback changed the vector
  */
 KE_API i32 wiq_vector_init(wiq_vector* vec, u64 elem_size, i32 size, wiq_vector_elem_fn init_cb,
                            wiq_vector_elem_fn free_cb);
 
-/** As wiq_vector_init() with a record from the heap, count 1; NULL on any failure. */
+/**
+ * Makes a vector on the heap, with a reference count of 1. The arguments are those of
+ * wiq_vector_init().
+ * @return the vector, which wiq_vector_unref() or wiq_vector_delete() releases; NULL if
+ *         wiq_vector_init() fails with these arguments, or when out of memory
+ */
 KE_API wiq_vector* wiq_vector_new(u64 elem_size, i32 size, wiq_vector_elem_fn init_cb,
                                   wiq_vector_elem_fn free_cb);
 
 /**
- * Destroys all elements, last to first, and releases the block. The vector is empty and can be used again;
- * element size, callbacks and count stay. 0, or -7000 for NULL.
+ * Destroys all elements, last to first, and releases the block. The vector is then empty and can be
+ * used again: its element size, callbacks and reference count stay.
+ * @return 0; WIQ_ERR_INVALID_ARG if `vec` is NULL; WIQ_ERR_FAILED if a callback changed the vector,
+ *         in which case the block is not released
  */
 KE_API i32 wiq_vector_finalize(wiq_vector* vec);
 
-/** Finalizes a heap vector and releases it, whatever its count. NULL does nothing. */
+/** Finalizes a heap vector and releases it, whatever its reference count. NULL is ignored. */
 KE_API void wiq_vector_delete(wiq_vector* vec);
 
-/** Adds an owner, atomically. Not for NULL. */
+/** Adds an owner, atomically. `vec` must not be NULL. */
 KE_API void wiq_vector_ref(wiq_vector* vec);
 
 /**
- * Gives up an owner, atomically; the last one finalizes and releases the vector. Not for NULL.
+ * Removes an owner, atomically. With the last one, the vector is finalized and released. `vec` must
+ * not be NULL.
  */
 KE_API void wiq_vector_unref(wiq_vector* vec);
 
 /**
- * Changes the number of elements: new ones are constructed upwards, old ones destroyed downwards. The block grows
- * to the larger of the size and twice its capacity, and never shrinks here.
- * @return 0; -7000 for NULL or a negative size; -5000 without memory, nothing changed
+ * Changes the number of elements. New elements are constructed in ascending order, old ones
+ * destroyed in descending order.
+ *
+ * A block that is too small grows to the larger of the new size and twice its capacity. A block
+ * never shrinks here.
+ * @param vec  the vector
+ * @param size the new number of elements, from 0 up
+ * @return 0; WIQ_ERR_INVALID_ARG if `vec` is NULL or `size` negative; WIQ_ERR_NO_MEMORY when out of
+ *         memory, with nothing changed; WIQ_ERR_FAILED if a callback changed the vector
  */
 KE_API i32 wiq_vector_resize(wiq_vector* vec, i32 size);
 
 /**
- * Appends one element, constructed by init_cb or left as it is.
- * @return its address, valid until the vector next grows; NULL for NULL or without memory, nothing changed
+ * Appends one element, constructed by init_cb or, without one, not initialised.
+ * @return the address of the element, valid until the block is next reallocated; NULL if `vec` is
+ *         NULL, when out of memory (nothing is changed then), or if a callback changed the vector
  */
 KE_API void* wiq_vector_push(wiq_vector* vec);
 
 /**
- * Destroys the last `count` elements, last to first. 0; -7000 for NULL, a negative count or more than there are,
- * nothing changed.
+ * Destroys the last `count` elements, last to first.
+ * @return 0; WIQ_ERR_INVALID_ARG if `vec` is NULL, `count` is negative or there are fewer elements,
+ *         with nothing changed; WIQ_ERR_FAILED if a callback changed the vector
  */
 KE_API i32 wiq_vector_pop(wiq_vector* vec, i32 count);
 
 /**
- * The address of an element.
- * @param index from 0; negative counts from the end, -1 is the last
- * @return valid until the vector next grows or is changed in capacity; NULL for NULL or an index out of range
+ * Returns the address of an element.
+ * @param vec   the vector; may be NULL
+ * @param index counts from 0; a negative index counts from the end, so -1 is the last element
+ * @return the address, valid until the block is next reallocated; NULL if `vec` is NULL or the
+ *         index is out of range
  */
 KE_API void* wiq_vector_get(const wiq_vector* vec, i32 index);
 
-/** The same function as wiq_vector_get(), under the name for readers. */
+/** The same function as wiq_vector_get(), under a second name for callers that only read. */
 KE_API const void* wiq_vector_get_const(const wiq_vector* vec, i32 index);
 
-/** The number of elements; -7000 in its place for NULL. */
+/** Returns the number of elements, or WIQ_ERR_INVALID_ARG if `vec` is NULL. */
 KE_API i32 wiq_vector_size(const wiq_vector* vec);
 
 /**
- * Makes the block exactly large enough for `extra` more elements; this can shrink it, to nothing for an empty
- * vector and 0.
- * @return 0; -7000 for NULL or a negative number; -5000 without memory, nothing changed
+ * Makes the block exactly large enough for `extra` more elements. This may also shrink it; an empty
+ * vector with `extra` 0 releases its block.
+ * @return 0; WIQ_ERR_INVALID_ARG if `vec` is NULL or `extra` negative; WIQ_ERR_NO_MEMORY when out
+ *         of memory or for a capacity of 2^31 or more, with nothing changed
  */
 KE_API i32 wiq_vector_extra_capacity(wiq_vector* vec, i32 extra);
 
 /** @} */
 
 /** @defgroup map Hash map
- *  Callbacks may read the map that they are called from, and may take a reference to it and give it up again.
- *  None may finalize or delete it, or give up its last owner's reference. What else each may do is said with its
- *  type below.
+ *  Callbacks may read the map that they are called from, and may take a reference to it and give it
+ *  up again. None of them may finalize or delete the map, or give up the last owner's reference.
+ *  What else a callback may do is said where its type is declared.
  *
- *  Keys of equal hash share a chain, which is searched from its beginning: each operation on such a key takes time
- *  in proportion to their number. The hash functions here have a fixed, public seed, so whoever chooses the keys
- *  can choose thousands that collide. Where keys come from outside, bound their number, or bring a hash function
- *  with a secret of your own.
+ *  Keys with the same hash share a chain, which is searched from its beginning, so an operation on
+ *  such a key takes time proportional to the length of the chain. The hash functions below have a
+ *  fixed, public seed: whoever chooses the keys can choose thousands that collide. If keys come
+ *  from outside, limit their number, or use a hash function with a secret of your own.
+ *
+ *  Except for wiq_map_init() and wiq_map_new(), no function tests whether the map is NULL.
  *  @{ */
 
-/** The hash of a key. Must not change the map. */
+/** Returns the hash of a key. Must not change the map. */
 typedef u32 (*wiq_hash_fn)(const void* key);
 
 /**
- * Whether a stored key and the key asked for are equal; called only for keys of equal hash. Must not change the
- * map.
+ * Tells whether a stored key and the key that is searched for are equal. It is called only for keys
+ * with the same hash that are different pointers. Must not change the map.
  */
 typedef bool (*wiq_cmp_fn)(const void* stored_key, const void* probe_key);
 
 /**
- * Releases a key or a value that the map has given up: it is called when the map no longer holds it, and may change
- * the map.
+ * Releases a key or a value that the map has given up. When it is called, the map no longer holds
+ * the key or value. It may change the map.
  */
 typedef void (*wiq_release_fn)(void* key_or_value);
 
 /**
- * Makes the value of a key that is not there; a nonzero *status keeps it from being stored. May change the map.
+ * Makes the value for a key that the map does not have. A nonzero `*status` keeps the value from
+ * being stored. It may change the map.
  */
 typedef void* (*wiq_map_factory_fn)(const void* key, void* user, i32* status);
 
 /**
- * Receives one entry; false ends the walk. It may replace the value of any key that is stored, but nothing may be
- * inserted or removed during a walk. Replacing its own entry releases the key and the value that it was given, as
- * wiq_map_replace() says.
+ * Receives one entry of a walk; returns false to end the walk.
+ *
+ * It may replace the value of any stored key, but must not insert or remove anything. Replacing the
+ * entry that it was called for releases the key and the value that it was given, as described at
+ * wiq_map_replace().
  */
 typedef bool (*wiq_map_foreach_fn)(void* key, void* value, void* user);
 
-/** One pair of a map, a block of its own. */
+/** An entry of a map, in a block of its own. */
 typedef struct wiq_map_entry {
     void* key;                  /**< the caller's key */
-    u32 hash;                   /**< its hash */
+    u32 hash;                   /**< the hash of the key */
     void* value;                /**< the caller's value */
-    struct wiq_map_entry* next; /**< the next in the chain; NULL at the end */
+    struct wiq_map_entry* next; /**< the next entry of the chain; NULL at its end */
 } wiq_map_entry;
 
-/** A hash map: chains of entries below a power-of-two number of buckets. */
+/** A hash map: an array of buckets, each of them the head of a chain of entries. */
 typedef struct wiq_map {
-    wiq_map_entry** buckets;   /**< heads of the chains, NULL where there is none */
+    wiq_map_entry** buckets;   /**< first entry of each chain, NULL for an empty chain */
     u64 bucket_count;          /**< a power of two */
-    wiq_hash_fn hash;          /**< gives the hash of a key */
-    wiq_cmp_fn cmp;            /**< tells whether two keys of equal hash are equal */
-    wiq_release_fn key_free;   /**< takes a key that the map gives up, or NULL */
-    wiq_release_fn value_free; /**< takes a value that the map gives up, or NULL */
-    u64 size;                  /**< entries */
-    i32 refcount;              /**< owners; changed atomically */
+    wiq_hash_fn hash;          /**< returns the hash of a key */
+    wiq_cmp_fn cmp;            /**< tells whether two keys with the same hash are equal */
+    wiq_release_fn key_free;   /**< releases a key that the map gives up; may be NULL */
+    wiq_release_fn value_free; /**< releases a value that the map gives up; may be NULL */
+    u64 size;                  /**< number of entries */
+    i32 refcount;              /**< number of owners; changed atomically */
 } wiq_map;
 
 /**
- * Prepares an embedded map.
- * @param map        the record; whatever it held is forgotten
- * @param capacity   entries expected; the buckets are the smallest power of two above four thirds of it, which is
- *                   computed in 64 bits and wraps from 2^62 on
- * @param hash, cmp  required
- * @param key_free   called when the map gives up a key; NULL: keys stay the caller's
- * @param value_free called when the map gives up a value; NULL: values stay the caller's
- * @return 0; -7000 for a NULL record, hash or cmp; -5000 without memory, and then there is nothing to finalize.
- *         Ended with wiq_map_finalize().
- * Except for this function and wiq_map_new(), none tests the map for NULL.
+ * Prepares an embedded map, which wiq_map_finalize() ends.
+ * @param map        the record; what it held before is forgotten, not released
+ * @param capacity   number of entries to expect. The number of buckets is the smallest power of two
+ *                   above four thirds of it, computed in 64 bits, which wraps from 2^62 on.
+ * @param hash       required
+ * @param cmp        required
+ * @param key_free   called for each key that the map gives up; if NULL, keys stay the caller's to
+ *                   release
+ * @param value_free called for each value that the map gives up; if NULL, values stay the caller's
+ *                   to release
+ * @return 0; WIQ_ERR_INVALID_ARG if the record, `hash` or `cmp` is NULL; WIQ_ERR_NO_MEMORY when out
+ *         of memory. On failure there is nothing to finalize.
  */
 KE_API i32 wiq_map_init(wiq_map* map, u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp,
                         wiq_release_fn key_free, wiq_release_fn value_free);
 
-/** As wiq_map_init() with a record from the heap, count 1; NULL on any failure. */
+/**
+ * Makes a map on the heap, with a reference count of 1. The arguments are those of wiq_map_init().
+ * @return the map, which wiq_map_unref() or wiq_map_delete() releases; NULL if wiq_map_init() fails
+ *         with these arguments, or when out of memory
+ */
 KE_API wiq_map* wiq_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp, wiq_release_fn key_free,
                             wiq_release_fn value_free);
 
 /**
- * Releases all entries, also those that key_free and value_free store meanwhile, and the buckets of an embedded
- * map, which must be initialised before it is used again. 0.
+ * Releases all entries and the buckets of an embedded map. Entries that key_free and value_free
+ * store meanwhile are released too. The map must be initialised before it is used again.
+ * @return 0
  */
 KE_API i32 wiq_map_finalize(wiq_map* map);
 
-/** Finalizes a heap map and releases it, whatever its count. */
+/** Finalizes a heap map and releases it, whatever its reference count. */
 KE_API void wiq_map_delete(wiq_map* map);
 
 /** Adds an owner, atomically. */
 KE_API void wiq_map_ref(wiq_map* map);
 
-/** Gives up an owner, atomically; the last one releases the map. */
+/** Removes an owner, atomically. With the last one, the map is released. */
 KE_API void wiq_map_unref(wiq_map* map);
 
-/** wiq_map_replace() that releases an old value through value_free. */
+/**
+ * Stores a value under a key; an old value is released through value_free.
+ * @return as wiq_map_replace()
+ */
 KE_API i32 wiq_map_put(wiq_map* map, void* key, void* value);
 
 /**
- * Stores a value under a key; both are the map's from then on.
- * @param key       replaces an equal key that is stored, which is released unless it is the very same pointer
- * @param value     may be NULL; it and the key are stored before the old value, and after it the old key, is
- *                  released
- * @param old_value receives the value that was there, unreleased, or NULL; NULL: an old value is released
- * @return 0; -5000 without memory for an entry, and then nothing changed and key and value stay the caller's;
- *         -5000 also when the entry was stored but the table could not grow: wiq_map_size() tells which
+ * Stores a value under a key. The map owns both from then on.
+ *
+ * The new key and value are stored before anything old is released; then the old value is released,
+ * and after it the old key.
+ * @param map       the map
+ * @param key       replaces an equal key, which is released unless it is the very same pointer
+ * @param value     may be NULL
+ * @param old_value receives the value that was stored before, which is not released, or NULL if
+ *                  there was none. If this argument is NULL, an old value is released through
+ *                  value_free.
+ * @return 0; WIQ_ERR_NO_MEMORY when out of memory for an entry, in which case nothing is changed,
+ *         and the key and the value stay the caller's. WIQ_ERR_NO_MEMORY is also returned if the
+ *         entry was stored, but the table could not grow; wiq_map_size() tells which of the two it
+ *         was.
  */
 KE_API i32 wiq_map_replace(wiq_map* map, void* key, void* value, void** old_value);
 
 /**
- * The value under a key; if there is none, it is made by the factory and stored as by wiq_map_put(), so it takes the
- * place of what the factory itself may have stored under the key.
- * @param status receives 0, the factory's status (nothing is stored, the value is the caller's), or -5000 as in
- *               wiq_map_replace(); may be NULL
- * @return the stored or the made value
+ * Returns the value under a key, and has the factory make it if there is none.
+ *
+ * The new value is stored as by wiq_map_put(). So if the factory itself has stored something under
+ * the key, the new value replaces it.
+ * @param map     the map
+ * @param key     the map's from the moment it is stored
+ * @param factory makes the value
+ * @param user    passed on to `factory`
+ * @param status  receives 0; the factory's nonzero status, in which case nothing is stored and the
+ *                value is the caller's; or WIQ_ERR_NO_MEMORY as in wiq_map_replace(). Not read
+ *                first; may be NULL.
+ * @return the stored value, or the one that was made
  */
 KE_API void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory, void* user,
                              i32* status);
 
-/** The value under an equal key, lent; NULL if there is none. */
+/**
+ * Returns the value that is stored under an equal key, which the map keeps owning; NULL if there is
+ * none.
+ */
 KE_API void* wiq_map_get(const wiq_map* map, const void* key);
 
-/** Whether an equal key is stored. */
+/** Tells whether an equal key is stored. */
 KE_API bool wiq_map_test_key(const wiq_map* map, const void* key);
 
 /**
- * Removes an entry; its key, and after it its value, is released through key_free and value_free.
- * @return the value, handed over; NULL if there is no such key, or if value_free released it
+ * Removes an entry. Its key is released through key_free, and then its value through value_free.
+ * @return the value if there is no value_free, now owned by the caller; NULL if value_free has
+ *         released it, or if the key is not stored
  */
 KE_API void* wiq_map_remove(wiq_map* map, const void* key);
 
 /**
- * Removes every entry, releasing each key and then its value; the buckets keep their number. What key_free and
- * value_free store meanwhile may go or stay.
+ * Removes every entry; of each, the key is released and then the value. The number of buckets
+ * stays. What key_free and value_free store meanwhile may be removed or stay.
  */
 KE_API void wiq_map_remove_all(wiq_map* map);
 
-/** Visits entries bucket by bucket, chains in order, until the callback returns false. */
+/**
+ * Calls back for every entry, until the callback returns false. The order is that of the buckets,
+ * and in each bucket that of its chain.
+ */
 KE_API void wiq_map_foreach(const wiq_map* map, wiq_map_foreach_fn callback, void* user);
 
-/** The number of entries. */
+/** Returns the number of entries. */
 KE_API u64 wiq_map_size(const wiq_map* map);
 
-/** The number of entries that fit before the table grows: three quarters of its buckets. */
+/**
+ * Returns the number of entries that the map holds before it grows: three quarters of the number of
+ * buckets.
+ */
 KE_API u64 wiq_map_capacity(const wiq_map* map);
 
-/** The number of entries that are not the first of their chain. */
+/** Returns the number of entries that are not the first of their chain. */
 KE_API u64 wiq_map_collisions(const wiq_map* map);
 
-/** MurmurHash3_x86_32 (Austin Appleby, 2011) of `length` bytes. */
+/** Returns the MurmurHash3_x86_32 (Austin Appleby, 2011) of `length` bytes. */
 KE_API u32 wiq_murmur3_32(const void* data, u32 length, u32 seed);
 
-/** The hash of the key itself, taken as a 64-bit number. */
+/** Returns the hash of the key itself, taken as a 64-bit number. For wiq_cmp_int(). */
 KE_API u32 wiq_hash_int(const void* key);
 
-/** The hash of the eight bytes that the key points at, not of the pointer. */
+/** Returns the hash of the eight bytes that the key points at (not of the pointer). */
 KE_API u32 wiq_hash_ptr(const void* key);
 
-/** The hash of a string with its NUL; NULL hashes as no bytes. */
+/** Returns the hash of a string with its NUL, or of no bytes for NULL. For wiq_cmp_str(). */
 KE_API u32 wiq_hash_str(const void* key);
 
-/** Whether two keys are the same number. */
+/** Tells whether two keys are the same number. */
 KE_API bool wiq_cmp_int(const void* a, const void* b);
 
-/** The same function as wiq_cmp_int(), under the name for pointers. */
+/** The same function as wiq_cmp_int(), under a second name for pointers. */
 KE_API bool wiq_cmp_ptr(const void* a, const void* b);
 
-/** Whether two strings are equal, byte by byte. */
+/** Tells whether two strings are equal byte by byte. Neither may be NULL. */
 KE_API bool wiq_cmp_str(const void* a, const void* b);
 
 /** @} */
 
 /** @defgroup safe_map Locked map
+ *  A hash map with a mutex. Every function except init and new holds the mutex while it works on
+ *  the map, callbacks included.
+ *
+ *  The thread that holds the mutex may take it again, so a callback may do to the map whatever the
+ *  same callback of a plain map may do. It must not wait for another thread that needs the map.
+ *  While init, new, finalize or delete runs, no other thread may use the map. Except for
+ *  wiq_safe_map_init() and wiq_safe_map_new(), no function tests whether the map is NULL.
  *  @{ */
 
-/** A hash map behind a lock that one thread may take again. */
+/** A hash map and the recursive mutex that guards it. */
 typedef struct wiq_safe_map {
     wiq_mutex lock; /**< held by every operation */
-    wiq_map map;    /**< what the lock guards */
+    wiq_map map;    /**< the map that the lock guards */
 } wiq_safe_map;
 
 /**
- * Prepares an embedded locked map; arguments as in wiq_map_init().
- * @return its statuses, and -5007 if the mutex cannot be made; on failure there is nothing to finalize.
- * Every other function holds the mutex for its whole duration, callbacks included. The thread that holds the mutex
- * may take it again, so a callback may do to the map what the same callback of a plain map may do. It must not wait
- * for another thread that needs the map. Not safe against use by another thread: init, new, finalize and delete.
+ * Prepares an embedded locked map, which wiq_safe_map_finalize() ends. The arguments are those of
+ * wiq_map_init().
+ * @return 0; WIQ_ERR_INVALID_ARG if the record, `hash` or `cmp` is NULL; WIQ_ERR_LOCK_INIT (-5007)
+ *         if the mutex cannot be made; WIQ_ERR_NO_MEMORY when out of memory. On failure there is
+ *         nothing to finalize.
  */
 KE_API i32 wiq_safe_map_init(wiq_safe_map* map, u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp,
                              wiq_release_fn key_free, wiq_release_fn value_free);
 
-/** As wiq_safe_map_init() with a record from the heap; NULL on any failure. */
+/**
+ * Makes a locked map on the heap. The arguments are those of wiq_map_init().
+ * @return the map, which wiq_safe_map_delete() releases; NULL if wiq_safe_map_init() fails with
+ *         these arguments, or when out of memory
+ */
 KE_API wiq_safe_map* wiq_safe_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp,
                                       wiq_release_fn key_free, wiq_release_fn value_free);
 
-/** wiq_map_finalize(), then the mutex is destroyed. */
+/**
+ * Finalizes the map with wiq_map_finalize() and destroys the mutex.
+ * @return 0
+ */
 KE_API i32 wiq_safe_map_finalize(wiq_safe_map* map);
 
-/** Finalizes and releases a locked map from the heap. */
+/** Finalizes a locked map of the heap and releases it. */
 KE_API void wiq_safe_map_delete(wiq_safe_map* map);
 
-/** wiq_map_put() under the lock. */
+/** Calls wiq_map_put() under the lock and returns its status. */
 KE_API i32 wiq_safe_map_put(wiq_safe_map* map, void* key, void* value);
 
-/** wiq_map_replace() under the lock. */
+/** Calls wiq_map_replace() under the lock and returns its status. */
 KE_API i32 wiq_safe_map_replace(wiq_safe_map* map, void* key, void* value, void** old_value);
 
-/** wiq_map_memoize() under the lock: threads that ask for one key have it made once. */
+/**
+ * Calls wiq_map_memoize() under the lock, so that threads that ask for the same key have its value
+ * made once.
+ */
 KE_API void* wiq_safe_map_memoize(wiq_safe_map* map, void* key, wiq_map_factory_fn factory,
                                   void* user, i32* status);
 
 /**
- * wiq_map_get() under the lock; the value lives as long as no other thread removes or replaces it.
+ * Calls wiq_map_get() under the lock. The value is valid as long as no other thread removes or
+ * replaces it.
  */
 KE_API void* wiq_safe_map_get(wiq_safe_map* map, const void* key);
 
-/** wiq_map_test_key() under the lock. */
+/** Calls wiq_map_test_key() under the lock. */
 KE_API bool wiq_safe_map_test_key(wiq_safe_map* map, const void* key);
 
-/** wiq_map_remove() under the lock. */
+/** Calls wiq_map_remove() under the lock. */
 KE_API void* wiq_safe_map_remove(wiq_safe_map* map, const void* key);
 
-/** wiq_map_size() under the lock. */
+/** Calls wiq_map_size() under the lock. */
 KE_API u64 wiq_safe_map_size(wiq_safe_map* map);
 
-/** wiq_map_foreach() with the lock held for the whole walk. */
+/** Calls wiq_map_foreach() and holds the lock for the whole walk. */
 KE_API void wiq_safe_map_foreach(wiq_safe_map* map, wiq_map_foreach_fn callback, void* user);
 
 /** @} */
 
 /** @defgroup strbuf String buffer
- *  What is appended may lie in the buffer itself: wiq_strbuf_write(), the printing functions, wiq_strbuf_printhex()
- *  and what other headers append take the text as it was before the call. The functions that empty the buffer first
- *  (wiq_strbuf_rwrite(), wiq_strbuf_struct_str()) then read such bytes as they stand, the first of the text being the
- *  NUL; wiq_strbuf_rprintf() and wiq_strbuf_rvprintf() must not be given any.
+ *  A growable text that always ends in a NUL.
+ *
+ *  The functions that append return WIQ_ERR_INVALID_ARG if the buffer is NULL, and
+ *  WIQ_ERR_NO_MEMORY when out of memory, with nothing changed. When the block of a buffer must grow
+ *  to append, it at least doubles.
+ *
+ *  What is appended may lie in the buffer itself: wiq_strbuf_write(), the printing functions,
+ *  wiq_strbuf_printhex() and the appending functions of other headers take the text as it was
+ *  before the call. The functions that empty the buffer first are different. wiq_strbuf_rwrite()
+ *  and wiq_strbuf_struct_str() read such bytes after the buffer was emptied, when the first byte of
+ *  its text is the NUL. wiq_strbuf_rprintf() and wiq_strbuf_rvprintf() must not be given arguments
+ *  that lie in the buffer.
  *  @{ */
 
-/** A growable text with a NUL behind it. */
+/** A growable text, followed by a NUL. */
 typedef struct wiq_strbuf {
     char* data;   /**< the text; NULL while nothing is allocated */
-    u64 len;      /**< bytes of it, the NUL not counted */
-    u64 capacity; /**< bytes of the block */
+    u64 len;      /**< length of the text in bytes, without the NUL */
+    u64 capacity; /**< size of the block in bytes */
 } wiq_strbuf;
 
 /**
- * Prepares an empty buffer.
- * @param capacity bytes of the first block; 0 means 64
- * @return 0; -7000 for NULL; -5000 without memory, and then the record holds no block. Ended with
- *         wiq_strbuf_finalize() or wiq_strbuf_release().
- * All appends: -7000 for a NULL buffer, -5000 without memory, nothing changed; the block at least doubles.
+ * Prepares an empty buffer, which wiq_strbuf_finalize() or wiq_strbuf_release() ends.
+ * @param buf      the record; what it held before is forgotten, not released
+ * @param capacity size of the first block in bytes; 0 stands for 64
+ * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL; WIQ_ERR_NO_MEMORY when out of memory, in which
+ *         case the record holds no block
  */
 KE_API i32 wiq_strbuf_init(wiq_strbuf* buf, u64 capacity);
 
-/** Releases the block and clears the record. NULL does nothing. */
+/** Releases the block and clears the record. NULL is ignored. */
 KE_API void wiq_strbuf_finalize(wiq_strbuf* buf);
 
 /**
- * Hands the text over, in a block cut to its length; the record is cleared and may be used again.
- * @return the text, released with free(); NULL for NULL or without memory, the buffer unchanged
+ * Hands the text over to the caller, in a block that is cut to its length. The record is cleared
+ * and may be used again.
+ * @return the text, which the caller releases with free(); NULL if `buf` is NULL or when out of
+ *         memory, with the buffer unchanged
  */
 KE_API char* wiq_strbuf_release(wiq_strbuf* buf);
 
-/** Empties the buffer; the block stays. 0, or -7000 for NULL. */
+/**
+ * Empties the buffer and keeps its block.
+ * @return 0, or WIQ_ERR_INVALID_ARG if `buf` is NULL
+ */
 KE_API i32 wiq_strbuf_reset(wiq_strbuf* buf);
 
-/** Cuts the text to a length. 0; -7000 for NULL or a position behind the end. */
+/**
+ * Cuts the text to a length.
+ * @return 0, or WIQ_ERR_INVALID_ARG if `buf` is NULL or `position` is after the end of the text
+ */
 KE_API i32 wiq_strbuf_reset_pos(wiq_strbuf* buf, u64 position);
 
-/** Removes the last `count` characters, at most all. 0. Not for NULL. */
+/**
+ * Removes the last `count` characters, or all if there are fewer. `buf` must not be NULL.
+ * @return 0
+ */
 KE_API i32 wiq_strbuf_erase(wiq_strbuf* buf, u64 count);
 
-/** Removes the last character if there is one. 0. Not for NULL. */
+/**
+ * Removes the last character if there is one. `buf` must not be NULL.
+ * @return 0
+ */
 KE_API i32 wiq_strbuf_pop(wiq_strbuf* buf);
 
-/** The character at an index, negative from the end; 0 for NULL or out of range. */
+/**
+ * Returns the character at an index.
+ * @param buf   the buffer; may be NULL
+ * @param index counts from 0; a negative index counts from the end, so -1 is the last character
+ * @return the character; 0 if `buf` is NULL or the index is out of range
+ */
 KE_API char wiq_strbuf_getc(const wiq_strbuf* buf, i32 index);
 
-/** Appends a character; a NUL is taken and appends nothing. 0, -7000, -5000. */
+/**
+ * Appends a character. A NUL is accepted and appends nothing.
+ * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL; WIQ_ERR_NO_MEMORY when out of memory, with
+ *         nothing changed
+ */
 KE_API i32 wiq_strbuf_putc(wiq_strbuf* buf, char c);
 
 /**
- * wiq_strbuf_putc() without a call where there is room for the character; all else is left to the function. In C
- * a call of the function is this; in C++ it goes by this name.
+ * Does what wiq_strbuf_putc() does, without a call if the buffer has room for the character.
+ *
+ * In C, a call of wiq_strbuf_putc() is a call of this function; in C++, call it by this name.
+ * @return as wiq_strbuf_putc()
  */
 static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
     if (!buf || buf->len + 1 >= buf->capacity)
@@ -399,88 +517,136 @@ static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
     return 0;
 }
 #ifndef __cplusplus
-/** A call of the function is the inline way to it; its name alone, as for a pointer, is the function. */
+/**
+ * Makes a call of wiq_strbuf_putc() inline. Its name without parentheses still names the function,
+ * for example to take its address.
+ */
 #define wiq_strbuf_putc(...) wiq_strbuf_putc_inline(__VA_ARGS__)
 #endif
 
 /**
- * Appends bytes up to a count or to the first NUL.
- * @return the number appended; -7000 for a NULL argument; -5000
+ * Appends bytes up to a count or up to the first NUL, whichever comes first.
+ * @return the number of bytes appended, of which an i32 holds the low 32 bits; WIQ_ERR_INVALID_ARG
+ *         if an argument is NULL; WIQ_ERR_NO_MEMORY when out of memory, with nothing changed
  */
 KE_API i32 wiq_strbuf_write(wiq_strbuf* buf, const char* bytes, u64 count);
 
-/** Empties the buffer, then wiq_strbuf_write(). */
+/**
+ * Empties the buffer, then does what wiq_strbuf_write() does.
+ * @return as wiq_strbuf_write()
+ */
 KE_API i32 wiq_strbuf_rwrite(wiq_strbuf* buf, const char* bytes, u64 count);
 
 /**
- * Appends formatted text; positional arguments ("%1$s") allowed.
- * @return the number of characters; -7000 for a NULL argument; -5000; -7 if the runtime refuses the format
+ * Appends formatted text.
+ * @param buf    the buffer
+ * @param format printf format; positional arguments ("%1$s") are allowed
+ * @return the number of characters appended; WIQ_ERR_INVALID_ARG if `buf` or `format` is NULL;
+ *         WIQ_ERR_NO_MEMORY when out of memory, with nothing changed; WIQ_ERR_FAILED if the runtime
+ *         refuses the format
  */
 KE_API i32 wiq_strbuf_printf(wiq_strbuf* buf, const char* format, ...) KE_PRINTF(2, 3);
 
-/** wiq_strbuf_printf() with an argument list. */
+/**
+ * Does what wiq_strbuf_printf() does, with the arguments in a list, which the call uses up.
+ * @return as wiq_strbuf_printf()
+ */
 KE_API i32 wiq_strbuf_vprintf(wiq_strbuf* buf, const char* format, va_list args) KE_PRINTF(2, 0);
 
-/** Empties the buffer, then wiq_strbuf_printf(). No argument may lie in the buffer. */
+/**
+ * Empties the buffer, then does what wiq_strbuf_printf() does. No argument may lie in the buffer.
+ * @return as wiq_strbuf_printf()
+ */
 KE_API i32 wiq_strbuf_rprintf(wiq_strbuf* buf, const char* format, ...) KE_PRINTF(2, 3);
 
-/** Empties the buffer, then wiq_strbuf_vprintf(). No argument may lie in the buffer. */
+/**
+ * Empties the buffer, then does what wiq_strbuf_vprintf() does. No argument may lie in the buffer.
+ * @return as wiq_strbuf_printf()
+ */
 KE_API i32 wiq_strbuf_rvprintf(wiq_strbuf* buf, const char* format, va_list args) KE_PRINTF(2, 0);
 
 /**
- * Appends two upper-case hexadecimal digits a byte.
- * The block is first resized to exactly what the text then needs, also where it was larger.
- * @return 0; -7000 for a NULL buffer, or NULL bytes (after the resizing); -5000
+ * Appends two upper-case hexadecimal digits for each byte.
+ *
+ * The block is first resized to exactly `len` + 2 * (`count` + 1) bytes, even if it was larger.
+ * @param buf   the buffer
+ * @param bytes the bytes
+ * @param count their number
+ * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL, or if `bytes` is NULL (after the block was
+ *         resized); WIQ_ERR_NO_MEMORY when out of memory, with nothing changed
  */
 KE_API i32 wiq_strbuf_printhex(wiq_strbuf* buf, const void* bytes, u64 count);
 
 /**
- * Resizes the block to exactly the text, its NUL and `extra` bytes; this can shrink it. 0, -7000, -5000.
+ * Resizes the block to exactly the text, its NUL and `extra` bytes. This may also shrink it.
+ * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL; WIQ_ERR_NO_MEMORY when out of memory, with
+ *         nothing changed
  */
 KE_API i32 wiq_strbuf_extra_capacity(wiq_strbuf* buf, u64 extra);
 
 /**
- * Replaces the text by a fixed-width field that need not be NUL-terminated.
- * @param bytes the field
- * @param width its bytes; the text ends at the first NUL within them
- * @param trim  whether white space at both ends is left out
- * @return 0; -7000 for NULL; -5000, and then the buffer is empty
+ * Replaces the text by that of a fixed-width field, which need not be NUL-terminated.
+ * @param buf   the buffer
+ * @param bytes the field; NULL only if `width` is 0
+ * @param width size of the field in bytes; the text ends at the first NUL in it
+ * @param trim  true to leave out white space at both ends
+ * @return 0; WIQ_ERR_INVALID_ARG if `buf` or a needed `bytes` is NULL; WIQ_ERR_NO_MEMORY when out
+ *         of memory, in which case the buffer is empty
  */
 KE_API i32 wiq_strbuf_struct_str(wiq_strbuf* buf, const void* bytes, u64 width, bool trim);
 
 /** @} */
 
 /** @defgroup strv String vector
+ *  A vector whose elements are strings that it owns. The functions of the vector, such as
+ *  wiq_vector_size() and wiq_vector_pop(), work on it too.
  *  @{ */
 
-/** A vector of owned, NUL-terminated strings. */
+/** A vector of owned, NUL-terminated strings. An element (a slot) may also be NULL. */
 typedef wiq_vector wiq_strv;
 
-/** Prepares an empty string vector. 0, or -7000 for NULL. */
+/**
+ * Prepares an empty string vector, which wiq_strv_finalize() ends.
+ * @return 0, or WIQ_ERR_INVALID_ARG if `strv` is NULL
+ */
 KE_API i32 wiq_strv_init(wiq_strv* strv);
 
-/** Releases every string, last to first, and the block. 0, or -7000 for NULL. */
+/**
+ * Releases every string, last to first, and the block.
+ * @return 0, or WIQ_ERR_INVALID_ARG if `strv` is NULL
+ */
 KE_API i32 wiq_strv_finalize(wiq_strv* strv);
 
 /**
- * Appends a copy of a string; NULL appends an empty slot.
- * @return 0; -5000 for a NULL vector or without memory: if only the copy could not be had, the slot stays and holds NULL
+ * Appends a copy of a string.
+ * @param strv the vector
+ * @param str  the string, or NULL to append a slot that holds NULL
+ * @return 0; WIQ_ERR_NO_MEMORY if `strv` is NULL or when out of memory. If only the copy could not
+ *         be allocated, the new slot stays and holds NULL.
  */
 KE_API i32 wiq_strv_push(wiq_strv* strv, const char* str);
 
 /**
  * Appends formatted text.
- * @return its length; -5000 as in wiq_strv_push(); the statuses of wiq_vasprintf(), and then the slot stays
+ * @param strv   the vector
+ * @param format printf format; positional arguments ("%1$s") are allowed
+ * @return the length of the text; WIQ_ERR_NO_MEMORY as in wiq_strv_push(); WIQ_ERR_INVALID_ARG if
+ *         `format` is NULL; WIQ_ERR_FAILED if the runtime refuses the format. After the last two,
+ *         the new slot stays and holds NULL.
  */
 KE_API i32 wiq_strv_pushf(wiq_strv* strv, const char* format, ...) KE_PRINTF(2, 3);
 
 /**
- * The string in a slot, lent; may be NULL.
- * @param index taken as signed: negative counts from the end. It must name a slot.
+ * Returns the string in a slot, which the vector keeps owning. It may be NULL.
+ * @param strv  the vector
+ * @param index taken as a signed number: negative counts from the end. It must name a slot.
  */
 KE_API char* wiq_strv_get(const wiq_strv* strv, u32 index);
 
-/** Sorts by unsigned bytes, empty slots last; not stable. */
+/**
+ * Sorts the strings by their bytes, which are compared as unsigned numbers; slots that hold NULL
+ * come last. The sort is not stable.
+ */
 KE_API void wiq_strv_sort(wiq_strv* strv);
 
 /** @} */
