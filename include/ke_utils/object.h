@@ -1,7 +1,8 @@
 /**
  * @file object.h
- * A small class system with single inheritance: static type descriptors, class records that are tables of
- * virtual operations, and reference-counted instances. The JSON visitors in json.h are its first users.
+ * Declares a small class system with single inheritance: static type descriptors, class records
+ * that are tables of virtual operations, and reference-counted instances. The JSON visitors in
+ * json.h are its first users.
  */
 #ifndef KE_UTILS_OBJECT_H
 #define KE_UTILS_OBJECT_H
@@ -15,122 +16,160 @@ extern "C" {
 /** @defgroup object Types, classes and objects
  *  @{ */
 
-/** See struct WiqType below. */
+/** A type descriptor; see struct WiqType below. */
 typedef struct WiqType WiqType;
 
-/** A class record; a subclass's record begins with its parent's, its own slots follow. */
+/**
+ * A class record. The record of a subclass begins with that of its parent; its own slots follow.
+ */
 typedef struct WiqClass {
-    WiqType* type; /**< the type this record belongs to */
+    WiqType* type; /**< the type that this record belongs to */
 } WiqClass;
 
-/** The header every instance begins with. */
+/** The header that every instance begins with. */
 typedef struct WiqObject {
     WiqClass* klass; /**< the instance's class record */
     i32 refcount;    /**< changed by atomic operations only */
 } WiqObject;
 
 /**
- * Initialises the fields that a type adds to a new, zeroed instance; nonzero: object_new() gives NULL. It must not
- * release the instance; references that it has taken count for nothing if object_new() fails.
+ * Initialises the fields that a type adds to a new instance, which is filled with zero bytes.
+ *
+ * It must not release the instance. If object_new() fails, references that it took to the instance
+ * are void.
+ * @return 0; any other value makes object_new() return NULL
  */
 typedef i32 (*WiqInstanceInitFn)(WiqObject* object);
 
 /**
- * Releases what a type's own fields hold. The instance goes whatever happens: a reference that is taken to it here
- * is given up before this returns, which does not run the finalisers again. It must not call object_delete() on it.
+ * Releases what the fields of a type hold.
+ *
+ * The instance is freed whatever happens here. A reference that the function takes to it must be
+ * given up before the function returns; that does not run the finalisers again. The function must
+ * not call object_delete() for the instance.
  */
 typedef void (*WiqInstanceFinalizeFn)(WiqObject* object);
 
 /**
- * Fills or changes a class record; nonzero: the class is not built. It runs under the lock of the type whose class
- * is built. There, object_new() of that type, or of one that derives from it, gives NULL. It must not wait for a
- * thread that needs that class; so types whose initialisers make objects of one another must not be used for the
- * first time by two threads at once. type_uninit() of such a type is not for it.
+ * Fills or changes a class record.
+ *
+ * It runs while the lock of the type whose class is built is held. During that time, object_new()
+ * of this type, or of a type that derives from it, returns NULL in this thread. The function must
+ * not wait for a thread that needs the class. So types whose initialisers make objects of each
+ * other must not be used for the first time by two threads at once. The function must not call
+ * type_uninit() for such a type.
+ * @return 0; any other value keeps the class from being built
  */
 typedef i32 (*WiqClassInitFn)(WiqClass* klass);
 
-/** A type descriptor: one static record for each type, filled by its author and completed at run time. */
+/**
+ * A type descriptor: one static record for each type, which its author fills and the library
+ * completes.
+ */
 struct WiqType {
-    const char* name; /**< for messages */
+    const char* name; /**< for messages; required */
     WiqType* parent;  /**< the type that this one extends; NULL for the root */
     size_t
-        instance_size; /**< bytes of an instance, its parents' fields included; 0: the parent's */
-    WiqInstanceInitFn instance_init;         /**< initialises the type's own fields, or NULL */
-    WiqInstanceFinalizeFn instance_finalize; /**< releases what they hold, or NULL */
-    size_t class_size;                       /**< bytes of the class record; 0: the parent's */
-    WiqClassInitFn class_init;               /**< fills the class record of this type, or NULL */
-    /** changes the record of every type that derives from this one, not its own, or NULL: it runs when such a
-     *  class is built, on the copy of the parent's record, which still names the parent as its type */
+        instance_size; /**< bytes of an instance with its parents' fields; 0: as in the parent */
+    WiqInstanceInitFn instance_init;         /**< initialises the type's own fields; or NULL */
+    WiqInstanceFinalizeFn instance_finalize; /**< releases what they hold; or NULL */
+    size_t class_size;                       /**< bytes of the class record; 0: as in the parent */
+    WiqClassInitFn class_init;               /**< fills the class record of this type; or NULL */
+    /** Changes the class record of every type that derives from this one, but not this type's own;
+     *  or NULL. It runs when such a class is built, on the copy of the parent's record, which still
+     *  names the parent as its type. */
     WiqClassInitFn class_base_init;
-    WiqClass* klass; /**< the class record once it is built; NULL at first */
-    int initialised; /**< nonzero from type_init() to type_uninit(); 0 at first */
+    WiqClass* klass; /**< the class record once it is built; NULL before */
+    int initialised; /**< nonzero from type_init() to type_uninit(); 0 before */
     wiq_mutex lock;  /**< held while the class is built */
 };
 
-/** The root type, "Object": no slots, no fields of its own. */
+/** The root type, "Object". It has no slots and no fields of its own. */
 extern KE_API WiqType ObjectType;
 
 /**
- * Makes a type usable and registers it. Types are registered before threads use them: nothing is locked.
- * @param type   lives as long as the process; NULL, and a type that is initialised already, are left alone, status 0
- * @param parent stored into the descriptor when not NULL
- * @return 0; -5007 if the lock cannot be made; -5000 if the registry cannot grow, and then the type can be tried
- *         again
+ * Makes a type usable and registers it.
+ *
+ * Nothing is locked: register types before threads use them.
+ * @param type   lives as long as the process. For NULL, and for a type that is initialised already,
+ *               nothing is done and 0 is returned.
+ * @param parent stored into the descriptor unless it is NULL
+ * @return 0; WIQ_ERR_LOCK_INIT (-5007) if the lock cannot be made; WIQ_ERR_NO_MEMORY (-5000) when
+ *         out of memory for the registry, in which case the function may be called again
  */
 KE_API i32 type_init(WiqType* type, WiqType* parent);
 
-/** Destroys the lock of an initialised type; class record and registry entry stay. Always 0. */
+/**
+ * Destroys the lock of an initialised type. Its class record and its place in the registry stay.
+ * NULL is ignored.
+ * @return 0
+ */
 KE_API i32 type_uninit(WiqType* type);
 
 /**
- * The registered types in order, the six built-in ones first.
+ * Returns the registered types in the order of their registration; the six built-in ones are the
+ * first.
  * @param count receives their number; may be NULL
- * @return lent, valid until the next type_init()
+ * @return an array that the library owns, valid until the next type_init()
  */
 KE_API WiqType** type_list(u32* count);
 
 /**
- * Whether `child` derives from `parent`, at any distance; false for NULL and for a type itself.
+ * Tells whether `child` derives from `parent`, at any distance. False if either is NULL, and for a
+ * type and itself.
  */
 KE_API bool type_is_child(const WiqType* parent, const WiqType* child);
 
 /**
- * The class record, if its type is the given one or derives from it; else NULL. A safe cast.
+ * Returns the class record if its type is the given type or derives from it, otherwise NULL. This
+ * is a safe cast.
  */
 KE_API WiqClass* class_check(WiqClass* klass, const WiqType* type);
 
 /**
- * The class record of an ancestor (or of the class's own type), where a parent's implementations are; else NULL.
+ * Returns the class record of a type that is the class's own type or one of its ancestors,
+ * otherwise NULL. The slots of an ancestor's record are the parent's implementations.
  */
 KE_API WiqClass* class_get_super_class(WiqClass* klass, const WiqType* type);
 
 /**
- * Makes an instance with a count of 1, building the class first where it is needed (threads may race for that).
- * Initialisers run from the root down.
- * @return the object, released with object_unref(); NULL if the class cannot be built (a type that is not
- *         initialised, has no name or no parent, is being built by this thread, or has a failing initialiser),
- *         without memory, or if an initialiser of the instance fails, and then no finaliser runs
+ * Makes an instance with a reference count of 1.
+ *
+ * The class is built first if it has not been yet; threads may do so at the same time. The
+ * initialisers run from the root type down.
+ * @param type an initialised type
+ * @return the object, which object_unref() releases. NULL when out of memory; if the class cannot
+ *         be built (the type is not initialised, has no name or no parent, is being built by this
+ *         thread, or has an initialiser that fails); or if an initialiser of the instance fails, in
+ *         which case no finaliser runs.
  */
 KE_API WiqObject* object_new(WiqType* type);
 
-/** Adds an owner, atomically. Not for NULL. */
+/** Adds an owner, atomically. `object` must not be NULL. */
 KE_API void object_ref(WiqObject* object);
 
 /**
- * Gives up an owner, atomically; the last one runs the finalisers, most derived first, and frees. NULL does nothing.
+ * Removes an owner, atomically. With the last one, the finalisers run, that of the most derived
+ * type first, and the object is freed. NULL is ignored.
  */
 KE_API void object_unref(WiqObject* object);
 
-/** Runs the finalisers and frees, whatever the count. Not for NULL. */
+/**
+ * Runs the finalisers and frees the object, whatever its reference count. `object` must not be
+ * NULL.
+ */
 KE_API void object_delete(WiqObject* object);
 
-/** The object, if its type is the given one or derives from it; else NULL, also for NULL. */
+/**
+ * Returns the object if its type is the given type or derives from it, otherwise NULL. `object` may
+ * be NULL.
+ */
 KE_API WiqObject* object_check(WiqObject* object, const WiqType* type);
 
-/** The object's class record; NULL for NULL. */
+/** Returns the class record of an object, or NULL for NULL. */
 KE_API WiqClass* object_get_class(const WiqObject* object);
 
-/** class_get_super_class() of the object's class. */
+/** Calls class_get_super_class() for the class of the object, which may be NULL. */
 KE_API WiqClass* object_get_super_class(const WiqObject* object, const WiqType* type);
 
 /** @} */
