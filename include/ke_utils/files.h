@@ -1,7 +1,7 @@
 /**
  * @file files.h
- * Paths and directories, whole-file loading and line reading, the INI parser, and schema files found
- * beside the running executable.
+ * Declares text conversions, paths and directories, whole-file loading and line reading, the INI
+ * parser, and schema files found beside the running executable.
  */
 #ifndef KE_UTILS_FILES_H
 #define KE_UTILS_FILES_H
@@ -18,86 +18,107 @@ extern "C" {
 #endif
 
 /** @defgroup encoding Text conversions
+ *  The `err` of these functions receives a system error code of Windows, not a status. It is not
+ *  read first.
  *  @{ */
 
 /**
  * Converts wide text to UTF-8.
- * @param w   NUL-terminated UTF-16 on Windows, UTF-32 elsewhere; NULL gives NULL without an error
- * @param err receives a system error code, not a status: 0, 8 without memory, 1113 for invalid text (a lone
- *            surrogate, a value above U+10FFFF); may be NULL
- * @return a new string, released with free(); NULL on failure
+ * @param w   NUL-terminated UTF-16 on Windows, UTF-32 elsewhere. For NULL the result is NULL,
+ *            without an error.
+ * @param err receives 0; 8 when out of memory; or 1113 for invalid text (a lone surrogate, or a
+ *            value above U+10FFFF). May be NULL.
+ * @return a new string, which the caller releases with free(); NULL on failure
  */
 KE_API char* narrow(const wchar_t* w, u32* err);
 
 /**
- * Converts UTF-8 to wide text; what is invalid is replaced by U+FFFD.
- * @param s   NULL gives NULL without an error
- * @param err receives a system error code: 0, or 8 without memory; may be NULL
- * @return a new string, released with free(); NULL on failure
+ * Converts UTF-8 to wide text. Invalid bytes are replaced by U+FFFD.
+ * @param s   NUL-terminated. For NULL the result is NULL, without an error.
+ * @param err receives 0, or 8 when out of memory; may be NULL
+ * @return a new string, which the caller releases with free(); NULL on failure
  */
 KE_API wchar_t* widen(const char* s, u32* err);
 
 /**
  * Converts an array of wide strings.
- * @param count items; 0 gives NULL without an error
- * @param err   as in narrow(). When given, the first item that cannot be converted (or is NULL) fails the call;
- *              when NULL, such items become NULL and the rest is converted.
- * @return a new array of new strings, released with free_narrow_array(); NULL on failure
+ * @param count number of items. For 0 the result is NULL, without an error.
+ * @param items the strings. For NULL the result is NULL, without an error.
+ * @param err   receives a code as in narrow(). If it is given, the first item that is NULL or
+ *              cannot be converted makes the call fail; if it is NULL, such an item becomes NULL,
+ *              and the others are converted.
+ * @return a new array of new strings, which free_narrow_array() releases; NULL on failure
  */
 KE_API char** narrow_array(int count, const wchar_t* const* items, u32* err);
 
 /**
- * Releases the strings and the array of narrow_array(); NULL does nothing. Writes 0 to `err` if given.
+ * Releases the strings and the array that narrow_array() returned.
+ * @param count number of items
+ * @param items the array; NULL is ignored
+ * @param err   receives 0; may be NULL
  */
 KE_API void free_narrow_array(int count, char** items, u32* err);
 
 /** @} */
 
 /** @defgroup path Path strings
+ *  These functions do not look at the file system. A separator that they write is always "\\".
  *  @{ */
 
 /**
- * The part behind the last "\\" or "/", inside `path`; the whole without one; NULL for NULL.
+ * Returns the part of a path after the last "\\" or "/", inside `path`. That is all of it if there
+ * is no separator. NULL for NULL.
  */
 KE_API const char* wiq_basename(const char* path);
 
 /**
- * Cuts a path, in place, to the directory of its last part: "C:\\dir\\f" to "C:\\dir", "C:\\f" to "C:\\", "\\f" to "\\",
- * "f" to "".
+ * Cuts a path, in place, to the directory of its last part: "C:\\dir\\f" becomes "C:\\dir", "C:\\f"
+ * becomes "C:\\", "\\f" becomes "\\", and "f" becomes "".
  * @return `path`; NULL for NULL
  */
 KE_API char* wiq_dirname(char* path);
 
 /**
- * Whether a path begins with "\\" or has ":" as its second character; a leading "/" does not count. False for NULL.
+ * Tells whether a path begins with "\\" or has ":" as its second character. A leading "/" does not
+ * count. False for NULL.
  */
 KE_API bool wiq_is_abs_path(const char* path);
 
-/** Whether a name holds neither "\\" nor "/". False for NULL. */
+/** Tells whether a name contains neither "\\" nor "/". False for NULL. */
 KE_API bool wiq_filename_only(const char* s);
 
-/** Removes one "\\" or "/" from the end, in place. NULL does nothing. */
+/** Removes one "\\" or "/" from the end of a path, in place. NULL is ignored. */
 KE_API void wiq_trim_dirsep(char* path);
 
 /**
- * Joins a directory and a name with one "\\"; one separator at the end of the directory is dropped.
- * @return a new string, released with free(); NULL for a NULL argument or without memory
+ * Joins a directory and a name with one "\\". If the directory ends in a separator, that one is
+ * dropped first.
+ * @return a new string, which the caller releases with free(); NULL if an argument is NULL or when
+ *         out of memory
  */
 KE_API char* wiq_build_path(const char* dir, const char* name);
 
 /**
- * Appends a part, with a "\\" in front unless the buffer is empty or ends in one, or the part is empty. The part
- * may lie in the buffer.
- * @return bytes appended, the separator counted; -7000 for NULL; -5000 when out of memory and -7001 for 2^31
- *         bytes or more, with the buffer unchanged
+ * Appends a part to a path.
+ *
+ * A "\\" is put before the part, unless the buffer is empty or ends in "\\", or the part is empty.
+ * @param buf  holds the path
+ * @param part may lie in the buffer
+ * @return the number of bytes appended, the separator included; WIQ_ERR_INVALID_ARG (-7000) if an
+ *         argument is NULL; WIQ_ERR_NO_MEMORY (-5000) when out of memory and WIQ_ERR_RANGE (-7001)
+ *         for 2^31 bytes or more, with the buffer unchanged
  */
 KE_API i32 wiq_append_path(wiq_strbuf* buf, const char* part);
 
 /**
- * Appends `count` parts (const char*), each as wiq_append_path() does. Parts that lie in the buffer are taken as
- * they were before the call.
- * @return bytes appended in all; 0 for a count below 1; the first failure, what came before it appended (-7001: with
- *         this part they would be 2^31 or more)
+ * Appends `count` parts (of type const char*), each as wiq_append_path() does.
+ *
+ * Parts that lie in the buffer are read as they were before the call.
+ * @param buf   holds the path
+ * @param count number of parts that follow
+ * @return the number of bytes appended in all; 0 for a count below 1; otherwise the first failure
+ *         of wiq_append_path(), with the parts before it appended. WIQ_ERR_RANGE means that with
+ *         this part, all parts together would have 2^31 bytes or more.
  */
 KE_API i32 wiq_append_paths(wiq_strbuf* buf, int count, ...);
 
@@ -107,71 +128,109 @@ KE_API i32 wiq_append_paths(wiq_strbuf* buf, int count, ...);
  *  @{ */
 
 /**
- * The directory of the running executable, a new string; NULL if it cannot be told or without memory.
+ * Returns the directory of the running executable.
+ *
+ * On Windows, the path of an executable that has more than 259 characters is cut to so many.
+ * @return a new string, which the caller releases with free(); NULL if the directory cannot be
+ *         found out or when out of memory
  */
 KE_API char* wiq_install_dir(void);
 
 /**
- * The user's home directory, a new string; NULL if it is unknown, longer than 259 bytes, or without memory.
+ * Returns the user's home directory.
+ * @return a new string, which the caller releases with free(); NULL if the directory is unknown or
+ *         longer than 259 bytes, or when out of memory
  */
 KE_API char* wiq_home_dir(void);
 
 /**
- * Opens a stream. On Linux the programs that this one starts do not inherit it.
- * @param path UTF-8, either separator
+ * Opens a stream. On Linux, programs that this one starts do not inherit it.
+ * @param path UTF-8, with either separator
  * @param mode as in fopen()
- * @param err  receives 0; -7000 for NULL; -5006 if the path cannot be converted; -4 access denied, or a directory,
- *             whatever the mode; -3002 not found (also: a name below a file, a name that is too long); -3 anything
- *             else, as a mode that is none. Not read first; may be NULL.
- * @return the stream, closed with fclose(); NULL on failure
+ * @param err  receives 0 or the status; not read first; may be NULL. WIQ_ERR_INVALID_ARG if `path`
+ *             or `mode` is NULL; WIQ_ERR_ENCODING (-5006) if the path cannot be converted;
+ *             WIQ_ERR_ACCESS_DENIED (-4) if access is denied, or for a directory, whatever the
+ *             mode; WIQ_ERR_NOT_FOUND (-3002) if there is no such file, and for a name below a file
+ *             and a name that is too long; WIQ_ERR_IO (-3) for anything else, such as an invalid
+ *             mode.
+ * @return the stream, which the caller closes with fclose(); NULL on failure
  */
 KE_API FILE* wiq_fopen(const char* path, const char* mode, u32* err);
 
 /**
- * Opens a file under a name that no file had. On Linux the name is random, only the file's owner may read and write
- * it, and the programs that this one starts do not inherit it; on Windows the runtime makes 26 names at most of one
- * template in one thread while the files stand, and then gives -3.
- * @param tmpl ends in six "X", which are replaced in place
- * @param err  receives 0; -7000 for a bad template or a NULL mode; otherwise as wiq_fopen(). May be NULL.
- * @param mode as in fopen(). A mode that creates files ("w", "a") creates it exclusively: a file that exists is
- *             never opened. A mode that only reads finds nothing (-3002).
- * @return the stream; NULL on failure
+ * Opens a file under a name that no file has had.
+ *
+ * On Linux the name is random, only the owner of the file may read and write it, and programs that
+ * this one starts do not inherit it. On Windows the runtime makes at most 26 names from one
+ * template in one thread while the files exist; after that the status is WIQ_ERR_IO.
+ * @param tmpl a path that ends in six "X", which are replaced in place
+ * @param err  receives 0 or the status; not read first; may be NULL. WIQ_ERR_INVALID_ARG for a NULL
+ *             or bad template or a NULL mode; WIQ_ERR_IO if no name can be made; otherwise as in
+ *             wiq_fopen().
+ * @param mode as in fopen(). A mode that creates files ("w", "a") creates this one exclusively: a
+ *             file that exists is never opened. A mode that only reads finds nothing
+ *             (WIQ_ERR_NOT_FOUND).
+ * @return the stream, which the caller closes with fclose(); NULL on failure
  */
 KE_API FILE* wiq_mkstemp(char* tmpl, u32* err, const char* mode);
 
 /**
- * Asks for access to a path: mode 0 existence, 2 write, 4 read, 6 both.
- * @return 0; -4 if it is not given, whatever the reason. A NULL path, or one that cannot be converted, gives 0.
+ * Tests for access to a path.
+ * @param path UTF-8, with either separator
+ * @param mode 0 for existence, 2 for write access, 4 for read access, 6 for both
+ * @return 0, also for a path that is NULL or cannot be converted; WIQ_ERR_ACCESS_DENIED if there is
+ *         no such access, whatever the reason
  */
 KE_API i32 wiq_access(const char* path, int mode);
 
 /**
- * Makes a directory and the parents that are missing ("\\" separates them; one separator at the end is dropped).
- * @return 0; -7000 for NULL; -3005 if it exists; -3003 if a parent cannot be made or something else stands there;
- *         -4 access denied; -5000; -3 anything else
+ * Makes a directory and any missing parents.
+ * @param path UTF-8, with "\\" between the levels; one separator at the end is dropped
+ * @return 0; WIQ_ERR_INVALID_ARG if `path` is NULL; WIQ_ERR_ALREADY_EXISTS (-3005) if the directory
+ *         exists; WIQ_ERR_PATH_NOT_FOUND (-3003) if a parent cannot be made, or if something that
+ *         is not a directory has this name; WIQ_ERR_ACCESS_DENIED if access is denied;
+ *         WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_IO for anything else. Parents that were
+ *         made before a failure stay.
  */
 KE_API i32 wiq_mkdir(const char* path);
 
 /**
- * Makes the directory that a file is to stand in: what is before the last "\\", as wiq_mkdir(); 0 without one.
+ * Makes the directory that is to contain a file, as wiq_mkdir() does.
+ * @param path the path of the file; its directory is what is before the last "\\"
+ * @return 0 if the path has no "\\"; otherwise as wiq_mkdir()
  */
 KE_API i32 wiq_mkdir_parents(const char* path);
 
-/** Removes an empty directory. 0; -7000 for NULL; -5006; -3 if it stays. */
+/**
+ * Removes an empty directory.
+ * @param path UTF-8, with either separator
+ * @return 0; WIQ_ERR_INVALID_ARG if `path` is NULL; WIQ_ERR_ENCODING if it cannot be converted;
+ *         WIQ_ERR_IO if the directory was not removed, whatever the reason
+ */
 KE_API i32 wiq_rmdir(const char* path);
 
 /**
- * Renames a file or directory. What stands under the new name is never replaced, and not even for a moment (except
- * an empty directory that is made meanwhile, where a file system of Linux cannot rename without replacing). A name
- * onto itself is a success.
- * @return 0; -7000 for NULL; -5006 if neither name can be converted; -4 access denied; -3002 not found (also: a name
- *         below a file, a name that is too long); -3 anything else: the new name is taken, one name cannot be
+ * Renames a file or directory.
+ *
+ * What already has the new name is never replaced, not even for a moment. (There is one exception:
+ * on a Linux file system that cannot rename without replacing, an empty directory that is made
+ * meanwhile.) Renaming something to its own name succeeds.
+ * @param from the old name: UTF-8, with either separator
+ * @param to   the new name: UTF-8, with either separator
+ * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL; WIQ_ERR_ENCODING if neither name can be
+ *         converted; WIQ_ERR_ACCESS_DENIED if access is denied; WIQ_ERR_NOT_FOUND if there is
+ *         nothing under the old name, and for a name below a file and a name that is too long;
+ *         WIQ_ERR_IO for anything else: something has the new name, or one of the names cannot be
  *         converted
  */
 KE_API i32 wiq_rename(const char* from, const char* to);
 
 /**
- * Removes a file. 0; -7000 for NULL; -5006; -3002 not found; -4 access denied (also: a directory); -3.
+ * Removes a file.
+ * @param path UTF-8, with either separator
+ * @return 0; WIQ_ERR_INVALID_ARG if `path` is NULL; WIQ_ERR_ENCODING if it cannot be converted;
+ *         WIQ_ERR_NOT_FOUND if there is no such file; WIQ_ERR_ACCESS_DENIED if access is denied,
+ *         and for a directory; WIQ_ERR_IO for anything else
  */
 KE_API i32 wiq_unlink(const char* path);
 
@@ -182,24 +241,33 @@ KE_API i32 wiq_unlink(const char* path);
 
 /**
  * Reads a whole file into one block.
- * @param path UTF-8
- * @param out  receives the block, released with free(); written once the size is known (NULL without memory), and
- *             left filled in part when reading fails
- * @param pad  0: the block is the file; else it is filled up with zero bytes to the next multiple of `pad` above
- *             the size, so 1 makes a file a NUL-terminated text
- * @return the size in bytes; -3001 for an empty file (`out` untouched); -3 if it cannot be measured or read, or has
- *         2 GiB or more; -5000; the statuses of wiq_fopen()
+ * @param path UTF-8, with either separator
+ * @param out  receives the block, which the caller releases with free(). It is written as soon as
+ *             the size of the file is known (with NULL when out of memory), and keeps a block that
+ *             is only partly filled if reading fails.
+ * @param pad  0 for a block of the file's size. Otherwise the block is filled up with zero bytes to
+ *             the next multiple of `pad` above the file's size; so 1 makes the file a
+ *             NUL-terminated text.
+ * @return the size of the file in bytes; WIQ_ERR_INVALID_ARG if an argument is NULL;
+ *         WIQ_ERR_FILE_EMPTY (-3001) for an empty file, with `*out` unchanged; WIQ_ERR_IO if the
+ *         file cannot be measured or read, or has 2 GiB or more; WIQ_ERR_NO_MEMORY when out of
+ *         memory; or a status of wiq_fopen()
  */
 KE_API i32 wiq_load_file(const char* path, void** out, size_t pad);
 
 /**
- * Reads a line, its "\n" included, or what is left before the end.
- * @param line a block from malloc() or NULL; may be moved. Grows by 128 bytes at a time.
- * @param size its size in bytes; ignored for a NULL block
- * @return bytes stored before the NUL, NUL bytes of the line counted; -7000 for NULL; -3004 at the end or on a read
- *         error before any byte, nothing changed. -5000: what was read of the line is lost, a NULL block is NULL
- *         still, and a block that was given is valid with its size, though both may be new. -3 for a line of 2^31
- *         bytes or more: the first 2^31 - 1 are in the block, the next byte is the stream's next.
+ * Reads a line, including its "\n", or what is left before the end of the stream.
+ * @param line   the address of a block from malloc(), or of NULL. The block may move; it grows by
+ *               128 bytes at a time.
+ * @param size   size of the block in bytes; ignored if the block is NULL
+ * @param stream open for reading
+ * @return the number of bytes stored before the terminating NUL; NUL bytes of the line count.
+ *         WIQ_ERR_INVALID_ARG if an argument is NULL. WIQ_ERR_EOF (-3004) at the end of the stream,
+ *         or on a read error before any byte, with nothing changed. WIQ_ERR_NO_MEMORY when out of
+ *         memory: what was read of the line is lost; a NULL block is still NULL; a block that was
+ *         given is valid with its size, though both may be new. WIQ_ERR_IO for a line of 2^31 bytes
+ *         or more: its first 2^31 - 1 bytes are in the block, and the next byte is still to be read
+ *         from the stream.
  */
 KE_API i32 wiq_getline(char** line, size_t* size, FILE* stream);
 
@@ -208,37 +276,59 @@ KE_API i32 wiq_getline(char** line, size_t* size, FILE* stream);
 /** @defgroup ini INI parser
  *  @{ */
 
-/** Where a token stands in the file. */
+/** Tells where a token is in the file. */
 typedef struct WiqIniLocation {
-    u32 line;   /**< line number, from 1; stays at 2^32 - 1 */
+    u32 line;   /**< line number, from 1; stops at 2^32 - 1 */
     u32 column; /**< byte column in the line, from 1 */
-    u32 length; /**< bytes */
-    u32 offset; /**< byte offset in the file, from 0; stays at 2^32 - 1 */
+    u32 length; /**< length of the token in bytes */
+    u32 offset; /**< byte offset in the file, from 0; stops at 2^32 - 1 */
 } WiqIniLocation;
 
 /**
- * Receives a section header. All pointers are valid during the call only.
- * @param argument NULL without one, and then its location is all zero
- * @return 0 to go on; any other status ends the parse and is returned by it
+ * Receives a section header. All pointers are valid only during the call.
+ * @param name          the name of the section
+ * @param name_location where the name is
+ * @param argument      the argument; NULL if there is none
+ * @param argument_location where the argument is; all zero if there is none
+ * @param user          the pointer that was given to wiq_ini_parse()
+ * @return 0 to go on; any other status ends the parse, which returns it
  */
 typedef i32 (*WiqIniSectionFn)(const char* name, const WiqIniLocation* name_location,
                                const char* argument, const WiqIniLocation* argument_location,
                                void* user);
 
-/** Receives a key and its value, quotes removed; as WiqIniSectionFn otherwise. */
+/**
+ * Receives a key and its value. All pointers are valid only during the call.
+ * @param key           the key
+ * @param key_location  where the key is
+ * @param value         the value, without its quotes
+ * @param value_location where the value is, without its quotes
+ * @param user          the pointer that was given to wiq_ini_parse()
+ * @return 0 to go on; any other status ends the parse, which returns it
+ */
 typedef i32 (*WiqIniKeyFn)(const char* key, const WiqIniLocation* key_location, const char* value,
                            const WiqIniLocation* value_location, void* user);
 
-/** Receives the place of a mistake; `offset` is not meant for use. */
+/**
+ * Receives the place of a syntax error.
+ * @param location valid only during the call; its `offset` has no meaning
+ * @param user     the pointer that was given to wiq_ini_parse()
+ */
 typedef void (*WiqIniErrorFn)(const WiqIniLocation* location, void* user);
 
 /**
- * Reads an INI file line by line: [name], [name argument], [name "argument"], key = value, key = "value", comments
- * from "#" or ";". Keys stand in sections; empty values are mistakes.
- * @param stream read from where it stands to its end or the first mistake; stays open
- * @param on_section, on_key, on_error may be NULL
- * @return 0; -7000 for a NULL stream; -7010 after the first mistake, which on_error was told of; a callback's nonzero
- *         result; -5000
+ * Reads an INI file line by line.
+ *
+ * It knows [name], [name argument], [name "argument"], key = value, key = "value", and comments
+ * from "#" or ";" on. Keys must be in a section; an empty value is a syntax error.
+ * @param stream     read from its position to the end or to the first syntax error; it stays open
+ * @param on_section called for each section header; may be NULL
+ * @param on_key     called for each key; may be NULL
+ * @param on_error   called for the syntax error that ends the parse; may be NULL
+ * @param user       passed on to the callbacks
+ * @return 0; WIQ_ERR_INVALID_ARG if `stream` is NULL; WIQ_ERR_INI_SYNTAX (-7010) after a syntax
+ *         error; the nonzero status of a callback; WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_IO
+ *         for a line of 2^31 bytes or more
  */
 KE_API i32 wiq_ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
                          WiqIniErrorFn on_error, void* user);
@@ -249,24 +339,34 @@ KE_API i32 wiq_ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn o
  *  @{ */
 
 /**
- * The name of a command's schema file: the command and "_input.json" or "_output.json", "-" replaced by "_".
- * @param err receives 0, also for a NULL command; -5000. May be NULL.
- * @return a new string, released with free(); NULL for NULL or without memory
+ * Makes the name of a command's schema file: the command followed by "_input.json" or
+ * "_output.json", with every "-" replaced by "_".
+ * @param command the name of the command; for NULL the result is NULL
+ * @param input   true for the schema of the input, false for that of the output
+ * @param err     receives 0, also for a NULL command, or WIQ_ERR_NO_MEMORY when out of memory; not
+ *                read first; may be NULL
+ * @return a new string, which the caller releases with free(); NULL for a NULL command or when out
+ *         of memory
  */
 KE_API char* wiq_schema_filename(const char* command, bool input, u32* err);
 
 /**
- * Opens a schema file from "schemas" beside the running executable or, failing that, from "..\\schemas".
- * @param filename as wiq_schema_filename() makes it
- * @param err      receives 0, or the status of the last try (wiq_fopen()); -7000 for NULL; -5000. May be NULL.
- * @return a stream in text mode; NULL on failure
+ * Opens a schema file in the folder "schemas" beside the running executable or, if that fails, in
+ * "..\\schemas".
+ * @param filename a name as wiq_schema_filename() makes it
+ * @param err      receives 0; WIQ_ERR_INVALID_ARG if `filename` is NULL; WIQ_ERR_NO_MEMORY when out
+ *                 of memory; or the status of wiq_fopen() for the second folder. Not read first;
+ *                 may be NULL.
+ * @return a stream in text mode, which the caller closes with fclose(); NULL on failure
  */
 KE_API FILE* wiq_schema_open(const char* filename, u32* err);
 
 /**
  * Loads a schema file as a document.
- * @param err receives 0; -7000 for NULL; -3 if no file could be opened; the parser's status. May be NULL.
- * @return the tree, released with wiq_json_unref(); NULL on failure
+ * @param filename a name as wiq_schema_filename() makes it
+ * @param err      receives 0; WIQ_ERR_INVALID_ARG if `filename` is NULL; WIQ_ERR_IO if no file
+ *                 could be opened; or a status of wiq_json_loadf(). Not read first; may be NULL.
+ * @return the document, which the caller releases with wiq_json_unref(); NULL on failure
  */
 KE_API wiq_json_t* wiq_load_schema(const char* filename, u32* err);
 
