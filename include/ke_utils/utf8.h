@@ -1,8 +1,11 @@
 /**
  * @file utf8.h
- * JSON text beyond ASCII. The parser of json.h reads ASCII with "\u" escapes and the serializer writes such
- * characters raw, so what was saved could not be loaded: these helpers close the circle. They are inline and
- * add no export to the library; include this header where they are needed (ke_utils.h does not).
+ * Declares helpers for JSON text beyond ASCII. The parser of json.h reads ASCII with "\u" escapes,
+ * but the serializer writes such characters raw, so what was saved could not be loaded. With these
+ * helpers it can.
+ *
+ * They are inline and add no export to the library. Include this header where you need them;
+ * ke_utils.h does not include it.
  */
 #ifndef KE_UTILS_UTF8_H
 #define KE_UTILS_UTF8_H
@@ -29,12 +32,12 @@ extern "C" {
 #define KE_UTF8_CAST_(type, value) ((type)(value))
 #endif
 
-/* A byte of a text, as a number. */
+/* Returns a byte of a text as a number. */
 static inline u8 ke_utf8_byte_(const char* text, size_t at) {
     return KE_UTF8_CAST_(u8, text[at]);
 }
 
-/* The length of the valid sequence (RFC 3629) at `at`; 0 if there is none. */
+/* Returns the length of the valid sequence (RFC 3629) at `at`; 0 if there is none. */
 static inline size_t ke_utf8_length_(const char* text, size_t size, size_t at) {
     const u8 lead = ke_utf8_byte_(text, at);
     const size_t length = lead < 0x80   ? 1
@@ -51,7 +54,7 @@ static inline size_t ke_utf8_length_(const char* text, size_t size, size_t at) {
             return 0;
     }
     if (length > 2) {
-        /* Overlong forms, surrogates, and what is above U+10FFFF show in the second byte. */
+        /* The second byte shows overlong forms, surrogates, and what is above U+10FFFF. */
         const u8 second = ke_utf8_byte_(text, at + 1);
         if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
             (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F))
@@ -60,11 +63,12 @@ static inline size_t ke_utf8_length_(const char* text, size_t size, size_t at) {
     return length;
 }
 
-/* The bytes that a sequence of this length becomes: itself, one escape, or a pair of them. */
+/* Returns how many bytes a sequence of this length becomes: itself, one escape, or two escapes. */
 static inline size_t ke_utf8_escaped_(size_t length) {
     return length == 1 ? 1 : length == 4 ? 12 : 6;
 }
 
+/* Writes a UTF-16 unit as an escape; returns the end of the escape. */
 static inline char* ke_utf8_put_unit_(char* to, u32 unit) {
     static const char digits[] = "0123456789abcdef";
     int shift;
@@ -75,7 +79,7 @@ static inline char* ke_utf8_put_unit_(char* to, u32 unit) {
     return to;
 }
 
-/* Escapes the sequence at `from`; returns what is behind the escape. */
+/* Writes the sequence at `from`, escaped unless it is ASCII; returns the end of the output. */
 static inline char* ke_utf8_put_(char* to, const char* from, size_t length) {
     u32 code = ke_utf8_byte_(from, 0);
     size_t i;
@@ -92,7 +96,10 @@ static inline char* ke_utf8_put_(char* to, const char* from, size_t length) {
     return ke_utf8_put_unit_(to, 0xDC00u + ((code - 0x10000u) & 0x3FFu));
 }
 
-/* Writes to `err` the place in a text behind the characters that make `escaped` bytes when they are escaped. */
+/*
+ * Stores the place in a text that corresponds to a place in its escaped form: that after the
+ * characters that become `escaped` bytes.
+ */
 static inline void ke_utf8_place_(const char* text, size_t size, size_t start, size_t escaped,
                                   wiq_json_load_error* err) {
     const size_t largest = 0x7FFFFFFF;
@@ -115,13 +122,17 @@ static inline void ke_utf8_place_(const char* text, size_t size, size_t start, s
 /** @endcond */
 
 /**
- * Turns UTF-8 text into the ASCII that the JSON parser reads: every character beyond ASCII becomes its "\u"
- * escape, or a pair of them. A byte order mark at the front is left out.
- * @param text  `size` bytes; no NUL is needed behind them. NULL with a size above 0 is -7000.
- * @param size  in bytes
- * @param err   receives status 0; WIQ_ERR_JSON_BAD_UTF8 or WIQ_ERR_JSON_BAD_TOKEN (a NUL) with the place, the
- *              bad byte counted; WIQ_ERR_INVALID_ARG; WIQ_ERR_NO_MEMORY. May be NULL.
- * @return a new NUL-terminated text, released with free(); NULL on failure
+ * Turns UTF-8 text into the ASCII that the JSON parser reads.
+ *
+ * Every character beyond ASCII becomes its "\u" escape, or a pair of them. A byte order mark at the
+ * beginning is left out.
+ * @param text the text, which needs no NUL after it; NULL only if `size` is 0
+ * @param size length of the text in bytes
+ * @param err  receives status 0; WIQ_ERR_JSON_BAD_UTF8 (-1049), or WIQ_ERR_JSON_BAD_TOKEN (-1046)
+ *             for a NUL, with the place of the bad byte, which is counted; WIQ_ERR_INVALID_ARG
+ *             (-7000) if a needed `text` is NULL; WIQ_ERR_NO_MEMORY (-5000) when out of memory. May
+ *             be NULL.
+ * @return a new NUL-terminated text, which the caller releases with free(); NULL on failure
  */
 static inline char* ke_utf8_to_json_ascii(const char* text, size_t size, wiq_json_load_error* err) {
     wiq_json_load_error ignored;
@@ -162,13 +173,13 @@ static inline char* ke_utf8_to_json_ascii(const char* text, size_t size, wiq_jso
 }
 
 /**
- * wiq_json_loads() for UTF-8 text, with or without a byte order mark.
- * @param text  `size` bytes; no NUL is needed behind them, and none may be among them
- * @param size  in bytes
- * @param flags of wiq_json_load_flag
- * @param err   as in wiq_json_loads(), with the place in `text`: columns in characters, positions in bytes (a
- *              byte order mark counts as bytes and as no character). Also the statuses of
- *              ke_utf8_to_json_ascii(). May be NULL.
+ * Does what wiq_json_loads() does for UTF-8 text, with or without a byte order mark.
+ * @param text  the text, which needs no NUL after it and must not contain one
+ * @param size  length of the text in bytes
+ * @param flags of ::wiq_json_load_flag
+ * @param err   receives what wiq_json_loads() stores, with the place in `text`: columns count
+ *              characters, positions bytes (a byte order mark counts as bytes, but not as a
+ *              character). Also the statuses of ke_utf8_to_json_ascii(). May be NULL.
  * @return as wiq_json_loads()
  */
 static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 flags,
@@ -187,7 +198,7 @@ static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 
         const size_t start = size >= 3 && memcmp(text, "\xEF\xBB\xBF", 3) == 0 ? 3 : 0;
         ke_utf8_place_(text, size, start, KE_UTF8_CAST_(size_t, err->position), err);
         if (status == 0) {
-            /* As after every load that succeeds: the position alone is told. */
+            /* After a load that succeeds, only the position is reported. */
             err->line = 1;
             err->column = 0;
         }
@@ -197,11 +208,12 @@ static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 
 }
 
 /**
- * wiq_json_sdump() that writes ASCII: characters beyond it as "\u" escapes, so that every JSON parser reads
- * the text back, this library's too.
- * @param out   receives a new string, released with free(); untouched on failure
- * @param flags of wiq_json_dump_flag
- * @return the length, or a status as of wiq_json_sdump()
+ * Does what wiq_json_sdump() does, but writes ASCII: characters beyond it as "\u" escapes, so that
+ * every JSON parser can read the text, including that of this library.
+ * @param node  the document
+ * @param out   receives a new string, which the caller releases with free(); unchanged on failure
+ * @param flags of ::wiq_json_dump_flag
+ * @return the length of the string, or a status as in wiq_json_sdump()
  */
 static inline i32 ke_json_sdump_ascii(wiq_json_t* node, char** out, u32 flags) {
     char* text = NULL;
