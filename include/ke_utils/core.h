@@ -207,6 +207,7 @@ typedef void (*wiq_free_fn)(void** ptr);
 
 /** Called before or after allocations that the leak count leaves out. */
 typedef void (*wiq_track_fn)(void);
+
 /**
  * Called when an allocation has failed. Receives the requested size in bytes, as the hooks left it.
  */
@@ -478,14 +479,19 @@ KE_API i32 wiq_dlsym_real(wiq_lib* lib, const char* name, void** sym);
  * threads run.
  */
 extern KE_API void (*wiq_sleep_real_ptr)(u32 ms);
+
 /** The replaceable entry point of wiq_time_real(); see wiq_sleep_real_ptr. */
 extern KE_API i64 (*wiq_time_real_ptr)(i64* t);
+
 /** The replaceable entry point of wiq_gmtime_real(); see wiq_sleep_real_ptr. */
 extern KE_API i32 (*wiq_gmtime_real_ptr)(const i64* t, struct tm* out);
+
 /** The replaceable entry point of wiq_dlopen_real(); see wiq_sleep_real_ptr. */
 extern KE_API i32 (*wiq_dlopen_real_ptr)(const char* path, wiq_lib* lib);
+
 /** The replaceable entry point of wiq_dlclose_real(); see wiq_sleep_real_ptr. */
 extern KE_API void (*wiq_dlclose_real_ptr)(wiq_lib* lib);
+
 /** The replaceable entry point of wiq_dlsym_real(); see wiq_sleep_real_ptr. */
 extern KE_API i32 (*wiq_dlsym_real_ptr)(wiq_lib* lib, const char* name, void** sym);
 

@@ -73,6 +73,7 @@ typedef struct wiq_json wiq_json_t;
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_null_new(u32* err);
+
 /**
  * Makes a true or a false.
  * @param value true or false
@@ -80,6 +81,7 @@ KE_API wiq_json_t* wiq_json_null_new(u32* err);
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_bool_new(bool value, u32* err);
+
 /**
  * Makes a signed 64-bit integer.
  * @param value the number
@@ -87,6 +89,7 @@ KE_API wiq_json_t* wiq_json_bool_new(bool value, u32* err);
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_i64_new(i64 value, u32* err);
+
 /**
  * Makes an unsigned 64-bit integer.
  * @param value the number
@@ -94,6 +97,7 @@ KE_API wiq_json_t* wiq_json_i64_new(i64 value, u32* err);
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_u64_new(u64 value, u32* err);
+
 /**
  * Makes an unsigned 128-bit integer.
  * @param value the number, which is copied
@@ -102,6 +106,7 @@ KE_API wiq_json_t* wiq_json_u64_new(u64 value, u32* err);
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_u128_new(const wiq_uint128* value, u32* err);
+
 /**
  * Makes a double.
  * @param value the number; NaN and infinities are accepted like any other
@@ -109,6 +114,7 @@ KE_API wiq_json_t* wiq_json_u128_new(const wiq_uint128* value, u32* err);
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_double_new(double value, u32* err);
+
 /**
  * Makes a string with a copy of `text`.
  *
@@ -131,6 +137,7 @@ KE_API wiq_json_t* wiq_json_str_new(const char* text, u32* err);
  * @return the number; 0 if the node is not a number
  */
 KE_API i64 wiq_json_i64_get(const wiq_json_t* node);
+
 /**
  * Returns a number as an unsigned 64-bit integer.
  *
@@ -140,6 +147,7 @@ KE_API i64 wiq_json_i64_get(const wiq_json_t* node);
  * @return the number; 0 if the node is not a number
  */
 KE_API u64 wiq_json_u64_get(const wiq_json_t* node);
+
 /**
  * Returns a number as an unsigned 128-bit integer.
  *
@@ -150,12 +158,14 @@ KE_API u64 wiq_json_u64_get(const wiq_json_t* node);
  * @return `out`
  */
 KE_API wiq_uint128* wiq_json_u128_get(wiq_uint128* out, const wiq_json_t* node);
+
 /**
  * Returns a number as a double. Of a 128-bit integer, only the low half counts.
  * @param node must not be NULL
  * @return the number; 0.0 if the node is not a number
  */
 KE_API double wiq_json_double_get(const wiq_json_t* node);
+
 /**
  * Returns the text of a string or a reference, which the node keeps owning.
  * @param node must be a string or a reference; this is not tested
@@ -167,24 +177,34 @@ KE_API const char* wiq_json_str_get(const wiq_json_t* node);
  * Tells whether the node is a null. For a NULL `node` this test, like all that follow, is false.
  */
 KE_API bool wiq_json_is_null(const wiq_json_t* node);
+
 /** Tells whether the node is an object, strong or weak. */
 KE_API bool wiq_json_is_obj(const wiq_json_t* node);
+
 /** Tells whether the node is an array, strong or weak. */
 KE_API bool wiq_json_is_array(const wiq_json_t* node);
+
 /** Tells whether the node is a string. */
 KE_API bool wiq_json_is_str(const wiq_json_t* node);
+
 /** Tells whether the node is a true. */
 KE_API bool wiq_json_is_true(const wiq_json_t* node);
+
 /** Tells whether the node is a false. (This is not the same as not being a true.) */
 KE_API bool wiq_json_is_false(const wiq_json_t* node);
+
 /** Tells whether the node is a true or a false. */
 KE_API bool wiq_json_is_bool(const wiq_json_t* node);
+
 /** Tells whether the node is an integer of any width. A double never is. */
 KE_API bool wiq_json_is_int(const wiq_json_t* node);
+
 /** Tells whether the node is a number of any kind. */
 KE_API bool wiq_json_is_num(const wiq_json_t* node);
+
 /** Tells whether the node is a reference. */
 KE_API bool wiq_json_is_jref(const wiq_json_t* node);
+
 /** Tells whether the node is a weak container. */
 KE_API bool wiq_json_has_weak_refs(const wiq_json_t* node);
 
@@ -197,6 +217,7 @@ KE_API bool wiq_json_has_weak_refs(const wiq_json_t* node);
  *             although it does not fit.)
  */
 KE_API bool wiq_json_is_i64_ext(const wiq_json_t* node, bool ext);
+
 /**
  * Tells whether the node is an unsigned 64-bit integer or, with `ext`, a number that
  * wiq_json_u64_get() returns without loss.
@@ -205,6 +226,7 @@ KE_API bool wiq_json_is_i64_ext(const wiq_json_t* node, bool ext);
  *             and including 2^64
  */
 KE_API bool wiq_json_is_u64_ext(const wiq_json_t* node, bool ext);
+
 /**
  * Tells whether the node is an unsigned 128-bit integer or, with `ext`, a number that
  * wiq_json_u128_get() returns without loss.
@@ -213,6 +235,7 @@ KE_API bool wiq_json_is_u64_ext(const wiq_json_t* node, bool ext);
  *             up to and including 2^64
  */
 KE_API bool wiq_json_is_u128_ext(const wiq_json_t* node, bool ext);
+
 /**
  * Tells whether the node is a double or, with `ext`, a number that wiq_json_double_get() returns
  * without loss.
@@ -239,6 +262,7 @@ KE_API const char* wiq_json_type_string(const wiq_json_t* node);
  * visit the other nodes.
  */
 KE_API void wiq_json_ref(wiq_json_t* node);
+
 /**
  * Gives up a reference to a node. Any thread may call it as long as no other thread changes the
  * tree. NULL is ignored.
@@ -248,11 +272,13 @@ KE_API void wiq_json_ref(wiq_json_t* node);
  * reference. So whoever made a node may call this function after attaching the node.
  */
 KE_API void wiq_json_unref(wiq_json_t* node);
+
 /**
  * Destroys a node, whatever its count and whoever else holds it. If it has a parent, the parent is
  * not told. NULL is ignored.
  */
 KE_API void wiq_json_delete_impl(wiq_json_t* node);
+
 /**
  * Releases everything that a node owns, but not the node itself. NULL is ignored.
  *
@@ -261,6 +287,7 @@ KE_API void wiq_json_delete_impl(wiq_json_t* node);
  * other nodes share blocks of memory.
  */
 KE_API void wiq_json_finalize(wiq_json_t* node);
+
 /**
  * Returns the index of a node in its parent array.
  * @param node may be NULL
@@ -268,6 +295,7 @@ KE_API void wiq_json_finalize(wiq_json_t* node);
  *         it, even a negative one. -1 if the node is NULL, has no parent, or is in an object.
  */
 KE_API i32 wiq_json_parent_index(const wiq_json_t* node);
+
 /**
  * Returns the key of a node in its parent object, which keeps owning the key.
  * @param node may be NULL
@@ -315,11 +343,13 @@ typedef bool (*WiqJsonMemberFn)(const char* key, wiq_json_t* child, void* user);
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_new(i32 capacity, u32* err);
+
 /**
  * Makes an empty weak object, which refers to nodes without becoming their parent. Arguments,
  * statuses and result are those of wiq_json_obj_new().
  */
 KE_API wiq_json_t* wiq_json_obj_weak_new(i32 capacity, u32* err);
+
 /**
  * Puts a child under a key.
  *
@@ -337,6 +367,7 @@ KE_API wiq_json_t* wiq_json_obj_weak_new(i32 capacity, u32* err);
  *         unchanged, the child's count included.
  */
 KE_API i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* child, u32* err);
+
 /**
  * Puts a new null under a key.
  * @param obj a strong or weak object
@@ -347,29 +378,35 @@ KE_API i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* ch
  * @return the new node, which the object owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_put_null(wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Puts a new true or false under a key. Statuses and result are those of wiq_json_obj_put_null().
  */
 KE_API wiq_json_t* wiq_json_obj_put_bool(wiq_json_t* obj, const char* key, bool value, u32* err);
+
 /**
  * Puts a new signed 64-bit integer under a key. Statuses and result are those of
  * wiq_json_obj_put_null().
  */
 KE_API wiq_json_t* wiq_json_obj_put_i64(wiq_json_t* obj, const char* key, i64 value, u32* err);
+
 /**
  * Puts a new unsigned 64-bit integer under a key. Statuses and result are those of
  * wiq_json_obj_put_null().
  */
 KE_API wiq_json_t* wiq_json_obj_put_u64(wiq_json_t* obj, const char* key, u64 value, u32* err);
+
 /**
  * Puts a new unsigned 128-bit integer under a key. Statuses and result are those of
  * wiq_json_obj_put_null(), and WIQ_ERR_INVALID_ARG if `value`, which is copied, is NULL.
  */
 KE_API wiq_json_t* wiq_json_obj_put_u128(wiq_json_t* obj, const char* key, const wiq_uint128* value,
                                          u32* err);
+
 /** Puts a new double under a key. Statuses and result are those of wiq_json_obj_put_null(). */
 KE_API wiq_json_t* wiq_json_obj_put_double(wiq_json_t* obj, const char* key, double value,
                                            u32* err);
+
 /**
  * Puts a new string under a key. Statuses and result are those of wiq_json_obj_put_null(), and
  * WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL. See wiq_json_str_new() for a string
@@ -377,17 +414,20 @@ KE_API wiq_json_t* wiq_json_obj_put_double(wiq_json_t* obj, const char* key, dou
  */
 KE_API wiq_json_t* wiq_json_obj_put_str(wiq_json_t* obj, const char* key, const char* text,
                                         u32* err);
+
 /**
  * Puts a new reference under a key. Statuses and result are those of wiq_json_obj_put_null(), and
  * WIQ_ERR_INVALID_ARG if `target`, which is copied, is NULL. See wiq_json_jref_new().
  */
 KE_API wiq_json_t* wiq_json_obj_put_jref(wiq_json_t* obj, const char* key, const char* target,
                                          u32* err);
+
 /**
  * Puts a new, empty, strong object under a key. Statuses and result are those of
  * wiq_json_obj_put_null().
  */
 KE_API wiq_json_t* wiq_json_obj_put_obj(wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Puts a new, empty, strong array under a key. Statuses and result are those of
  * wiq_json_obj_put_null().
@@ -406,6 +446,7 @@ KE_API wiq_json_t* wiq_json_obj_put_array(wiq_json_t* obj, const char* key, u32*
  */
 KE_API wiq_json_t* wiq_json_obj_get_ext(const wiq_json_t* obj, const char* key, u32 flags,
                                         u32* err);
+
 /**
  * Returns the object under a key. References are followed.
  * @param obj the object to look into
@@ -416,35 +457,41 @@ KE_API wiq_json_t* wiq_json_obj_get_ext(const wiq_json_t* obj, const char* key, 
  * @return the object, which the tree keeps owning; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_get_obj(const wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Returns the array under a key. References and statuses are handled as by wiq_json_obj_get_obj().
  * @return the array, which the tree keeps owning; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_get_array(const wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Returns the text of the string under a key. References and statuses are handled as by
  * wiq_json_obj_get_obj().
  * @return the text, which the tree keeps owning; NULL on failure
  */
 KE_API const char* wiq_json_obj_get_str(const wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Returns the boolean under a key. References and statuses are handled as by
  * wiq_json_obj_get_obj().
  * @return true or false; false on failure
  */
 KE_API bool wiq_json_obj_get_bool(const wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Returns the number under a key, if wiq_json_is_i64_ext() with `ext` accepts it. References and
  * statuses are handled as by wiq_json_obj_get_obj().
  * @return the number; 0 on failure
  */
 KE_API i64 wiq_json_obj_get_i64(const wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Returns the number under a key, if wiq_json_is_u64_ext() with `ext` accepts it. References and
  * statuses are handled as by wiq_json_obj_get_obj().
  * @return the number; 0 on failure
  */
 KE_API u64 wiq_json_obj_get_u64(const wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Returns the number under a key, if wiq_json_is_u128_ext() with `ext` accepts it. References and
  * statuses are handled as by wiq_json_obj_get_obj().
@@ -457,12 +504,14 @@ KE_API u64 wiq_json_obj_get_u64(const wiq_json_t* obj, const char* key, u32* err
  */
 KE_API wiq_uint128* wiq_json_obj_get_u128(wiq_uint128* out, const wiq_json_t* obj, const char* key,
                                           u32* err);
+
 /**
  * Returns the number under a key, if wiq_json_is_double_ext() with `ext` accepts it. References and
  * statuses are handled as by wiq_json_obj_get_obj().
  * @return the number; 0.0 on failure
  */
 KE_API double wiq_json_obj_get_double(const wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Returns the reference under a key, without following it.
  * @param obj the object
@@ -473,6 +522,7 @@ KE_API double wiq_json_obj_get_double(const wiq_json_t* obj, const char* key, u3
  * @return the reference, which the tree keeps owning; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_get_jref(const wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Returns the object under a key, and puts a new, empty, strong one there if the key is absent.
  * References are followed.
@@ -487,6 +537,7 @@ KE_API wiq_json_t* wiq_json_obj_get_jref(const wiq_json_t* obj, const char* key,
  * @return the object, which the tree keeps owning; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_getd_obj(wiq_json_t* obj, const char* key, u32* err);
+
 /**
  * Returns the array under a key, and puts a new, empty, strong one there if the key is absent.
  * References and statuses are handled as by wiq_json_obj_getd_obj().
@@ -496,8 +547,10 @@ KE_API wiq_json_t* wiq_json_obj_getd_array(wiq_json_t* obj, const char* key, u32
 
 /** Tells whether an object has a key. False too if `obj` is not an object or `key` is NULL. */
 KE_API bool wiq_json_obj_has_key(const wiq_json_t* obj, const char* key);
+
 /** Returns the number of members, or WIQ_ERR_INVALID_ARG if `obj` is not an object. */
 KE_API i32 wiq_json_obj_size(const wiq_json_t* obj);
+
 /**
  * Appends a copy of every key to a string vector, in the object's order.
  * @param obj  the object
@@ -507,12 +560,14 @@ KE_API i32 wiq_json_obj_size(const wiq_json_t* obj);
  *         out of memory, with the strings of the vector as they were.
  */
 KE_API i32 wiq_json_obj_keys(const wiq_json_t* obj, wiq_strv* keys);
+
 /**
  * Calls back for every member, in the object's order, until the callback returns false.
  * @return 0, whether or not the callback ended the walk; WIQ_ERR_INVALID_ARG if `obj` is not an
  *         object or `callback` is NULL
  */
 KE_API i32 wiq_json_obj_foreach(const wiq_json_t* obj, WiqJsonMemberFn callback, void* user);
+
 /**
  * Removes a member and releases its child.
  * @return 0; WIQ_ERR_INVALID_ARG if `obj` is not an object, `key` is NULL or the key is absent (not
@@ -536,6 +591,7 @@ KE_API i32 wiq_json_obj_remove(wiq_json_t* obj, const char* key);
  * @param user the pointer that was given to wiq_json_array_filter()
  */
 typedef bool (*WiqJsonKeepFn)(wiq_json_t* elem, void* user);
+
 /**
  * Compares two elements as qsort() asks: each argument is the address of a `wiq_json_t *`.
  *
@@ -551,11 +607,13 @@ typedef int (*WiqJsonCompareFn)(const void* a, const void* b);
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_new(i32 capacity, u32* err);
+
 /**
  * Makes an empty weak array, which refers to nodes without becoming their parent. Arguments,
  * statuses and result are those of wiq_json_array_new().
  */
 KE_API wiq_json_t* wiq_json_array_weak_new(i32 capacity, u32* err);
+
 /**
  * Appends a child. The array takes a reference of its own; the caller keeps its references, if it
  * has any.
@@ -568,6 +626,7 @@ KE_API wiq_json_t* wiq_json_array_weak_new(i32 capacity, u32* err);
  *         memory. On failure the array and the child are unchanged.
  */
 KE_API i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* err);
+
 /**
  * Appends a new true or false.
  * @param array a strong or weak array
@@ -577,32 +636,39 @@ KE_API i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* er
  * @return the new node, which the array owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_push_bool(wiq_json_t* array, bool value, u32* err);
+
 /**
  * Appends a new signed 64-bit integer. Statuses and result are those of wiq_json_array_push_bool().
  */
 KE_API wiq_json_t* wiq_json_array_push_i64(wiq_json_t* array, i64 value, u32* err);
+
 /**
  * Appends a new unsigned 64-bit integer. Statuses and result are those of
  * wiq_json_array_push_bool().
  */
 KE_API wiq_json_t* wiq_json_array_push_u64(wiq_json_t* array, u64 value, u32* err);
+
 /**
  * Appends a new unsigned 128-bit integer. Statuses and result are those of
  * wiq_json_array_push_bool(), and WIQ_ERR_INVALID_ARG if `value`, which is copied, is NULL.
  */
 KE_API wiq_json_t* wiq_json_array_push_u128(wiq_json_t* array, const wiq_uint128* value, u32* err);
+
 /** Appends a new double. Statuses and result are those of wiq_json_array_push_bool(). */
 KE_API wiq_json_t* wiq_json_array_push_double(wiq_json_t* array, double value, u32* err);
+
 /**
  * Appends a new string. Statuses and result are those of wiq_json_array_push_bool(), and
  * WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL. See wiq_json_str_new() for a string
  * without memory for its text.
  */
 KE_API wiq_json_t* wiq_json_array_push_str(wiq_json_t* array, const char* text, u32* err);
+
 /**
  * Appends a new, empty, strong object. Statuses and result are those of wiq_json_array_push_bool().
  */
 KE_API wiq_json_t* wiq_json_array_push_obj(wiq_json_t* array, u32* err);
+
 /**
  * Appends a new, empty, strong array. Statuses and result are those of wiq_json_array_push_bool().
  */
@@ -610,6 +676,7 @@ KE_API wiq_json_t* wiq_json_array_push_array(wiq_json_t* array, u32* err);
 
 /** Returns the number of elements, or WIQ_ERR_INVALID_ARG if `array` is not an array. */
 KE_API i32 wiq_json_array_size(const wiq_json_t* array);
+
 /**
  * Returns the element at an index, of whatever kind it is.
  * @param array the array
@@ -621,6 +688,7 @@ KE_API i32 wiq_json_array_size(const wiq_json_t* array);
  * @return the element, which the tree keeps owning; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u32 flags, u32* err);
+
 /**
  * Puts a child in the place of an element and hands that element over to the caller. Needs no
  * memory.
@@ -638,6 +706,7 @@ KE_API wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u3
  * @return the old element, which the caller releases with wiq_json_unref(); NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child, u32* err);
+
 /**
  * Puts a child in the place of an element and releases that element, or appends the child if
  * `index` is the array's size. An old element that somebody else holds a reference to lives on.
@@ -649,12 +718,14 @@ KE_API wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t*
  *         the child are unchanged.
  */
 KE_API i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child);
+
 /**
  * Removes and releases the last `count` elements.
  * @return 0; WIQ_ERR_INVALID_ARG if `array` is not an array, or `count` is negative or greater than
  *         the array's size
  */
 KE_API i32 wiq_json_array_pop(wiq_json_t* array, i32 count);
+
 /**
  * Takes the last element off and hands it over to the caller.
  *
@@ -664,6 +735,7 @@ KE_API i32 wiq_json_array_pop(wiq_json_t* array, i32 count);
  *         not an array
  */
 KE_API wiq_json_t* wiq_json_array_pop_elem(wiq_json_t* array);
+
 /**
  * Finds the first element that is equal to a pattern: wiq_json_equal() of the element and the
  * pattern is true.
@@ -671,12 +743,14 @@ KE_API wiq_json_t* wiq_json_array_pop_elem(wiq_json_t* array);
  *         array
  */
 KE_API wiq_json_t* wiq_json_array_find(const wiq_json_t* array, const wiq_json_t* pattern);
+
 /**
  * Finds the first element that is a string with this text.
  * @return the element, which the array keeps owning; NULL if there is none, `array` is not an array
  *         or `text` is NULL
  */
 KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* text);
+
 /**
  * Removes and releases every element that the callback does not keep.
  *
@@ -699,6 +773,7 @@ KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* 
  *         nothing is changed
  */
 KE_API i32 wiq_json_array_filter(wiq_json_t* array, WiqJsonKeepFn keep, void* user);
+
 /**
  * Sorts the elements with the runtime's qsort(), which need not keep equal elements in order.
  * @return 0; WIQ_ERR_INVALID_ARG if `array` is not an array or `compare` is NULL
@@ -732,8 +807,10 @@ enum wiq_json_subset_flag {
  *         behind
  */
 KE_API wiq_json_t* wiq_json_copy(const wiq_json_t* node, u32* err);
+
 /** Tells whether two trees are equal: wiq_json_subset() with all four flags. */
 KE_API bool wiq_json_equal(const wiq_json_t* a, const wiq_json_t* b);
+
 /**
  * Tells whether `a` is contained in `b`.
  *
@@ -754,6 +831,7 @@ KE_API bool wiq_json_equal(const wiq_json_t* a, const wiq_json_t* b);
  * @return the answer; false also if there is no memory for the walk of a very deep tree
  */
 KE_API bool wiq_json_subset(const wiq_json_t* a, const wiq_json_t* b, u32 flags);
+
 /**
  * Takes a node out of its parent and hands it over to the caller, who releases it with
  * wiq_json_unref().
@@ -765,6 +843,7 @@ KE_API bool wiq_json_subset(const wiq_json_t* a, const wiq_json_t* b, u32 flags)
  *         WIQ_ERR_NO_MEMORY when out of memory for that null, with nothing changed
  */
 KE_API i32 wiq_json_make_orphan(wiq_json_t* node);
+
 /**
  * Does what wiq_json_make_orphan() does, with a chaining status.
  * @param node the node
@@ -772,6 +851,7 @@ KE_API i32 wiq_json_make_orphan(wiq_json_t* node);
  * @return the status in `err`
  */
 KE_API i32 wiq_json_make_orphan_ex(wiq_json_t* node, u32* err);
+
 /**
  * Puts a replacement in a node's place in its parent, and hands the node over to the caller as
  * wiq_json_make_orphan() does. Needs no memory.
@@ -871,8 +951,8 @@ enum wiq_json_load_flag {
  * - WIQ_ERR_JSON_BAD_TOKEN: a character begins no token, or there is an unknown word.
  * - WIQ_ERR_JSON_BAD_UTF8 (-1049): the text is not valid UTF-8.
  * - WIQ_ERR_JSON_BAD_UNICODE_ESCAPE (-1050): `\u0000` or an unpaired surrogate.
- * - A number from -128 to -1: a raw character beyond ASCII. The number is its first byte as a signed
- *   number (-61 for U+00E9).
+ * - A number from -128 to -1: a raw character beyond ASCII. The status is its first byte as a
+ *   signed number (-61 for U+00E9).
  * - WIQ_ERR_TRAILING_CHARS (-6001), WIQ_ERR_BAD_FORMAT (-7003): such a character directly after a
  *   number; the former if the number is a signed 64-bit integer, the latter for any other number.
  */

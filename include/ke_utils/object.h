@@ -67,10 +67,9 @@ typedef i32 (*WiqClassInitFn)(WiqClass* klass);
  * completes.
  */
 struct WiqType {
-    const char* name; /**< for messages; required */
-    WiqType* parent;  /**< the type that this one extends; NULL for the root */
-    size_t
-        instance_size; /**< bytes of an instance with its parents' fields; 0: as in the parent */
+    const char* name;     /**< for messages; required */
+    WiqType* parent;      /**< the type that this one extends; NULL for the root */
+    size_t instance_size; /**< bytes of an instance with its parents' fields; 0: as in the parent */
     WiqInstanceInitFn instance_init;         /**< initialises the type's own fields; or NULL */
     WiqInstanceFinalizeFn instance_finalize; /**< releases what they hold; or NULL */
     size_t class_size;                       /**< bytes of the class record; 0: as in the parent */
