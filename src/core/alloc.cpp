@@ -1,6 +1,6 @@
-// Allocation functions that call their caller's hooks, and the plain ones below them. A hook sees, and
-// may change, the working values of a call through their addresses; so every step works on copies that
-// the next step reads again.
+// Allocation functions that call the hooks of their caller, and the plain functions below them. A
+// hook receives addresses of a call's variables and may change what is there. So each function
+// works on copies of its arguments, and reads them again after every hook.
 
 #include <bit>
 #include <cstdlib>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// What wiq_wrap_malloc() and wiq_wrap_strdup() have in common.
+// The part that wiq_wrap_malloc() and wiq_wrap_strdup() share.
 void* hooked_malloc(size_t size, bool zero, wiq_alloc_fail_fn fail, wiq_malloc_pre_fn pre,
                     wiq_malloc_post_fn post) {
     void* result = nullptr;
@@ -26,10 +26,11 @@ void* hooked_malloc(size_t size, bool zero, wiq_alloc_fail_fn fail, wiq_malloc_p
     return result;
 }
 
-// Whether the runtimes can be asked for an aligned block: each has its own answer to an alignment that is no
-// power of two, and to a size that wraps when the room for aligning it is added.
+// Whether a runtime may be asked for this block. The runtimes disagree about an alignment that is
+// not a power of two, and about a size that wraps when the room for the alignment is added, so such
+// blocks are refused here.
 bool is_possible(size_t size, size_t alignment) {
-    constexpr size_t kRuntimeRecord = 64;  // more than any runtime keeps beside a block
+    constexpr size_t kRuntimeRecord = 64;  // more than any runtime stores beside a block
     return std::has_single_bit(alignment) && alignment <= SIZE_MAX / 2 &&
            size <= SIZE_MAX - alignment - kRuntimeRecord;
 }
@@ -45,7 +46,8 @@ char* wiq_wrap_strdup(const char* str, wiq_alloc_fail_fn fail, wiq_malloc_pre_fn
                       wiq_malloc_post_fn post) {
     if (str == nullptr)
         return nullptr;
-    // Hooks adjust accounting, not the copy: it has the length measured before they ran.
+    // The hooks adjust accounting, not the copy: it has the length that was measured before they
+    // ran.
     const size_t size = strlen(str) + 1;
     void* copy = hooked_malloc(size, false, fail, pre, post);
     return copy == nullptr ? nullptr : static_cast<char*>(memcpy(copy, str, size));
@@ -59,7 +61,8 @@ void* wiq_wrap_realloc(void* ptr, size_t size, wiq_alloc_fail_fn fail, wiq_reall
     if (size != 0) {
         result = realloc(ptr, size);
     } else {
-        // What the runtimes do with a size of 0, said plainly: the block goes, nothing comes.
+        // realloc() with a size of 0 frees the block on some runtimes only; this is the same on all
+        // of them.
         free(ptr);
     }
     if (post != nullptr)
@@ -90,7 +93,8 @@ i32 wiq_wrap_aligned_alloc(void** out, size_t size, size_t alignment, wiq_alloc_
 }
 
 void wiq_wrap_aligned_free(void* ptr, wiq_free_fn hook) {
-    // A hook may keep the block from being released, but cannot have another one released in its place.
+    // The hook may keep the block from being released, but cannot make another block be released in
+    // its place.
     void* seen = ptr;
     if (hook != nullptr)
         hook(&seen);
@@ -105,7 +109,7 @@ void* wiq_real_malloc0(size_t size) {
 i32 wiq_real_aligned_alloc(void** out, size_t size, size_t alignment) {
     if (out == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    // An alignment of 0 asks for nothing beyond what every block of its kind has.
+    // An alignment of 0 asks for nothing special: it stands for that of a pointer.
     const size_t multiple = alignment == 0 ? alignof(void*) : alignment;
     *out = is_possible(size, multiple) ? ke::os::aligned_alloc(size, multiple) : nullptr;
     return *out == nullptr ? WIQ_ERR_NO_MEMORY : 0;

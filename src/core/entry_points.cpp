@@ -1,5 +1,6 @@
-// Sleeping, the clock and modules, each as a plain function and as a slot that callers may fill with a
-// function of their own. The library itself calls the plain functions and never reads the slots.
+// Sleeping, the clock and loading modules: each is a plain function, and a slot that callers may
+// fill with a function of their own. The library itself calls the plain functions and never reads
+// the slots.
 
 #include <uv.h>
 
@@ -8,7 +9,8 @@
 #include "os/module.h"
 #include "os/os.h"
 
-// A caller's wiq_lib is libuv's record under a name that needs no libuv header.
+// wiq_lib is libuv's record under another name, so that callers need no header of libuv. The casts
+// below rely on it.
 static_assert(sizeof(wiq_lib) == sizeof(uv_lib_t));
 static_assert(offsetof(wiq_lib, handle) == offsetof(uv_lib_t, handle));
 static_assert(offsetof(wiq_lib, errmsg) == offsetof(uv_lib_t, errmsg));
@@ -50,6 +52,7 @@ i32 wiq_dlopen_real(const char* path, wiq_lib* lib) {
         return WIQ_ERR_INVALID_ARG;
     if (ke::os::open_module(path, uv_lib(lib)) == 0)
         return 0;
+    // Releases the error text too: a record that failed to open holds nothing.
     uv_dlclose(uv_lib(lib));
     return WIQ_ERR_DLOPEN;
 }

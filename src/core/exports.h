@@ -1,12 +1,13 @@
-// What exported names need beyond their declaration: slots that lie in memory in the order in which their
-// source defines them, and second names of functions.
+// What exported names need in addition to their declaration: slots that stay in memory in the order
+// in which their source file defines them, and second names for functions.
 #pragma once
 
 #include "ke_utils/types.h"
 
-// KE_SLOT keeps a compiler that would sort variables by its own rules from doing so. KE_SECOND_NAME_OF(f), behind
-// a declaration, makes it another name of a function that its source defines; gcc wants to be told that such a
-// name throws as little as the function, clang refuses to hear it.
+// KE_SLOT keeps gcc from sorting variables by rules of its own; clang does not reorder them.
+// KE_SECOND_NAME_OF(f), after a declaration, makes the declared name an alias of the function f,
+// which the same source file must define. gcc warns unless the alias is said to throw as little as
+// the function; clang rejects that attribute here.
 #if defined(__clang__)
 #define KE_SLOT
 #define KE_SECOND_NAME_OF(function) __attribute__((alias(#function)))

@@ -1,5 +1,6 @@
-// The hook slots, and the leak tracker that can be put into them. Counters and slots are plain data on
-// purpose: they are set up before other threads allocate, and counts taken across threads are approximate.
+// The hook slots, and the leak tracker that can be put into them. Slots and counters are plain data
+// on purpose: the slots are set before other threads allocate, and counts taken across threads are
+// documented as approximate.
 
 #include "core/exports.h"
 #include "ke_utils/core.h"
@@ -17,9 +18,9 @@ KE_SLOT wiq_track_fn wiq_alloc_track_resume_cb = nullptr;
 
 namespace {
 
-i32 balance = 0;      // allocations counted minus frees counted
-i32 count = 0;        // allocations counted
-i32 pause_depth = 0;  // nothing is counted while it is nonzero
+i32 balance = 0;      // counted allocations minus counted releases
+i32 count = 0;        // counted allocations
+i32 pause_depth = 0;  // nothing is counted while this is nonzero
 
 void count_alloc(const void* block) {
     if (block != nullptr && pause_depth == 0) {
@@ -37,7 +38,9 @@ void on_malloc(void** result, size_t*) {
     count_alloc(*result);
 }
 
-// A reallocation counts as the end of the old block and the start of a new one.
+// A reallocation counts as the end of the old block and the start of a new one. If it fails, the
+// old block lives on, although its end has been counted; the balance is then one too low, as
+// documented.
 void before_realloc(void** ptr, size_t*) {
     count_free(*ptr);
 }
@@ -46,6 +49,7 @@ void after_realloc(void** result, size_t*) {
     count_alloc(*result);
 }
 
+// Reads through `out`, so a client must not pass a NULL `out` while the tracker is in the slots.
 void on_aligned_alloc(void*** out, size_t*, size_t*) {
     count_alloc(**out);
 }

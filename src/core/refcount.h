@@ -1,5 +1,5 @@
-// The count of owners that public records of every family begin or end with: a plain number there, changed
-// only by these.
+// The count of owners in the public records. The records are plain C, so the count is a plain
+// number there; only these functions change it, atomically.
 #pragma once
 
 #include <atomic>
@@ -12,13 +12,14 @@ inline void add_owner(i32* count) {
     std::atomic_ref(*count).fetch_add(1, std::memory_order_relaxed);
 }
 
-// Whether this was the last owner: what it owned is to be released.
+// Returns whether this was the last owner, in which case the caller releases the object. The memory
+// order makes every change by the other owners visible to the one that releases.
 inline bool remove_owner(i32* count) {
     return std::atomic_ref(*count).fetch_sub(1, std::memory_order_acq_rel) == 1;
 }
 
-// Called before a thing is released. The count is far from 0 from now on, so that callbacks of the release
-// may take references and give them up without releasing the thing once more.
+// Called before an object is released. From now on the count is far from 0, so callbacks of the
+// release may take references and give them up again without releasing the object a second time.
 inline void mark_dying(i32* count) {
     std::atomic_ref(*count).store(1 << 30, std::memory_order_relaxed);
 }

@@ -1,5 +1,6 @@
-// The mapping between the two ranges of status codes that speak of conversions: -70xx is what the
-// library's own parsers and converters say, -10xx what a tool reports about its user's data.
+// The mapping between the two ranges of statuses that describe conversions: the library's own
+// parsers and converters return those of -70xx, and a tool reports those of -10xx about its user's
+// data.
 
 #include "ke_utils/core.h"
 

@@ -1,4 +1,5 @@
-// Time helpers: broken-down time now, milliseconds since midnight, and a millisecond count as clock text.
+// Time helpers: the current time broken down, milliseconds since midnight, and the text of a time
+// of day.
 
 #include "ke_utils/core.h"
 
@@ -9,7 +10,7 @@ constexpr u32 kMsPerMinute = 60 * kMsPerSecond;
 constexpr u32 kMsPerHour = 60 * kMsPerMinute;
 constexpr u64 kNsPerMs = 1000000;
 
-// Writes `width` decimal digits of a value that fits them.
+// Writes a value with exactly `width` decimal digits, which must be enough for it; returns the end.
 char* put_digits(char* dst, u32 value, int width) {
     for (int i = width - 1; i >= 0; --i) {
         dst[i] = static_cast<char>('0' + value % 10);
@@ -28,7 +29,7 @@ i32 wiq_get_tm(struct tm* out) {
 int calc_tm_to_ms(const struct tm* tm) {
     if (tm == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    // Wraps as 32-bit arithmetic does, whatever the fields hold.
+    // Unsigned arithmetic: whatever the fields hold, the result wraps instead of being undefined.
     const u32 seconds = (static_cast<u32>(tm->tm_hour) * 60 + static_cast<u32>(tm->tm_min)) * 60 +
                         static_cast<u32>(tm->tm_sec);
     return static_cast<i32>(seconds * kMsPerSecond);
@@ -37,6 +38,7 @@ int calc_tm_to_ms(const struct tm* tm) {
 i32 time_ms_to_string(u64 ms, u64 ns, char* dst) {
     if (dst == nullptr)
         return WIQ_ERR_INVALID_ARG;
+    // The sum is cut to 32 bits on purpose: it wraps after 49 days.
     const u32 time = static_cast<u32>(ms + ns / kNsPerMs);
     char* end = put_digits(dst, time / kMsPerHour % 24, 2);
     *end++ = ':';

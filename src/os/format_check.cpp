@@ -1,5 +1,5 @@
-// See format_check.h. Modifiers are skipped in any order: a format that a runtime reads in another way, because
-// they are out of order, is refused rather than let through.
+// See format_check.h. Modifiers are accepted in any order. So a format that has them in the wrong
+// order, which a runtime would read in its own way, is still checked for what is dangerous.
 #include "os/format_check.h"
 
 #include <bitset>
@@ -11,21 +11,22 @@ namespace ke::os {
 
 namespace {
 
-// POSIX systems promise this many positions and no more.
+// The largest position that POSIX systems promise to support (NL_ARGMAX).
 constexpr u64 kMaxPosition = 4096;
-// Of a width or a precision. Texts beyond it cannot be counted.
+// The largest width or precision. A text that is longer could not be counted in an int.
 constexpr u64 kMaxNumber = INT32_MAX;
 
 bool is_digit(char c) {
     return c >= '0' && c <= '9';
 }
 
-// Reads a conversion's modifiers one by one.
+// Reads the modifiers of one conversion, one by one.
 class Modifiers {
   public:
     Modifiers(const char* text, const char* others) : text_(text), others_(others) {}
 
-    // Moves to the next modifier; false at the letter of the conversion.
+    // Moves past the next modifier; returns false at the letter of the conversion, or at the end of
+    // the format.
     bool next() {
         number_ = 0;
         is_position_ = false;
@@ -33,7 +34,8 @@ class Modifiers {
             read_number();
             return true;
         }
-        // Widths in bits ("wf32"), which the runtimes of tomorrow know.
+        // Widths in bits, such as "wf32" (C23); runtimes that know them read the digits as part of
+        // the modifier.
         if (text_[0] == 'w' && text_[1] == 'f' && is_digit(text_[2]))
             ++text_;
         else if (*text_ == '\0' || (strchr("-+ #'*.hlLqjztZwTNI", *text_) == nullptr &&
@@ -44,9 +46,10 @@ class Modifiers {
     }
 
     const char* text() const { return text_; }
-    // The modifier's number; 0 if it is none.
+    // The value of a modifier that is a number, otherwise 0. It stops growing once it is over the
+    // limit, so it cannot overflow.
     u64 number() const { return number_; }
-    // Whether there is a "$" behind the number.
+    // Whether the number is a position: a "$" follows it.
     bool is_position() const { return is_position_; }
 
   private:
@@ -66,7 +69,8 @@ class Modifiers {
     bool is_position_ = false;
 };
 
-// Calls a visitor with each modifier, and then with the text that begins with the conversion's letter.
+// Calls on_modifier for each modifier of each conversion, and on_conversion with the letter of the
+// conversion ('\0' if the format ends before it).
 template <class OnModifier, class OnConversion>
 void walk(const char* format, const char* others, OnModifier on_modifier,
           OnConversion on_conversion) {
@@ -81,6 +85,8 @@ void walk(const char* format, const char* others, OnModifier on_modifier,
     }
 }
 
+// Whether the positions are not exactly 1 to n, for some n: one is left out, is 0, or is beyond the
+// limit. A runtime would have to guess the type of an argument that no conversion names.
 bool has_gap(const char* format, const char* others) {
     std::bitset<kMaxPosition + 1> seen;
     u64 count = 0;

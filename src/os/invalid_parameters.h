@@ -1,19 +1,21 @@
-// The runtimes of Windows look at what they are given. The Universal C Runtime ends a process whose program has not
-// said what else to do; the older msvcrt.dll fails the call, which is all that the library wants.
+// The runtimes of Windows check their arguments. On a bad one, the Universal C Runtime ends the
+// process, unless the program has installed a handler; the older msvcrt.dll makes the call fail,
+// which is all that the library wants.
 #pragma once
 
 #include <stdlib.h>
 
 #if defined(_UCRT)
-// In the runtime and its import library, though not in every header.
+// The runtime and its import library have this function, but not every header declares it.
 extern "C" _invalid_parameter_handler __cdecl _set_thread_local_invalid_parameter_handler(
     _invalid_parameter_handler handler);
 #endif
 
 namespace ke::os {
 
-// While it lives, a bad argument fails the calling thread's call of the runtime, with errno set, and no more. The
-// program's own handler, for this thread and for all, is as it was afterwards.
+// While an object of this class lives, a bad argument makes the call of the runtime fail, with
+// errno set, and nothing else, in this thread. Afterwards the program's own handlers, for this
+// thread and for all threads, are as before.
 class InvalidParametersFail {
   public:
 #if defined(_UCRT)

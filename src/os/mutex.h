@@ -1,4 +1,4 @@
-// libuv's mutex behind the opaque room that the public headers give it.
+// libuv's mutex inside the opaque record that the public headers declare for it.
 #pragma once
 
 #include <uv.h>
@@ -14,7 +14,7 @@ inline uv_mutex_t* uv_mutex(wiq_mutex* mutex) {
     return reinterpret_cast<uv_mutex_t*>(mutex);
 }
 
-// Holds a mutex to the end of a block.
+// Holds a mutex until the end of its scope.
 class MutexLock {
   public:
     explicit MutexLock(wiq_mutex* mutex) : mutex_(uv_mutex(mutex)) { uv_mutex_lock(mutex_); }

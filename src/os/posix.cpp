@@ -1,5 +1,5 @@
-// The seam's memory, time and formatting on POSIX systems. Files are in posix_files.cpp, text encoding in
-// posix_encoding.cpp.
+// The seam's memory, threads, time and formatting on POSIX systems. Files are in posix_files.cpp,
+// text encoding in posix_encoding.cpp.
 #include <locale.h>
 #include <sys/random.h>
 #include <time.h>
@@ -15,6 +15,7 @@ namespace ke::os {
 
 void* aligned_alloc(size_t size, size_t alignment) {
     void* block = nullptr;
+    // posix_memalign() accepts no smaller alignment than that of a pointer.
     const size_t at_least_pointer = alignment < sizeof(void*) ? sizeof(void*) : alignment;
     return posix_memalign(&block, at_least_pointer, size) == 0 ? block : nullptr;
 }
@@ -31,7 +32,7 @@ u64 random_u64() {
     u64 number = 0;
     if (getrandom(&number, sizeof(number), 0) == static_cast<ssize_t>(sizeof(number)))
         return number;
-    // Addresses are different in each process, too.
+    // Addresses differ from process to process too, so that of a local variable is mixed in.
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     number = static_cast<u64>(now.tv_nsec) << 32 ^ static_cast<u64>(now.tv_sec) ^
@@ -50,7 +51,7 @@ i64 unix_time() {
 }
 
 bool utc_time(i64 seconds, struct tm* out) {
-    // The end of the year 3000 in the last time zone to reach it, as far as the Windows runtimes convert.
+    // The end of the year 3000 at UTC-8. The runtimes of Windows convert about as far.
     constexpr i64 kLast = 32535244799;
     if (out == nullptr || seconds < 0 || seconds > kLast)
         return false;
@@ -60,8 +61,8 @@ bool utc_time(i64 seconds, struct tm* out) {
 
 namespace {
 
-// Makes the calling thread format in the "C" locale for as long as it lives; other threads and the
-// process's own setting are untouched.
+// While an object of this class lives, the calling thread formats in the "C" locale. Other threads,
+// and the setting of the process, are untouched.
 class CLocaleScope {
   public:
     CLocaleScope() : before_(uselocale(c_locale())) {}
@@ -70,6 +71,8 @@ class CLocaleScope {
     CLocaleScope& operator=(const CLocaleScope&) = delete;
 
   private:
+    // Made once and kept for the life of the process. If it cannot be made, uselocale() gets no
+    // locale and leaves the thread as it is.
     static locale_t c_locale() {
         static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
         return locale;
@@ -101,7 +104,8 @@ i32 format_or_measure(char* buf, size_t size, const char* format, va_list args) 
     return vsnprintf(buf, size, format, args);
 }
 
-// vsnprintf() knows positional arguments natively, so the plain forms share it.
+// vsnprintf() handles positional arguments itself, so the plain function does the same as the
+// other.
 i32 format_length_plain(const char* format, va_list args) {
     return format_length(format, args);
 }

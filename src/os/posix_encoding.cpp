@@ -1,5 +1,5 @@
-// Text conversion on POSIX systems, where a wide character is one code point (UTF-32). The error codes are
-// those that callers know from Windows.
+// Text conversion on POSIX systems, where a wide character is one code point (UTF-32). The error
+// codes are those that callers know from Windows.
 
 #include <bit>
 #include <cstdlib>
@@ -28,6 +28,7 @@ size_t encoded_length(u32 code_point) {
     return code_point < 0x10000 ? 3 : 4;
 }
 
+// Writes a valid code point as UTF-8; returns the end.
 char* encode(u32 code_point, char* out) {
     static constexpr u8 kLeadMarks[] = {0, 0, 0xC0, 0xE0, 0xF0};
     const size_t length = encoded_length(code_point);
@@ -39,15 +40,18 @@ char* encode(u32 code_point, char* out) {
     return out + length;
 }
 
-// The length that a lead byte announces; 0 for a byte that begins no valid sequence.
+// Returns the length of the sequence that a lead byte announces, or 0 for a byte that begins no
+// valid sequence.
 u32 announced_length(u8 lead) {
     if (lead < 0x80)
         return 1;
     return lead < 0xC2 || lead > 0xF4 ? 0 : static_cast<u32>(std::countl_one(lead));
 }
 
-// How many bytes from `s` begin a sequence that could be valid: the maximal subpart that one replacement
-// character stands for (Unicode 15, chapter 3.9, table 3-8).
+// Returns how many bytes from `s` on could begin a valid sequence of `length` bytes. This is the
+// maximal subpart that one replacement character stands for (Unicode 15, section 3.9, table 3-8).
+// Only the second byte has a range of its own, which depends on the lead byte; the bytes after it
+// are any continuation bytes. The NUL at the end of the text is none, so nothing after it is read.
 u32 maximal_subpart(const u8* s, u32 length) {
     const u8 lead = s[0];
     u8 low = 0x80;
@@ -69,6 +73,7 @@ u32 maximal_subpart(const u8* s, u32 length) {
     return count;
 }
 
+// Returns the code point of a valid sequence.
 u32 decode(const u8* s, u32 length) {
     if (length == 1)
         return s[0];
@@ -78,7 +83,7 @@ u32 decode(const u8* s, u32 length) {
     return code_point;
 }
 
-// The next character of the text, which *s moves behind.
+// Returns the next character of the text, and moves *s past it.
 wchar_t next_character(const u8** s) {
     const u32 length = announced_length(**s);
     const u32 taken = length == 0 ? 1 : maximal_subpart(*s, length);

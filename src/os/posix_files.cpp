@@ -1,5 +1,5 @@
-// Files, directories and stream locks on POSIX systems. Paths come with either separator: "\" is turned
-// into "/" on the way to the system, every other byte is kept as it is.
+// Files, directories and stream locks on POSIX systems. Paths come with either separator: "\" is
+// turned into "/" on the way to the system, and every other byte is kept as it is.
 
 #include <fcntl.h>
 #include <sys/random.h>
@@ -22,7 +22,7 @@ namespace ke::os {
 
 namespace {
 
-// A path as the system takes it; get() is nullptr without memory.
+// A path as the system takes it. get() returns nullptr if there was no memory for it.
 class NativePath {
   public:
     explicit NativePath(const char* path) {
@@ -66,16 +66,18 @@ bool ends_in_separator(const char* path) {
     return length > 0 && path[length - 1] == '/';
 }
 
-// What a call came to that takes the names of files, in the terms of Windows: a name below a file, or one that is
-// too long, is not found; a name that ends in a separator is no file's.
+// Translates the errno of a call that takes the names of files into what Windows would say: a name
+// below a file, and a name that is too long, are not found. A name that ends in a separator cannot
+// be that of a file, which is another error.
 FileResult result_of_name_errno(bool ends_in_separator) {
     if (errno == ENAMETOOLONG || (errno == ENOTDIR && !ends_in_separator))
         return FileResult::kNotFound;
     return result_of_errno();
 }
 
-// The same for opening. A directory gives no access, while a file of a name that ends in a separator, which the
-// system refuses in the same way, cannot be made.
+// The same for opening. Access to a directory is denied. The system gives the same error (EISDIR)
+// for a name that ends in a separator if the mode would create a file of that name; that is no
+// matter of access.
 FileResult result_of_open_errno(const char* path) {
     if (errno != EISDIR)
         return result_of_name_errno(ends_in_separator(path));
@@ -84,10 +86,11 @@ FileResult result_of_open_errno(const char* path) {
     return is_directory ? FileResult::kAccessDenied : FileResult::kOther;
 }
 
-// fopen() of a file that programs started by this one do not inherit. A directory, which can be opened for
-// reading but not read, is refused.
+// Opens a file that programs started by this one do not inherit. A directory is refused: the system
+// would open it for reading, although it cannot be read.
 FILE* open_existing(const char* path, const char* mode) {
-    // The "e" stands behind the first letter: the runtime looks at the first seven only.
+    // The "e" goes after the first letter, since the runtime looks at the first seven letters of a
+    // mode only.
     char inherited_by_none[16];
     if (mode[0] == '\0') {
         errno = EINVAL;
@@ -108,7 +111,7 @@ FILE* open_existing(const char* path, const char* mode) {
     return nullptr;
 }
 
-// The same for a file that this call creates, for its owner only.
+// The same for a file that this call creates, and that only its owner may read and write.
 FILE* create_file(const char* path, const char* mode) {
     const bool update = strchr(mode, '+') != nullptr;
     const int flags = O_CREAT | O_EXCL | O_CLOEXEC | (mode[0] == 'a' ? O_APPEND : 0);
@@ -145,7 +148,7 @@ FILE* open_file(const char* path, const char* mode, FileResult* result) {
 }
 
 FILE* open_new_file(const char* path, const char* mode, FileResult* result) {
-    // Only these modes create files.
+    // No other mode creates files.
     const bool creates = mode[0] == 'w' || mode[0] == 'a';
     return open_with(creates ? create_file : open_existing, path, mode, result);
 }
@@ -184,7 +187,7 @@ FileResult remove_file(const char* path) {
         return FileResult::kBadPath;
     if (unlink(native.get()) == 0)
         return FileResult::kOk;
-    // A directory is no file to be removed.
+    // The system has two errors for an attempt to remove a directory as if it were a file.
     if (errno == EISDIR || errno == EPERM)
         return FileResult::kAccessDenied;
     return result_of_name_errno(ends_in_separator(native.get()));
@@ -192,7 +195,7 @@ FileResult remove_file(const char* path) {
 
 namespace {
 
-// A path's last name and the directory that it stands in, without separators at the end.
+// The last name in a path without the separators at its end, and the directory that contains it.
 struct Place {
     struct stat directory;
     const char* name;
@@ -210,7 +213,7 @@ bool find_place(const char* path, Place* place) {
     place->length = end - start;
     if (start == 0)
         return stat(".", &place->directory) == 0;
-    char directory[PATH_MAX];  // the longest path that the system takes
+    char directory[PATH_MAX];  // as long as the longest path that the system takes
     if (start >= sizeof(directory))
         return false;
     memcpy(directory, path, start);
@@ -218,7 +221,8 @@ bool find_place(const char* path, Place* place) {
     return stat(directory, &place->directory) == 0;
 }
 
-// Whether two paths spell one name. Two names of one file are not one name.
+// Whether two paths spell the same name in the same directory. Two names of one file (hard links)
+// are not the same name.
 bool is_same_name(const char* a, const char* b) {
     Place at;
     Place bt;
@@ -227,9 +231,10 @@ bool is_same_name(const char* a, const char* b) {
            memcmp(at.name, bt.name, at.length) == 0;
 }
 
-// Renames without replacing where the file system cannot do so in one step: by a second name, which is given only
-// if it is free. What can have no second name, as a directory, is renamed after a look at the target; an empty
-// directory that somebody else makes in between is replaced.
+// Renames without replacing, on file systems that cannot do so in one step. It gives the file a
+// second name, which fails if that name is taken, and then removes the first. What cannot have a
+// second name, such as a directory, is renamed after a look at the target; an empty directory that
+// somebody makes in between is then replaced.
 int rename_in_steps(const char* from, const char* to) {
     if (link(from, to) == 0) {
         if (unlink(from) == 0)
@@ -251,7 +256,7 @@ int rename_in_steps(const char* from, const char* to) {
 int rename_without_replacing(const char* from, const char* to) {
     if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
         return 0;
-    // No such call in the kernel, or the file system does not know the flag.
+    // The kernel does not have the call, or the file system does not know the flag.
     const bool unsupported = errno == ENOSYS || errno == EINVAL || errno == EOPNOTSUPP;
     if (unsupported && rename_in_steps(from, to) == 0)
         return 0;
@@ -307,6 +312,8 @@ PathKind path_kind(const char* path) {
     return S_ISDIR(status.st_mode) ? PathKind::kDirectory : PathKind::kOther;
 }
 
+// readlink() does not say whether it cut the path, so a path that fills the block is read again
+// into a larger one.
 char* executable_path() {
     for (size_t size = 256;; size *= 2) {
         char* path = static_cast<char*>(malloc(size));
@@ -331,7 +338,7 @@ int open_module(const char* path, uv_lib_t* lib) {
     return UV_ENOMEM;
 }
 
-// ThreadSanitizer does not know the stream's lock and is told.
+// ThreadSanitizer does not know the stream's lock, so it is told about it.
 void lock_stream(FILE* fp) {
     flockfile(fp);
 #if defined(__SANITIZE_THREAD__)

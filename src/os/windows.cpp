@@ -1,5 +1,5 @@
-// The seam's memory, time and formatting on Windows, over the runtime's own functions. Files and text
-// encoding are in windows_files.cpp.
+// The seam's memory, threads, time and formatting on Windows, by means of the runtime's own
+// functions. Files and text encoding are in windows_files.cpp.
 #define _CRT_RAND_S  // NOLINT(bugprone-reserved-identifier): asks for rand_s()
 #include <windows.h>
 
@@ -32,7 +32,7 @@ u64 random_u64() {
     unsigned low = 0;
     if (rand_s(&high) == 0 && rand_s(&low) == 0)
         return u64{high} << 32 | low;
-    // Addresses are different in each process, too.
+    // Addresses differ from process to process too, so that of a local variable is mixed in.
     LARGE_INTEGER now;
     QueryPerformanceCounter(&now);
     const u64 number = static_cast<u64>(now.QuadPart) << 32 ^ GetCurrentProcessId();
@@ -62,9 +62,10 @@ constexpr const char* kModifiers = "";
 constexpr const char* kModifiers = "F";
 #endif
 
-// Made when the library is loaded and kept for the life of the process. Were it nullptr, the runtime would
-// format in the process's own locale. (Inside the function below it would be made under a lock, and the
-// compiler's locks bring threads and exceptions into the DLL.)
+// Made when the library is loaded, and kept for the life of the process. If it cannot be made it is
+// nullptr, and the runtime formats in the process's own locale. It is not a static variable of the
+// function below, because the compiler would guard that with a lock, and the compiler's locks bring
+// threads and exceptions into the DLL.
 const _locale_t kCLocale = _create_locale(LC_ALL, "C");
 
 _locale_t c_locale() {
@@ -87,12 +88,13 @@ i32 format_text(char* buf, size_t size, const char* format, va_list args) {
     const i32 length = _vsprintf_p_l(buf, size, format, c_locale(), args);
     if (length >= 0 && static_cast<size_t>(length) < size)
         return length;
-    // A text of exactly `size` characters may come back as a success without its NUL.
+    // A text of exactly `size` characters may be reported as a success, without its NUL.
     buf[size - 1] = '\0';
     return -1;
 }
 
-// The runtime's function does not tell a text that is too long from a format that it refuses.
+// The runtime's function does not tell a text that is too long from a format that it refuses, so a
+// failed call is followed by one that measures.
 i32 format_or_measure(char* buf, size_t size, const char* format, va_list args) {
     va_list counted;  // NOLINT(cppcoreguidelines-init-variables): the next line does it
     va_copy(counted, args);
@@ -115,7 +117,7 @@ void format_text_cut(char* buf, size_t size, const char* format, va_list args) {
     if (format == nullptr || is_refused_format(format, kModifiers))
         return;
     const InvalidParametersFail guard;
-    // Negative also for a text that was cut, so the result tells nothing.
+    // The result is negative for a text that was cut as well, so it says nothing.
     _vsnprintf_s_l(buf, size, _TRUNCATE, format, c_locale(), args);
 }
 

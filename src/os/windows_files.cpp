@@ -1,7 +1,7 @@
-// Files, directories, text conversion and stream locks on Windows: the wide-character functions of the
-// system and of the runtime. Paths are UTF-8 until they get here.
+// Files, directories, text conversion and stream locks on Windows, by means of the wide-character
+// functions of the system and of the runtime. Paths are UTF-8 until they get here.
 
-// libuv's header wants to be the first to bring in the system's.
+// First, because libuv's header must be the one that includes the headers of the system.
 #include "os/module.h"
 
 #include <fcntl.h>
@@ -48,19 +48,21 @@ FileResult result_of_last_error() {
     }
 }
 
-// Some of the system's calls find a name that is too long, and some say that it is none.
+// Makes a name that is too long "not found", as it is on the other platform: only some of the
+// system's calls say so.
 FileResult result_of_name(FileResult result, const wchar_t* path) {
     const bool unclear = result == FileResult::kInvalid || result == FileResult::kOther;
     return unclear && is_too_long(path) ? FileResult::kNotFound : result;
 }
 
-// The flags of _wopen() for a mode of fopen() that creates a file which must not exist.
+// Returns the flags of _wopen() for a mode of fopen() that creates a file, which must not exist.
 int exclusive_flags(const wchar_t* mode) {
     int flags = _O_CREAT | _O_EXCL | (mode[0] == L'a' ? _O_APPEND : 0);
     flags |= wcschr(mode, L'+') != nullptr ? _O_RDWR : _O_WRONLY;
     return flags | (wcschr(mode, L'b') != nullptr ? _O_BINARY : _O_TEXT);
 }
 
+// Creates a file that must not exist, and opens a stream for it.
 FILE* create_file(const wchar_t* path, const wchar_t* mode) {
     const int descriptor = _wopen(path, exclusive_flags(mode), _S_IREAD | _S_IWRITE);
     if (descriptor == -1)
@@ -94,15 +96,17 @@ FILE* open_with(OpenFn open, const char* path, const char* mode, FileResult* res
     return fp;
 }
 
-// The system's conversions count in 31 bits: a longer text is converted in pieces of at most so many units.
+// The system's conversions count in 31 bits, so a longer text is converted in pieces of at most
+// this many units. Even three units out of one stay below 2^31.
 constexpr size_t kPiece = size_t{1} << 28;
 
 bool continues(char byte) {
     return (static_cast<u8>(byte) & 0xC0) == 0x80;
 }
 
-// The length of the next piece, which cuts no sequence and no pair in two. A byte that continues nothing within the
-// three before it belongs to none.
+// Returns the length of the next piece, so that no sequence and no surrogate pair is cut in two. If
+// none of the last three bytes begins a sequence, the byte after them continues none, and the piece
+// may end there.
 size_t piece_of(const char* text, size_t left) {
     if (left <= kPiece)
         return left;
@@ -117,7 +121,9 @@ size_t piece_of(const wchar_t* text, size_t left) {
     return IS_HIGH_SURROGATE(text[kPiece - 1]) ? kPiece - 1 : kPiece;
 }
 
-// A new text of what `piece` makes of a text of so many units; nullptr with the reason in *code.
+// Converts a text of `length` units with `piece`, which converts one piece of it, or measures it if
+// there is no room. Returns a new text, or nullptr with the reason in *code. The first loop
+// measures, the second converts, so both must cut the text into the same pieces.
 template <class To, class From, class Convert>
 To* convert(const From* text, size_t length, const Convert& piece, u32* code) {
     size_t size = 0;
@@ -174,7 +180,8 @@ FILE* open_new_file(const char* path, const char* mode, FileResult* result) {
 }
 
 FileResult make_temp_name(char* tmpl) {
-    // The runtime looks for files of the name that it makes, so it must see the name that the file will have.
+    // The runtime tests whether a file has the name that it makes, so it must be given the name
+    // that the file will have.
     SystemPath wide(tmpl);
     if (wide.get() == nullptr)
         return FileResult::kOther;
@@ -185,7 +192,7 @@ FileResult make_temp_name(char* tmpl) {
     constexpr size_t kPlaces = 6;
     char* places = tmpl + strlen(tmpl) - kPlaces;
     const wchar_t* made = wide.get() + wcslen(wide.get()) - kPlaces;
-    // Digits and small letters.
+    // The runtime writes digits and small letters only, which are the same in UTF-8.
     for (size_t i = 0; i < kPlaces; ++i)
         places[i] = static_cast<char>(made[i]);
     return FileResult::kOk;
@@ -271,12 +278,12 @@ int getc_locked(FILE* fp) {
 }
 
 i64 stream_position(FILE* fp) {
-    // A long has 32 bits here, and not every runtime refuses a place that does not fit it.
+    // A long has 32 bits here, and not every runtime refuses a position that does not fit into one.
     return _ftelli64(fp);
 }
 
 size_t write_stream(FILE* fp, const char* bytes, size_t count) {
-    // A stream of wide characters takes no odd number of bytes.
+    // A stream of wide characters refuses an odd number of bytes as a bad argument.
     const InvalidParametersFail guard;
     return fwrite(bytes, 1, count, fp);
 }

@@ -1,5 +1,6 @@
-// See windows_path.h. The plain form is kept wherever it is short enough: in the extended one the system looks for
-// no "/", "." or "..", so that it has to be a full name, which the system itself makes.
+// See windows_path.h. A path that is short enough keeps the plain form. In the extended form the
+// system does not interpret "/", "." and "..", so the path must be a full name; the system itself
+// makes that.
 #include "os/windows_path.h"
 
 #include <windows.h>
@@ -22,19 +23,20 @@ bool is_separator(wchar_t c) {
     return c == L'\\' || c == L'/';
 }
 
-// A drive with its root: what a name of this kind stands for is no longer than the name.
+// Whether a path begins with a drive and its root. The full name of such a path is no longer than
+// the path, so it need not be asked for.
 bool has_drive_and_root(const wchar_t* text) {
     return text[0] != L'\0' && text[1] == L':' && is_separator(text[2]);
 }
 
-// Of devices, and of what is in the extended form already.
+// Whether a path is that of a device, or has the extended form already.
 bool is_special(const wchar_t* text) {
     return is_separator(text[0]) && is_separator(text[1]) && (text[2] == L'?' || text[2] == L'.') &&
            is_separator(text[3]);
 }
 
-// The extended form of a name whose full form has `size` characters, the NUL included; nullptr without memory, or if
-// there is none.
+// Returns a new text with the extended form of a path, or nullptr when out of memory or if there is
+// none. `size` is the number of characters of its full form, the NUL included.
 wchar_t* extended(const wchar_t* text, DWORD size) {
     constexpr size_t kRoom = sizeof(kExtendedShare) / sizeof(wchar_t);
     auto* result = static_cast<wchar_t*>(malloc((kRoom + size) * sizeof(wchar_t)));
@@ -42,7 +44,8 @@ wchar_t* extended(const wchar_t* text, DWORD size) {
         return nullptr;
     wchar_t* full = result + kRoom;
     const DWORD length = GetFullPathNameW(text, size, full, nullptr);
-    // Of a device; or longer than before, since another thread has changed the current directory.
+    // The path is that of a device; or it is now longer than when it was measured, because another
+    // thread has changed the current directory.
     if (length == 0 || length >= size || is_special(full)) {
         free(result);
         return nullptr;
@@ -65,13 +68,13 @@ SystemPath::SystemPath(const char* path) {
     if (text_ == nullptr || is_special(text_))
         return;
     const size_t length = wcslen(text_);
-    // The system need not count beyond that.
+    // No name is that long, so the system need not be asked.
     if (length > kMaxPath)
         return;
     const bool is_long = length >= kPlainLimit;
     if (!is_long && has_drive_and_root(text_))
         return;
-    // 0 where there is no full name, as of nothing.
+    // 0 if there is no full name, as for an empty path.
     const DWORD size = GetFullPathNameW(text_, 0, nullptr, nullptr);
     if (size == 0 || (size <= kPlainLimit && !is_long))
         return;

@@ -1,4 +1,5 @@
-// Paths as Windows takes them: wide characters, in the extended form where a name is too long for the plain one.
+// Paths as Windows takes them: wide characters, in the extended form if a name is too long for the
+// plain one.
 #pragma once
 
 #include <cstddef>
@@ -6,12 +7,12 @@
 
 namespace ke::os {
 
-// The longest full name, its NUL included, that every call takes in the plain form: that of a directory, which
-// leaves room for a file in it.
+// The length, with the NUL, of the longest full name that every call takes in the plain form. It is
+// the limit for directories, which must leave room for the name of a file.
 constexpr size_t kPlainLimit = 248;
 
-// A path of the library's (UTF-8, either separator, relative or not) for the system; get() is nullptr if it cannot be
-// converted or without memory.
+// A path of the library (UTF-8, either separator, relative or not) in the form for the system.
+// get() returns nullptr if it cannot be converted or when out of memory.
 class SystemPath {
   public:
     explicit SystemPath(const char* path);
@@ -25,7 +26,8 @@ class SystemPath {
     wchar_t* text_;
 };
 
-// Whether no file can have the name: a part of it, or all of it, is longer than any file system allows.
+// Whether no file can have this name, because a part of it or all of it is longer than any file
+// system allows.
 bool is_too_long(const wchar_t* path);
 
 }  // namespace ke::os
