@@ -1,5 +1,6 @@
-// Base64 with the standard alphabet and padding of RFC 4648, section 4. Decoding differs from the RFC on
-// purpose: line feeds are skipped, padding may be missing, and what follows the first "=" is not read.
+// Base64 with the standard alphabet and padding of RFC 4648, section 4. Decoding differs from the
+// RFC on purpose: line feeds are skipped, padding may be missing, and what follows the first "=" is
+// not read.
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -15,8 +16,8 @@ constexpr std::string_view kAlphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr char kPadding = '=';
 
-// What a byte means to the decoder: a sextet (0 to 63) or one of the marks. All marks have bit 6 set, so
-// that one test finds a mark among several values.
+// What a byte means to the decoder: a sextet (0 to 63), or one of the marks. All marks have bit 6
+// set and no sextet has, so one test finds a mark among several values that were combined with "|".
 constexpr u8 kMarkBit = 0x40;
 constexpr u8 kSkip = kMarkBit;
 constexpr u8 kStop = kMarkBit | 1;
@@ -37,7 +38,8 @@ u8 decode_byte(char c) {
     return kDecoding[static_cast<u8>(c)];
 }
 
-// The characters of twelve bits at a time: half as many look-ups, in a table that the nearest cache holds.
+// The characters for twelve bits at a time: this halves the number of look-ups, and the table of 8
+// KB fits into the first-level cache.
 using Pair = std::array<char, 2>;
 constexpr std::array<Pair, 4096> make_pairs() {
     std::array<Pair, 4096> pairs{};
@@ -47,7 +49,8 @@ constexpr std::array<Pair, 4096> make_pairs() {
 }
 constexpr std::array<Pair, 4096> kPairs = make_pairs();
 
-// Six bytes, of eight that are there, as eight characters.
+// Encodes six bytes as eight characters. Eight bytes must be readable at `in`, since they are
+// loaded as one number.
 void encode_six(const u8* in, char* out) {
     u64 bits = 0;
     memcpy(&bits, in, sizeof(bits));
@@ -64,6 +67,7 @@ char sextet_at(u32 bits, u32 shift) {
     return kAlphabet[bits >> shift & 0x3f];
 }
 
+// Encodes three bytes as four characters; returns the end.
 char* encode_group(const u8* in, char* out) {
     const u32 bits = static_cast<u32>(in[0] << 16 | in[1] << 8 | in[2]);
     out[0] = sextet_at(bits, 18);
@@ -73,7 +77,7 @@ char* encode_group(const u8* in, char* out) {
     return out + 4;
 }
 
-// The last group of one or two bytes.
+// Encodes the last one or two bytes, with padding; returns the end.
 char* encode_tail(const u8* in, size_t n, char* out) {
     const u32 bits = static_cast<u32>(in[0] << 16 | (n == 2 ? in[1] << 8 : 0));
     out[0] = sextet_at(bits, 18);
@@ -83,14 +87,15 @@ char* encode_tail(const u8* in, size_t n, char* out) {
     return out + 4;
 }
 
-// Fills a buffer with decoded bytes, keeping the sextets that do not make a group yet.
+// Decodes into a buffer. Sextets that do not make a whole group yet are kept in bits_.
 class Decoder {
   public:
     Decoder(u8* out, size_t capacity) : out_(out), capacity_(capacity) {}
 
     size_t written() const { return written_; }
 
-    // Decodes up to the end or the first "=", and what is left over there.
+    // Decodes up to the end of the text or the first "=". Written bytes never overtake the bytes
+    // that are read, so `in` may be the buffer itself.
     i32 decode(const char* in, size_t n) {
         for (size_t i = 0; i < n;) {
             if (count_ == 0)
@@ -119,8 +124,9 @@ class Decoder {
         written_ += 3;
     }
 
-    // Whole groups of four alphabet characters in a row; stops before the first that is none, or that
-    // does not fit. Returns the number of characters taken.
+    // Decodes groups of four alphabet characters, as long as they follow each other directly and
+    // fit. Stops before the first that does not. Returns the number of characters taken. Only for
+    // count_ == 0.
     size_t take_groups(const char* in, size_t n) {
         size_t i = 0;
         for (; n - i >= 4 && fits(3); i += 4) {
@@ -147,7 +153,8 @@ class Decoder {
         return 0;
     }
 
-    // Three sextets left over hold two bytes, two hold one; a single one holds none.
+    // Decodes what is left over: three sextets hold two bytes, two sextets hold one, and a single
+    // one holds none.
     i32 finish() {
         const size_t bytes = count_ == 0 ? 0 : count_ - 1;
         if (!fits(bytes))
@@ -162,7 +169,7 @@ class Decoder {
     const size_t capacity_;
     size_t written_ = 0;
     u32 bits_ = 0;
-    u32 count_ = 0;  // sextets in bits_
+    u32 count_ = 0;  // number of sextets in bits_
 };
 
 }  // namespace
@@ -176,7 +183,7 @@ size_t wiq_base64_encode_len(size_t n) {
 i32 wiq_base64_encode(const u8* in, size_t n, char* out, size_t* out_len) {
     if (in == nullptr || out == nullptr || out_len == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    // Beyond this the length of the text does not fit a size_t.
+    // Beyond this, the length of the text does not fit into a size_t.
     constexpr size_t kLongest = SIZE_MAX / 4 * 3 - 3;
     if (n > kLongest || *out_len < wiq_base64_encode_len(n)) {
         if (*out_len != 0)
@@ -184,6 +191,7 @@ i32 wiq_base64_encode(const u8* in, size_t n, char* out, size_t* out_len) {
         return WIQ_ERR_BUFFER_TOO_SMALL;
     }
     char* end = out;
+    // encode_six() reads two bytes more than it encodes, so the last bytes are encoded by threes.
     for (; n >= sizeof(u64); in += 6, n -= 6, end += 8)
         encode_six(in, end);
     for (; n >= 3; in += 3, n -= 3)

@@ -1,6 +1,7 @@
-// Disk capacities by the IDEMA rule for LBA counts (document LBA1-03 of the International Disk Drive
-// Equipment and Materials Association): a base count at 50 GB and a step for each further gigabyte.
-// Capacities below 50 GB and counts below the base wrap modulo 2^64.
+// Disk capacities by the IDEMA rule for LBA counts (document LBA1-03 of the International Disk
+// Drive Equipment and Materials Association): a number of blocks for 50 GB, and a step for each
+// further gigabyte. Capacities below 50 GB, and numbers of blocks below that of 50 GB, wrap modulo
+// 2^64.
 #include "ke_utils/text.h"
 
 namespace {

@@ -1,5 +1,5 @@
-// Character classes of the "C" locale, whatever locale the process has set. Only ASCII has classes:
-// bytes from 128 up belong to none.
+// Character classes of the "C" locale, whatever locale the process has set. Only ASCII characters
+// have classes: bytes from 128 up belong to none.
 #pragma once
 
 #include "ke_utils/types.h"
@@ -31,7 +31,7 @@ constexpr char to_lower(char c) {
     return is_upper(c) ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-// The value of each character as a hexadecimal digit; -1 for what is none.
+// The value of each character as a hexadecimal digit, or -1 if it is not one.
 struct HexDigits {
     constexpr HexDigits() : values() {
         for (int c = 0; c < 256; ++c)
@@ -48,7 +48,8 @@ constexpr i32 hex_digit_value(char c) {
     return kHexDigits.values[static_cast<u8>(c)];
 }
 
-// The value of a digit in bases up to 36, letters in either case; -1 for any other character.
+// Returns the value of a digit in bases up to 36, with letters in either case, or -1 for any other
+// character.
 constexpr i32 digit_value(char c) {
     if (is_digit(c))
         return c - '0';

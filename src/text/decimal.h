@@ -9,7 +9,8 @@ namespace ke {
 
 constexpr size_t kMaxDecimalDigits64 = 20;  // 2^64 - 1, or a sign and 19 digits
 
-// Writes `value` at `out`, which has room for kMaxDecimalDigits64 characters; the end of what was written.
+// Writes `value` at `out`, which has room for kMaxDecimalDigits64 characters; returns the end of
+// what was written.
 inline char* write_u64(char* out, u64 value) {
     return std::to_chars(out, out + kMaxDecimalDigits64, value).ptr;
 }

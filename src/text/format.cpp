@@ -1,5 +1,6 @@
-// Formatted strings: the three primitives over the runtime's printf, and on them the forms that make a
-// fresh string or re-use a caller's block. The growable string buffer is in containers/strbuf.cpp.
+// Formatted strings: three primitives on top of the runtime's printf, and on top of them the
+// functions that make a new string or reuse a block of the caller. The growable string buffer is in
+// containers/strbuf.cpp.
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
@@ -28,20 +29,22 @@ bool FormatAttempt::format(char* room, size_t size, const char* format, va_list 
 
 namespace {
 
-// Grows a block to `need` bytes. The caller's pair is overwritten even when this fails: the block is
-// then NULL, the size what was asked for, and the old block still the caller's to release.
+// Grows a block to `need` bytes. If this fails, the caller's pair is overwritten all the same: the
+// block's pointer is then NULL, the size is the one that was needed, and the old block is still the
+// caller's to release.
 void grow_block(char** block, u64* size, u64 need) {
     *size = need;
     *block = static_cast<char*>(realloc(*block, need));
 }
 
-// Length of the string in a block; without a size, or after a growth that failed, there is none.
+// Returns the length of the string in a block. There is none if the size is 0, or after a growth
+// that failed.
 u64 text_length(const char* block, u64 size) {
     return size == 0 || block == nullptr ? 0 : strlen(block);
 }
 
-// Puts the text of an attempt, or what the format makes of the arguments if it did not fit, and a NUL into
-// room for both: its length or -7.
+// Puts the text of an attempt and a NUL into `out`, which has room for both. A text that did not
+// fit is formatted again. Returns its length or WIQ_ERR_FAILED.
 i32 put_text(char* out, const ke::FormatAttempt& attempt, const char* format, va_list args) {
     const size_t length = attempt.length();
     if (attempt.text() == nullptr)
@@ -51,8 +54,8 @@ i32 put_text(char* out, const ke::FormatAttempt& attempt, const char* format, va
     return static_cast<i32>(length);
 }
 
-// Appends a text that did not fit at the first attempt. It may come from the string in the block, which is
-// therefore kept until the text stands in another block.
+// Appends a text that did not fit at the first attempt. An argument may lie in the string of the
+// block. So the old block is kept until the text has been formatted into a new one.
 i32 append_long(char** block, u64* size, u64 used, size_t length, const char* format,
                 va_list args) {
     const u64 total = used + length + 1;
@@ -78,7 +81,7 @@ i32 append_formatted(char** block, u64* size, const char* format, va_list args, 
         return WIQ_ERR_FAILED;
     if (attempt.text() == nullptr)
         return append_long(block, size, used, attempt.length(), format, again);
-    // Where this moves the block, the text is on the stack.
+    // If this moves the block, the text is on the stack: a text in the block's room needs no growth.
     const u64 total = used + attempt.length() + 1;
     if (total > *size)
         grow_block(block, size, total);
@@ -99,7 +102,7 @@ i32 make_string(char** out, const char* format, va_list args, va_list again) {
 }
 
 i32 overwrite_block(char** block, u64* size, const char* format, va_list args, va_list again) {
-    // On the stack, since a format that is refused leaves the block as it was.
+    // Formats onto the stack only, since a format that is refused must leave the block as it was.
     ke::FormatAttempt attempt;
     if (!attempt.format(nullptr, 0, format, args))
         return WIQ_ERR_FAILED;
@@ -196,7 +199,8 @@ i32 wiq_rastrcat(char** block, u64* size, const char* str) {
     if (length > INT32_MAX)
         return WIQ_ERR_RANGE;
     const u64 total = used + length + 1;
-    // Where the string lies in the block itself, it moves with it.
+    // If the string lies in the block, its new address follows from its offset after the block has
+    // moved.
     const uintptr_t offset = reinterpret_cast<uintptr_t>(str) - reinterpret_cast<uintptr_t>(*block);
     const bool inside = *block != nullptr && offset < *size;
     if (total > *size)

@@ -1,6 +1,6 @@
-// Formatting once where the length is not known before: the first attempt goes to room that is there anyway,
-// and only a text that did not fit is formatted again. Shared by the functions that make strings and by the
-// string buffer.
+// Formatting a text whose length is not known beforehand. The first attempt goes into room that is
+// there anyway; only a text that did not fit is formatted again. The functions that make strings
+// and the string buffer share this.
 #pragma once
 
 #include <cstdarg>
@@ -10,8 +10,9 @@
 
 namespace ke {
 
-// A first attempt: in the room behind a string's NUL, or on the stack where there is more. The string itself
-// stays as it is, so that it may be among the arguments, also of the second attempt.
+// A first attempt. It writes either into the room after a string's NUL, or onto the stack if there
+// is more room there. The string itself stays as it is, so it may be among the arguments, even
+// those of a second attempt.
 class FormatAttempt {
   public:
     static constexpr size_t kStackRoom = 512;
@@ -20,13 +21,15 @@ class FormatAttempt {
     FormatAttempt(const FormatAttempt&) = delete;
     FormatAttempt& operator=(const FormatAttempt&) = delete;
 
-    // Uses up `args`. `room` may be nullptr if `size` is 0. Returns whether the runtime takes the format.
+    // Uses up `args`. `room` may be nullptr if `size` is 0. Returns whether the runtime accepts the
+    // format.
     bool format(char* room, size_t size, const char* format, va_list args);
 
-    // Of the whole text, also if it did not fit.
+    // The length of the whole text, even if it did not fit.
     size_t length() const { return length_; }
-    // The text without a NUL, or nullptr if it did not fit.
-    // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): a caller that has moved its block has a text on the stack.
+    // The text, not terminated, or nullptr if it did not fit. A text that does not fit into the
+    // room is on the stack, so it stays valid when the caller has to move the block of the room.
+    // NOLINTNEXTLINE(clang-analyzer-unix.Malloc)
     const char* text() const { return text_; }
 
   private:

@@ -1,6 +1,7 @@
-// Memory as lines of hexadecimal digits in groups and blocks, with an optional column of characters, each
-// line handed to a callback. Separators are counted from the start of the data, not of the line, so where
-// a group or block does not divide the line, the lines differ in where their separators stand.
+// Memory as lines of hexadecimal digits in groups and blocks, with an optional column of
+// characters. Each line is passed to a callback. Groups and blocks are counted from the start of
+// the data, not of the line. So if their size does not divide that of a line, the separators stand
+// in different columns in different lines.
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -12,7 +13,7 @@
 
 namespace {
 
-// The two digits of each byte.
+// The two digits of each byte value.
 constexpr std::array<std::array<char, 2>, 256> make_digits() {
     constexpr char kDigits[] = "0123456789abcdef";
     std::array<std::array<char, 2>, 256> digits{};
@@ -22,7 +23,8 @@ constexpr std::array<std::array<char, 2>, 256> make_digits() {
 }
 constexpr std::array<std::array<char, 2>, 256> kByteDigits = make_digits();
 
-// Sizes in bytes of data, and the blanks between two blocks.
+// The sizes of lines, groups and blocks in bytes of data, and the number of spaces between two
+// blocks. In what follows, a cell is the place of one byte in a line.
 struct Layout {
     u64 line;
     u64 group;
@@ -35,13 +37,15 @@ u64 size_or(int size, u64 otherwise) {
     return size < 1 ? otherwise : static_cast<u64>(size);
 }
 
-// The most separators that a line of `cells` can hold between groups (or blocks) of `unit` cells, of which
-// the whole dump has `total`. Where the unit does not divide the line, one more than the quotient.
+// Returns the largest number of separators between groups (or blocks) of `unit` cells that a line
+// of `cells` can contain. The whole dump has `total` cells. If the unit does not divide the line,
+// this is one more than the quotient.
 u64 most_separators(u64 cells, u64 unit, u64 total) {
     return unit >= total ? 0 : cells / unit + (cells % unit != 0);
 }
 
-// Bytes for the text of one line and its NUL; false if there is no such number.
+// Computes the size in bytes of the text of one line with its NUL; returns false if it does not fit
+// into 64 bits.
 bool text_size(const Layout& layout, u64 cells, u64 total, u64* size) {
     const u64 blocks = most_separators(cells, layout.block, total);
     u64 gaps = 0;
@@ -51,7 +55,7 @@ bool text_size(const Layout& layout, u64 cells, u64 total, u64* size) {
            !__builtin_add_overflow(*size, most_separators(cells, layout.group, total) + 1, size);
 }
 
-// Writes the column of a line of `bytes`, padded to `cells`, and terminates it.
+// Writes the characters of a line of `bytes`, padded with spaces to `cells`, and terminates them.
 void write_column(const u8* data, u64 bytes, u64 cells, char* out) {
     for (u64 i = 0; i < bytes; ++i)
         out[i] = ke::is_print(static_cast<char>(data[i])) ? static_cast<char>(data[i]) : '.';
@@ -59,13 +63,15 @@ void write_column(const u8* data, u64 bytes, u64 cells, char* out) {
     out[cells] = '\0';
 }
 
-// Writes the hexadecimal text of one line after the other into the same buffer.
+// Writes the hexadecimal text of one line after another, all into the same buffer. Between two
+// lines it remembers how far the current group and block are filled.
 class HexWriter {
   public:
     explicit HexWriter(const Layout& layout)
         : layout_(layout), to_group_(layout.group), to_block_(layout.block) {}
 
-    // Formats the line of the `bytes` at `data`, padded to `cells`, and terminates it.
+    // Writes the line of the `bytes` at `data`, padded to `cells`, and terminates it. It writes
+    // runs of cells: up to the next separator, or, for groups of one byte, to the end of the block.
     void write_line(const u8* data, u64 bytes, u64 cells, char* out) {
         for (u64 cell = 0; cell < cells;) {
             const u64 left = cell < bytes ? bytes - cell : cells - cell;
@@ -93,7 +99,7 @@ class HexWriter {
             memcpy(out + i * 2, kByteDigits[data[i]].data(), 2);
     }
 
-    // Groups of one byte, as most dumps have them: a run of them in one go, blanks in between.
+    // Writes a run of groups of one byte, the usual layout, with spaces between them.
     static void write_apart(const u8* data, u64 count, char* out) {
         for (u64 i = 0; i + 1 < count; ++i, out += 3) {
             memcpy(out, kByteDigits[data[i]].data(), 2);
@@ -102,7 +108,8 @@ class HexWriter {
         memcpy(out, kByteDigits[data[count - 1]].data(), 2);
     }
 
-    // Counts `run` cells as written; at the end of a group or block, but not of a line, adds the blanks.
+    // Counts `run` cells as written. At the end of a group or block it adds the separator, except
+    // at the end of a line.
     char* separate(u64 run, bool line_ends, char* out) {
         to_group_ -= run;
         to_block_ -= run;
@@ -120,8 +127,8 @@ class HexWriter {
     }
 
     const Layout layout_;
-    u64 to_group_;  // cells until the current group is full
-    u64 to_block_;
+    u64 to_group_;  // number of cells until the current group is full; never 0 between two runs
+    u64 to_block_;  // the same for the current block
 };
 
 i32 dump_lines(const u8* data, u64 len, const Layout& layout, char* hex, char* column,

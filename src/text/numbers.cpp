@@ -1,5 +1,6 @@
-// Text to numbers: what the runtime's strtoll(), strtoull() and strtod() give in the "C" locale, computed
-// here so that no locale, and no runtime's own reading of the standard, can change a result.
+// Text to numbers. These functions give what the runtime's strtoll(), strtoull() and strtod() give
+// in the "C" locale. They are written here so that no locale, and no runtime's own reading of the C
+// standard, can change a result.
 #include "text/numbers.h"
 
 #include <algorithm>
@@ -15,16 +16,16 @@
 namespace ke {
 namespace {
 
-// An integer as strtoll() in base 0 finds it at the start of a text.
+// An integer as strtoll() in base 0 finds it at the beginning of a text.
 struct IntegerText {
     u64 magnitude;  // without the sign; the largest value if it overflows
     bool negative;
     bool overflow;
-    const char* end;  // behind the last digit; the text's start if there is no digit
+    const char* end;  // after the last digit; the start of the text if there is no digit
 };
 
-// Steps over "0x" or "0" and gives the base. "0x" counts only before a hexadecimal digit: otherwise the
-// number is the "0" alone.
+// Steps over "0x" or "0X" and returns the base. The prefix counts only before a hexadecimal digit;
+// otherwise the number is the "0" alone, which is read in base 8.
 u32 take_prefix(const char** p) {
     if (**p != '0')
         return 10;
@@ -69,7 +70,7 @@ i32 conversion_status(const IntegerText& number, const char* text, bool out_of_r
     return *number.end != '\0' ? WIQ_ERR_TRAILING_CHARS : 0;
 }
 
-// The signed value, clamped, and the status of the conversion to 64 bits.
+// Stores the signed value, clamped to 64 bits, and returns the status of that conversion.
 i32 convert_signed(const char* text, i64* out) {
     const IntegerText number = scan_integer(text);
     const u64 limit = static_cast<u64>(INT64_MAX) + (number.negative ? 1 : 0);
@@ -79,7 +80,7 @@ i32 convert_signed(const char* text, i64* out) {
     return conversion_status(number, text, out_of_range);
 }
 
-// The unsigned types narrower than 64 bits differ in their largest value only.
+// The unsigned types that are narrower than 64 bits differ only in their largest value.
 template <class Unsigned>
 i32 convert_narrow_unsigned(const char* text, Unsigned* out) {
     if (text == nullptr || out == nullptr)
@@ -97,11 +98,12 @@ i32 convert_narrow_unsigned(const char* text, Unsigned* out) {
     return status;
 }
 
-// Where the first digit of a number that is not zero stands, as a power of the base: 0 directly after the point. The
-// text from `p` to `end` has the digits of a number in the given base (10 or 16), and its exponent after the mark ("e"
-// or "p"). In base 16 the unit is a power of two.
+// Returns where the first digit that is not zero stands, as a power of the base: 0 directly after
+// the point, 1 before it ("1" has order 1, "0.01" order -1). In base 16 the unit is a power of two.
+// The text from `p` to `end` is a valid number in the base (10 or 16), with an exponent after its
+// mark ("e" or "p").
 i64 order_of(const char* p, const char* end, u32 base) {
-    constexpr i64 kEnough = i64{1} << 56;  // no text is that long, and the sum stays in range
+    constexpr i64 kEnough = i64{1} << 56;  // no text is that long, and the sums stay in range
     const i64 weight = base == 16 ? 4 : 1;
     const char mark = base == 16 ? 'p' : 'e';
     i64 order = 0;
@@ -132,8 +134,8 @@ i64 order_of(const char* p, const char* end, u32 base) {
     return order + (negative ? -exponent : exponent);
 }
 
-// Whether a decimal number has an exponent of so many digits that std::from_chars() may cut it off: it reads no more
-// once they make 2^28.
+// Whether a decimal number has an exponent with so many digits that std::from_chars() may ignore
+// some of them: it reads no more digits once those read make 2^28.
 bool has_long_exponent(const char* first, const char* end) {
     constexpr i64 kTrusted = 8;
     const char* digits = end;
@@ -147,11 +149,12 @@ bool has_long_exponent(const char* first, const char* end) {
     return to_lower(*mark) == 'e';
 }
 
-// The value of such a number. It is written anew, with a small exponent and as many digits as can matter: 767, and one
-// that says whether others follow that are not zero.
+// Returns the value of such a number. The number is written again, with a small exponent and with
+// as many digits as can matter: 767, and one more that says whether any digit after them is not
+// zero.
 double read_with_long_exponent(const char* p, const char* end) {
     constexpr size_t kDigits = 767;
-    constexpr i64 kLargest = 400;  // beyond the exponents of all doubles
+    constexpr i64 kLargest = 400;  // greater than the decimal exponent of any double
     const i64 order = order_of(p, end, 10);
     char text[kDigits + 16] = {};
     size_t count = 0;
@@ -197,7 +200,7 @@ const char* parse_double(const char* first, const char* last, double* out) {
     u32 base = 10;
     std::from_chars_result result{first, std::errc::invalid_argument};
     if (has_hex_prefix(p, last)) {
-        // std::from_chars() takes two signs before a hexadecimal exponent; hide the second.
+        // std::from_chars() accepts two signs before a hexadecimal exponent, so hide the second.
         const std::string_view rest(p + 2, static_cast<size_t>(last - p - 2));
         const char* end = p + 2 + std::min(rest.find("+-"), rest.size());
         result = std::from_chars(p + 2, end, value, std::chars_format::hex);
@@ -206,12 +209,13 @@ const char* parse_double(const char* first, const char* last, double* out) {
         base = 16;
         p += 2;
     } else {
-        // Of "0x" without a number behind it the "0" alone counts.
+        // If no number follows "0x", only the "0" counts.
         result = std::from_chars(p, last, value, std::chars_format::general);
     }
     if (result.ec == std::errc::invalid_argument)
         return first;
     if (result.ec == std::errc::result_out_of_range) {
+        // std::from_chars() does not tell a number that is too large from one that is too small.
         const bool large = order_of(p, result.ptr, base) > 0;
         value = large ? std::numeric_limits<double>::infinity() : 0.0;
     }
@@ -258,7 +262,7 @@ i32 wiq_strtouint64(const char* text, u64* out) {
     const ke::IntegerText number = ke::scan_integer(text);
     const bool wraps = number.negative && !number.overflow;
     *out = wraps ? 0 - number.magnitude : number.magnitude;
-    // A sign behind other white space than these two goes unnoticed; callers rely on the wrapped value.
+    // A sign after any other white space is not noticed; callers rely on the wrapped value.
     const char* p = text;
     while (*p == ' ' || *p == '\t')
         ++p;
@@ -277,7 +281,8 @@ i32 wiq_strtodouble(const char* text, double* out) {
         ++text;
     const char* last = text + strlen(text);
     double value = 0;
-    // A text of white space alone has no number, whose end would be the text's own.
+    // White space alone needs a test of its own: without a number, parse_double() returns the start
+    // of the text, which here is also its end.
     if (text == last || ke::parse_double(text, last, &value) != last)
         return WIQ_ERR_BAD_FORMAT;
     *out = value;

@@ -1,18 +1,19 @@
-// Numbers read from text without regard to the locale: the forms that the JSON reader calls on text whose
-// bounds it knows. The exported forms for NUL-terminated text, with their statuses, are in ke_utils/text.h.
+// Numbers read from text, independent of the locale. These are the functions that the JSON reader
+// calls for text whose bounds it knows. The exported functions for NUL-terminated text, which
+// return statuses, are in ke_utils/text.h.
 #pragma once
 
 #include "ke_utils/types.h"
 
 namespace ke {
 
-// Reads a decimal integer: an optional "-" and at least one digit, nothing else, as the caller has made
-// sure of. False, with *out untouched, if the number does not fit.
+// Reads a decimal integer. The caller has made sure that the text is an optional "-" and at least
+// one digit, and nothing else. Returns false, with *out unchanged, if the number does not fit.
 inline bool parse_i64(const char* first, const char* last, i64* out) {
     const bool negative = *first == '-';
     if (negative)
         ++first;
-    // 18 digits always fit.
+    // 18 characters always fit into 64 bits.
     constexpr int kSafeDigits = 18;
     u64 magnitude = 0;
     if (last - first <= kSafeDigits) {
@@ -33,11 +34,11 @@ inline bool parse_i64(const char* first, const char* last, i64* out) {
     return true;
 }
 
-// Reads the longest number of strtod()'s grammar in the "C" locale: optional sign, then decimal digits
-// with an optional "." and exponent, a hexadecimal number "0x...p...", "inf", "infinity", "nan" or
-// "nan(...)" in either case. No white space is skipped. Correctly rounded; too large a magnitude gives an
-// infinity, too small a one a zero. Returns the end of the number; `first`, with *out untouched, if
-// there is none.
+// Reads the longest number that strtod() accepts in the "C" locale: an optional sign, then decimal
+// digits with an optional "." and exponent, a hexadecimal number "0x...p...", "inf", "infinity",
+// "nan" or "nan(...)" in either case. White space is not skipped. The result is correctly rounded;
+// a magnitude that is too large gives an infinity, one that is too small a zero. Returns the end of
+// the number; if there is none, returns `first` and leaves *out unchanged.
 const char* parse_double(const char* first, const char* last, double* out);
 
 }  // namespace ke

@@ -1,5 +1,5 @@
-// Small operations on NUL-terminated strings. Character classes are those of the "C" locale (ctype.h),
-// so only ASCII letters change case.
+// Small operations on NUL-terminated strings. Character classes are those of the "C" locale
+// (ctype.h), so only ASCII letters change case.
 #include <cstdlib>
 #include <cstring>
 
@@ -14,8 +14,8 @@ i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, bool tri
         return WIQ_ERR_INVALID_ARG;
     char* old = nullptr;
     if (size == nullptr || *block == nullptr || width >= *size) {
-        // A new block, since the field may lie in the old one. A width that leaves no room for the NUL is
-        // more than any memory.
+        // The old block is freed only at the end, since the field may lie in it. A width to which 1
+        // cannot be added is more than any memory.
         old = *block;
         *block = width == UINT64_MAX ? nullptr : static_cast<char*>(malloc(width + 1));
         if (*block == nullptr)

@@ -1,5 +1,5 @@
-// 128-bit unsigned integers inside the library: conversion to the compiler's own type, in which the
-// arithmetic is done, and the decimal text that the JSON writer needs.
+// 128-bit unsigned integers inside the library: the conversion to the compiler's own type, in which
+// the arithmetic is done, and the decimal text that the JSON writer needs.
 #pragma once
 
 #include "ke_utils/text.h"
@@ -17,8 +17,8 @@ constexpr wiq_uint128 from_native(u128 a) {
 
 constexpr size_t kMaxDecimalDigits128 = 39;
 
-// Writes the decimal digits of `value` at `out`, which has room for kMaxDecimalDigits128 characters; the
-// end of what was written. Nothing is terminated.
+// Writes the decimal digits of `value` at `out`, which has room for kMaxDecimalDigits128
+// characters; returns the end of what was written. Nothing is terminated.
 char* write_u128(char* out, wiq_uint128 value);
 
 }  // namespace ke

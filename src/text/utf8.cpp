@@ -1,4 +1,5 @@
-// The exported classifier of UTF-8 lead bytes; the library's own code uses the inline form in utf8.h.
+// The exported classifier of UTF-8 lead bytes. The library's own code uses the inline function in
+// utf8.h.
 #include "text/utf8.h"
 
 #include "ke_utils/text.h"

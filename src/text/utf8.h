@@ -1,12 +1,14 @@
-// UTF-8 as the JSON reader and writer see it: how long a sequence its first byte announces, and whether
-// the whole sequence is valid (RFC 3629: shortest form, no surrogate, at most U+10FFFF).
+// UTF-8 as the JSON reader and writer see it: the length of a sequence that its first byte
+// announces, and whether the whole sequence is valid (RFC 3629: shortest form, no surrogate, at
+// most U+10FFFF).
 #pragma once
 
 #include "ke_utils/types.h"
 
 namespace ke {
 
-// Length announced by a lead byte, 1 to 4; 0 for a byte that begins no valid sequence.
+// Returns the length that a lead byte announces, 1 to 4, or 0 for a byte that begins no valid
+// sequence.
 constexpr u32 utf8_length(u8 lead) {
     if (lead < 0x80)
         return 1;
@@ -23,13 +25,14 @@ constexpr bool utf8_is_continuation(u8 byte) {
     return (byte & 0xc0) == 0x80;
 }
 
-// Whether the `length` bytes at `s` are one valid sequence; `length` is utf8_length() of the first.
+// Whether the `length` bytes at `s` are one valid sequence. `length` must be utf8_length() of the
+// first byte.
 constexpr bool utf8_valid_sequence(const u8* s, u32 length) {
     if (length == 0)
         return false;
     if (length == 1)
         return s[0] < 0x80;
-    // The lead byte's payload: 5, 4 or 3 bits for lengths 2, 3 and 4.
+    // The payload of the lead byte has 5, 4 or 3 bits if the length is 2, 3 or 4.
     u32 code_point = s[0] & (0x7fu >> length);
     for (u32 i = 1; i < length; ++i) {
         if (!utf8_is_continuation(s[i]))
