@@ -1,5 +1,5 @@
-// Text between UTF-8 and the system's wide characters. These functions alone report system error codes
-// in place of statuses.
+// Text between UTF-8 and the system's wide characters. Only these functions report system error
+// codes instead of statuses.
 
 #include <cstdlib>
 
@@ -40,7 +40,7 @@ char** narrow_array(int count, const wchar_t* const* items, u32* err) {
     }
     for (int i = 0; i < count; ++i) {
         narrowed[i] = narrow(items[i], err);
-        // A caller that wants no code takes what could be converted, with gaps.
+        // A caller that does not want the code takes what could be converted, with gaps.
         if (narrowed[i] == nullptr && err != nullptr) {
             free_narrow_array(i, narrowed, nullptr);
             return nullptr;

@@ -1,4 +1,4 @@
-// Two readers: a whole file into one block, and one line into a caller's buffer.
+// Two readers: one reads a whole file into one block, the other one line into a caller's buffer.
 
 #include <cstdlib>
 #include <cstring>
@@ -11,12 +11,12 @@
 namespace {
 
 constexpr size_t kLineStep = 128;
-// From here on a line's block is larger than its size says while the line is read: an allocator that cannot
-// grow a large block in place would otherwise copy it once for every few bytes.
+// While a line of this size or more is read, its block is larger than its size says. Otherwise an
+// allocator that cannot grow a large block in place would copy it again for every few bytes.
 constexpr size_t kLongLine = size_t{64} * 1024;
 
-// The size of an open file, and its start as the place of the next read: -3 where it cannot be told or does
-// not fit 31 bits.
+// Returns the size of an open file, and moves back to its start. Returns WIQ_ERR_FILE_EMPTY for an
+// empty file, and WIQ_ERR_IO if the size cannot be found out or does not fit into 31 bits.
 i32 measure(FILE* fp) {
     if (fseek(fp, 0, SEEK_END) != 0)
         return WIQ_ERR_IO;
@@ -33,6 +33,7 @@ i32 load(FILE* fp, void** out, size_t pad) {
     const size_t size = static_cast<size_t>(measured);
     const size_t padding = pad == 0 ? 0 : pad - size % pad;
     u8* block = padding > SIZE_MAX - size ? nullptr : static_cast<u8*>(malloc(size + padding));
+    // The caller gets the block before it is filled, and keeps it if reading fails.
     *out = block;
     if (block == nullptr)
         return WIQ_ERR_NO_MEMORY;
@@ -40,15 +41,15 @@ i32 load(FILE* fp, void** out, size_t pad) {
     return fread(block, 1, size, fp) == size ? measured : static_cast<i32>(WIQ_ERR_IO);
 }
 
-// A line that is being read into a buffer that grows.
+// A line that is being read into a growing buffer.
 struct Line {
     char* data;
-    size_t size;  // as callers are told
+    size_t size;  // the size that the caller will be told
     size_t length;
-    size_t room;  // bytes of the block, `size` or more
+    size_t room;  // the real size of the block in bytes, `size` or more
 };
 
-// One step: 0, or -5000 with nothing changed.
+// Grows the buffer by one step. Returns 0, or WIQ_ERR_NO_MEMORY with nothing changed.
 i32 grow_line(Line* line) {
     const size_t size = line->size + kLineStep;
     if (size > line->room) {
@@ -63,7 +64,8 @@ i32 grow_line(Line* line) {
     return 0;
 }
 
-// Shrinks the block to its size. If that fails, the block stays larger.
+// Shrinks the block to the size that the caller will be told. If that fails, the block stays
+// larger, which does no harm.
 void trim_line(Line* line) {
     if (line->room == line->size)
         return;
@@ -72,8 +74,9 @@ void trim_line(Line* line) {
         line->data = trimmed;
 }
 
-// Reads on from the byte `c`: the line's length; -5000; or -3 for a line longer than `longest`, whose next byte
-// is still to be read. The line as far as it got is in the block, with a NUL if it has room for one.
+// Reads a line that begins with the byte `c`. Returns its length; WIQ_ERR_NO_MEMORY; or WIQ_ERR_IO
+// for a line longer than `longest`, whose next byte is then still to be read. The buffer holds the
+// line as far as it was read, with a NUL unless memory ran out.
 i32 read_line(Line* line, int c, FILE* stream, size_t longest) {
     for (; c != EOF; c = ke::os::getc_locked(stream)) {
         if (line->length == longest) {
@@ -81,7 +84,7 @@ i32 read_line(Line* line, int c, FILE* stream, size_t longest) {
             line->data[line->length] = '\0';
             return WIQ_ERR_IO;
         }
-        // Room for the byte and a NUL behind it; a buffer smaller than that is allowed for.
+        // Room for the byte and a NUL; a sum, so that the test also holds for a size of 0 or 1.
         if (line->length + 2 > line->size && grow_line(line) != 0)
             return WIQ_ERR_NO_MEMORY;
         line->data[line->length++] = static_cast<char>(c);
@@ -112,7 +115,7 @@ i32 getline_locked(char** line, size_t* size, FILE* stream, size_t longest) {
         return result;
     }
     trim_line(&reading);
-    // Also after a failure: the block that the caller knew may have moved.
+    // After a failure too, since the block that the caller knew may have moved.
     *line = reading.data;
     *size = reading.size;
     return result;

@@ -1,4 +1,4 @@
-// The file system: thin calls of the system, whose outcome becomes a status.
+// The file system: thin wrappers of the system's calls, whose outcome becomes a status.
 
 #include <uv.h>
 
@@ -51,8 +51,8 @@ i32 status_of_mkdir(u32 code) {
     }
 }
 
-// Makes one directory whose parents are there: the system's code, except that something else in its place
-// counts as a path that leads nowhere.
+// Makes one directory whose parents exist. Returns the system's code, except that something else
+// that has this name counts as a path that leads nowhere.
 u32 make_level(const char* path) {
     const u32 code = ke::os::make_dir(path);
     if (code == ke::os::kErrorAlreadyExists && ke::os::path_kind(path) == ke::os::PathKind::kOther)
@@ -60,8 +60,9 @@ u32 make_level(const char* path) {
     return code;
 }
 
-// Makes a directory and the parents that are missing; the path is cut at its separators for a moment. From
-// the innermost parent that is there the levels are made outwards in, without recursion.
+// Makes a directory and its missing parents, without recursion. The first loop goes up to the
+// innermost parent that exists, and cuts the path there by replacing separators with NULs. The
+// second loop goes down again, makes one level after the other, and puts the separators back.
 u32 make_levels(char* path) {
     char* const end = path + strlen(path);
     char* cut = end;
@@ -76,7 +77,8 @@ u32 make_levels(char* path) {
         }
         cut = separator;
     }
-    // Every separator from `cut` on stands as a NUL: each level ends at one.
+    // Here, every separator from `cut` on is a NUL, so `path` ends at `cut`; each turn moves `cut`
+    // to the next one.
     for (;;) {
         const u32 code = make_level(path);
         if (cut == end)
@@ -88,6 +90,8 @@ u32 make_levels(char* path) {
     }
 }
 
+// Makes the directory that a copied path names, and frees the copy. NULL means that the copy could
+// not be made.
 i32 make_copy(char* copy) {
     if (copy == nullptr)
         return WIQ_ERR_NO_MEMORY;
@@ -169,7 +173,7 @@ i32 wiq_rmdir(const char* path) {
     if (path == nullptr)
         return WIQ_ERR_INVALID_ARG;
     const FileResult result = ke::os::remove_dir(path);
-    // Why a directory stays is not told apart.
+    // The reason why a directory was not removed is not reported.
     return result == FileResult::kOk || result == FileResult::kBadPath
                ? status_of(result)
                : static_cast<i32>(WIQ_ERR_IO);

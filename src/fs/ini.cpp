@@ -1,5 +1,5 @@
-// The INI parser: one line at a time, names and values cut out of the line's own buffer, every token with
-// its place in the file.
+// The INI parser. It reads one line at a time and cuts names and values out of the buffer of the
+// line. Each token comes with its place in the file.
 
 #include <cstdlib>
 #include <cstring>
@@ -31,7 +31,7 @@ struct IniToken {
     u32 length;
 };
 
-// Which bytes end a word: a table, since every byte of a file is asked about.
+// Tells which bytes end a word. This is a table, since it is asked about every byte of a file.
 struct WordEnds {
     constexpr WordEnds() : ends() {
         for (int c = 0; c < 256; ++c)
@@ -46,11 +46,12 @@ bool ends_word(char c) {
     return kWordEnds.ends[static_cast<u8>(c)];
 }
 
-// The tokens of one line.
+// Splits one line into tokens.
 class LineScanner {
   public:
     LineScanner(const char* line, u32 length) : line_(line), length_(length) {}
 
+    // Returns the next token; INI_TOK_EOL at the end of the line, as often as it is called there.
     IniToken next() {
         while (position_ < length_ && (line_[position_] == ' ' || line_[position_] == '\t'))
             ++position_;
@@ -85,7 +86,8 @@ class LineScanner {
                 ++position_;
                 return INI_TOK_RBRACKET;
             default:
-                // A byte that ends a word elsewhere (a form feed, say) is one of its own here.
+                // A byte that only ends words (such as a form feed) begins a word here, so that
+                // every token has at least one byte.
                 ++position_;
                 skip_while([](char c) { return !ends_word(c); });
                 return INI_TOK_WORD;
@@ -121,11 +123,12 @@ class LineScanner {
     u32 position_ = 0;
 };
 
-// A place is told in 32 bits, and stays at the largest value in a file of more.
+// Places are reported in 32 bits. In a larger file they stop at the largest value.
 u32 told(u64 count) {
     return count < UINT32_MAX ? static_cast<u32>(count) : UINT32_MAX;
 }
 
+// Parses the lines of one stream and calls back.
 class IniParser {
   public:
     IniParser(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,
@@ -170,6 +173,7 @@ class IniParser {
         }
     }
 
+    // Parses what follows the first word of a line: "=" and a value.
     i32 parse_key(LineScanner& scanner, const IniToken& key) {
         if (!in_section_)
             return syntax_error({INI_TOK_NONE, 0, 0});
@@ -180,11 +184,12 @@ class IniParser {
         if (is_empty_quoted(value) || (value.kind != INI_TOK_WORD && value.kind != INI_TOK_QUOTED))
             return syntax_error(value);
         token = scanner.next();
-        // An unquoted value runs to the end of the last of the words that follow each other.
+        // An unquoted value extends to the end of the last of the words that follow it directly.
         for (; value.kind == INI_TOK_WORD && token.kind == INI_TOK_WORD; token = scanner.next())
             value.length = token.start + token.length - value.start;
         if (!ends_statement(token))
             return syntax_error(token);
+        // All tokens are known now, so the line may be cut.
         const WiqIniLocation key_location = locate(key);
         const WiqIniLocation value_location = locate(inside(value));
         const char* key_text = cut(key);
@@ -194,6 +199,7 @@ class IniParser {
         return on_key_(key_text, &key_location, value_text, &value_location, user_);
     }
 
+    // Parses what follows the "[" of a section header.
     i32 parse_section(LineScanner& scanner) {
         const IniToken name = scanner.next();
         if (name.kind != INI_TOK_WORD)
@@ -242,7 +248,7 @@ class IniParser {
     static bool ends_statement(const IniToken& token) {
         return token.kind == INI_TOK_COMMENT || token.kind == INI_TOK_EOL;
     }
-    // A quoted text without its quotes.
+    // Returns a quoted text without its quotes, and any other token as it is.
     static IniToken inside(const IniToken& token) {
         return token.kind == INI_TOK_QUOTED
                    ? IniToken{token.kind, token.start + 1, token.length - 2}
@@ -254,7 +260,8 @@ class IniParser {
                 told(line_offset_ + token.start)};
     }
 
-    // Ends the token's text in the line, whose later tokens are all known by now.
+    // Ends the text of a token with a NUL and returns it. That overwrites the byte after the token,
+    // so all tokens of the line must be known by now.
     const char* cut(const IniToken& token) {
         line_[token.start + token.length] = '\0';
         return line_ + token.start;
@@ -279,7 +286,7 @@ i32 ke::ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
                   WiqIniErrorFn on_error, void* user, size_t longest_line) {
     if (stream == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    // Once for the file, not for each line.
+    // Locked once for the file, not for each line.
     ke::os::lock_stream(stream);
     const i32 status = IniParser(stream, on_section, on_key, on_error, user, longest_line).parse();
     ke::os::unlock_stream(stream);

@@ -1,4 +1,4 @@
-// Reading lines from a stream that the caller has locked: what wiq_getline() does for one line, and the INI
+// Reads lines from a stream that the caller has locked. wiq_getline() does so for one line, the INI
 // parser for a whole file.
 #pragma once
 
@@ -9,14 +9,14 @@
 
 namespace ke {
 
-// The longest line whose length can be told.
+// The longest line whose length can be returned.
 constexpr size_t kLongestLine = INT32_MAX;
 
-// As wiq_getline(); arguments are not checked, and the stream is locked. `longest` is less only where tests
-// want it to be.
+// Does what wiq_getline() does, for valid arguments and a locked stream. `longest` is smaller only
+// in tests.
 i32 getline_locked(char** line, size_t* size, FILE* stream, size_t longest = kLongestLine);
 
-// As wiq_ini_parse(), with such a limit.
+// Does what wiq_ini_parse() does, with the same limit.
 i32 ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,
               void* user, size_t longest_line);
 

@@ -1,5 +1,5 @@
-// Path strings, without a look at the file system. The separator written is always "\"; which functions
-// also know "/" is part of what each one is for.
+// Path strings, without a look at the file system. The separator that is written is always "\";
+// which functions also recognise "/" depends on their purpose.
 
 #include <cstdarg>
 #include <cstdlib>
@@ -16,8 +16,9 @@ bool is_separator(char c) {
     return c == '\\' || c == '/';
 }
 
-// Appends `length` bytes of a part that may lie in the buffer, at most so many that they and the
-// `before` bytes of earlier parts can be counted.
+// Appends `length` bytes of a part, with a separator before it if one is needed. The part may lie
+// in the buffer. `before` is the number of bytes that earlier parts have added; with this part, the
+// sum must still fit into an i32.
 i32 append_part(wiq_strbuf* buf, const ke::BufferArg& part, u64 length, i32 before = 0) {
     const bool apart = buf->len != 0 && length != 0 && buf->data[buf->len - 1] != '\\';
     const i32 separators = apart ? 1 : 0;
@@ -32,13 +33,13 @@ i32 append_part(wiq_strbuf* buf, const ke::BufferArg& part, u64 length, i32 befo
     const i32 appended = wiq_strbuf_write(buf, part.now(buf), length);
     if (appended >= 0)
         return appended + separators;
-    // A separator with nothing behind it would be another path.
+    // Takes the separator back: on its own it would make another path.
     wiq_strbuf_erase(buf, static_cast<u64>(separators));
     return appended;
 }
 
-// Appends a part as it was when the buffer was as in `before`: one that lies in the buffer's text ended where
-// that text did.
+// Appends a part as it was when the buffer was as in `before`. A part that lies in the buffer's
+// text ended where that text did, although by now more text may follow it.
 i32 append_part_of(const wiq_strbuf& before, wiq_strbuf* buf, const char* part, i32 total) {
     const ke::BufferArg arg(&before, part);
     if (!arg.inside())
@@ -65,7 +66,7 @@ char* wiq_dirname(char* path) {
         return nullptr;
     const size_t tail = static_cast<size_t>(wiq_basename(path) - path);
     const bool in_drive_root = tail == 3 && path[1] == ':';
-    // Without its separator, except where the separator is all that the directory consists of.
+    // The separator is cut off too, unless the directory is a root ("\" or "C:\").
     path[tail >= 2 && !in_drive_root ? tail - 1 : tail] = '\0';
     return path;
 }

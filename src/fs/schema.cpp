@@ -1,4 +1,4 @@
-// Schema files: named after commands, found beside the running executable.
+// Schema files: they are named after commands and found beside the running executable.
 
 #include <cstdlib>
 #include <cstring>
@@ -17,7 +17,7 @@ void report(u32* err, i32 status) {
         *err = static_cast<u32>(status);
 }
 
-// Where there is no directory, the path names no file either.
+// Returns the text of a directory for a path. If there is no directory, the path names no file.
 const char* text_of(const char* dir) {
     return dir == nullptr ? "(null)" : dir;
 }
@@ -59,7 +59,7 @@ FILE* wiq_schema_open(const char* filename, u32* err) {
     for (const char* schemas : kSchemaDirs) {
         const i32 length = wiq_strbuf_rprintf(&path, "%s\\%s\\%s", text_of(dir), schemas, filename);
         if (length < 0) {
-            // A name that is too long to be written is that of no file.
+            // A name that is too long to be formatted is not that of any file.
             report(err, length == WIQ_ERR_FAILED ? static_cast<i32>(WIQ_ERR_NOT_FOUND) : length);
             break;
         }

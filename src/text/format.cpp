@@ -81,7 +81,7 @@ i32 append_formatted(char** block, u64* size, const char* format, va_list args, 
         return WIQ_ERR_FAILED;
     if (attempt.text() == nullptr)
         return append_long(block, size, used, attempt.length(), format, again);
-    // If this moves the block, the text is on the stack: a text in the block's room needs no growth.
+    // If this moves the block, the text is on the stack: one in the block's room needs no growth.
     const u64 total = used + attempt.length() + 1;
     if (total > *size)
         grow_block(block, size, total);
