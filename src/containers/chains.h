@@ -1,23 +1,24 @@
-// The steps that a chained hash table is made of: linking, unlinking, splitting, walking. wiq_map and the
-// members of JSON objects are built on them, each with its own kind of entry, of which the steps need
-// `next` and `hash`.
+// The steps that a chained hash table is made of: linking, unlinking, splitting, walking. wiq_map
+// and the members of JSON objects are built on them. Each has its own kind of entry; the steps need
+// only its `next` and `hash`.
 //
-// A table is an array of bucket heads whose number is a power of two; `mask` is that number less one. The
-// order of a walk can be observed, so it is fixed: an entry joins its chain at the end; growth takes the
-// old chains in order and puts each entry at the front of its new one.
+// A table is an array of buckets, each of which points to the first entry of its chain. The number
+// of buckets is a power of two; `mask` is that number less one. The order of a walk can be
+// observed, so it is fixed: a new entry goes to the end of its chain, and growth takes the old
+// chains in order and puts each entry at the front of its new chain.
 #pragma once
 
 #include "ke_utils/types.h"
 
 namespace ke {
 
-// The place of a hash: by its low bits, it being widened as a signed number.
+// Returns the bucket of a hash: its low bits, after the hash was widened as a signed number.
 constexpr u64 bucket_of(u32 hash, u64 mask) {
     return mask & static_cast<u64>(static_cast<i64>(static_cast<i32>(hash)));
 }
 
-// The number of buckets for so many entries: the smallest power of two above four thirds of it, or 1 for
-// none. The product has 64 bits and wraps for a capacity of 2^62 and more.
+// Returns the number of buckets for so many entries: the smallest power of two above four thirds of
+// it, or 1 for none. The product has 64 bits and wraps for a capacity of 2^62 and more.
 constexpr u64 initial_buckets(u64 capacity) {
     const u64 least = capacity * 4 / 3;
     u64 count = 1;
@@ -26,7 +27,7 @@ constexpr u64 initial_buckets(u64 capacity) {
     return count;
 }
 
-// The number of entries that a table of so many buckets holds before it grows.
+// Returns the number of entries that a table of so many buckets holds before it grows.
 constexpr u64 load_limit(u64 bucket_count) {
     return bucket_count * 3 / 4;
 }
@@ -39,6 +40,7 @@ inline void append_to_chain(Entry** link, Entry* entry) {
     *link = entry;
 }
 
+// Removes an entry, which must be in the chain.
 template <class Entry>
 inline void remove_from_chain(Entry** link, const Entry* entry) {
     while (*link != entry)
@@ -46,13 +48,13 @@ inline void remove_from_chain(Entry** link, const Entry* entry) {
     *link = entry->next;
 }
 
-// Doubles a table in its own array, which has room behind its `count` buckets for as many more. One more
-// bit of the hash counts, so each chain parts into its own bucket and the one `count` further on, and no
-// bucket gets entries from two chains.
+// Doubles a table in its own array, which must have room for as many more buckets after its first
+// `count`. One more bit of the hash counts then, so each chain splits into two: one for its own
+// bucket, and one for the bucket `count` further on. No bucket gets entries of two chains.
 template <class Entry>
 void split_chains(Entry** buckets, u64 count) {
     for (u64 bucket = 0; bucket < count; ++bucket) {
-        // Indexed, not branched on: which half an entry goes to cannot be predicted.
+        // An index instead of a branch: the processor cannot predict to which half an entry goes.
         Entry* heads[2] = {nullptr, nullptr};
         for (Entry* entry = buckets[bucket]; entry != nullptr;) {
             Entry* next = entry->next;
@@ -66,7 +68,7 @@ void split_chains(Entry** buckets, u64 count) {
     }
 }
 
-// The first entry at or behind a bucket; nullptr at the end.
+// Returns the first entry in a bucket or after it, or nullptr at the end of the table.
 template <class Entry>
 inline Entry* first_from(Entry* const* buckets, u64 mask, u64 bucket) {
     for (; bucket <= mask; ++bucket) {
@@ -76,7 +78,7 @@ inline Entry* first_from(Entry* const* buckets, u64 mask, u64 bucket) {
     return nullptr;
 }
 
-// The entry behind another one in the order of a walk; nullptr at the end.
+// Returns the entry after another one in the order of a walk, or nullptr at the end of the table.
 template <class Entry>
 inline Entry* next_in_table(Entry* const* buckets, u64 mask, const Entry* entry) {
     return entry->next != nullptr ? entry->next

@@ -1,5 +1,5 @@
-// The hash map: separate chaining over a power-of-two array of bucket heads, each entry a block of its own
-// that keeps its key's hash.
+// The hash map: separate chaining over an array of buckets, whose number is a power of two. Each
+// entry is a block of its own and stores the hash of its key.
 
 #include <cstdlib>
 
@@ -14,7 +14,7 @@ u64 mask_of(const wiq_map* map) {
     return map->bucket_count - 1;
 }
 
-// The entry under an equal key, or nullptr.
+// Returns the entry with an equal key, or nullptr.
 wiq_map_entry* find(const wiq_map* map, u32 hash, const void* key) {
     wiq_map_entry* entry = map->buckets[ke::bucket_of(hash, mask_of(map))];
     while (entry != nullptr && entry->key != key &&
@@ -23,7 +23,8 @@ wiq_map_entry* find(const wiq_map* map, u32 hash, const void* key) {
     return entry;
 }
 
-// Doubles the buckets when the load has passed three quarters. 0, or -5000 with the map unchanged.
+// Doubles the number of buckets if there are more entries than three quarters of it. Returns 0, or
+// WIQ_ERR_NO_MEMORY with the map unchanged.
 i32 grow_if_full(wiq_map* map) {
     const u64 count = map->bucket_count;
     if (map->size <= ke::load_limit(count))
@@ -43,8 +44,9 @@ void call(wiq_release_fn release, void* key_or_value) {
         release(key_or_value);
 }
 
-// Stores a new entry at the end of its chain: 0 or -5000 (nothing stored, or stored in a table that could
-// not grow; the size tells).
+// Stores a new entry at the end of its chain. Returns 0 or WIQ_ERR_NO_MEMORY; in the latter case
+// the entry was either not stored, or stored in a table that could not grow. The map's size tells
+// which.
 i32 insert(wiq_map* map, void* key, u32 hash, void* value) {
     auto* entry = static_cast<wiq_map_entry*>(malloc(sizeof(wiq_map_entry)));
     if (entry == nullptr)
@@ -57,8 +59,9 @@ i32 insert(wiq_map* map, void* key, u32 hash, void* value) {
     return grow_if_full(map);
 }
 
-// The new pair is stored before the old one is released: key_free and value_free may use the map, and
-// never meet what is going.
+// Replaces the key and value of an entry. The new pair is stored before the old one is released:
+// key_free and value_free may use the map, and must never find there what is being released. After
+// the first of them the entry may be gone, so it is not used any more.
 void overwrite(const wiq_map* map, wiq_map_entry* entry, void* key, void* value, void** old_value) {
     const wiq_map_entry old = *entry;
     const wiq_release_fn key_free = old.key == key ? nullptr : map->key_free;
@@ -113,7 +116,7 @@ wiq_map* wiq_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp, wiq_release
 }
 
 i32 wiq_map_finalize(wiq_map* map) {
-    // Again for what key_free and value_free have stored meanwhile.
+    // Repeated for what key_free and value_free have stored meanwhile.
     do {
         wiq_map_remove_all(map);
     } while (map->size != 0);
@@ -121,6 +124,8 @@ i32 wiq_map_finalize(wiq_map* map) {
     return 0;
 }
 
+// key_free and value_free may take references and give them up; mark_dying() keeps that from
+// deleting the map again.
 void wiq_map_delete(wiq_map* map) {
     ke::mark_dying(&map->refcount);
     wiq_map_finalize(map);
@@ -156,7 +161,7 @@ void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory, void*
         value = entry->value;
     } else {
         value = factory(key, user, &result);
-        // The factory may have stored the key itself: it is looked for once more.
+        // The factory may have stored the key itself, or made the map grow: store() searches anew.
         if (result == 0)
             result = store(map, key, hash, value, nullptr);
     }
@@ -183,6 +188,7 @@ void* wiq_map_remove(wiq_map* map, const void* key) {
     void* old_key = entry->key;
     void* value = entry->value;
     free(entry);
+    // Read once: the value is either released or returned, whatever key_free does.
     const wiq_release_fn value_free = map->value_free;
     call(map->key_free, old_key);
     call(value_free, value);
@@ -190,8 +196,9 @@ void* wiq_map_remove(wiq_map* map, const void* key) {
 }
 
 void wiq_map_remove_all(wiq_map* map) {
-    // A chain leaves the map as a whole before anything of it is released: the callbacks may use the map,
-    // and may even make it grow. Growth moves no entry to a bucket that has been emptied.
+    // A whole chain leaves the map before anything in it is released: the callbacks may use the
+    // map, and may even make it grow. Growth moves the entries of a bucket only to that bucket or
+    // to one in the new half, so it fills none of the buckets that have been emptied.
     for (u64 bucket = 0; bucket < map->bucket_count; ++bucket) {
         wiq_map_entry* entry = map->buckets[bucket];
         map->buckets[bucket] = nullptr;

@@ -1,4 +1,4 @@
-// The hash and comparison functions that maps are made with.
+// The hash and comparison functions for the keys of maps.
 
 #include "containers/murmur3.h"
 
@@ -28,7 +28,7 @@ bool wiq_cmp_int(const void* a, const void* b) {
     return a == b;
 }
 
-// One function under two names: a map's `cmp` may be compared with either.
+// One function with two names, so that a map's `cmp` may be compared with either of them.
 bool wiq_cmp_ptr(const void* a, const void* b) KE_SECOND_NAME_OF(wiq_cmp_int);
 
 bool wiq_cmp_str(const void* a, const void* b) {

@@ -1,5 +1,5 @@
-// MurmurHash3, x86 32-bit variant (Austin Appleby, public domain, 2011), inline so that hashing a key of
-// known length costs no call.
+// MurmurHash3, the x86 32-bit variant (Austin Appleby, public domain, 2011). It is inline, so that
+// hashing a key of known length needs no call.
 #pragma once
 
 #include <bit>
@@ -17,7 +17,7 @@ inline u32 scramble(u32 k) {
     return std::rotl(k * 0xcc9e2d51u, 15) * 0x1b873593u;
 }
 
-// A block of four bytes, read little-endian.
+// Returns a block of four bytes as a little-endian number.
 inline u32 load(const u8* p) {
     if constexpr (std::endian::native == std::endian::little) {
         u32 k = 0;
@@ -42,14 +42,14 @@ inline u32 finish(u32 h, u32 length) {
     return h;
 }
 
-// The blocks of whole words at `p`, which moves behind them.
+// Adds `count` blocks at *p to the hash, and moves *p past them.
 inline u32 blocks(const u8** p, size_t count, u32 h) {
     for (; count != 0; --count, *p += 4)
         h = add_block(h, load(*p));
     return h;
 }
 
-// The up to three bytes behind the blocks, as a little-endian number.
+// Returns the up to three bytes after the blocks as a little-endian number.
 inline u32 tail_of(const u8* p, size_t count) {
     u32 tail = 0;
     switch (count) {
@@ -67,7 +67,8 @@ inline u32 tail_of(const u8* p, size_t count) {
     }
 }
 
-// The same where at least one block stands before them: no branch, the number of bytes being hard to guess.
+// The same if there is at least one block before them: it loads the last four bytes and shifts
+// those of the block out. There is no branch, since the number of bytes is hard to predict.
 inline u32 tail_before(const u8* p, size_t count) {
     return static_cast<u32>(u64{load(p + count - 4)} << (8 * count) >> 32);
 }
@@ -77,12 +78,13 @@ inline u32 tail_before(const u8* p, size_t count) {
 inline u32 murmur3_32(const void* data, u32 length, u32 seed) {
     const u8* p = static_cast<const u8*>(data);
     const u32 h = murmur3::blocks(&p, length / 4, seed);
-    // A tail of nothing changes nothing.
+    // An empty tail changes nothing: scramble(0) is 0.
     return murmur3::finish(h ^ murmur3::scramble(murmur3::tail_of(p, length & 3)), length);
 }
 
-// The hash of a string of known length with the NUL that ends it, which need not be there: it belongs to
-// the last block if that lacks one byte, and is a tail byte of 0, which changes nothing, if not.
+// Returns the hash of a string of known length with the NUL at its end, which need not be in
+// memory. If the last block lacks one byte, the NUL completes it; otherwise it is a tail byte of 0,
+// which changes nothing.
 inline u32 hash_str(const char* text, size_t length) {
     const u8* p = reinterpret_cast<const u8*>(text);
     u32 h = murmur3::blocks(&p, length / 4, kHashSeed);

@@ -1,5 +1,5 @@
-// The locked map: each operation of the plain map under one mutex, which the thread that holds it may
-// enter again, so that callbacks may use the map they are called from.
+// The locked map: each operation of the plain map under one mutex. The thread that holds the mutex
+// may enter it again, so callbacks may use the map that they are called from.
 
 #include <cstdlib>
 
@@ -34,6 +34,7 @@ wiq_safe_map* wiq_safe_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp,
 i32 wiq_safe_map_finalize(wiq_safe_map* map) {
     i32 status = 0;
     {
+        // In a scope of its own: the mutex must be unlocked before it is destroyed.
         const MutexLock lock(&map->lock);
         status = wiq_map_finalize(&map->map);
     }

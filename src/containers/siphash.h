@@ -1,5 +1,6 @@
-// SipHash (Jean-Philippe Aumasson and Daniel J. Bernstein, 2012): a hash under a key. Who does not know the key
-// cannot choose texts that have the same hash, which is easy with the hash of maps and objects.
+// SipHash (Jean-Philippe Aumasson and Daniel J. Bernstein, 2012): a hash under a secret key.
+// Someone who does not know the key cannot choose texts that have the same hash. (With the hash of
+// maps and objects, that is easy.)
 #pragma once
 
 #include <bit>
@@ -56,7 +57,7 @@ inline u64 load(const u8* p) {
 
 }  // namespace siphash
 
-// The variant with so many rounds for each word of 8 bytes, and at the end.
+// The variant with kPerWord rounds for each word of 8 bytes and kAtEnd rounds at the end.
 template <int kPerWord, int kAtEnd>
 u64 siphash_with(const SipKey& key, const char* data, size_t length) {
     const u8* p = reinterpret_cast<const u8*>(data);
@@ -72,7 +73,7 @@ u64 siphash_with(const SipKey& key, const char* data, size_t length) {
     return state.v0 ^ state.v1 ^ state.v2 ^ state.v3;
 }
 
-// SipHash-1-3, which is enough where the hashes stay secret.
+// SipHash-1-3, which is strong enough if nobody sees the hashes.
 inline u64 siphash13(const SipKey& key, const char* data, size_t length) {
     return siphash_with<1, 3>(key, data, length);
 }

@@ -1,4 +1,4 @@
-// A block of bytes for one text at a time: short texts need no memory of their own.
+// A buffer for one text at a time. Short texts need no allocation.
 #pragma once
 
 #include <cstdlib>
@@ -15,7 +15,8 @@ class SmallBuffer {
     SmallBuffer& operator=(const SmallBuffer&) = delete;
     ~SmallBuffer() { free(block_); }
 
-    // Room for so many bytes, which hold nothing yet; nullptr without memory, with what was there unchanged.
+    // Returns room for so many bytes, whose content is undefined; or nullptr when out of memory,
+    // with what was there unchanged.
     char* room(size_t count) {
         if (count <= N)
             return inline_;

@@ -1,5 +1,5 @@
-// An explicit stack for walks over documents of any depth: the first places inline, so that ordinary
-// documents need no memory, then a block that doubles.
+// An explicit stack for walks over documents of any depth. The first items are stored inside the
+// object, so that ordinary documents need no allocation; after that, in a block that doubles.
 #pragma once
 
 #include <cstdlib>
@@ -27,11 +27,11 @@ class SmallStack {
     size_t size() const { return size_; }
     T& top() { return items_[size_ - 1]; }
     void pop() { --size_; }
-    // From the bottom up.
+    // The items, the lowest first.
     T* data() { return items_; }
-    // Leaves the lowest ones.
+    // Keeps the lowest `size` items.
     void truncate(size_t size) { size_ = size; }
-    // False without memory; the stack is then as it was.
+    // Returns false when out of memory; the stack is then unchanged.
     bool push(const T& item) {
         if (size_ == capacity_ && !grow())
             return false;
@@ -41,7 +41,7 @@ class SmallStack {
 
   private:
     bool grow() {
-        // The size is never 0: capacity_ is at least N.
+        // The size is never 0, since capacity_ is at least N.
         // NOLINTNEXTLINE(clang-analyzer-optin.portability.UnixAPI)
         void* block = realloc(items_ == inline_ ? nullptr : items_, 2 * capacity_ * sizeof(T));
         if (block == nullptr)

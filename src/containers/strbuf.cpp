@@ -1,4 +1,5 @@
-// The string buffer: a growable, always terminated byte string that every text producer writes into.
+// The string buffer: a growable byte string that is always terminated. Everything that produces
+// text writes into it.
 
 #include <cstdlib>
 #include <cstring>
@@ -12,7 +13,8 @@ namespace {
 
 constexpr u64 kDefaultCapacity = 64;
 
-// Gives the block exactly `capacity` bytes, more than len: 0, or -5000 with nothing changed.
+// Resizes the block to exactly `capacity` bytes, which must be more than len. Returns 0, or
+// WIQ_ERR_NO_MEMORY with nothing changed.
 i32 set_capacity(wiq_strbuf* buf, u64 capacity) {
     char* block = static_cast<char*>(realloc(buf->data, capacity));
     if (block == nullptr)
@@ -29,25 +31,26 @@ void truncate(wiq_strbuf* buf, u64 len) {
         buf->data[len] = '\0';
 }
 
-// The bytes may be some of the block's own.
+// Appends bytes for which there is room. They may be part of the block.
 void append(wiq_strbuf* buf, const char* bytes, u64 count) {
     memmove(buf->data + buf->len, bytes, count);
     buf->len += count;
     buf->data[buf->len] = '\0';
 }
 
-// What a block that must have `needed` bytes grows to.
+// Returns the size to which a block grows that must have `needed` bytes: at least twice its size,
+// if that does not wrap.
 u64 grown_capacity(const wiq_strbuf* buf, u64 needed) {
     const u64 doubled = buf->capacity <= UINT64_MAX / 2 ? 2 * buf->capacity : needed;
     return doubled > needed ? doubled : needed;
 }
 
-// Appends a text that did not fit at the first attempt. It may come from the buffer itself, whose block is
-// therefore kept until the text stands in another one.
+// Appends a text that did not fit at the first attempt. An argument may lie in the buffer. So the
+// old block is kept until the text has been formatted into a new one.
 i32 append_long(wiq_strbuf* buf, size_t length, const char* format, va_list args) {
     const u64 needed = buf->len + length + 1;
     const u64 capacity = needed <= buf->capacity ? buf->capacity : grown_capacity(buf, needed);
-    // NOLINTNEXTLINE(clang-analyzer-optin.portability.UnixAPI): the NUL makes it 1 byte at least.
+    // NOLINTNEXTLINE(clang-analyzer-optin.portability.UnixAPI): at least 1 byte, for the NUL.
     char* block = static_cast<char*>(malloc(capacity));
     if (block == nullptr)
         return WIQ_ERR_NO_MEMORY;
@@ -58,7 +61,7 @@ i32 append_long(wiq_strbuf* buf, size_t length, const char* format, va_list args
     buf->data = block;
     buf->len += length;
     buf->capacity = capacity;
-    // Counted also when formatting failed, and terminated, so that even a spoiled buffer is a string.
+    // The length counts even if formatting failed. With the NUL, a spoiled buffer is a string too.
     block[buf->len] = '\0';
     return written;
 }
@@ -71,7 +74,7 @@ i32 append_formatted(wiq_strbuf* buf, const char* format, va_list args, va_list 
     const size_t length = attempt.length();
     if (attempt.text() == nullptr)
         return append_long(buf, length, format, again);
-    // Where this moves the block, the text is on the stack.
+    // If this moves the block, the text is on the stack: one in the block's room needs no growth.
     const i32 status = ke::strbuf_reserve(buf, length + 1);
     if (status != 0)
         return status;
@@ -79,8 +82,9 @@ i32 append_formatted(wiq_strbuf* buf, const char* format, va_list args, va_list 
     return static_cast<i32>(length);
 }
 
-// Moves `count` bytes that lie in the block to where a block of `len` + 2 * (`count` + 1) bytes has them
-// too, before their digits take their place: their offset.
+// Moves the `count` bytes at `offset` in the block, if they lie after the text, to just after it.
+// There, neither shrinking the block to `len` + 2 * (`count` + 1) bytes nor writing their digits
+// destroys them before they are read. Returns their new offset, which is at most len + 1.
 u64 keep_for_digits(wiq_strbuf* buf, u64 offset, u64 count) {
     if (offset <= buf->len)
         return offset;
@@ -140,7 +144,7 @@ i32 wiq_strbuf_pop(wiq_strbuf* buf) {
 char wiq_strbuf_getc(const wiq_strbuf* buf, i32 index) {
     if (buf == nullptr)
         return '\0';
-    // The index arithmetic is that of 32-bit integers, which wrap where the text is longer.
+    // The arithmetic is that of 32-bit integers, which wrap if the text is longer.
     const i32 len = static_cast<i32>(buf->len);
     if (index >= len)
         return '\0';
@@ -223,14 +227,14 @@ i32 wiq_strbuf_printhex(wiq_strbuf* buf, const void* bytes, u64 count) {
         return WIQ_ERR_NO_MEMORY;
     const ke::BufferArg arg(buf, bytes);
     const u64 offset = arg.inside() ? keep_for_digits(buf, arg.offset(), count) : 0;
-    // The block is made to fit before the bytes are looked at, also where it was larger.
+    // As documented, the block is resized before `bytes` is tested for NULL, even if it was larger.
     const i32 status = set_capacity(buf, buf->len + 2 * (count + 1));
     if (status != 0)
         return status;
     if (bytes == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    // From the end: bytes of the block itself are behind the text by one at most, so that the digits of a
-    // byte lie behind all bytes before it.
+    // Written from the end. Bytes that lie in the block begin at most one byte after the text, so
+    // the digits of a byte overwrite only bytes whose digits have been written.
     const char* source = arg.inside() ? buf->data + offset : static_cast<const char*>(bytes);
     char* out = buf->data + buf->len;
     for (u64 i = count; i-- != 0;) {

@@ -1,5 +1,5 @@
-// Room in a string buffer for producers that write their text straight into it, and arguments that may lie in
-// the buffer themselves.
+// Room in a string buffer for code that writes its text straight into it, and arguments that may
+// lie in the buffer themselves.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +9,12 @@
 
 namespace ke {
 
-// Makes the block at least `needed` bytes, at least doubling it: 0, or -5000 with nothing changed.
+// Makes the block at least `needed` bytes large, and at least twice as large as it is. Returns 0,
+// or WIQ_ERR_NO_MEMORY with nothing changed.
 i32 strbuf_grow(wiq_strbuf* buf, u64 needed);
 
-// Makes room for n more bytes, the terminating NUL counted by the caller.
+// Makes room for n more bytes. The caller counts the terminating NUL among them. Returns 0, or
+// WIQ_ERR_NO_MEMORY with nothing changed.
 inline i32 strbuf_reserve(wiq_strbuf* buf, u64 n) {
     if (n > UINT64_MAX - buf->len)
         return WIQ_ERR_NO_MEMORY;
@@ -20,8 +22,8 @@ inline i32 strbuf_reserve(wiq_strbuf* buf, u64 n) {
     return needed <= buf->capacity ? 0 : strbuf_grow(buf, needed);
 }
 
-// An argument of a function that may move the buffer's block. If it lies in the block, it is found again in
-// the new one, at the same place.
+// An argument of a function that may move the buffer's block. If the argument lies in the block,
+// now() finds it again at the same offset in the new block.
 class BufferArg {
   public:
     BufferArg(const wiq_strbuf* buf, const void* arg)
@@ -30,7 +32,7 @@ class BufferArg {
           inside_(buf->data != nullptr && offset_ < buf->capacity) {}
 
     bool inside() const { return inside_; }
-    // Its place in the block if it is inside.
+    // Its offset in the block, if it is inside.
     u64 offset() const { return offset_; }
     const char* now(const wiq_strbuf* buf) const { return inside_ ? buf->data + offset_ : arg_; }
 

@@ -20,7 +20,7 @@ void free_slot(void* slot) {
     *text = nullptr;
 }
 
-// Unsigned bytes; NULL slots behind all others.
+// Orders strings by their bytes, as unsigned numbers, and NULL slots after all others.
 bool comes_before(const char* a, const char* b) {
     if (a == nullptr || b == nullptr)
         return a != nullptr && b == nullptr;
@@ -63,7 +63,7 @@ char* wiq_strv_get(const wiq_strv* strv, u32 index) {
 }
 
 void wiq_strv_sort(wiq_strv* strv) {
-    // Not qsort: that of some runtimes takes quadratic time for an order that somebody chose.
+    // Not qsort(): in some runtimes it takes quadratic time for an order that somebody chose.
     if (strv->size > 1) {
         auto** slots = static_cast<char**>(strv->data);
         std::sort(slots, slots + strv->size, comes_before);

@@ -1,4 +1,5 @@
-// The growable array: elements of one size inline in one block, destroyed from the last to the first.
+// The growable array: elements of one size, stored in one block, and destroyed from the last to the
+// first.
 
 #include <cstdlib>
 
@@ -13,7 +14,8 @@ void* elem_at(const wiq_vector* vec, i32 index) {
     return static_cast<u8*>(vec->data) + static_cast<u64>(index) * vec->elem_size;
 }
 
-// Gives the block room for exactly `capacity` elements, more than 0: 0, or -5000 with nothing changed.
+// Resizes the block for exactly `capacity` elements, which must be more than 0. Returns 0, or
+// WIQ_ERR_NO_MEMORY with nothing changed.
 i32 set_capacity(wiq_vector* vec, i32 capacity) {
     const u64 count = static_cast<u64>(capacity);
     if (count > SIZE_MAX / vec->elem_size)
@@ -26,8 +28,9 @@ i32 set_capacity(wiq_vector* vec, i32 capacity) {
     return 0;
 }
 
-// The size is set after the last callback, so one that changes the vector works on elements that are
-// not there yet, or no more. It must not; where it is noticed, the vector stays as the callback left it.
+// The size is set after the last callback. So a callback that changes the vector would work on
+// elements that do not exist yet, or any more. It must not do so; where it is noticed, the function
+// stops with this status and leaves the vector as the callback left it.
 constexpr i32 kChanged = WIQ_ERR_FAILED;
 
 i32 grow(wiq_vector* vec, i32 size) {
@@ -146,7 +149,7 @@ void* wiq_vector_get(const wiq_vector* vec, i32 index) {
     return index < 0 ? nullptr : elem_at(vec, index);
 }
 
-// One function under two names.
+// One function with two names.
 const void* wiq_vector_get_const(const wiq_vector* vec, i32 index)
     KE_SECOND_NAME_OF(wiq_vector_get);
 
