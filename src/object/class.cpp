@@ -1,7 +1,8 @@
-// Class records: built when a type's first object is made, a copy of the parent's record with the type's
-// own operations on top. Each type has a lock; it is held while the parent's class is built under the
-// parent's lock, so locks are always taken from child to parent. A class initialiser runs under the lock of
-// its type, so an object of that type, or of one that derives from it, cannot be made there.
+// Class records. The record of a type is built when its first object is made: a copy of the
+// parent's record, with the type's own operations on top. Each type has a lock. It is held while
+// the parent's class is built under the parent's lock, so locks are always taken from child to
+// parent. A class initialiser runs under the lock of its type, so an object of that type, or of one
+// that derives from it, cannot be made there.
 
 #include "object/class.h"
 
@@ -21,14 +22,15 @@ namespace {
 
 using SizeField = size_t WiqType::*;
 
-// Another thread may be storing the size it found for an ancestor: the same one, whenever it comes.
+// The sizes are read and written atomically: another thread may be storing the size that it
+// found for an ancestor. It finds the same one, so it does not matter when it does so.
 std::atomic_ref<size_t> size_of(const WiqType* type, SizeField field) {
     return std::atomic_ref(const_cast<WiqType*>(type)->*field);
 }
 
-// What `initialised` holds: 0 before type_init(), kReady after it, and while the class is built something
-// negative that tells the building thread from others. The lock serialises the builders; other threads
-// only compare.
+// What `initialised` holds: 0 before type_init(), kReady after it, and a negative number while the
+// class is built, which tells the thread that builds it from others. The builders take turns by
+// means of the lock; other threads only compare the number with their own.
 constexpr int kReady = 1;
 
 std::atomic_ref<int> state_of(WiqType* type) {
@@ -39,7 +41,7 @@ int building_state() {
     return -os::thread_id();
 }
 
-// Whether this thread is in the middle of building the class of a type or of one of its ancestors.
+// Whether this thread is building the class of a type or of one of its ancestors.
 bool is_built_by_this_thread(WiqType* type) {
     const int own = building_state();
     for (; type != nullptr; type = type->parent) {
@@ -49,7 +51,7 @@ bool is_built_by_this_thread(WiqType* type) {
     return false;
 }
 
-// A size of 0 means that of the nearest ancestor that gives one.
+// Returns a size of a type; 0 stands for that of the nearest ancestor that gives one.
 size_t resolve(const WiqType* type, SizeField field) {
     for (; type != nullptr; type = type->parent) {
         const size_t size = size_of(type, field).load(std::memory_order_relaxed);
@@ -59,10 +61,12 @@ size_t resolve(const WiqType* type, SizeField field) {
     return 0;
 }
 
+// Stores the size that a 0 stands for into the descriptor.
 void store_resolved(const WiqType* type, SizeField field) {
     size_of(type, field).store(resolve(type, field), std::memory_order_relaxed);
 }
 
+// Copies the parent's record, whose class is built first, and lets the ancestors change the copy.
 i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
     WiqType* parent = type->parent;
     if (parent == nullptr)
@@ -70,7 +74,7 @@ i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
     const i32 status = build_class(parent);
     if (status != 0)
         return status;
-    // A record that cannot hold its parent's is a mistake of the type's author.
+    // A record that is too small for a copy of its parent's is a mistake of the type's author.
     if (type->class_size < parent->class_size || type->instance_size < parent->instance_size)
         return WIQ_ERR_FAILED;
     memcpy(record, class_of(parent), parent->class_size);
@@ -79,6 +83,7 @@ i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
     });
 }
 
+// Fills a new record, up to and including the type's own class_init.
 i32 fill(WiqType* type, WiqClass* record) {
     const i32 status = fill_from_ancestors(type, record);
     if (status != 0)
@@ -87,6 +92,7 @@ i32 fill(WiqType* type, WiqClass* record) {
     return type->class_init == nullptr ? 0 : type->class_init(record);
 }
 
+// Builds the class of a type whose lock is held, and publishes it only when it is complete.
 i32 build_locked(WiqType* type) {
     if (type->name == nullptr || (type->parent == nullptr && type != &ObjectType))
         return WIQ_ERR_FAILED;
@@ -115,7 +121,7 @@ WiqClass* class_of(WiqType* type) {
 i32 build_class(WiqType* type) {  // NOLINT(misc-no-recursion): see above
     if (class_of(type) != nullptr)
         return 0;
-    // Asked before the lock is taken, which would wait for this very thread.
+    // Tested before the lock is taken: this very thread may hold it and would wait for itself.
     if (state_of(type).load(std::memory_order_relaxed) == 0 || is_built_by_this_thread(type))
         return WIQ_ERR_FAILED;
     const os::MutexLock lock(&type->lock);

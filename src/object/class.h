@@ -1,22 +1,24 @@
-// Building a type's class record, shared by the sources of the object system.
+// Building the class record of a type: what the sources of the object system share.
 #pragma once
 
 #include "ke_utils/object.h"
 
 namespace ke {
 
-// Builds the class records of a type and its ancestors where they are not built yet: 0, or the status of
-// what failed, and then the type has no class record still.
+// Builds the class records of a type and its ancestors, unless they are built already. Returns 0,
+// or the status of what failed, in which case the type still has no class record.
 i32 build_class(WiqType* type);
 
-// The class record, nullptr until it is built; safe against a thread that is just building it.
+// Returns the class record, or nullptr until it is built. Another thread may be building it at the
+// same time.
 WiqClass* class_of(WiqType* type);
 
-// Registers the library's own types. Object knows none of them: the topmost family that has classes
-// defines this.
+// Registers the library's own types. The object system knows none of them: the topmost family that
+// has classes defines this function.
 void register_builtin_types();
 
-// Calls visit(type) for every type from the root down to `type`, stopping at the first nonzero status.
+// Calls visit(type) for every type from the root down to `type`. Stops at the first nonzero status,
+// and returns it.
 template <class Visit>
 // NOLINTNEXTLINE(misc-no-recursion): a line of descent is as long as its authors made it.
 i32 for_root_down(WiqType* type, const Visit& visit) {

@@ -1,4 +1,4 @@
-// Tagged values: setting, clearing, copying, comparing.
+// Tagged values: setting, clearing, copying and comparing them.
 
 #include <cstdlib>
 #include <cstring>
@@ -8,15 +8,16 @@
 
 namespace {
 
-// Blobs from this size on have a record of their own: blob_len holds less.
+// Blobs of this size or more have a record of their own; blob_len is used for smaller sizes only.
 constexpr u64 kLongBlob = 65535;
 
 bool has_flag(const wiq_mtype* value, u8 flag) {
     return (value->flags & flag) != 0;
 }
 
-// Gives up what the value owns. The tag stays until a new one is written; a 128-bit cell leaves an empty
-// payload, so that clearing again releases nothing.
+// Gives up what the value owns. The tag stays until a new one is written. The cell of a 128-bit
+// number is always owned, whatever the flags say; so its pointer is set to NULL, and clearing the
+// value again releases nothing.
 void clear(wiq_mtype* value) {
     if (has_flag(value, WIQ_MTYPE_LONG_BLOB)) {
         if (has_flag(value, WIQ_MTYPE_OWNED))
@@ -34,7 +35,8 @@ void clear(wiq_mtype* value) {
     value->blob_len = 0;
 }
 
-// What every setter does first: -7000 for no value, else the value is cleared.
+// The first step of every setter: returns WIQ_ERR_INVALID_ARG if there is no value, otherwise
+// clears it.
 i32 begin_set(wiq_mtype* value) {
     if (value == nullptr)
         return WIQ_ERR_INVALID_ARG;
@@ -42,7 +44,7 @@ i32 begin_set(wiq_mtype* value) {
     return 0;
 }
 
-// Sets a scalar: `store` writes the payload.
+// Sets a value that needs no memory; `store` writes the payload.
 template <class Store>
 i32 set_scalar(wiq_mtype* value, u8 type, const Store& store) {
     const i32 status = begin_set(value);
@@ -53,8 +55,8 @@ i32 set_scalar(wiq_mtype* value, u8 type, const Store& store) {
     return 0;
 }
 
-// Stores data of any size in a cleared value, without copying; -5000 if a record is needed and cannot be
-// had.
+// Stores data of any size in a cleared value, without copying it. Returns WIQ_ERR_NO_MEMORY if a
+// record is needed and cannot be allocated.
 i32 store_blob(wiq_mtype* value, void* data, u64 size) {
     if (size < kLongBlob) {
         value->blob_len = static_cast<u16>(size);
@@ -83,7 +85,7 @@ bool equal_blobs(const wiq_mtype* a, const wiq_mtype* b) {
     const void* data_b = wiq_mtype_get_blob(b, &length_b);
     if (length_a != length_b || length_a == 0)
         return length_a == length_b;
-    // A length without data can come from a caller's mistake only; it equals itself.
+    // Only a caller's mistake makes a blob with a length, but without data; it equals itself.
     return data_a == data_b ||
            (data_a != nullptr && data_b != nullptr && memcmp(data_a, data_b, length_a) == 0);
 }
@@ -188,7 +190,7 @@ i32 wiq_mtype_set_blob(wiq_mtype* value, const void* data, u64 size, u8 copy, u8
             free(stored);
         return status;
     }
-    // Ownership is what the caller says, also of a copy.
+    // The caller decides about ownership, even of a copy.
     if (own != 0)
         value->flags |= WIQ_MTYPE_OWNED;
     return 0;
@@ -206,7 +208,7 @@ i32 wiq_mtype_copy(const wiq_mtype* src, wiq_mtype* dst) {
         return WIQ_ERR_INVALID_ARG;
     if (src == dst)
         return 0;
-    // What is copied may be borrowed from the destination: these setters read it before they clear.
+    // What is copied may be borrowed from the destination. These setters copy it before they clear.
     if (src->type == WIQ_MTYPE_UTF8)
         return wiq_mtype_set_utf8(dst, src->payload.utf8, 1);
     if (src->type == WIQ_MTYPE_BLOB) {

@@ -6,7 +6,7 @@
 
 namespace {
 
-// What a conversion to 32 and to 64 bits differ in.
+// What differs between conversions to 32 and to 64 bits.
 template <class Unsigned>
 struct Limits;
 
@@ -20,12 +20,13 @@ struct Limits<u32> {
 template <>
 struct Limits<u64> {
     static constexpr u64 kMax = UINT64_MAX;
-    // 2^64 itself passes: the bound is compared as a double.
+    // 2^64 itself is accepted, since the limit is compared as a double.
     static constexpr double kMaxDouble = 18446744073709551616.0;
     static i32 parse(const char* text, u64* out) { return wiq_strtouint64(text, out); }
 };
 
-// Beyond what 64 bits hold, the number that the processor gives for a conversion that has no answer.
+// 2^64 does not fit into 64 bits. It gives the number by which x86 processors answer such a
+// conversion.
 constexpr u64 kOutOfRange = u64{1} << 63;
 
 template <class Unsigned>
@@ -44,7 +45,7 @@ i32 from_signed(i64 number, Unsigned* out) {
 
 template <class Unsigned>
 i32 from_double(double number, Unsigned* out) {
-    // NaN fails the comparison too.
+    // Written so that NaN fails too.
     if (!(number >= 0 && number <= Limits<Unsigned>::kMaxDouble))
         return WIQ_ERR_BAD_FORMAT;
     if (number == Limits<u64>::kMaxDouble) {
@@ -58,6 +59,8 @@ i32 from_double(double number, Unsigned* out) {
     return 0;
 }
 
+// A text is read as an integer first. Unless that succeeds or the integer is out of range, it is
+// read as a double, since "12.0" and "1e3" are whole numbers too.
 template <class Unsigned>
 i32 from_text(const char* text, Unsigned* out) {
     Unsigned number = 0;

@@ -1,5 +1,5 @@
-// Tagged values: what they are and what they hold. Getters convert nothing; a value of another type gives
-// 0, false or NULL.
+// Tagged values: what type they are of, and what they hold. Getters convert nothing; for a value of
+// another type they return 0, false or NULL.
 
 #include "ke_utils/mtype.h"
 
@@ -71,7 +71,7 @@ u64 wiq_mtype_get_uint64(const wiq_mtype* value) {
     return is(value, WIQ_MTYPE_UINT64) ? value->payload.uint64 : 0;
 }
 wiq_uint128 wiq_mtype_get_uint128(const wiq_mtype* value) {
-    // A value whose cell could not be had keeps its tag and holds none.
+    // After a setter that ran out of memory, a value may have this tag and no cell.
     const bool has_cell = is(value, WIQ_MTYPE_UINT128) && value->payload.uint128 != nullptr;
     return has_cell ? *value->payload.uint128 : wiq_uint128{0, 0};
 }

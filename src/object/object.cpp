@@ -1,5 +1,5 @@
-// Instances: made by the initialisers of their type's ancestors, root first; released by the finalisers,
-// most derived first.
+// Instances. The initialisers of the type and its ancestors make them, that of the root first; the
+// finalisers release them, that of the most derived type first.
 
 #include <cstdlib>
 
@@ -55,6 +55,8 @@ void object_unref(WiqObject* object) {
         object_delete(object);
 }
 
+// A finaliser may take references to the object and give them up; mark_dying() keeps that from
+// deleting it again.
 void object_delete(WiqObject* object) {
     ke::mark_dying(&object->refcount);
     for (const WiqType* type = object->klass->type; type != nullptr; type = type->parent) {

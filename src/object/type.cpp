@@ -1,5 +1,5 @@
-// Type descriptors: the registry of types and the questions of descent. Types are registered before
-// threads use them, so nothing here is locked.
+// Type descriptors: the registry of types, and the question which type derives from which. Types
+// are registered before threads use them, so nothing here is locked.
 
 #include <uv.h>
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr i32 kFirstTypes = 40;
 
-// Every type that was ever initialised, in order; made for the first of them.
+// Every type that was ever initialised, in that order; allocated for the first one.
 wiq_vector* registry = nullptr;
 
 i32 add_to_registry(WiqType* type) {
@@ -35,14 +35,14 @@ i32 add_to_registry(WiqType* type) {
     return 0;
 }
 
-// Here, and not beside the types, so that it is linked in from the static library as well whenever
-// anything of the object system is used.
+// This is here, and not beside the types, so that a program with the static library links it in
+// whenever it uses anything of the object system.
 [[maybe_unused]] const bool kBuiltinTypesRegistered = (ke::register_builtin_types(), true);
 
 }  // namespace
 
 i32 type_init(WiqType* type, WiqType* parent) {
-    // Other threads may be building the class of a type that is initialised already.
+    // Atomic: if the type is initialised already, other threads may be building its class.
     if (type == nullptr || std::atomic_ref(type->initialised).load(std::memory_order_relaxed) != 0)
         return 0;
     if (uv_mutex_init(ke::os::uv_mutex(&type->lock)) != 0)
