@@ -306,11 +306,11 @@ KE_API const char* wiq_json_parent_key(const wiq_json_t* node);
 /** @} */
 
 /** @defgroup json_object JSON objects
- *  An object holds members by key, in a hash map. The order of its members is that of a wiq_map()
+ *  An object holds members by key, in a hash map. The order of its members is that of a ::wiq_map
  *  with the same history and wiq_hash_str(), not that of insertion. Keys are copied; keys with the
  *  same bytes are the same key.
  *
- *  Unlike a wiq_map(), an object stays fast even if its keys were chosen to have the same hash: the
+ *  Unlike a ::wiq_map, an object stays fast even if its keys were chosen to have the same hash: the
  *  members of a long chain are also found through an index, which takes up to 26 bytes per bucket.
  *  Without memory for the index, the chain is searched member by member; no call fails because of
  *  that.
@@ -764,10 +764,10 @@ KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* 
  *
  * Meant for strong arrays, and for weak arrays whose elements are not in other arrays. A weak array
  * is sorted by the indices that its elements have in their own parent arrays (0 for an element that
- * has none). A dropped element is sorted to the end: it counts as if its index were this array's
- * size or more, in all the places at which the array lists it. So if a node is listed twice and
- * dropped once, its last place is the one that is lost. A dropped element of another array keeps
- * such an index, so that wiq_json_parent_index() is wrong from then on.
+ * has none). There, dropped elements get indices from this array's size upwards, which count in all
+ * the places at which the array lists such an element. So if a node is listed twice and dropped
+ * once, its last place is the one that is lost. A dropped element of another array keeps its new
+ * index, so that wiq_json_parent_index() is wrong from then on.
  * @return 0; WIQ_ERR_INVALID_ARG if `array` is not an array or `keep` is NULL; WIQ_ERR_NO_MEMORY
  *         when out of memory for a weak array, in which case the callback was not called and
  *         nothing is changed
@@ -1219,11 +1219,12 @@ KE_API wiq_json_t* wiq_json_ptr_get(wiq_json_t* root, const char* ptr, u32* err,
  * @param ptr   a JSON pointer that is not empty and does not begin with "#"
  * @param value a node that can be attached, as for wiq_json_obj_put_ext(); the container takes a
  *              reference of its own
- * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL, the pointer or its first step is empty, or
- *         the value cannot be attached; WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE or
- *         WIQ_ERR_WRONG_TYPE as in wiq_json_ptr_get(); WIQ_ERR_INDEX_OUT_OF_RANGE for an index
- *         greater than the array's size; WIQ_ERR_NO_MEMORY when out of memory. After a failure the
- *         value is not attached, but containers that were made before the failing step stay.
+ * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL, the pointer (or its first step, for an
+ *         object) is empty, or the value cannot be attached; WIQ_ERR_PTR_SYNTAX,
+ *         WIQ_ERR_PTR_BAD_ESCAPE or WIQ_ERR_WRONG_TYPE as in wiq_json_ptr_get();
+ *         WIQ_ERR_INDEX_OUT_OF_RANGE for an index greater than the array's size; WIQ_ERR_NO_MEMORY
+ *         when out of memory. After a failure the value is not attached, but containers that were
+ *         made before the failing step stay.
  */
 KE_API i32 wiq_json_ptr_put(wiq_json_t* root, const char* ptr, wiq_json_t* value);
 

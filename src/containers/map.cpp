@@ -17,6 +17,7 @@ u64 mask_of(const wiq_map* map) {
 // Returns the entry with an equal key, or nullptr.
 wiq_map_entry* find(const wiq_map* map, u32 hash, const void* key) {
     wiq_map_entry* entry = map->buckets[ke::bucket_of(hash, mask_of(map))];
+    // The same pointer is an equal key, without a call of cmp.
     while (entry != nullptr && entry->key != key &&
            !(entry->hash == hash && map->cmp(entry->key, key)))
         entry = entry->next;

@@ -250,10 +250,12 @@ bool wiq_mtype_equal(const wiq_mtype* a, const wiq_mtype* b) {
         case WIQ_MTYPE_INT32:
         case WIQ_MTYPE_UINT32:
         case WIQ_MTYPE_STATUS:
+            // These types have the same 32 bits in the union.
             return a->payload.uint32 == b->payload.uint32;
         case WIQ_MTYPE_INT64:
         case WIQ_MTYPE_UINT64:
         case WIQ_MTYPE_PTR:
+            // These types have the same 64 bits in the union.
             return a->payload.uint64 == b->payload.uint64;
         case WIQ_MTYPE_UINT128: {
             const wiq_uint128 x = wiq_mtype_get_uint128(a);

@@ -122,6 +122,7 @@ FILE* create_file(const char* path, const char* mode) {
     if (fp == nullptr) {
         const int reason = errno;
         close(descriptor);
+        // The file is new, so nobody misses it.
         unlink(path);
         errno = reason;
     }

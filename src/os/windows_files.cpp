@@ -71,6 +71,7 @@ FILE* create_file(const wchar_t* path, const wchar_t* mode) {
     if (fp == nullptr) {
         const int reason = errno;
         _close(descriptor);
+        // The file is new, so nobody misses it.
         _wunlink(path);
         errno = reason;
     }

@@ -42,6 +42,8 @@ wchar_t* extended(const wchar_t* text, DWORD size) {
     auto* result = static_cast<wchar_t*>(malloc((kRoom + size) * sizeof(wchar_t)));
     if (result == nullptr)
         return nullptr;
+    // The full name is written after room for the longest prefix, and then moved to follow the
+    // prefix that it gets.
     wchar_t* full = result + kRoom;
     const DWORD length = GetFullPathNameW(text, size, full, nullptr);
     // The path is that of a device; or it is now longer than when it was measured, because another

@@ -157,6 +157,7 @@ i32 wiq_memdump_ex(const u8* data, size_t len, int line_bytes, int group_bytes, 
     const Layout layout{size_or(line_bytes, len), size_or(group_bytes, len),
                         size_or(block_bytes, len), static_cast<u64>(block_gap), pad_last};
     const u64 cells = pad_last ? layout.line : std::min<u64>(layout.line, len);
+    // With padding, the last line has as many cells as the others.
     const u64 total = pad_last ? (len - 1) / layout.line * layout.line + layout.line : len;
     u64 size = 0;
     if (!text_size(layout, cells, total, &size))

@@ -88,6 +88,7 @@ i32 convert_narrow_unsigned(const char* text, Unsigned* out) {
     constexpr i64 kMax = std::numeric_limits<Unsigned>::max();
     i64 value = 0;
     const i32 status = convert_signed(text, &value);
+    // Stored for a negative number too, which then wraps.
     *out = static_cast<Unsigned>(value);
     if (value < 0)
         return WIQ_ERR_BAD_FORMAT;
