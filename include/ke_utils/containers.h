@@ -573,7 +573,7 @@ KE_API i32 wiq_strbuf_rvprintf(wiq_strbuf* buf, const char* format, va_list args
  * @param bytes the bytes
  * @param count their number
  * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL, or if `bytes` is NULL (after the block was
- *         resized); WIQ_ERR_NO_MEMORY when out of memory, with nothing changed
+ *         resized); WIQ_ERR_NO_MEMORY when out of memory, with the text unchanged
  */
 KE_API i32 wiq_strbuf_printhex(wiq_strbuf* buf, const void* bytes, u64 count);
 

@@ -130,7 +130,7 @@ KE_API i32 wiq_append_paths(wiq_strbuf* buf, int count, ...);
 /**
  * Returns the directory of the running executable.
  *
- * On Windows, the path of an executable that has more than 259 characters is cut to so many.
+ * On Windows, the path of the executable is cut to 259 characters.
  * @return a new string, which the caller releases with free(); NULL if the directory cannot be
  *         found out or when out of memory
  */
@@ -286,11 +286,11 @@ typedef struct WiqIniLocation {
 
 /**
  * Receives a section header. All pointers are valid only during the call.
- * @param name          the name of the section
- * @param name_location where the name is
- * @param argument      the argument; NULL if there is none
+ * @param name              the name of the section
+ * @param name_location     where the name is
+ * @param argument          the argument; NULL if there is none
  * @param argument_location where the argument is; all zero if there is none
- * @param user          the pointer that was given to wiq_ini_parse()
+ * @param user              the pointer that was given to wiq_ini_parse()
  * @return 0 to go on; any other status ends the parse, which returns it
  */
 typedef i32 (*WiqIniSectionFn)(const char* name, const WiqIniLocation* name_location,
@@ -299,11 +299,11 @@ typedef i32 (*WiqIniSectionFn)(const char* name, const WiqIniLocation* name_loca
 
 /**
  * Receives a key and its value. All pointers are valid only during the call.
- * @param key           the key
- * @param key_location  where the key is
- * @param value         the value, without its quotes
+ * @param key            the key
+ * @param key_location   where the key is
+ * @param value          the value, without its quotes
  * @param value_location where the value is, without its quotes
- * @param user          the pointer that was given to wiq_ini_parse()
+ * @param user           the pointer that was given to wiq_ini_parse()
  * @return 0 to go on; any other status ends the parse, which returns it
  */
 typedef i32 (*WiqIniKeyFn)(const char* key, const WiqIniLocation* key_location, const char* value,

@@ -181,8 +181,8 @@ KE_API i32 wiq_rastrcat(char** block, u64* size, const char* str);
  *  | WIQ_ERR_TRAILING_CHARS (-6001) | something follows the number, even a space | the number |
  *  | 0 | otherwise | the number |
  *
- *  A wrapped number is the number modulo 2 to the power of the type's bits: wiq_strtouint16()
- *  stores 65535 for "-1".
+ *  A wrapped number consists of the low bits of the number, which is first clamped to the range of
+ *  an i64: wiq_strtouint16() stores 65535 for "-1". (wiq_strtouint64() differs, see there.)
  *  @{ */
 
 /**
@@ -209,7 +209,7 @@ KE_API i32 wiq_strtouint32(const char* text, u32* out);
  *   "-0".
  * - A minus sign after other white space is not noticed: "\n-5" gives status 0 and stores the
  *   wrapped value.
- * - A negative number beyond 64 bits stores the largest value.
+ * - A negative number is wrapped modulo 2^64; beyond 64 bits, the largest value is stored instead.
  */
 KE_API i32 wiq_strtouint64(const char* text, u64* out);
 
@@ -412,11 +412,10 @@ KE_API i32 wiq_base64_encode(const u8* in, size_t n, char* out, size_t* out_len)
 /**
  * Returns the number of bytes that a base64 text decodes to.
  *
- * Only the text before the first byte counts that is neither a character of the alphabet nor a line
- * feed.
+ * The text counts up to the first byte that is neither a character of the alphabet nor a line feed.
  * @param in the text; NULL counts as empty
  * @param n  its length in bytes; it need not be NUL-terminated
- * @return three quarters of the number of alphabet characters, rounded down
+ * @return three quarters of the number of alphabet characters up to there, rounded down
  */
 KE_API size_t wiq_base64_decode_len(const char* in, size_t n);
 
@@ -429,8 +428,8 @@ KE_API size_t wiq_base64_decode_len(const char* in, size_t n);
  * @param in      the text
  * @param n       its length in bytes; it need not be NUL-terminated
  * @param out     receives the bytes, without a terminator; may be `in` itself
- * @param out_len on entry the size of `out` in bytes, at least 1, for which otherwise
- *                wiq_base64_decode_len() is enough; on success the number of bytes written
+ * @param out_len on entry the size of `out` in bytes: wiq_base64_decode_len() is enough, but it
+ *                must be at least 1; on success the number of bytes written
  * @return 0; WIQ_ERR_INVALID_ARG if a pointer is NULL; WIQ_ERR_BUFFER_TOO_SMALL if the bytes do not
  *         fit, or if the size is 0, even for an empty text; WIQ_ERR_INVALID_VALUE (-1011) for an
  *         invalid character. What was decoded before a failure stays in `out`.
