@@ -61,8 +61,8 @@ u32 make_level(const char* path) {
 }
 
 // Makes a directory and its missing parents, without recursion. The first loop goes up to the
-// innermost parent that exists, and cuts the path there by replacing separators with NULs. The
-// second loop goes down again, makes one level after the other, and puts the separators back.
+// innermost parent that exists, and replaces each separator on the way with a NUL. The second loop
+// goes down again, makes one level after the other, and puts the separators back.
 u32 make_levels(char* path) {
     char* const end = path + strlen(path);
     char* cut = end;
@@ -77,8 +77,8 @@ u32 make_levels(char* path) {
         }
         cut = separator;
     }
-    // Here, every separator from `cut` on is a NUL, so `path` ends at `cut`; each turn moves `cut`
-    // to the next one.
+    // Every separator from `cut` on is now a NUL, so `path` ends at `cut`. Each turn moves `cut` to
+    // the next one.
     for (;;) {
         const u32 code = make_level(path);
         if (cut == end)

@@ -16,7 +16,7 @@ constexpr size_t kLongestLine = INT32_MAX;
 // in tests.
 i32 getline_locked(char** line, size_t* size, FILE* stream, size_t longest = kLongestLine);
 
-// Does what wiq_ini_parse() does, with the same limit.
+// Does what wiq_ini_parse() does, for lines of at most `longest_line` bytes.
 i32 ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,
               void* user, size_t longest_line);
 

@@ -11,7 +11,7 @@ namespace ke::os {
 
 namespace {
 
-// The largest position that POSIX systems promise to support (NL_ARGMAX).
+// The largest position that Linux promises to support (NL_ARGMAX).
 constexpr u64 kMaxPosition = 4096;
 // The largest width or precision. A text that is longer could not be counted in an int.
 constexpr u64 kMaxNumber = INT32_MAX;

@@ -13,7 +13,7 @@ inline bool parse_i64(const char* first, const char* last, i64* out) {
     const bool negative = *first == '-';
     if (negative)
         ++first;
-    // 18 characters always fit into 64 bits.
+    // 18 digits always fit into 64 bits.
     constexpr int kSafeDigits = 18;
     u64 magnitude = 0;
     if (last - first <= kSafeDigits) {
