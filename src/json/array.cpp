@@ -1,4 +1,4 @@
-// Arrays: how elements are attached, replaced and removed at a place. Operations over all elements
+// Arrays: how elements are attached, replaced and removed at an index. Operations over all elements
 // (search, filter, sort) are in array_all.cpp.
 
 #include <algorithm>
@@ -23,7 +23,8 @@ i32 reserve(ArrayNode* array, i32 capacity) {
     return 0;
 }
 
-// Doubling, from the three that the smallest block of the usual allocators holds.
+// Doubles the table, from three slots, which fill the smallest block of the usual allocators.
+// Returns 0, or WIQ_ERR_NO_MEMORY with nothing changed.
 i32 grow(ArrayNode* array) {
     const i32 now = array->elems.capacity;
     const i64 doubled = now == 0 ? 3 : 2 * i64{now};
@@ -44,13 +45,14 @@ wiq_json_t* make_array(i32 capacity, u8 flags, u32* err) {
     return array;
 }
 
-// Whether the array may take the node: a strong one only a node that has no parent.
+// Returns whether the array may take the node. A strong array only takes a node that has no parent
+// and is neither the array itself nor one of its ancestors.
 bool may_take(const wiq_json_t* array, wiq_json_t* child) {
     return child != nullptr &&
            (is_weak(array) || (child->parent == nullptr && !closes_ring(array, child)));
 }
 
-// Puts a child behind the last element: 0, or -5000 with the array unchanged.
+// Puts a child after the last element. Returns 0, or WIQ_ERR_NO_MEMORY with the elements unchanged.
 i32 append(ArrayNode* array, wiq_json* child) {
     Elements* elems = &array->elems;
     if (elems->size == elems->capacity && grow(array) != 0) {
@@ -138,7 +140,7 @@ i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* err) {
 
 namespace {
 
-// The frame of all typed builders.
+// What all typed builders share: `make` makes the node, which is then appended.
 template <class Make>
 wiq_json_t* push_new(wiq_json_t* array, u32* err, Make make) {
     if (has_failed(err)) {
@@ -158,7 +160,7 @@ wiq_json_t* push_new(wiq_json_t* array, u32* err, Make make) {
     return node;
 }
 
-// The same for a value behind a pointer, which must not be NULL.
+// The same for builders whose value is passed by a pointer, which must not be NULL.
 template <class Value, class Make>
 wiq_json_t* push_new_from(wiq_json_t* array, const Value* value, u32* err, Make make) {
     if (!has_failed(err) && value == nullptr) {
@@ -244,11 +246,12 @@ wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child,
     }
     report(err, 0);
     if (child == elems_of(node)[place]) {
-        // Of a weak array. It stays, and the caller gets a reference to release as always.
+        // Only in a weak array. The child stays, and the caller gets a reference to release as
+        // always.
         count_up(child);
         return child;
     }
-    // The child is told the index as the caller gave it, a negative one too.
+    // The child's position is the index as the caller gave it, even if it is negative.
     return swap_elem(node, place, index, child);
 }
 
@@ -261,7 +264,8 @@ i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child) {
     if (old == child && child != nullptr) {
         count_down(child);
     } else if (old != nullptr) {
-        // The array's own reference is already given up: who holds another one keeps the element.
+        // The array's own reference has already been given up. If somebody holds another one, the
+        // element stays.
         release_if_unreferenced(old);
     }
     return static_cast<i32>(err);

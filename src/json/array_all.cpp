@@ -1,5 +1,5 @@
-// Operations over all elements of an array: search, filter, sort, and the bookkeeping of places that
-// they share.
+// Operations over all elements of an array (search, filter, sort), and the positions of elements
+// that change with them.
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,15 +18,18 @@ void sort_elems(ArrayNode* array, WiqJsonCompareFn compare) {
     }
 }
 
-// Strong arrays: the positions are the marks. An element is asked about by its place, and what lies there
-// after the answer is dropped or not, so that the callback may replace elements.
+// Strong arrays: dropped elements are marked by their positions. The callback is asked about the
+// element in a slot, and whatever lies in that slot after the answer is dropped or kept; so the
+// callback may replace elements.
 
+// Returns whether a position is one of the `marks` numbers from `first_mark` on.
 bool is_marked(const wiq_json* elem, i32 first_mark, i32 marks) {
     return elem->position.index - static_cast<u32>(first_mark) < static_cast<u32>(marks);
 }
 
-// Asks about every element, in order, and numbers the dropped ones from `size` upwards, behind every place of
-// the array. Returns how many were.
+// Asks about every element, in order, and gives the dropped ones new positions: `size`, `size` + 1
+// and so on, which are larger than those of all elements that the array had. Returns how many are
+// dropped.
 i32 mark_dropped(ArrayNode* array, i32 size, WiqJsonKeepFn keep, void* user) {
     i32 marks = 0;
     for (i32 i = 0; i < size_of(array); ++i) {
@@ -41,9 +44,10 @@ bool comes_before(const wiq_json* a, const wiq_json* b) {
     return static_cast<i32>(a->position.index) < static_cast<i32>(b->position.index);
 }
 
-// Sorts by the positions. They are the places themselves, but for what was swapped in at a negative index:
-// without any such, kept elements just close ranks and the others gather behind them. Returns how many are
-// kept.
+// Sorts the elements by their positions, so that the dropped ones come last. A position is the
+// element's slot, except that an element which was swapped in at a negative index has that index as
+// its position. Without such elements no sorting is needed: the kept elements close up and the
+// others gather after them. Returns how many are kept.
 i32 sort_marked(ArrayNode* array, i32 size, i32 marks) {
     wiq_json** elems = elems_of(array);
     i32 kept = 0;
@@ -77,23 +81,31 @@ i32 filter_strong(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
     return status;
 }
 
-// Weak arrays: the positions belong to the elements' own parents, and the callback may use them, so they are
-// left alone until it has answered for the last time. The number of a dropped node counts for every place
-// at which the array lists it.
+// Weak arrays: the positions belong to the elements' own parents, and the callback may use them. So
+// they are left alone until the callback has given its last answer. A weak array may list a node
+// more than once; if the node is dropped in one slot, its number counts in all slots. A Place
+// stands for one slot.
 struct Place {
     wiq_json* elem;
-    const char* key;  // the position of a dropped node that has a pointer there; it leads here now
+    // The pointer that was a dropped node's position. While it is kept here, the position leads to
+    // this Place.
+    const char* key;
     i32 rank;
     u32 index : 31;
     u32 dropped : 1;
 };
+// A tagged pointer has its lowest bit set.
+static_assert(alignof(Place) % 2 == 0 && sizeof(Member) % 2 == 0);
 
-// A member's key, or the record of a root's document.
+// Returns whether an element's position is a pointer: a member's key, or the record of a root's
+// document.
 bool has_pointer(const wiq_json* elem) {
     return wiq_json_is_obj(elem->parent) || has_document(elem);
 }
 
-// Keys are aligned as their members are, and records as blocks are, so that an odd address is neither.
+// These tag a pointer to a Place, so that it can stand in a position, and find it there. Keys
+// follow members, and records and members are aligned as blocks are, so their addresses are never
+// odd.
 const char* tag(const Place* place) {
     return reinterpret_cast<const char*>(place) + 1;
 }
@@ -102,7 +114,8 @@ const Place* tagged_place(const wiq_json* elem) {
     return reinterpret_cast<u64>(key) % 2 != 0 ? reinterpret_cast<const Place*>(key - 1) : nullptr;
 }
 
-// The positions of dropped nodes are overwritten, in order; `key` keeps the pointers.
+// Numbers the dropped nodes, in order, and writes the numbers into their positions; `key` keeps the
+// pointers that stood there.
 void number_dropped(Place* places, i32 size) {
     i32 number = size;
     for (i32 i = 0; i < size; ++i) {
@@ -120,7 +133,8 @@ void number_dropped(Place* places, i32 size) {
     }
 }
 
-// What counts in the order: a place in an array, or the number of a dropped node; otherwise 0.
+// Returns what orders the elements: the position in an array, or the number of a dropped node;
+// otherwise 0.
 i32 rank_of(const wiq_json* elem) {
     if (!has_pointer(elem)) {
         return static_cast<i32>(elem->position.index);
@@ -129,8 +143,9 @@ i32 rank_of(const wiq_json* elem) {
     return place != nullptr ? place->rank : 0;
 }
 
-// Pointers come back, the last one first: a node that was dropped twice was tagged twice. Any other node without a
-// parent has no position, so that it counts as 0 the next time, too.
+// Restores the pointers, the last one first: a node that was dropped twice was tagged twice. Any
+// other node without a parent has no position; it is cleared, so that the node counts as 0 the next
+// time, too. A dropped node whose parent is an array keeps its number as its position.
 void restore_positions(Place* places, i32 size) {
     for (i32 i = size - 1; i >= 0; --i) {
         wiq_json* elem = places[i].elem;
@@ -146,8 +161,8 @@ bool ranks_before(const Place& a, const Place& b) {
     return a.rank != b.rank ? a.rank < b.rank : a.index < b.index;
 }
 
-// Sorts the first `size` elements by the positions as they stand when the dropped ones are numbered; equal
-// ones stay in order.
+// Sorts the first `size` elements by their ranks, which are read once the dropped nodes are
+// numbered. Elements of equal rank keep their order.
 void sort_by_rank(ArrayNode* array, Place* places, i32 size) {
     for (i32 i = 0; i < size; ++i) {
         places[i].elem = elems_of(array)[i];

@@ -1,12 +1,12 @@
-// Places in an array, and the moves of single elements that the sources of the document model share.
-// Indices here are checked already; what callers may pass is in ke_utils/json.h.
+// The positions of elements in an array, and the moves of single elements that several sources of
+// the document model need. Nothing is checked here; what callers may pass is in ke_utils/json.h.
 #pragma once
 
 #include "json/node.h"
 
 namespace ke::json {
 
-// The place that an index names, a negative one counting from the end; -1 if there is none.
+// Returns the slot that an index names, -1 if there is none. A negative index counts from the end.
 inline i32 resolve_index(const ArrayNode* array, i32 index) {
     const i32 size = size_of(array);
     if (index < 0) {
@@ -15,18 +15,19 @@ inline i32 resolve_index(const ArrayNode* array, i32 index) {
     return index < size ? index : -1;
 }
 
-// The place of an element in its parent. Its recorded position may be a negative index that the array has
-// since outgrown, so it is a guess to be confirmed.
+// Returns the slot of an element of this array. The element's position is a first guess that is
+// confirmed: it may be a negative index that meant another slot when the array was shorter, or a
+// number that a filter of a weak array has left.
 i32 place_of(const ArrayNode* array, const wiq_json* elem);
 
-// Puts the child in an element's place and hands the element over to the caller. `position` is what the
-// child is told about its place.
+// Puts the child in the slot `index` and hands the old element over to the caller. The child's
+// position becomes `position`.
 wiq_json* swap_elem(ArrayNode* array, i32 index, i32 position, wiq_json* child);
 
-// Takes off the last element and hands it over to the caller.
+// Removes the last element, which must exist, and hands it over to the caller.
 wiq_json* pop_elem(ArrayNode* array);
 
-// Tells the elements whose parent the array is their places, after some have moved.
+// Sets the positions of the elements whose parent is the array, after some have moved.
 void renumber(ArrayNode* array);
 
 }  // namespace ke::json

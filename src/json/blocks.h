@@ -1,4 +1,5 @@
-// Who owns the memory of nodes and members, and how it is released. node.h explains the layout.
+// Who owns the memory of nodes and members: finding the start of a block, sharing and freeing it,
+// and marking its document as touched. node.h explains the layout.
 #pragma once
 
 #include <atomic>
@@ -10,34 +11,41 @@
 
 namespace ke::json {
 
-// The start of a node's block; for a node in a chunk, the last mark before the node.
+// Returns the start of a node's block; for a node in a chunk, the last mark before the node. Not
+// for a root that has a record: its `home` is no distance.
 inline char* home_of(wiq_json* node) {
     return reinterpret_cast<char*>(node) - size_t{8} * node->home;
 }
 
-// The mark of a node in a chunk: the address of the chunk is stored there.
+// Returns the mark of a node in a chunk. The address of the chunk is stored there.
 inline Chunk* const* mark_of(wiq_json* node) {
     return reinterpret_cast<Chunk* const*>(home_of(node));
 }
 
+// Returns the end of a member and its key, where the node stands if both share a block.
 inline char* end_of(const Member* member) {
     return reinterpret_cast<char*>(const_cast<Member*>(member)) + member_span(member->key_length());
 }
 
-// Whether a member and its child were made in one block. The node follows its member directly then. No other
-// node with a home directly follows a member: what precedes it is a mark, its chunk's header, or another node.
+// Returns whether a member and its child were made in one block, the node directly after its
+// member. No other node whose `home` is not 0 directly follows a member: in a chunk, a mark, the
+// chunk's header or another node precedes it; a root that has a record begins a block of the
+// runtime's allocator, which keeps a header there.
 inline bool is_made_with(const Member* member, const wiq_json* child) {
     return child->home != 0 && end_of(member) == reinterpret_cast<const char*>(child);
 }
 
-// Whether a new node that was made with a key needs a member in a block apart. Such a node stands at the start of
-// its block or directly after the mark of its chunk; any other one is at least a member away from there.
+// Returns whether a new node that was made with a key needs a member in a block of its own. Such a
+// node stands at the start of its block, or directly after the mark of its own chunk. Any other new
+// node with a key is farther from there, by at least the size of a member.
 inline bool is_without_member(const wiq_json* node) {
     static_assert(Chunks::kDistanceAlone < member_span(0) / 8);
     return node->home <= Chunks::kDistanceAlone;
 }
 
-// The member of a new node that was made with this key. Returns nullptr when out of memory.
+// Returns the member of a new node that was made with this key: the one in the node's block, or a
+// new one in a block of its own, which is listed if `chunks` is given. Returns nullptr when out of
+// memory.
 inline Member* member_of(wiq_json* node, const Key& key, Chunks* chunks = nullptr) {
     if (!is_without_member(node))
         return reinterpret_cast<Member*>(reinterpret_cast<char*>(node) - member_span(key.length));
@@ -48,8 +56,9 @@ inline Member* member_of(wiq_json* node, const Key& key, Chunks* chunks = nullpt
     return nullptr;
 }
 
-// Lists the table of a container below the root if it has a block of its own. Returns false when out of memory. A
-// document with an index of a long chain counts as touched.
+// Lists a container's table if it has a block of its own, so that an untouched document can free
+// it. Callers leave out the root, whose table is freed with it. Indexes of long chains are not
+// listed, so a document with such an index counts as touched. Returns false when out of memory.
 inline bool list_table(Chunks* chunks, wiq_json* container) {
     if (container->type == kJsonArray) {
         const auto* array = as<ArrayNode>(container);
@@ -65,7 +74,7 @@ inline bool list_table(Chunks* chunks, wiq_json* container) {
     return listed;
 }
 
-// Gives a finished document's record to its root.
+// Gives a finished document's record to its root. A root that is no container has no document.
 inline void give_document(Chunks* chunks, wiq_json* root) {
     if (!is_container(root))
         return;
@@ -75,7 +84,7 @@ inline void give_document(Chunks* chunks, wiq_json* root) {
         root->position.document = document;
     }
 }
-// Takes the record from the root. Returns nullptr if the node has none.
+// Takes the record from a root. Returns nullptr if the node has none.
 inline Document* take_document(wiq_json* node) {
     if (!has_document(node))
         return nullptr;
@@ -83,7 +92,7 @@ inline Document* take_document(wiq_json* node) {
     return std::exchange(node->position.document, nullptr);
 }
 
-// The document that a node is in or the root of has been touched.
+// Marks the document as touched that a node lies in, or of which it is the root.
 inline void touch(wiq_json* node) {
     if (node->in_chunk != 0)
         touch((*mark_of(node))->document);
@@ -91,7 +100,8 @@ inline void touch(wiq_json* node) {
         touch(node->position.document);
 }
 
-// The count, changed as every thread may change it; each returns the new value.
+// These change a node's reference count as any thread may at any time, and return the new value. A
+// new reference to a node in a chunk touches its document; a reference to the root does not.
 inline i32 count_up(wiq_json* node) {
     if (node->in_chunk != 0)
         touch((*mark_of(node))->document);
@@ -101,9 +111,10 @@ inline i32 count_down(wiq_json* node) {
     return std::atomic_ref<i32>(node->refcount).fetch_sub(1, std::memory_order_acq_rel) - 1;
 }
 
-// Called before a container that callers know gets a child. A strong one touches the documents of both, and a root
-// loses its record, since its position becomes that of a child. A weak one leaves its children alone: threads may
-// list the same root.
+// Called before a container that callers may know gets a child. A strong container touches its own
+// document and the child's. If the child is a root, it loses its record, because the position of a
+// child replaces it. A weak container leaves its children alone, since several threads may add one
+// root to weak containers of theirs at once.
 inline void touch_to_attach(wiq_json* container, wiq_json* child) {
     if (is_weak(container))
         return;
@@ -112,7 +123,9 @@ inline void touch_to_attach(wiq_json* container, wiq_json* child) {
     leave_touched_document(take_document(child));
 }
 
-// Called when a member stays and its node leaves it, and when the node comes back to its old member.
+// share_block() is called when a member stays in its object while its node leaves; unshare_block()
+// when a node comes back to the member with which it was made. In a chunk, the member that stays
+// counts as one more block.
 inline void share_block(Member* member, wiq_json* node) {
     member->share();
     if (node->in_chunk != 0)
@@ -123,6 +136,8 @@ inline void unshare_block(Member* member, wiq_json* node) {
         release_blocks(*mark_of(node), 1);
 }
 
+// Frees a node that is not in a chunk. If its block begins with a member that is still in an
+// object, the member frees the block later.
 inline void free_node_apart(wiq_json* node) {
     void* block = home_of(node);
     if (node->home != 0 && static_cast<Member*>(block)->is_shared() &&
@@ -144,7 +159,8 @@ inline void drop_node(wiq_json* node) {
         free_node_apart(node);
 }
 
-// Frees a member that is in no table; its child is alive.
+// Frees a member that is in no table. Its child must be alive, because its header tells whether the
+// child owns the block; if so, nothing is done.
 void free_member_apart(Member* member);
 inline void free_member(Member* member) {
     if (!is_made_with(member, member->child))

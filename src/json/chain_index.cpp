@@ -1,4 +1,4 @@
-// See chain_index.h.
+// Searches, fills and renews the indexes of long chains. chain_index.h explains what they are for.
 
 #include "json/chain_index.h"
 
@@ -11,7 +11,9 @@
 namespace ke::json {
 namespace {
 
-// The secret key, drawn when a word of it is first asked for. Threads that draw at once agree on the first one.
+// Returns a word of the secret key, which is drawn when it is first asked for. If several threads
+// draw at once, all use the word that was stored first. The lowest bit is always set, because 0
+// means that no word was drawn yet.
 u64 secret_word(std::atomic<u64>* word) {
     u64 value = word->load(std::memory_order_relaxed);
     if (value == 0) {
@@ -34,7 +36,8 @@ bool is_long(const Member* chain) {
     return false;
 }
 
-// Returns the index, which then covers this chain. Returns nullptr for a small table and when out of memory.
+// Returns the table's index after making it cover this chain, which must not be empty. Returns
+// nullptr for a small table and when out of memory.
 ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
     if (!has_tail(members))
         return nullptr;
@@ -49,9 +52,12 @@ ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
 }  // namespace
 
 ChainIndex* ChainIndex::make(u64 buckets) {
+    // One entry for each member that the table holds before it grows, and one for the member that
+    // makes it grow: that member is linked before the table grows (add_member() in object.cpp).
     const size_t size =
         sizeof(ChainIndex) + 2 * buckets * sizeof(u32) + (load_limit(buckets) + 1) * sizeof(Entry);
-    // The entries of a large one are in memory that nobody touches before they are used.
+    // calloc() takes large blocks from the system, which makes their pages zero when they are first
+    // used: the entries of a large index cost nothing until then.
     auto* index = static_cast<ChainIndex*>(calloc(1, size));
     if (index != nullptr)
         index->buckets_ = buckets;
@@ -92,6 +98,7 @@ void ChainIndex::cover(Member* chain, u64 bucket) {
 }
 
 void ChainIndex::cover_again(const ChainIndex& old, u64 old_bucket, u64 bucket) {
+    // From the last member to the first: growth has reversed the chain.
     for (u32 number = old.tails()[old_bucket]; number != 0; number = old.entry(number)->previous) {
         const Entry* one = old.entry(number);
         if (bucket_of(one->member->hash, buckets_ - 1) == bucket)
@@ -99,8 +106,8 @@ void ChainIndex::cover_again(const ChainIndex& old, u64 old_bucket, u64 bucket) 
     }
 }
 
-// No more members have an entry than the table takes before it grows, and one that makes it grow: so there is an
-// entry left.
+// There is always an entry left: make() allocated enough for all members that a table of this size
+// can have.
 void ChainIndex::append(Member* member, u64 bucket, u32 hash) {
     u32 number = free_;
     if (number != 0)
@@ -118,6 +125,7 @@ void ChainIndex::append(Member* member, u64 bucket, u32 hash) {
 
 u32* ChainIndex::link_to(const Member* member) const {
     u32* link = head_of(secret_hash(Key(member)));
+    // Ends, since each member of a covered chain has an entry.
     while (entry(*link)->member != member)
         link = &entry(*link)->link;
     return link;

@@ -1,24 +1,27 @@
-// Long chains in an object's table. The hash of keys and the order of members are part of the interface, so
-// whoever writes a document can choose keys that all fall into one chain. Such a chain gets an index beside
-// it, and takes no longer to search than others. Ordinary objects have no chain of that length.
+// An index for the long chains of an object's table. The hash of keys and the order of members are
+// part of the interface, so whoever writes a document can choose keys that all fall into one chain.
+// Such a chain gets an index beside it, so that finding a key in it takes no longer than in other
+// chains. Ordinary objects have no chain of that length.
 //
 //   buckets   ┌───┬───┬─ ─┬───┬───────┬───────┐
-//             │ * │   │   │   │ index │ first │ the table's tail, see members.h; the index is nullptr in most
+//             │ * │   │   │   │ index │ first │ the table's tail (members.h); most have no index
 //             └─┬─┴───┴─ ─┴───┴───┬───┴───────┘
 //               ▼                 ▼
 //             the chain        ┌────────┬───────┬───────┬─────────┐
 //                              │ counts │ tails │ heads │ entries │ in one block
 //                              └────────┴───────┴───────┴─────────┘
 //
-// An entry stands for a member of an indexed chain. It is found by another hash of the member's key, under a key
-// that is drawn at random once per process, and links to the previous and the next entry of the chain, so that a
-// member can be added and removed without a walk. The bucket's tail is the entry of the chain's last member, or
-// 0 if the chain has no index.
+// An entry stands for a member of an indexed chain. It is found by another hash of the member's
+// key, with a secret key that is drawn at random once per process. It links to the previous and the
+// next entry of the chain, so that a member can be added and removed without a walk. The bucket's
+// tail is the entry of the chain's last member, or 0 if the index does not cover the chain. The
+// head of a secret hash is the first of the entries with such a hash.
 //
-// Only what changes the object changes its index, since threads may read one object at once. A chain gets its
-// index when a member is added to it, and keeps it until it is empty or the table grows. An index lasts as long
-// as the table has this size, and has room for all members that such a table takes. If it cannot be
-// allocated, a long chain is searched step by step, and the next addition tries again.
+// Only functions that change the object change its index, because several threads may read one
+// object at once. A chain gets its index when a member is added to it, and keeps it until the chain
+// is empty or the table grows. An index lasts as long as the table has its size, and has room for
+// all members that such a table can hold. If the index cannot be allocated, a long chain is
+// searched step by step, and the next addition tries again.
 #pragma once
 
 #include "json/members.h"
@@ -27,35 +30,39 @@ namespace ke::json {
 
 class ChainIndex {
   public:
-    // Makes an index for a table with this number of buckets. Returns nullptr when out of memory.
+    // Returns an empty index for a table with this number of buckets, or nullptr when out of
+    // memory.
     static ChainIndex* make(u64 buckets);
 
+    // Returns whether the index has all members of this bucket's chain. An empty chain is not
+    // covered.
     bool covers(u64 bucket) const { return tails()[bucket] != 0; }
 
     // Returns the member with this key, otherwise nullptr. The key's chain must be covered.
     Member* find(const Key& key) const;
-    // The link to it, or the end of the chain.
+    // Returns the link to that member, or the null link at the end of the chain.
     Member** slot_of(const Members& members, const Key& key) const;
+    // Returns the link at the end of a covered chain.
     Member** end_of(u64 bucket) const { return &entry(tails()[bucket])->member->next; }
 
-    // Covers a chain, which is not empty.
+    // Covers a chain, which must not be empty.
     void cover(Member* chain, u64 bucket);
-    // A member has come to the end of a covered chain.
+    // Adds the member that has come to the end of a covered chain.
     void append(Member* member, u64 bucket) { append(member, bucket, secret_hash(Key(member))); }
-    // Covers the chain that growth has made from one that `old` covers: with the members of this bucket, in turned
-    // order.
+    // Covers a chain that growth has made from one that `old` covers: takes over the entries of the
+    // members in this bucket, in reversed order, as growth has reversed the chain.
     void cover_again(const ChainIndex& old, u64 old_bucket, u64 bucket);
-    // Another member with the same key has taken one's place.
+    // Lets the entry of `old` stand for the member that has replaced it and has the same key.
     void replace(const Member* old, Member* member) { entry(*link_to(old))->member = member; }
-    // Takes a member out of its chain, which is covered.
+    // Takes a member out of its chain, which must be covered.
     void unlink(Members* members, const Member* member);
 
   private:
     // Entries are numbered from 1; 0 means none.
     struct Entry {
         Member* member;
-        u32 hash;      // of the key, under the secret key
-        u32 link;      // the next entry with such a hash, or the next free one
+        u32 hash;      // of the member's key, with the secret key
+        u32 link;      // the next entry with this head, or the next free one
         u32 previous;  // in the chain
         u32 next;      // in the chain
     };
@@ -65,30 +72,34 @@ class ChainIndex {
     void append(Member* member, u64 bucket, u32 hash);
     const Entry* entry_of(const Key& key) const;
 
+    // The entries follow the two arrays of `buckets_` u32, which together keep the alignment of a
+    // pointer.
     u32* tails() const { return reinterpret_cast<u32*>(const_cast<ChainIndex*>(this) + 1); }
     u32* heads() const { return tails() + buckets_; }
     Entry* entry(u32 number) const {
         return reinterpret_cast<Entry*>(heads() + buckets_) + (number - 1);
     }
     u32* head_of(u32 hash) const { return &heads()[hash & (buckets_ - 1)]; }
+    // Returns the link, in a head or in an entry, to the member's entry. There must be one.
     u32* link_to(const Member* member) const;
 
     u64 buckets_;
-    u32 used_;  // entries that have been in use
-    u32 free_;  // the first one that is not in use any more
+    u32 used_;  // entries that have been in use: those with higher numbers were never touched
+    u32 free_;  // the first entry that is no longer in use
 };
 
-// A table without a tail has few members, and no index.
+// Returns a table's index; nullptr if there is none. A table without a tail has few members, and
+// never has one.
 inline ChainIndex* index_of(const Members& members) {
     return has_tail(members) ? tail_of(members)->index : nullptr;
 }
-// The same if the index covers this chain.
+// Returns the index only if it covers this chain.
 inline ChainIndex* index_over(const Members& members, u64 bucket) {
     ChainIndex* index = index_of(members);
     return index != nullptr && index->covers(bucket) ? index : nullptr;
 }
 
-// Links a member at `end`, which is the end of its chain.
+// Links a member at `end`, which must be the null link at the end of its chain.
 inline void link_member(Members* members, Member** end, Member* member) {
     member->next = nullptr;
     *end = member;
@@ -103,10 +114,10 @@ inline void link_member(Members* members, Member** end, Member* member) {
     ++members->size;
 }
 
-// Adds a member to a table that has room for it and no member of the same key.
+// Adds a member to a table that has room for it and no member with the same key.
 void append_member(Members* members, Member* member);
 
-// Takes a member out of its chain and counts it off; the member is the caller's.
+// Takes a member out of its chain and the object's count. The member is the caller's then.
 inline void unlink_member(Members* members, const Member* member) {
     const u64 bucket = bucket_of(member->hash, members->mask);
     if (ChainIndex* index = index_over(*members, bucket))
@@ -125,11 +136,12 @@ inline void replace_member(const Members& members, Member** place, Member* membe
         index->replace(old, member);
 }
 
-// The table has grown from so many buckets, and this was its index, which is freed: the chains that come from
-// those that it covered get an index if they are long.
+// Called after a table has grown from `old_buckets` buckets, with the index that it had. Frees that
+// index. Each chain that comes from a chain it covered gets a new index if it is still long and
+// there is enough memory.
 void index_again(Members* members, ChainIndex* old, u64 old_buckets);
 
-// Frees the index of a table that is to be freed, if there is a table.
+// Frees the index of a table that is about to be freed. The object may have no table.
 void free_index(const Members& members);
 inline void drop_index(const Members& members) {
     if (members.mask >= kLeastWithTail - 1) [[unlikely]]

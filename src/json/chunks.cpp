@@ -1,4 +1,5 @@
-// See chunks.h.
+// Makes and frees chunks and decides how large they are. chunks.h explains their layout and
+// purpose.
 
 #include "json/chunks.h"
 
@@ -14,12 +15,15 @@ constexpr bool kOneBlockEach = true;
 constexpr bool kOneBlockEach = false;
 #endif
 
-// With the header of the usual allocators these sizes are multiples of 16.
+// All sizes are 8 below a multiple of 16: with the 8 bytes that the usual allocators put before a
+// block, they are multiples of 16.
 constexpr size_t kSmallestChunk = 128 - 8;
-// Together with a document's record, at most 16 KB.
+// Together with a document's record, such a chunk takes at most 16 KB.
 constexpr size_t kLargestChunk = 16 * 1024 - 64 - 8;
 static_assert(sizeof(Document) <= 64);
 
+// Returns the size of the next chunk: half of `total`, the size of all earlier ones, within bounds,
+// but large enough for a block of `block` bytes.
 size_t chunk_size(size_t total, size_t block) {
     const size_t needed = sizeof(Chunk) + block;
     if (kOneBlockEach)
@@ -34,6 +38,8 @@ size_t chunk_size(size_t total, size_t block) {
 void free_chunk(Chunk* chunk) {
     Document* document = chunk->document;
     free(chunk);
+    // The chunk is gone, so the document's chunks can no longer be walked: nobody may take it for
+    // untouched. Whoever released the blocks has usually touched it already.
     touch(document);
     leave_document(document);
 }
@@ -45,7 +51,7 @@ bool Chunks::make_document() {
     document_ = new_document();
     if (document_ == nullptr)
         return false;
-    // Without a record there is at most one chunk, which is still being filled.
+    // Without a record there is at most one chunk. It is still being filled, so it exists.
     if (last_ != nullptr) {
         last_->document = document_;
         document_->last = last_;
@@ -54,6 +60,8 @@ bool Chunks::make_document() {
     return true;
 }
 
+// Allocates a chunk and links it to the one before. Its count of 1 stands for whoever fills the
+// chunk or, in a chunk for a single block, for that block. Returns nullptr when out of memory.
 Chunk* Chunks::add_chunk(size_t size) {
     auto* chunk = static_cast<Chunk*>(malloc(size));
     if (chunk == nullptr)
@@ -67,6 +75,9 @@ Chunk* Chunks::add_chunk(size_t size) {
     return chunk;
 }
 
+// Makes room for a block of `size` bytes directly after a mark: a new mark if that fits into the
+// chunk, otherwise the first mark of a new chunk. Returns false when out of memory; a record may
+// have been made.
 bool Chunks::make_room(size_t size) {
     if (static_cast<size_t>(end_ - next_) >= sizeof(Chunk*) + size) {
         *reinterpret_cast<Chunk**>(next_) = chunk_;
@@ -91,7 +102,8 @@ bool Chunks::make_room(size_t size) {
 }
 
 char* Chunks::take_alone(size_t size) {
-    // Such a chunk may be gone before the next one is made, so that it needs the record.
+    // Such a chunk may be freed before the next one is made. The record is made first because
+    // make_document() relies on last_ as long as there is none.
     Chunk* chunk = make_document() ? add_chunk(sizeof(Chunk) + size) : nullptr;
     return chunk != nullptr ? reinterpret_cast<char*>(chunk + 1) : nullptr;
 }

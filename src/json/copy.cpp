@@ -1,5 +1,5 @@
-// Deep copy, without recursion: the way back up is a list of the source's open containers, the place in
-// the copy follows its parent links.
+// Deep copy without recursion. A list of the source's open containers leads back up in the source;
+// in the copy, the parent links do.
 
 #include "containers/small_stack.h"
 #include "json/blocks.h"
@@ -8,11 +8,11 @@
 namespace ke::json {
 namespace {
 
-// A container of the source whose children are being copied, and how far.
+// A container of the source whose children are being copied, and the next one.
 struct OpenSource {
     const wiq_json* container;
-    const Member* member;  // of an object, the next one
-    i32 index;             // of an array's next element
+    const Member* member;  // of an object: the next one to be copied
+    i32 index;             // of an array: the next element's
 };
 
 OpenSource open(const wiq_json* container) {
@@ -23,8 +23,9 @@ OpenSource open(const wiq_json* container) {
     return source;
 }
 
-// A copy of one node, containers without their children, with room for them. nullptr without memory, or,
-// with its own status, for what is no node.
+// Returns a copy of one node. A container's copy has no children yet, but a table with room for all
+// of them. Returns nullptr when out of memory, and for a node of an unknown type, with *status
+// saying which.
 wiq_json* copy_node(const wiq_json* node, const Key* key, Chunks* chunks, i32* status) {
     *status = WIQ_ERR_NO_MEMORY;
     switch (node->type) {
@@ -55,13 +56,15 @@ wiq_json* copy_node(const wiq_json* node, const Key* key, Chunks* chunks, i32* s
     }
 }
 
-// A container with its copy, whose children come next; nullptr if there is none.
+// A container that was met while the children of another one were copied, and its copy. Its
+// children are copied next. nullptr if no container was met.
 struct Inside {
     const wiq_json* container;
     wiq_json* copy;
 };
 
-// Copies elements up to the first container: 0, or why not. The copy has room for all of them.
+// Copies elements up to and including the first container. Returns 0, WIQ_ERR_NO_MEMORY or
+// WIQ_ERR_BAD_JSON_TYPE. The copy's table has room for all of them.
 i32 copy_elems(OpenSource* source, ArrayNode* parent, Chunks* chunks, Inside* inside) {
     const auto* array = as<ArrayNode>(source->container);
     i32 status = 0;
@@ -74,6 +77,7 @@ i32 copy_elems(OpenSource* source, ArrayNode* parent, Chunks* chunks, Inside* in
         copy->refcount = 1;
         parent->elems.data[i] = copy;
         settle(parent, i, copy);
+        // Counted at once, so that a failure leaves a tree that can be released.
         parent->elems.size = ++i;
         if (is_container(child)) {
             *inside = {child, copy};
@@ -83,7 +87,8 @@ i32 copy_elems(OpenSource* source, ArrayNode* parent, Chunks* chunks, Inside* in
     return 0;
 }
 
-// The same for members. The copy's table has room for all of them, and they have different keys.
+// The same for members. The copy's table has room for all of them, and no two of the source's
+// members have the same key, so that append_member() need not search or grow.
 i32 copy_members(OpenSource* source, ObjectNode* parent, Chunks* chunks, Inside* inside) {
     i32 status = 0;
     while (const Member* member = source->member) {
@@ -109,7 +114,8 @@ i32 copy_members(OpenSource* source, ObjectNode* parent, Chunks* chunks, Inside*
     return 0;
 }
 
-// Copies all that is below the source's root into the root's copy.
+// Copies everything below the source's root into the root's copy. Tables are listed when their
+// containers are complete, except for the root's.
 i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
     SmallStack<OpenSource, 32> outer;
     Chunks chunks;

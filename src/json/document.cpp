@@ -1,4 +1,5 @@
-// See document.h.
+// Makes and frees the record of a document and its list of blocks. document.h explains what it is
+// for.
 
 #include "json/document.h"
 
@@ -52,6 +53,8 @@ bool list_apart(Document* document, void* block) {
 void free_document(Document* document) {
     for (size_t i = 0; i < document->apart_size; ++i)
         free(document->apart[i]);
+    // Untouched means that no chunk has been freed, so the links are valid, and that nobody else
+    // owns a block, so the counts of the chunks need not be asked.
     for (Chunk* chunk = document->last; chunk != nullptr;) {
         Chunk* previous = chunk->previous;
         free(chunk);

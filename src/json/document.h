@@ -1,11 +1,12 @@
-// Releasing a document that nobody has touched since it was parsed or copied: its memory goes back at once, and its
-// nodes are not visited.
+// The record that lets a document be released at once, without a visit to its nodes, if nobody has
+// touched it since it was parsed or copied.
 //
-// A document has been touched when a node below its root got another reference, left its place or was released, or
-// when a container in it got another child. Until then nobody else holds any of its nodes, all its chunks are there,
-// and so are the few blocks that stand outside of them: large tables, and members of long keys or with large
-// values. The record lists all of that for the root. Once touched, the document is released node by node, and
-// the record only waits for the last chunk.
+// A document is touched when a node below its root gets another reference, leaves its place or is
+// released, or when a container in it gets another child. Until then nobody else holds any of its
+// nodes, and all its chunks exist. So do the few blocks outside of the chunks: large tables, and
+// members whose key is long or whose value is large. The record lists these chunks and blocks for
+// the root. A touched document is released node by node; its record then only waits for the last
+// chunk.
 #pragma once
 
 #include <atomic>
@@ -19,13 +20,18 @@ struct Chunk;
 struct Document {
     std::atomic<u64> owners;  // its chunks, and the root or whoever fills the chunks
     std::atomic<bool> touched;
-    Chunk* last;   // of its chunks, each of which knows the one before
+    Chunk* last;   // of its chunks, each of which links to the one before
     void** apart;  // the blocks outside of the chunks
     size_t apart_size;
     size_t apart_capacity;
 };
 
-// nullptr is ignored. The flag is only written once, so that threads that read the document do not disturb each other.
+// Marks a document as touched; nullptr is ignored. The flag is only written once, so that threads
+// that read the document at the same time do not slow each other down.
+//
+// Relaxed order is enough. Only a thread that may use the document touches it, and it gives up its
+// own references afterwards, or hands them on with the ordering that all sharing of nodes needs. So
+// each touch happens before the root's last reference is given up, when the flag is read.
 inline void touch(Document* document) {
     if (document != nullptr && !document->touched.load(std::memory_order_relaxed))
         document->touched.store(true, std::memory_order_relaxed);
@@ -34,16 +40,18 @@ inline void touch(Document* document) {
 // Returns a record with one owner; nullptr when out of memory.
 Document* new_document();
 
-// Gives up an owner. nullptr is ignored.
+// Gives up an owner; the last one frees the record. nullptr is ignored.
 void leave_document(Document* document);
 
-// Gives up the root's ownership of a touched document, and frees the list, which only the root reads.
+// Gives up the root's ownership of a touched document, and frees the list of blocks, which only the
+// root reads. nullptr is ignored.
 void leave_touched_document(Document* document);
 
-// Adds a block to those outside of the chunks. Returns false when out of memory.
+// Lists a block outside of the chunks. Returns false when out of memory.
 bool list_apart(Document* document, void* block);
 
-// Frees an untouched document: its chunks, all that it lists, and the record.
+// Frees an untouched document: its chunks, all blocks that it lists, and the record. The root's own
+// node and table are not among them.
 void free_document(Document* document);
 
 }  // namespace ke::json

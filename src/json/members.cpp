@@ -1,4 +1,5 @@
-// See members.h.
+// Builds an object's table from a list of members whose number is known. members.h explains the
+// table.
 
 #include "json/members.h"
 
@@ -10,9 +11,11 @@ namespace ke::json {
 
 namespace {
 
-// Growth turns every chain around (chains.h), so a member that is still to see an odd number of growths
-// comes before those of its chain that were there before it, and another one behind them. The members that
-// one growth moves first, the one that caused it among them, are one round here.
+// Each growth reverses every chain (chains.h). So a member that will live through an odd number of
+// growths is put at the front of its chain here, and any other one at the back. One round of the
+// outer loop covers the members that are added between two growths. The member that causes a growth
+// is linked before it (add_member() in object.cpp), so it is the last of its round. For example, a
+// table of 2 buckets grows when the second member is added: the first round has two members.
 template <class SlotOf>
 inline bool build_with(Members* members, Member* const* list, u64 count, SlotOf slot_of_key) {
     const u64 buckets = u64{members->mask} + 1;
@@ -38,7 +41,9 @@ inline bool build_with(Members* members, Member* const* list, u64 count, SlotOf 
 
 }  // namespace
 
-// Most objects are small, and need no limit.
+// A chain without an index is searched step by step, so a large table with many keys in one chain
+// would take quadratic time. The limit ends that. Tables without a tail are small and need no
+// limit.
 bool build_table(Members* members, Member* const* list, u64 count) {
     if (members->mask < kLeastWithTail - 1)
         return build_with(members, list, count,

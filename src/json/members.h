@@ -1,18 +1,20 @@
-// The members of an object: a chained hash table from key to child that shows itself as a wiq_map would
-// (bucket count, growth, order), in less memory and without a call to compare keys.
+// The members of an object: a chained hash table from key to child. To an observer it behaves like
+// a wiq_map (number of buckets, growth, order), but it needs less memory and no call to compare
+// keys.
 //
 //   Members      ┌─────────┬──────┬──────┐
 //                │ buckets │ mask │ size │ 16 bytes, in the object's node
 //                └────┬────┴──────┴──────┘
-//                     └► heads of the chains: mask + 1 of them, behind the node or in a block of their own.
-//                        No array, and mask 0, stand for the one bucket of an object that never had a
-//                        member.
+//                     └► heads of the chains: mask + 1 of them, after the node or in a block of
+//                        their own. An object that never had a member has no array and mask 0,
+//                        which stand for its one bucket.
 //   Member       ┌──────┬───────┬──────┬────────────┬──────────────┐
-//   (+ key)      │ next │ child │ hash │ key length │ k e y ... \0 │ (+ the child's node, see node.h)
+//   (+ key)      │ next │ child │ hash │ key length │ k e y ... \0 │ (+ its child's node, node.h)
 //                └──────┴───────┴──────┴────────────┴▲─────────────┘
 //                                                    └─ the child's position.key points here
 //
-// A member stays where it is, key and all, when its child is replaced: a walk may stand on it.
+// A member and its key stay where they are when its child is replaced, because a walk may stand on
+// the member and a callback may hold the key.
 #pragma once
 
 #include <atomic>
@@ -33,20 +35,23 @@ struct Member {
     u32 length_and_mark;
 
     const char* key() const { return reinterpret_cast<const char*>(this + 1); }
-    // The NUL not counted.
+    // Without the NUL.
     u32 key_length() const { return word().load(std::memory_order_relaxed) & ~kShared; }
 
-    // Whether the block has two owners that do not know of each other: this member, whose child is another
-    // node now, and the node behind it. The one that leaves first takes the mark away, the other one frees
-    // the block. They may belong to different threads.
+    // Returns whether the block has two owners that do not know of each other: this member, which
+    // has another child now, and the node that was made with it and follows it in the block. The
+    // first to leave clears the mark, and the other one frees the block. They may belong to
+    // different threads.
     bool is_shared() const { return (word().load(std::memory_order_acquire) & kShared) != 0; }
     void share() { word().fetch_or(kShared, std::memory_order_relaxed); }
-    // Whether there were two owners until now.
+    // Clears the mark. Returns whether it was set, so whether the other owner still needs the
+    // block.
     bool unshare() {
         return (word().fetch_and(~kShared, std::memory_order_acq_rel) & kShared) != 0;
     }
 
   private:
+    // A key has at most kLongestKey bytes, so this bit is free for the mark.
     static constexpr u32 kShared = u32{1} << 31;
 
     std::atomic_ref<u32> word() const {
@@ -54,7 +59,7 @@ struct Member {
     }
 };
 
-// The member whose block holds this key text: a child's position.key gives its member.
+// Returns the member whose block holds this key text: a child's position.key leads to its member.
 inline Member* member_of_key(const char* key) {
     return reinterpret_cast<Member*>(const_cast<char*>(key)) - 1;
 }
@@ -62,13 +67,14 @@ inline Member* member_of_key(const char* key) {
 struct Members {
     union {
         Member** buckets;
-        Member* chain;  // the members of an object that is being released
+        Member* chain;  // of an object that is being released, once its table is freed
     };
     u32 mask;
     u32 size;
 };
+static_assert(sizeof(Members) == 16);
 
-// A key that is looked for or to be added, with its hash.
+// A key to be looked up or added, with its hash.
 struct Key {
     Key() = default;
     Key(const char* key_text, size_t key_length)
@@ -78,7 +84,8 @@ struct Key {
     explicit Key(const Member* member)
         : text(member->key()), length(member->key_length()), hash(member->hash) {}
 
-    const char* text;  // the NUL behind it is not needed, except by what hashes it
+    // No NUL need follow.
+    const char* text;
     size_t length;
     u32 hash;
 };
@@ -88,21 +95,22 @@ inline bool has_key(const Member* member, const Key& key) {
            memcmp(member->key(), key.text, key.length) == 0;
 }
 
-// A chain has no more members than this unless the keys were chosen for it: then it gets an index
+// Chains are longer than this only if somebody chose the keys for it. Such a chain gets an index
 // (chain_index.h).
 constexpr u32 kLongChain = 16;
-// Few chains have more members than this. A search that has passed so many asks for an index.
+// Few chains have more members than this. A search passes this number of members before it asks for
+// an index.
 constexpr u32 kShortChain = 4;
 
-// The link to the member with this key, or the end of the chain where it would be, by a walk. For a table that is
-// there.
+// Walks a chain. Returns the link to the member with this key; if there is none, the null link at
+// the end of the chain, where such a member would be added. The table must exist.
 inline Member** slot_of(const Members& members, const Key& key) {
     Member** slot = &members.buckets[bucket_of(key.hash, members.mask)];
     while (*slot != nullptr && !has_key(*slot, key))
         slot = &(*slot)->next;
     return slot;
 }
-// The same, but gives up after `limit` members and returns the link that follows them.
+// The same, but gives up after `limit` members without the key. Returns the link after them then.
 inline Member** slot_within(const Members& members, const Key& key, u32 limit) {
     Member** slot = &members.buckets[bucket_of(key.hash, members.mask)];
     for (; *slot != nullptr && !has_key(*slot, key) && limit != 0; --limit)
@@ -110,16 +118,17 @@ inline Member** slot_within(const Members& members, const Key& key, u32 limit) {
     return slot;
 }
 
-// Continue a search that has passed kShortChain members, from this one on.
+// These continue a search that has passed kShortChain members, at the next one.
 Member* find_after(const Members& members, const Key& key, Member* from);
 Member** slot_after(const Members& members, const Key& key, Member** from);
 
-// As slot_of(), for a key that may be added: a long chain gets an index, if there is memory for it.
+// As slot_of(), for a key that may be added: a long chain gets an index, if there is enough memory.
 inline Member** slot_to_add(const Members& members, const Key& key) {
     Member** slot = slot_within(members, key, kShortChain);
     return *slot == nullptr || has_key(*slot, key) ? slot : slot_after(members, key, slot);
 }
 
+// Returns the member with this key, or nullptr.
 inline Member* find(const Members& members, const Key& key) {
     if (members.size == 0)
         return nullptr;
@@ -132,15 +141,17 @@ inline Member* find(const Members& members, const Key& key) {
     return member;
 }
 
-// What follows the buckets of a large table.
+// A large table is followed by this tail, in the same block.
 class ChainIndex;
 struct TableTail {
-    ChainIndex* index;  // of the long chains, or nullptr: see chain_index.h
-    u64 first;          // no bucket before this one has members
+    ChainIndex* index;  // of the long chains, or nullptr (chain_index.h)
+    // No bucket before this one has members. Adding a member to an earlier bucket lowers it;
+    // removing one leaves it, as it may be too low but never too high.
+    u64 first;
 };
 constexpr u64 kLeastWithTail = 128;  // buckets
 
-// The pointers that the block of a table has room for.
+// The number of pointers that the block of a table holds: its buckets, and its tail if it has one.
 constexpr u64 places_of_table(u64 buckets) {
     static_assert(sizeof(TableTail) == 2 * sizeof(Member*));
     return buckets >= kLeastWithTail ? buckets + 2 : buckets;
@@ -152,9 +163,10 @@ inline TableTail* tail_of(const Members& members) {
     return reinterpret_cast<TableTail*>(members.buckets + members.mask + 1);
 }
 
-// The first member of a large table that has some. It is remembered where that is, so that a caller who removes
-// the first member again and again does not walk over all the empty buckets each time. Several threads may read
-// one object: they find the same.
+// Returns the first member of a large table that has members, and remembers its bucket in the tail.
+// Otherwise a caller who removes the first member again and again would walk over all empty buckets
+// each time. Several threads may read one object at once: they all find and store the same bucket.
+// The loop ends because there are members, and none before `first`.
 inline Member* first_in_large(const Members& members) {
     const std::atomic_ref<u64> first(tail_of(members)->first);
     const u64 known = first.load(std::memory_order_relaxed);
@@ -166,7 +178,8 @@ inline Member* first_in_large(const Members& members) {
     return members.buckets[bucket];
 }
 
-// Members in the order of a wiq_map's walk: nullptr at the end. The object must not change in between.
+// Walk the members in the order of a wiq_map; nullptr at the end. The object must not change during
+// the walk.
 inline Member* first(const Members& members) {
     if (members.size == 0)
         return nullptr;
@@ -177,7 +190,7 @@ inline Member* next(const Members& members, const Member* member) {
     return next_in_table(members.buckets, members.mask, member);
 }
 
-// As memcpy, for texts that are mostly short: two moves that overlap instead of a call.
+// As memcpy(), for texts that are mostly short: two overlapping moves instead of a call.
 inline void copy_short(char* out, const char* text, size_t length) {
     if (length > 16) {
         memcpy(out, text, length);
@@ -201,8 +214,8 @@ inline void copy_short(char* out, const char* text, size_t length) {
     }
 }
 
-// Makes a member of a block of at least sizeof(Member) and the key's length and 1 bytes: a copy of the key,
-// and no child.
+// Makes a member with a copy of the key and no child in a block of at least sizeof(Member) plus the
+// key's length plus 1 bytes. `next` and `child` are not set.
 inline Member* make_member(void* block, const Key& key) {
     auto* member = static_cast<Member*>(block);
     member->hash = key.hash;
@@ -213,13 +226,16 @@ inline Member* make_member(void* block, const Key& key) {
     return member;
 }
 
-// A table has no more buckets than its mask can tell and an i32 can number half of.
+// The number of buckets of the largest table. Its members, at most three quarters of this number,
+// must be counted by an i32.
 constexpr u64 kMostBuckets = u64{1} << 31;
+static_assert(load_limit(kMostBuckets) <= INT32_MAX);
 
 // The longest key that a member can have.
 constexpr size_t kLongestKey = INT32_MAX;
 
-// The number of buckets that a table has grown to when so many members, at least one, were added one by one.
+// Returns the number of buckets of a table to which `size` members, at least one, were added one by
+// one.
 constexpr u64 grown_buckets(u64 size) {
     u64 count = 2;
     while (load_limit(count) < size)
@@ -227,8 +243,10 @@ constexpr u64 grown_buckets(u64 size) {
     return count;
 }
 
-// Fills an empty table of grown_buckets(count) buckets as adding the members one by one would have: false,
-// with the table to be thrown away, if two of them have the same key, or many of them one chain.
+// Fills an empty table of grown_buckets(count) buckets so that it looks as if the members had been
+// added one by one. Returns false if two members have the same key, or if many of them share one
+// chain; the table and the members' links are then useless, and the caller starts again with an
+// empty table.
 bool build_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json

@@ -1,5 +1,5 @@
-// The memory of a JSON value and of an object's member: the layout that every source of the document
-// model shares. What callers may do with a node is in ke_utils/json.h.
+// The memory layout of a JSON value and of an object's member, and the functions of the document
+// model that its sources share. What callers may do with a node is in ke_utils/json.h.
 //
 //   wiq_json_t          ┌──────┬───────┬──────┬──────────┬────────┬──────────┐
 //   (every node)        │ type │ flags │ home │ refcount │ parent │ position │ 24 bytes
@@ -7,13 +7,15 @@
 //   null, true, false   nothing follows
 //   i64, u64, double    8 bytes of value
 //   u128                16 bytes of value, low half first
-//   string, reference   a pointer to the text, which stands in the same block behind the node, and its
-//                       length; nullptr and 0 in a string whose text found no memory
+//   string, reference   a pointer to the text, which follows the node in the same block, and its
+//                       length; nullptr and 0 for a string whose text could not be allocated
 //   object              its Members (members.h), and perhaps its table
 //   array               its Elements, and perhaps its table
 //
-// A container that is made with room for a few children has its table behind it in the same block; one that
-// outgrows it gets a table in a block of its own, which all others have from the beginning.
+// A container that is made with room for a few children has its table directly after its node, in
+// the same block. When the container outgrows that table, it gets one in a block of its own; the
+// room after the node then stays unused. All other tables are in blocks of their own from the
+// beginning.
 //
 // A node that is made as an object's member shares one block with that member:
 //
@@ -22,22 +24,25 @@
 //                       └───────────────────┴──────────────┴───────────────────┘
 //                       ◄──────── home, in units of 8 ─────►
 //
-// `home` says how far the block's start is before the node; 0 is a node in a block of its own. The block
-// is the node's, which outlives the member: a member that leaves its object leaves the block alone then,
-// and is never used again. If another child takes the node's place the member stays, and the block has two
-// owners; the last one to leave frees it. A node that comes to its object ready-made, or that is large, or
-// whose key is long, has a member in a block apart. A bit beside `home` says that there is room for a table
-// after a container's node.
+// `home` is the distance from the start of the block to the node; it is 0 for a node that stands at
+// the start of its block. The block belongs to the node, which outlives the member: a member that
+// leaves its object does not free the block, and is never used again. If another child takes the
+// node's place, the member stays in the object and the block has two owners: the member and the
+// node. The one that leaves last frees the block. A member has a block of its own if its node was
+// made before it was put into the object, if the node is large, or if the key is long. The bit
+// `room_behind` says that there is room for a table after a container's node.
 //
-// The blocks of nodes that the parser or a copy makes, except roots, lie in chunks (chunks.h).
-// Another bit beside `home` says so, and `home` is then the distance to the last mark before the node. The owners
-// of a block are the same as above, but a member that stays when another child takes its node's place counts as
-// one more block of the chunk. None of this changes while the node lives. The functions are in blocks.h.
+// The parser and a copy place the blocks of all their nodes, except roots, in chunks (chunks.h).
+// The bit `in_chunk` says so, and `home` is then the distance from the last mark before the node.
+// The owners of a block are the same as above, but a member that stays when another child takes its
+// node's place counts as one more block of the chunk. `home`, `in_chunk` and `room_behind` are
+// written when the node is made and do not change while it lives, except for `home` in a root:
 //
-// A root has a block of its own. If the document's chunks are listed (document.h), its `home` is kHomeOfRoot, which
-// is no distance, and its position is the list.
+// A root has a block of its own. If its document has a record (document.h), the root's `home` is
+// kHomeOfRoot, which is no distance, and its position is the record. The record is taken from the
+// root, and `home` set back to 0, before the root gets a parent or is freed.
 //
-// What a container holds is released by the model itself, in refcount.cpp, without recursion.
+// The model itself releases what a container holds, in refcount.cpp, without recursion.
 #pragma once
 
 #include <atomic>
@@ -62,10 +67,11 @@ enum : u16 {
     kJsonRef = 10,
 };
 
-// The container holds references to nodes without becoming their parent.
+// A container with this flag holds references to its children without becoming their parent.
 constexpr u8 kJsonWeak = 2;
 
 struct wiq_json {
+    // What all nodes have. The bit fields are explained above.
     u16 type;
     u8 flags;
     u8 home : 6;
@@ -76,8 +82,8 @@ struct wiq_json {
     union {
         u32 index;                     // in an array
         const char* key;               // in an object: the text in the member's block
-        wiq_json* next;                // in an array that is being released: another element
-        ke::json::Document* document;  // of a root that has one
+        wiq_json* next;                // in an array that is being released: the next element
+        ke::json::Document* document;  // in a root that has a record
     } position;
 };
 
@@ -97,7 +103,9 @@ struct U128Node : wiq_json {
 struct DoubleNode : wiq_json {
     double value;
 };
-// Strings and references. The text usually follows in the same block; nullptr if it could not be had.
+// Strings and references. The text follows the node in the same block, except in the pattern that
+// wiq_json_array_find_str() makes on the stack. It is nullptr if a string's text could not be
+// allocated, and after wiq_json_finalize().
 struct TextNode : wiq_json {
     char* text;
     size_t length;
@@ -108,7 +116,7 @@ struct ObjectNode : wiq_json {
 struct Elements {
     union {
         wiq_json** data;
-        wiq_json* chain;  // the elements of an array that is being released
+        wiq_json* chain;  // of an array that is being released, once its table is freed
     };
     i32 size;
     i32 capacity;
@@ -133,7 +141,8 @@ inline bool is_container(const wiq_json* node) {
     return node->type == kJsonObject || node->type == kJsonArray;
 }
 
-// The object or array behind a caller's pointer; nullptr if it is something else.
+// These return the object or the array that a caller's pointer points to; nullptr if the pointer is
+// NULL or the node has another type.
 inline ObjectNode* to_object(const wiq_json* node) {
     return wiq_json_is_obj(node) ? as<ObjectNode>(const_cast<wiq_json*>(node)) : nullptr;
 }
@@ -141,8 +150,8 @@ inline ArrayNode* to_array(const wiq_json* node) {
     return wiq_json_is_array(node) ? as<ArrayNode>(const_cast<wiq_json*>(node)) : nullptr;
 }
 
-// The chaining out-argument: a failure that is already there makes a call do nothing; otherwise the
-// call's own status is stored and handed on.
+// The chaining out-argument `err`: a call does nothing if *err already holds a failure. Otherwise
+// report() stores the call's own status there, and returns it.
 inline bool has_failed(const u32* err) {
     return err != nullptr && *err != 0;
 }
@@ -158,7 +167,7 @@ inline i32 size_of(const ObjectNode* obj) {
     return static_cast<i32>(obj->members.size);
 }
 
-// Members in map order: nullptr at the end. The object must not change in between.
+// Walk the members in map order; nullptr at the end. The object must not change during the walk.
 inline Member* first_member(const ObjectNode* obj) {
     return first(obj->members);
 }
@@ -173,19 +182,21 @@ inline i32 size_of(const ArrayNode* array) {
     return array->elems.size;
 }
 
-// The `home` of a root with a document, see above.
+// The `home` of a root with a record, see above. Without `in_chunk` it cannot be a distance: a node
+// that shares its block with a member is farther from the start of the block, see the assertion
+// after member_span().
 constexpr u8 kHomeOfRoot = 1;
 inline bool has_document(const wiq_json* node) {
     return node->home == kHomeOfRoot && node->in_chunk == 0;
 }
 
-// Clears a child's link to its parent and its place there.
+// Clears a child's link to its parent and its position there.
 inline void unlink_from_parent(wiq_json* child) {
     child->parent = nullptr;
     child->position.key = nullptr;
 }
 
-// The header of a new node: free-standing, with a count of 0.
+// Writes the header of a new node, which has no parent and a count of 0.
 inline void begin_node(wiq_json* node, u16 type, size_t home, bool in_chunk) {
     node->type = type;
     node->flags = 0;
@@ -196,27 +207,31 @@ inline void begin_node(wiq_json* node, u16 type, size_t home, bool in_chunk) {
     unlink_from_parent(node);
 }
 
-// The largest node that shares its block with its member, which may keep the block when the node is gone.
+// The largest node that shares its block with its member. A member may keep the whole block after
+// the node is gone.
 constexpr size_t kLargestWithMember = 1024;
 
-// The distance from a member to its node when both share a block.
+// The distance from a member to its node when both share a block: the member with its key and a
+// NUL, rounded up to a multiple of 8.
 constexpr size_t member_span(size_t key_length) {
     return (sizeof(Member) + key_length + 1 + 7) / 8 * 8;
 }
-// The longest key whose member can share a block with its node.
+static_assert(kHomeOfRoot < member_span(0) / 8, "no node with a member has a root's `home`");
+// The longest key whose member can share a block with its node. Even directly after a mark of a
+// chunk, the node's distance then fits the 6 bits of `home`.
 constexpr size_t kLongestWithNode = Chunks::kFarthest - sizeof(Member) - 1;
 static_assert(member_span(kLongestWithNode) == Chunks::kFarthest);
 
 template <class Node>
 constexpr size_t kSizeInChunk = (sizeof(Node) + 7) / 8 * 8;
 
-// A new node of so many bytes; with a key, in one block with its member, unless the key is too long for
-// that, or the node too large: see is_apart_from(). If `chunks` is given, the block is taken from there. Returns
-// nullptr when out of memory.
+// Returns a new node of `size` bytes; only its header is set. With a key, the node shares one block
+// with its member, unless the key is too long or the node too large for that; is_without_member()
+// tells. If `chunks` is given, the block is taken from there. Returns nullptr when out of memory.
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
-// A new node in a chunk. These serve the usual elements and members of a document: the sizes are known, and a
-// node directly follows its member.
+// These two make a node in a chunk. They serve the usual elements and members of a document, whose
+// sizes are known at compile time; a node directly follows its member.
 template <class Node>
 inline Node* new_elem(u16 type, Chunks* chunks) {
     char* block = chunks->take(kSizeInChunk<Node>, 0);
@@ -238,6 +253,8 @@ inline Node* new_member_node(u16 type, const Key& key, Chunks* chunks) {
     return node;
 }
 
+// These return a node of fixed size, without or with its value set; otherwise they are like
+// allocate_node().
 template <class Node>
 inline Node* new_node(u16 type, const Key* key = nullptr, Chunks* chunks = nullptr) {
     if (chunks != nullptr && key == nullptr)
@@ -255,16 +272,18 @@ inline Node* new_node_of(u16 type, const Value& value, const Key* key = nullptr,
     return node;
 }
 
-// A string or reference node (type kJsonString or kJsonRef) with a copy of `length` bytes of text in its
-// own block, or without text if that is nullptr; nullptr without memory.
+// Returns a string or reference node (type kJsonString or kJsonRef) with a copy of `length` bytes
+// of text in its own block, or without text if `text` is nullptr. Returns nullptr when out of
+// memory.
 wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* key = nullptr,
                         Chunks* chunks = nullptr);
 
-// The places of the largest table behind a node.
+// The largest table that can follow its node in the same block has this many slots or buckets.
 constexpr u64 kFewPlaces = 64;
 
-// A container of this kind, with room for so many places behind it, which are not set; the fields behind its
-// header neither. nullptr without memory.
+// Returns a container of type `type` with room for a table of `places_behind` slots or buckets
+// directly after its node. Neither the table nor the fields after the header are set. Returns
+// nullptr when out of memory.
 template <class Node>
 inline Node* new_container(u16 type, u64 places_behind, u8 flags, const Key* key, Chunks* chunks) {
     auto* node = static_cast<Node*>(
@@ -276,14 +295,14 @@ inline Node* new_container(u16 type, u64 places_behind, u8 flags, const Key* key
     return node;
 }
 
-// Whether a container's table stands directly after its node.
+// Returns whether a container's table stands directly after its node.
 template <class Node, class Slot>
 inline bool is_behind(const Node* node, const Slot* table) {
     return node->room_behind != 0 && static_cast<const void*>(table) == node + 1;
 }
 
-// A container's table of `used` bytes as one of `size` bytes, in a block of its own; nullptr without memory,
-// with nothing changed.
+// Returns a container's table with its first `used` bytes, grown to `size` bytes in a block of its
+// own; the caller stores it in the node. Returns nullptr when out of memory, with nothing changed.
 template <class Node, class Slot>
 inline Slot* grown_table(Node* node, Slot* table, size_t used, size_t size) {
     const bool behind = is_behind(node, table);
@@ -293,35 +312,43 @@ inline Slot* grown_table(Node* node, Slot* table, size_t used, size_t size) {
     return grown;
 }
 
-// An empty object or array, flags 0 or kJsonWeak, with room for so many children; nullptr without memory.
+// Return an empty object or array with room for `capacity` children; `flags` is 0 or kJsonWeak.
+// Return nullptr when out of memory.
 ObjectNode* new_object(i32 capacity, u8 flags, const Key* key = nullptr, Chunks* chunks = nullptr);
 ArrayNode* new_array(i32 capacity, u8 flags, const Key* key = nullptr, Chunks* chunks = nullptr);
-// The same, with a table of so many buckets, which is a power of two, or 0 for none.
+// The same, with a table of `buckets` buckets: a power of two, or 0 for no table.
 ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key = nullptr,
                             Chunks* chunks = nullptr);
-// A table of so many empty buckets in a block of its own, for an object that has none: 0, or -5000.
+// Makes a table of `buckets` empty buckets in a block of its own for an object that has no table.
+// Returns 0, or WIQ_ERR_NO_MEMORY with nothing changed.
 i32 make_table(ObjectNode* obj, u64 buckets);
-// Takes a container's table away, with all that it says. The children are the caller's.
+// Frees a container's table and zeroes its bookkeeping. The children are not released.
 void drop_table(wiq_json* container);
 
-// A string node with a copy of the text, or without it if there is memory for the node alone.
+// Returns a string node with a copy of the text, or without text if there is memory for the node
+// alone. Returns nullptr when out of memory.
 wiq_json* new_string(const char* text, const Key* key = nullptr);
 
-// Attaching. The child has no parent, the container is of the right kind; nothing is checked. The child's
-// count is 1 higher after. 0, or -5000 with container and child as they were. The new one is for a node
-// that no caller has seen yet.
+// Attach a child as the last element. Nothing is checked: the caller knows that a strong array may
+// become the child's parent. The array's reference adds 1 to the child's count; attach_new_elem(),
+// for a node that no caller has seen yet, sets the count to 1. Return 0, or WIQ_ERR_NO_MEMORY with
+// the array's elements and the child unchanged.
 i32 attach_elem(ArrayNode* array, wiq_json* child);
 i32 attach_new_elem(ArrayNode* array, wiq_json* child);
 
-// Gives a member that is in no table the child, whose count is as it should be, and its place in the object,
-// where it replaces another member with the same key: for an object that no caller has seen yet. 0, or -5000
-// with nothing changed.
+// Attaches a child by a member that was made for it and is in no table. The member may replace
+// another one with the same key, which is released with its child; this is for an object that no
+// caller has seen yet. The child's count must already include the object's reference. Returns 0, or
+// WIQ_ERR_NO_MEMORY with the object's members and the child unchanged; the member is then still the
+// caller's.
 i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child);
 
-// A free-standing member with a copy of the key, without a child, in a block of its own; nullptr without
-// memory.
+// Returns a member with a copy of the key and no child, in a block of its own. Returns nullptr when
+// out of memory.
 Member* new_member(const Key& key);
-// The last step of attaching, when the place is made: each knows the other.
+// The last step of attaching, once the child has its place in the table. A strong container becomes
+// the child's parent; a weak one leaves parent and position alone. An object's member is also told
+// its child; the caller stores an array's element in its slot.
 inline void settle(ObjectNode* obj, Member* member, wiq_json* child) {
     member->child = child;
     if (!is_weak(obj)) {
@@ -336,32 +363,36 @@ inline void settle(ArrayNode* array, i32 index, wiq_json* child) {
     }
 }
 
-// The child under a key, not following references; nullptr if there is none.
+// Returns the child under a key, nullptr if there is none. If the child is a reference, it is
+// returned itself.
 wiq_json* find_child(const ObjectNode* obj, const char* key);
 
-// Frees a member that is in no table any more, and releases its child.
+// Frees a member that is no longer in a table, and releases its child.
 void release_member(ObjectNode* obj, Member* member);
 
-// Takes a member out of its object and frees it; the child is not touched. Returns the child.
+// Takes a member out of its object, frees it and returns its child, whose count and parent are
+// unchanged.
 wiq_json* take_member(ObjectNode* obj, Member* member);
 
-// Whether attaching the child to the container would make the child its own ancestor. A container tree
-// with a ring in it could be neither released nor walked.
+// Returns whether attaching the child to the container would make the child its own ancestor, which
+// includes attaching a container to itself. Containers that form a cycle could be neither released
+// nor walked.
 bool closes_ring(const wiq_json* container, wiq_json* child);
 
-// A container gives up its reference to a child that it no longer holds, and the child is destroyed if
-// nobody else has one: a strong container also stops being its parent, a weak one leaves a child alone
-// that has a parent elsewhere.
+// Gives up the container's reference to a child that it no longer holds, and destroys the child if
+// nobody else has a reference. A strong container also stops being the child's parent. A weak one
+// never destroys a child that has a parent.
 void release_child(const wiq_json* container, wiq_json* child);
 
-// Releases the children of the container and leaves its table, whose size and slots mean nothing then.
+// Releases the children of a container that is about to be freed or emptied. What is left of the
+// table means nothing; the caller calls drop_table() next.
 void release_children(wiq_json* top);
 
-// Destroys a free-standing node whose count has fallen to 0; no reference is given up.
+// Destroys a node that has no parent if its count is 0. No reference is given up.
 void release_if_unreferenced(wiq_json* node);
 
-// A container hands its reference to a child over to the caller: as release_child, but the child stays,
-// even with a count of 0.
+// Hands the container's reference to a child over to the caller. As release_child(), but the child
+// is kept even if its count becomes 0.
 void hand_over_child(const wiq_json* container, wiq_json* child);
 
 }  // namespace ke::json

@@ -1,7 +1,8 @@
-// Objects: how members are attached, replaced and removed, and the walk over them. The getters are in
-// object_get.cpp.
+// Objects: how members are attached, replaced and removed, and the walk over them. The getters are
+// in object_get.cpp.
 //
-// A key is hashed once for all that an insertion does, and copied once, into its member's block.
+// An insertion hashes its key once, whatever it looks up on the way, and copies it once, into the
+// member's block.
 
 #include <cstdlib>
 #include <cstring>
@@ -35,10 +36,12 @@ wiq_json_t* make_object(i32 capacity, u8 flags, u32* err) {
 
 static_assert(kFewPlaces < kLeastWithTail, "a table in its node's block has no tail");
 
-// Doubles an object's table. Returns false, with nothing changed, when out of memory.
+// Doubles an object's table and renews its tail and its index. Returns false, with nothing changed,
+// when out of memory.
 bool grow_table(ObjectNode* obj) {
     Members& members = obj->members;
     const u64 count = u64{members.mask} + 1;
+    // Read before the table grows: the new buckets overwrite the old tail.
     ChainIndex* index = index_of(members);
     Member** buckets = grown_table(obj, members.buckets, count * sizeof(Member*),
                                    places_of_table(2 * count) * sizeof(Member*));
@@ -57,8 +60,9 @@ bool grow_table(ObjectNode* obj) {
     return true;
 }
 
-// The place of a key: the link to its member, or the end of the chain where it would be. nullptr if there is
-// no memory for an object's first table.
+// Returns the place of a key: the link to its member, or the null link at the end of the chain
+// where the member would be added. An object without a table gets its first one, of two buckets.
+// Returns nullptr if that cannot be allocated.
 Member** place_of_key(ObjectNode* obj, const Key& key) {
     if (obj->members.buckets == nullptr && make_table(obj, 2) != 0) {
         return nullptr;
@@ -66,11 +70,13 @@ Member** place_of_key(ObjectNode* obj, const Key& key) {
     return slot_to_add(obj->members, key);
 }
 
-// Puts a member at the end of its chain: 0, or -5000 with nothing changed.
+// Links a member at `end`, the end of its chain, and grows the table if it has become too full.
+// Returns 0, or WIQ_ERR_NO_MEMORY with the members unchanged.
 i32 add_member(ObjectNode* obj, Member** end, Member* member) {
     Members* members = &obj->members;
     const u64 count = u64{members->mask} + 1;
-    // The new member takes its place in the old table first: growth then moves it with the others.
+    // The new member is linked into the old table first, so that growth moves it with the others:
+    // the order of members depends on that.
     link_member(members, end, member);
     if (members->size > load_limit(count) && (count == kMostBuckets || !grow_table(obj))) {
         unlink_member(members, member);
@@ -79,14 +85,17 @@ i32 add_member(ObjectNode* obj, Member** end, Member* member) {
     return 0;
 }
 
-// Puts a child, whose count is as it should be, in the place of another one. The member stays, with its key
-// and where it is: a walk may stand on it, and its caller may hold the key.
+// Puts a child in the place of another one, which is released. The child's count must already
+// include the object's reference. The member stays where it is and keeps its key, because a walk
+// may stand on it and a callback may hold the key.
 void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
     touch_to_attach(obj, child);
     wiq_json* old = member->child;
+    // The block of the old child is also the member's, which stays: now it has two owners.
     if (is_made_with(member, old)) {
         share_block(member, old);
     }
+    // The child comes back to the member with which it was made: the block has one owner again.
     if (is_made_with(member, child)) {
         unshare_block(member, child);
     }
@@ -94,13 +103,16 @@ void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
     release_child(obj, old);
 }
 
-// Attaches a child that nothing speaks against: 0, or -5000 with object and child as they were.
+// Attaches a child; the caller has checked that it may be attached. Returns 0, or WIQ_ERR_NO_MEMORY
+// with the object's members and the child unchanged.
 i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
     Member** place = place_of_key(obj, key);
     if (place == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
     if (*place != nullptr) {
+        // The count rises first: a weak object may already hold this child under this key, and then
+        // gives up its old reference in replace_child().
         count_up(child);
         replace_child(obj, *place, child);
         return 0;
@@ -116,6 +128,8 @@ i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
     return 0;
 }
 
+// Checks what a caller passes, and attaches the child. A strong object only takes a child that has
+// no parent and is neither the object itself nor one of its ancestors.
 i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
     ObjectNode* object = to_object(obj);
     if (object == nullptr || key == nullptr || child == nullptr ||
@@ -125,8 +139,9 @@ i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
     return attach_member(object, key_from(key), child);
 }
 
-// Makes a node and puts it under the key; nullptr without memory, with the object as it was. `make` gets the
-// key if the node is to have a member of its own.
+// Makes a node by `make` and puts it under the key. `make` gets the key if the node is to have a
+// member of its own, and nullptr if a member with this key exists. Returns nullptr when out of
+// memory, with the object's members unchanged.
 template <class Make>
 wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
     Member** place = place_of_key(obj, key);
@@ -148,6 +163,7 @@ wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
     const bool is_apart = is_without_member(node);
     Member* member = member_of(node, key);
     if (member == nullptr || add_member(obj, place, member) != 0) {
+        // A member that shares its block with the node is freed with the node.
         std::free(is_apart ? member : nullptr);
         free_node(node);
         return nullptr;
@@ -162,6 +178,7 @@ wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
 
 ObjectNode* new_object(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
     const u64 buckets = initial_buckets(static_cast<u64>(capacity));
+    // An object without a table behaves as if it had one bucket, so one bucket needs no table.
     return new_object_with(buckets == 1 ? 0 : buckets, flags, key, chunks);
 }
 
@@ -187,6 +204,7 @@ i32 make_table(ObjectNode* obj, u64 buckets) {
     if (buckets > kMostBuckets) {
         return WIQ_ERR_NO_MEMORY;
     }
+    // calloc() also sets the tail: no index, and a first bucket of 0.
     auto** table = static_cast<Member**>(std::calloc(places_of_table(buckets), sizeof(Member*)));
     if (table == nullptr) {
         return WIQ_ERR_NO_MEMORY;
@@ -206,6 +224,8 @@ i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child) {
     if (place == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
+    // No caller has seen the object, so no walk stands on the old member: it need not stay as in
+    // replace_child().
     Member* old = *place;
     if (old != nullptr) {
         replace_member(obj->members, place, member);
@@ -219,6 +239,7 @@ i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child) {
 
 void release_member(ObjectNode* obj, Member* member) {
     wiq_json* child = member->child;
+    // The member first: free_member() reads the header of the child, which must be alive.
     free_member(member);
     release_child(obj, child);
 }
@@ -256,7 +277,7 @@ i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* child, u3
 
 namespace {
 
-// The frame of all typed builders; `make` makes the node as a member under the key.
+// What all typed builders share; `make` makes the node, as a member if it gets a key.
 template <class Make>
 wiq_json_t* put_new(wiq_json_t* obj, const char* key, u32* err, Make make) {
     if (has_failed(err)) {
@@ -272,7 +293,7 @@ wiq_json_t* put_new(wiq_json_t* obj, const char* key, u32* err, Make make) {
     return node;
 }
 
-// The same for a value behind a pointer, which must not be NULL.
+// The same for builders whose value is passed by a pointer, which must not be NULL.
 template <class Value, class Make>
 wiq_json_t* put_new_from(wiq_json_t* obj, const char* key, const Value* value, u32* err,
                          Make make) {

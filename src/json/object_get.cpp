@@ -1,4 +1,4 @@
-// Typed getters of objects: one lookup that follows references, then a test of the kind.
+// The typed getters of objects: one lookup that follows references, then a test of the type.
 
 #include <cstring>
 
@@ -13,8 +13,8 @@ struct Found {
     i32 status;
 };
 
-// The member under a key. A lookup that follows a reference answers with the reference's status, and may
-// still hand out the node at which the chain broke off.
+// Finds the value under a key. If it is a reference that is to be followed, value and status are
+// those of wiq_json_jref_deref().
 Found look_up(const wiq_json_t* obj, const char* key, bool follow) {
     const ObjectNode* object = to_object(obj);
     if (object == nullptr || key == nullptr) {
@@ -38,8 +38,8 @@ void report_wrong_type(u32* err) {
     }
 }
 
-// The frame of all typed getters: the value if it is there and `fits` says that it is of the kind asked
-// for, else nullptr with the status in `err`.
+// What all typed getters share. Returns the value if it exists and `fits` accepts its type,
+// otherwise NULL with the status in `err`.
 template <class Fits>
 wiq_json_t* get(const wiq_json_t* obj, const char* key, u32* err, Fits fits) {
     if (has_failed(err)) {
@@ -54,8 +54,8 @@ wiq_json_t* get(const wiq_json_t* obj, const char* key, u32* err, Fits fits) {
     return nullptr;
 }
 
-// Get-or-create. A reference that leads nowhere is an error, not an absent key: what it says is not
-// thrown away.
+// Returns the value under a key, or what `create` puts there if the key is absent. A reference that
+// leads nowhere is an error and not an absent key, so that the reference is not overwritten.
 template <class Fits>
 wiq_json_t* get_or_create(wiq_json_t* obj, const char* key, u32* err, Fits fits,
                           wiq_json_t* (*create)(wiq_json_t*, const char*, u32*)) {

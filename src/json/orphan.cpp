@@ -1,5 +1,5 @@
-// Taking a node out of its parent, and putting another in its place. In both the node ends free-standing
-// and the caller's, even if its count is 0.
+// Taking a node out of its parent, and putting another node in its place. In both cases the node
+// has no parent afterwards and belongs to the caller, even if its count is 0.
 
 #include "json/array_place.h"
 #include "json/blocks.h"
@@ -14,7 +14,8 @@ i32 orphan_elem(ArrayNode* array, const wiq_json_t* node) {
         pop_elem(array);
         return 0;
     }
-    // The others keep their indices: an inner element leaves a null in its place.
+    // The other elements keep their indices: if the element is not the last one, a null takes its
+    // place.
     u32 err = 0;
     wiq_json_t* placeholder = wiq_json_null_new(&err);
     if (placeholder != nullptr) {
@@ -61,7 +62,8 @@ i32 wiq_json_swap_child(wiq_json_t* node, wiq_json_t* replacement) {
         wiq_json_array_swap(parent, place_of(as<ArrayNode>(parent), node), replacement, &err);
         return static_cast<i32>(err);
     }
-    // The added reference, taken back without release, keeps the node alive as the old value.
+    // The added reference keeps the node alive when the object gives up its own. It is taken back
+    // without a release.
     count_up(node);
     const i32 status = wiq_json_obj_put_ext(parent, node->position.key, replacement, nullptr);
     count_down(node);

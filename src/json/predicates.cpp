@@ -1,5 +1,5 @@
-// Questions about a value: what kind it is, and whether a number can be read as another kind without
-// loss. All answer false for NULL.
+// Questions about a value: what type it has, and whether a number can be read as another type
+// without loss. All return false for NULL.
 
 #include <cmath>
 
@@ -11,14 +11,15 @@ namespace {
 
 constexpr double kTwoTo63 = 9223372036854775808.0;
 constexpr double kTwoTo64 = 18446744073709551616.0;
-constexpr i64 kTwoTo53 = i64{1} << 53;  // up to here every integer is a double
+constexpr i64 kTwoTo53 = i64{1} << 53;  // every integer up to this one is a double
 
 bool has_type(const wiq_json_t* node, u16 type) {
     return node != nullptr && node->type == type;
 }
 
-// Whole and inside the bounds, which are compared as doubles and so belong to the range although the
-// upper ones do not fit the target. NaN fails every comparison.
+// Returns whether the value is whole and within the bounds. The bounds belong to the range; they
+// are compared as doubles, so the upper bounds 2^63 and 2^64 are accepted although they do not fit
+// the target type. NaN fails every comparison.
 bool is_integral(double value, double min, double max) {
     return value >= min && value <= max && std::trunc(value) == value;
 }

@@ -1,9 +1,10 @@
 // Reference counts and the release of whole trees.
 //
-// Releasing a tree uses neither recursion nor memory: a dying container keeps its place in its own fields
-// (its size, or the chain of what is left), and its `parent`, which it no longer needs, leads back to the
-// dying container that it was taken from. The order is that of a recursive release: a child's whole subtree
-// before the next child.
+// Releasing a tree needs neither recursion nor memory. A dying container remembers in its own
+// fields what is left of it: an array with a table counts its size down, an object with a table
+// counts its buckets down, and a large container is a chain of its children (begin_emptying()). Its
+// `parent`, which it no longer needs, leads back to the dying container from which it was taken.
+// The order is that of a recursive release: the whole subtree of a child before the next child.
 
 #include <algorithm>
 #include <atomic>
@@ -16,8 +17,9 @@
 namespace ke::json {
 namespace {
 
-// Added to the count of a container while it is being emptied, so that weak references to it from inside
-// its own subtree cannot release it a second time.
+// Added to the count of a container while it is being emptied. Something in its subtree may hold a
+// weak reference to it; when that is given up, the count stays far above 0, and the container is
+// not released a second time.
 constexpr i32 kDying = 1 << 30;
 
 void set_count(wiq_json* node, i32 count) {
@@ -28,8 +30,9 @@ void add_to_count(wiq_json* node, i32 difference) {
     std::atomic_ref<i32>(node->refcount).fetch_add(difference, std::memory_order_relaxed);
 }
 
-// Whether a node with this count is to be destroyed. A parent keeps its child: the reference that was
-// given up once too often is its own.
+// Returns whether a node with this count is to be destroyed. A node with a parent never is: then
+// somebody has given up one reference too many, the parent's. The count is set back to 1, which is
+// the parent's reference.
 bool is_dead(wiq_json* node, i32 count) {
     if (count > 0) {
         return false;
@@ -41,11 +44,13 @@ bool is_dead(wiq_json* node, i32 count) {
     return true;
 }
 
-// Gives up a reference; the count that is left. A count of 1 is the caller's own reference: nobody else can
-// change it then, so that the usual case, a value with one owner, needs no locked instruction.
+// Returns whether the caller's own reference is the only one. Nobody else can change the count
+// then, so the usual case, a value with one owner, needs no locked instruction. Acquire order:
+// whatever other owners did before they gave up their references happens before the node is freed.
 bool has_one_owner(wiq_json* node) {
     return std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire) == 1;
 }
+// Gives up a reference and returns the count that is left.
 i32 drop_reference(wiq_json* node) {
     if (has_one_owner(node)) {
         set_count(node, 0);
@@ -54,20 +59,24 @@ i32 drop_reference(wiq_json* node) {
     return count_down(node);
 }
 
-// Gives up a container's reference to a child; true if the child is to be destroyed. A child that nobody else
-// knows is left as it is: it is not worth writing to memory that is about to be freed.
+// Gives up a container's reference to a child. Returns whether the child is to be destroyed. If a
+// strong container has the only reference, the child's header is left as it is: it is not worth
+// writing to memory that is about to be freed. (Its count then still is 1, and its parent the
+// container.)
 inline bool drop_child(bool weak, wiq_json* child) {
     if (!weak) {
         if (has_one_owner(child)) {
             return true;
         }
+        // Before the reference is given up: afterwards another owner may free the child.
         unlink_from_parent(child);
     }
     return is_dead(child, drop_reference(child));
 }
 
-// Links the members anew, by their addresses: bucket i holds a stretch of memory below that of bucket i + 1.
-// Blocks that are freed in the order of a hash cost the allocator several times what they cost in their own.
+// Links the members anew, in the order of their addresses: bucket i holds a range of memory below
+// that of bucket i + 1. Freeing blocks in the order of their hashes costs the allocator several
+// times as much as in the order of addresses.
 void order_by_address(const Members& members) {
     Member* all = nullptr;
     u64 lowest = UINT64_MAX;
@@ -83,6 +92,7 @@ void order_by_address(const Members& members) {
         }
         members.buckets[bucket] = nullptr;
     }
+    // The shift leaves no more bits than the mask has, so the bucket is always in the table.
     const int shift = std::max(0, static_cast<int>(std::bit_width(highest - lowest)) -
                                       static_cast<int>(std::bit_width(members.mask)));
     while (all != nullptr) {
@@ -94,11 +104,18 @@ void order_by_address(const Members& members) {
     }
 }
 
-// A container with many children becomes a chain of them before it is emptied, so that its table is freed
-// first: the allocator gathers all the small free blocks that there are when a large one is freed.
-constexpr u32 kChainedMembers = UINT32_MAX;  // in the place of the mask
-constexpr i32 kChainedElems = -1;            // in the place of the capacity
+// Freeing a large block makes malloc consolidate every free small block. So a container with many
+// children is turned into a chain of them before it is emptied, and its table is freed first, while
+// there are few such blocks. The chain stands in the place of the table, and one of these in the
+// place of the mask or the capacity.
+constexpr u32 kChainedMembers = UINT32_MAX;
+constexpr i32 kChainedElems = -1;
+static_assert(kMostBuckets - 1 < kChainedMembers, "no table has this mask");
+// A container is turned into a chain if it has more than kFewPlaces children. Its table then has a
+// block of its own and is freed without asking is_behind().
+static_assert(load_limit(kFewPlaces) <= kFewPlaces);
 
+// Turns an object's table into a chain, bucket by bucket from the highest addresses to the lowest.
 void chain_members(Members* members) {
     order_by_address(*members);
     Member* chain = nullptr;
@@ -116,7 +133,8 @@ void chain_members(Members* members) {
     members->mask = kChainedMembers;
 }
 
-// By their positions, which belong to their parent: not for a weak array.
+// The elements are linked by their positions. They belong to the elements' own parents, so this is
+// not for a weak array.
 void chain_elems(Elements* elems) {
     wiq_json* chain = nullptr;
     for (i32 i = 0; i < elems->size; ++i) {
@@ -128,7 +146,9 @@ void chain_elems(Elements* elems) {
     elems->capacity = kChainedElems;
 }
 
-// From here on the size of an object with a table is the number of buckets that are still to be emptied.
+// Prepares a container for take_next_child(). Here the fields change their meanings: a large strong
+// array and a large object become chains, and `size` of any other object is the number of buckets
+// that are still to be emptied.
 void begin_emptying(wiq_json* node) {
     if (node->type == kJsonArray) {
         Elements& elems = as<ArrayNode>(node)->elems;
@@ -145,8 +165,8 @@ void begin_emptying(wiq_json* node) {
     }
 }
 
-// Frees nodes one after another. A run of neighbours in one chunk is released together, by one change of the
-// chunk's count.
+// Frees nodes one after another. Neighbours in one chunk are released together, by one change of
+// the chunk's count.
 class Freed {
   public:
     Freed() = default;
@@ -178,7 +198,10 @@ class Freed {
         blocks_ = 0;
     }
 
-    Chunk* const* mark_ = nullptr;  // the last node's
+    // The last node's, if blocks_ is not 0. Comparing it avoids reading the chunk's address from
+    // memory. The blocks that are counted keep their chunk alive, so no mark of another chunk can
+    // have this address meanwhile.
+    Chunk* const* mark_ = nullptr;
     Chunk* chunk_ = nullptr;
     u64 blocks_ = 0;
 };
@@ -212,7 +235,8 @@ Member* take_next_member(Members& members) {
     return nullptr;
 }
 
-// Takes a child out of a container that is being emptied: nullptr when none is left.
+// Takes a child out of a container that is being emptied, and frees its member. Returns nullptr
+// when no child is left.
 wiq_json* take_next_child(wiq_json* node) {
     if (node->type == kJsonArray) {
         return take_next_elem(as<ArrayNode>(node)->elems);
@@ -221,14 +245,17 @@ wiq_json* take_next_child(wiq_json* node) {
     if (member == nullptr) {
         return nullptr;
     }
+    // Frees the member while the child is alive: its header tells who owns the block.
     wiq_json* child = member->child;
     free_member(member);
     return child;
 }
 
-// Takes the record from a root that dies. Returns true if it has freed all that is below the root.
+// Takes the record from a root that dies, if it has one. Returns true if that has freed everything
+// below the root.
 bool release_document(wiq_json* root) {
     Document* document = take_document(root);
+    // Relaxed order is enough, see touch() in document.h.
     if (document != nullptr && !document->touched.load(std::memory_order_relaxed)) {
         free_document(document);
         return true;
@@ -239,7 +266,7 @@ bool release_document(wiq_json* root) {
 
 }  // namespace
 
-// With everything below them that dies with them.
+// Everything below the children that dies with them is released, too.
 void release_children(wiq_json* top) {
     if (release_document(top)) {
         return;
@@ -249,6 +276,8 @@ void release_children(wiq_json* top) {
     begin_emptying(top);
     wiq_json* node = top;
     for (;;) {
+        // `node` is the dying container that is being emptied; `top` is the outermost one. The
+        // others were taken out of their containers, to which their `parent` leads.
         wiq_json* child = take_next_child(node);
         if (child == nullptr) {
             if (node == top) {
@@ -262,10 +291,13 @@ void release_children(wiq_json* top) {
             if (!is_container(child)) {
                 freed.add(child);
             } else if (has_document(child) && release_document(child)) {
-                // A weak container was the last owner of a root.
+                // A root that still has its record, with a weak container as its last owner: a
+                // strong container would have taken the record away.
                 drop_table(child);
                 freed.add(child);
             } else {
+                // From here on the child's count and parent serve the release; nobody else holds
+                // it.
                 set_count(child, kDying);
                 child->parent = node;
                 begin_emptying(child);
@@ -276,6 +308,8 @@ void release_children(wiq_json* top) {
     add_to_count(top, -kDying);
 }
 
+// Serves both kinds of table. A large container was turned into a chain, which is empty by now: the
+// null pointer in the place of the table is freed without effect.
 void drop_table(wiq_json* container) {
     if (container->type == kJsonArray) {
         auto* array = as<ArrayNode>(container);
@@ -297,11 +331,14 @@ void release_child(const wiq_json* container, wiq_json* child) {
     }
 }
 
-// Frees a member that does not share a block with its child: it has a block of its own, or shares one with an
-// earlier child, which may have been freed already. Only in the latter case is the member marked as shared.
+// Frees a member that does not share a block with its child. Either it has a block of its own, or
+// it shares one with an earlier child, with which it was made and which may have been freed
+// already. Only in the latter case is the member marked as shared. Then the header of that child
+// can still be read, since the member is an owner of the block.
 void free_member_apart(Member* member) {
     if (member->is_shared()) {
         auto* made_with = reinterpret_cast<wiq_json*>(end_of(member));
+        // In a chunk, the member counts as one more block.
         if (made_with->in_chunk != 0) {
             release_blocks(*mark_of(made_with), 1);
             return;
@@ -359,7 +396,7 @@ void wiq_json_finalize(wiq_json_t* node) {
         release_children(node);
         drop_table(node);
     } else if (node->type == kJsonString || node->type == kJsonRef) {
-        // The text goes with the node's block.
+        // The text itself lies in the node's block and is freed with it.
         as<TextNode>(node)->text = nullptr;
         as<TextNode>(node)->length = 0;
     }

@@ -1,6 +1,7 @@
-// Whether attaching a child would close a ring. The way up from the container may be as long as the document
-// is deep, and what is below the child as large as the document; so both are searched at once, and the
-// shorter search gives the answer. Neither needs memory.
+// Finds out whether attaching a child would make it its own ancestor. The way up from the container
+// may be as long as the document is deep, and the subtree of the child may be as large as the
+// document. So both are searched at the same time, and the shorter search gives the answer. Neither
+// needs memory.
 
 #include "json/array_place.h"
 #include "json/node.h"
@@ -8,7 +9,8 @@
 namespace ke::json {
 namespace {
 
-// Only a strong container is its children's parent.
+// Returns the first child, nullptr if there is none. A weak container is not the parent of its
+// children, so they are not below it.
 wiq_json* first_child(wiq_json* node) {
     if (is_weak(node)) {
         return nullptr;
@@ -23,6 +25,8 @@ wiq_json* first_child(wiq_json* node) {
     return nullptr;
 }
 
+// Returns the child that follows `node` in its parent, which must be a strong container; nullptr
+// after the last one.
 wiq_json* next_sibling(const wiq_json* node) {
     if (node->parent->type == kJsonObject) {
         const Member* member =
@@ -34,7 +38,8 @@ wiq_json* next_sibling(const wiq_json* node) {
     return place < size_of(array) ? elems_of(array)[place] : nullptr;
 }
 
-// The node behind another one in a walk over all that is below `top`; nullptr at the end.
+// Returns the node that follows `node` in a walk over everything below `top`, or nullptr at the
+// end.
 wiq_json* next_below(const wiq_json* top, wiq_json* node) {
     wiq_json* next = first_child(node);
     while (next == nullptr && node != top) {
@@ -50,12 +55,15 @@ bool closes_ring(const wiq_json* container, wiq_json* child) {
     if (container == child) {
         return true;
     }
-    // Only what has children can be an ancestor, so that trees built from the root down never search.
+    // Only a node that has children can be an ancestor. So a tree that is built from the root down
+    // is never searched.
     wiq_json* below = first_child(child);
     if (below == nullptr) {
         return false;
     }
-    // Most documents are not deep, and a step up is the cheaper one.
+    // The way up is searched alone at first: most documents are not deep, and a step up is cheaper
+    // than a step through the subtree. After these levels, each node of the subtree pays for a few
+    // more levels.
     constexpr i32 kLevelsAlone = 64;
     constexpr i32 kLevelsPerNode = 8;
     i32 levels = kLevelsAlone;
@@ -63,6 +71,8 @@ bool closes_ring(const wiq_json* container, wiq_json* child) {
         for (; levels > 0 && up->parent != nullptr; --levels) {
             up = up->parent;
         }
+        // Has the way up reached the root? The child has no parent, so it can only be an ancestor
+        // if it is this root.
         if (up->parent == nullptr) {
             return up == child;
         }

@@ -1,6 +1,6 @@
-// Values: the constructors of all kinds without children, the getters that read a number as any other
-// kind, and the names of the kinds. Questions about values are in predicates.cpp, counts and release in
-// refcount.cpp.
+// Values: the constructors of all types without children, the getters that read a number as another
+// type, and the names of the types. Questions about values are in predicates.cpp, reference counts
+// and release in refcount.cpp.
 
 #include <cstdlib>
 #include <cstring>
@@ -12,7 +12,8 @@ namespace {
 
 constexpr double kTwoTo63 = 9223372036854775808.0;
 
-// The common frame of the constructors: chaining, then a node with its value, then the status.
+// What the constructors share: do nothing after an earlier failure, make a node with its value,
+// report the status.
 template <class Node, class Value>
 wiq_json_t* make(u16 type, const Value& value, u32* err) {
     if (has_failed(err)) {
@@ -32,8 +33,8 @@ wiq_json_t* make_bare(u16 type, u32* err) {
     return node;
 }
 
-// Towards zero. What does not fit, NaN included, gives the smallest value, as the processor's own
-// conversion does.
+// Rounds towards zero. Values that do not fit, and NaN, give the smallest value, as the processor's
+// own conversion does.
 i64 truncate_signed(double value) {
     if (!(value >= -kTwoTo63 && value < kTwoTo63)) {
         return INT64_MIN;
@@ -64,6 +65,8 @@ wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks) {
         block = chunks->take((offset + size + kUnit - 1) / kUnit * kUnit, offset);
         home = block != nullptr ? chunks->distance(block + offset) : 0;
     } else {
+        // The node is too large, or its key too long: the node gets a chunk of its own, and its
+        // member a block of its own.
         offset = 0;
         block = chunks->take_alone(size);
         home = Chunks::kDistanceAlone;
