@@ -1,4 +1,4 @@
-// See lexer.h.
+// Decodes the escapes of strings and converts the numbers that the fast path leaves. See lexer.h.
 
 #include "json/lexer.h"
 
@@ -6,7 +6,7 @@ namespace ke::json {
 
 namespace {
 
-// The four hexadecimal digits of a "\u" escape.
+// Returns the value of the four hexadecimal digits of a "\u" escape.
 u32 read_unit(const char* digits) {
     u32 unit = 0;
     for (int i = 0; i < 4; ++i)
@@ -21,8 +21,9 @@ constexpr bool is_low_surrogate(u32 unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-// The code point of the escape whose "\u" stands before *p, with its second half where it has one; 0 if it
-// stands for none. *p moves behind it.
+// Returns the code point of an escape whose "\u" is before *p, including the second escape of a
+// surrogate pair. *p moves after the escape. Returns 0 for "\u0000" and for a surrogate without its
+// partner.
 u32 read_code_point(const char** p, const char* last) {
     const u32 unit = read_unit(*p);
     *p += 4;

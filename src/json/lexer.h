@@ -1,6 +1,7 @@
-// The tokens of JSON text (RFC 8259) from either reader. The lexer checks a token's syntax first and then
-// makes its value: a string's escapes are decoded, integers that fit are signed 64-bit, larger ones
-// 128-bit, numbers with a fraction or an exponent doubles.
+// The tokens of JSON text (RFC 8259) from either reader. The lexer first checks the syntax of a
+// token and then makes its value: it decodes a string's escapes; an integer becomes a signed 64-bit
+// number if it fits, otherwise a 128-bit number; a number with a fraction or an exponent becomes a
+// double.
 #pragma once
 
 #include <string_view>
@@ -16,7 +17,7 @@ namespace ke::json {
 enum Token : int {
     kTokenInvalid = -1,
     kTokenEnd = 0,
-    // "{", "}", "[", "]", ":" and "," stand for themselves
+    // "{", "}", "[", "]", ":" and "," are represented by their character codes.
     kTokenString = 256,
     kTokenInteger = 257,
     kTokenReal = 258,
@@ -26,24 +27,26 @@ enum Token : int {
     kTokenBigInteger = 262,
 };
 
-// Decodes the escapes of a string that is known to be well formed, from `first` to `last` into `out`, which
-// may be `first` itself. The end of the decoded text, or nullptr on an escape of zero or of a surrogate
-// without its partner.
+// Decodes the escapes of a string, which must be well formed, from `first` to `last` into `out`.
+// `out` may be `first`, because decoding never makes a text longer. Returns the end of the decoded
+// text, or nullptr if an escape stands for zero or for a surrogate without its partner.
 char* decode_string(const char* first, const char* last, char* out);
 
-// What becomes of a number from `first` to `last` with a byte beyond ASCII right behind it: it is converted
-// with that byte, so the status is that of the conversion which its kind and size ask for.
+// Returns the status of a number from `first` to `last` that is directly followed by a byte beyond
+// ASCII. It is the status of converting the number together with that byte: WIQ_ERR_TRAILING_CHARS
+// for an integer that fits an i64, WIQ_ERR_BAD_FORMAT for any other number.
 i32 status_of_spoiled(const char* first, const char* last, bool is_real);
 
-// The value of a decimal integer with an optional "-", modulo 2^128.
+// Returns the value of a decimal integer with an optional "-", modulo 2^128.
 wiq_uint128 wrap_u128(const char* first, const char* last);
 
-// A token and its value: of a kind, only the fields that belong to it are set.
+// A token and its value. Only the fields that belong to the token's kind are set.
 struct Lexeme {
     int token = kTokenInvalid;
-    const char* text = nullptr;  // valid until the next token is read, and not terminated
+    const char* text = nullptr;  // not terminated; valid until the next token is read
     size_t length = 0;
-    bool in_source = false;  // the text is the source's own, and stays for as long as that does
+    // Whether the text is in the source itself, where it stays valid as long as the source does.
+    bool in_source = false;
     i64 integer = 0;
     double real = 0;
     wiq_uint128 big = {};
@@ -57,7 +60,8 @@ class Lexer {
     Lexer(const Lexer&) = delete;
     Lexer& operator=(const Lexer&) = delete;
 
-    // Reads the next token: 0, or why there is none, the token then being kTokenInvalid.
+    // Reads the next token. Returns 0, or the status of the failure. The token is then
+    // kTokenInvalid, but after WIQ_ERR_NO_MEMORY it may be any.
     i32 scan() {
         const int c = reader_.first_of_token();
         switch (c) {
@@ -73,13 +77,14 @@ class Lexer {
                 return scan_from(c);
         }
     }
-    // Reads the next token only if it is this character and stands right here.
+    // Reads the next token only if it is this character and no blanks come before it. The current
+    // token does not change. Returns whether it was read; a stream never does that.
     bool take(char c) { return reader_.take(c); }
     int token() const { return current_.token; }
     const Lexeme& current() const { return current_; }
 
-    // The current string's text in memory that stays as it is until the next text is held; nullptr without
-    // memory for that.
+    // Returns the text of the current string in memory that is valid until the next call. Returns
+    // nullptr if there is no memory for that.
     const char* hold_text() {
         if (current_.in_source)
             return current_.text;
@@ -93,8 +98,9 @@ class Lexer {
     i32 position() const { return reader_.position(); }
 
   private:
-    // Reads the token that begins with this byte and is more than one character. Not inline: the others
-    // need none of its registers.
+    // Reads a token that is not a single character and begins with `c`, which may also be the end
+    // or a failure. Not inline, so that scan() saves no registers for it when the token is a single
+    // character.
     [[gnu::noinline]] i32 scan_from(int c) {
         current_.token = kTokenInvalid;
         const i32 status = scan_longer(c);
@@ -114,7 +120,7 @@ class Lexer {
                                               : static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN);
     }
 
-    // true, false, null.
+    // Scans one of the words true, false and null.
     i32 scan_word() {
         int c = reader_.next();
         while (c >= 0 && is_alpha(static_cast<char>(c)))
@@ -131,8 +137,9 @@ class Lexer {
         return current_.token == kTokenInvalid ? static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN) : 0;
     }
 
-    // The token's text, when `c` has been read behind it; gives that byte back where that is possible. A
-    // byte beyond ASCII is not, and stays the text's last.
+    // Returns the token's text after the byte `c` that follows it has been read, and takes that
+    // byte back if possible. A byte beyond ASCII cannot be taken back and remains the last one of
+    // the text.
     std::string_view token_text(int c) {
         reader_.unread(c);
         const char* first = reader_.token_begin();
@@ -141,7 +148,7 @@ class Lexer {
 
     static bool is_digit_int(int c) { return c >= '0' && c <= '9'; }
 
-    // Skips digits; the byte behind them.
+    // Skips digits and returns the byte after them.
     int skip_digits() {
         reader_.skip_digits();
         int c = reader_.next();
@@ -168,6 +175,8 @@ class Lexer {
         }
     }
 
+    // The fast path could not tell what the number is. This checks its syntax byte by byte and then
+    // converts it.
     i32 scan_any_number(int c) {
         bool is_real = false;
         if (c == '-')
@@ -217,7 +226,7 @@ class Lexer {
         return 0;
     }
 
-    // Syntax first, up to the closing quote; then the escapes, if there were any.
+    // Checks the syntax up to the closing quote, and then decodes the escapes if there were any.
     i32 scan_string() {
         if (reader_.take_plain_string(&current_.text, &current_.length)) {
             current_.token = kTokenString;
@@ -280,7 +289,7 @@ class Lexer {
     Reader reader_;
     Lexeme current_;
     SmallBuffer<2048> decoded_;  // a string whose escapes were decoded
-    SmallBuffer<256> held_;      // see hold_text()
+    SmallBuffer<256> held_;      // the copy that hold_text() makes
 };
 
 }  // namespace ke::json

@@ -1,4 +1,10 @@
-// See open_containers.h.
+// Collects the children of open containers, and makes each container when it closes.
+// open_containers.h explains why it is not made earlier, and when it is.
+//
+// Each child has exactly one owner at all times: the list of its kind or the table of its
+// container. So ~OpenContainers() can release whatever a failure leaves. While the document is
+// being made, the only owner of a node is this class, so children can be moved without a change of
+// their counts, which are 1.
 
 #include "json/open_containers.h"
 
@@ -10,15 +16,15 @@ namespace ke::json {
 
 namespace {
 
-// The text of a member that makes its object a reference; nullptr if it does not.
+// Returns the string of a member that makes its object a reference, nullptr if the member does not.
 const TextNode* uri_of(const Member* member) {
     const bool is_reference = member->child->type == kJsonString &&
                               std::string_view(member->key(), member->key_length()) == "$ref";
     return is_reference ? as<TextNode>(member->child) : nullptr;
 }
 
-// Releases a node while its document is still being made. This does not touch the document: nobody else knows the
-// node yet.
+// Releases a node while its document is still being made. The document is not touched by that,
+// because nobody else knows the node yet.
 void discard(wiq_json* node) {
     wiq_json_finalize(node);
     if (node != nullptr)
@@ -30,18 +36,24 @@ void discard(wiq_json* node) {
 OpenContainers::~OpenContainers() {
     for (; !frames_.empty(); frames_.pop()) {
         const Frame& frame = frames_.top();
+        // A member in a block of its own that was made early, and is in no list and no table yet.
         if (is_apart(frame))
             free(frame.member);
         abandon(frame);
     }
 }
 
-// Whether the member of an early node has a block of its own.
+// Returns whether the member of a node that was made early has a block of its own.
 bool OpenContainers::is_apart(const Frame& frame) {
     return frame.member != nullptr && is_without_member(frame.node);
 }
 
-// Releases a container's children and the container; a member apart stays.
+// Releases a container's children and the container, if it is made. A member in a block of its own
+// is kept for the caller.
+//
+// If fold() calls this, the member that is freed may be listed in the document's record. Then its
+// node is large, as the key "$ref" is short, and has a chunk of its own. Freeing that chunk touches
+// the document, which is then never freed by its list.
 void OpenContainers::abandon(const Frame& frame) {
     for (size_t i = count_of(frame); i-- != 0;) {
         if (frame.type == kJsonArray) {
@@ -60,6 +72,7 @@ void OpenContainers::abandon(const Frame& frame) {
 i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_keys) {
     Frame frame = {nullptr, nullptr,        key != nullptr ? *key : Key(nullptr, 0, 0), 0,
                    type,    key != nullptr, unique_keys && type == kJsonObject};
+    // `first` is still 0, so this is the number of all children in the list.
     frame.first = count_of(frame);
     const bool early = frame.own_table || (key != nullptr && !key_stays);
     if (early && make_early(&frame, chunks()) != 0)
@@ -72,7 +85,8 @@ i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_k
     return WIQ_ERR_NO_MEMORY;
 }
 
-// Makes the node, without a table, and its member with a copy of the key: 0, or -5000 with nothing changed.
+// Makes a container without a table, and its member with a copy of the key. From then on the
+// frame's key is the member's. Returns 0, or WIQ_ERR_NO_MEMORY with the frame unchanged.
 i32 OpenContainers::make_early(Frame* frame, Chunks* chunks) {
     const Key* key = frame->is_member ? &frame->key : nullptr;
     wiq_json* node = frame->type == kJsonObject
@@ -92,7 +106,7 @@ i32 OpenContainers::make_early(Frame* frame, Chunks* chunks) {
     return 0;
 }
 
-// The same for a container that has children already.
+// The same for the innermost container if it already has children, which learn their parent.
 i32 OpenContainers::make_now(Frame* frame) {
     if (make_early(frame, chunks_of_top()) != 0)
         return WIQ_ERR_NO_MEMORY;
@@ -118,17 +132,18 @@ i32 OpenContainers::close(wiq_json** root) {
     const i32 status = frame.type == kJsonArray ? finish_array(&frame) : finish_object(&frame);
     if (status != 0)
         return status;
-    // Keys that came twice may have left an object with one member.
+    // If a key came twice, an object may have one member now that had more before.
     const TextNode* uri = frame.own_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
         return fold(uri, root);
-    // The frame stays readable until another is pushed.
+    // pop() only lowers the stack's size: the frame stays readable until another one is pushed, and
+    // nothing below pushes one.
     frames_.pop();
     forget_children(frame);
     return hand_over(frame.node, frame.member, frame, root);
 }
 
-// Gives a node to what was open around a frame that is closed.
+// Gives a node to the container around a frame that is closed, or to *root.
 i32 OpenContainers::hand_over(wiq_json* node, Member* member, const Frame& frame, wiq_json** root) {
     if (!frames_.empty())
         return give(node, member, frame.is_member ? &frame.key : nullptr);
@@ -136,7 +151,9 @@ i32 OpenContainers::hand_over(wiq_json* node, Member* member, const Frame& frame
     return 0;
 }
 
-// Called while the table is still empty or the frame's list is, so that a failure leaves every child with one owner.
+// Lists the table of the innermost container, unless it is the root's. It must be called while
+// either the table or the frame's list is empty, so that a failure leaves every child with one
+// owner.
 bool OpenContainers::list_table_of(const Frame& frame) {
     return frames_.size() == 1 || list_table(&chunks_, frame.node);
 }
@@ -153,6 +170,8 @@ i32 OpenContainers::finish_array(Frame* frame) {
         if (array == nullptr)
             return WIQ_ERR_NO_MEMORY;
         frame->node = array;
+        // Not made early, so there are so few children that the table follows the node in its
+        // block, and need not be listed.
         for (i32 i = 0; i < size; ++i)
             settle(array, i, children[i]);
     }
@@ -174,6 +193,7 @@ i32 OpenContainers::finish_array(Frame* frame) {
 
 i32 OpenContainers::finish_object(Frame* frame) {
     const size_t count = count_of(*frame);
+    // The members of such a container are in the table already.
     if (frame->own_table)
         return list_table_of(*frame) ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
     if (count > load_limit(kMostBuckets))
@@ -195,16 +215,22 @@ i32 OpenContainers::finish_object(Frame* frame) {
     Member** const members = members_of(*frame);
     if (count != 0 && !build_table(&obj->members, members, count))
         return finish_with_duplicates(frame);
+    // An index is not listed.
     if (index_of(obj->members) != nullptr)
         chunks_.touch_document();
+    // The children of a container that was made early know it already.
     for (size_t i = 0; i < count && !early; ++i)
         settle(obj, members[i], members[i]->child);
     return 0;
 }
 
-// Adds the members one by one, so that those of the same key replace each other.
+// Fills an object's table by adding the members one by one, so that later members replace earlier
+// ones with the same key. Members that share a long chain come here, too: the table then gets an
+// index.
 i32 OpenContainers::finish_with_duplicates(Frame* frame) {
-    // The table was listed.
+    // The table may be listed and is freed now; replaced members and their children are freed, too.
+    // So the document must not be freed by its list. There is a record to be touched: the first
+    // chunk is too small for two members.
     chunks_.touch_document();
     drop_table(frame->node);
     auto* obj = as<ObjectNode>(frame->node);
@@ -219,7 +245,8 @@ i32 OpenContainers::finish_with_duplicates(Frame* frame) {
     return done == count ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
 }
 
-// The text of an object's only member if that makes it a reference.
+// Returns the string of an object's only member if that makes the object a reference, otherwise
+// nullptr.
 const TextNode* OpenContainers::reference_in(const Frame& frame) {
     if (frame.own_table) {
         const auto* obj = as<ObjectNode>(frame.node);
@@ -228,7 +255,7 @@ const TextNode* OpenContainers::reference_in(const Frame& frame) {
     return count_of(frame) == 1 ? uri_of(members_of(frame)[0]) : nullptr;
 }
 
-// Puts a reference in the place of the object that says it.
+// Puts a reference in the place of the innermost object, whose only member holds `uri`.
 i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
     const Frame& frame = frames_.top();
     wiq_json* reference = new_text_node(kJsonRef, uri->text, uri->length,
@@ -243,7 +270,8 @@ i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
             return WIQ_ERR_NO_MEMORY;
         }
     }
-    // The key's text may go with the object. Now the reference or the member has it.
+    // This may free the text of the frame's key. The reference or `member` has a copy, and give()
+    // only reads the key's length from here on.
     abandon(frame);
     frames_.pop();
     return hand_over(reference, member, frame, root);

@@ -1,14 +1,17 @@
-// The containers that the parser has opened and not closed yet. A container is made when it closes, with
-// its table behind it in one block: only then is known how large that is. Until then its children wait in
-// a list, in the order in which they came.
+// The containers that the parser has opened and not closed yet. A container is made when it closes,
+// with its table after it in one block, because only then is the size of its table known. Until
+// then its children wait in a list, in the order in which they came.
 //
-//   frames           one for each open container: its kind, its key, where its children begin
-//   elems, members   the outermost container's children, then the next one's, ...
+//   frames           one for each open container: its type, its key, where its children begin
+//   elems, members   the children of the outermost container, then those of the next one, ...
 //
-// Some containers are made earlier, and their children know them from then on:
-//   - one with more children than a table in the node's block is for;
-//   - one whose key stands in memory that the next token needs;
-//   - an object whose keys are to be unique. Its members go into its own table at once.
+// For example, after `{"a": [1, 2` there are two frames, the object's and the array's. The nodes 1
+// and 2 wait in elems; members is empty, as "a" gets its member when the array closes.
+//
+// Some containers are made earlier, and from then on their children have them as parent:
+//   - one with more children than a table in the node's block can hold;
+//   - one whose key lies in memory that the next token overwrites;
+//   - an object whose keys must be unique. Its members go into its own table at once.
 #pragma once
 
 #include "containers/small_stack.h"
@@ -21,21 +24,25 @@ class OpenContainers {
     OpenContainers() = default;
     OpenContainers(const OpenContainers&) = delete;
     OpenContainers& operator=(const OpenContainers&) = delete;
-    // Releases all that is open.
+    // Releases everything that is open.
     ~OpenContainers();
 
     bool empty() const { return frames_.empty(); }
     bool in_object() { return frames_.top().type == kJsonObject; }
 
-    // Where the next value's memory comes from: nullptr for the root, which has a block of its own.
+    // Returns where the memory of the next value comes from: nullptr for the root, which has a
+    // block of its own.
     Chunks* chunks() { return frames_.empty() ? nullptr : &chunks_; }
+    // The same if a container is open.
     Chunks* chunks_of_children() { return &chunks_; }
 
-    // Opens a container; with a key, whose text stays as it is or not, if it is to be a member. 0, or -5000.
+    // Opens a container. If it is to be a member, `key` is its key, and `key_stays` tells whether
+    // the key's text outlives the next token. Returns 0 or WIQ_ERR_NO_MEMORY.
     i32 open(u16 type, const Key* key, bool key_stays, bool unique_keys);
 
-    // Gives a new node to the innermost container, as a member if there is a key, with which it was made.
-    // 0, or -5000; the node is not the caller's any more.
+    // Gives a new node to the innermost container. With a key, it becomes a member, and the node
+    // must have been made with this key. Returns 0 or WIQ_ERR_NO_MEMORY; in both cases the node no
+    // longer belongs to the caller.
     i32 add(wiq_json* node, const Key* key) {
         if (key != nullptr && is_without_member(node))
             return give(node, nullptr, key);
@@ -44,24 +51,26 @@ class OpenContainers {
                               : give_elem(frames_.top(), node);
     }
 
-    // Whether the innermost container, an object whose keys are to be unique, has a member with this key.
+    // Returns whether the innermost container has a member with this key. It must be an object
+    // whose keys must be unique.
     bool has_member(const Key& key) {
         return find(as<ObjectNode>(frames_.top().node)->members, key) != nullptr;
     }
 
-    // Closes the innermost container and gives it to the one around it, or to *root. An object whose only
-    // member is "$ref" with a text becomes a reference. 0, or -5000.
+    // Closes the innermost container and gives it to the one around it, or to *root. An object
+    // whose only member is "$ref" with a string becomes a reference. Returns 0 or
+    // WIQ_ERR_NO_MEMORY.
     i32 close(wiq_json** root);
 
-    // Called when all is closed.
+    // Gives the document's record to its root. Called when everything is closed.
     void give_document_to(wiq_json* root) { give_document(&chunks_, root); }
 
   private:
     struct Frame {
         wiq_json* node;  // nullptr until it is made
-        Member* member;  // the one of a node that was made early
-        Key key;         // meaningless outside of objects
-        size_t first;    // of its children in their list
+        Member* member;  // of a node that was made early
+        Key key;         // the container's own, if it is a member
+        size_t first;    // where its children begin in their list
         u16 type;
         bool is_member;
         bool own_table;  // its members are in its own table, not in the list
@@ -79,11 +88,17 @@ class OpenContainers {
             members_.truncate(frame.first);
     }
 
+    // Gives a node to the innermost container. With a key it becomes a member; `member` is nullptr
+    // if the member shares the node's block or is still to be made. Returns 0 or WIQ_ERR_NO_MEMORY;
+    // in both cases node and member no longer belong to the caller.
     i32 give(wiq_json* node, Member* member, const Key* key);
+    // The same for a node whose count is set and whose member, if it is to have one, is made. If
+    // the container gets more children than a table in its node's block can hold, it is made now.
     i32 give_elem(Frame& array, wiq_json* node);
     i32 give_member(Frame& obj, wiq_json* node, Member* member);
 
-    // Where the memory of the innermost open container itself comes from: nullptr if it is the root.
+    // Returns where the memory of the innermost open container itself comes from: nullptr if it is
+    // the root.
     Chunks* chunks_of_top() { return frames_.size() == 1 ? nullptr : &chunks_; }
 
     static i32 make_early(Frame* frame, Chunks* chunks);

@@ -1,9 +1,10 @@
-// The parser: a grammar of two states (a value is due; a value was read) over the containers that are open,
-// which stand on a stack of their own (open_containers.h), so that nesting needs no recursion.
+// The parser: a grammar with two states (a value is expected; a value was read). The containers
+// that are open are on a stack (open_containers.h), so nesting needs no recursion.
 //
-// Inside containers only the kind of a token is looked at: a token that cannot be read is -1046 where a
-// value is due and -1045 where a comma, a colon, a key or a bracket is. Only the first token of a text
-// tells its own status. Memory is the exception: its lack is -5000 everywhere.
+// Inside containers the parser only uses the kind of a token, not the status of reading it: a token
+// that cannot be read gives WIQ_ERR_JSON_BAD_TOKEN where a value is expected, and
+// WIQ_ERR_JSON_UNEXPECTED_TOKEN where a comma, a colon, a key or a bracket is. Only the first token
+// of a text reports its own status. WIQ_ERR_NO_MEMORY is the exception: it is reported everywhere.
 
 #include "json/lexer.h"
 #include "json/node.h"
@@ -57,12 +58,13 @@ class Parser {
         return lexer_.token() == kTokenEnd ? 0 : static_cast<i32>(WIQ_ERR_JSON_TRAILING_DATA);
     }
 
-    // Reads a token inside a container: 0, or -5000.
+    // Reads a token inside a container. Returns 0, even for an invalid token, or WIQ_ERR_NO_MEMORY.
     i32 scan_inside() {
         return lexer_.scan() == WIQ_ERR_NO_MEMORY ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 0;
     }
 
-    // The value that the current token is or begins, put where it belongs. A container is open then.
+    // Reads the value that the current token is or begins, and puts it where it belongs. If the
+    // token begins a container, it is opened, and the loop in document() reads its children.
     i32 value() {
         value_is_due_ = false;
         if (open_.empty())
@@ -80,7 +82,7 @@ class Parser {
         return root_ != nullptr ? 0 : status;
     }
 
-    // Inlined twice, for a member, with its key, and for an element, with nullptr.
+    // Inlined twice: for a member, with its key, and for an element, with nullptr.
     [[gnu::always_inline]] i32 child_value(const Key* key) {
         if (lexer_.token() == '{')
             return open_object(key);
@@ -91,7 +93,8 @@ class Parser {
         return node != nullptr ? open_.add(node, key) : status;
     }
 
-    // A node of the current token, which must be a value without children; nullptr and a status otherwise.
+    // Returns a node for the current token, which must be a value without children; otherwise
+    // nullptr, with *status set.
     [[gnu::always_inline]] wiq_json* new_value(const Key* key, Chunks* chunks, i32* status) {
         const Lexeme& now = lexer_.current();
         *status = WIQ_ERR_NO_MEMORY;
@@ -119,7 +122,8 @@ class Parser {
         }
     }
 
-    // Opens a container and reads what may follow its bracket: the closing one, or the first child.
+    // These open a container and read what may follow its bracket: the closing bracket, or the
+    // first child.
     i32 open_object(const Key* key) {
         i32 status = open_.open(kJsonObject, key, key_stays_, reject_duplicates_);
         if (status == 0)
@@ -140,7 +144,7 @@ class Parser {
                                            : expect_value();
     }
 
-    // What may follow an element: a comma and another one, or the bracket.
+    // Reads what may follow an element: a comma and another element, or the closing bracket.
     i32 after_element() {
         if (!lexer_.take(',')) {
             const i32 status = scan_inside();
@@ -158,7 +162,7 @@ class Parser {
                                            : expect_value();
     }
 
-    // What may follow a member.
+    // Reads what may follow a member: a comma and another member, or the closing bracket.
     i32 after_member() {
         if (!lexer_.take(',')) {
             const i32 status = scan_inside();
@@ -178,7 +182,8 @@ class Parser {
                                            : static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_TOKEN);
     }
 
-    // A key with its colon and its value. The end of the text is an early end only before the first key.
+    // Reads a key and its colon, and the token after them. The end of the text is reported as
+    // WIQ_ERR_JSON_UNEXPECTED_END only before the first key.
     i32 member_key(bool first) {
         if (lexer_.token() != kTokenString)
             return first ? unexpected() : static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_TOKEN);
@@ -200,7 +205,8 @@ class Parser {
         return status != 0 ? status : expect_value();
     }
 
-    // The current token is to be, or to begin, a value; left to the loop, not to recursion.
+    // The current token must be, or begin, a value. The loop in document() reads it, so that there
+    // is no recursion.
     i32 expect_value() {
         value_is_due_ = true;
         return 0;
@@ -211,8 +217,8 @@ class Parser {
     bool reject_duplicates_;
     bool value_is_due_ = false;
     wiq_json* root_ = nullptr;
-    Key key_ = {nullptr, 0, 0};  // whose value is due, in an object
-    bool key_stays_ = false;     // its text is the source's own
+    Key key_ = {nullptr, 0, 0};  // in an object: of the value that is expected
+    bool key_stays_ = false;     // its text is in the source itself
     OpenContainers open_;
 };
 

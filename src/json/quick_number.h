@@ -1,5 +1,6 @@
-// Reading the usual numbers of JSON text in one pass: integers of up to 18 digits, and reals of up to 19 digits
-// whose value one multiplication or division gives. The rest is left to the conversions of text/numbers.h.
+// A fast path for the usual numbers of JSON text, which reads them in one pass: integers of up to
+// 18 digits, and reals of up to 19 digits whose value one multiplication or division gives. All
+// other numbers are left to the conversions of text/numbers.h.
 #pragma once
 
 #include <bit>
@@ -11,24 +12,27 @@
 
 namespace ke::json {
 
+// What the fast path knows about a number. kNone: nothing; the general path must read it. kInteger
+// and kReal: it is valid and has this value. kRealText: it is a valid real that needs the general
+// conversion.
 struct QuickNumber {
     enum Kind { kNone, kInteger, kReal, kRealText } kind = kNone;
     const char* end = nullptr;
     i64 integer = 0;
-    double real = 0;  // not of kRealText, which is a real that needs a conversion of its own
+    double real = 0;  // only of kReal
 };
 
-// A significand of up to 2^53 and powers of ten up to 22 are doubles without rounding, so that their product
-// or quotient is rounded once, correctly (W. D. Clinger, "How to Read Floating Point Numbers Accurately",
-// 1990).
+// A significand of up to 2^53 and powers of ten up to 10^22 are doubles without rounding. So their
+// product or quotient is rounded only once, which gives the correct result (W. D. Clinger, "How to
+// Read Floating Point Numbers Accurately", 1990).
 constexpr u64 kExactSignificand = u64{1} << 53;
 constexpr int kExactPower = 22;
 inline constexpr double kPowersOfTen[kExactPower + 1] = {
     1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
     1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
-// The powers of five from 5^-27 to 5^55 as 128-bit significands with the highest bit set. Those from 0 up are
-// exact. The reciprocals are rounded up, which is exact enough: see scale_by_power().
+// The powers of five from 5^-27 to 5^55 as 128-bit significands whose highest bit is set. From 5^0
+// up they are exact. The reciprocals are rounded up, which is exact enough, see scale_by_power().
 constexpr int kLeastPower = -27;
 constexpr int kMostPower = 55;
 struct PowersOfFive {
@@ -46,7 +50,8 @@ struct PowersOfFive {
         }
         power = 5;
         for (int i = -1; i >= kLeastPower; --i, power *= 5) {
-            // 2^(bits + 127) / power, one binary digit after another: as 2^bits > power, it has 128 digits.
+            // 2^(bits + 127) / power, one binary digit after another. The quotient has 128 digits
+            // because 2^bits lies between the power and its double.
             int bits = 0;
             while (u128{1} << bits < power)
                 ++bits;
@@ -66,36 +71,39 @@ struct PowersOfFive {
 };
 inline constexpr PowersOfFive kPowersOfFive;
 
-// significand * 10^power, correctly rounded, for a significand above 0 and a power from kLeastPower to
-// kMostPower (D. Lemire, "Number Parsing at a Gigabyte per Second", 2021, algorithm 1; why it needs no other
-// conversion to fall back on: N. Mushtak and D. Lemire, "Fast Number Parsing Without Fallback", 2023). All
-// results are normal numbers.
+// Returns significand * 10^power, correctly rounded. The significand must not be 0, and the power
+// must lie between kLeastPower and kMostPower; all results are then normal numbers. This is
+// algorithm 1 of D. Lemire, "Number Parsing at a Gigabyte per Second", 2021. N. Mushtak and D.
+// Lemire, "Fast Number Parsing Without Fallback", 2023, explain why it needs no other conversion to
+// fall back on.
 inline double scale_by_power(u64 significand, int power) {
     constexpr int kMantissa = 52;  // bits stored
     const PowersOfFive::Value five = kPowersOfFive.values[power - kLeastPower];
     const int shift = std::countl_zero(significand);
     significand <<= shift;
     u128 product = static_cast<u128>(significand) * five.hi;
-    // The low half of the power can only matter if all bits below those that are kept are set.
+    // The low half of the power can only matter if all bits of the product below those that are
+    // kept are set.
     constexpr u64 kBelow = ~u64{0} >> (kMantissa + 3);
     if ((static_cast<u64>(product >> 64) & kBelow) == kBelow)
         product += static_cast<u128>(significand) * five.lo >> 64;
     const u64 hi = static_cast<u64>(product >> 64);
     const int upper = static_cast<int>(hi >> 63);
     const int extra = upper + 64 - kMantissa - 3;
-    u64 mantissa = hi >> extra;  // with a bit for rounding
+    u64 mantissa = hi >> extra;  // the bits that are kept, and one for rounding
     // floor(power * log2(10)) by a multiplication, which is right for these powers.
     int exponent = ((217706 * power) >> 16) + 63 + upper - shift + 1023;
-    // Halfway between two numbers, which only these powers bring about: to the even one.
+    // A product halfway between two doubles, which only these powers can give, is rounded to the
+    // even one.
     if (static_cast<u64>(product) <= 1 && power >= -4 && power <= 23 && (mantissa & 3) == 1 &&
         mantissa << extra == hi)
         mantissa &= ~u64{1};
     mantissa = (mantissa + (mantissa & 1)) >> 1;
-    // A carry out of the mantissa is one in the exponent, and leaves the mantissa 0.
+    // A carry out of the mantissa leaves the mantissa 0 and adds 1 to the exponent, as it should.
     return std::bit_cast<double>(mantissa + (static_cast<u64>(exponent - 1) << kMantissa));
 }
 
-// Eight characters at once: how many digits they begin with, and the value of these.
+// The digits with which eight characters begin: how many there are, and their value.
 struct EightDigits {
     int count;
     u64 value;
@@ -104,11 +112,13 @@ inline EightDigits read_eight_digits(const char* p) {
     u64 bytes = 0;
     memcpy(&bytes, p, sizeof(bytes));
     constexpr u64 kOnes = 0x0101010101010101;
-    // The high bit of a byte: above "9", or below "0". A carry only reaches bytes behind the first of these.
+    // The high bit of a byte is set if the character is above "9" or below "0". A carry out of a
+    // byte only reaches the bytes after the first such character.
     const u64 digits = bytes ^ ('0' * kOnes);
     const u64 others = (digits | (digits + (0x7F - 9) * kOnes)) & (0x80 * kOnes);
     const int count = others == 0 ? 8 : std::countr_zero(others) / 8;
-    // Zeros in front of them instead of what is behind; then pairs, fours, eights are put together.
+    // Shifts the digits to the end, with zeros before them, so that what followed them is lost.
+    // Then pairs, groups of four and all eight are combined.
     u64 value = count == 0 ? 0 : digits << (8 * (8 - count));
     value = (value & (0x0F * kOnes)) * 2561 >> 8;
     value = (value & 0x00FF00FF00FF00FF) * 6553601 >> 16;
@@ -116,8 +126,9 @@ inline EightDigits read_eight_digits(const char* p) {
     return {count, value};
 }
 
-// Adds the digits at `p` to a significand, which is of use only if there were few of them. Their end. From
-// `p` to `safe_end`, if that is further on, there is text.
+// Appends the digits at `p` to a significand and returns their end. If there are many digits, the
+// significand overflows and is useless, but the end is right. All bytes from `p` to `safe_end` must
+// be readable, if `safe_end` is after `p`; beyond, the text must end in a byte that is not a digit.
 inline const char* add_digits(const char* p, const char* safe_end, u64* significand) {
     constexpr u64 kPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
     if constexpr (std::endian::native == std::endian::little) {
@@ -134,7 +145,8 @@ inline const char* add_digits(const char* p, const char* safe_end, u64* signific
     return p;
 }
 
-// Reads an exponent behind its "e": the end, or nullptr if it is none, or is a large one.
+// Reads an exponent after its "e". Returns its end, or nullptr if it is invalid or has more than
+// four digits.
 inline const char* read_exponent(const char* p, int* exponent) {
     constexpr ptrdiff_t kMostDigits = 4;
     const bool negative = *p == '-';
@@ -148,9 +160,9 @@ inline const char* read_exponent(const char* p, int* exponent) {
     return end;
 }
 
-// Reads a number at `first`, in text that a byte ends which no number has, but not before `safe_end`. kNone is
-// a number of which this cannot tell at once that it is right and what it is; a byte beyond ASCII behind it
-// spoils one.
+// Reads the number at `first`. The text must end in a byte that cannot occur in a number, and be
+// readable up to `safe_end`. Returns kNone for anything that the fast path cannot both validate and
+// convert, and for a number that is followed by a byte beyond ASCII, which makes it invalid.
 inline QuickNumber read_number(const char* first, const char* safe_end) {
     constexpr ptrdiff_t kSafeDigits = 18;
     constexpr ptrdiff_t kMostDigits = 19;  // of a significand
@@ -169,6 +181,7 @@ inline QuickNumber read_number(const char* first, const char* safe_end) {
         if (p == fraction)
             return {};
         count += p - fraction;
+        // With more digits the significand and the power are not used.
         power = count <= kMostDigits ? -static_cast<int>(p - fraction) : 0;
         is_real = true;
     }

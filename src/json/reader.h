@@ -1,13 +1,17 @@
-// Where JSON text comes from: a string in memory or an open stream. Both readers give the lexer one byte at
-// a time, checked as UTF-8; a place is a line, a column and the bytes consumed.
+// Where JSON text comes from: a string in memory or an open stream. Both readers give the lexer one
+// byte at a time, checked as UTF-8. A place in the text is a line, a column and the number of bytes
+// consumed.
 //
-// What next() gives:
-//   0 to 127      a byte
-//   -128 to -1    the first byte of a valid sequence beyond ASCII, as its signed value: JSON text is ASCII,
-//                 so the byte is a failure wherever it stands, and is consumed and counted before it is
-//   -3004         the end; it stays
-//   -1049         an invalid sequence, of which nothing is counted; it stays
-// Behind a byte beyond ASCII nothing more is read: every token that meets one is the last.
+// next() returns one of these:
+//   0 to 127                a byte
+//   -128 to -1              the first byte of a valid sequence beyond ASCII, as a signed value;
+//                           JSON text is ASCII, so it is an error wherever it is found; it is
+//                           consumed and counted
+//   WIQ_ERR_EOF             the end (-3004); all later calls return it, too
+//   WIQ_ERR_JSON_BAD_UTF8   an invalid sequence (-1049), of which nothing is counted; all later
+//                           calls return it, too
+//
+// Nothing is read after a byte beyond ASCII: a token that contains one is the last.
 #pragma once
 
 #include <cstdio>
@@ -23,13 +27,14 @@
 
 namespace ke::json {
 
-// Each stays at the largest i32 where a text is longer.
+// Each number stays at INT32_MAX if the text is too long for it.
 struct Place {
     i32 line;
     i32 column;
     i32 position;
 };
 
+// Returns a count as an i32, INT32_MAX if it is larger.
 constexpr i32 told(i64 count) {
     return count < INT32_MAX ? static_cast<i32>(count) : INT32_MAX;
 }
@@ -38,12 +43,12 @@ constexpr bool starts_character(u8 byte) {
     return utf8_length(byte) != 0;
 }
 
-// A NUL-terminated string. Nothing is counted on the way: the place is worked out from what was consumed.
-// The string's length is not asked for either, so that reading one value of many from a long text costs
-// only what that value is long.
+// Reads a NUL-terminated string. Lines and columns are not counted while reading; place() works
+// them out from the text that was consumed. The length of the string is not determined either, so
+// that reading one value from the beginning of a long text takes no longer than the value needs.
 class StringReader {
   public:
-    // Whether a token's text can be pointed at after the next token is read.
+    // Whether the text of a token is still valid after the next token is read.
     static constexpr bool kTextStays = true;
 
     explicit StringReader(const char* text)
@@ -56,14 +61,14 @@ class StringReader {
         ++next_;
         return byte;
     }
-    // Takes back the byte that next() gave; only values above 0 can be.
+    // Takes back the byte that next() has just returned. Only values above 0 can be taken back.
     void unread(int c) {
         if (c > 0)
             --next_;
     }
 
-    // The first byte behind blanks, with which a token begins: its text is from there to the last byte
-    // before token_end().
+    // Skips blanks and returns the first byte of a token, or whatever else next() returns. The
+    // token's text begins there and ends at token_end().
     int first_of_token() {
         if (*next_ <= ' ')
             skip_blanks();
@@ -74,7 +79,7 @@ class StringReader {
     const char* token_end() const { return next_; }
     bool failed() const { return false; }
 
-    // Moves on over the next byte if it is this one, which is a token.
+    // Skips the next byte if it is `c`, which is a token of its own. Returns whether it was.
     bool take(char c) {
         if (*next_ != c)
             return false;
@@ -82,8 +87,9 @@ class StringReader {
         return true;
     }
 
-    // The usual string, all plain characters up to its closing quote, in one piece: moves on behind the
-    // quote. False, with nothing read, if it is not known at once to be one.
+    // Reads the rest of a string in one piece, and its closing quote, if it has only plain
+    // characters. Returns false, with nothing read, if that is not known at once; the string may
+    // still turn out to be valid.
     bool take_plain_string(const char** text, size_t* length) {
         if (next_ >= plain_end_)
             look_ahead();
@@ -96,8 +102,8 @@ class StringReader {
         return true;
     }
 
-    // A number, whose first digit or sign was read, in one piece: moves on behind it. Anything that is not
-    // simply right is not read, and kNone.
+    // Reads a number in one piece, after its first digit or sign was read. Returns kNone, with
+    // nothing more read, for any number that the fast path does not accept.
     QuickNumber take_number() {
         if (plain_end_ - token_ < kLongNumber)
             look_ahead();
@@ -107,13 +113,14 @@ class StringReader {
         return number;
     }
 
-    // Moves on over decimal digits.
+    // Skips decimal digits.
     void skip_digits() {
         while (is_digit(*next_))
             ++next_;
     }
 
-    // Moves on over the "u" and the four digits of an escape, if that is what comes.
+    // Skips the "u" and the four digits of an escape. Returns false, with nothing read, if they are
+    // not all known at once to be there.
     bool skip_unicode_escape() {
         if (next_[0] != 'u' || plain_end_ - next_ <= 4)
             return false;
@@ -123,8 +130,8 @@ class StringReader {
         return any >= 0;
     }
 
-    // Moves on over the characters that a string holds as they stand, as far as is known at once; there
-    // may be more.
+    // Skips plain characters, which a string contains unescaped, as far as they are known at once.
+    // There may be more of them.
     void skip_plain() {
         if (next_ >= plain_end_)
             look_ahead();
@@ -159,7 +166,7 @@ class StringReader {
         }
     }
 
-    // Indentation makes long runs of these.
+    // Indentation makes long runs of spaces.
     void skip_spaces() {
         if (plain_end_ - next_ < kLongRun)
             look_ahead();
@@ -169,15 +176,17 @@ class StringReader {
     int next_special() {
         if (*next_ == '\0')
             return WIQ_ERR_EOF;
-        // The check ends at the first byte that continues nothing, so at the NUL at the latest.
+        // The check stops at the first byte that is not a continuation, so at the NUL at the
+        // latest.
         const auto* sequence = reinterpret_cast<const u8*>(next_);
         if (!utf8_valid_sequence(sequence, utf8_length(*sequence)))
             return WIQ_ERR_JSON_BAD_UTF8;
         return static_cast<i8>(*next_++);
     }
 
-    // Finds a stretch without the NUL, twice as long as the one before: in all no more is looked at than
-    // twice what is consumed, and a stretch is still in the nearest cache when it is read.
+    // Finds text without a NUL after next_, each time twice as much as before, up to kLongest. So
+    // apart from the first piece, at most twice as much is examined as is consumed, and what was
+    // examined is still in the nearest cache when it is read.
     void look_ahead() {
         const void* nul = memchr(next_, '\0', ahead_);
         plain_end_ = nul != nullptr ? static_cast<const char*>(nul) : next_ + ahead_;
@@ -192,12 +201,12 @@ class StringReader {
     const char* start_;
     const char* next_;
     const char* token_;
-    const char* plain_end_;  // no NUL between next_ and here
+    const char* plain_end_;  // between next_ and here is no NUL
     size_t ahead_ = 128;
 };
 
-// An open stream, read byte by byte and never further than the byte behind a token; locked while the
-// reader lives. The text of a token is kept in a buffer.
+// Reads an open stream byte by byte, and never further than the byte after a token. The stream is
+// locked as long as the reader lives. The text of a token is kept in a buffer.
 class StreamReader {
   public:
     static constexpr bool kTextStays = false;
@@ -216,7 +225,7 @@ class StreamReader {
             count(static_cast<u8>(c));
         return c;
     }
-    // A NUL stays consumed: only values above 0 can be taken back.
+    // A NUL stays consumed, as only values above 0 can be taken back.
     void unread(int c) {
         if (c <= 0)
             return;
@@ -232,7 +241,7 @@ class StreamReader {
         pushed_back_ = c;
     }
 
-    // Every byte is kept until the next token begins.
+    // Every byte that is read is kept until the next token begins.
     int first_of_token() {
         for (;;) {
             kept_.len = 0;
@@ -243,10 +252,12 @@ class StreamReader {
     }
     const char* token_begin() const { return kept_.data; }
     const char* token_end() const { return kept_.data + kept_.len; }
-    // Without memory for the token's text.
+    // Whether a token's text could not be kept because of a lack of memory. The token must not be
+    // used then.
     bool failed() const { return failed_; }
 
-    // What a string in memory can pass in one piece is read byte by byte here.
+    // A string in memory can do these in one piece. A stream is read byte by byte, so it does
+    // nothing and the lexer takes the general way.
     bool take(char) { return false; }
     void skip_plain() {}
     bool take_plain_string(const char**, size_t*) { return false; }
@@ -272,7 +283,7 @@ class StreamReader {
         return c < 0x80 ? c : fetch_sequence(static_cast<u8>(c));
     }
 
-    // Reads a whole sequence, as long as its first byte says it is, before any of it is judged.
+    // Reads a whole sequence, as long as its first byte says it is, and then checks it.
     int fetch_sequence(u8 lead) {
         const u32 length = utf8_length(lead);
         u8 sequence[4] = {lead};
@@ -299,7 +310,7 @@ class StreamReader {
         keep(static_cast<char>(byte));
     }
 
-    // A token's text cannot hold a NUL.
+    // A NUL is not kept: no token contains one.
     void keep(char byte) {
         if (byte == '\0')
             return;
@@ -315,9 +326,9 @@ class StreamReader {
     i64 line_ = 1;
     i64 column_ = 0;
     i64 position_ = 0;
-    i64 previous_column_ = 0;
-    int pushed_back_ = 0;
-    int state_ = 0;
+    i64 previous_column_ = 0;  // of the line before, so that a line feed can be taken back
+    int pushed_back_ = 0;      // the byte that was taken back, or 0
+    int state_ = 0;            // WIQ_ERR_EOF or WIQ_ERR_JSON_BAD_UTF8 once next() has returned it
     bool failed_ = false;
 };
 
