@@ -1,4 +1,5 @@
-// The exported dump functions: each makes a visitor, gives it its target, and starts the walk.
+// The exported dump functions: each makes a visitor, gives it its target, and starts the walk. The
+// conversion of doubles and the sorting of members, which all dumps share, are also here.
 
 #include <algorithm>
 #include <bit>
@@ -19,7 +20,8 @@ bool has_lesser_key(const Member* a, const Member* b) {
     return strcmp(a->key(), b->key()) < 0;
 }
 
-// What is left of a fraction whose digits are shifted out: whether it rounds up, a half to even.
+// Returns whether a fraction is rounded up when its lowest `shift` bits are dropped: if they are
+// more than a half, or a half and the last digit that is kept is odd.
 bool rounds_up(u128 scaled, int shift) {
     const u128 half = u128{1} << (shift - 1);
     const u128 rest = scaled & (2 * half - 1);
@@ -28,19 +30,23 @@ bool rounds_up(u128 scaled, int shift) {
 
 }  // namespace
 
-// A double is a whole number times a power of two. Where that and six decimals fit 128 bits, a product and a
-// shift give its digits exactly; the runtime's conversion does the rest.
+// A double is an integer, its mantissa, times a power of two. The mantissa times a million fits 128
+// bits. For a value below kMost, a shift of this product then gives the value in millionths, in 64
+// bits, and the bits that are shifted out say exactly how to round it. The runtime's conversion
+// writes larger values, infinities and NaN.
 char* write_double(char* out, double value) {
     constexpr int kMantissa = 52;
     constexpr u64 kDecimals = 1000000;
-    constexpr double kMost = 9e12;  // times a million below 2^63
+    constexpr double kMost = 9e12;  // times a million, this is below 2^63
     const u64 bits = std::bit_cast<u64>(value);
     const int exponent = static_cast<int>(bits >> kMantissa & 0x7FF) - 1023 - kMantissa;
     if (!(std::fabs(value) < kMost))
         return std::to_chars(out, out + kMaxDoubleText, value, std::chars_format::fixed, 6).ptr;
     const u64 mantissa = (bits & ((u64{1} << kMantissa) - 1)) | u64{1} << kMantissa;
     const u128 scaled = static_cast<u128>(mantissa) * kDecimals;
-    // Above 0, since 9e12 is below 2^52; above 100 not half a millionth is left.
+    // The exponent is below 0, since 9e12 is less than 2^52. With a shift above 100, less than half
+    // a millionth is left; so the bit that a normal mantissa has may also be set for zero and for
+    // tiny numbers.
     const int shift = -exponent;
     u64 millionths = 0;
     if (shift <= 100)
@@ -49,7 +55,8 @@ char* write_double(char* out, double value) {
         *out++ = '-';
     out = write_u64(out, millionths / kDecimals);
     *out++ = '.';
-    // Six digits with their zeros in front: one more in front of them, which is overwritten.
+    // Six digits with leading zeros: one million is added, so that the number has seven digits, and
+    // the first one is left out.
     char decimals[kMaxDecimalDigits64];
     write_u64(decimals, millionths % kDecimals + kDecimals);
     memcpy(out, decimals + 1, 6);
@@ -66,8 +73,9 @@ const Member** sorted_members(const ObjectNode* obj) {
          member = next_member(obj, member)) {
         *place++ = member;
     }
-    // Not qsort: that of some runtimes takes quadratic time for an order that a document can be made to have.
-#ifndef __clang_analyzer__  // It takes the list for uninitialised.
+    // Not qsort(): in some runtimes that takes quadratic time for certain orders, which a hostile
+    // document could bring about.
+#ifndef __clang_analyzer__  // the analyzer takes the list for uninitialised
     std::sort(members, place, has_lesser_key);
 #endif
     return members;

@@ -1,6 +1,6 @@
-// Where the serializer writes to: a string buffer, or a stream by way of a block of its own. Both show the
-// room that is left as a window, so that a few characters are written in place with one comparison, and
-// take long runs in one piece.
+// Where the serializer writes: a string buffer, or a stream by way of a block of memory. Both show
+// the room that is left as a window. So a few characters are written in place after one comparison,
+// and long runs are taken in one piece.
 #pragma once
 
 #include <cstdio>
@@ -15,8 +15,8 @@ namespace ke::json {
 template <class Derived>
 class WindowSink {
   public:
-    // Room for n characters, or nullptr with failure() telling why. What is written there counts when
-    // used() is told where it ends.
+    // Returns room for n characters, or nullptr with the status in failure(). Commit what you wrote
+    // by passing its end to used().
     char* room(size_t n) {
         return static_cast<size_t>(end_ - next_) >= n ? next_
                                                       : static_cast<Derived*>(this)->more_room(n);
@@ -34,7 +34,8 @@ class WindowSink {
     }
 
   protected:
-    // The window: what is behind the text in a buffer, but for a byte that the NUL needs.
+    // Sets the window to the unused room after the text in a buffer, without the byte that the NUL
+    // needs. Returns its start.
     char* look_at(wiq_strbuf* buf) {
         next_ = buf->data + buf->len;
         end_ = buf->data + (buf->capacity != 0 ? buf->capacity - 1 : 0);
@@ -51,7 +52,7 @@ class WindowSink {
 
 class StrbufSink : public WindowSink<StrbufSink> {
   public:
-    // Whether nothing is written of a string that cannot be written whole.
+    // Whether a string that cannot be written whole must not be written at all.
     static constexpr bool kWholeStrings = false;
 
     explicit StrbufSink(wiq_strbuf* buf) : buf_(buf) { look_at(buf_); }
@@ -64,7 +65,7 @@ class StrbufSink : public WindowSink<StrbufSink> {
         }
         return look_at(buf_);
     }
-    // Terminates the text, also that of a dump that failed midway.
+    // Terminates the text, also after a dump that failed midway.
     i32 finish() {
         buf_->len = length_in(buf_);
         if (buf_->data != nullptr)
@@ -80,8 +81,8 @@ class StreamSink : public WindowSink<StreamSink> {
   public:
     static constexpr bool kWholeStrings = true;
 
-    // The block is an initialised buffer of the caller's. It grows to this size, and beyond it only for a
-    // piece that needs more in one go.
+    // The block is an initialised buffer of the caller's. It grows to this size, and beyond that
+    // only for a piece that needs more room at once.
     static constexpr u64 kBlock = u64{32} * 1024;
 
     StreamSink(FILE* stream, wiq_strbuf* block) : stream_(stream), block_(block) {
@@ -104,9 +105,9 @@ class StreamSink : public WindowSink<StreamSink> {
             return flush() != 0 ? failure() : put(bytes, count);
         return WindowSink::write(bytes, count);
     }
-    // Hands over what is left, also that of a dump that failed midway.
+    // Passes on what is left, also after a dump that failed midway.
     i32 finish() { return flush(); }
-    // Bytes that the stream has taken.
+    // Returns the number of bytes that the stream has accepted.
     u64 written() const { return written_; }
 
   private:
@@ -121,7 +122,7 @@ class StreamSink : public WindowSink<StreamSink> {
             written_ += count;
             return 0;
         }
-        return fail(EOF);  // what the runtime's printing functions answer
+        return fail(EOF);  // as the printing functions of the runtime return
     }
 
     FILE* stream_;

@@ -1,6 +1,6 @@
-// See dump_visitor.h. A walk by one of the two final classes themselves takes the short way of
-// dump_writer.h, which gives the same text without recursion; a walk by a client's subclass goes slot by
-// slot, so that every override takes effect.
+// The serializer's classes. If the object's class is one of the two final classes, its walk takes
+// the short cut of dump_writer.h, which gives the same text without recursion. The walk of a
+// client's subclass goes slot by slot, so that every override takes effect.
 
 #include "json/dump_visitor.h"
 
@@ -30,7 +30,8 @@ const JsonDumpVisitorClass* slots_of(const WiqJsonVisitor* self) {
     return reinterpret_cast<const JsonDumpVisitorClass*>(self->object.klass);
 }
 
-// Not left to the runtime by the print slots here: runtimes differ in how they write infinities and NaN.
+// The print slots here convert doubles themselves, because runtimes write infinities and NaN in
+// different ways.
 constexpr const char* kDoubleFormat = "%f";
 
 bool is_double(const char* format) {
@@ -41,7 +42,8 @@ bool is_pretty(WiqJsonVisitor* self) {
     return (dump_visitor(self)->flags & WIQ_JSON_DUMP_PRETTY) != 0;
 }
 
-// The two output slots, of which a subclass may replace either: what they are given is part of the interface.
+// These call the two output slots, either of which a subclass may replace. So the arguments that
+// the slots get are part of the interface.
 i32 print(WiqJsonVisitor* self, const char* literal) {
     return slots_of(self)->print(self, literal);
 }
@@ -51,12 +53,14 @@ i32 print_newline(WiqJsonVisitor* self) {
                            : 0;
 }
 
+// Writes an opening bracket. If pretty, the lines after it are indented one level further.
 i32 begin(WiqJsonVisitor* self, const char* bracket) {
     if (is_pretty(self))
         dump_visitor(self)->indent = moved_indent(dump_visitor(self)->indent, kIndentStep);
     return print(self, bracket);
 }
 
+// Writes a closing bracket; if pretty, on a line of its own, indented one level less.
 i32 end(WiqJsonVisitor* self, const char* bracket, const char* bracket_on_its_line) {
     if (!is_pretty(self))
         return print(self, bracket);
@@ -76,6 +80,7 @@ i32 print_key(WiqJsonVisitor* self, const char* key) {
     return status != 0 || !is_pretty(self) ? status : print(self, " ");
 }
 
+// Writes an object with one member whose value is a string.
 i32 print_single_member(WiqJsonVisitor* self, const char* key, const char* text) {
     i32 status = begin(self, "{");
     if (status == 0)
@@ -184,7 +189,7 @@ i32 dump_class_init(WiqClass* klass) {
     return 0;
 }
 
-// The walk of the base class, for subclasses.
+// The walk of the base class, which calls slot by slot, for subclasses.
 i32 visit_by_slots(WiqJsonVisitor* self, wiq_json_t* node) {
     const auto* base = reinterpret_cast<const WiqJsonVisitorClass*>(
         object_get_super_class(&self->object, &WiqJsonVisitorType));
@@ -215,7 +220,8 @@ i32 str_print(WiqJsonVisitor* self, const char* format, ...) {
     return written < 0 ? written : 0;
 }
 
-// Appends a text as a JSON string: 0, or the status of what failed, with what came before it appended.
+// Appends a text as a JSON string. Returns 0, or the status of a failure, with the part of the text
+// before it appended.
 i32 append_quoted(wiq_strbuf* buf, const char* text) {
     if (text == nullptr)
         return WIQ_ERR_INVALID_ARG;
@@ -240,7 +246,7 @@ i32 str_class_init(WiqClass* klass) {
     return 0;
 }
 
-// The count is an i32 and stays at its largest value.
+// Adds to the count of bytes, which is an i32 and stays at INT32_MAX.
 void count_written(JsonDumpFileVisitor* visitor, u64 count) {
     const u64 left = static_cast<u64>(i64{INT32_MAX} - visitor->written);
     visitor->written = count < left ? visitor->written + static_cast<i32>(count) : INT32_MAX;
@@ -257,7 +263,8 @@ i32 file_visit(WiqJsonVisitor* self, wiq_json_t* node) {
     return status;
 }
 
-// As the runtime's printing functions: -1 where the stream fails.
+// Writes bytes to the stream. Returns 0, or -1 if the stream fails, as the printing functions of
+// the runtime do.
 i32 file_write(JsonDumpFileVisitor* visitor, const char* bytes, u64 count) {
     if (os::write_stream(visitor->stream, bytes, count) != count)
         return EOF;
@@ -285,7 +292,8 @@ i32 file_print(WiqJsonVisitor* self, const char* format, ...) {
     return status;
 }
 
-// By way of the scratch buffer, so that nothing of a text that cannot be escaped reaches the stream.
+// Writes by way of the scratch buffer, so that nothing reaches the stream of a text that cannot be
+// escaped.
 i32 file_print_string(WiqJsonVisitor* self, const char* text) {
     JsonDumpFileVisitor* visitor = file_visitor(self);
     i32 status = append_quoted(&visitor->scratch, text);

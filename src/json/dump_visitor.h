@@ -1,6 +1,6 @@
-// The serializer's classes: JsonDumpVisitor makes the text through two output slots of its own, its two
-// subclasses implement them for a string buffer and for a stream. A client that finds their descriptors in
-// type_list() may derive from them.
+// The serializer's classes. JsonDumpVisitor makes the text by way of two output slots of its own;
+// its two subclasses implement them for a string buffer and for a stream. A client that finds their
+// descriptors in type_list() may derive from them.
 #pragma once
 
 #include <cstdio>
@@ -12,7 +12,7 @@ namespace ke::json {
 struct JsonDumpVisitor {
     WiqJsonVisitor base;
     u32 flags;
-    i32 indent;  // blanks in front of a line; moves by two a level when pretty
+    i32 indent;  // blanks before a line; if pretty, changes by two a level
 };
 
 struct JsonDumpStrVisitor {
@@ -23,17 +23,18 @@ struct JsonDumpStrVisitor {
 struct JsonDumpFileVisitor {
     JsonDumpVisitor base;
     FILE* stream;  // not owned
-    i32 written;   // bytes, INT32_MAX where they are more
+    i32 written;   // bytes; stays at INT32_MAX if there are more
     wiq_strbuf scratch;
 };
 
 struct JsonDumpVisitorClass {
     WiqJsonVisitorClass base;
-    // Writes formatted text: 0 or a negative status. The formats are literal texts without a conversion,
-    // "%lld" and "%llu", "%f" for a double, "%s" for the digits of a 128-bit number, and, before a line,
-    // "\n%*s", "\n%*s}" or "\n%*s]" with the indentation and an empty text.
+    // Writes formatted text. Returns 0 or a negative status. The format is a literal text without a
+    // conversion, or one of these: "%lld", "%llu"; "%f" for a double; "%s" for the digits of a
+    // 128-bit number; before a line "\n%*s", "\n%*s}" or "\n%*s]", with the indentation and an
+    // empty text as arguments.
     i32 (*print)(WiqJsonVisitor* self, const char* format, ...);
-    // Writes a text as a JSON string, quotes included: 0 or a negative status.
+    // Writes a text as a JSON string, including the quotes. Returns 0 or a negative status.
     i32 (*print_string)(WiqJsonVisitor* self, const char* text);
 };
 

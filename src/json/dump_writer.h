@@ -1,5 +1,6 @@
-// The serializer's walk: the same text that the dump classes' slots give one by one, written without
-// recursion and without a call a token. Containers that are open stand on an explicit stack.
+// The serializer's walk. It writes the same text that the slots of the dump classes write one by
+// one, but without recursion and without a call for each token. The open containers are on an
+// explicit stack.
 #pragma once
 
 #include "containers/small_stack.h"
@@ -11,19 +12,21 @@
 namespace ke::json {
 
 constexpr i32 kIndentStep = 2;
-// An indentation one level further in or out. It is a caller's number at first and wraps.
+// Returns the indentation one level further in or out. It begins as a number of the caller's
+// choice, so it may wrap.
 inline i32 moved_indent(i32 indent, i32 by) {
     return static_cast<i32>(static_cast<u32>(indent) + static_cast<u32>(by));
 }
 
-// A double in full: a sign, 309 digits, the point and six decimals.
+// The longest text of a double: a sign, 309 digits, the point and six decimals.
 constexpr size_t kMaxDoubleText = 1 + 309 + 1 + 6;
 
-// A double as "%f" writes it in the "C" locale; infinities and NaN as "inf" and "nan". Its end.
+// Writes a double as "%f" does in the "C" locale; infinities and NaN are "inf" and "nan". Returns
+// the end. Up to kMaxDoubleText bytes must have room at `out`.
 char* write_double(char* out, double value);
 
-// The members of an object, at least one, in the order of their keys' bytes, in one block that the caller
-// frees; nullptr without memory.
+// Returns the members of an object, sorted by the bytes of their keys, in a block that the caller
+// frees. The object must have members. Returns nullptr when out of memory.
 const Member** sorted_members(const ObjectNode* obj);
 
 template <class Sink>
@@ -57,7 +60,7 @@ class DumpWriter {
   private:
     static constexpr size_t kQuotes = 2;
 
-    // Room that is known to be enough.
+    // A sink with room that is known to be sufficient.
     struct RoomSink {
         char* out;
         i32 write(const char* bytes, size_t count) {
@@ -70,9 +73,9 @@ class DumpWriter {
     // A container whose children are being written.
     struct Open {
         const wiq_json* container;
-        const Member** members;  // the sorted members, or nullptr for map order
-        const Member* member;    // in map order, the one to be written next
-        i32 done;                // children written
+        const Member** members;  // the sorted members, or nullptr to use map order
+        const Member* member;    // in map order: the next one to be written
+        i32 done;                // number of children written
         i32 count;
     };
 
@@ -111,8 +114,9 @@ class DumpWriter {
         }
     }
 
-    // These write children of the innermost open container up to one that opens another, and close it behind
-    // the last.
+    // These write children of the innermost open container until one of them opens another
+    // container. After the last child they close the container. Opening a container may move the
+    // stack, so `open` is not used after that.
     i32 elements(Open* open) {
         wiq_json** const elems = elems_of(as<ArrayNode>(open->container));
         while (open->done != open->count) {
@@ -195,13 +199,14 @@ class DumpWriter {
             indent_ = moved_indent(indent_, kIndentStep);
     }
 
-    // What stands before a child: a comma unless it is the first, and its own line.
+    // Writes what comes before a child: a comma unless it is the first child, and if pretty, a new
+    // line.
     i32 separator(bool comma) {
         const i32 status = comma ? put(',') : 0;
         return status != 0 || !pretty_ ? status : newline();
     }
 
-    // An object of one member whose value is a string.
+    // Writes an object with one member whose value is a string.
     i32 single_member(const char* name, const char* text, size_t length) {
         indent_in();
         i32 status = put('{');
@@ -226,8 +231,9 @@ class DumpWriter {
                                : quoted(text, length, "", 0);
     }
 
-    // A text in quotes and a few bytes behind them. The usual text, short and of plain ASCII, is copied and
-    // looked at in one go; one that is not is written once more, by way of its runs.
+    // Writes a text in quotes, and `tail` after it. The usual text is short and plain ASCII: it is
+    // copied and checked at the same time. If it turns out not to be plain, it is written again
+    // with escapes.
     i32 quoted(const char* text, size_t length, const char* tail, size_t tail_length) {
         constexpr size_t kShort = 1024;
         if (length >= kShort)
@@ -247,6 +253,8 @@ class DumpWriter {
             const i32 status = escape_text(text, text + length, room);
             out = room.out;
             if (status != 0) {
+                // A sink that takes whole strings only has not been told of what was written, so
+                // the start of an invalid text is dropped.
                 if (!Sink::kWholeStrings)
                     sink_.used(out);
                 return status;
@@ -270,8 +278,8 @@ class DumpWriter {
         return status != 0 || tail_length == 0 ? status : sink_.write(tail, tail_length);
     }
 
-    // A line feed and as many blanks as the width of a "%*s" of the indentation: rarely more than a few, but
-    // a caller may ask for billions.
+    // Writes a line feed and as many blanks as "%*s" does for the indentation. Usually these are
+    // few, but a caller may ask for billions.
     i32 newline() {
         constexpr size_t kAtOnce = 4096;
         size_t blanks = static_cast<size_t>(indent_ < 0 ? -i64{indent_} : i64{indent_});
@@ -300,7 +308,7 @@ class DumpWriter {
         });
     }
 
-    // Lets `write` put at most n characters in place.
+    // Lets `write` write at most n characters in place.
     template <class Write>
     i32 in_place(size_t n, const Write& write) {
         char* out = sink_.room(n);

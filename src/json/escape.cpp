@@ -1,5 +1,6 @@
-// The exported escape functions. Only what JSON demands is escaped: quote, backslash and the characters
-// below 0x20; everything else, "/" and raw UTF-8 too, is copied.
+// The exported escape functions. Only characters that JSON does not allow in a string are escaped:
+// the quote, the backslash and the characters below 0x20. Everything else is copied, also "/" and
+// UTF-8.
 
 #include "json/escape.h"
 
@@ -44,7 +45,7 @@ char* write_escape(char* out, u8 c) {
 
 namespace {
 
-// Counts what would be written.
+// A sink that only counts the bytes.
 struct CountingSink {
     u64 count;
     i32 write(const char*, size_t n) {
@@ -53,8 +54,8 @@ struct CountingSink {
     }
 };
 
-// Whether `used` bytes and the escapes of a valid text are more than `longest`. Only a text that can be too
-// long is looked at.
+// Returns whether `used` bytes and the escaped form of a valid text are together more than
+// `longest`. The text is only examined if it is so long that this is possible.
 bool is_too_long(const char* text, size_t length, u64 used, u64 longest) {
     if (used > longest)
         return true;
@@ -72,8 +73,8 @@ i32 escape_within(const char* text, wiq_strbuf* buf, u64 longest) {
     const size_t length = strlen(text);
     if (is_too_long(text, length, buf->len, longest))
         return WIQ_ERR_RANGE;
-    // The text may lie in the buffer and move with it; that an append failed for lack of memory is not
-    // reported.
+    // The text may lie in the buffer, and moves with it. A failure to append because of a lack of
+    // memory is not reported.
     const BufferArg arg(buf, text);
     for (size_t at = 0; at != length;) {
         const char* run = arg.now(buf) + at;

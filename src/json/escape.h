@@ -1,4 +1,4 @@
-// JSON string escaping into any sink, shared by the exported escape functions and the serializer.
+// JSON string escaping into any sink. The exported escape functions and the serializer share it.
 #pragma once
 
 #include <cstring>
@@ -12,22 +12,22 @@ namespace ke::json {
 // The longest escape: a backslash, "u" and four digits.
 constexpr size_t kMaxEscape = 6;
 
-// Writes the escape of a character that needs one; its end.
+// Writes the escape of a character that needs one. Returns its end.
 char* write_escape(char* out, u8 c);
 
 constexpr bool needs_escape(u8 c) {
     return c < 0x20 || c == '"' || c == '\\';
 }
 
-// The end of the run of characters that are copied as they stand, from `p`; *valid tells whether it
-// stopped at something else than an invalid UTF-8 sequence.
+// Returns the end of the run of characters from `p` that are copied unchanged. *valid is false if
+// the run ends at an invalid UTF-8 sequence.
 inline const char* plain_run(const char* p, const char* end, bool* valid) {
     *valid = true;
     for (;;) {
         p = skip_plain_ascii(p, end);
         if (p == end || needs_escape(static_cast<u8>(*p)))
             return p;
-        // Characters beyond ASCII rarely come alone.
+        // Characters beyond ASCII usually come in groups.
         do {
             const u8* sequence = reinterpret_cast<const u8*>(p);
             const u32 length = utf8_length(*sequence);
@@ -40,7 +40,7 @@ inline const char* plain_run(const char* p, const char* end, bool* valid) {
     }
 }
 
-// Whether a text can be escaped: it has no invalid UTF-8 sequence.
+// Returns whether a text can be escaped, which is if it contains no invalid UTF-8 sequence.
 inline bool is_valid_text(const char* p, const char* end) {
     bool valid = true;
     while (valid && p != end) {
@@ -51,8 +51,9 @@ inline bool is_valid_text(const char* p, const char* end) {
     return valid;
 }
 
-// Appends a text, without quotes: 0; -7003 on invalid UTF-8, with what is before it appended; or the
-// failure of the sink, which has `i32 write(const char*, size_t)`.
+// Appends an escaped text, without quotes. Returns 0; WIQ_ERR_BAD_FORMAT for invalid UTF-8, with
+// the text before it appended; or the failure of the sink, which has a member function `i32
+// write(const char*, size_t)`.
 template <class Sink>
 i32 escape_text(const char* text, const char* end, Sink& sink) {
     for (const char* p = text; p != end;) {

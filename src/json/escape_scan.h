@@ -1,6 +1,7 @@
-// Finding the end of a run of characters that the serializer copies as they stand: ASCII from 0x20 up,
-// neither quote nor backslash. Sixteen bytes at a time with SSE2, which every x86-64 has; the plain form is
-// for other machines, for tails, and for tests to compare with.
+// Finds the end of a run of characters that the serializer copies unchanged: ASCII from 0x20 up,
+// except the quote and the backslash. With SSE2, which every x86-64 processor has, sixteen bytes
+// are examined at a time. The bytewise form serves other machines, the ends of texts, and tests as
+// a reference.
 #pragma once
 
 #if defined(__SSE2__)
@@ -31,7 +32,7 @@ inline const char* skip_plain_ascii(const char* p, const char* end) {
     const __m128i blank = _mm_set1_epi8(0x20);
     for (; end - p >= 16; p += 16) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        // Signed: below 0x20 are the control characters and everything from 0x80 up.
+        // A signed comparison: both control characters and bytes from 0x80 up are below 0x20.
         const __m128i special = _mm_or_si128(
             _mm_cmplt_epi8(bytes, blank),
             _mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, backslash)));
@@ -43,8 +44,8 @@ inline const char* skip_plain_ascii(const char* p, const char* end) {
     return skip_plain_ascii_bytewise(p, end);
 }
 
-// Copies bytes and tells whether all of them are such characters. What is behind `out` may be written to, but
-// not further than the copy reaches.
+// Copies `count` bytes and returns whether all of them are such characters. Nothing after `out` +
+// `count` is written.
 inline bool copy_plain_ascii(char* out, const char* p, size_t count) {
 #if defined(__SSE2__)
     const __m128i quote = _mm_set1_epi8('"');
@@ -55,7 +56,7 @@ inline bool copy_plain_ascii(char* out, const char* p, size_t count) {
             _mm_cmplt_epi8(bytes, blank),
             _mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, backslash)));
     };
-    // The last block may overlap the one before.
+    // The last block may overlap the one before it.
     if (count >= 16) {
         __m128i found = _mm_setzero_si128();
         const size_t last = count - 16;
@@ -91,7 +92,7 @@ inline bool copy_plain_ascii(char* out, const char* p, size_t count) {
     return skip_plain_ascii_bytewise(p, p + count) == p + count;
 }
 
-// The end of a run of spaces.
+// Returns the end of a run of spaces.
 inline const char* skip_spaces_before(const char* p, const char* end) {
 #if defined(__SSE2__)
     const __m128i space = _mm_set1_epi8(' ');

@@ -1,6 +1,7 @@
-// The base class of every walk over a document: it owns the order of a walk and the dispatch by kind, and
-// calls each step through the class record, so that a subclass changes only what it cares about. The walk
-// recurses, one level of the stack for each of the document.
+// The base class of every walk over a document. It determines the order of a walk and which
+// operation is called for which type, and calls each step through the class record, so that a
+// subclass overrides only what it needs. The walk recurses: each level of the document takes one
+// level of the stack.
 
 #include "json/builtin_types.h"
 #include "json/node.h"
@@ -11,6 +12,7 @@ const WiqJsonVisitorClass* slots_of(const WiqJsonVisitor* self) {
     return reinterpret_cast<const WiqJsonVisitorClass*>(self->object.klass);
 }
 
+// The slot gets a pointer, so the value is copied.
 i32 visit_u128_copy(const WiqJsonVisitorClass* slots, WiqJsonVisitor* self, wiq_json_t* node) {
     wiq_uint128 value;
     wiq_json_u128_get(&value, node);
@@ -18,7 +20,7 @@ i32 visit_u128_copy(const WiqJsonVisitorClass* slots, WiqJsonVisitor* self, wiq_
 }
 
 i32 visit(WiqJsonVisitor* self, wiq_json_t* node) {
-    // A subclass may have removed a child that the walk still counts on.
+    // A subclass may have removed a child that the walk was about to visit.
     if (node == nullptr)
         return WIQ_ERR_INVALID_ARG;
     const WiqJsonVisitorClass* slots = slots_of(self);
@@ -67,7 +69,8 @@ i32 visit_object(WiqJsonVisitor* self, wiq_json_t* obj) {
     i32 status = wiq_strv_init(&keys);
     if (status != 0)
         return status;
-    // A failure to collect the keys is not reported: the object is walked as if it had no members.
+    // If the keys cannot be collected, the negative count is not reported: the object is walked as
+    // if it had no members.
     const i32 count = slots->object_keys(self, obj, &keys);
     status = slots->object_begin(self, obj);
     if (status == 0)
