@@ -1,4 +1,4 @@
-// The library's own types, in the order in which they stand in the registry.
+// Registers the library's own types, in the order in which they appear in the registry.
 
 #include "json/builtin_types.h"
 

@@ -1,4 +1,5 @@
-// The type descriptors of the library's own classes, each defined beside its class.
+// The type descriptors of the library's own JSON classes, each of which is defined beside its
+// class.
 #pragma once
 
 #include "ke_utils/json.h"

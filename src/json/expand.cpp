@@ -1,8 +1,10 @@
-// Expanding references in place. First every reference that can be reached is found, inner ones before
-// those that lead to them; then each is replaced by a copy of its target, in that order, so that no copy
-// holds a reference. The walk keeps its place on an explicit stack: neither the document's depth nor a
-// chain of references that lead to each other uses the thread's stack. Where a chain ends is remembered for
-// each reference in it, so that it is followed once.
+// Expands references in place. First every reference that can be reached is found, inner ones
+// before those that lead to them. Then each is replaced by a copy of its target, in that order, so
+// that no copy holds a reference.
+//
+// The walk uses an explicit stack: neither a deep document nor a chain of references that lead to
+// each other uses the thread's stack. The end of such a chain is remembered for each reference in
+// it, so that it is followed only once.
 
 #include <atomic>
 
@@ -14,11 +16,13 @@ namespace ke::json {
 
 namespace {
 
+// The capacity with which the two weak arrays begin.
 constexpr i32 kFirstPlaces = 5;
 
 class Expansion {
   public:
-    // The weak arrays are the caller's; nodes that they hold already count as in progress or finished.
+    // The weak arrays belong to the caller. Nodes that they already hold count as in progress or
+    // finished.
     Expansion(wiq_json_t* pending, wiq_json_t* expanded) : pending_(pending), expanded_(expanded) {}
     Expansion(const Expansion&) = delete;
     Expansion& operator=(const Expansion&) = delete;
@@ -38,7 +42,7 @@ class Expansion {
         return status;
     }
 
-    // Puts a copy of a reference's final target in its place.
+    // Puts a copy of a reference's final target in the place of the reference.
     i32 replace(wiq_json_t* reference) {
         wiq_json_t* target = nullptr;
         const i32 followed = follow(reference, &target);
@@ -49,15 +53,16 @@ class Expansion {
         if (copy == nullptr)
             return static_cast<i32>(err);
         const i32 status = wiq_json_swap_child(reference, copy);
-        // A reference that only a weak container holds has no place of its own to give up.
+        // A reference that only a weak container holds has no parent, so the copy has no place to
+        // go.
         if (copy->parent == nullptr)
             wiq_json_unref(copy);
         return status;
     }
 
   private:
-    // What the walk is in the middle of: a container with its next child, or, with `container` NULL, a
-    // node whose target has been walked.
+    // What the walk is in the middle of: a container and its next child, or, if `container` is
+    // NULL, a node whose target has been walked.
     struct Step {
         wiq_json* container;
         const Member* member;
@@ -65,7 +70,8 @@ class Expansion {
         wiq_json* finished;
     };
 
-    // Whether a node is in one of the arrays is asked for every reference: a map by identity answers.
+    // For every reference the walk asks whether a node is in one of the arrays. A map from
+    // addresses answers that.
     i32 prepare() {
         i32 status = wiq_map_init(&states_, 0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr);
         states_ready_ = status == 0;
@@ -90,16 +96,18 @@ class Expansion {
         return wiq_map_put(&states_, node, const_cast<char*>(state));
     }
 
-    // The first node behind a reference that is none. What stands behind the first step is looked up each
-    // time, since it may have been replaced; where a chain of more steps ends stays as it is, since what has
-    // been replaced is equal to that end.
+    // Follows a reference to the first node that is not a reference. The first step is resolved
+    // each time, because its target may have been replaced by now. The end of a longer chain is
+    // remembered: if a reference in the chain has been replaced, its replacement is a copy of that
+    // end. The remembered nodes exist until the end, since `expanded_` keeps the references that
+    // have been replaced.
     i32 follow(wiq_json_t* reference, wiq_json_t** target) {
         i32 status = resolve(reference, target);
         while (status == 0 && (*target)->type == kJsonRef) {
             wiq_json_t* node = *target;
             auto* end = static_cast<wiq_json_t*>(wiq_map_get(&targets_, node));
             if (end == node)
-                status = WIQ_ERR_JREF_CYCLE;  // met before in this chain
+                status = WIQ_ERR_JREF_CYCLE;  // it has been passed in this chain
             else if (end != nullptr)
                 *target = end;
             else if (!chain_.push(node))
@@ -122,7 +130,8 @@ class Expansion {
         return static_cast<i32>(err);
     }
 
-    // Begins the expansion of a node: of a reference met in the walk, or of the root.
+    // Begins the expansion of a node, which is the root or a reference that the walk has met. The
+    // node is in progress from here until leave().
     i32 enter(wiq_json_t* node) {
         const void* state = wiq_map_get(&states_, node);
         if (state == &kExpanded)
@@ -145,6 +154,7 @@ class Expansion {
         return walk(target);
     }
 
+    // Marks the expansion of a node as finished.
     i32 leave(wiq_json_t* node) {
         i32 status = wiq_json_array_pop(pending_, 1);
         if (status == 0)
@@ -154,7 +164,8 @@ class Expansion {
 
     i32 visit(wiq_json_t* node) { return node->type == kJsonRef ? enter(node) : walk(node); }
 
-    // A node that is no reference: a container is walked, a scalar is nothing to the expansion.
+    // Walks a node that is not a reference: a container is put on the stack, any other value needs
+    // nothing.
     i32 walk(wiq_json_t* node) {
         switch (node->type) {
             case kJsonObject:
@@ -190,15 +201,17 @@ class Expansion {
         return 0;
     }
 
-    // Two distinct addresses as states.
+    // Two distinct addresses that stand for the states.
     static constexpr char kPending = 'p';
     static constexpr char kExpanded = 'x';
 
     wiq_json_t* pending_;
     wiq_json_t* expanded_;
-    wiq_map states_;  // of nodes whose expansion is in progress or finished
-    wiq_map
-        targets_;  // where a reference that another one leads to ends; itself while that is not known
+    // The state of each node whose expansion is in progress or finished.
+    wiq_map states_;
+    // Maps each reference to which another one leads to the end of its chain, and to itself as long
+    // as that is not known.
+    wiq_map targets_;
     bool states_ready_ = false;
     bool targets_ready_ = false;
     SmallStack<Step, 32> steps_;
@@ -208,7 +221,7 @@ class Expansion {
 i32 expand(wiq_json_t* root, wiq_json_t* pending, wiq_json_t* expanded) {
     Expansion expansion(pending, expanded);
     i32 status = expansion.run(root);
-    // The last one is the root, which stays.
+    // The last one is the root, which is not replaced.
     const i32 count = wiq_json_array_size(expanded) - 1;
     for (i32 i = 0; status == 0 && i < count; ++i)
         status = expansion.replace(elems_of(as<ArrayNode>(expanded))[i]);
@@ -246,6 +259,8 @@ constinit WiqType ExpandVisitorType = {
 i32 wiq_json_jref_expand(wiq_json_t* root) {
     if (root == nullptr)
         return WIQ_ERR_INVALID_ARG;
+    // The root may have a count of 0. This reference keeps it while the arrays hold it and let it
+    // go.
     wiq_json_ref(root);
     u32 err = 0;
     wiq_json_t* pending = wiq_json_array_weak_new(ke::json::kFirstPlaces, &err);
@@ -256,7 +271,7 @@ i32 wiq_json_jref_expand(wiq_json_t* root) {
         return static_cast<i32>(err);
     }
     const i32 status = ke::json::expand(root, pending, expanded);
-    // Releasing the arrays releases the references that were swapped out, too.
+    // The arrays hold the last references to the references that were replaced, and release them.
     wiq_json_unref(pending);
     wiq_json_unref(expanded);
     ke::json::count_down(root);

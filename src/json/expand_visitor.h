@@ -1,4 +1,5 @@
-// The reference expander's class.
+// The instance of the reference expander's class, which clients can find in the registry. It
+// expands the references that a walk meets; wiq_json_jref_expand() does not need it.
 #pragma once
 
 #include "json/builtin_types.h"
@@ -7,8 +8,8 @@ namespace ke::json {
 
 struct ExpandVisitor {
     WiqJsonVisitor base;
-    wiq_json_t* pending;   // weak array: nodes whose expansion is in progress
-    wiq_json_t* expanded;  // weak array: nodes whose expansion is finished, in that order
+    wiq_json_t* pending;   // weak array: the nodes whose expansion is in progress
+    wiq_json_t* expanded;  // weak array: the nodes whose expansion is finished, in that order
 };
 
 }  // namespace ke::json

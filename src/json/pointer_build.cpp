@@ -1,5 +1,5 @@
-// The pointer text of a node, from its parent links. The text is measured first and then written from its
-// end towards the root: one reservation, no recursion.
+// Builds the JSON pointer of a node from its parent links. The text is measured first and then
+// written from its end towards the root, with one reservation and no recursion.
 
 #include <cstring>
 
@@ -19,12 +19,14 @@ size_t escaped_length(const char* key) {
     return length;
 }
 
-// The text of an index, as a signed number like those that the array functions take.
+// Writes an index as a signed number, like those that the array functions take, and returns its
+// length.
 size_t write_index(char* out, u32 index) {
     return static_cast<size_t>(write_i64(out, static_cast<i32>(index)) - out);
 }
 
-// The length of a node's own step, its "/" counted; 0 if its parent is no container.
+// Returns the length of a node's own segment, including its "/", or 0 if its parent is not a
+// container.
 size_t step_length(const wiq_json* node) {
     if (wiq_json_is_obj(node->parent))
         return 1 + escaped_length(node->position.key);
@@ -32,7 +34,7 @@ size_t step_length(const wiq_json* node) {
     return wiq_json_is_array(node->parent) ? 1 + write_index(digits, node->position.index) : 0;
 }
 
-// Writes a node's own step so that it ends at `end`; its start.
+// Writes a node's own segment so that it ends at `end`. Returns its start.
 char* write_step(const wiq_json* node, char* end) {
     char* start = end - step_length(node);
     char* out = start;
@@ -52,7 +54,8 @@ char* write_step(const wiq_json* node, char* end) {
     return start;
 }
 
-// Appends the pointer of a node, with room for `extra` more bytes behind it.
+// Appends the pointer of a node and leaves room for `extra` more bytes after it. Returns 0,
+// WIQ_ERR_WRONG_TYPE or WIQ_ERR_NO_MEMORY, with the buffer's text unchanged on failure.
 i32 append_pointer(const wiq_json* node, wiq_strbuf* buf, size_t extra) {
     size_t length = 0;
     for (const wiq_json* at = node; at->parent != nullptr; at = at->parent) {
@@ -102,11 +105,13 @@ i32 wiq_json_ptr_ext(const wiq_json_t* node, wiq_strbuf* buf) {
 i32 wiq_json_ptr_build_obj_ext(const wiq_json_t* obj, const char* key, wiq_strbuf* buf) {
     if (!wiq_json_is_obj(obj) || key == nullptr || buf == nullptr)
         return WIQ_ERR_INVALID_ARG;
+    // The key may lie in the buffer itself, whose block may move.
     const ke::BufferArg arg(buf, key);
     const size_t length = strlen(key);
     const i32 status = ke::json::append_pointer(obj, buf, length + 1);
     if (status != 0)
         return status;
+    // These cannot fail: append_pointer() has made the room.
     wiq_strbuf_putc(buf, '/');
     wiq_strbuf_write(buf, arg.now(buf), length);
     return 0;

@@ -1,4 +1,4 @@
-// Reading by JSON pointer. References on the way are not followed.
+// Reads by JSON pointer. References on the way are not followed.
 
 #include <cstdlib>
 #include <cstring>
@@ -10,7 +10,7 @@ namespace ke::json {
 
 namespace {
 
-// One step from a node: the child, or nullptr with the status.
+// Goes one step from a node to a child. Returns the child, or nullptr with *status set.
 wiq_json* step(wiq_json* node, const char* name, i32* status) {
     if (const ObjectNode* obj = to_object(node)) {
         wiq_json* child = find_child(obj, name);
@@ -32,7 +32,9 @@ wiq_json* step(wiq_json* node, const char* name, i32* status) {
     return nullptr;
 }
 
-// Follows a pointer; on failure *failed is the length of its part up to and with the failing segment.
+// Follows a pointer. On failure, *failed is the length of the pointer up to and including the
+// segment that failed. Of a segment that cannot be decoded, the decoded characters count, and one
+// more.
 wiq_json* follow(wiq_json* node, const char* ptr, char* scratch, i32* status, size_t* failed) {
     size_t position = *ptr == '#' ? 1 : 0;
     for (;;) {
@@ -53,7 +55,7 @@ wiq_json* follow(wiq_json* node, const char* ptr, char* scratch, i32* status, si
     }
 }
 
-// The first `length` bytes of a pointer, cut at its end, as a new string.
+// Returns the first `length` bytes of a pointer, or all of it if it is shorter, as a new string.
 char* copy_prefix(const char* ptr, size_t length) {
     length = strnlen(ptr, length);
     char* prefix = static_cast<char*>(malloc(length + 1));

@@ -1,6 +1,6 @@
-// Writing by JSON pointer: the containers that are missing on the way are made. An empty segment ends the
-// way like the end of the pointer does, and the value goes where the segment before it leads once more; so
-// "/a//b" stores under "a" in the container at "/a".
+// Writes by JSON pointer. Containers that are missing on the way are made. An empty segment ends
+// the way as the end of the pointer does, and the value goes once more where the segment before it
+// leads: "/a//b" stores under "a" in the container at "/a".
 
 #include <cstring>
 
@@ -15,7 +15,8 @@ bool names_element(const WiqJsonPtrToken& token) {
     return token.kind == WIQ_JSON_PTR_TOK_INDEX || token.kind == WIQ_JSON_PTR_TOK_APPEND;
 }
 
-// Puts a node where a token leads in a container.
+// Stores a node in a container where a token leads. Returns the status of the function that stores
+// it, or WIQ_ERR_WRONG_TYPE.
 i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
     if (wiq_json_is_obj(container))
         return wiq_json_obj_put_ext(container, token.name, node, nullptr);
@@ -26,7 +27,7 @@ i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
     return WIQ_ERR_WRONG_TYPE;
 }
 
-// What a token leads to in a container, nullptr if that is nothing yet.
+// Returns the child to which a token leads in a container, nullptr if there is none yet.
 wiq_json* existing(const wiq_json* container, const WiqJsonPtrToken& token) {
     if (const ObjectNode* obj = to_object(container))
         return find_child(obj, token.name);
@@ -42,7 +43,8 @@ class Writer {
     i32 put(const char* ptr, wiq_json* value) {
         size_t position = 0;
         do {
-            // Each segment is decoded where it stands, so that the one before it stays.
+            // Each segment is decoded at its own position in the scratch memory, so that the name
+            // of the one before it, in previous_, stays valid.
             const i64 count = read_segment(ptr + position, scratch_ + position);
             if (count < 0)
                 return static_cast<i32>(count);
@@ -59,12 +61,13 @@ class Writer {
     }
 
   private:
-    // Goes into the container that the previous token names, or makes it.
+    // Moves to the container that the previous token names, which is made if it does not exist.
     i32 step() {
         const bool element = wiq_json_is_array(container_) && names_element(previous_);
         if (!element && !wiq_json_is_obj(container_))
             return WIQ_ERR_WRONG_TYPE;
-        // A container that was just made is empty: nothing to look for from then on.
+        // Once a container has been made here, it and all that follow are empty, so nothing is
+        // looked up.
         wiq_json* child = created_ ? nullptr : existing(container_, previous_);
         if (child == nullptr) {
             u32 err = 0;
@@ -89,7 +92,8 @@ class Writer {
     bool created_ = false;
 };
 
-// What the typed functions share: a value that was just made is stored, or released again.
+// What the typed functions share: stores a value that was just made, or releases it if it cannot be
+// stored. `made` is the status of making it.
 wiq_json_t* put_new(wiq_json_t* root, const char* ptr, wiq_json_t* value, u32 made, u32* err) {
     i32 status = static_cast<i32>(made);
     if (value != nullptr) {

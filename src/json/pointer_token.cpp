@@ -1,4 +1,5 @@
-// See pointer_token.h.
+// Decodes and classifies the segments of JSON pointers, and provides their scratch memory. See
+// pointer_token.h.
 
 #include "json/pointer_token.h"
 

@@ -16,7 +16,7 @@ wiq_json_t* root_of(wiq_json_t* node) {
     return node;
 }
 
-// One step: what the reference's pointer names, applied to the root of its tree.
+// One step: applies the reference's pointer to the root of its tree.
 wiq_json_t* resolve(const wiq_json_t* reference, u32* err) {
     const char* uri = as<ke::json::TextNode>(reference)->text;
     return wiq_json_ptr_get(root_of(const_cast<wiq_json_t*>(reference)), uri, err, nullptr);
@@ -55,12 +55,14 @@ wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err) {
     if (has_failed(err))
         return nullptr;
     if (!wiq_json_is_jref(node)) {
-        // The node comes back all the same: callers that take plain values too ask for the kind first.
+        // The node is returned all the same: a caller that also accepts plain values asks for the
+        // type first.
         report(err, WIQ_ERR_INVALID_ARG);
         return node;
     }
-    // Brent's way of finding a cycle: one node is remembered, renewed after 1, 2, 4, 8 ... steps; a chain
-    // that loops comes back to it. So a chain of any length needs no list of what was visited.
+    // Brent's algorithm finds a cycle without a list of the visited nodes. One node is remembered,
+    // and replaced by a later one after 1, 2, 4, 8, ... steps. If the chain of references loops, it
+    // comes back to the remembered node.
     const wiq_json_t* remembered = nullptr;
     u64 steps = 0;
     u64 renew_at = 1;

@@ -1,6 +1,7 @@
-// Whether one tree is contained in another. The comparison of two containers is a small machine that
-// names, one after the other, the pairs of children whose answers it needs; the machines of the
-// containers around it wait on a stack, so that depth costs no recursion.
+// Finds out whether one tree is contained in another. Two containers are compared by a small
+// machine that asks, one after the other, about the pairs of children whose answers it needs. If a
+// pair consists of containers, they get a machine of their own, and the machine that asked waits on
+// a stack. So even deep documents need no recursion.
 
 #include <cmath>
 #include <cstring>
@@ -11,6 +12,8 @@
 namespace ke::json {
 namespace {
 
+// The answer to the question whether b contains a. kLookInside: it depends on the children of the
+// two.
 enum class Answer { kNo, kYes, kLookInside };
 
 bool same_text(const TextNode* a, const TextNode* b) {
@@ -20,7 +23,8 @@ bool same_text(const TextNode* a, const TextNode* b) {
     return a->length == b->length && std::memcmp(a->text, b->text, a->length) == 0;
 }
 
-// Numbers of different kinds are compared by what b is, read as a's kind, if that loses nothing.
+// Numbers of different types are equal if b can be read as a's type without loss and then has a's
+// value.
 bool same_number_of_other_kind(const wiq_json* a, const wiq_json* b) {
     switch (a->type) {
         case kJsonI64:
@@ -56,7 +60,8 @@ bool same_number(const wiq_json* a, const wiq_json* b) {
     }
 }
 
-// The answer for a pair as far as the two nodes themselves give one.
+// Compares two nodes as far as that is possible without their children. Returns kLookInside for two
+// containers of one type.
 Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
     if (a == b) {
         return Answer::kYes;
@@ -90,22 +95,24 @@ bool has(u32 flags, u32 flag) {
     return (flags & flag) != 0;
 }
 
-// A pair of nodes whose answer is wanted.
+// A pair of nodes that are to be compared.
 struct Pair {
     const wiq_json* a;
     const wiq_json* b;
 };
 
-// Each of the three machines below is asked for its answer: next() compares pairs of children until it has
-// one, or until it meets a pair of containers, which is its question then; go_on() takes the answer to that.
+// Each of the three machines below works like this: start() and next() compare pairs of children
+// until the machine has an answer, or until they meet two containers. These are its question, and
+// next() returns kLookInside. go_on() takes the answer to the question and continues.
 
-// Objects: every member of a in b, one after the other.
+// Objects: each member of a must have its counterpart, with the same key, in b.
 struct ObjectMatch {
     const ObjectNode* a;
     const ObjectNode* b;
-    const Member* member;  // of a, the one to be asked about next
-    const Member*
-        likely;  // of b: in objects with the same history the members come in the same order
+    const Member* member;  // of a: the one to be compared next
+    // Of b: tried before b is searched, because in objects with the same history the members come
+    // in the same order.
+    const Member* likely;
 
     Answer start(u32 flags, Pair* question) {
         const bool sizes_fit = has(flags, WIQ_JSON_SUBSET_SAME_SIZE) ? size_of(a) == size_of(b)
@@ -141,8 +148,8 @@ struct ObjectMatch {
     Answer go_on(bool matched, Pair* question) { return matched ? next(question) : Answer::kNo; }
 };
 
-// Arrays with other elements allowed between the matches: each element of a takes the first element of b
-// behind the last match that contains it.
+// Arrays in which b may have other elements between those that match: each element of a takes the
+// first element of b after the last match that contains it.
 struct GapMatch {
     const ArrayNode* a;
     const ArrayNode* b;
@@ -184,11 +191,12 @@ struct GapMatch {
     }
 };
 
-// Arrays as one run of b: all of a at offset 0, else all of a at offset 1, and so on.
+// Arrays in which a must be one run of b: all of a is tried at offset 0 of b, then at offset 1, and
+// so on.
 struct RunMatch {
     const ArrayNode* a;
     const ArrayNode* b;
-    i32 index;  // in a, asked about
+    i32 index;  // in a: the one that is being compared
     i32 offset;
     i32 last_offset;
 
@@ -235,7 +243,7 @@ struct RunMatch {
     }
 };
 
-// Two containers of one kind that are being compared.
+// Two containers of one type that are being compared.
 struct Match {
     enum Kind { kObjects, kGaps, kRun } kind;
     union {
@@ -277,11 +285,12 @@ Answer go_on(Match* match, bool matched, Pair* question) {
     }
 }
 
-// Answers for two containers. Without memory for the stack: no.
+// Compares two containers. If the stack cannot grow, the answer is no.
 bool compare_containers(Pair pair, u32 flags) {
     SmallStack<Match, 16> waiting;
     for (;;) {
-        // Down: a pair of containers whose answer is wanted.
+        // Down: starts the comparison of a pair of containers. `pair` becomes the pair inside them
+        // that is to be compared next, if there is one.
         Match match;
         Answer answer = start(&match, pair, flags, &pair);
         if (answer == Answer::kLookInside) {
@@ -290,7 +299,8 @@ bool compare_containers(Pair pair, u32 flags) {
             }
             continue;
         }
-        // Up: the answer goes to the machine that asked, and that machine's to the one above.
+        // Up: the answer goes to the machine that asked. If that machine now has its own answer,
+        // that goes to the machine above it.
         while (answer != Answer::kLookInside) {
             if (waiting.empty()) {
                 return answer == Answer::kYes;
