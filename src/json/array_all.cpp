@@ -103,9 +103,9 @@ bool has_pointer(const wiq_json* elem) {
     return wiq_json_is_obj(elem->parent) || has_document(elem);
 }
 
-// These tag a pointer to a Place, so that it can stand in a position, and find it there. Keys
-// follow members, and records and members are aligned as blocks are, so their addresses are never
-// odd.
+// The address of a Place plus 1 can be stored in a position (tag()) and recognised there
+// (tagged_place()): it is odd. A key follows its member, and members and records are aligned as
+// blocks are, so their addresses are even.
 const char* tag(const Place* place) {
     return reinterpret_cast<const char*>(place) + 1;
 }

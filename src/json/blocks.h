@@ -159,8 +159,8 @@ inline void drop_node(wiq_json* node) {
         free_node_apart(node);
 }
 
-// Frees a member that is in no table. Its child must be alive, because its header tells whether the
-// child owns the block; if so, nothing is done.
+// Frees a member that is in no table. Its child must be alive: the child's header says whether the
+// child owns the block, and then nothing is done.
 void free_member_apart(Member* member);
 inline void free_member(Member* member) {
     if (!is_made_with(member, member->child))

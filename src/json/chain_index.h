@@ -117,7 +117,8 @@ inline void link_member(Members* members, Member** end, Member* member) {
 // Adds a member to a table that has room for it and no member with the same key.
 void append_member(Members* members, Member* member);
 
-// Takes a member out of its chain and the object's count. The member is the caller's then.
+// Takes a member out of its chain and out of the object's count. The member then belongs to the
+// caller.
 inline void unlink_member(Members* members, const Member* member) {
     const u64 bucket = bucket_of(member->hash, members->mask);
     if (ChainIndex* index = index_over(*members, bucket))
@@ -127,7 +128,8 @@ inline void unlink_member(Members* members, const Member* member) {
     --members->size;
 }
 
-// Puts a member in the place of another one with the same key, which is the caller's then.
+// Puts a member in the place of the one at *place, which has the same key and then belongs to the
+// caller.
 inline void replace_member(const Members& members, Member** place, Member* member) {
     Member* old = *place;
     member->next = old->next;

@@ -253,8 +253,8 @@ class DumpWriter {
             const i32 status = escape_text(text, text + length, room);
             out = room.out;
             if (status != 0) {
-                // A sink that takes whole strings only has not been told of what was written, so
-                // the start of an invalid text is dropped.
+                // For a sink that takes only whole strings nothing is committed, so the start of an
+                // invalid text is dropped.
                 if (!Sink::kWholeStrings)
                     sink_.used(out);
                 return status;

@@ -209,8 +209,8 @@ class Expansion {
     wiq_json_t* expanded_;
     // The state of each node whose expansion is in progress or finished.
     wiq_map states_;
-    // Maps each reference to which another one leads to the end of its chain, and to itself as long
-    // as that is not known.
+    // Maps a reference to which another reference points to the end of its chain, and to itself as
+    // long as the end is not known.
     wiq_map targets_;
     bool states_ready_ = false;
     bool targets_ready_ = false;

@@ -13,8 +13,8 @@
 //                └──────┴───────┴──────┴────────────┴▲─────────────┘
 //                                                    └─ the child's position.key points here
 //
-// A member and its key stay where they are when its child is replaced, because a walk may stand on
-// the member and a callback may hold the key.
+// A member and its key stay where they are when its child is replaced, because a walk may have
+// reached the member and a callback may hold the key.
 #pragma once
 
 #include <atomic>

@@ -226,8 +226,8 @@ template <class Node>
 constexpr size_t kSizeInChunk = (sizeof(Node) + 7) / 8 * 8;
 
 // Returns a new node of `size` bytes; only its header is set. With a key, the node shares one block
-// with its member, unless the key is too long or the node too large for that; is_without_member()
-// tells. If `chunks` is given, the block is taken from there. Returns nullptr when out of memory.
+// with its member, unless the key is too long or the node too large; is_without_member() says
+// which. If `chunks` is given, the block is taken from there. Returns nullptr when out of memory.
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
 // These two make a node in a chunk. They serve the usual elements and members of a document, whose
@@ -347,8 +347,8 @@ i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child);
 // out of memory.
 Member* new_member(const Key& key);
 // The last step of attaching, once the child has its place in the table. A strong container becomes
-// the child's parent; a weak one leaves parent and position alone. An object's member is also told
-// its child; the caller stores an array's element in its slot.
+// the child's parent; a weak one leaves parent and position alone. For an object this also stores
+// the child in the member; for an array the caller stores it in the slot.
 inline void settle(ObjectNode* obj, Member* member, wiq_json* child) {
     member->child = child;
     if (!is_weak(obj)) {

@@ -87,7 +87,7 @@ i32 add_member(ObjectNode* obj, Member** end, Member* member) {
 
 // Puts a child in the place of another one, which is released. The child's count must already
 // include the object's reference. The member stays where it is and keeps its key, because a walk
-// may stand on it and a callback may hold the key.
+// may have reached it and a callback may hold the key.
 void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
     touch_to_attach(obj, child);
     wiq_json* old = member->child;
@@ -224,8 +224,8 @@ i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child) {
     if (place == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
-    // No caller has seen the object, so no walk stands on the old member: it need not stay as in
-    // replace_child().
+    // No caller has seen the object, so no walk has reached the old member, and it need not stay as
+    // in replace_child().
     Member* old = *place;
     if (old != nullptr) {
         replace_member(obj->members, place, member);

@@ -15,8 +15,8 @@ bool names_element(const WiqJsonPtrToken& token) {
     return token.kind == WIQ_JSON_PTR_TOK_INDEX || token.kind == WIQ_JSON_PTR_TOK_APPEND;
 }
 
-// Stores a node in a container where a token leads. Returns the status of the function that stores
-// it, or WIQ_ERR_WRONG_TYPE.
+// Stores a node in a container at the place that a token names. Returns 0, the failure of storing
+// it, or WIQ_ERR_WRONG_TYPE if the token names no place in this container.
 i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
     if (wiq_json_is_obj(container))
         return wiq_json_obj_put_ext(container, token.name, node, nullptr);
@@ -27,7 +27,7 @@ i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
     return WIQ_ERR_WRONG_TYPE;
 }
 
-// Returns the child to which a token leads in a container, nullptr if there is none yet.
+// Returns the child that a token names in a container, nullptr if there is none yet.
 wiq_json* existing(const wiq_json* container, const WiqJsonPtrToken& token) {
     if (const ObjectNode* obj = to_object(container))
         return find_child(obj, token.name);

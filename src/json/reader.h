@@ -87,9 +87,9 @@ class StringReader {
         return true;
     }
 
-    // Reads the rest of a string in one piece, and its closing quote, if it has only plain
-    // characters. Returns false, with nothing read, if that is not known at once; the string may
-    // still turn out to be valid.
+    // Reads the rest of a string, including its closing quote, in one piece. Returns false, with
+    // nothing read, unless the string ends before plain_end_ and has only plain characters (those
+    // that a string contains unescaped); any other string must be read in another way.
     bool take_plain_string(const char** text, size_t* length) {
         if (next_ >= plain_end_)
             look_ahead();
@@ -119,8 +119,8 @@ class StringReader {
             ++next_;
     }
 
-    // Skips the "u" and the four digits of an escape. Returns false, with nothing read, if they are
-    // not all known at once to be there.
+    // Skips the "u" and the four digits of an escape if they all come before plain_end_. Otherwise
+    // returns false, with nothing read.
     bool skip_unicode_escape() {
         if (next_[0] != 'u' || plain_end_ - next_ <= 4)
             return false;
@@ -130,8 +130,7 @@ class StringReader {
         return any >= 0;
     }
 
-    // Skips plain characters, which a string contains unescaped, as far as they are known at once.
-    // There may be more of them.
+    // Skips plain characters before plain_end_. More of them may follow.
     void skip_plain() {
         if (next_ >= plain_end_)
             look_ahead();

@@ -30,9 +30,9 @@ void add_to_count(wiq_json* node, i32 difference) {
     std::atomic_ref<i32>(node->refcount).fetch_add(difference, std::memory_order_relaxed);
 }
 
-// Returns whether a node with this count is to be destroyed. A node with a parent never is: then
-// somebody has given up one reference too many, the parent's. The count is set back to 1, which is
-// the parent's reference.
+// Returns whether a node with this count is to be destroyed. A node that has a parent never is. If
+// its count is 0, somebody has given up one reference too many; the count is set back to 1, the
+// parent's reference.
 bool is_dead(wiq_json* node, i32 count) {
     if (count > 0) {
         return false;
@@ -106,8 +106,8 @@ void order_by_address(const Members& members) {
 
 // Freeing a large block makes malloc consolidate every free small block. So a container with many
 // children is turned into a chain of them before it is emptied, and its table is freed first, while
-// there are few such blocks. The chain stands in the place of the table, and one of these in the
-// place of the mask or the capacity.
+// there are few such blocks. The field of the table then holds the chain, and the field of the mask
+// or the capacity one of these values.
 constexpr u32 kChainedMembers = UINT32_MAX;
 constexpr i32 kChainedElems = -1;
 static_assert(kMostBuckets - 1 < kChainedMembers, "no table has this mask");
