@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "containers/small_buffer.h"
-#include "json/reader.h"
+#include "json/stream_reader.h"
 #include "text/ctype.h"
 #include "text/numbers.h"
 #include "text/uint128.h"
@@ -142,8 +142,7 @@ class Lexer {
     // the text.
     std::string_view token_text(int c) {
         reader_.unread(c);
-        const char* first = reader_.token_begin();
-        return {first, static_cast<size_t>(reader_.token_end() - first)};
+        return reader_.token_text();
     }
 
     static bool is_digit_int(int c) { return c >= '0' && c <= '9'; }
@@ -169,7 +168,7 @@ class Lexer {
                 current_.real = number.real;
                 return 0;
             case QuickNumber::kRealText:
-                return convert_number(reader_.token_begin(), reader_.token_end(), true);
+                return convert_number(reader_.token_text(), true);
             default:
                 return scan_any_number(c);
         }
@@ -208,10 +207,12 @@ class Lexer {
         const std::string_view text = token_text(c);
         if (reader_.failed())
             return WIQ_ERR_NO_MEMORY;
-        return convert_number(text.data(), text.data() + text.size(), is_real);
+        return convert_number(text, is_real);
     }
 
-    i32 convert_number(const char* first, const char* last, bool is_real) {
+    i32 convert_number(std::string_view text, bool is_real) {
+        const char* first = text.data();
+        const char* last = first + text.size();
         if (static_cast<i8>(last[-1]) < 0)
             return status_of_spoiled(first, last - 1, is_real);
         if (is_real) {
@@ -230,7 +231,7 @@ class Lexer {
     i32 scan_string() {
         if (reader_.take_plain_string(&current_.text, &current_.length)) {
             current_.token = kTokenString;
-            current_.in_source = true;
+            current_.in_source = Reader::kTextStays;
             return 0;
         }
         bool escaped = false;
@@ -249,9 +250,10 @@ class Lexer {
                     return WIQ_ERR_JSON_BAD_ESCAPE;
             }
         }
+        const std::string_view text = reader_.token_text();
         if (reader_.failed())
             return WIQ_ERR_NO_MEMORY;
-        return string_value(reader_.token_begin() + 1, reader_.token_end() - 1, escaped);
+        return string_value(text.data() + 1, text.data() + text.size() - 1, escaped);
     }
 
     bool scan_escape() {

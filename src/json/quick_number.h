@@ -76,7 +76,7 @@ inline constexpr PowersOfFive kPowersOfFive;
 // algorithm 1 of D. Lemire, "Number Parsing at a Gigabyte per Second", 2021. N. Mushtak and D.
 // Lemire, "Fast Number Parsing Without Fallback", 2023, explain why it needs no other conversion to
 // fall back on.
-inline double scale_by_power(u64 significand, int power) {
+[[gnu::always_inline]] inline double scale_by_power(u64 significand, int power) {
     constexpr int kMantissa = 52;  // bits stored
     const PowersOfFive::Value five = kPowersOfFive.values[power - kLeastPower];
     const int shift = std::countl_zero(significand);
@@ -129,7 +129,8 @@ inline EightDigits read_eight_digits(const char* p) {
 // Appends the digits at `p` to a significand and returns their end. If there are many digits, the
 // significand overflows and is useless, but the end is right. All bytes from `p` to `safe_end` must
 // be readable, if `safe_end` is after `p`; beyond, the text must end in a byte that is not a digit.
-inline const char* add_digits(const char* p, const char* safe_end, u64* significand) {
+[[gnu::always_inline]] inline const char* add_digits(const char* p, const char* safe_end,
+                                                     u64* significand) {
     constexpr u64 kPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
     if constexpr (std::endian::native == std::endian::little) {
         while (safe_end - p >= 8) {
@@ -163,7 +164,7 @@ inline const char* read_exponent(const char* p, int* exponent) {
 // Reads the number at `first`. The text must end in a byte that cannot occur in a number, and be
 // readable up to `safe_end`. Returns kNone for anything that the fast path cannot both validate and
 // convert, and for a number that is followed by a byte beyond ASCII, which makes it invalid.
-inline QuickNumber read_number(const char* first, const char* safe_end) {
+[[gnu::always_inline]] inline QuickNumber read_number(const char* first, const char* safe_end) {
     constexpr ptrdiff_t kSafeDigits = 18;
     constexpr ptrdiff_t kMostDigits = 19;  // of a significand
     const bool negative = *first == '-';

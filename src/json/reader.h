@@ -1,6 +1,6 @@
-// Where JSON text comes from: a string in memory or an open stream. Both readers give the lexer one
-// byte at a time, checked as UTF-8. A place in the text is a line, a column and the number of bytes
-// consumed.
+// Where JSON text comes from: a string in memory, or an open stream (stream_reader.h). Both readers
+// give the lexer one byte at a time, checked as UTF-8. A place in the text is a line, a column and the
+// number of bytes consumed.
 //
 // next() returns one of these:
 //   0 to 127                a byte
@@ -14,14 +14,12 @@
 // Nothing is read after a byte beyond ASCII: a token that contains one is the last.
 #pragma once
 
-#include <cstdio>
 #include <cstring>
+#include <string_view>
 
-#include "containers/strbuf_core.h"
 #include "json/escape_scan.h"
 #include "json/quick_number.h"
 #include "ke_utils/core.h"
-#include "os/os.h"
 #include "text/ctype.h"
 #include "text/utf8.h"
 
@@ -41,6 +39,14 @@ constexpr i32 told(i64 count) {
 
 constexpr bool starts_character(u8 byte) {
     return utf8_length(byte) != 0;
+}
+
+// Whether the five characters at `p` are the rest of an escape such as "\\u00e9", after its
+// backslash.
+inline bool is_unicode_escape(const char* p) {
+    const i32 digits = hex_digit_value(p[1]) | hex_digit_value(p[2]) | hex_digit_value(p[3]) |
+                       hex_digit_value(p[4]);
+    return p[0] == 'u' && digits >= 0;
 }
 
 // Reads a NUL-terminated string. Lines and columns are not counted while reading; place() works
@@ -67,16 +73,15 @@ class StringReader {
             --next_;
     }
 
-    // Skips blanks and returns the first byte of a token, or whatever else next() returns. The
-    // token's text begins there and ends at token_end().
+    // Skips blanks and returns the first byte of a token, or whatever else next() returns.
     int first_of_token() {
         if (*next_ <= ' ')
             skip_blanks();
         token_ = next_;
         return next();
     }
-    const char* token_begin() const { return token_; }
-    const char* token_end() const { return next_; }
+    // Returns the token as far as it was read.
+    std::string_view token_text() const { return {token_, static_cast<size_t>(next_ - token_)}; }
     bool failed() const { return false; }
 
     // Skips the next byte if it is `c`, which is a token of its own. Returns whether it was.
@@ -122,12 +127,10 @@ class StringReader {
     // Skips the "u" and the four digits of an escape if they all come before plain_end_. Otherwise
     // returns false, with nothing read.
     bool skip_unicode_escape() {
-        if (next_[0] != 'u' || plain_end_ - next_ <= 4)
+        if (plain_end_ - next_ <= 4 || !is_unicode_escape(next_))
             return false;
-        const i32 any = hex_digit_value(next_[1]) | hex_digit_value(next_[2]) |
-                        hex_digit_value(next_[3]) | hex_digit_value(next_[4]);
-        next_ += any >= 0 ? 5 : 0;
-        return any >= 0;
+        next_ += 5;
+        return true;
     }
 
     // Skips plain characters before plain_end_. More of them may follow.
@@ -202,133 +205,6 @@ class StringReader {
     const char* token_;
     const char* plain_end_;  // between next_ and here is no NUL
     size_t ahead_ = 128;
-};
-
-// Reads an open stream byte by byte, and never further than the byte after a token. The stream is
-// locked as long as the reader lives. The text of a token is kept in a buffer.
-class StreamReader {
-  public:
-    static constexpr bool kTextStays = false;
-
-    explicit StreamReader(FILE* stream) : stream_(stream) { os::lock_stream(stream_); }
-    StreamReader(const StreamReader&) = delete;
-    StreamReader& operator=(const StreamReader&) = delete;
-    ~StreamReader() {
-        os::unlock_stream(stream_);
-        wiq_strbuf_finalize(&kept_);
-    }
-
-    int next() {
-        const int c = fetch();
-        if (c >= -128)
-            count(static_cast<u8>(c));
-        return c;
-    }
-    // A NUL stays consumed, as only values above 0 can be taken back.
-    void unread(int c) {
-        if (c <= 0)
-            return;
-        --position_;
-        if (c == '\n') {
-            --line_;
-            column_ = previous_column_;
-        } else {
-            --column_;
-        }
-        if (kept_.len != 0)
-            --kept_.len;
-        pushed_back_ = c;
-    }
-
-    // Every byte that is read is kept until the next token begins.
-    int first_of_token() {
-        for (;;) {
-            kept_.len = 0;
-            const int c = next();
-            if (c != ' ' && c != '\n' && c != '\r' && c != '\t')
-                return c;
-        }
-    }
-    const char* token_begin() const { return kept_.data; }
-    const char* token_end() const { return kept_.data + kept_.len; }
-    // Whether a token's text could not be kept because of a lack of memory. The token must not be
-    // used then.
-    bool failed() const { return failed_; }
-
-    // A string in memory can do these in one piece. A stream is read byte by byte, so it does
-    // nothing and the lexer takes the general way.
-    bool take(char) { return false; }
-    void skip_plain() {}
-    bool take_plain_string(const char**, size_t*) { return false; }
-    QuickNumber take_number() { return {}; }
-    void skip_digits() {}
-    bool skip_unicode_escape() { return false; }
-
-    Place place() const { return {told(line_), told(column_), position()}; }
-    i32 position() const { return told(position_); }
-
-  private:
-    int fetch() {
-        if (state_ != 0)
-            return state_;
-        if (pushed_back_ != 0) {
-            const int c = pushed_back_;
-            pushed_back_ = 0;
-            return c;
-        }
-        const int c = os::getc_locked(stream_);
-        if (c == EOF)
-            return state_ = WIQ_ERR_EOF;
-        return c < 0x80 ? c : fetch_sequence(static_cast<u8>(c));
-    }
-
-    // Reads a whole sequence, as long as its first byte says it is, and then checks it.
-    int fetch_sequence(u8 lead) {
-        const u32 length = utf8_length(lead);
-        u8 sequence[4] = {lead};
-        for (u32 i = 1; i < length; ++i) {
-            const int c = os::getc_locked(stream_);
-            if (c == EOF)
-                return state_ = WIQ_ERR_JSON_BAD_UTF8;
-            sequence[i] = static_cast<u8>(c);
-        }
-        if (!utf8_valid_sequence(sequence, length))
-            return state_ = WIQ_ERR_JSON_BAD_UTF8;
-        return static_cast<i8>(lead);
-    }
-
-    void count(u8 byte) {
-        ++position_;
-        if (byte == '\n') {
-            ++line_;
-            previous_column_ = column_;
-            column_ = 0;
-        } else if (starts_character(byte)) {
-            ++column_;
-        }
-        keep(static_cast<char>(byte));
-    }
-
-    // A NUL is not kept: no token contains one.
-    void keep(char byte) {
-        if (byte == '\0')
-            return;
-        if (kept_.len + 2 > kept_.capacity && strbuf_grow(&kept_, kept_.len + 2) != 0) {
-            failed_ = true;
-            return;
-        }
-        kept_.data[kept_.len++] = byte;
-    }
-
-    FILE* stream_;
-    wiq_strbuf kept_ = {};
-    i64 line_ = 1;
-    i64 column_ = 0;
-    i64 position_ = 0;
-    i64 previous_column_ = 0;  // of the line before, so that a line feed can be taken back
-    int pushed_back_ = 0;      // the byte that was taken back, or 0
-    int state_ = 0;            // WIQ_ERR_EOF or WIQ_ERR_JSON_BAD_UTF8 once next() has returned it
-    bool failed_ = false;
 };
 
 }  // namespace ke::json

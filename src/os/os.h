@@ -115,6 +115,16 @@ void lock_stream(FILE* fp);
 void unlock_stream(FILE* fp);
 // Does what getc() does, for a stream that the caller has locked.
 int getc_locked(FILE* fp);
+// Returns what getc_locked() returns next without asking the system: the unread bytes in the buffer
+// of a stream that the caller has locked. Empty if there are none, or if the runtime does not show
+// its buffer.
+struct BufferedBytes {
+    const char* first;
+    const char* last;
+};
+BufferedBytes buffered_bytes(FILE* fp);
+// Marks the buffered bytes before `end` as read.
+void skip_buffered(FILE* fp, const char* end);
 // Does what ftell() does, for large files too.
 i64 stream_position(FILE* fp);
 // Does what fwrite() does for bytes: returns how many of them the stream has taken.

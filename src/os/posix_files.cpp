@@ -358,6 +358,29 @@ int getc_locked(FILE* fp) {
     return getc_unlocked(fp);
 }
 
+// glibc's header declares these two fields for its own getc_unlocked(), so they are part of its binary interface.
+// MemorySanitizer does not see how the buffer is filled.
+#if defined(__has_feature)
+#if __has_feature(memory_sanitizer)
+#define KE_HIDE_STREAM_BUFFERS
+#endif
+#endif
+#if defined(__GLIBC__) && !defined(KE_HIDE_STREAM_BUFFERS)
+BufferedBytes buffered_bytes(FILE* fp) {
+    return {fp->_IO_read_ptr, fp->_IO_read_end};
+}
+
+void skip_buffered(FILE* fp, const char* end) {
+    fp->_IO_read_ptr = const_cast<char*>(end);
+}
+#else
+BufferedBytes buffered_bytes(FILE*) {
+    return {};
+}
+
+void skip_buffered(FILE*, const char*) {}
+#endif
+
 i64 stream_position(FILE* fp) {
     return ftell(fp);
 }

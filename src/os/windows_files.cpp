@@ -278,6 +278,13 @@ int getc_locked(FILE* fp) {
     return _getc_nolock(fp);
 }
 
+// The Universal C Runtime keeps the layout of its streams to itself.
+BufferedBytes buffered_bytes(FILE*) {
+    return {};
+}
+
+void skip_buffered(FILE*, const char*) {}
+
 i64 stream_position(FILE* fp) {
     // A long has 32 bits here, and not every runtime refuses a position that does not fit into one.
     return _ftelli64(fp);

@@ -34,6 +34,13 @@ void measure(const Corpus& corpus) {
     char* text = nullptr;
     count("parse", corpus, [&] { root = wiq_json_loads(corpus.text.c_str(), 0, nullptr); });
     check(root != nullptr, "parsing");
+    FILE* stream = fmemopen(const_cast<char*>(corpus.text.data()), corpus.text.size(), "r");
+    check(stream != nullptr, "opening");
+    wiq_json_t* loaded = nullptr;
+    count("parse stream", corpus, [&] { loaded = wiq_json_loadf(stream, 0, nullptr); });
+    check(loaded != nullptr, "parsing a stream");
+    wiq_json_unref(loaded);
+    fclose(stream);
     count("dump", corpus, [&] { check(wiq_json_sdump(root, &text, 0) > 0, "dumping"); });
     free(text);
     count("pretty", corpus,

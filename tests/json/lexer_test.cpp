@@ -321,7 +321,7 @@ TEST(Lexer, SpoiledNumbersAsTheirConversionsSay) {
 
 // A token without memory is none, whatever it would have been; without need of memory nothing changes.
 TEST(LexerFaults, Tokens) {
-    ScratchFile file;
+    ScratchFile file(ScratchFile::kSmall);
     const std::string many(3000, 'x');
     for (const std::string& text :
          {std::string("true"), std::string("-12.5"), std::string("\"plain\""),
@@ -345,7 +345,8 @@ TEST(LexerFaults, Tokens) {
                 }
             });
             const bool decodes = text.find('\\') != std::string::npos;
-            EXPECT_GE(points, (from_stream ? 2u : 0u) + (decodes ? 2u : 0u)) << text;
+            const bool keeps = from_stream && text.size() > 1;
+            EXPECT_GE(points, (keeps ? 2u : 0u) + (decodes ? 2u : 0u)) << text;
         }
     }
 }

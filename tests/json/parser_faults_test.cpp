@@ -44,7 +44,7 @@ size_t sweep(const std::string& text, i32 flags, i32 status, ScratchFile* file) 
 
 TEST(ParserFaults, RichDocument) {
     const std::string text = rich_document();
-    ScratchFile file;
+    ScratchFile file(ScratchFile::kSmall);
     for (i32 flags : {0, static_cast<i32>(WIQ_JSON_ALLOW_TRAILING)}) {
         EXPECT_GT(sweep(text, flags, 0, nullptr), 35u);
         EXPECT_GT(sweep(text, flags, 0, &file), 140u);
@@ -54,7 +54,7 @@ TEST(ParserFaults, RichDocument) {
 // Also where the text is at fault: memory fails first, or not at all.
 TEST(ParserFaults, DocumentsThatFail) {
     const std::string whole = rich_document();
-    ScratchFile file;
+    ScratchFile file(ScratchFile::kSmall);
     for (const auto& [text, flags, status] : {
              std::tuple{whole + "x", 0, WIQ_ERR_JSON_TRAILING_DATA},
              std::tuple{whole.substr(0, whole.size() - 1), 0, WIQ_ERR_JSON_UNEXPECTED_END},
@@ -70,7 +70,7 @@ TEST(ParserFaults, DocumentsThatFail) {
 
 // Memory that lacks while a token is read behind a value is no trailing data.
 TEST(ParserFaults, LongTrailingToken) {
-    ScratchFile file;
+    ScratchFile file(ScratchFile::kSmall);
     const std::string text = "[] \"" + std::string(5000, 'x');
     EXPECT_GT(sweep(text, 0, WIQ_ERR_JSON_TRAILING_DATA, &file), 5u);
     const std::string escaped = "[] \"\\n" + std::string(3000, 'x') + "\"";
@@ -78,11 +78,13 @@ TEST(ParserFaults, LongTrailingToken) {
 }
 
 TEST(ParserFaults, Scalars) {
-    ScratchFile file;
+    ScratchFile file(ScratchFile::kSmall);
     for (const char* text : {"1", "1.5", "true", "null", "\"a\"", "\"\\n\"", "99999999999999999999",
                              "[]", "{}", "{\"$ref\":\"a\"}"}) {
         EXPECT_GE(sweep(text, 0, 0, nullptr), 2u) << text;
-        EXPECT_GE(sweep(text, 0, 0, &file), 4u) << text;
+        // A bracket is a token without a text.
+        const bool has_text = strcmp(text, "[]") != 0 && strcmp(text, "{}") != 0;
+        EXPECT_GE(sweep(text, 0, 0, &file), has_text ? 4u : 2u) << text;
     }
 }
 
@@ -92,7 +94,7 @@ namespace {
 
 // A stream's token needs memory that grows with it, wherever it stands.
 TEST(ParserFaults, LongTokensEverywhere) {
-    ScratchFile file;
+    ScratchFile file(ScratchFile::kSmall);
     const std::string word = "\"" + std::string(600, 'x') + "\"";
     const std::string digits(600, '7');
     for (const std::string& text :

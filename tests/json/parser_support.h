@@ -147,10 +147,14 @@ inline LoadOutcome load_string(const std::string& text, i32 flags,
     return outcome_of(node, error, order);
 }
 
-// A file that takes on one content after another.
+// A file that takes on one content after another. With a small buffer, in which few tokens fit, a reader has to keep
+// their text itself.
 class ScratchFile {
   public:
-    ScratchFile() : name_(testing::TempDir() + "ke_parser_XXXXXX") {
+    enum Buffer { kUsual, kSmall };
+
+    explicit ScratchFile(Buffer buffer = kUsual)
+        : name_(testing::TempDir() + "ke_parser_XXXXXX"), buffer_(buffer) {
         file_ = wiq_mkstemp(name_.data(), nullptr, "w+b");
     }
     ScratchFile(const ScratchFile&) = delete;
@@ -166,6 +170,7 @@ class ScratchFile {
         if (file_ != nullptr)
             file_ = freopen(name_.c_str(), "w+b", file_);
         if (file_ == nullptr ||
+            (buffer_ == kSmall && setvbuf(file_, bytes_, _IOFBF, sizeof bytes_) != 0) ||
             fwrite(content.data(), 1, content.size(), file_) != content.size() ||
             fseek(file_, 0, SEEK_SET) != 0)
             return nullptr;
@@ -185,5 +190,7 @@ class ScratchFile {
 
   private:
     std::string name_;
+    Buffer buffer_;
+    char bytes_[2] = {};
     FILE* file_;
 };

@@ -1,0 +1,262 @@
+// JSON text from an open stream. The stream is locked while the reader lives and is left as if every byte had come by
+// fgetc(): nothing beyond the byte after a token is read. Where the runtime shows the stream's buffer, whole stretches
+// of text are read out of it; elsewhere each byte is a stretch of its own.
+#pragma once
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+#include "containers/strbuf_core.h"
+#include "json/reader.h"
+#include "os/os.h"
+
+namespace ke::json {
+
+// Invariants: the bytes from next_ to end_ are not read yet, and those of the stretch before next_ are ASCII. The text
+// of the current token is what kept_ holds and then the bytes from token_ to next_. The counters have what comes
+// before mark_.
+class StreamReader {
+  public:
+    // A text in the stream's buffer is gone after the next token.
+    static constexpr bool kTextStays = false;
+
+    explicit StreamReader(FILE* stream) : stream_(stream) { os::lock_stream(stream_); }
+    StreamReader(const StreamReader&) = delete;
+    StreamReader& operator=(const StreamReader&) = delete;
+    ~StreamReader() {
+        return_stretch();
+        os::unlock_stream(stream_);
+        wiq_strbuf_finalize(&kept_);
+    }
+
+    int next() {
+        if (next_ == end_ && !fetch_stretch())
+            return state_;
+        if (static_cast<i8>(*next_) <= 0)
+            return next_special();
+        return *next_++;
+    }
+    // Takes back the byte that next() returned. Only values above 0 can be taken back, so a NUL stays consumed. The
+    // stream counts the byte as read all the same.
+    void unread(int c) {
+        if (c > 0) {
+            read_to_ = next_;
+            --next_;
+        }
+    }
+
+    int first_of_token() {
+        kept_.len = 0;
+        do {
+            skip_blanks();
+            token_ = next_;
+        } while (next_ == end_ && fetch_stretch());
+        return next();
+    }
+    // The token as far as it was read; valid until the next call.
+    std::string_view token_text() {
+        if (kept_.len == 0)
+            return {token_, static_cast<size_t>(next_ - token_)};
+        keep_token();
+        return {kept_.data, kept_.len};
+    }
+    // True after an allocation for the token's text has failed.
+    bool failed() const { return failed_; }
+
+    bool take(char c) {
+        if (next_ == end_ || *next_ != c)
+            return false;
+        ++next_;
+        return true;
+    }
+
+    bool take_plain_string(const char** text, size_t* length) {
+        const char* end = skip_plain_ascii(next_, end_);
+        if (end == end_ || *end != '"')
+            return false;
+        *text = next_;
+        *length = static_cast<size_t>(end - next_);
+        next_ = end + 1;
+        return true;
+    }
+
+    // The byte after a number is always read, to find the number's end: it must be in the stretch, too.
+    QuickNumber take_number() {
+        if (kept_.len != 0 || token_ >= number_limit_)
+            return {};
+        const QuickNumber number = read_number(token_, end_);
+        if (number.kind == QuickNumber::kNone || *number.end == '\0')
+            return {};
+        next_ = number.end;
+        read_to_ = next_ + 1;
+        return number;
+    }
+
+    void skip_digits() {
+        while (next_ != end_ && is_digit(*next_))
+            ++next_;
+    }
+
+    bool skip_unicode_escape() {
+        if (end_ - next_ <= 4 || !is_unicode_escape(next_))
+            return false;
+        next_ += 5;
+        return true;
+    }
+
+    void skip_plain() { next_ = skip_plain_ascii(next_, end_); }
+
+    Place place() const {
+        Counters now = counters_;
+        now.add(mark_, next_);
+        return {told(now.line), told(now.column), told(now.position)};
+    }
+    i32 position() const { return told(counters_.position + (next_ - mark_)); }
+
+  private:
+    struct Counters {
+        i64 line = 1;
+        i64 column = 0;
+        i64 position = 0;
+
+        // Counts ASCII text, in which every byte is a character.
+        void add(const char* first, const char* last) {
+            position += last - first;
+            while (first != last) {
+                const void* feed = memchr(first, '\n', static_cast<size_t>(last - first));
+                if (feed == nullptr) {
+                    column += last - first;
+                    return;
+                }
+                ++line;
+                column = 0;
+                first = static_cast<const char*>(feed) + 1;
+            }
+        }
+    };
+
+    void skip_blanks() {
+        while (next_ != end_) {
+            if (*next_ == ' ')
+                next_ = skip_spaces_before(next_, end_);
+            else if (*next_ == '\n' || *next_ == '\r' || *next_ == '\t')
+                ++next_;
+            else
+                return;
+        }
+    }
+
+    // A stretch has been read, up to where a byte was taken back. Returns false at the end of the text, and then
+    // state_ says why.
+    bool fetch_stretch() {
+        if (state_ != 0)
+            return false;
+        keep_token();
+        return_stretch();
+        os::BufferedBytes bytes = os::buffered_bytes(stream_);
+        in_buffer_ = bytes.first != bytes.last;
+        if (!in_buffer_) {
+            const int c = os::getc_locked(stream_);
+            if (c == EOF) {
+                state_ = WIQ_ERR_EOF;
+                return false;
+            }
+            single_ = static_cast<char>(c);
+            bytes = {&single_, &single_ + 1};
+        }
+        start_stretch(bytes.first, bytes.last);
+        return true;
+    }
+
+    void start_stretch(const char* first, const char* last) {
+        next_ = token_ = mark_ = read_to_ = first;
+        end_ = number_limit_ = last;
+        while (number_limit_ != first && is_of_number(number_limit_[-1]))
+            --number_limit_;
+        // Now the byte before number_limit_ ends every number that begins before it.
+        number_limit_ -= number_limit_ != first ? 1 : 0;
+    }
+
+    static bool is_of_number(char c) {
+        return is_digit(c) || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-';
+    }
+
+    // Counts what was read of the stretch, and tells the stream.
+    void return_stretch() {
+        counters_.add(mark_, next_);
+        mark_ = next_;
+        if (in_buffer_)
+            os::skip_buffered(stream_, std::max(next_, read_to_));
+    }
+
+    // A NUL, which is consumed but belongs to no token's text, or a byte beyond ASCII.
+    int next_special() {
+        keep_token();
+        const u8 byte = static_cast<u8>(*next_);
+        if (byte == 0) {
+            token_ = ++next_;
+            return 0;
+        }
+        // The sequence is read from the stream, of which its first byte may be all that is in the stretch.
+        return_stretch();
+        if (in_buffer_)
+            os::skip_buffered(stream_, next_ + 1);
+        in_buffer_ = false;
+        start_stretch(&single_, &single_);
+        return fetch_sequence(byte);
+    }
+
+    // Reads a whole sequence, as long as its first byte says it is, before any of it is judged.
+    int fetch_sequence(u8 lead) {
+        const u32 length = utf8_length(lead);
+        u8 sequence[4] = {lead};
+        for (u32 i = 1; i < length; ++i) {
+            const int c = os::getc_locked(stream_);
+            if (c == EOF)
+                return state_ = WIQ_ERR_JSON_BAD_UTF8;
+            sequence[i] = static_cast<u8>(c);
+        }
+        if (!utf8_valid_sequence(sequence, length))
+            return state_ = WIQ_ERR_JSON_BAD_UTF8;
+        ++counters_.position;
+        ++counters_.column;
+        const char byte = static_cast<char>(lead);
+        keep(&byte, &byte + 1);
+        return static_cast<i8>(lead);
+    }
+
+    // Moves the part of the token's text that is in the stretch to kept_.
+    void keep_token() {
+        keep(token_, next_);
+        token_ = next_;
+    }
+
+    void keep(const char* first, const char* last) {
+        const auto count = static_cast<u64>(last - first);
+        if (count == 0)
+            return;
+        if (strbuf_reserve(&kept_, count + 1) != 0) {
+            failed_ = true;
+            return;
+        }
+        memcpy(kept_.data + kept_.len, first, count);
+        kept_.len += count;
+    }
+
+    FILE* stream_;
+    const char* next_ = &single_;
+    const char* end_ = &single_;
+    const char* token_ = &single_;
+    const char* mark_ = &single_;
+    const char* read_to_ = &single_;       // beyond next_ by the byte that was taken back
+    const char* number_limit_ = &single_;  // a number that begins before this ends in the stretch
+    bool in_buffer_ = false;  // the stretch lies in the stream's buffer, not in single_
+    bool failed_ = false;
+    char single_ = 0;
+    int state_ = 0;
+    wiq_strbuf kept_ = {};
+    Counters counters_;
+};
+
+}  // namespace ke::json
