@@ -15,6 +15,7 @@
 
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
+#include "support/dump_visitors.h"
 #include "support/small_stack.h"
 #include "support/temporary_stream.h"
 
@@ -435,38 +436,7 @@ TEST(Dump, AStreamThatFailsIsReported) {
 
 // --- The slots ---------------------------------------------------------------------------------------
 
-// A subclass that changes nothing: its walks go slot by slot.
-WiqType* find_type(const char* name) {
-    u32 count = 0;
-    WiqType** types = type_list(&count);
-    for (u32 i = 0; i < count; ++i) {
-        if (types[i]->name != nullptr && strcmp(types[i]->name, name) == 0)
-            return types[i];
-    }
-    return nullptr;
-}
-
-// The instance fields of the dump classes, as a client that derives from them knows them.
-struct DumpStrVisitor {
-    WiqJsonVisitor base;
-    u32 flags;
-    i32 indent;
-    wiq_strbuf* buf;
-};
-struct DumpFileVisitor {
-    WiqJsonVisitor base;
-    u32 flags;
-    i32 indent;
-    FILE* stream;
-    i32 written;
-    wiq_strbuf scratch;
-};
-struct DumpClass {
-    WiqJsonVisitorClass base;
-    i32 (*print)(WiqJsonVisitor* self, const char* format, ...);
-    i32 (*print_string)(WiqJsonVisitor* self, const char* text);
-};
-
+// Subclasses that change nothing: their walks go slot by slot.
 WiqType g_str_subclass = {};
 WiqType g_file_subclass = {};
 
