@@ -27,20 +27,19 @@ inline char* end_of(const Member* member) {
     return reinterpret_cast<char*>(const_cast<Member*>(member)) + member_span(member->key_length());
 }
 
-// Returns whether a member and its child were made in one block, the node directly after its
-// member. No other node whose `home` is not 0 directly follows a member: in a chunk, a mark, the
-// chunk's header or another node precedes it; a root that has a record begins a block of the
-// runtime's allocator, which keeps a header there.
-inline bool is_made_with(const Member* member, const wiq_json* child) {
-    return child->home != 0 && end_of(member) == reinterpret_cast<const char*>(child);
-}
-
-// Returns whether a new node that was made with a key needs a member in a block of its own. Such a
-// node stands at the start of its block, or directly after the mark of its own chunk. Any other new
-// node with a key is farther from there, by at least the size of a member.
+// Returns whether a node that may have been made with a key has no member in its block: it stands at
+// the start of the block or directly after the mark of its own chunk, or it is a root that has a
+// record. Any other node with a key is farther from there, by at least the size of a member.
 inline bool is_without_member(const wiq_json* node) {
     static_assert(Chunks::kDistanceAlone < member_span(0) / 8);
     return node->home <= Chunks::kDistanceAlone;
+}
+
+// Returns whether a member and its child were made in one block, the node directly after its
+// member. No other node that may have a member directly follows one: in a chunk, a mark, the chunk's
+// header or another node precedes it.
+inline bool is_made_with(const Member* member, const wiq_json* child) {
+    return !is_without_member(child) && end_of(member) == reinterpret_cast<const char*>(child);
 }
 
 // Returns the member of a new node that was made with this key: the one in the node's block, or a

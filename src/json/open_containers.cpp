@@ -264,7 +264,7 @@ i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
         return WIQ_ERR_NO_MEMORY;
     Member* member = is_apart(frame) ? frame.member : nullptr;
     if (member == nullptr && frame.is_member && is_without_member(reference)) {
-        member = new_member(frame.key);
+        member = member_of(reference, frame.key, &chunks_);
         if (member == nullptr) {
             free_node(reference);
             return WIQ_ERR_NO_MEMORY;

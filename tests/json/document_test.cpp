@@ -407,6 +407,26 @@ TEST(JsonDocumentFaults, EveryAllocation) {
     }
 }
 
+// An object that becomes a reference is replaced by a node of another size, whose key may need a block of its own.
+TEST(JsonDocument, ReferencesWithKeysOfAnyLength) {
+    const std::string numbers = "[1,2,3,4,5,6,7,8,9]";
+    for (const size_t key : {1, 100, 400, 470, 471, 472, 600, 1000, 1200}) {
+        for (const size_t uri : {1, 100, 400, 470, 600, 990, 1200}) {
+            const long before = live_blocks();
+            {
+                const Tree root =
+                    parse("{\"a\":" + numbers + ",\"" + std::string(key, 'k') + R"(":{"$ref":"#/)" +
+                          std::string(uri, 'u') + R"("},"z":)" + numbers + "}");
+                ASSERT_TRUE(wiq_json_is_jref(
+                    wiq_json_obj_get_ext(root.get(), std::string(key, 'k').c_str(), 0, nullptr)));
+                const Tree copied(wiq_json_copy(root.get(), nullptr));
+                EXPECT_TRUE(wiq_json_equal(copied.get(), root.get()));
+            }
+            EXPECT_EQ(live_blocks(), before) << key << ", " << uri;
+        }
+    }
+}
+
 // Each thread holds the root, and some take references below it. The last one to leave releases the document.
 TEST(JsonDocumentThreads, ReadersWithAndWithoutReferences) {
     constexpr int kThreads = 4;
