@@ -8,6 +8,8 @@
 #include <random>
 
 #include "failure.h"
+#include "json_diff.h"
+#include "json_equal.h"
 #include "json_merge.h"
 #include "json_patch.h"
 #include "ke_utils/json.h"
@@ -223,6 +225,15 @@ TEST(JsonMerge, ExamplesOfTheRfc) {
             << target << patch;
 }
 
+TEST(JsonMerge, KeepsTheOrderOfThePatch) {
+    EXPECT_EQ(merged("{\"m\":0}", "{\"z\":1,\"a\":{\"y\":2,\"x\":null,\"b\":3}}"),
+              "{\"m\":0,\"z\":1,\"a\":{\"y\":2,\"b\":3}}");
+    // Keys that begin alike, that are written with escapes, and that come twice.
+    EXPECT_EQ(merged("{\"longer key 1\":1,\"longer key 2\":2,\"\\u0061\":3,\"longer k\":4,\"a\":5}",
+                     "{\"longer key 2\":null,\"longer k\":7,\"a\":null}"),
+              "{\"longer key 1\":1,\"longer k\":7}");
+}
+
 TEST(JsonMerge, AddsAndRemovesInOneObject) {
     EXPECT_EQ(merged("{\n  \"a\": 1,\n  \"b\": 2\n}", "{\"a\":null,\"b\":null,\"c\":3}"),
               "{\n  \"c\": 3\n}");
@@ -272,6 +283,44 @@ TEST(JsonPatch, ExamplesOfTheRfc) {
     };
     for (const auto& [text, patch, result] : kTable)
         EXPECT_EQ(patched(text, patch), result) << text << patch;
+}
+
+// What the library reads as a reference has members for a patch, as everything in braces has.
+TEST(JsonPatch, ReachesIntoReferences) {
+    const std::string text = R"({"a":{"$ref":"#/b"},"b":1})";
+    EXPECT_EQ(patched(text, R"([{"op":"replace","path":"/a/$ref","value":"#/c"}])"),
+              R"({"a":{"$ref":"#/c"},"b":1})");
+    EXPECT_EQ(patched(text, R"([{"op":"add","path":"/a/x","value":2}])"),
+              R"({"a":{"$ref":"#/b","x":2},"b":1})");
+    EXPECT_EQ(patched(text, R"([{"op":"remove","path":"/a/$ref"}])"), R"({"a":{},"b":1})");
+    EXPECT_EQ(patched(text, R"([{"op":"test","path":"/a/$ref","value":"#/b"}])"), text);
+}
+
+// Whatever the documents are, the patch that is their difference makes one of the other.
+TEST(JsonPatch, OfADifferenceMakesTheOther) {
+    Maker maker(9);
+    const auto document = [&maker] {
+        std::string text = maker.value(4);
+        for (size_t at = 0; (at = text.find("\"d\"", at)) != std::string::npos;)
+            text.replace(at, 3, "\"$ref\"");
+        return text;
+    };
+    size_t different = 0;
+    for (int round = 0; round < 20000; ++round) {
+        const std::string a = document();
+        const std::string b = document();
+        SCOPED_TRACE(a + " to " + b);
+        const tool::Document from("a", a);
+        const tool::Document to("b", b);
+        const std::string patch = tool::difference_patch(from, to);
+        EXPECT_EQ(patch == "[]", tool::is_equal(from, 0, to, 0));
+        const std::string after = patched(a, patch);
+        ASSERT_NE(after, "failure") << patch;
+        const tool::Document result("result", after);
+        ASSERT_TRUE(tool::is_equal(result, 0, to, 0)) << patch << " gives " << after;
+        different += patch == "[]" ? 0 : 1;
+    }
+    EXPECT_GT(different, 10000u);
 }
 
 TEST(JsonPatch, RefusesWhatItCannotDo) {

@@ -251,7 +251,7 @@ i32 Document::find(const Pointer& pointer, NodeId* node, size_t* step) const {
     for (*step = 0; *step < pointer.steps.size(); ++*step) {
         const Step& wanted = pointer.steps[*step];
         std::optional<NodeId> found;
-        if (kind(*node) == Kind::object && !is_reference(*node)) {
+        if (kind(*node) == Kind::object && (pointer.enters_references || !is_reference(*node))) {
             found = member(*node, wanted.name);
             if (!found)
                 return WIQ_ERR_KEY_NOT_FOUND;

@@ -1,5 +1,5 @@
 // See json_patch.h. Pointers follow RFC 6901 to the letter here: an index has no sign, blank or zero in
-// front.
+// front, and the members of a reference are members.
 #include "json_patch.h"
 
 #include <algorithm>
@@ -60,6 +60,7 @@ class Operation {
             throw failure("\"" + text + "\" is no JSON pointer: it begins with \"/\" or is empty");
         try {
             Pointer pointer = parse_pointer(text);
+            pointer.enters_references = true;
             for (Step& step : pointer.steps)
                 step.is_index = step.is_index && is_plain_index(step.name);
             return pointer;

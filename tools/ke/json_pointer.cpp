@@ -11,12 +11,8 @@ namespace {
 Step make_step(const std::string& name) {
     Step step;
     step.name = name;
-    u64 index = 0;
     step.is_append = name == "-";
-    if (!name.empty() && wiq_strtouint64(name.c_str(), &index) == 0) {
-        step.is_index = true;
-        step.index = static_cast<u32>(index);
-    }
+    step.is_index = !name.empty() && wiq_strtouint64(name.c_str(), &step.index) == 0;
     return step;
 }
 

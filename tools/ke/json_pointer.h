@@ -13,13 +13,15 @@ namespace tool {
 struct Step {
     std::string name;
     bool is_index = false;
-    u32 index = 0;
+    u64 index = 0;
     bool is_append = false;  // "-"
 };
 
 struct Pointer {
     std::string text;  // as it was given
     std::vector<Step> steps;
+    // An object that the library reads as a reference has members here like any other.
+    bool enters_references = false;
 
     // The pointer's text up to and with a step, for messages.
     std::string up_to(size_t step) const;
