@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <deque>
 #include <utility>
 
 #include "json_string.h"
@@ -15,6 +14,24 @@ namespace {
 
 bool is_blank(char c) {
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
+}
+
+// What a key token stands for; `decoded` keeps the text of a key that is written with escapes.
+std::string_view name_of(std::string_view key, std::string& decoded) {
+    if (key.find('\\') == std::string_view::npos)
+        return key.substr(1, key.size() - 2);
+    decoded = decode_string(key);
+    return decoded;
+}
+
+SortKey sort_key(std::string_view name, NodeId node) {
+    const auto byte = [name](size_t at) {
+        return at < name.size() ? u32{static_cast<u8>(name[at])} : 0;
+    };
+    const auto word = [byte](size_t at) {
+        return byte(at) << 24 | byte(at + 1) << 16 | byte(at + 2) << 8 | byte(at + 3);
+    };
+    return {word(0), word(4), node};
 }
 
 // Whether a number or a word is over here.
@@ -189,23 +206,66 @@ bool Document::is_reference(NodeId node) const {
     return kind(last) == Kind::string;
 }
 
-std::vector<Member> Document::members(NodeId object) const {
-    std::vector<Member> all;
-    all.reserve(static_cast<size_t>(child_count(object)));
+int Document::compare_keys(NodeId member, const Document& other, NodeId member_of_other) const {
+    std::string decoded;
+    std::string decoded_of_other;
+    return name_of(key(member), decoded)
+        .compare(name_of(other.key(member_of_other), decoded_of_other));
+}
+
+void Document::append_sorted(NodeId object, std::vector<SortKey>& scratch,
+                             std::vector<NodeId>& list) const {
+    const auto count = static_cast<size_t>(child_count(object));
+    scratch.clear();
+    scratch.reserve(count);
+    std::string decoded;
     for (NodeId child = first_child(object); child != end_of(object); child = next(child))
-        all.push_back({decode_string(key(child)), child});
-    std::stable_sort(all.begin(), all.end(),
-                     [](const Member& a, const Member& b) { return a.key < b.key; });
+        scratch.push_back(sort_key(name_of(key(child), decoded), child));
+    std::sort(scratch.begin(), scratch.end(), [this](const SortKey& a, const SortKey& b) {
+        if (a.high != b.high)
+            return a.high < b.high;
+        if (a.low != b.low)
+            return a.low < b.low;
+        // A key that ends within its first bytes is all of the other, since none holds a zero byte.
+        const int order = (a.low & 0xFF) == 0 ? 0 : compare_keys(a.node, *this, b.node);
+        return order != 0 ? order < 0 : a.node < b.node;
+    });
+    // As much room as is needed for one large object, and more for many that are open at a time.
+    if (list.capacity() - list.size() < count)
+        list.reserve(std::max(list.size() + count, list.capacity() * 3 / 2));
+    for (const SortKey& member : scratch)
+        list.push_back(member.node);
+}
+
+std::vector<NodeId> Document::members(NodeId object) const {
+    std::vector<SortKey> scratch;
+    std::vector<NodeId> all;
+    append_sorted(object, scratch, all);
     size_t kept = 0;
     for (size_t i = 0; i < all.size(); ++i) {
-        if (i + 1 != all.size() && all[i + 1].key == all[i].key)
-            continue;
-        if (kept != i)
-            all[kept] = std::move(all[i]);
-        ++kept;
+        if (i + 1 == all.size() || compare_keys(all[i], *this, all[i + 1]) != 0)
+            all[kept++] = all[i];
     }
     all.resize(kept);
     return all;
+}
+
+std::vector<NodeId> Document::with_namesakes(NodeId object, std::vector<NodeId> chosen) const {
+    if (chosen.empty())
+        return chosen;
+    std::sort(chosen.begin(), chosen.end());
+    std::vector<SortKey> scratch;
+    std::vector<NodeId> all;
+    append_sorted(object, scratch, all);
+    std::vector<NodeId> found;
+    bool is_chosen = false;
+    for (size_t i = all.size(); i-- > 0;) {
+        if (i + 1 == all.size() || compare_keys(all[i], *this, all[i + 1]) != 0)
+            is_chosen = std::binary_search(chosen.begin(), chosen.end(), all[i]);
+        if (is_chosen)
+            found.push_back(all[i]);
+    }
+    return found;
 }
 
 u64 Document::child_count(NodeId node) const {
@@ -217,12 +277,11 @@ u64 Document::child_count(NodeId node) const {
 
 std::vector<NodeId> Document::children(NodeId node) const {
     std::vector<NodeId> all;
-    all.reserve(static_cast<size_t>(child_count(node)));
     if (kind(node) == Kind::object) {
-        for (const Member& member : members(node))
-            all.push_back(member.node);
+        all = members(node);
         std::sort(all.begin(), all.end());
     } else {
+        all.reserve(static_cast<size_t>(child_count(node)));
         for (NodeId child = first_child(node); child != end_of(node); child = next(child))
             all.push_back(child);
     }
@@ -297,14 +356,6 @@ Failure Document::failure(NodeId node, const std::string& message, int exit_stat
 
 namespace {
 
-// What a key token stands for; `decoded` keeps the text of a key that is written with escapes.
-std::string_view name_of(std::string_view key, std::deque<std::string>& decoded) {
-    if (key.find('\\') == std::string_view::npos)
-        return key.substr(1, key.size() - 2);
-    decoded.push_back(decode_string(key));
-    return decoded.back();
-}
-
 // Writes a value. The containers that are being written are on a list, so that no document is too deep.
 class ValueWriter {
   public:
@@ -367,15 +418,7 @@ class ValueWriter {
     void sort_children() {
         Level& level = levels_.back();
         level.first_sorted = level.next_sorted = children_.size();
-        names_.clear();
-        decoded_.clear();
-        for (NodeId child = level.next; child != document_.end_of(level.node);
-             child = document_.next(child))
-            names_.emplace_back(name_of(document_.key(child), decoded_), child);
-        // Of equal keys the order of the text stays, which is that of the numbers.
-        std::sort(names_.begin(), names_.end());
-        for (const auto& name : names_)
-            children_.push_back(name.second);
+        document_.append_sorted(level.node, scratch_, children_);
     }
 
     JsonWriter& writer_;
@@ -383,8 +426,7 @@ class ValueWriter {
     bool sorted_;
     std::vector<Level> levels_;
     std::vector<NodeId> children_;  // of the open objects, the innermost one's at the end
-    std::vector<std::pair<std::string_view, NodeId>> names_;
-    std::deque<std::string> decoded_;
+    std::vector<SortKey> scratch_;
 };
 
 }  // namespace

@@ -21,8 +21,10 @@ using NodeId = u32;
 
 enum class Kind { object, array, string, number, boolean, null };
 
-struct Member {
-    std::string key;
+// A member that is being sorted: the first bytes of what its key stands for, which settle most comparisons
+// without a look at the text.
+struct SortKey {
+    u32 high, low;
     NodeId node;
 };
 
@@ -55,10 +57,18 @@ class Document {
     NodeId end_of(NodeId node) const { return node + count(node); }
     // Of equal keys each counts.
     u64 child_count(NodeId node) const;
-    // The members that count, of equal keys the last: by decoded key, in the order of the keys' bytes.
-    std::vector<Member> members(NodeId object) const;
+    // The members that count, of equal keys the last, in the order of the bytes that the keys stand for.
+    std::vector<NodeId> members(NodeId object) const;
     // The same in the order of the text; the elements of an array.
     std::vector<NodeId> children(NodeId node) const;
+    // Adds all members to a list in that order, equal keys in the order of the text. `scratch` is a list to
+    // work in, which one caller can use for many objects.
+    void append_sorted(NodeId object, std::vector<SortKey>& scratch,
+                       std::vector<NodeId>& list) const;
+    // These members and all others with their keys, each of which is the last of its key.
+    std::vector<NodeId> with_namesakes(NodeId object, std::vector<NodeId> chosen) const;
+    // Compares what the keys of two members stand for: below 0, 0, above 0.
+    int compare_keys(NodeId member, const Document& other, NodeId member_of_other) const;
 
     // The member of a key, of equal ones the last; the element of an index.
     std::optional<NodeId> member(NodeId object, std::string_view wanted) const;

@@ -54,7 +54,8 @@ class Difference {
 
     void compare_members(const Pair& pair) {
         for (const MemberPair& member : members_of_both(a_, pair.a, b_, pair.b)) {
-            const std::string pointer = pair.pointer + escaped_step(member.key);
+            const std::string_view key = member.a == kNone ? b_.key(member.b) : a_.key(member.a);
+            const std::string pointer = pair.pointer + escaped_step(decode_string(key));
             if (member.b == kNone)
                 operation("remove", pointer, "");
             else if (member.a == kNone)

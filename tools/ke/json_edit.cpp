@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "json_string.h"
-#include "json_style.h"
 #include "ke_utils/core.h"
 
 namespace tool {
@@ -75,11 +74,10 @@ std::string joined(const ContainerEdit& edit, const std::string& separator,
 }
 
 // What stands in a container that was empty.
-std::string first_children(const Style& style, const Document& document, NodeId container,
-                           const ContainerEdit& edit) {
+std::string first_children(const Style& style, NodeId container, const ContainerEdit& edit) {
     if (!style.in_lines())
         return joined(edit, style.colon().back() == ':' ? "," : ", ", style.colon());
-    const std::string outer = style.indentation(document.member_start(container));
+    const std::string outer = style.indentation(style.document().member_start(container));
     const std::string inner = style.line_feed() + outer + style.unit();
     return inner + joined(edit, "," + inner, style.colon()) + style.line_feed() + outer;
 }
@@ -106,20 +104,22 @@ Splices plan_addition(const Document& document, NodeId container, const Pointer&
     const std::string text =
         wrapped(style, pointer, step + 1, std::string(value), indentation, in_lines);
     const bool object = document.kind(container) == Kind::object;
-    return plan_container(document, container,
+    return plan_container(style, container,
                           {{}, {{object ? encode_string(pointer.steps[step].name) : "", text}}});
 }
 
 }  // namespace
 
-Splices plan_container(const Document& document, NodeId container, const ContainerEdit& edit) {
+Splices plan_container(const Style& style, NodeId container, const ContainerEdit& edit) {
     Splices splices;
-    const Style style(document);
+    if (edit.removed.empty() && edit.added.empty())
+        return splices;
+    const Document& document = style.document();
     const size_t inside = document.start(container) + 1;
     const size_t behind = document.stop(container) - 1;
     if (!document.has_children(container)) {
         if (!edit.added.empty())
-            splices.push_back({inside, behind, first_children(style, document, container, edit)});
+            splices.push_back({inside, behind, first_children(style, container, edit)});
         return splices;
     }
     const bool any_kept = cut(document, container, edit.removed, splices);
@@ -169,30 +169,34 @@ Splices plan_remove(const Document& document, const Pointer& pointer) {
                 edit.removed.push_back(child);
         }
     }
-    return plan_container(document, container, edit);
+    return plan_container(Style(document), container, edit);
 }
 
 Splices plan_insert(const Document& document, NodeId array, u64 index, std::string_view value) {
     const std::optional<NodeId> next = document.element(array, index);
     if (!next)
-        return plan_container(document, array, {{}, {{"", std::string(value)}}});
+        return plan_container(Style(document), array, {{}, {{"", std::string(value)}}});
     const size_t place = document.start(*next);
     return {{place, place, std::string(value) + Style(document).separator(array)}};
 }
 
 std::string spliced(std::string_view text, const Splices& splices) {
-    size_t size = text.size();
+    return spliced_part(text, 0, text.size(), splices);
+}
+
+std::string spliced_part(std::string_view text, size_t start, size_t stop, const Splices& splices) {
+    size_t size = stop - start;
     for (const Splice& splice : splices)
         size += splice.text.size();
     std::string result;
     result.reserve(size);
-    size_t at = 0;
+    size_t at = start;
     for (const Splice& splice : splices) {
         result += text.substr(at, splice.start - at);
         result += splice.text;
         at = splice.stop;
     }
-    result += text.substr(at);
+    result += text.substr(at, stop - at);
     return result;
 }
 

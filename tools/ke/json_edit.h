@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "document.h"
+#include "json_style.h"
 #include "sink.h"
 
 namespace tool {
@@ -35,9 +36,11 @@ Splices plan_set(const Document& document, const Pointer& pointer, std::string_v
 Splices plan_remove(const Document& document, const Pointer& pointer);
 // Puts a value in front of an array's element, or behind the last.
 Splices plan_insert(const Document& document, NodeId array, u64 index, std::string_view value);
-Splices plan_container(const Document& document, NodeId container, const ContainerEdit& edit);
+Splices plan_container(const Style& style, NodeId container, const ContainerEdit& edit);
 
 std::string spliced(std::string_view text, const Splices& splices);
+// The same of the text from `start` up to `stop` alone, within which all splices are.
+std::string spliced_part(std::string_view text, size_t start, size_t stop, const Splices& splices);
 void write_spliced(Sink& sink, std::string_view text, const Splices& splices);
 
 }  // namespace tool

@@ -2,7 +2,6 @@
 #include "json_equal.h"
 
 #include <algorithm>
-#include <utility>
 #include <vector>
 
 #include "json_string.h"
@@ -112,11 +111,13 @@ class Comparison {
     }
 
     void add_members(const Pair& pair) {
-        const size_t first = todo_.size();
-        for (const MemberPair& member : members_of_both(a_, pair.a, b_, pair.b))
-            add({member.a, member.b});
+        const std::vector<MemberPair> members = members_of_both(a_, pair.a, b_, pair.b);
+        // As much room as one large object needs, and more for many within one another.
+        if (todo_.capacity() - todo_.size() < members.size())
+            todo_.reserve(std::max(todo_.size() + members.size(), todo_.capacity() * 3 / 2));
         // The list is worked off from its end.
-        std::reverse(todo_.begin() + static_cast<std::ptrdiff_t>(first), todo_.end());
+        for (size_t i = members.size(); i-- > 0;)
+            add({members[i].a, members[i].b});
     }
 
     // The pointer is made only when it is asked for: it counts all the siblings in front of a value.
@@ -139,8 +140,8 @@ class Comparison {
 
 std::vector<MemberPair> members_of_both(const Document& a, NodeId in_a, const Document& b,
                                         NodeId in_b) {
-    std::vector<Member> of_a = a.members(in_a);
-    std::vector<Member> of_b = b.members(in_b);
+    const std::vector<NodeId> of_a = a.members(in_a);
+    const std::vector<NodeId> of_b = b.members(in_b);
     std::vector<MemberPair> pairs;
     pairs.reserve(std::max(of_a.size(), of_b.size()));
     size_t i = 0;
@@ -148,9 +149,8 @@ std::vector<MemberPair> members_of_both(const Document& a, NodeId in_a, const Do
     while (i < of_a.size() || j < of_b.size()) {
         const int order = i == of_a.size()   ? 1
                           : j == of_b.size() ? -1
-                                             : of_a[i].key.compare(of_b[j].key);
-        pairs.push_back({std::move(order > 0 ? of_b[j].key : of_a[i].key),
-                         order > 0 ? kNone : of_a[i].node, order < 0 ? kNone : of_b[j].node});
+                                             : a.compare_keys(of_a[i], b, of_b[j]);
+        pairs.push_back({order > 0 ? kNone : of_a[i], order < 0 ? kNone : of_b[j]});
         i += order > 0 ? 0 : 1;
         j += order < 0 ? 0 : 1;
     }

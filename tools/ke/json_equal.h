@@ -16,7 +16,6 @@ constexpr NodeId kNone = 0xFFFFFFFF;
 
 // Two members of one key; kNone where one of the objects has none.
 struct MemberPair {
-    std::string key;
     NodeId a, b;
 };
 

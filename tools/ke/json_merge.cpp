@@ -2,43 +2,40 @@
 #include "json_merge.h"
 
 #include <algorithm>
-#include <optional>
+#include <utility>
+#include <vector>
 
 #include "json_edit.h"
-#include "json_string.h"
+#include "json_equal.h"
 
 namespace tool {
 
 namespace {
 
 // A value of the patch as it is stored where there was no object: without the nulls in its objects.
-std::string without_nulls(const Document& patch, NodeId top) {
-    if (patch.kind(top) != Kind::object)
-        return std::string(patch.text_of(top));
+std::string without_nulls(const Style& patch, NodeId top) {
+    const Document& document = patch.document();
+    if (document.kind(top) != Kind::object)
+        return std::string(document.text_of(top));
     std::vector<NodeId> todo = {top};
     Splices splices;
     while (!todo.empty()) {
         const NodeId object = todo.back();
         todo.pop_back();
-        ContainerEdit edit;
-        for (const Member& member : patch.members(object)) {
-            if (patch.kind(member.node) == Kind::null) {
-                for (NodeId child = patch.first_child(object); child != patch.end_of(object);
-                     child = patch.next(child)) {
-                    if (stands_for(patch.key(child), member.key))
-                        edit.removed.push_back(child);
-                }
-            } else if (patch.kind(member.node) == Kind::object) {
-                todo.push_back(member.node);
-            }
+        std::vector<NodeId> nulls;
+        for (NodeId member : document.members(object)) {
+            if (document.kind(member) == Kind::null)
+                nulls.push_back(member);
+            else if (document.kind(member) == Kind::object)
+                todo.push_back(member);
         }
+        const ContainerEdit edit = {document.with_namesakes(object, std::move(nulls)), {}};
         const Splices some = plan_container(patch, object, edit);
         splices.insert(splices.end(), some.begin(), some.end());
     }
     std::sort(splices.begin(), splices.end(),
               [](const Splice& a, const Splice& b) { return a.start < b.start; });
-    const std::string text = spliced(patch.text().substr(0, patch.stop(top)), splices);
-    return text.substr(patch.start(top));
+    return spliced_part(document.text(), document.start(top), document.stop(top), splices);
 }
 
 struct Pair {
@@ -48,7 +45,8 @@ struct Pair {
 
 class Merge {
   public:
-    Merge(const Document& target, const Document& patch) : target_(target), patch_(patch) {}
+    Merge(const Document& target, const Document& patch)
+        : target_(target), patch_(patch), target_style_(target), patch_style_(patch) {}
 
     Splices plan() {
         todo_.push_back({target_.root(), patch_.root()});
@@ -59,41 +57,43 @@ class Merge {
         }
         std::stable_sort(splices_.begin(), splices_.end(),
                          [](const Splice& a, const Splice& b) { return a.start < b.start; });
-        return splices_;
+        return std::move(splices_);
     }
 
   private:
     void merge_object(const Pair& pair) {
         ContainerEdit edit;
-        for (const Member& change : patch_.members(pair.patch)) {
-            const std::optional<NodeId> old = target_.member(pair.target, change.key);
-            const Kind kind = patch_.kind(change.node);
+        std::vector<NodeId> added;
+        for (const MemberPair& both : members_of_both(target_, pair.target, patch_, pair.patch)) {
+            if (both.b == kNone)
+                continue;
+            const Kind kind = patch_.kind(both.b);
+            const bool is_there = both.a != kNone;
             if (kind == Kind::null) {
-                remove_all(pair.target, change.key, edit);
-            } else if (old && kind == Kind::object && target_.kind(*old) == Kind::object) {
-                todo_.push_back({*old, change.node});
-            } else if (old) {
-                splices_.push_back(
-                    {target_.start(*old), target_.stop(*old), without_nulls(patch_, change.node)});
+                if (is_there)
+                    edit.removed.push_back(both.a);
+            } else if (is_there && kind == Kind::object && target_.kind(both.a) == Kind::object) {
+                todo_.push_back({both.a, both.b});
+            } else if (is_there) {
+                splices_.push_back({target_.start(both.a), target_.stop(both.a),
+                                    without_nulls(patch_style_, both.b)});
             } else {
-                edit.added.emplace_back(std::string(patch_.key(change.node)),
-                                        without_nulls(patch_, change.node));
+                added.push_back(both.b);
             }
         }
-        const Splices some = plan_container(target_, pair.target, edit);
+        std::sort(added.begin(), added.end());  // as the patch has them
+        for (NodeId member : added)
+            edit.added.emplace_back(std::string(patch_.key(member)),
+                                    without_nulls(patch_style_, member));
+        edit.removed = target_.with_namesakes(pair.target, std::move(edit.removed));
+        const Splices some = plan_container(target_style_, pair.target, edit);
         splices_.insert(splices_.end(), some.begin(), some.end());
-    }
-
-    void remove_all(NodeId object, const std::string& key, ContainerEdit& edit) const {
-        for (NodeId child = target_.first_child(object); child != target_.end_of(object);
-             child = target_.next(child)) {
-            if (stands_for(target_.key(child), key))
-                edit.removed.push_back(child);
-        }
     }
 
     const Document& target_;
     const Document& patch_;
+    Style target_style_;
+    Style patch_style_;
     std::vector<Pair> todo_;
     Splices splices_;
 };
@@ -104,7 +104,7 @@ Splices plan_merge(const Input& input, const Document& patch) {
         return Merge(target, patch).plan();
     // What is no object is replaced as a whole, also by an object.
     return {{target.start(target.root()), target.stop(target.root()),
-             without_nulls(patch, patch.root())}};
+             without_nulls(Style(patch), patch.root())}};
 }
 
 }  // namespace

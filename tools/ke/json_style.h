@@ -11,6 +11,7 @@ class Style {
   public:
     explicit Style(const Document& document);
 
+    const Document& document() const { return document_; }
     // Blanks and colon between a key and its value, as the document has them.
     const std::string& colon() const { return colon_; }
     const std::string& unit() const { return unit_; }
