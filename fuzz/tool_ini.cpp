@@ -3,6 +3,8 @@
 #include "ini_file.h"
 #include "ini_json.h"
 #include "input.h"
+#include "json_equal.h"
+#include "json_string.h"
 
 namespace {
 
@@ -19,13 +21,18 @@ bool operator==(const Entry& a, const Entry& b) {
 // Sections without keys count as an entry without a key.
 std::vector<Entry> entries_of(const std::string& text) {
     std::vector<Entry> entries;
-    for (const tool::IniSection& section :
-         tool::parse_ini({"text", "", text, tool::Encoding::utf8})) {
-        const tool::IniName name = {section.name, section.argument};
-        entries.push_back({name, "", ""});
-        for (const tool::IniKey& key : section.keys)
-            entries.push_back({name, key.name, key.value});
-    }
+    tool::scan_ini(
+        {"text", "", text, tool::Encoding::utf8},
+        [&](const tool::IniSection& section) {
+            tool::IniName name = {std::string(section.name), std::nullopt};
+            if (section.argument)
+                name.argument = std::string(*section.argument);
+            entries.push_back({name, "", ""});
+        },
+        [&](const tool::IniKey& key) {
+            entries.push_back(
+                {entries.back().section, std::string(key.name), std::string(key.value)});
+        });
     return entries;
 }
 
@@ -67,11 +74,24 @@ void remove(std::vector<Entry>& entries, const Entry& wanted) {
 
 void check_json(const std::string& text) {
     try {
-        const std::string json = tool::ini_as_json({"text", "", text, tool::Encoding::utf8});
-        tool::Source source("json", json);
-        tool::Scanner scanner(source);
-        while (scanner.next() != tool::Token::end)
-            continue;
+        const tool::Input input{"text", "", text, tool::Encoding::utf8};
+        const tool::IniTree tree(input);
+        std::string plain;
+        std::string sorted;
+        for (std::string* json : {&plain, &sorted}) {
+            tool::Sink sink(json);
+            tool::JsonWriter writer(sink, tool::Layout());
+            tree.write(writer, json == &sorted);
+            sink.finish();
+        }
+        const tool::Document a("json", plain);
+        const tool::Document b("sorted", sorted);
+        CHECK(tool::is_equal(a, a.root(), b, b.root()));
+        // Every value is there.
+        for (const Entry& entry : entries_of(text)) {
+            if (!entry.key.empty())
+                CHECK(plain.find(tool::encode_string(entry.value)) != std::string::npos);
+        }
     } catch (const tool::Failure& failure) {
         // A name that is a key and an argument at once, or a text that is no UTF-8.
         CHECK(!failure.message.empty());

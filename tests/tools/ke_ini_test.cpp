@@ -3,6 +3,10 @@
 #include "tools/folder.h"
 #include "tools/rows.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 namespace {
 
 class KeIniFiles : public Folder {};
@@ -32,6 +36,15 @@ TEST_F(KeIniFiles, BecomeJsonWithoutLoss) {
          "",
          "standard input:4:2: \"x\" is both a key and an argument of the section"},
         {{"ini", "to-json"}, "[a]\nk = \xFF\n", 2, "", "standard input:2:5: a text is no valid"},
+        // Names and values end where the parser ends them.
+        {{"ini", "to-json", "--compact"},
+         "[z \"p q\"]\nk=\"a;b \" # c\n[z r] ; c\n b\t=\ta  b \t# c\r\na=1\n b =2;\nb=x",
+         0,
+         "{\"z\":{\"p q\":{\"k\":\"a;b \"},\"r\":{\"b\":[\"a  b\",\"2\",\"x\"],\"a\":\"1\"}}}\n"},
+        {{"ini", "to-json", "--compact", "--sort-keys"},
+         "[z r]\nc=1\nb=2\n[y]\n[z]\na=3\n",
+         0,
+         "{\"y\":{},\"z\":{\"a\":\"3\",\"r\":{\"b\":\"2\",\"c\":\"1\"}}}\n"},
     });
 }
 
@@ -78,6 +91,69 @@ TEST_F(KeIniFiles, AreEditedInPlace) {
     EXPECT_EQ(ke({"ini", "get", "c", "y z", "k", path}).out, "v w\n");
     EXPECT_EQ(names(), std::vector<std::string>{"r.ini"});
 }
+
+// One line of many for the same key, and sections that come again.
+TEST_F(KeIniFiles, KeepTheOrderOfValues) {
+    std::string text;
+    std::string values;
+    for (int i = 0; i < 1000; ++i) {
+        const std::string number = std::to_string(i);
+        text += "[a x]\nk=" + number + "\n[b" + std::to_string(i % 100) + "]\nn" + number + "=1\n";
+        values += (i == 0 ? "\"" : ",\"") + number + "\"";
+    }
+    write_file(in("r.ini"), text);
+    const std::string json = ke({"ini", "to-json", "--compact", in("r.ini")}).out;
+    EXPECT_EQ(ke({"json", "get", "/a/x/k", "--compact"}, json).out, "[" + values + "]\n");
+    EXPECT_EQ(ke({"json", "get", "/b7", "--keys"}, json).out,
+              "n7\nn107\nn207\nn307\nn407\nn507\nn607\nn707\nn807\nn907\n");
+    EXPECT_EQ(ke({"json", "get", "", "--length"}, json).out, "101\n");
+    EXPECT_EQ(ke({"ini", "remove", "a", "-a", "x", "k", in("r.ini"), "--in-place"}).status, 0);
+    EXPECT_EQ(ke({"ini", "remove", "b7", "", in("r.ini"), "--in-place"}).status, 0);
+    const std::string left = read_file(in("r.ini"));
+    EXPECT_EQ(left.substr(0, 26), "[a x]\n[b0]\nn0=1\n[a x]\n[b1]");
+    EXPECT_EQ(left.find("k="), std::string::npos);
+    EXPECT_EQ(left.find("n107="), std::string::npos);
+    EXPECT_NE(left.find("n108="), std::string::npos);
+}
+
+#ifdef _WIN32
+// What the parser reads stands in a file for the while, which nobody finds afterwards.
+TEST_F(KeIniFiles, LeaveNoTemporaryFile) {
+    write_file(in("r.ini"), "[a]\nk=1\n");
+    char before[1024] = {};
+    GetEnvironmentVariableA("TMP", before, sizeof(before));
+    char here[1024] = {};
+    GetFullPathNameA(folder().c_str(), sizeof(here), here, nullptr);
+    SetEnvironmentVariableA("TMP", here);
+    const Outcome outcome = ke({"ini", "get", "a", "k", in("r.ini")});
+    SetEnvironmentVariableA("TMP", (std::string(here) + "\\none").c_str());
+    const Outcome nowhere = ke({"ini", "get", "a", "k", in("r.ini")});
+    SetEnvironmentVariableA("TMP", before);
+    EXPECT_EQ(outcome.out, "1\n") << outcome.err;
+    EXPECT_EQ(names(), std::vector<std::string>{"r.ini"});
+    EXPECT_EQ(nowhere.status, 2) << "that is where it would be";
+    EXPECT_EQ(nowhere.err.substr(0, 20), "ke: a temporary file") << nowhere.err;
+}
+#else
+// A file in UTF-16 holds characters, and bytes that are none would become others.
+TEST_F(KeIniFiles, RefuseBytesThatAreNoCharacters) {
+    const std::string utf16("\xFF\xFE[\0a\0]\0\n\0", 10);
+    const std::string marked = "\xEF\xBB\xBF[a]\n";
+    for (const std::string& before : {utf16, marked}) {
+        write_file(in("r.ini"), before);
+        for (const char* value : {"x\xFFy", "\xE2\x82"}) {
+            const Outcome outcome = ke({"ini", "set", "a", "k", value, in("r.ini"), "--in-place"});
+            EXPECT_EQ(outcome.status, 2);
+            EXPECT_NE(outcome.err.find("UTF-8"), std::string::npos) << outcome.err;
+            EXPECT_EQ(read_file(in("r.ini")), before);
+        }
+    }
+    // Without a mark nobody knows the encoding: bytes are bytes.
+    write_file(in("r.ini"), "[a]\nk=\xE9\n");
+    EXPECT_EQ(ke({"ini", "set", "a", "l", "\xFF", in("r.ini"), "--in-place"}).status, 0);
+    EXPECT_EQ(read_file(in("r.ini")), "[a]\nk=\xE9\nl=\xFF\n");
+}
+#endif
 
 TEST_F(KeIniFiles, RefuseWhatTheyCannotHold) {
     write_file(in("r.ini"), "[a]\nk=1\n");

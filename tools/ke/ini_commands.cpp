@@ -1,12 +1,11 @@
 // ke ini to-json, get, set, remove, sections, keys: INI files as they are, and as JSON.
+#include <algorithm>
 #include <memory>
-#include <unordered_set>
 
 #include "commands.h"
 #include "failure.h"
 #include "ini_file.h"
 #include "ini_json.h"
-#include "json_select.h"
 #include "ke_utils.h"
 
 namespace tool {
@@ -21,29 +20,73 @@ struct IniArgs {
     Layout layout;
 };
 
+// Lines of output without repetition. What is known is found in the output itself: a table holds where each
+// line starts, so that a line takes little more than its text.
+class Lines {
+  public:
+    void add(std::string_view line) {
+        if ((count_ + 1) * 4 > places_.size() * 3)
+            grow();
+        u32& place = place_of(line);
+        if (place != kFree)
+            return;
+        place = static_cast<u32>(text_.size());
+        text_.append(line).append("\n");
+        ++count_;
+    }
+    const std::string& text() const { return text_; }
+
+  private:
+    static constexpr u32 kFree = 0xFFFFFFFF;
+
+    std::string_view line_at(size_t start) const {
+        return std::string_view(text_).substr(start, text_.find('\n', start) - start);
+    }
+
+    // Where the line's place is told, or is to be.
+    u32& place_of(std::string_view line) {
+        size_t at = std::hash<std::string_view>()(line) & (places_.size() - 1);
+        while (places_[at] != kFree && line_at(places_[at]) != line)
+            at = (at + 1) & (places_.size() - 1);
+        return places_[at];
+    }
+
+    void grow() {
+        places_.assign(std::max<size_t>(64, places_.size() * 2), kFree);
+        for (size_t start = 0; start < text_.size(); start = text_.find('\n', start) + 1)
+            place_of(line_at(start)) = static_cast<u32>(start);
+    }
+
+    std::string text_;
+    std::vector<u32> places_;
+    size_t count_ = 0;
+};
+
 int to_json(const IniArgs& args, const Common& common) {
     const Input input = read_text(args.file, common);
-    const std::string text = ini_as_json(input);
+    const IniTree tree(input);
     Sink sink(common, "");
-    print_view(sink, text, View(), args.layout);
+    JsonWriter writer(sink, args.layout);
+    tree.write(writer, args.layout.sort_keys);
+    writer.end_document();
     sink.finish();
     return kExitOk;
 }
 
 int get_value(const IniArgs& args, const Common& common) {
     const Input input = read_text(args.file, common);
-    const std::string* found = nullptr;
-    const std::vector<IniSection> sections = parse_ini(input);
-    for (const IniSection& section : sections) {
-        for (const IniKey& key : section.keys) {
-            if (args.name.fits(section) && key.name == args.key)
-                found = &key.value;  // the last one counts
-        }
-    }
-    if (found == nullptr)
+    std::optional<std::string_view> found;
+    bool inside = false;
+    scan_ini(
+        input, [&](const IniSection& section) { inside = args.name.fits(section); },
+        [&](const IniKey& key) {
+            if (inside && key.name == args.key)
+                found = key.value;  // the last one counts
+        });
+    if (!found)
         throw failure(input.name + ": " + args.name.header() + " " + args.key,
                       WIQ_ERR_KEY_NOT_FOUND);
-    write_output(*found + "\n", common);
+    write_output(std::string(*found) + "\n", common);
     return kExitOk;
 }
 
@@ -68,35 +111,38 @@ int remove_value(const IniArgs& args, const Common& common) {
 
 int list_sections(const IniArgs& args, const Common& common) {
     const Input input = read_text(args.file, common);
-    std::string text;
-    std::unordered_set<std::string> seen;
-    for (const IniSection& section : parse_ini(input)) {
-        const std::string line =
-            section.name + (section.argument ? "\t" + *section.argument : "") + "\n";
-        if (seen.insert(line).second)
-            text += line;
-    }
-    write_output(text, common);
+    Lines lines;
+    scan_ini(
+        input,
+        [&](const IniSection& section) {
+            std::string line(section.name);
+            if (section.argument)
+                line.append("\t").append(*section.argument);
+            lines.add(line);
+        },
+        [](const IniKey&) {});
+    write_output(lines.text(), common);
     return kExitOk;
 }
 
 int list_keys(const IniArgs& args, const Common& common) {
     const Input input = read_text(args.file, common);
-    std::unordered_set<std::string> seen;
-    std::string text;
+    Lines lines;
+    bool inside = false;
     bool found = false;
-    for (const IniSection& section : parse_ini(input)) {
-        if (!args.name.fits(section))
-            continue;
-        found = true;
-        for (const IniKey& key : section.keys) {
-            if (seen.insert(key.name).second)
-                text += key.name + "\n";
-        }
-    }
+    scan_ini(
+        input,
+        [&](const IniSection& section) {
+            inside = args.name.fits(section);
+            found = found || inside;
+        },
+        [&](const IniKey& key) {
+            if (inside)
+                lines.add(key.name);
+        });
     if (!found)
         throw failure(input.name + ": " + args.name.header(), WIQ_ERR_KEY_NOT_FOUND);
-    write_output(text, common);
+    write_output(lines.text(), common);
     return kExitOk;
 }
 

@@ -2,8 +2,11 @@
 #include "ini_file.h"
 
 #include <algorithm>
+#include <exception>
+#include <limits>
 
 #include "json_edit.h"
+#include "json_string.h"
 #include "ke_utils.h"
 #include "platform.h"
 
@@ -11,39 +14,47 @@ namespace tool {
 
 namespace {
 
+using OnSection = std::function<void(const IniSection& section)>;
+using OnKey = std::function<void(const IniKey& key)>;
+
+// What the library's parser calls. Nothing is thrown through the library, which knows no exceptions.
 struct Handler {
-    std::vector<IniSection> sections;
+    std::string_view text;
+    const OnSection& on_section;
+    const OnKey& on_key;
     WiqIniLocation mistake = {};
+    std::exception_ptr thrown = nullptr;
+
+    std::string_view at(const WiqIniLocation& place) const {
+        return text.substr(place.offset, place.length);
+    }
+    template <class Report>
+    i32 guard(const Report& report) {
+        try {
+            report();
+            return 0;
+        } catch (...) {
+            thrown = std::current_exception();
+            return -1;
+        }
+    }
 };
 
-i32 add_section(const char* name, const WiqIniLocation* name_location, const char* argument,
-                const WiqIniLocation* argument_location, void* user) {
-    IniSection section;
-    section.name = name;
-    section.offset = name_location->offset;
-    if (argument != nullptr) {
-        section.argument = argument;
-        section.argument_offset = argument_location->offset;
-    }
-    static_cast<Handler*>(user)->sections.push_back(std::move(section));
-    return 0;
+i32 take_section(const char*, const WiqIniLocation* name, const char* argument,
+                 const WiqIniLocation* argument_location, void* user) {
+    auto& handler = *static_cast<Handler*>(user);
+    return handler.guard([&] {
+        IniSection section = {handler.at(*name), std::nullopt};
+        if (argument != nullptr)
+            section.argument = handler.at(*argument_location);
+        handler.on_section(section);
+    });
 }
 
-i32 add_key(const char* name, const WiqIniLocation* name_location, const char* value,
-            const WiqIniLocation* value_location, void* user) {
-    static_cast<Handler*>(user)->sections.back().keys.push_back(
-        {name, value, name_location->offset, value_location->offset, value_location->length});
-    return 0;
-}
-
-// The parser reads streams: standard input and files alike become one.
-File stream_of(const std::string& text) {
-    File stream(scratch_file());
-    if (!stream || fwrite(text.data(), 1, text.size(), stream.get()) != text.size() ||
-        fflush(stream.get()) != 0)
-        throw failure("a temporary file", WIQ_ERR_IO);
-    rewind(stream.get());
-    return stream;
+i32 take_key(const char*, const WiqIniLocation* name, const char*, const WiqIniLocation* value,
+             void* user) {
+    auto& handler = *static_cast<Handler*>(user);
+    return handler.guard([&] { handler.on_key({handler.at(*name), handler.at(*value)}); });
 }
 
 size_t line_start(const std::string& text, size_t offset) {
@@ -96,18 +107,46 @@ std::string new_section(const std::string& text, const IniName& name, const std:
     return text + added + name.header() + end + key + " = " + written(value, false) + end;
 }
 
-// The edit must be what was asked for, and the only change that the parser sees.
+// A line behind a section's last key, indented and spaced like it; behind the header where there is none.
+Splice new_key(const Input& input, const IniSection& section, const std::optional<IniKey>& model,
+               const std::string& key, const std::string& value) {
+    const std::string& text = input.bytes;
+    const size_t place = next_line(text, offset_in(input, model ? model->value : section.name));
+    std::string line = key + " = ";
+    if (model) {
+        const size_t name = offset_in(input, model->name);
+        const size_t start = line_start(text, name);
+        const size_t behind = name + model->name.size();
+        const size_t value_start = offset_in(input, model->value);
+        const size_t margin = is_quoted(text, value_start) ? 1 : 0;
+        line = text.substr(start, name - start) + key +
+               text.substr(behind, value_start - margin - behind);
+    }
+    const std::string end = line_end_of(text);
+    const bool unended = place == text.size() && text.back() != '\n';
+    return {place, place,
+            (unended ? end : "") + line + written(value, false) + (unended ? "" : end)};
+}
+
+// The parser must see the value that was asked for in what was written.
 void verify(const Input& edited, const IniName& name, const std::string& key,
             const std::string& value) {
     std::string last;
-    for (const IniSection& section : parse_ini(edited)) {
-        for (const IniKey& entry : section.keys) {
-            if (name.fits(section) && entry.name == key)
+    bool inside = false;
+    scan_ini(
+        edited, [&](const IniSection& section) { inside = name.fits(section); },
+        [&](const IniKey& entry) {
+            if (inside && entry.name == key)
                 last = entry.value;
-        }
-    }
+        });
     if (last != value)
         throw Failure{"the value \"" + value + "\" cannot be written in an INI file"};
+}
+
+// What can be written in a file of this encoding: one with a mark holds nothing but characters.
+void check_characters(Encoding encoding, const std::string& text) {
+    if (encoding != Encoding::utf8)
+        encode_string(text);
 }
 
 }  // namespace
@@ -116,19 +155,30 @@ std::string IniName::header() const {
     return "[" + section + (argument ? " \"" + *argument + "\"" : "") + "]";
 }
 
-std::vector<IniSection> parse_ini(const Input& input) {
+size_t offset_in(const Input& input, std::string_view part) {
+    return static_cast<size_t>(part.data() - input.bytes.data());
+}
+
+void scan_ini(const Input& input, const OnSection& on_section, const OnKey& on_key) {
     const size_t zero = input.bytes.find('\0');
     if (zero != std::string::npos)
         throw failure_at(input.name, {input.bytes}, zero,
                          "a zero byte; an INI file is text, in UTF-8 or with a byte order mark");
-    Handler handler;
-    const File stream = stream_of(input.bytes);
+    // The parser tells places in 32 bits.
+    if (input.bytes.size() >= std::numeric_limits<u32>::max())
+        throw Failure{input.name + ": has 4 GiB or more, too much for an INI file"};
+    const File stream(stream_of(input.bytes));
+    if (!stream)
+        throw failure("a temporary file", WIQ_ERR_IO);
+    Handler handler = {input.bytes, on_section, on_key};
     const i32 status = wiq_ini_parse(
-        stream.get(), add_section, add_key,
+        stream.get(), take_section, take_key,
         [](const WiqIniLocation* location, void* self) {
             static_cast<Handler*>(self)->mistake = *location;
         },
         &handler);
+    if (handler.thrown)
+        std::rethrow_exception(handler.thrown);
     if (status == WIQ_ERR_INI_SYNTAX) {
         size_t offset = 0;
         for (u32 line = 1; line < handler.mistake.line; ++line)
@@ -136,7 +186,6 @@ std::vector<IniSection> parse_ini(const Input& input) {
         throw failure_at(input.name, {input.bytes}, offset + handler.mistake.column - 1, status);
     }
     check(input.name, status);
-    return std::move(handler.sections);
 }
 
 std::string set_in_ini(const Input& input, const IniName& name, const std::string& key,
@@ -146,45 +195,40 @@ std::string set_in_ini(const Input& input, const IniName& name, const std::strin
     if (name.argument &&
         (name.argument->empty() || name.argument->find_first_of("\"\r\n") != std::string::npos))
         throw Failure{"the argument \"" + *name.argument + "\" cannot stand in an INI file"};
+    for (const std::string& part : {name.section, name.argument.value_or(""), key, value})
+        check_characters(input.encoding, part);
     const std::string& text = input.bytes;
-    const std::vector<IniSection> sections = parse_ini(input);
-    const IniSection* section = nullptr;
-    const IniKey* found = nullptr;
-    for (const IniSection& candidate : sections) {
-        if (!name.fits(candidate))
-            continue;
-        section = &candidate;
-        for (const IniKey& entry : candidate.keys)
-            found = entry.name == key ? &entry : found;  // the last one counts
-    }
+    std::optional<IniSection> section;  // the last that fits
+    std::optional<IniKey> model;        // its last key
+    std::optional<IniKey> found;        // the last one counts
+    bool inside = false;
+    scan_ini(
+        input,
+        [&](const IniSection& candidate) {
+            inside = name.fits(candidate);
+            if (!inside)
+                return;
+            section = candidate;
+            model.reset();
+        },
+        [&](const IniKey& entry) {
+            if (!inside)
+                return;
+            model = entry;
+            if (entry.name == key)
+                found = entry;
+        });
     Input edited{input.name, "", "", Encoding::utf8};
-    if (found != nullptr) {
-        const bool quoted = is_quoted(text, found->value_offset);
+    if (found) {
+        const size_t start = offset_in(input, found->value);
+        const bool quoted = is_quoted(text, start);
         const size_t margin = quoted ? 1 : 0;
         edited.bytes = spliced(
-            text, {{found->value_offset - margin,
-                    found->value_offset + found->value_length + margin, written(value, quoted)}});
-    } else if (section == nullptr) {
+            text, {{start - margin, start + found->value.size() + margin, written(value, quoted)}});
+    } else if (!section) {
         edited.bytes = new_section(text, name, key, value);
     } else {
-        // Behind the last key, indented and spaced like it.
-        const bool any = !section->keys.empty();
-        const size_t last = any ? section->keys.back().value_offset : section->offset;
-        const size_t place = next_line(text, last);
-        std::string line = key + " = ";
-        if (any) {
-            const IniKey& model = section->keys.back();
-            const size_t start = line_start(text, model.offset);
-            const size_t behind = model.offset + model.name.size();
-            const size_t margin = is_quoted(text, model.value_offset) ? 1 : 0;
-            line = text.substr(start, model.offset - start) + key +
-                   text.substr(behind, model.value_offset - margin - behind);
-        }
-        const std::string end = line_end_of(text);
-        const bool unended = place == text.size() && text.back() != '\n';
-        edited.bytes = spliced(
-            text, {{place, place,
-                    (unended ? end : "") + line + written(value, false) + (unended ? "" : end)}});
+        edited.bytes = spliced(text, {new_key(input, *section, model, key, value)});
     }
     verify(edited, name, key, value);
     return edited.bytes;
@@ -192,29 +236,38 @@ std::string set_in_ini(const Input& input, const IniName& name, const std::strin
 
 std::string remove_from_ini(const Input& input, const IniName& name, const std::string& key) {
     const std::string& text = input.bytes;
-    Splices cuts;
+    const bool whole = key.empty();
+    std::string left;
+    size_t at = 0;  // up to here the text is in `left` or gone
+    bool inside = false;
     bool found = false;
-    for (const IniSection& section : parse_ini(input)) {
-        if (!name.fits(section))
-            continue;
-        if (key.empty()) {
-            // From the header to the last key; comments behind that may belong to what follows.
-            const size_t last =
-                section.keys.empty() ? section.offset : section.keys.back().value_offset;
-            cuts.push_back({line_start(text, section.offset), next_line(text, last), ""});
-        }
-        found = found || key.empty();
-        for (const IniKey& entry : section.keys) {
-            if (key.empty() || entry.name != key)
-                continue;
-            found = true;
-            cuts.push_back({line_start(text, entry.offset), next_line(text, entry.offset), ""});
-        }
-    }
+    const auto cut = [&](std::string_view part) {
+        const size_t start = std::max(at, line_start(text, offset_in(input, part)));
+        left.append(text, at, start - at);
+        at = next_line(text, start);
+        found = true;
+    };
+    scan_ini(
+        input,
+        [&](const IniSection& section) {
+            inside = name.fits(section);
+            if (inside && whole)
+                cut(section.name);
+        },
+        [&](const IniKey& entry) {
+            if (!inside)
+                return;
+            if (whole)
+                // From the header to the last key; comments behind that may belong to what follows.
+                at = next_line(text, offset_in(input, entry.name));
+            else if (entry.name == key)
+                cut(entry.name);
+        });
     if (!found)
-        throw failure(input.name + ": " + name.header() + (key.empty() ? "" : " " + key),
+        throw failure(input.name + ": " + name.header() + (whole ? "" : " " + key),
                       WIQ_ERR_KEY_NOT_FOUND);
-    return spliced(text, cuts);
+    left.append(text, at);
+    return left;
 }
 
 }  // namespace tool

@@ -1,29 +1,26 @@
 // An INI file as the library's parser reports it, with the place of every name and value, so that edits
-// touch nothing else.
+// touch nothing else. Nothing is kept of what is reported: a command that looks for one key takes no more
+// memory than the text.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "source.h"
 
 namespace tool {
 
-struct IniKey {
-    std::string name;
-    std::string value;
-    size_t offset = 0;        // of the name
-    size_t value_offset = 0;  // of the text inside the quotes, if there are quotes
-    size_t value_length = 0;
+// What is reported are parts of the input's text, quotes left out.
+struct IniSection {
+    std::string_view name;
+    std::optional<std::string_view> argument;
 };
 
-struct IniSection {
-    std::string name;
-    std::optional<std::string> argument;
-    size_t offset = 0;  // of the name
-    size_t argument_offset = 0;
-    std::vector<IniKey> keys;
+struct IniKey {
+    std::string_view name;
+    std::string_view value;
 };
 
 // A section as a user names it.
@@ -32,14 +29,20 @@ struct IniName {
     std::optional<std::string> argument;
 
     bool fits(const IniSection& other) const {
-        return section == other.name && argument == other.argument;
+        return section == other.name && argument.has_value() == other.argument.has_value() &&
+               (!argument || *argument == *other.argument);
     }
     // "[drive "/dev/sda"]", as a header has it.
     std::string header() const;
 };
 
-// Parses; throws a Failure that shows a mistake where it stands.
-std::vector<IniSection> parse_ini(const Input& input);
+// Reports each section and, behind it, each of its keys, in the order of the text. Throws a Failure that
+// shows a mistake where it stands; what a report throws ends the scan and goes to the caller.
+void scan_ini(const Input& input, const std::function<void(const IniSection& section)>& on_section,
+              const std::function<void(const IniKey& key)>& on_key);
+
+// Where a part of the input's text starts.
+size_t offset_in(const Input& input, std::string_view part);
 
 // The text with a key set: its value replaced, or the key added behind the section's last one, or the
 // section at the end. Throws a Failure for what an INI file cannot hold.

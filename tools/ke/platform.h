@@ -27,8 +27,8 @@ void restore_console();
 // the system refuses.
 bool limit_memory(u64 bytes);
 
-// An empty file for reading and writing that is gone when it is closed; nullptr if there can be none.
-FILE* scratch_file();
+// A stream that reads a text, which must outlive it; nullptr if there can be none.
+FILE* stream_of(const std::string& text);
 
 enum class FileKind { none, regular, directory, other };
 

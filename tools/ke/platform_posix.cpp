@@ -40,8 +40,9 @@ bool limit_memory(u64 bytes) {
     return setrlimit(RLIMIT_AS, &limit) == 0;
 }
 
-FILE* scratch_file() {
-    return tmpfile();
+FILE* stream_of(const std::string& text) {
+    // It is only read, though the function takes a buffer that could be written.
+    return fmemopen(const_cast<char*>(text.data()), text.size(), "r");
 }
 
 FileKind kind_of_path(const std::string& path) {

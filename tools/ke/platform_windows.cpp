@@ -109,13 +109,24 @@ bool limit_memory(u64 bytes) {
            AssignProcessToJobObject(job, GetCurrentProcess()) != 0;
 }
 
-FILE* scratch_file() {
-    // The runtime's tmpfile() wants to write into the root of the drive, which users may not.
+FILE* stream_of(const std::string& text) {
+    // No stream reads memory here, so the text goes through a file that is gone when it is closed. The
+    // runtime's tmpfile() wants to write into the root of the drive, which users may not.
     wchar_t folder[MAX_PATH + 1] = {};
     wchar_t name[MAX_PATH + 1] = {};
     if (GetTempPathW(MAX_PATH + 1, folder) == 0 || GetTempFileNameW(folder, L"ke", 0, name) == 0)
         return nullptr;
-    return _wfopen(name, L"w+bTD");
+    FILE* stream = _wfopen(name, L"w+bTD");
+    if (stream == nullptr) {
+        DeleteFileW(name);
+        return nullptr;
+    }
+    if (fwrite(text.data(), 1, text.size(), stream) != text.size() || fflush(stream) != 0) {
+        fclose(stream);
+        return nullptr;
+    }
+    rewind(stream);
+    return stream;
 }
 
 FileKind kind_of_path(const std::string& path) {
