@@ -9,6 +9,7 @@
 
 #ifndef _WIN32
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace {
@@ -90,6 +91,34 @@ TEST_F(KeFiles, AreWrittenByEveryCommand) {
     }
     EXPECT_EQ(names().size(), 3u);
 }
+
+// The argument parser must not take such a name for a list of names.
+TEST_F(KeFiles, NamesInBrackets) {
+    write_file("[ke_x]", "[1]");
+    write_file("ke_x", "[2]");
+    EXPECT_EQ(ke({"json", "format", "--compact", "[ke_x]"}).out, "[1]\n");
+    EXPECT_EQ(ke({"json", "get", "/0", "[ke_x]", "ke_x"}).out, "1\n2\n");
+    EXPECT_EQ(ke({"json", "get", "/5", "--default", "[5,6]", "--compact", "[ke_x]"}).out,
+              "[5,6]\n");
+    EXPECT_EQ(ke({"json", "set", "/0", "[3,4]", "[ke_x]", "--in-place"}).status, 0);
+    EXPECT_EQ(ke({"json", "format", "[ke_x]", "--compact", "--in-place"}).status, 0);
+    EXPECT_EQ(read_file("[ke_x]"), "[[3,4]]\n");
+    EXPECT_EQ(read_file("ke_x"), "[2]");
+    EXPECT_NE(ke({"json", "format", "[ke_none]"}).err.find("[ke_none]: "), std::string::npos);
+    wiq_unlink("[ke_x]");
+    wiq_unlink("ke_x");
+}
+
+#ifndef _WIN32
+// The other name keeps the old text: the file that it stands for is not touched.
+TEST_F(KeFiles, WithTwoNames) {
+    write_file(in("r.json"), "[1]");
+    ASSERT_EQ(link((folder() + "/r.json").c_str(), (folder() + "/other").c_str()), 0);
+    EXPECT_EQ(ke({"json", "set", "/0", "2", in("r.json"), "--in-place"}).status, 0);
+    EXPECT_EQ(read_file(in("r.json")), "[2]");
+    EXPECT_EQ(read_file(in("other")), "[1]");
+}
+#endif
 
 TEST_F(KeFiles, CannotBeWrittenWhereThereIsNoFolder) {
     const Outcome outcome = ke({"number", "7", "-o", in("none\\out")});

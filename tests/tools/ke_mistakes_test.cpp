@@ -59,6 +59,66 @@ TEST(KeMistakes, PlacesInDocuments) {
     });
 }
 
+// A text may hold what a terminal takes for a command, and what ends a message.
+TEST(KeMistakes, ShowNoControlCharacters) {
+    expect_rows({
+        {{"json", "format"},
+         std::string("[\"a\033[2J\0\x7F\"]", 11),
+         2,
+         "standard input:1:4: a raw control character inside a JSON string "
+         "(WIQ_ERR_JSON_CONTROL_CHAR, -1042); "
+         "write it as an escape: \\n, \\t or \\u and four digits\n[\"a?[2J??\"]\n   ^\n"},
+        {{"json", "format"},
+         std::string("[1,\0]", 5),
+         2,
+         "standard input:1:4: " BAD_TOKEN ADVICE "\n[1,?]\n   ^\n"},
+        {{"status", "x\033[2J"}, "", 2, "status \"x?[2J\": no status has this name"},
+    });
+}
+
+// Arguments that are missing, and options that are none.
+TEST(KeMistakes, SayWhatACommandTakes) {
+    const std::string hint = "\nTry \"ke --help\" or \"ke COMMAND --help\".\n";
+    expect_rows({
+        {{"ini", "set"},
+         "",
+         64,
+         "section is required\nUsage: ke ini set SECTION KEY VALUE [FILE]" + hint},
+        {{"ini", "set", "a", "k"},
+         "",
+         64,
+         "value is required\nUsage: ke ini set SECTION KEY VALUE [FILE]" + hint},
+        {{"ini", "set", "a", "k", "-x", "f"},
+         "",
+         64,
+         "The following argument was not expected: -x; what begins with \"-\" and is no option "
+         "stands behind \"--\"\nUsage: ke ini set SECTION KEY VALUE [FILE]" +
+             hint},
+        {{"json", "get", "/a", "--wehre", "/b=1"},
+         "",
+         64,
+         "\"--wehre\" is no option of \"json get\"; did you mean \"--where\"?" + hint},
+        {{"json", "get", "/a", "--compacct=1"},
+         "",
+         64,
+         "\"--compacct\" is no option of \"json get\"; did you mean \"--compact\"?" + hint},
+        {{"ini"},
+         "",
+         64,
+         "a command of \"ini\" is missing; there are to-json, get, set, remove, "
+         "sections, keys" +
+             hint},
+        {{}, "", 64, "a command is missing; there are json, ini, dump"},
+        {{"json", "fromat"},
+         "",
+         64,
+         "\"fromat\" is no command of \"json\"; did you mean \"format\"?" + hint},
+    });
+    // Behind "--" anything is a word.
+    EXPECT_EQ(ke({"ini", "set", "a", "k", "--", "-x"}, "[a]\n").out, "[a]\nk = -x\n");
+    EXPECT_EQ(ke({"json", "set", "--string", "/a", "--", "--b"}, "{}").out, "{\"a\": \"--b\"}");
+}
+
 TEST(KeMistakes, LongLinesAreShownInPart) {
     const std::string text =
         "[\"" + std::string(5000, 'a') + "\", x, \"" + std::string(5000, 'b') + "\"]";

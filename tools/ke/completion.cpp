@@ -80,7 +80,7 @@ _ke_words() {
 
 const char* const kPowerShell =
     R"(# Completion of ke for PowerShell; made by "ke completion powershell".
-Register-ArgumentCompleter -Native -CommandName ke -ScriptBlock {
+Register-ArgumentCompleter -Native -CommandName ke, ke.exe -ScriptBlock {
     param($wordToComplete, $commandAst, $cursorPosition)
     $table = @{
 )";
@@ -88,6 +88,8 @@ Register-ArgumentCompleter -Native -CommandName ke -ScriptBlock {
 const char* const kPowerShellEnd = R"(    }
     $path = ''
     foreach ($element in $commandAst.CommandElements | Select-Object -Skip 1) {
+        # The word that is being completed is not one of those in front of it.
+        if ($wordToComplete -ne '' -and $element.Extent.EndOffset -ge $cursorPosition) { break }
         $longer = "$path $element".Trim()
         if ($table.ContainsKey($longer)) { $path = $longer }
     }

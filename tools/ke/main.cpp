@@ -1,5 +1,6 @@
 // ke: an engineer with a drive report in JSON, an INI file or a binary dump gets an answer in one command.
 // This file knows the arguments that all commands share and turns what went wrong into an exit status.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -10,6 +11,7 @@
 #include "input_limits.h"
 #include "ke_utils/core.h"
 #include "platform.h"
+#include "usage.h"
 
 namespace tool {
 
@@ -53,37 +55,17 @@ void add_all(CLI::App& app, Session& session) {
     app.footer(kFooter);
 }
 
-// A word that stands where a command is due and is none, with the nearest one; "" if all is well.
-std::string unknown_command(const CLI::App& app, const std::vector<std::string>& args) {
-    const CLI::App* group = &app;
-    std::string path;
-    for (size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "-o" || args[i] == "--output" || args[i].compare(0, 6, "--max-") == 0) {
-            ++i;
-            continue;
-        }
-        if (args[i].substr(0, 1) == "-")
-            continue;
-        std::vector<std::string> names;
-        const CLI::App* next = nullptr;
-        for (const CLI::App* command : group->get_subcommands({})) {
-            names.push_back(command->get_name());
-            if (command->get_name() == args[i])
-                next = command;
-        }
-        if (names.empty())
-            return "";
-        if (next == nullptr)
-            return "\"" + args[i] + "\" is no command" +
-                   (path.empty() ? "" : " of \"" + path + "\"") + suggestion(args[i], names);
-        path += (path.empty() ? "" : " ") + args[i];
-        group = next;
-    }
-    return "";
-}
-
-// "ke: " and the message; on a terminal the name stands out, unless NO_COLOR is set.
-void complain(const std::string& message) {
+// "ke: " and the message; on a terminal the name stands out, unless NO_COLOR is set. What a message shows of
+// a file or of an argument may hold anything: nothing of it may end the message or reach the terminal as a
+// command.
+void complain(std::string message) {
+    std::replace_if(
+        message.begin(), message.end(),
+        [](char c) {
+            const auto byte = static_cast<unsigned char>(c);
+            return (byte < 0x20 && c != '\n' && c != '\t') || byte == 0x7F;
+        },
+        '?');
     const char* plain = getenv("NO_COLOR");
     const bool coloured = stderr_is_terminal() && (plain == nullptr || plain[0] == '\0');
     fprintf(stderr, coloured ? "\033[1;31mke:\033[0m %s\n" : "ke: %s\n", message.c_str());
@@ -94,10 +76,37 @@ int answer_usage(const CLI::App& app, const CLI::ParseError& error,
                  const std::vector<std::string>& args) {
     if (error.get_exit_code() == 0)
         return app.exit(error);
-    const std::string unknown = unknown_command(app, args);
-    complain((unknown.empty() ? error.what() : unknown) +
-             "\nTry \"ke --help\" or \"ke COMMAND --help\".");
+    complain(usage_mistake(app, error, args) + "\nTry \"ke --help\" or \"ke COMMAND --help\".");
     return kExitUsage;
+}
+
+// The argument parser takes "[a,b]" for two values where an option or a command takes several, though it may
+// be the name of a file. A zero byte, which no argument has, keeps it from that until each option has its own.
+std::vector<std::string> shielded(const std::vector<std::string>& args) {
+    std::vector<std::string> reversed(args.rbegin(), args.rend());  // as the parser wants them
+    for (std::string& arg : reversed) {
+        if (!arg.empty() && arg.front() == '[' && arg.back() == ']')
+            arg += '\0';
+    }
+    return reversed;
+}
+
+std::string take_shield(std::string& text) {
+    if (!text.empty() && text.back() == '\0')
+        text.pop_back();
+    return "";
+}
+
+void expect_shields(CLI::App& root) {
+    std::vector<CLI::App*> apps = {&root};
+    for (size_t i = 0; i < apps.size(); ++i) {
+        CLI::App* app = apps[i];
+        for (CLI::Option* option : app->get_options())
+            option->transform(CLI::Validator(take_shield, ""));
+        const std::vector<CLI::App*> below =
+            app->get_subcommands([](const CLI::App*) { return true; });
+        apps.insert(apps.end(), below.begin(), below.end());
+    }
 }
 
 int run_command(const std::vector<std::string>& args) {
@@ -107,8 +116,9 @@ int run_command(const std::vector<std::string>& args) {
     app.fallthrough();
     Session session;
     add_all(app, session);
+    expect_shields(app);
     try {
-        app.parse(std::vector<std::string>(args.rbegin(), args.rend()));
+        app.parse(shielded(args));
         if (session.common.in_place && !session.common.output.empty())
             throw CLI::ExcludesError("--in-place", "--output");
         if (limits().memory != 0 && !limit_memory(limits().memory))
