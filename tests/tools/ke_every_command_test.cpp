@@ -160,6 +160,22 @@ TEST_F(KeEveryCommand, TakesGoodInputUnderAnyName) {
     }
 }
 
+// The file that is read is not open any more when it is replaced.
+TEST_F(KeEveryCommand, MayReplaceItsInput) {
+    for (const Command& command : commands()) {
+        if (command.format == Format::none || command.silent)
+            continue;
+        SCOPED_TRACE(name_of(command));
+        write_file(in("file"), good_text(command.format, 300000));
+        std::vector<std::string> args = line(command, in("file"));
+        const std::string expected = ke(args).out;
+        args.insert(args.end(), {"-o", in("file")});
+        const Outcome outcome = ke(args);
+        EXPECT_EQ(outcome.status, good_status(command)) << outcome.err;
+        EXPECT_EQ(read_file(in("file")), expected);
+    }
+}
+
 TEST_F(KeEveryCommand, RefusesBadInputAndSaysWhere) {
     for (const Command& command : commands()) {
         SCOPED_TRACE(name_of(command));
@@ -348,6 +364,21 @@ TEST_F(KeEveryCommand, LeavesNothingBehindWhenASignalEndsIt) {
         }
     }
     set_variable("KE_END_AT", "never");
+}
+#endif
+
+#ifdef _WIN32
+TEST_F(KeEveryCommand, SaysThatItsReaderHasGone) {
+    for (const Command& command : commands()) {
+        if (command.silent)
+            continue;
+        SCOPED_TRACE(name_of(command));
+        write_file(in("file"), good_text(command.format, 0));
+        const Outcome outcome = run_program("ke", line(command, in("file")), "", false);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.err.substr(0, 20), "ke: standard output:") << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+    }
 }
 #endif
 

@@ -104,6 +104,25 @@ TEST_F(KeLongFiles, OutputsAboveFourGigabytesAreWhole) {
 
 #endif
 
+// The names of open descriptors lead to files that the shell may append to.
+TEST_F(KeLongFiles, WritesIntoDescriptors) {
+    write_file(in("log"), "old\n");
+    EXPECT_EQ(shell("cd " + folder() + "; \"$0\" number 7 -o /dev/stdout >> log"), 0);
+    EXPECT_EQ(shell("cd " + folder() + "; \"$0\" number 8 -o /dev/fd/3 3>> log"), 0);
+    EXPECT_EQ(shell("cd " + folder() + "; \"$0\" number 9 -o /proc/self/fd/1 >> log"), 0);
+    EXPECT_EQ(read_file(in("log")), "old\n7\n8\n9\n");
+    EXPECT_EQ(shell("cd " + folder() + "; \"$0\" number 5 -o /dev/stdout | cat > log"), 0);
+    EXPECT_EQ(read_file(in("log")), "5\n");
+    EXPECT_EQ(shell("cd " + folder() + "; \"$0\" number 5 -o /dev/fd/9 2> err"), 2);
+    EXPECT_EQ(read_file(in("err")).substr(0, 14), "ke: /dev/fd/9:");
+    // What is read through a descriptor has no name that could be replaced.
+    write_file(in("r.json"), "[1]");
+    EXPECT_EQ(
+        shell("cd " + folder() + "; \"$0\" json set /0 2 /dev/stdin --in-place < r.json 2> err"),
+        64);
+    EXPECT_EQ(read_file(in("r.json")), "[1]");
+}
+
 TEST_F(KeLongFiles, AReaderThatGoesEndsTheTool) {
     EXPECT_EQ(shell("yes | head -c 50000000 | \"$0\" dump | head -n 1 > " + folder() +
                     "/out; s=(\"${PIPESTATUS[@]}\"); test ${s[3]} = 0 && test ${s[2]} != 0"),

@@ -60,7 +60,7 @@ uv_stream_t* stream_of(Channel& channel) {
 }
 
 Outcome run_once(const std::string& name, const std::vector<std::string>& args,
-                 const std::string& input);
+                 const std::string& input, bool has_reader);
 
 }  // namespace
 
@@ -73,17 +73,17 @@ std::string program_folder() {
 
 // A busy Wine now and then refuses to start a program, and starts it the next time.
 Outcome run_program(const std::string& name, const std::vector<std::string>& args,
-                    const std::string& input) {
-    Outcome outcome = run_once(name, args, input);
+                    const std::string& input, bool has_reader) {
+    Outcome outcome = run_once(name, args, input, has_reader);
     for (int tries = 1; tries < 3 && outcome.err.rfind("not started", 0) == 0; ++tries)
-        outcome = run_once(name, args, input);
+        outcome = run_once(name, args, input, has_reader);
     return outcome;
 }
 
 namespace {
 
 Outcome run_once(const std::string& name, const std::vector<std::string>& args,
-                 const std::string& input) {
+                 const std::string& input, bool has_reader) {
     // A program that does not read its input may be gone before it is written.
     [[maybe_unused]] const NoPipeSignal quiet;
 #ifdef _WIN32
@@ -121,7 +121,10 @@ Outcome run_once(const std::string& name, const std::vector<std::string>& args,
     uv_write_t write;
     const int started = uv_spawn(&loop, &child.process, &options);
     if (started == 0) {
-        uv_read_start(stream_of(out), give_room, take);
+        if (has_reader)
+            uv_read_start(stream_of(out), give_room, take);
+        else
+            close_handle(reinterpret_cast<uv_handle_t*>(&out.pipe));
         uv_read_start(stream_of(err), give_room, take);
         uv_buf_t buf =
             uv_buf_init(const_cast<char*>(input.data()), static_cast<unsigned>(input.size()));

@@ -11,9 +11,10 @@ struct Outcome {
     std::string err;
 };
 
-// The program stands in the test program's own folder; ".exe" is added where that is needed.
+// The program stands in the test program's own folder; ".exe" is added where that is needed. Unless
+// `has_reader`, nobody holds the other end of its standard output from its start.
 Outcome run_program(const std::string& name, const std::vector<std::string>& args,
-                    const std::string& input = "");
+                    const std::string& input = "", bool has_reader = true);
 
 // `ke` with these arguments.
 inline Outcome ke(const std::vector<std::string>& args, const std::string& input = "") {

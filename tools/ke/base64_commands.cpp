@@ -62,6 +62,7 @@ int encode(const EncodeArgs& args, const Common& common) {
         if (count < bytes.size())
             break;
     }
+    input.close();  // the output may take its place
     lines.finish();
     return kExitOk;
 }
@@ -137,6 +138,7 @@ int decode(const std::string& file, const Common& common) {
             break;
         p = source.at_offset(offset);
     }
+    source.close();
     decoder.finish();
     return kExitOk;
 }

@@ -60,6 +60,7 @@ int dump(const DumpArgs& args, const Common& common) {
     RawInput input(args.file, common);
     Sink sink(common, "");
     if (args.skip != 0 && !input.skip(args.skip)) {
+        input.close();
         sink.finish();
         return kExitOk;
     }
@@ -86,6 +87,7 @@ int dump(const DumpArgs& args, const Common& common) {
         if (last)
             break;
     }
+    input.close();  // the output may take its place
     sink.finish();
     return kExitOk;
 }

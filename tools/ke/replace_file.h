@@ -4,8 +4,8 @@
 //
 // A link is followed: the file that it names is replaced. The new file has the mode and the owner (on
 // Windows the attributes and the access rights) of the old one. What is no regular file (a device, a FIFO)
-// is written into, since nothing can take its place. A folder, and a file that may not be written, are
-// refused.
+// is written into, since nothing can take its place; so is what the name of an open descriptor leads to
+// (/dev/stdout). A folder, and a file that may not be written, are refused.
 #pragma once
 
 #include <cstddef>

@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "failure.h"
@@ -87,9 +88,28 @@ std::string folder_of(const std::string& path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+// The descriptor of this process that a path names, as /dev/stdout does at the end of its links; -1 for all
+// else. Behind it there may be a file that the shell appends to: it must not be replaced, nor opened anew.
+int descriptor_at(const std::string& path) {
+    if (path[0] != '/')
+        return -1;
+    struct Free {
+        void operator()(char* block) const { free(block); }
+    };
+    const std::unique_ptr<char, Free> folder(realpath(folder_of(path).c_str(), nullptr));
+    const std::string own = "/proc/" + std::to_string(getpid()) + "/fd";
+    const std::string number = path.substr(path.rfind('/') + 1);
+    if (!folder || own != folder.get() || number.empty() || number.size() > 9 ||
+        number.find_first_not_of("0123456789") != std::string::npos)
+        return -1;
+    return atoi(number.c_str());
+}
+
 // The file that a chain of links ends at; it need not exist.
 std::string end_of_links(std::string path) {
     for (int links = 0; links < 40; ++links) {
+        if (descriptor_at(path) >= 0)
+            return path;
         char target[PATH_MAX];
         const ssize_t length = readlink(path.c_str(), target, sizeof(target));
         if (length < 0)
@@ -242,6 +262,14 @@ Replacement::Replacement(const std::string& path) : state_(std::make_unique<Stat
     std::string native = path;
     std::replace(native.begin(), native.end(), '\\', '/');  // as the library does
     state_->target = end_of_links(native);
+    const int descriptor = descriptor_at(state_->target);
+    if (descriptor >= 0) {
+        state_->into = true;
+        state_->fd = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        if (state_->fd < 0)
+            throw system_failure(path, "cannot be written");
+        return;
+    }
     state_->look_at_target();
     if (state_->into) {
         state_->fd = open(state_->target.c_str(), O_WRONLY | O_CLOEXEC);

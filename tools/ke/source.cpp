@@ -25,7 +25,11 @@ bool starts_with(std::string_view text, std::string_view prefix) {
 }  // namespace
 
 RawInput::RawInput(const std::string& argument, const Common& common) {
-    if (argument.empty() || argument == "-") {
+    if (argument.empty() || argument == "-" || argument == "/dev/stdin") {
+        static bool is_taken = false;
+        if (is_taken)
+            throw Failure{"standard input is named twice; it can be read once", kExitUsage};
+        is_taken = true;
         name_ = "standard input";
         if (argument.empty() && stdin_is_terminal() && !common.quiet) {
             fputs("ke: reading standard input from the terminal; name a FILE to read that\n",
