@@ -68,7 +68,45 @@ TEST(KeValues, AreFoundAsTheLibraryFindsThem) {
         {{"json", "get", "#/1"}, "[5,6]", 0, "6\n"},
         {{"json", "get", "1"}, "[5,6]", 2, "", "pointer \"1\": "},
         {{"json", "get", "/~2"}, "[5,6]", 2, "", "pointer \"/~2\": "},
+        // Beyond 32 bits there is no element, and none of a smaller number is meant.
+        {{"json", "get", "/4294967296"}, "[5,6]", 2, "", "pointer \"/4294967296\": an array index"},
+        {{"json", "get", "/4294967295"}, "[5,6]", 2, "", "pointer \"/4294967295\": an array index"},
+        {{"json", "set", "/4294967296", "9"}, "[5,6]", 2, "", "pointer \"/4294967296\": an array"},
+        {{"json", "remove", "/4294967297"}, "[5,6]", 2, "", "pointer \"/4294967297\": an array"},
+        {{"json", "get", "/4294967296", "--glob"}, "[5,6]", 0, ""},
     });
+}
+
+TEST(KeValues, AreChosenByWhatTheyHold) {
+    write_file("ke_where.json", "[{\"a=b\":1,\"s\":\"[x,y]\"},{\"s\":\"z\"}]");
+    expect_rows({
+        // The file stands behind the option, and is no second condition.
+        {{"json", "get", "/*/s", "--glob", "-p", "/*", "--where", "/s=z", "ke_where.json",
+          "--type"},
+         "",
+         0,
+         "object\n"},
+        {{"json", "get", "/*", "--glob", "--where", "/s=[x,y]", "--length", "ke_where.json"},
+         "",
+         0,
+         "2\n"},
+        {{"json", "get", "/*", "--glob", "--where", "/s=z", "--where", "/s=x", "ke_where.json"},
+         "",
+         0,
+         ""},
+        // A mistake in it is told, whether or not a value is found.
+        {{"json", "get", "/none", "--glob", "--where", "/s", "ke_where.json"},
+         "",
+         64,
+         "",
+         "--where /s: write POINTER=VALUE"},
+        {{"json", "get", "/none", "--glob", "--where", "s=1", "ke_where.json"},
+         "",
+         2,
+         "",
+         "pointer \"s\": "},
+    });
+    wiq_unlink("ke_where.json");
 }
 
 TEST(KeValues, OfManyDocuments) {
@@ -90,7 +128,24 @@ TEST(KeValues, OfManyDocuments) {
     });
     write_file("ke_1.json", "[1]");
     write_file("ke_2.json", "[2]");
-    expect_rows({{{"json", "get", "/0", "ke_1.json", "ke_2.json"}, "", 0, "1\n2\n"}});
+    expect_rows({
+        {{"json", "get", "/0", "ke_1.json", "ke_2.json"}, "", 0, "1\n2\n"},
+        // Which of them has no such place.
+        {{"json", "get", "/1", "ke_1.json", "ke_2.json"}, "", 2, "", "ke_1.json: pointer \"/1\": "},
+        {{"json", "get", "/a", "--jsonl"},
+         lines,
+         2,
+         "",
+         "standard input, document 3: pointer \"/a\": "},
+        {{"json", "get", "/0", "--keys", "--default", "{}", "ke_1.json", "ke_2.json"},
+         "",
+         2,
+         "",
+         "ke_1.json: --keys: "},
+        // Standard input can be read once.
+        {{"json", "format", "-", "-"}, "1", 64, "", "standard input is named twice"},
+        {{"json", "get", "", "-", "ke_1.json", "-"}, "1", 64, "", "standard input is named twice"},
+    });
     wiq_unlink("ke_1.json");
     wiq_unlink("ke_2.json");
 }
@@ -189,6 +244,27 @@ TEST_F(KeEdits, DifferencesOfManyMembers) {
     EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '{'), 100000);
 }
 
+// The same for a patch with a change for each member.
+TEST_F(KeEdits, MergesOfManyMembers) {
+    std::string before = "{\"k\":0";
+    std::string changes = "{\"none\":null";
+    std::string after = "{\"k\":0";
+    std::string added;
+    for (int i = 0; i < 100000; ++i) {
+        const std::string key = ",\"k" + std::to_string(i) + "\":";
+        const std::string inner = ",\"n" + std::to_string(i) + "\":";
+        before += key + "{\"x\":1}";
+        changes += key + (i % 2 == 0 ? "null" : "{\"x\":[]}") + inner + "{\"y\":null,\"z\":2}";
+        after += i % 2 == 0 ? "" : key + "{\"x\":[]}";
+        added += inner + "{\"z\":2}";
+    }
+    write_file(in("a.json"), before + "}");
+    write_file(in("m.json"), changes + "}");
+    const Outcome outcome = ke({"json", "merge", in("m.json"), in("a.json")});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, after + added + "}");
+}
+
 TEST_F(KeEdits, KeepTheEncoding) {
     const std::string mark = "\xEF\xBB\xBF";
     write_file(in("r.json"), mark + "{\"a\":1}");
@@ -203,6 +279,25 @@ TEST_F(KeEdits, KeepTheEncoding) {
     EXPECT_EQ(read_file(in("u.json")), utf16.substr(0, 12) + std::string(",\0 \0"
                                                                          "1\0]\0",
                                                                          8));
+    // What lays a file out anew keeps it as well, but not what writes elsewhere.
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"json", "format", "--compact"},
+                                               {"json", "format", "--compact", "--sort-keys"},
+                                               {"json", "expand", "--compact"},
+                                               {"json", "set", "", "[1]", "--compact"}}) {
+        std::vector<std::string> args = words;
+        args.push_back(in("u.json"));
+        write_file(in("u.json"), std::string("\xFF\xFE[\0 \0"
+                                             "1\0]\0",
+                                             10));
+        EXPECT_EQ(ke(args).out, "[1]\n") << words[1];
+        args.push_back("--in-place");
+        EXPECT_EQ(ke(args).status, 0);
+        EXPECT_EQ(read_file(in("u.json")), std::string("\xFF\xFE[\0"
+                                                       "1\0]\0\n\0",
+                                                       10))
+            << words[1];
+    }
     write_file(in("b.ini"), std::string("\xFE\xFF\0[\0a\0]\0\n\0k\0=\0"
                                         "1\0\n",
                                         18));

@@ -88,6 +88,8 @@ int format(const FormatArgs& args, const Common& common) {
         Source source(file, common);
         if (!sink)
             sink = std::make_unique<Sink>(common, source.path());
+        if (common.in_place && source.more(source.begin()))
+            sink->encode_as(source.encoding());  // it is known now
         Scanner scanner(source, args.several);
         if (args.layout.sort_keys)
             format_sorted(scanner, *sink, args.layout,

@@ -17,12 +17,14 @@ namespace {
 void finish(const std::string& text, const Splices& splices, const Input& input,
             const Layout& layout, const Common& common) {
     Sink sink(common, input.path);
+    // A file that is replaced keeps its encoding; an edited text does wherever it goes.
+    if (common.in_place || !layout.is_asked_for)
+        sink.encode_as(input.encoding);
     if (layout.is_asked_for) {
         const std::string edited = spliced(text, splices);
         View everything;
         print_view(sink, edited, everything, layout);
     } else {
-        sink.encode_as(input.encoding);
         write_spliced(sink, text, splices);
     }
     sink.finish();

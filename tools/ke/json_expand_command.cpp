@@ -183,6 +183,8 @@ int expand(const ExpandArgs& args, const Common& common) {
     if (args.max_values != 0)
         ExpandedSize(document, args.max_values).check();
     Sink sink(common, input.path);
+    if (common.in_place)
+        sink.encode_as(input.encoding);
     if (!args.layout.sort_keys) {
         JsonWriter writer(sink, args.layout);
         Expander(document, writer).run();

@@ -13,7 +13,7 @@ namespace tool {
 namespace {
 
 struct GetArgs {
-    std::vector<std::string> pointers, files;
+    std::vector<std::string> pointers, files, where;
     std::string pointer;
     bool glob = false, several = false, lines = false;
     View view;
@@ -55,8 +55,8 @@ bool pass(Scanner& scanner, std::vector<PlaceFinder>& finders) {
     return false;
 }
 
-void get_in_stream(Scanner& scanner, const GetArgs& args, Printer& printer) {
-    for (;;) {
+void get_in_stream(Scanner& scanner, const GetArgs& args, Printer& printer, u64& number) {
+    for (;; ++number) {
         std::vector<PlaceFinder> finders;
         for (const std::string& pointer : args.pointers)
             finders.emplace_back(parse_pointer(pointer));
@@ -72,8 +72,8 @@ void get_in_stream(Scanner& scanner, const GetArgs& args, Printer& printer) {
 }
 
 // A pattern names any number of places, none included.
-void get_by_pattern(Scanner& scanner, const GetArgs& args, Printer& printer) {
-    for (;;) {
+void get_by_pattern(Scanner& scanner, const GetArgs& args, Printer& printer, u64& number) {
+    for (;; ++number) {
         std::vector<PlaceFinder> whole;
         whole.emplace_back(parse_pointer(""));
         if (!pass(scanner, whole))
@@ -87,10 +87,33 @@ void get_by_pattern(Scanner& scanner, const GetArgs& args, Printer& printer) {
     }
 }
 
+void get_from(Source& source, const GetArgs& args, Printer& printer) {
+    Scanner scanner(source, args.several);
+    u64 number = 1;
+    try {
+        if (args.glob)
+            get_by_pattern(scanner, args, printer, number);
+        else
+            get_in_stream(scanner, args, printer, number);
+    } catch (Failure& wrong) {
+        // Which of many documents has no such place, or something else there.
+        const bool has_place =
+            wrong.message.compare(0, 8, "pointer ") != 0 && wrong.message.compare(0, 2, "--") != 0;
+        if (!has_place && args.several)
+            wrong.message.insert(0, source.name() + ", document " + std::to_string(number) + ": ");
+        else if (!has_place && args.files.size() > 1)
+            wrong.message.insert(0, source.name() + ": ");
+        throw;
+    }
+    source.close();
+}
+
 int get(GetArgs& args, const Common& common) {
     args.pointers.insert(args.pointers.begin(), args.pointer);
     for (const std::string& pointer : args.pointers)
         parse_pointer(pointer);  // a mistake in one comes before any reading
+    for (const std::string& condition : args.where)
+        args.view.where.push_back(parse_condition(condition));
     if (args.has_fallback)
         args.fallback = value_of_argument("--default", args.fallback);
     if (args.files.empty())
@@ -99,12 +122,7 @@ int get(GetArgs& args, const Common& common) {
     Printer printer(args, sink);
     for (const std::string& file : args.files) {
         Source source(file, common);
-        Scanner scanner(source, args.several);
-        if (args.glob)
-            get_by_pattern(scanner, args, printer);
-        else
-            get_in_stream(scanner, args, printer);
-        source.close();
+        get_from(source, args, printer);
     }
     sink.finish();
     return kExitOk;
@@ -123,9 +141,10 @@ void add_view(CLI::App& command, GetArgs& args) {
     keys->excludes(length)->excludes(type);
     length->excludes(type);
     command
-        .add_option("--where", args.view.where,
+        .add_option("--where", args.where,
                     "Only values in which POINTER names VALUE, a text or JSON, as /state=failed")
-        ->type_name("POINTER=VALUE");
+        ->type_name("POINTER=VALUE")
+        ->allow_extra_args(false);
 }
 
 }  // namespace

@@ -42,21 +42,15 @@ States advance(const Pointer& pattern, const States& states, bool element, std::
     return next;
 }
 
-bool holds(const Document& document, const std::string& condition) {
-    const size_t equals = condition.find('=');
-    if (equals == std::string::npos)
-        throw Failure{"--where " + condition + ": write POINTER=VALUE, as /state=failed",
-                      kExitUsage};
-    const Pointer pointer = parse_pointer(condition.substr(0, equals));
-    const std::string value = condition.substr(equals + 1);
+bool holds(const Document& document, const Condition& condition) {
     NodeId node = 0;
     size_t step = 0;
-    if (document.find(pointer, &node, &step) != 0)
+    if (document.find(condition.pointer, &node, &step) != 0)
         return false;
-    if (document.kind(node) == Kind::string && stands_for(document.text_of(node), value))
+    if (document.kind(node) == Kind::string && stands_for(document.text_of(node), condition.value))
         return true;
     try {
-        const Document wanted("VALUE", value);
+        const Document wanted("VALUE", condition.value);
         return is_equal(document, node, wanted, wanted.root());
     } catch (const Failure&) {
         return false;  // a text without quotes, which is compared above
@@ -115,6 +109,13 @@ void print_whole(Sink& sink, std::string_view text, const Layout& layout) {
 
 }  // namespace
 
+Condition parse_condition(const std::string& text) {
+    const size_t equals = text.find('=');
+    if (equals == std::string::npos)
+        throw Failure{"--where " + text + ": write POINTER=VALUE, as /state=failed", kExitUsage};
+    return {parse_pointer(text.substr(0, equals)), text.substr(equals + 1)};
+}
+
 u64 for_matches(const Document& document, const Pointer& pattern,
                 const std::function<void(NodeId)>& report) {
     // A container on the way, with the children that are still to be looked at.
@@ -160,7 +161,7 @@ u64 for_matches(const Document& document, const Pointer& pattern,
 void print_view(Sink& sink, std::string_view text, const View& view, const Layout& layout) {
     if (!view.where.empty()) {
         const Document document("the value", text);
-        for (const std::string& condition : view.where) {
+        for (const Condition& condition : view.where) {
             if (!holds(document, condition))
                 return;
         }

@@ -9,9 +9,17 @@
 
 namespace tool {
 
+// What a value must hold: `value`, a text or JSON, where the pointer leads.
+struct Condition {
+    Pointer pointer;
+    std::string value;
+};
+// Reads POINTER=VALUE; throws a Failure if it is not that.
+Condition parse_condition(const std::string& text);
+
 struct View {
     bool raw = false, keys = false, length = false, type = false;
-    std::vector<std::string> where;  // POINTER=VALUE, all of which must hold
+    std::vector<Condition> where;  // all must hold
 };
 
 // Reports the values whose places a pattern fits, in the order of the text: "*" is any one step, "**" any

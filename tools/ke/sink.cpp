@@ -116,6 +116,8 @@ void Sink::deliver_bytes(std::string_view bytes) {
 
 void Sink::finish() {
     flush_buffer();
+    if (!half_.empty())
+        throw Failure{"the text ends within a character, which UTF-16 cannot hold"};
     if (file_)
         file_->commit();
     else if (text_ == nullptr && fflush(stdout) != 0)
