@@ -4,8 +4,8 @@
     bench/tool_memory.py KE [MEGABYTES]        default 200; of the documents for commands that pass on what they read
 
 What streams stays below 64 MB, whatever the size. What needs the whole document stays within 4 times the
-text of its inputs (and 8 MB for the program), measured on arrays of small numbers and of small objects, which have
-the most values for their bytes.
+text of its inputs (and 8 MB for the program), measured on what has the most values for its bytes: arrays of small
+numbers and of small objects, one object of many members, and INI files of short lines.
 """
 import os
 import shutil
@@ -22,6 +22,27 @@ def write_repeated(path, size, piece, last):
         while out.tell() < size:
             out.write(block)
         out.write(last + "]")
+
+
+def write_members(path, size):
+    """One object with a key for each member."""
+    with open(path, "w") as out:
+        out.write('{"k":0')
+        number = 0
+        while out.tell() < size:
+            out.write("".join(f',"{number + i}":1' for i in range(10000)))
+            number += 10000
+        out.write("}")
+
+
+def write_ini(path, size, line):
+    """A section of lines, which have a number of their own where they name one."""
+    with open(path, "w") as out:
+        out.write("[a]\nk=0\n")
+        number = 0
+        while out.tell() < size:
+            out.write("".join(line % (number + i) if "%" in line else line for i in range(10000)))
+            number += 10000
 
 
 def peak(command):
@@ -73,6 +94,18 @@ def main():
                 measure(f"json {name}, {text:.0f} MB of {shape}", 4 * text + 8, "json", *command, file)
             for command in ("equal", "diff"):
                 measure(f"json {command}, twice {text:.0f} MB of {shape}", 8 * text + 8, "json", command, file, file)
+        write_members(file, 50000000)
+        text = os.path.getsize(file) / 1e6
+        for command in ("equal", "diff", "merge"):
+            measure(f"json {command}, twice {text:.0f} MB of members", 8 * text + 8, "json", command, file, file)
+        for command in (["format", "--sort-keys"], ["get", "", "--keys"]):
+            measure(f"json {' '.join(command)}, {text:.0f} MB of members", 4 * text + 8, "json", *command, file)
+        for name, line in {"keys": "k%d=v\n", "one key": "k=v\n", "sections": "[s%d]\n", "usual lines": "key_%08d = value\n"}.items():
+            write_ini(file, 50000000, line)
+            text = os.path.getsize(file) / 1e6
+            for command in (["to-json"], ["to-json", "--sort-keys"], ["get", "a", "k"], ["keys", "a"], ["sections"],
+                            ["set", "a", "k", "1"], ["remove", "a", "k"]):
+                measure(f"ini {' '.join(command)}, {text:.0f} MB of {name}", 4 * text + 8, "ini", *command, file)
     finally:
         shutil.rmtree(folder)
     raise SystemExit(1 if bad else 0)
