@@ -327,6 +327,43 @@ class locked_map {
             });
         return found;
     }
+    /**
+     * A copy of the value under a key; where there is none, `make()` makes it first. That happens with the lock held:
+     * threads that ask for one key have its value made once. `make()` gives a V or a ke::result<V>; it may throw, and
+     * must not use the map. -5000; -5007; -7000 for NULL or a NUL inside the key; the failure that `make()` gives.
+     */
+    template <class Make>
+    result<V> find_or_make(const text_arg& key, Make&& make) {
+        if (status_ != 0 || key.status() != 0)
+            return result<V>::failure(status_ != 0 ? status_ : key.status());
+        if (key.c_str() == nullptr)
+            return result<V>::failure(WIQ_ERR_INVALID_ARG);
+        detail::exception_keeper keeper;
+        result<V> made = result<V>::failure(WIQ_ERR_FAILED);
+        const auto make_and_put = [&] {
+            made = keeper.run(result<V>::failure(WIQ_ERR_FAILED), [&]() -> result<V> {
+                result<V> fresh = make();
+                if (!fresh)
+                    return fresh;
+                detail::owned_pair<V> pair(key, V(*fresh));
+                const i32 status =
+                    pair ? wiq_map_put(&map_.map, pair.key.get(), pair.value.get()) : 0;
+                // Stored also by a put whose table could not grow.
+                if (!pair || wiq_map_get(&map_.map, pair.key.get()) != pair.value.get())
+                    return result<V>::failure(pair ? status : WIQ_ERR_NO_MEMORY);
+                pair.release();
+                return fresh;
+            });
+            return true;
+        };
+        // Between the two questions another thread may have removed the key.
+        while (!when_absent(key.c_str(), make_and_put)) {
+            if (std::optional<V> found = find(key))
+                return *std::move(found);
+        }
+        keeper.rethrow();
+        return made;
+    }
     /** Stores a value, in place of one that is there. 0; -5000; -5007; -7000 for a key with a NUL inside. */
     status set(const text_arg& key, V value) {
         if (status_ != 0 || key.status() != 0)

@@ -273,8 +273,11 @@ result<std::string> join_path(const Parts&... parts) {
 
 /** @name Encodings
  *  @{ */
-/** Wide text as UTF-8. WIQ_ERR_ENCODING for text that is no valid UTF-16 (Windows) or UTF-32. */
+/** Wide text as UTF-8. WIQ_ERR_ENCODING for text that is no valid UTF-16 (Windows) or UTF-32;
+ *  WIQ_ERR_INVALID_ARG for a NUL inside. */
 inline result<std::string> to_utf8(const std::wstring& wide) {
+    if (wide.find(L'\0') != std::wstring::npos)
+        return result<std::string>::failure(WIQ_ERR_INVALID_ARG);
     u32 err = 0;
     char* const text = narrow(wide.c_str(), &err);
     return detail::taken_text(text, err == 8 ? WIQ_ERR_NO_MEMORY : WIQ_ERR_ENCODING);
@@ -288,6 +291,54 @@ inline result<std::wstring> to_wide(const text_arg& text) {
     return wide ? result<std::wstring>(std::wstring(wide.get()))
                 : result<std::wstring>::failure(WIQ_ERR_NO_MEMORY);
 }
+/** The arguments of wmain(), the entry of Windows, in UTF-8: `ke::arguments::of(count, wide)`. */
+class arguments {
+  public:
+    /** Converts them. WIQ_ERR_ENCODING if one is no valid UTF-16 (Windows) or UTF-32; -5000. */
+    static result<arguments> of(int count, const wchar_t* const* wide) noexcept {
+        u32 err = 0;
+        char** const texts = narrow_array(count, wide, &err);
+        if (err != 0)
+            return result<arguments>::failure(err == 8 ? WIQ_ERR_NO_MEMORY : WIQ_ERR_ENCODING);
+        return arguments(texts == nullptr ? 0 : count, texts);
+    }
+    arguments(const arguments&) = delete;
+    arguments& operator=(const arguments&) = delete;
+    /** @name Moves leave the other one empty or with what this one held
+     *  @{ */
+    /** Moves leave the other one empty or with what this one held. */
+    arguments(arguments&& other) noexcept
+        : count_(std::exchange(other.count_, 0)), texts_(std::exchange(other.texts_, nullptr)) {}
+    arguments& operator=(arguments&& other) & noexcept {
+        std::swap(count_, other.count_);
+        std::swap(texts_, other.texts_);
+        return *this;
+    }
+    /** @} */
+    ~arguments() { free_narrow_array(count_, texts_, nullptr); }
+
+    /** How many there are. */
+    int count() const noexcept { return count_; }
+    /** The array, lent, as main() has it; without a NULL at its end. */
+    char** get() const& noexcept { return texts_; }
+    char** get() && = delete;
+    /** @name The texts: `for (std::string_view word : words)`
+     *  @{ */
+    /** The texts. */
+    const char* const* begin() const& noexcept { return texts_; }
+    const char* const* end() const& noexcept { return texts_ + count_; }
+    /** @} */
+
+  private:
+    arguments(int count, char** texts) noexcept : count_(count), texts_(texts) {}
+
+    int count_;
+    char** texts_;
+};
+namespace detail {
+template <>
+inline constexpr bool lends<arguments> = true;
+}  // namespace detail
 /** @} */
 
 /** @name Schema files

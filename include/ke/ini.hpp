@@ -83,6 +83,12 @@ status parse_ini(std::FILE* stream, Handler&& handler) {
     return status == WIQ_ERR_INI_SYNTAX ? ke::status(state.mistake) : ke::status(status);
 }
 
+class ini;
+namespace detail {
+template <>
+inline constexpr bool lends<ini> = true;
+}  // namespace detail
+
 /** An INI file as a map of sections. A section that comes again goes on with the first one. */
 class ini {
   public:
@@ -102,17 +108,20 @@ class ini {
     }
 
     /** The sections by name. */
-    const std::map<std::string, ini_section, std::less<>>& sections() const noexcept {
+    const std::map<std::string, ini_section, std::less<>>& sections() const& noexcept {
         return sections_;
     }
+    /** Those of a temporary, handed over. */
+    std::map<std::string, ini_section, std::less<>> sections() && { return std::move(sections_); }
     /** Returns a value with its place, or nullptr if the key is absent. */
-    const ini_value* find(std::string_view section, std::string_view key) const {
+    const ini_value* find(std::string_view section, std::string_view key) const& {
         const auto found = sections_.find(section);
         if (found == sections_.end())
             return nullptr;
         const auto value = found->second.values.find(key);
         return value == found->second.values.end() ? nullptr : &value->second;
     }
+    const ini_value* find(std::string_view section, std::string_view key) && = delete;
     /** A value's text, or another one. */
     std::string value_or(std::string_view section, std::string_view key,
                          std::string_view otherwise) const {

@@ -49,7 +49,7 @@ status store(const Place& place, V&& value);
  * a pointer costs and owns nothing.
  *
  * What set(), push_back(), insert() store: numbers, texts, containers and whatever else json_convert.hpp
- * makes values of. A ke::json or a view is copied, deeply, and its document left alone; only a free-standing
+ * makes values of, also a braced list: `set("temps", {38, 41})`. A ke::json or a view is copied, deeply, and its document left alone; only a free-standing
  * ke::json that is given away (`std::move(list)`, or fresh from a call) goes into the document itself, and
  * its handle is empty afterwards. A value that has a place is copied even then, since a handle does not tell
  * in whose document it is; take() takes a value out of its place.
@@ -98,26 +98,27 @@ class KE_BORROWS_ json_ref : public json_view {
      * for a pointer without its suffix and refused (WIQ_ERR_PTR_SYNTAX): write "/a/b"_ptr, or, for a
      * member of that very name, ke::key("/a/b").
      */
-    template <class V>
+    template <class V = json>
     status set(const text_arg& key, V&& value);
     /** Stores a value where a pointer names it, making what containers are missing on the way; "-" appends. */
-    template <class V>
+    template <class V = json>
     status set(pointer where, V&& value);
     /** Puts a value in an element's place; an index equal to the array's size appends. */
-    template <class V, class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
+    template <class V = json, class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
     status set(I index, V&& value);
     /** Appends a value to an array. */
-    template <class V>
+    template <class V = json>
     status push_back(V&& value);
-    /** Puts a value in front of an element; an index equal to the array's size appends. */
-    template <class V>
-    status insert(i32 index, V&& value);
+    /** Puts a value in front of an element; an index equal to the array's size appends, a negative one is
+     *  WIQ_ERR_INDEX_OUT_OF_RANGE. */
+    template <class V = json, class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
+    status insert(I index, V&& value);
 
     /** @name Weak containers: a reference to a value of another tree, which stays where it is
      *  WIQ_ERR_INVALID_ARG if this is no weak container.
      *  @{ */
     /** Under a key. */
-    status link(const text_arg& key, json_ref value) const noexcept {
+    status link(const text_arg& key, json_ref value) noexcept {
         if (node_ == nullptr || value.node_ == nullptr)
             return err_empty;
         if (!is_weak())
@@ -126,7 +127,7 @@ class KE_BORROWS_ json_ref : public json_view {
                                  : wiq_json_obj_put_ext(node_, key.c_str(), value.node_, nullptr);
     }
     /** At the end. */
-    status link_back(json_ref value) const noexcept {
+    status link_back(json_ref value) noexcept {
         if (node_ == nullptr || value.node_ == nullptr)
             return err_empty;
         return is_weak() ? wiq_json_array_push_ext(node_, value.node_, nullptr)
@@ -135,51 +136,49 @@ class KE_BORROWS_ json_ref : public json_view {
     /** @} */
 
     /** The object under a key, made if it is missing. */
-    result<json_ref> object_at(const text_arg& key) const noexcept {
+    result<json_ref> object_at(const text_arg& key) noexcept {
         return made_at(key, wiq_json_obj_getd_obj);
     }
     /** The array under a key, made if it is missing. */
-    result<json_ref> array_at(const text_arg& key) const noexcept {
+    result<json_ref> array_at(const text_arg& key) noexcept {
         return made_at(key, wiq_json_obj_getd_array);
     }
 
     /** Takes a member, element or whatever a pointer names out of its place, to be kept or set elsewhere.
      *  Elements after it move up. The status is that of the look-up. */
     template <class Where>
-    result<json> take(const Where& where) const;
+    result<json> take(const Where& where);
     /** Takes the last element. WIQ_ERR_INDEX_OUT_OF_RANGE if there is none. */
-    result<json> take_back() const;
+    result<json> take_back();
     /** Removes a member, element, or what a pointer names; as take(). */
     template <class Where>
-    status erase(const Where& where) const;
+    status erase(const Where& where);
     /** Removes the last elements. WIQ_ERR_INVALID_ARG if there are fewer. */
-    status pop_back(i32 count = 1) const noexcept {
+    status pop_back(i32 count = 1) noexcept {
         return node_ == nullptr ? err_empty : wiq_json_array_pop(node_, count);
     }
     /** Removes every element of an array, or member of an object, of whose value the test is true. It is
      *  asked about all before any goes, and may throw; elements that it appends stay. The number that went,
      *  or a status. */
     template <class Test>
-    result<i32> erase_if(Test&& test) const;
+    result<i32> erase_if(Test&& test);
     /** Removes all members or elements. */
-    status clear() const;
+    status clear();
     /** Sorts an array, keeping equal elements in order; `less` compares two ke::json_view and may throw. */
     template <class Less>
-    status sort(Less&& less) const;
+    status sort(Less&& less);
 
     /** Puts a value in this one's place in its container, and hands this one over. WIQ_ERR_INVALID_ARG if
      *  it stands free or the replacement cannot be attached. */
     template <class V>
-    result<json> replace(V&& value) const;
+    result<json> replace(V&& value);
     /** Replaces every reference in the document by a copy of its target. What was replaced before a failure
      *  stays so. */
-    status expand() const noexcept {
-        return node_ == nullptr ? err_empty : wiq_json_jref_expand(node_);
-    }
+    status expand() noexcept { return node_ == nullptr ? err_empty : wiq_json_jref_expand(node_); }
 
   private:
     using made_at_fn = wiq_json_t* (*)(wiq_json_t*, const char*, u32*);
-    result<json_ref> made_at(const text_arg& key, made_at_fn call) const noexcept {
+    result<json_ref> made_at(const text_arg& key, made_at_fn call) noexcept {
         if (node_ == nullptr)
             return result<json_ref>::failure(err_empty);
         if (key.status() != 0)
@@ -189,11 +188,11 @@ class KE_BORROWS_ json_ref : public json_view {
         return node != nullptr ? result<json_ref>(json_ref(node))
                                : result<json_ref>::failure(static_cast<i32>(err));
     }
-    status remove_at(const text_arg& key) const noexcept;
+    status remove_at(const text_arg& key) noexcept;
     template <class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
-    status remove_at(I index) const;
-    status remove_at(pointer where) const;
-    status refill(const json* elements, std::size_t count) const noexcept;
+    status remove_at(I index);
+    status remove_at(pointer where);
+    status refill(const json* elements, std::size_t count) noexcept;
 };
 
 /**
@@ -308,6 +307,13 @@ class KE_OWNS_ json : public json_ref {
     json_ref find_text(const text_arg& text) & noexcept { return json_ref::find_text(text); }
     json find_text(const text_arg& text) && noexcept { return json(json_view::find_text(text)); }
     json_view parent() const noexcept { return json_view::parent(); }
+    json_view root() const& noexcept { return json_view::root(); }
+    json root() && noexcept { return json(json_view::root()); }
+    result<json_view> resolve() const& { return json_view::resolve(); }
+    result<json> resolve() && {
+        const result<json_view> target = json_view::resolve();
+        return target ? result<json>(json(*target)) : result<json>(target.status());
+    }
     json_elements<json_view> elements() const;
     json_elements<json_ref> elements();
     json_members<json_view> members() const;
@@ -323,7 +329,8 @@ class KE_OWNS_ json : public json_ref {
     }
     template <class T>
     result<T> to() && {
-        static_assert(!lent<T>, "the text would be gone with the document: read std::string");
+        static_assert(!detail::borrows<T>,
+                      "the text would be gone with the document: read std::string");
         return json_view::to<T>();
     }
     /** As json_view::get(). */
@@ -333,8 +340,28 @@ class KE_OWNS_ json : public json_ref {
     }
     template <class T, class Where>
     result<T> get(const Where& where) && {
-        static_assert(!lent<T>, "the text would be gone with the document: read std::string");
+        static_assert(!detail::borrows<T>,
+                      "the text would be gone with the document: read std::string");
         return json_view::get<T>(where);
+    }
+    /** As json_view::value_or(). */
+    template <class T, class Where>
+    T value_or(const Where& where, T otherwise) const& {
+        return json_view::value_or<T>(where, std::move(otherwise));
+    }
+    template <class T, class Where>
+    T value_or(const Where& where, T otherwise) && {
+        static_assert(!detail::borrows<T>,
+                      "the text would be gone with the document: read std::string");
+        return json_view::value_or<T>(where, std::move(otherwise));
+    }
+    template <class Where>
+    std::string value_or(const Where& where, const char* otherwise) const& {
+        return json_view::value_or(where, otherwise);
+    }
+    template <class Where>
+    std::string value_or(const Where& where, const char* otherwise) && {
+        return json_view::value_or(where, otherwise);
     }
     /** @} */
 
@@ -369,10 +396,6 @@ class KE_OWNS_ json : public json_ref {
     status orphan() noexcept { return node_ == nullptr ? err_empty : wiq_json_make_orphan(node_); }
 
   private:
-    template <class T>
-    static constexpr bool lent = std::is_same_v<T, std::string_view> ||
-                                 std::is_same_v<T, json_view> || std::is_same_v<T, json_ref>;
-
     static result<json> loaded(wiq_json_t* node, const wiq_json_load_error& error) noexcept {
         return node != nullptr ? result<json>(share(node)) : result<json>(ke::status(error));
     }

@@ -449,7 +449,7 @@ status read_integer(json_view from, T& to) noexcept {
             return from ? static_cast<i32>(WIQ_ERR_WRONG_TYPE) : err_empty;
     }
     using limits = std::numeric_limits<T>;
-    const u64 largest = static_cast<u64>(limits::max());
+    const u64 largest = static_cast<u64>((limits::max)());
     if (magnitude > largest + static_cast<u64>(negative && std::is_signed_v<T>))
         return WIQ_ERR_RANGE;
     if (negative && magnitude != 0) {
@@ -513,7 +513,7 @@ status read_real(json_view from, T& to) noexcept {
             return from ? static_cast<i32>(WIQ_ERR_WRONG_TYPE) : err_empty;
     }
     if constexpr (std::is_same_v<T, float>) {
-        constexpr double largest = static_cast<double>(std::numeric_limits<float>::max());
+        constexpr double largest = static_cast<double>((std::numeric_limits<float>::max)());
         if ((value > largest || value < -largest) && value - value == 0)  // infinities pass
             return WIQ_ERR_RANGE;
     }
@@ -661,53 +661,6 @@ result<T> json_view::to() const {
 
 }  // namespace ke
 
-/** @cond */
-#define KE_EXPAND_(...) __VA_ARGS__
-#define KE_EACH_1_(do_, a) do_(a)
-#define KE_EACH_2_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_1_(do_, __VA_ARGS__))
-#define KE_EACH_3_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_2_(do_, __VA_ARGS__))
-#define KE_EACH_4_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_3_(do_, __VA_ARGS__))
-#define KE_EACH_5_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_4_(do_, __VA_ARGS__))
-#define KE_EACH_6_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_5_(do_, __VA_ARGS__))
-#define KE_EACH_7_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_6_(do_, __VA_ARGS__))
-#define KE_EACH_8_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_7_(do_, __VA_ARGS__))
-#define KE_EACH_9_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_8_(do_, __VA_ARGS__))
-#define KE_EACH_10_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_9_(do_, __VA_ARGS__))
-#define KE_EACH_11_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_10_(do_, __VA_ARGS__))
-#define KE_EACH_12_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_11_(do_, __VA_ARGS__))
-#define KE_EACH_13_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_12_(do_, __VA_ARGS__))
-#define KE_EACH_14_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_13_(do_, __VA_ARGS__))
-#define KE_EACH_15_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_14_(do_, __VA_ARGS__))
-#define KE_EACH_16_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_15_(do_, __VA_ARGS__))
-#define KE_PICK_(a, b, c, d, e, f, g, h, i, j, k, l, m, n, o, p, name, ...) name
-#define KE_EACH_(do_, ...)                                                                         \
-    KE_EXPAND_(KE_PICK_(__VA_ARGS__, KE_EACH_16_, KE_EACH_15_, KE_EACH_14_, KE_EACH_13_,           \
-                        KE_EACH_12_, KE_EACH_11_, KE_EACH_10_, KE_EACH_9_, KE_EACH_8_, KE_EACH_7_, \
-                        KE_EACH_6_, KE_EACH_5_, KE_EACH_4_, KE_EACH_3_, KE_EACH_2_, KE_EACH_1_,    \
-                        none)(do_, __VA_ARGS__))
-#define KE_WRITE_MEMBER_(name) KE_TRY(::ke::detail::write_member(ke_out, #name, ke_value.name));
-#define KE_READ_MEMBER_(name) KE_TRY(::ke::detail::read_member(ke_in, #name, ke_read.name));
-/** @endcond */
-
-/**
- * Inside a struct: its members, 16 at most, become the members of an object under their own names, and are
- * read from one. A std::optional that is empty is left out, and may be missing; any other member must be
- * there. Members of the document that the struct does not have are passed over. A failure leaves the struct
- * that is read into as it was.
- */
-#define KE_JSON_MEMBERS(type, ...)                                          \
-    friend ::ke::status to_json(::ke::json& ke_out, const type& ke_value) { \
-        ke_out = ::ke::json::object();                                      \
-        if (!ke_out)                                                        \
-            return WIQ_ERR_NO_MEMORY;                                       \
-        KE_EACH_(KE_WRITE_MEMBER_, __VA_ARGS__)                             \
-        return {};                                                          \
-    }                                                                       \
-    friend ::ke::status from_json(::ke::json_view ke_in, type& ke_value) {  \
-        type ke_read = ke_value;                                            \
-        KE_EACH_(KE_READ_MEMBER_, __VA_ARGS__)                              \
-        ke_value = ::std::move(ke_read);                                    \
-        return {};                                                          \
-    }
+#include "ke/json_members.hpp"
 
 #endif

@@ -47,16 +47,17 @@ status json_ref::push_back(V&& value) {
         return err_empty;
     return detail::store(detail::back_place{node_}, std::forward<V>(value));
 }
-template <class V>
-status json_ref::insert(i32 index, V&& value) {
+template <class V, class I, std::enable_if_t<std::is_integral_v<I>, int>>
+status json_ref::insert(I index, V&& value) {
     if (node_ == nullptr)
         return err_empty;
     if (!is_array())
         return WIQ_ERR_INVALID_ARG;
     const i32 size = this->size();
-    if (index < 0 || index > size)
+    i32 place = 0;
+    if (!detail::index_of(index, place) || place < 0 || place > size)
         return WIQ_ERR_INDEX_OUT_OF_RANGE;
-    detail::fixed_array<json> behind(static_cast<std::size_t>(size - index));
+    detail::fixed_array<json> behind(static_cast<std::size_t>(size - place));
     KE_TRY(push_back(std::forward<V>(value)));
     // From here on the array has room for all, so nothing fails: the elements behind the place are taken
     // off, and come back behind the new one.
@@ -71,12 +72,12 @@ status json_ref::insert(i32 index, V&& value) {
     return status;
 }
 
-inline status json_ref::remove_at(const text_arg& key) const noexcept {
+inline status json_ref::remove_at(const text_arg& key) noexcept {
     return wiq_json_obj_remove(node_, key.c_str());
 }
 // Gives an array other contents that it holds already: taken off, the elements come back in their new order,
 // for which the array has room. Those that do not come back are released.
-inline status json_ref::refill(const json* elements, std::size_t count) const noexcept {
+inline status json_ref::refill(const json* elements, std::size_t count) noexcept {
     i32 status = wiq_json_array_pop(node_, size());
     for (std::size_t i = 0; i < count; ++i) {
         const i32 pushed = wiq_json_array_push_ext(node_, elements[i].node(), nullptr);
@@ -85,7 +86,7 @@ inline status json_ref::refill(const json* elements, std::size_t count) const no
     return status;
 }
 template <class I, std::enable_if_t<std::is_integral_v<I>, int>>
-status json_ref::remove_at(I index) const {
+status json_ref::remove_at(I index) {
     const i32 size = this->size();
     i32 place = 0;
     (void)detail::index_of(index, place);
@@ -101,13 +102,13 @@ status json_ref::remove_at(I index) const {
     return wiq_json_array_filter(
         node_, [](wiq_json_t*, void* left) { return (*static_cast<i32*>(left))-- != 0; }, &place);
 }
-inline status json_ref::remove_at(pointer where) const {
+inline status json_ref::remove_at(pointer where) {
     // The container is what the pointer names without its last step.
     const std::string_view text = where.text;
     const std::size_t last = text.rfind('/');
     if (last == std::string_view::npos)
         return WIQ_ERR_INVALID_ARG;
-    const json_ref container = at({std::string(text.substr(0, last)).c_str()});
+    json_ref container = at({std::string(text.substr(0, last)).c_str()});
     if (container.is_object()) {
         std::string key;
         for (std::size_t i = last + 1; i < text.size(); ++i) {
@@ -123,7 +124,7 @@ inline status json_ref::remove_at(pointer where) const {
     return container.remove_at(static_cast<i32>(static_cast<u32>(index)));
 }
 template <class Where>
-result<json> json_ref::take(const Where& where) const {
+result<json> json_ref::take(const Where& where) {
     const result<json_view> found = json_view::get<json_view>(where);
     if (!found)
         return found.status();
@@ -131,7 +132,7 @@ result<json> json_ref::take(const Where& where) const {
     KE_TRY(remove_at(where));
     return taken;
 }
-inline result<json> json_ref::take_back() const {
+inline result<json> json_ref::take_back() {
     if (node_ == nullptr)
         return result<json>::failure(err_empty);
     wiq_json_t* const last = wiq_json_array_pop_elem(node_);
@@ -140,13 +141,13 @@ inline result<json> json_ref::take_back() const {
     return result<json>::failure(is_array() ? WIQ_ERR_INDEX_OUT_OF_RANGE : WIQ_ERR_INVALID_ARG);
 }
 template <class Where>
-status json_ref::erase(const Where& where) const {
+status json_ref::erase(const Where& where) {
     KE_TRY(json_view::get<json_view>(where));
     return remove_at(where);
 }
 
 template <class Test>
-result<i32> json_ref::erase_if(Test&& test) const {
+result<i32> json_ref::erase_if(Test&& test) {
     if (node_ == nullptr)
         return result<i32>::failure(err_empty);
     if (is_object()) {
@@ -197,7 +198,7 @@ result<i32> json_ref::erase_if(Test&& test) const {
     return static_cast<i32>(gone);
 }
 
-inline status json_ref::clear() const {
+inline status json_ref::clear() {
     if (node_ == nullptr)
         return err_empty;
     if (is_array())
@@ -232,7 +233,7 @@ void merge_sort(fixed_array<json_view>& list, Less& less) {
 }  // namespace detail
 
 template <class Less>
-status json_ref::sort(Less&& less) const {
+status json_ref::sort(Less&& less) {
     if (node_ == nullptr)
         return err_empty;
     if (!is_array())
@@ -250,7 +251,7 @@ status json_ref::sort(Less&& less) const {
 }
 
 template <class V>
-result<json> json_ref::replace(V&& value) const {
+result<json> json_ref::replace(V&& value) {
     struct place {
         wiq_json_t* old;
         i32 node(wiq_json_t* value) const noexcept {

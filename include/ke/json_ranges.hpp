@@ -160,10 +160,12 @@ class json_members {
         }
         return *this;
     }
-    /** The first member. */
-    iterator begin() const noexcept { return {list(), 0}; }
+    /** The first member; not of a temporary range, whose list would be gone. */
+    iterator begin() const& noexcept { return {list(), 0}; }
+    iterator begin() && = delete;
     /** Behind the last one. */
-    iterator end() const noexcept { return {list(), size_}; }
+    iterator end() const& noexcept { return {list(), size_}; }
+    iterator end() && = delete;
     /** How many there are. */
     i32 size() const noexcept { return size_; }
     /** Whether there are none. */

@@ -33,6 +33,7 @@ namespace ke {
  *  @{ */
 
 class json;
+class json_view;
 class json_ref;
 template <class View>
 class json_elements;
@@ -55,9 +56,10 @@ enum class kind : u16 {
     nothing = 0xFFFF /**< an empty view */
 };
 
-/** JSON pointer text; write it as "/a/b"_ptr. Refers to the text, does not own it. */
-struct pointer {
-    const char* text; /**< as "/a/b"; "" is the whole document */
+/** JSON pointer text; write it as "/a/b"_ptr, or as ke::pointer{text} for one that is known at run time only.
+ *  Refers to the text, does not own it. */
+struct KE_BORROWS_ pointer {
+    const char* text; /**< as "/a/b"; "" is the whole document; NULL names nothing */
 };
 
 inline namespace literals {
@@ -69,9 +71,9 @@ constexpr pointer operator""_ptr(const char* text, std::size_t) noexcept {
 
 /**
  * A JSON pointer built from its steps, which are escaped: `ke::path() / "sensors" / 0 / "a/b"` is
- * "/sensors/0/a~1b". Taken wherever a ke::pointer is.
+ * "/sensors/0/a~1b". Taken wherever a ke::pointer is. A step with a NUL inside names nothing.
  */
-class path {
+class KE_OWNS_ path {
   public:
     /** The whole document. */
     path() = default;
@@ -87,6 +89,7 @@ class path {
                 text_ += "~1";
             else
                 text_ += c;
+            names_nothing_ = names_nothing_ || c == '\0';
         }
         return *this;
     }
@@ -106,10 +109,11 @@ class path {
     /** The text. */
     const std::string& str() const noexcept { return text_; }
     /** Lent to a call. */
-    operator pointer() const noexcept { return {text_.c_str()}; }
+    operator pointer() const noexcept { return {names_nothing_ ? nullptr : text_.c_str()}; }
 
   private:
     std::string text_;
+    bool names_nothing_ = false;
 };
 
 namespace detail {
@@ -130,17 +134,6 @@ inline wiq_json_t* parent_of(const wiq_json_t* node) noexcept {
     return node == nullptr ? nullptr : header_of(node).parent;
 }
 
-// Text that streams into a std::ostream without <ostream>.
-template <class T>
-inline constexpr bool is_character = std::is_same_v<T, char> || std::is_same_v<T, wchar_t> ||
-                                     std::is_same_v<T, char16_t> || std::is_same_v<T, char32_t>
-#if defined(__cpp_char8_t)
-                                     || std::is_same_v<T, char8_t>
-#endif
-    ;
-template <class T>
-inline constexpr bool is_integer =
-    std::is_integral_v<T> && !std::is_same_v<T, bool> && !is_character<T>;
 template <class T>
 inline constexpr bool is_scalar =
     is_integer<T> || std::is_floating_point_v<T> || std::is_same_v<T, bool>;
@@ -148,6 +141,16 @@ template <class T>
 inline constexpr bool is_uint128 = std::is_same_v<T, uint128> || std::is_same_v<T, wiq_uint128>;
 template <class T>
 inline constexpr bool is_text = std::is_convertible_v<const T&, std::string_view>;
+
+// Whether a value of this type refers to the document that it was read of.
+template <class T>
+inline constexpr bool borrows = std::is_same_v<T, json_view> || std::is_same_v<T, json_ref>;
+template <>
+inline constexpr bool borrows<std::string_view> = true;
+template <template <class...> class Holder, class... Held>
+inline constexpr bool borrows<Holder<Held...>> = (borrows<Held> || ...);
+template <template <class, std::size_t> class Holder, class Held, std::size_t N>
+inline constexpr bool borrows<Holder<Held, N>> = borrows<Held>;
 
 // An index as the C interface takes it; false for one that no array can have.
 template <class I>
@@ -254,7 +257,8 @@ class KE_BORROWS_ json_view {
     /**
      * The value at a key, index or pointer as T: to() with the status of the look-up, which tells a missing
      * member (WIQ_ERR_KEY_NOT_FOUND) from a missing element (WIQ_ERR_INDEX_OUT_OF_RANGE) and from a step
-     * into something else.
+     * into something else. A literal key that is missing and begins with "/" was meant for a pointer:
+     * WIQ_ERR_PTR_SYNTAX.
      */
     template <class T, class Where>
     result<T> get(const Where& where) const {
@@ -264,7 +268,8 @@ class KE_BORROWS_ json_view {
             return looked;
         return json_view(found).to<T>();
     }
-    /** The same, or another value in its place, which says the type. */
+    /** The same, or another value in its place, which says the type: with 0, a value of 5000000000 or of 2.5 is
+     *  as good as missing. */
     template <class T, class Where>
     T value_or(const Where& where, T otherwise) const {
         return get<T>(where).value_or(std::move(otherwise));
@@ -404,12 +409,19 @@ class KE_BORROWS_ json_view {
     friend bool operator!=(const T& a, json_view b) {
         return !b.equals(a);
     }
+    friend bool operator==(std::nullptr_t, json_view b) noexcept {
+        return b == nullptr;
+    }
+    friend bool operator!=(std::nullptr_t, json_view b) noexcept {
+        return b != nullptr;
+    }
 #endif
+    /** With nullptr: whether it is null or empty, as a pointer would be; is_null() tells them apart. */
     friend bool operator==(json_view a, std::nullptr_t) noexcept {
-        return a.is_null();
+        return !a || a.is_null();
     }
     friend bool operator!=(json_view a, std::nullptr_t) noexcept {
-        return !a.is_null();
+        return !(a == nullptr);
     }
     /** @} */
 
@@ -438,7 +450,9 @@ class KE_BORROWS_ json_view {
             return key.status();
         u32 err = 0;
         found = wiq_json_obj_get_ext(node_, key.c_str(), 0, &err);
-        return static_cast<i32>(err);
+        const bool missing = static_cast<i32>(err) == WIQ_ERR_KEY_NOT_FOUND;
+        return missing && key.is_literal_path() ? static_cast<i32>(WIQ_ERR_PTR_SYNTAX)
+                                                : static_cast<i32>(err);
     }
     template <class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
     status look(I index, wiq_json_t*& found) const noexcept {

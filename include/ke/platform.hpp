@@ -41,6 +41,12 @@ inline std::string time_of_day(std::chrono::milliseconds since_midnight) {
     return std::string(text, static_cast<std::size_t>(length > 0 ? length - 1 : 0));
 }
 
+class dynamic_library;
+namespace detail {
+template <>
+inline constexpr bool lends<dynamic_library> = true;
+}  // namespace detail
+
 /** A loaded module, unloaded with its owner. */
 class dynamic_library {
   public:

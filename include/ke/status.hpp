@@ -70,6 +70,14 @@ class status;
 class bad_result;
 #endif
 
+namespace detail {
+// Owners whose calls lend what they own. Through the arrow of a temporary result it would be gone too soon.
+template <class T>
+inline constexpr bool lends = false;
+template <>
+inline constexpr bool lends<json> = true;
+}  // namespace detail
+
 /**
  * How a call ended: 0, or what went wrong, and for the parsers where. It has no truth value, since in C a
  * true status is a failure and a true result is none: ask ok() or failed(), or compare with a number.
@@ -80,6 +88,9 @@ class [[nodiscard]] status {
     constexpr status() noexcept = default;
     /** A status of the C interface; a count, which is 0 or more, is success. */
     constexpr status(i32 code) noexcept : error_{code < 0 ? code : 0, 0, 0, 0} {}
+    /** A truth value is no status: `return false` would be a success. */
+    template <class T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
+    status(T) = delete;
     /** A status with a place in a text. */
     constexpr explicit status(const wiq_json_load_error& error) noexcept : error_(error) {}
 
@@ -182,10 +193,12 @@ class [[nodiscard]] result {
     using value_type = T; /**< what it holds after success */
 
     /** A value. */
-    result(T value) noexcept(std::is_nothrow_move_constructible_v<T>) : value_(std::move(value)) {}
+    result(T given) noexcept(std::is_nothrow_move_constructible_v<T>) : value_(std::move(given)) {}
     /** A failure; success has no place here, and counts as WIQ_ERR_FAILED. */
     result(ke::status failure) noexcept
         : status_(failure.failed() ? failure : ke::status(WIQ_ERR_FAILED)) {}
+    /** A failure by its name, also where T is a number: `return WIQ_ERR_RANGE;`. */
+    result(wiq_status failure) noexcept : result(ke::status(static_cast<i32>(failure))) {}
     /** The status of a call that gave no value. */
     static result failure(i32 code) noexcept { return result(ke::status(code)); }
 
@@ -218,9 +231,9 @@ class [[nodiscard]] result {
     const T* operator->() const& noexcept { return assert(value_), &*value_; }
     template <class U = T>
     U* operator->() && noexcept {
-        static_assert(!std::is_same_v<U, json>,
-                      "the document would be gone at the end of the line: name the result first, "
-                      "or write (*result).member()");
+        static_assert(!detail::lends<U>,
+                      "what the result owns would be gone at the end of the line: name the result "
+                      "first");
         return assert(value_), &*value_;
     }
     /** @} */
@@ -285,6 +298,17 @@ ke::status as_status(const result<T>& result) noexcept {
 
 template <class T>
 inline constexpr bool always_false = false;
+template <class T>
+inline constexpr bool is_character = std::is_same_v<T, char> || std::is_same_v<T, wchar_t> ||
+                                     std::is_same_v<T, char16_t> || std::is_same_v<T, char32_t>
+#if defined(__cpp_char8_t)
+                                     || std::is_same_v<T, char8_t>
+#endif
+    ;
+// The integers that the C interface has. A compiler may have wider ones, which would lose their upper half.
+template <class T>
+inline constexpr bool is_integer = std::is_integral_v<T> && sizeof(T) <= sizeof(u64) &&
+                                   !std::is_same_v<T, bool> && !is_character<T>;
 template <class T>
 using plain = std::remove_cv_t<std::remove_reference_t<T>>;
 }  // namespace detail

@@ -217,8 +217,7 @@ class strbuf {
         } else if constexpr (std::is_floating_point_v<T>) {
             return append_real(static_cast<double>(value));
         } else {
-            static_assert(std::is_integral_v<T> && !std::is_same_v<T, wchar_t> &&
-                              !std::is_same_v<T, char16_t> && !std::is_same_v<T, char32_t>,
+            static_assert(detail::is_integer<T>,
                           "append() takes texts in char, characters, numbers and bools");
             char digits[24];
             const int length =

@@ -78,10 +78,7 @@ class tagged {
                 return text.status();
             status = wiq_mtype_set_utf8(&value_, text.c_str(), 1);
         } else {
-            static_assert(std::is_integral_v<T> && !std::is_same_v<T, char> &&
-                              !std::is_same_v<T, wchar_t> && !std::is_same_v<T, char16_t> &&
-                              !std::is_same_v<T, char32_t>,
-                          "a tagged value does not hold this type");
+            static_assert(detail::is_integer<T>, "a tagged value does not hold this type");
             if constexpr (std::is_signed_v<T>)
                 status = sizeof(T) <= 4 ? wiq_mtype_set_int32(&value_, static_cast<i32>(value))
                                         : wiq_mtype_set_int64(&value_, value);

@@ -30,7 +30,7 @@ class uint128 {
     constexpr uint128() noexcept = default;
     /** From an unsigned number, or a signed one that is sign-extended as in the built-in types. */
     template <class T, std::enable_if_t<std::is_integral_v<T>, int> = 0>
-    constexpr uint128(T value) noexcept : value_{static_cast<u64>(value), sign_bits(value)} {}
+    constexpr uint128(T value) noexcept : value_{static_cast<u64>(value), upper_half(value)} {}
     /** From its halves. */
     static constexpr uint128 from_halves(u64 high, u64 low) noexcept {
         return uint128(wiq_uint128{low, high});
@@ -49,7 +49,11 @@ class uint128 {
     /** Cut to a built-in type. */
     template <class T, std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<T, bool>, int> = 0>
     constexpr explicit operator T() const noexcept {
-        return static_cast<T>(value_.lo);
+        if constexpr (sizeof(T) > sizeof(u64))  // the compiler's own 128 bits
+            return static_cast<T>(static_cast<T>(value_.hi) << 32 << 32 |
+                                  static_cast<T>(value_.lo));
+        else
+            return static_cast<T>(value_.lo);
     }
 
     /** @name Arithmetic, modulo 2^128
@@ -177,8 +181,10 @@ class uint128 {
 
   private:
     template <class T>
-    static constexpr u64 sign_bits([[maybe_unused]] T value) noexcept {
-        if constexpr (std::is_signed_v<T>)
+    static constexpr u64 upper_half([[maybe_unused]] T value) noexcept {
+        if constexpr (sizeof(T) > sizeof(u64))
+            return static_cast<u64>(value >> 32 >> 32);
+        else if constexpr (std::is_signed_v<T>)
             return value < 0 ? ~u64{0} : 0;
         else
             return 0;

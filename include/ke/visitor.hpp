@@ -110,7 +110,9 @@ inline const type_registration visitor_registration(visitor_type, WiqJsonVisitor
  * A walk over a document: derive from it, override what matters, call visit(). A member that is not overridden
  * does what the C visitor does; one that is calls the base's to go on below. A status that is not 0 ends the
  * walk and is what visit() gives. Members may throw, and may call visit() for another value. The walk recurses, a
- * level of the stack for each of the document: for documents of strangers use ranges.
+ * level of the stack for each of the document: for documents of strangers use ranges. The C class behind it is
+ * registered when the program or module that includes this header starts, and for good: such a module must not be
+ * unloaded.
  */
 class json_visitor {
   public:

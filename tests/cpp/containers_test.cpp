@@ -2,6 +2,8 @@
 #include "parsed.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -108,6 +110,42 @@ TEST(CppLockedMap, StoresFindsAndRemoves) {
     EXPECT_TRUE(names.erase("a"));
     EXPECT_FALSE(names.erase("a"));
     EXPECT_EQ(names.size(), 1u);
+}
+
+TEST(CppLockedMap, MakesWhatIsMissingOnce) {
+    ke::locked_map<std::string> names;
+    int calls = 0;
+    const auto make = [&calls] { return std::to_string(++calls); };
+    EXPECT_EQ(names.find_or_make("a", make).value(), "1");
+    EXPECT_EQ(names.find_or_make("a", make).value(), "1");
+    EXPECT_EQ(names.find_or_make("b", make).value(), "2");
+    EXPECT_EQ(names.find("b"), "2");
+    const auto failing = [] { return ke::result<std::string>(WIQ_ERR_RANGE); };
+    EXPECT_EQ(names.find_or_make("c", failing).status(), WIQ_ERR_RANGE);
+    EXPECT_THROW((void)names.find_or_make("c", []() -> std::string { throw 7; }), int);
+    EXPECT_EQ(names.size(), 2u) << "a failure stores nothing";
+    EXPECT_EQ(names.find_or_make(std::string("x\0y", 3), make).status(), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(names.find_or_make(static_cast<const char*>(nullptr), make).status(),
+              WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(CppLockedMapThreads, MakeAValueOnce) {
+    ke::locked_map<int> map;
+    std::atomic<int> made{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&map, &made] {
+            for (int i = 0; i < 50; ++i)
+                ASSERT_TRUE(map.find_or_make(std::to_string(i), [&] {
+                    std::this_thread::sleep_for(std::chrono::microseconds(200));
+                    return ++made;
+                }));
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(made, 50);
+    EXPECT_EQ(map.size(), 50u);
 }
 
 TEST(CppLockedMapThreads, ShareAMap) {

@@ -31,6 +31,22 @@ TEST(Cpp17, Comparisons) {
     EXPECT_TRUE(1_u128 < 2_u128);
     EXPECT_TRUE(2_u128 >= 2_u128);
     EXPECT_TRUE(1_u128 != 2_u128);
+    EXPECT_TRUE(nullptr == root["none"]);
+    EXPECT_TRUE(nullptr != root["n"]);
 }
+
+#if defined(__SIZEOF_INT128__)
+// Integers for std::is_integral, where the compiler's extensions are on.
+TEST(Cpp17, TheCompilersOwnIntegersOf128Bits) {
+    __extension__ typedef __int128
+        wide;  // NOLINT(modernize-use-using): which has no place for the word
+    const wide value = (wide{1} << 100) + 5;
+    const ke::uint128 copy = value;
+    EXPECT_EQ(copy, (1_u128 << 100) + 5u);
+    EXPECT_TRUE(static_cast<wide>(copy) == value);
+    EXPECT_EQ(ke::uint128(wide{-1}), ~0_u128);
+    EXPECT_TRUE(static_cast<wide>(~0_u128) == -1);
+}
+#endif
 
 }  // namespace

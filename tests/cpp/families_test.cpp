@@ -209,6 +209,20 @@ TEST(CppPlatform, TimeAndModules) {
     EXPECT_GE(std::chrono::steady_clock::now() - before, 4ms);
     ke::sleep_for(-1ms);
     EXPECT_EQ(ke::dynamic_library::open("no such module").status(), WIQ_ERR_DLOPEN);
+#if defined(_WIN32)
+    auto module = ke::dynamic_library::open("msvcrt.dll");
+#else
+    auto module = ke::dynamic_library::open("libm.so.6");
+#endif
+    ASSERT_TRUE(module) << module.describe();
+    ke::dynamic_library library = *std::move(module);
+    const auto root_of = library.symbol<double(double)>("sqrt");
+    ASSERT_TRUE(root_of) << root_of.describe();
+    EXPECT_EQ((*root_of)(9.0), 3.0);
+    EXPECT_EQ(library.symbol<void()>("no such function").status(), WIQ_ERR_DLSYM);
+    const ke::dynamic_library other = std::move(library);
+    EXPECT_EQ(library.symbol<void()>("sqrt").status(),  // NOLINT(bugprone-use-after-move)
+              ke::err_empty);
 }
 
 TEST(CppPlatform, HooksForAScope) {

@@ -119,9 +119,25 @@ TEST(CppPaths, Strings) {
     EXPECT_EQ(ke::to_wide("\xE2\x82\xAC").value(), L"\u20AC");
     EXPECT_EQ(ke::to_utf8(std::wstring(1, static_cast<wchar_t>(0xD800))).status(),
               WIQ_ERR_ENCODING);
+    EXPECT_EQ(ke::to_utf8(std::wstring(L"a\0b", 3)).status(), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(ke::schema_name("json-get", true).value(), "json_get_input.json");
     EXPECT_FALSE(ke::load_schema("none.json"));
     EXPECT_FALSE(ke::open_schema("none.json"));
+}
+
+TEST(CppArguments, AreInUtf8) {
+    const wchar_t* const wide[] = {L"tool", L"caf\u00e9", L""};
+    ke::result<ke::arguments> made = ke::arguments::of(3, wide);
+    ASSERT_TRUE(made);
+    const ke::arguments words = *std::move(made);
+    EXPECT_EQ(words.count(), 3);
+    EXPECT_EQ(std::vector<std::string>(words.begin(), words.end()),
+              (std::vector<std::string>{"tool", "caf\xC3\xA9", ""}));
+    EXPECT_STREQ(words.get()[1], "caf\xC3\xA9");
+    EXPECT_EQ((*ke::arguments::of(0, wide)).count(), 0);
+    const std::wstring broken(1, static_cast<wchar_t>(0xD800));
+    const wchar_t* const list[] = {L"tool", broken.c_str()};
+    EXPECT_EQ(ke::arguments::of(2, list).status(), WIQ_ERR_ENCODING);
 }
 
 TEST_F(CppFiles, IniAsAMap) {

@@ -42,6 +42,14 @@ struct sensor {
     double celsius = 0;
     KE_JSON_MEMBERS(sensor, name, celsius)
 };
+// As many members as one struct may name.
+#define KE_NAMES_8(x) x##0, x##1, x##2, x##3, x##4, x##5, x##6, x##7
+struct counters {
+    int KE_NAMES_8(a), KE_NAMES_8(b), KE_NAMES_8(c), KE_NAMES_8(d);
+    int KE_NAMES_8(e), KE_NAMES_8(f), KE_NAMES_8(g), KE_NAMES_8(h);
+    KE_JSON_MEMBERS(counters, KE_NAMES_8(a), KE_NAMES_8(b), KE_NAMES_8(c), KE_NAMES_8(d),
+                    KE_NAMES_8(e), KE_NAMES_8(f), KE_NAMES_8(g), KE_NAMES_8(h))
+};
 struct drive {
     std::string serial;
     ke::u32 hours = 0;
@@ -134,6 +142,20 @@ TEST(CppConvert, TypesOfTheUser) {
     EXPECT_EQ(text_of(json{{"p", geometry::point{1, 2}}}), R"({"p":[1,2]})");
     EXPECT_EQ(root.set("maybe", std::optional<geometry::point>({5, 6})), 0);
     EXPECT_EQ(text_of(root["maybe"]), "[5,6]");
+}
+
+TEST(CppConvert, SixtyFourMembers) {
+    counters made{};
+    made.a0 = 1;
+    made.d7 = 2;
+    made.h7 = 3;
+    const json value = json::of(made);
+    EXPECT_EQ(value.size(), 64);
+    EXPECT_EQ(value["a0"], 1);
+    EXPECT_EQ(value["h7"], 3);
+    const counters read = value.to<counters>().value();
+    EXPECT_EQ(read.a0 + read.d7 + read.h7, 6);
+    EXPECT_EQ(read.e0, 0);
 }
 
 TEST(CppConvert, MissingAndWrongMembers) {

@@ -80,6 +80,19 @@ TEST(CppSet, ScalarsOfEveryKind) {
         R"("wide":18446744073709551616})");
 }
 
+TEST(CppSet, ListsInBraces) {
+    json root = json::object();
+    EXPECT_EQ(root.set("list", {1, "two", nullptr}), 0);
+    EXPECT_EQ(root.set("/deep/object"_ptr, {{"a", 1}, {"b", {2, 3}}}), 0);
+    EXPECT_EQ(root["list"].push_back({4, 5}), 0);
+    EXPECT_EQ(root["list"].insert(0, {{"first", true}}), 0);
+    EXPECT_EQ(root["list"].set(1, {6, 7}), 0);
+    EXPECT_EQ(text_of(root), R"({"deep":{"object":{"a":1,"b":[2,3]}},)"
+                             R"("list":[{"first":true},[6,7],"two",null,[4,5]]})");
+    EXPECT_EQ(root.set("empty", {}), ke::err_empty) << "neither an object nor an array";
+    EXPECT_FALSE(root.contains("empty"));
+}
+
 TEST(CppSet, AValueThatLivesElsewhereIsCopied) {
     json root = parsed(R"({"a":{"n":1}})");
     json other = json::object();
@@ -188,6 +201,9 @@ TEST(CppSet, ByIndex) {
     EXPECT_EQ(list.insert(2, parsed("[]")), 0);
     EXPECT_EQ(list.insert(7, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
     EXPECT_EQ(list.insert(-1, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
+    EXPECT_EQ(list.insert(ke::u64{1} << 32, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
+    EXPECT_EQ(list.insert(static_cast<std::size_t>(list.size()), "one"), 0);
+    EXPECT_EQ(list.pop_back(), 0);
     EXPECT_EQ(text_of(list), R"([0,"one",[],2,3,"one"])");
     for (int i = 0; i < list.size(); ++i)
         EXPECT_EQ(list[i].parent_index(), i);

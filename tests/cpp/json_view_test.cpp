@@ -3,9 +3,12 @@
 #include "support/temporary_stream.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <limits>
+#include <map>
 #include <numeric>
+#include <optional>
 #include <sstream>
 #include <vector>
 
@@ -100,6 +103,21 @@ TEST(CppView, LooksIntoATemporaryOwnWhatTheyGive) {
     const auto name = parsed(R"({"a":"text"})")["a"].to<std::string>();
     EXPECT_EQ(*name, "text");
     EXPECT_EQ(parsed(R"(["x","y"])").find_text("y"), "y");
+    EXPECT_EQ(parsed(R"({"a":"text"})").value_or("a", "none"), "text");
+    EXPECT_EQ(parsed(R"({"a":"text"})").value_or("b", std::string("none")), "none");
+    const auto root = parsed(R"({"a":[7]})").root();
+    static_assert(std::is_same_v<decltype(root), const json>);
+    EXPECT_EQ(text_of(root), R"({"a":[7]})");
+    const auto target = parsed("[8]").resolve();
+    ASSERT_TRUE(target);
+    EXPECT_EQ(text_of(*target), "[8]");
+    EXPECT_EQ(json().resolve().status(), ke::err_empty);
+    using ke::detail::borrows;
+    static_assert(borrows<std::string_view> && borrows<std::vector<json_view>> &&
+                  borrows<std::pair<int, std::optional<std::string_view>>> &&
+                  borrows<std::array<json_ref, 2>>);
+    static_assert(!borrows<std::string> && !borrows<std::vector<json>> && !borrows<int> &&
+                  !borrows<std::map<std::string, int>>);
 }
 
 TEST(CppView, Indexes) {
@@ -249,6 +267,9 @@ TEST(CppView, ComparesWithScalars) {
     EXPECT_NE(root["b"], 1);
     EXPECT_EQ(root["z"], nullptr);
     EXPECT_NE(root["n"], nullptr);
+    EXPECT_EQ(root["none"], nullptr) << "as a pointer to nothing";
+    EXPECT_FALSE(root["none"] != nullptr);
+    EXPECT_FALSE(root["none"].is_null()) << "which tells it from null";
     EXPECT_EQ(root["r"], 2.5);
     EXPECT_NE(root["r"], 2);
     EXPECT_NE(root["none"], 0);
@@ -270,6 +291,11 @@ TEST(CppView, GetTellsWhatIsMissing) {
     EXPECT_EQ(root.value_or("/a/m"_ptr, 1), 1);
     EXPECT_EQ(root.value_or("b", "none"), "none");
     EXPECT_EQ(root.value_or<ke::u8>("/a/n"_ptr, 7), 7) << "out of range is as missing";
+    EXPECT_EQ(root.get<int>("/a/n").status(), WIQ_ERR_PTR_SYNTAX) << "_ptr is missing";
+    EXPECT_EQ(root.get<int>(ke::key("/a/n")).status(), WIQ_ERR_KEY_NOT_FOUND);
+    EXPECT_EQ(root.get<int>(std::string("/a/n")).status(), WIQ_ERR_KEY_NOT_FOUND);
+    EXPECT_EQ(parsed(R"({"/a/n":1})").get<int>("/a/n").value(), 1) << "a member of that very name";
+    EXPECT_EQ(root.get<int>(ke::pointer{std::string("/a/n").c_str()}).value(), 300);
 }
 
 TEST(CppView, PathsAreBuiltOfSteps) {
@@ -282,6 +308,12 @@ TEST(CppView, PathsAreBuiltOfSteps) {
     EXPECT_EQ(root[ke::path("/a~1b"_ptr) / 0u / std::string("~")], 1);
     EXPECT_EQ(root.at(path).location().value(), path.str());
     EXPECT_EQ(root[ke::path()], root);
+    json cut = parsed(R"({"a":1})");
+    const ke::path nul = ke::path() / std::string_view("a\0b", 3);
+    EXPECT_FALSE(cut[nul]) << "not the member \"a\"";
+    EXPECT_EQ(cut.set(nul / "c", 1), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(cut.erase(nul), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(text_of(cut), R"({"a":1})");
 }
 
 TEST(CppView, KnowsItsPlace) {

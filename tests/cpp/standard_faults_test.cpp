@@ -243,6 +243,10 @@ TEST(CppStandardFaults, LockedMaps) {
             EXPECT_EQ(map.contains(key), done || there);
         }
         (void)RunWithFaults(faults, [&] { return map.find(kLong + std::string("1")); });
+        const std::string fresh = kLong + std::string("fresh");
+        const bool made = RunWithFaults(
+            faults, [&] { return map.find_or_make(fresh, [] { return std::string(kLong); }); });
+        EXPECT_TRUE(!made || map.contains(fresh));
         (void)RunWithFaults(faults, [&] {
             std::vector<std::string> keys;
             map.for_each([&](std::string_view key, std::string&) { keys.emplace_back(key); });

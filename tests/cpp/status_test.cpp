@@ -74,6 +74,20 @@ struct Plain {
     explicit Plain(int from) : value(from) {}
     int value;
 };
+ke::result<int> failing_number(bool by_name) {
+    if (by_name)
+        return WIQ_ERR_RANGE;
+    return -7;
+}
+TEST(CppResult, ANameIsAFailureAlsoForNumbers) {
+    EXPECT_EQ(failing_number(true).status(), WIQ_ERR_RANGE);
+    EXPECT_EQ(failing_number(false).value(), -7) << "a number is a number";
+    const ke::result<bool> truth = WIQ_ERR_NOT_FOUND;
+    EXPECT_FALSE(truth.has_value());
+    const ke::result<std::string> text = WIQ_ERR_NO_MEMORY;
+    EXPECT_EQ(text.status(), WIQ_ERR_NO_MEMORY);
+}
+
 TEST(CppResult, NeedsNoDefaultConstructor) {
     const auto bad = ke::result<Plain>::failure(WIQ_ERR_RANGE);
     EXPECT_FALSE(bad);
