@@ -1,8 +1,14 @@
-"""GDB pretty printers for ke_utils: JSON trees, vectors, maps, string buffers, 128-bit numbers.
+"""GDB pretty printers for ke_utils: JSON trees, vectors, maps, string buffers, 128-bit numbers, and the C++ layer.
 
 GDB loads this file by itself when it is installed as <library>-gdb.py in its auto-load folder; by hand:
-(gdb) source ke_utils_gdb.py. Then `print *node` shows a document, `print map` the entries of a map.
+(gdb) source ke_utils_gdb.py. Then `print *node` shows a document, `print map` the entries of a map. The library
+needs no debug information, only the program does, and core files do as well as running programs.
 """
+
+import atexit
+import os
+import struct
+import tempfile
 
 import gdb
 import gdb.printing
@@ -28,17 +34,6 @@ def entries(table):
         while int(entry) != 0:
             yield entry
             entry = entry["next"]
-
-
-def members(table):
-    """The members of a JSON object in map order."""
-    if int(table["buckets"]) == 0:
-        return
-    for bucket in range(int(table["mask"]) + 1):
-        member = table["buckets"][bucket]
-        while int(member) != 0:
-            yield member
-            member = member["next"]
 
 
 class Uint128Printer:
@@ -116,53 +111,192 @@ class MapPrinter:
         return "array"
 
 
+# Where the parts of a node are (src/json/node.h, src/json/members.h): what the library's debug information
+# would tell.
+NODE_SIZE, VALUE, FLAGS = 24, 24, 2
+OBJECT_MASK, OBJECT_SIZE, ARRAY_SIZE = 32, 36, 32
+MEMBER_CHILD, MEMBER_KEY = 8, 24
+POINTER, I64, U64, DOUBLE = "<Q", "<q", "<Q", "<d"
+
+
+def number_at(address, form):
+    """What stands at an address, by a form of the module struct."""
+    memory = gdb.selected_inferior().read_memory(address, struct.calcsize(form))
+    return struct.unpack(form, memory.tobytes())[0]
+
+
+def text_at(address):
+    """The C string at an address."""
+    return gdb.Value(address).cast(gdb.lookup_type("char").pointer()).string(errors="replace")
+
+
+def node_at(address):
+    """The node at an address, as a value that is shown by the printer below."""
+    return gdb.Value(address).cast(gdb.lookup_type("struct wiq_json").pointer()).dereference()
+
+
 class JsonPrinter:
     """wiq_json_t: scalars as JSON text, containers with what they hold."""
 
     def __init__(self, value):
-        self.value = value
-        self.type = int(value["type"])
-
-    def node(self, name):
-        return self.value.cast(gdb.lookup_type("ke::json::" + name))
+        self.address = int(value.address)
+        self.type = number_at(self.address, "<H")
 
     def to_string(self):
+        value = self.address + VALUE
         if self.type in WORDS:
             return WORDS[self.type]
         if self.type == JSON_OBJECT:
-            return "%sobject of %d" % (self.weak(), int(self.node("ObjectNode")["members"]["size"]))
+            return "%sobject of %d" % (self.weak(), self.size())
         if self.type == JSON_ARRAY:
-            return "%sarray of %d" % (self.weak(), int(self.node("ArrayNode")["elems"]["size"]))
+            return "%sarray of %d" % (self.weak(), self.size())
         if self.type == JSON_I64:
-            return str(int(self.node("I64Node")["value"]))
+            return str(number_at(value, I64))
         if self.type == JSON_U64:
-            return str(int(self.node("U64Node")["value"]))
+            return str(number_at(value, U64))
         if self.type == JSON_U128:
-            return str(number_128(self.node("U128Node")["value"]))
+            return str(number_at(value, U64) | number_at(value + 8, U64) << 64)
         if self.type == JSON_DOUBLE:
-            return str(float(self.node("DoubleNode")["value"]))
-        if self.type == JSON_STRING:
-            return quoted(self.node("TextNode")["text"])
-        if self.type == JSON_REF:
-            return "$ref " + quoted(self.node("TextNode")["text"])
+            return str(number_at(value, DOUBLE))
+        if self.type in (JSON_STRING, JSON_REF):
+            text = number_at(value, POINTER)
+            quoted_text = '"%s"' % text_at(text) if text != 0 else "NULL"
+            return ("$ref " if self.type == JSON_REF else "") + quoted_text
         return "<unknown type %d>" % self.type
 
     def weak(self):
-        return "weak " if int(self.value["flags"]) & 2 else ""
+        return "weak " if number_at(self.address + FLAGS, "<B") & 2 else ""
+
+    def size(self):
+        place = OBJECT_SIZE if self.type == JSON_OBJECT else ARRAY_SIZE
+        return number_at(self.address + place, "<I")
 
     def children(self):
-        node = self.value.type.pointer()
-        if self.type == JSON_OBJECT:
-            char = gdb.lookup_type("char").pointer()
-            for member in members(self.node("ObjectNode")["members"]):
-                # The key's text stands behind the member.
-                key = (member + 1).cast(char).string(errors="replace")
-                yield key, member["child"].cast(node).dereference()
+        table = number_at(self.address + VALUE, POINTER)
+        if self.type == JSON_OBJECT and table != 0:
+            for bucket in range(number_at(self.address + OBJECT_MASK, "<I") + 1):
+                member = number_at(table + 8 * bucket, POINTER)
+                while member != 0:
+                    yield text_at(member + MEMBER_KEY), node_at(number_at(member + MEMBER_CHILD, POINTER))
+                    member = number_at(member, POINTER)
         elif self.type == JSON_ARRAY:
-            elems = self.node("ArrayNode")["elems"]
-            slots = elems["data"].cast(node.pointer())
-            for index in range(int(elems["size"])):
-                yield "[%d]" % index, slots[index].dereference()
+            for index in range(self.size()):
+                yield "[%d]" % index, node_at(number_at(table + 8 * index, POINTER))
+
+
+class HandlePrinter:
+    """ke::json, ke::json_view, ke::json_ref: the value that they lead to."""
+
+    def __init__(self, value):
+        node = int(value["node_"])
+        self.shown = JsonPrinter(node_at(node)) if node != 0 else None
+
+    def to_string(self):
+        return self.shown.to_string() if self.shown else "nothing"
+
+    def children(self):
+        return self.shown.children() if self.shown else iter(())
+
+
+def status_text(status):
+    """A ke::status as its name, number and place."""
+    error = status["error_"]
+    number = int(error["status"])
+    if number == 0:
+        return "success"
+    name = "unknown status"
+    for field in gdb.lookup_type("wiq_status").fields():
+        if field.enumval == number:
+            name = field.name
+    name = "ke::err_empty" if number == -20001 else name
+    place = ", line %d, column %d" % (int(error["line"]), int(error["column"])) if int(error["line"]) else ""
+    return "%s (%d)%s" % (name, number, place)
+
+
+class StatusPrinter:
+    """ke::status as its name, number and place."""
+
+    def __init__(self, value):
+        self.value = value
+
+    def to_string(self):
+        return status_text(self.value)
+
+
+class ResultPrinter:
+    """ke::result: its value, or its status."""
+
+    def __init__(self, value):
+        self.value = value
+        payload = value["value_"]["_M_payload"]  # the std::optional of GNU's library
+        self.payload = payload["_M_payload"]["_M_value"] if payload["_M_engaged"] else None
+
+    def to_string(self):
+        return "no value: " + status_text(self.value["status_"]) if self.payload is None else "result"
+
+    def children(self):
+        if self.payload is not None:
+            yield "value", self.payload
+
+
+class WrapperPrinter:
+    """ke::uint128, ke::strbuf: the record that they are made of."""
+
+    def __init__(self, value):
+        name = "value_" if value.type.strip_typedefs().tag == "ke::uint128" else "buf_"
+        self.shown = gdb.default_visualizer(value[name])
+
+    def to_string(self):
+        return self.shown.to_string()
+
+
+def described_node():
+    """An object file that holds nothing but a description of struct wiq_json: in the headers it is opaque, and GDB
+    shows no value of a type that it does not know."""
+    def text(name):
+        return name.encode() + b"\0"
+
+    abbreviations = (
+        b"\x01\x11\x01\x03\x08\x13\x0b\0\0"          # a unit: name, language; with children
+        b"\x02\x24\x00\x03\x08\x0b\x0b\x3e\x0b\0\0"  # a number: name, size, encoding
+        b"\x03\x13\x01\x03\x08\x0b\x0b\0\0"          # a structure: name, size; with children
+        b"\x04\x0d\x00\x03\x08\x49\x13\x38\x0b\0\0"  # a member: name, type, place
+        b"\0")
+    unit = struct.pack("<HIB", 4, 0, 8) + b"\x01" + text("ke_utils") + b"\x0c"
+    number = 4 + len(unit)  # where it is described, counted from the front of the section
+    unit += b"\x02" + text("unsigned short") + b"\x02\x07"
+    unit += b"\x03" + text("wiq_json") + bytes([NODE_SIZE])
+    unit += b"\x04" + text("type") + struct.pack("<I", number) + b"\0" + b"\0\0"
+    sections = [("", b""), (".text", b""), (".debug_abbrev", abbreviations),
+                (".debug_info", struct.pack("<I", len(unit)) + unit)]
+    names = b"".join(text(name) for name, _ in sections) + text(".shstrtab")
+    sections.append((".shstrtab", names))
+    contents, headers, at_name = b"", b"", 0
+    for name, content in sections:
+        kind = 0 if name == "" else 3 if name == ".shstrtab" else 1
+        flags = 6 if name == ".text" else 0
+        headers += struct.pack("<IIQQQQIIQQ", at_name, kind, flags, 0, 64 + len(contents) if kind else 0,
+                               len(content), 0, 0, 1 if kind else 0, 0)
+        contents += content
+        at_name += len(name) + 1
+    machine = 183 if os.uname().machine == "aarch64" else 62
+    return (b"\x7fELF\x02\x01\x01" + b"\0" * 9
+            + struct.pack("<HHIQQQIHHHHHH", 1, machine, 1, 0, 0, 64 + len(contents), 0, 64, 0, 0, 64,
+                          len(sections), len(sections) - 1)
+            + contents + headers)
+
+
+def describe_node():
+    """Makes `print *node` work without the library's debug information; nothing to do where that is there."""
+    try:
+        if gdb.lookup_type("struct wiq_json").fields():
+            return
+    except gdb.error:
+        pass
+    with tempfile.NamedTemporaryFile(prefix="ke_utils_types", suffix=".o", delete=False) as file:
+        file.write(described_node())
+    atexit.register(os.unlink, file.name)  # GDB looks at it again when the program is run anew
+    gdb.execute("add-symbol-file " + file.name, to_string=True)
 
 
 def printers():
@@ -171,9 +305,16 @@ def printers():
     collection.add_printer("strbuf", "^wiq_strbuf$", StrbufPrinter)
     collection.add_printer("vector", "^wiq_vector$", VectorPrinter)
     collection.add_printer("map", "^wiq_map$", MapPrinter)
-    collection.add_printer("json", "^(wiq_json|ke::json::(I64|U64|U128|Double|Text|Object|Array)Node)$",
+    collection.add_printer("node", "^(wiq_json|ke::json::(I64|U64|U128|Double|Text|Object|Array)Node)$",
                            JsonPrinter)
+    collection.add_printer("json", "^ke::json(_view|_ref)?$", HandlePrinter)
+    collection.add_printer("status", "^ke::status$", StatusPrinter)
+    collection.add_printer("result", "^ke::result<.*>$", ResultPrinter)
+    collection.add_printer("wrapper", "^ke::(uint128|strbuf)$", WrapperPrinter)
     return collection
+
+
+describe_node()
 
 
 gdb.printing.register_pretty_printer(gdb.current_objfile(), printers(), replace=True)
