@@ -44,7 +44,10 @@ if(NOT WIN32)
   if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     set(gdb_dir ${CMAKE_INSTALL_DATADIR}/gdb/auto-load/usr/${CMAKE_INSTALL_LIBDIR})
   endif()
-  install(FILES tools/gdb/ke_utils_gdb.py DESTINATION ${gdb_dir}
+  # LLDB loads no script by itself.
+  install(FILES tools/debuggers/ke_utils_printers.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ke_utils
+    COMPONENT development)
+  install(FILES tools/debuggers/ke_utils_printers.py DESTINATION ${gdb_dir}
     RENAME libke_utils.so.${PROJECT_VERSION}-gdb.py COMPONENT development)
 endif()
 
