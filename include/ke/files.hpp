@@ -165,7 +165,7 @@ inline status save_text(const text_arg& path, std::string_view text) {
 }
 
 /** Loads a document in UTF-8. The statuses of wiq_load_file() and of the parser, the latter with their place. */
-inline result<json> load_file(const text_arg& path, i32 flags = 0) {
+inline result<json> load_file(const text_arg& path, load_flags flags = {}) {
     if (path.status() != 0)
         return result<json>::failure(path.status());
     void* block = nullptr;
@@ -176,13 +176,13 @@ inline result<json> load_file(const text_arg& path, i32 flags = 0) {
     return parse_utf8({owner.get(), static_cast<std::size_t>(size)}, flags);
 }
 
-inline result<json> json::load_file(const text_arg& path, i32 flags) {
+inline result<json> json::load_file(const text_arg& path, load_flags flags) {
     return ke::load_file(path, flags);
 }
 
 /** Saves a document as save_text() does, in UTF-8, with a line feed at its end. Also ke::err_empty and the
  *  statuses of json_view::dump(). */
-inline status save_file(const text_arg& path, json_view value, u32 flags = 0) {
+inline status save_file(const text_arg& path, json_view value, dump_flags flags = {}) {
     if (!value)
         return err_empty;
     return detail::save(path, [&](std::FILE* stream) -> status {

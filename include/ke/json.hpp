@@ -23,17 +23,6 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** Flags of the dump calls, to be combined with `|`; those of the C interface hold too. */
-enum dump_flag : u32 {
-    pretty = WIQ_JSON_DUMP_PRETTY,       /**< one member or element a line, two blanks a level */
-    sort_keys = WIQ_JSON_DUMP_SORT_KEYS, /**< members by key */
-    u128_as_object = WIQ_JSON_DUMP_U128_AS_OBJECT /**< 128-bit numbers as objects of two halves */
-};
-/** Combines flags. */
-constexpr dump_flag operator|(dump_flag a, dump_flag b) noexcept {
-    return static_cast<dump_flag>(static_cast<u32>(a) | static_cast<u32>(b));
-}
-
 namespace detail {
 class init;
 struct member_place;
@@ -267,19 +256,19 @@ class KE_OWNS_ json : public json_ref {
      *  inside a text of known length is WIQ_ERR_INVALID_ARG.
      *  @{ */
     /** Parses a document. */
-    static result<json> parse(const text_arg& text, i32 flags = 0) {
+    static result<json> parse(const text_arg& text, load_flags flags = {}) {
         if (text.status() != 0)
             return result<json>::failure(text.status());
         wiq_json_load_error error;
-        return loaded(wiq_json_loads(text.c_str(), flags, &error), error);
+        return loaded(wiq_json_loads(text.c_str(), flags.bits<i32>(), &error), error);
     }
     /** Parses the document that a stream holds. */
-    static result<json> load(std::FILE* stream, i32 flags = 0) {
+    static result<json> load(std::FILE* stream, load_flags flags = {}) {
         wiq_json_load_error error;
-        return loaded(wiq_json_loadf(stream, flags, &error), error);
+        return loaded(wiq_json_loadf(stream, flags.bits<i32>(), &error), error);
     }
     /** Parses the document in a file, in UTF-8: ke::load_file(), with which it is in ke/files.hpp. */
-    static inline result<json> load_file(const text_arg& path, i32 flags = 0);
+    static inline result<json> load_file(const text_arg& path, load_flags flags = {});
     /** @} */
 
     /** @name Look-ups: a const document gives views, another one references, a temporary one owners
@@ -418,23 +407,23 @@ inline result<json> json_view::clone() const {
     return node != nullptr ? result<json>(json::share(node))
                            : result<json>::failure(static_cast<i32>(err));
 }
-inline result<std::string> json_view::dump(u32 flags) const {
+inline result<std::string> json_view::dump(dump_flags flags) const {
     if (node_ == nullptr)
         return result<std::string>::failure(err_empty);
     char* text = nullptr;
-    const i32 length = wiq_json_sdump(node_, &text, flags);
+    const i32 length = wiq_json_sdump(node_, &text, flags.bits());
     if (length < 0)
         return result<std::string>::failure(length);
     const c_text owner(text);
     return std::string(text, static_cast<std::size_t>(length));
 }
-inline status json_view::dump_to(wiq_strbuf* buffer, u32 flags) const {
-    return node_ == nullptr ? err_empty : wiq_json_sdump_ext(node_, buffer, flags, 0);
+inline status json_view::dump_to(wiq_strbuf* buffer, dump_flags flags) const {
+    return node_ == nullptr ? err_empty : wiq_json_sdump_ext(node_, buffer, flags.bits(), 0);
 }
-inline status json_view::dump_to(std::FILE* stream, u32 flags) const {
+inline status json_view::dump_to(std::FILE* stream, dump_flags flags) const {
     if (node_ == nullptr)
         return err_empty;
-    const i32 written = wiq_json_fdump(node_, stream, flags, 0);
+    const i32 written = wiq_json_fdump(node_, stream, flags.bits(), 0);
     return written == -1 ? static_cast<i32>(WIQ_ERR_IO) : written;
 }
 

@@ -56,6 +56,57 @@ enum class kind : u16 {
     nothing = 0xFFFF /**< an empty view */
 };
 
+/** Flags of the calls that write, to be combined with `|`. */
+enum dump_flag : u32 {
+    pretty = WIQ_JSON_DUMP_PRETTY,       /**< one member or element a line, two blanks a level */
+    sort_keys = WIQ_JSON_DUMP_SORT_KEYS, /**< members by key */
+    u128_as_object = WIQ_JSON_DUMP_U128_AS_OBJECT /**< 128-bit numbers as objects of two halves */
+};
+/** Combines flags. */
+constexpr dump_flag operator|(dump_flag a, dump_flag b) noexcept {
+    return static_cast<dump_flag>(static_cast<u32>(a) | static_cast<u32>(b));
+}
+/** Flags of the calls that parse, to be combined with `|`. */
+enum load_flag : u32 {
+    allow_trailing = WIQ_JSON_ALLOW_TRAILING, /**< reads one value and stops */
+    reject_duplicates =
+        WIQ_JSON_REJECT_DUPLICATES /**< an object's key that comes twice is a failure */
+};
+/** Combines flags. */
+constexpr load_flag operator|(load_flag a, load_flag b) noexcept {
+    return static_cast<load_flag>(static_cast<u32>(a) | static_cast<u32>(b));
+}
+
+/** Flags as calls take them: those above, or one of the C interface. A number is refused: in `dump(4)` it would be meant
+ *  for blanks, in `parse(text, size)` for a length. */
+template <class Own, class C>
+class flag_set {
+  public:
+    /** None. */
+    constexpr flag_set() noexcept = default;
+    /** One or more. */
+    constexpr flag_set(Own flags) noexcept : bits_(static_cast<u32>(flags)) {}
+    /** One of the C interface. */
+    constexpr flag_set(C flag) noexcept : bits_(static_cast<u32>(flag)) {}
+    /** A number is refused. */
+    template <class T, std::enable_if_t<std::is_arithmetic_v<T>, int> = 0>
+    constexpr flag_set(T) noexcept {
+        static_assert(detail::always_false<T>,
+                      "flags have names, as ke::pretty | ke::sort_keys; a number is neither a "
+                      "width nor the length of a text");
+    }
+    /** As the C interface takes them. */
+    template <class T = u32>
+    constexpr T bits() const noexcept {
+        return static_cast<T>(bits_);
+    }
+
+  private:
+    u32 bits_ = 0;
+};
+using dump_flags = flag_set<dump_flag, wiq_json_dump_flag>; /**< how text is written */
+using load_flags = flag_set<load_flag, wiq_json_load_flag>; /**< how text is parsed */
+
 /** JSON pointer text; write it as "/a/b"_ptr, or as ke::pointer{text} for one that is known at run time only.
  *  Refers to the text, does not own it. */
 struct KE_BORROWS_ pointer {
@@ -355,14 +406,14 @@ class KE_BORROWS_ json_view {
         return wiq_json_subset(node_, other.node_, flags);
     }
 
-    /** @name Writing the document as text; flags of dump_flag
+    /** @name Writing the document as text
      *  @{ */
     /** As a string. */
-    result<std::string> dump(u32 flags = 0) const;
+    result<std::string> dump(dump_flags flags = {}) const;
     /** Behind what a buffer of the C interface holds. */
-    status dump_to(wiq_strbuf* buffer, u32 flags = 0) const;
+    status dump_to(wiq_strbuf* buffer, dump_flags flags = {}) const;
     /** To an open stream, neither flushed nor closed. */
-    status dump_to(std::FILE* stream, u32 flags = 0) const;
+    status dump_to(std::FILE* stream, dump_flags flags = {}) const;
     /** Compact, to a stream of the standard library; a failure sets its failbit. */
     template <class Traits>
     friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out,

@@ -14,18 +14,19 @@ namespace ke {
  *  @{ */
 
 /** Parses a document in UTF-8, with or without a byte order mark. Places are those of `text`. */
-inline result<json> parse_utf8(std::string_view text, i32 flags = 0) {
+inline result<json> parse_utf8(std::string_view text, load_flags flags = {}) {
     wiq_json_load_error error;
-    wiq_json_t* const node = ke_json_loads_utf8(text.data(), text.size(), flags, &error);
+    wiq_json_t* const node =
+        ke_json_loads_utf8(text.data(), text.size(), flags.bits<i32>(), &error);
     return node != nullptr ? result<json>(json::share(node)) : result<json>(status(error));
 }
 
 /** The document as text in ASCII, which json::parse() reads back. */
-inline result<std::string> dump_ascii(json_view value, u32 flags = 0) {
+inline result<std::string> dump_ascii(json_view value, dump_flags flags = {}) {
     if (!value)
         return result<std::string>::failure(err_empty);
     char* text = nullptr;
-    const i32 length = ke_json_sdump_ascii(value.node(), &text, flags);
+    const i32 length = ke_json_sdump_ascii(value.node(), &text, flags.bits());
     if (length < 0)
         return result<std::string>::failure(length);
     const c_text owner(text);

@@ -455,6 +455,16 @@ TEST(CppRanges, WorkWithAlgorithms) {
 #endif
 }
 
+TEST(CppView, ParsesByFlags) {
+    const char* const twice = R"({"a":1,"a":2} rest)";
+    EXPECT_EQ(json::parse(twice).code(), WIQ_ERR_JSON_TRAILING_DATA);
+    EXPECT_EQ(json::parse(twice, ke::allow_trailing).value()["a"], 2);
+    EXPECT_EQ(json::parse(twice, WIQ_JSON_REJECT_DUPLICATES).code(), WIQ_ERR_JSON_DUPLICATE_KEY);
+    EXPECT_EQ(json::parse(twice, ke::allow_trailing | ke::reject_duplicates).code(),
+              WIQ_ERR_JSON_DUPLICATE_KEY);
+    static_assert((ke::pretty | ke::u128_as_object) == 10);
+}
+
 TEST(CppView, Dumps) {
     const json root = parsed(R"({"a":[1,true,null]})");
     EXPECT_EQ(root.dump(ke::pretty | ke::sort_keys).value(),

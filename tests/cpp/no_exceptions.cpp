@@ -86,6 +86,7 @@ ke::status containers(std::string& out) {
     KE_TRY(map.set("a", 2));
     KE_TRY(locked.set("b", "three"));
     KE_TRY(names.push_back("four"));
+    KE_TRY(locked.find_or_make("b", [] { return std::string("never"); }));
     KE_TRY(value.set(5));
     for (const auto [key, number] : map)
         KE_TRY(text.append(key, number));
