@@ -200,15 +200,14 @@ status store(const Place& place, V&& value) {
     }
 }
 
-template <class T>
+template <class Element, class T>
 made make_list(const T& list) {
     u32 err = 0;
     filling array(wiq_json_array_new(0, &err));
     if (!array)
         return made_of(nullptr, err);
     for (const auto& element : list) {
-        const status stored =
-            store(back_place{array.get()}, static_cast<const typename T::value_type&>(element));
+        const status stored = store(back_place{array.get()}, static_cast<const Element&>(element));
         if (stored.failed())
             return filled(array, stored.code());
     }
@@ -297,8 +296,10 @@ made make_node(const T& value) {
         return value ? make_node(*value) : make_node(nullptr);
     } else if constexpr (is_map<T>) {
         return make_map(value);
+    } else if constexpr (std::is_array_v<T>) {
+        return make_list<std::remove_extent_t<T>>(value);
     } else if constexpr (is_range<T>) {
-        return make_list(value);
+        return make_list<typename T::value_type>(value);
     } else if constexpr (is_tuple<T>) {
         return make_tuple_list(value, std::make_index_sequence<std::tuple_size<T>::value>());
     } else {
@@ -337,7 +338,9 @@ class init {
             pairs = pairs && item.is_pair();
         return pairs ? make_object(list) : make_array(list);
     }
-    static made make_array(std::initializer_list<init> list) { return make_list(list_of{list}); }
+    static made make_array(std::initializer_list<init> list) {
+        return make_list<init>(list_of{list});
+    }
     static made make_object(std::initializer_list<init> list) {
         u32 err = 0;
         filling object(wiq_json_obj_new(static_cast<i32>(list.size()), &err));
@@ -360,7 +363,6 @@ class init {
 
   private:
     struct list_of {
-        using value_type = init;
         std::initializer_list<init> list;
         const init* begin() const noexcept { return list.begin(); }
         const init* end() const noexcept { return list.end(); }

@@ -239,12 +239,12 @@ class [[nodiscard]] result {
     /** @} */
 
     /** The value, or another one in its place. */
-    template <class U>
+    template <class U = T>
     T value_or(U&& other) const& {
         return value_ ? *value_ : static_cast<T>(std::forward<U>(other));
     }
     /** The same, moved out. */
-    template <class U>
+    template <class U = T>
     T value_or(U&& other) && {
         return value_ ? std::move(*value_) : static_cast<T>(std::forward<U>(other));
     }

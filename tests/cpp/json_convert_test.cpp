@@ -118,6 +118,20 @@ TEST(CppConvert, StandardContainers) {
     EXPECT_EQ(root["l"].to<std::vector<json_view>>()->size(), 3u);
 }
 
+TEST(CppConvert, ArraysOfTheLanguage) {
+    const int numbers[] = {1, 2};
+    const char* const names[] = {"a", "b"};
+    const bool table[2][1] = {{true}, {false}};
+    json root = json::object();
+    EXPECT_EQ(root.set("numbers", numbers), 0);
+    EXPECT_EQ(root.set("names", names), 0);
+    EXPECT_EQ(root.set("table", table), 0);
+    EXPECT_EQ(root.set("text", "an array as well"), 0);
+    EXPECT_EQ(text_of(root), R"({"names":["a","b"],"numbers":[1,2],"table":[[true],[false]],)"
+                             R"("text":"an array as well"})");
+    EXPECT_EQ(root["none"].to<std::vector<int>>().value_or({3}), std::vector<int>{3});
+}
+
 TEST(CppConvert, TypesOfTheUser) {
     const drive made{"A1", 12, "lab", {{"flash", 40.5}}, {3, 4}};
     const json value = json::of(made);
