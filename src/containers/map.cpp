@@ -203,6 +203,8 @@ void wiq_map_remove_all(wiq_map* map) {
     for (u64 bucket = 0; bucket < map->bucket_count; ++bucket) {
         wiq_map_entry* entry = map->buckets[bucket];
         map->buckets[bucket] = nullptr;
+        if (ke::is_large(mask_of(map)))
+            ke::fetch_ahead(map->buckets, mask_of(map), bucket);
         for (const wiq_map_entry* gone = entry; gone != nullptr; gone = gone->next)
             --map->size;
         while (entry != nullptr) {

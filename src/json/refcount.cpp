@@ -82,6 +82,9 @@ void order_by_address(const Members& members) {
     u64 lowest = UINT64_MAX;
     u64 highest = 0;
     for (u64 bucket = 0; bucket <= members.mask; ++bucket) {
+        if (is_large(members.mask)) {
+            fetch_ahead(members.buckets, members.mask, bucket);
+        }
         for (Member* member = members.buckets[bucket]; member != nullptr;) {
             Member* next = member->next;
             member->next = all;
