@@ -136,6 +136,11 @@ TEST(KeHelp, CompletionsNameEverything) {
             args.push_back("--help");
             for (const std::string& option : options_in(ke(args).out))
                 EXPECT_NE(words.find(option), std::string::npos) << shell << command << option;
+            // No word is offered twice.
+            const std::string list = words.substr(words.find("--"));
+            std::set<std::string> offered;
+            for (const std::string& word : words_of(list.substr(0, list.find_first_of("\"'"))))
+                EXPECT_TRUE(offered.insert(word).second) << shell << command << word;
         }
     }
     EXPECT_EQ(ke({"completion", "fish"}).status, 64);

@@ -2,6 +2,8 @@
 // a FILE may stand the shell completes files by itself.
 #include "completion.h"
 
+#include <algorithm>
+
 namespace tool {
 
 namespace {
@@ -11,16 +13,17 @@ struct Place {
     std::string words;  // what may follow, with blanks between
 };
 
-std::string options_of(const CLI::App& app) {
-    std::string words;
+std::vector<std::string> options_of(const CLI::App& app) {
+    std::vector<std::string> words;
     for (const CLI::Option* option : app.get_options()) {
         for (const std::string& name : option->get_lnames())
-            words += " --" + name;
+            words.push_back("--" + name);
     }
     return words;
 }
 
-std::vector<Place> all_places(const CLI::App& root, const std::string& general) {
+std::vector<Place> all_places(const CLI::App& root) {
+    const std::vector<std::string> general = options_of(root);
     std::vector<Place> places;
     std::vector<std::pair<const CLI::App*, std::string>> waiting = {{&root, ""}};
     for (size_t i = 0; i < waiting.size(); ++i) {
@@ -33,7 +36,12 @@ std::vector<Place> all_places(const CLI::App& root, const std::string& general) 
             below += command->get_name();
             waiting.emplace_back(command, std::move(below));
         }
-        words += path.empty() ? general : options_of(*app) + general;
+        for (const std::string& option : options_of(*app)) {
+            if (std::find(general.begin(), general.end(), option) == general.end())
+                words += " " + option;
+        }
+        for (const std::string& option : general)
+            words += " " + option;
         places.push_back({path, words.substr(1)});
     }
     return places;
@@ -80,7 +88,7 @@ _ke_words() {
 
 const char* const kPowerShell =
     R"(# Completion of ke for PowerShell; made by "ke completion powershell".
-Register-ArgumentCompleter -Native -CommandName ke, ke.exe -ScriptBlock {
+Register-ArgumentCompleter -Native -CommandName @('ke', 'ke.exe') -ScriptBlock {
     param($wordToComplete, $commandAst, $cursorPosition)
     $table = @{
 )";
@@ -106,7 +114,7 @@ std::vector<std::string> shells_with_completion() {
 }
 
 std::string completion_script(const CLI::App& app, const std::string& shell) {
-    const std::vector<Place> places = all_places(app, options_of(app));
+    const std::vector<Place> places = all_places(app);
     if (shell == "bash")
         return kBash + branches(places, "        \"", "\") words=\"", "\" ;;\n") +
                "        *) return 1 ;;\n    esac\n}\ncomplete -o filenames -F _ke ke\n";
