@@ -52,7 +52,7 @@ def peak(command):
     process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode not in (0, 1):
         raise SystemExit(f"{command} ended with {process.returncode}")
-    return usage.ru_maxrss / 1024
+    return usage.ru_maxrss * 1024 / 1e6
 
 
 def main():

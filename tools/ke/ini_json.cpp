@@ -28,7 +28,7 @@ std::string_view quoted_at(std::string_view text, size_t start) {
 }  // namespace
 
 IniTree::IniTree(const Input& input) : input_(input) {
-    nodes_.push_back({0, kNone, kNone, kFile, 1});
+    nodes_.push_back({0, kNone, 0, kFile, 1});
     u32 holder = kFile;
     scan_ini(
         input,
@@ -43,11 +43,10 @@ IniTree::IniTree(const Input& input) : input_(input) {
         [&](const IniKey& key) {
             check_text(key.name);
             check_text(key.value);
-            const u32 line = child(holder, key.name, false);
-            if (nodes_[line].link == kNone)
-                nodes_[line].link = line;
-            else
-                add_value(line, key.name);
+            const size_t before = nodes_.size();
+            const u32 node = child(holder, key.name, false);
+            if (nodes_.size() == before)
+                add_line(node, key.name);
         });
 }
 
@@ -66,16 +65,9 @@ Failure IniTree::clash(std::string_view name) const {
                           "\" is both a key and an argument of the section; rename one of them");
 }
 
-u32 IniTree::add_node(std::string_view name, bool is_object) {
-    const auto node = static_cast<u32>(nodes_.size());
-    nodes_.push_back({static_cast<u32>(offset_in(input_, name)), kNone});
-    nodes_.back().is_object = is_object ? 1 : 0;
-    return node;
-}
-
 // Returns the child with this name and adds it if it does not exist.
 u32 IniTree::child(u32 holder, std::string_view name, bool is_object) {
-    if ((named_ + 1) * 8 > slots_.size() * 7)
+    if (nodes_.size() * 8 > slots_.size() * 7)
         grow();
     u32& slot = slot_of(holder, name);
     if (slot != kNone) {
@@ -83,33 +75,35 @@ u32 IniTree::child(u32 holder, std::string_view name, bool is_object) {
             throw clash(name);
         return slot;
     }
-    const u32 node = add_node(name, is_object);
+    const auto node = static_cast<u32>(nodes_.size());
     slot = node;
-    ++named_;
     Node& above = nodes_[holder];
-    nodes_[node].holder = holder & 0x7FFFFFFF;
-    nodes_[node].next = above.link == kNone ? node : nodes_[above.link].next;
+    Node added = {static_cast<u32>(offset_in(input_, name)), kNone};
+    added.holder = holder & 0x7FFFFFFF;
+    added.is_object = is_object ? 1 : 0;
+    added.next = above.link == kNone ? node : nodes_[above.link].next;
     if (above.link != kNone)
         nodes_[above.link].next = node;
     above.link = node;
+    nodes_.push_back(added);
     return node;
 }
 
-// One more line of a key.
-void IniTree::add_value(u32 first, std::string_view name) {
-    const u32 line = add_node(name, false);
-    const u32 last = nodes_[first].link;
-    nodes_[line].link = last == first ? line : nodes_[last].link;
-    if (last != first)
-        nodes_[last].link = line;
-    nodes_[first].link = line;
+void IniTree::add_line(u32 key, std::string_view name) {
+    const auto line = static_cast<u32>(lines_.size());
+    u32& last = nodes_[key].link;
+    lines_.push_back(
+        {static_cast<u32>(offset_in(input_, name)), last == kNone ? line : lines_[last].next});
+    if (last != kNone)
+        lines_[last].next = line;
+    last = line;
 }
 
 u32& IniTree::slot_of(u32 holder, std::string_view name) {
     const size_t mask = slots_.size() - 1;
     size_t at = (std::hash<std::string_view>()(name) + holder * size_t{0x9E3779B1}) & mask;
-    while (slots_[at] != kNone &&
-           (static_cast<u32>(nodes_[slots_[at]].holder) != holder || name_of(slots_[at]) != name))
+    while (slots_[at] != kNone && (static_cast<u32>(nodes_[slots_[at]].holder) != holder ||
+                                   name_at(nodes_[slots_[at]].offset) != name))
         at = (at + 1) & mask;
     return slots_[at];
 }
@@ -118,22 +112,19 @@ void IniTree::grow() {
     const size_t size = std::max<size_t>(64, slots_.size() * 2);
     slots_ = {};  // the old table is gone before there is a new one
     slots_.assign(size, kNone);
-    for (u32 node = kFile + 1; node < nodes_.size(); ++node) {
-        if (nodes_[node].next != kNone)
-            slot_of(nodes_[node].holder, name_of(node)) = node;
-    }
+    for (u32 node = kFile + 1; node < nodes_.size(); ++node)
+        slot_of(nodes_[node].holder, name_at(nodes_[node].offset)) = node;
 }
 
-std::string_view IniTree::name_of(u32 node) const {
+std::string_view IniTree::name_at(u32 offset) const {
     const std::string_view text = input_.bytes;
-    const size_t start = nodes_[node].offset;
-    return is_quoted(text, start) ? quoted_at(text, start) : word_at(text, start);
+    return is_quoted(text, offset) ? quoted_at(text, offset) : word_at(text, offset);
 }
 
-// What stands behind the equals sign: a text in quotes, or all up to a comment or the end of the line.
-std::string_view IniTree::value_of(u32 line) const {
+// What stands behind a key's equals sign: a text in quotes, or all up to a comment or the end of the line.
+std::string_view IniTree::value_at(u32 offset) const {
     const std::string_view text = input_.bytes;
-    const size_t equals = text.find('=', nodes_[line].offset + name_of(line).size());
+    const size_t equals = text.find('=', offset + name_at(offset).size());
     const size_t start = text.find_first_not_of(" \t", equals + 1);
     if (text[start] == '"')
         return quoted_at(text, start + 1);
@@ -141,15 +132,18 @@ std::string_view IniTree::value_of(u32 line) const {
     return text.substr(start, text.find_last_not_of(" \t", stop - 1) + 1 - start);
 }
 
-std::vector<u32> IniTree::children(u32 object, bool sorted) const {
-    std::vector<u32> all;
+std::vector<u32> IniTree::sorted_children(u32 object) const {
     const u32 last = nodes_[object].link;
-    for (u32 node = last; node != kNone && (all.empty() || node != last);) {
+    size_t count = last == kNone ? 0 : 1;
+    for (u32 node = last; node != kNone && nodes_[node].next != last; node = nodes_[node].next)
+        ++count;
+    std::vector<u32> all;
+    all.reserve(count);
+    for (u32 node = last; all.size() < count; all.push_back(node))
         node = nodes_[node].next;
-        all.push_back(node);
-    }
-    if (sorted)
-        std::sort(all.begin(), all.end(), [this](u32 a, u32 b) { return name_of(a) < name_of(b); });
+    std::sort(all.begin(), all.end(), [this](u32 a, u32 b) {
+        return name_at(nodes_[a].offset) < name_at(nodes_[b].offset);
+    });
     return all;
 }
 
@@ -160,27 +154,41 @@ void IniTree::write(JsonWriter& writer, bool sorted) const {
 // NOLINTNEXTLINE(misc-no-recursion): three levels at most.
 void IniTree::write_object(JsonWriter& writer, u32 object, bool sorted) const {
     writer.add(Token::open_object, "{");
-    for (u32 node : children(object, sorted)) {
-        writer.add(Token::key, encode_string(name_of(node)));
-        if (nodes_[node].is_object != 0)
-            write_object(writer, node, sorted);
-        else
-            write_values(writer, node);
+    const u32 last = nodes_[object].link;
+    if (sorted) {
+        for (u32 node : sorted_children(object))
+            write_member(writer, node, sorted);
+    } else if (last != kNone) {
+        u32 node = last;
+        do {
+            node = nodes_[node].next;
+            write_member(writer, node, sorted);
+        } while (node != last);
     }
     writer.add(Token::close_object, "}");
 }
 
-void IniTree::write_values(JsonWriter& writer, u32 first) const {
-    const u32 last = nodes_[first].link;
-    if (last != first)
-        writer.add(Token::open_array, "[");
-    writer.add(Token::string, encode_string(value_of(first)));
-    for (u32 line = first; line != last;) {
-        line = nodes_[line == first ? last : line].link;
-        writer.add(Token::string, encode_string(value_of(line)));
-    }
-    if (last != first)
-        writer.add(Token::close_array, "]");
+// NOLINTNEXTLINE(misc-no-recursion): see above.
+void IniTree::write_member(JsonWriter& writer, u32 node, bool sorted) const {
+    writer.add(Token::key, encode_string(name_at(nodes_[node].offset)));
+    if (nodes_[node].is_object != 0)
+        write_object(writer, node, sorted);
+    else
+        write_values(writer, nodes_[node]);
+}
+
+void IniTree::write_values(JsonWriter& writer, const Node& key) const {
+    const u32 last = key.link;
+    if (last == kNone)
+        return writer.add(Token::string, encode_string(value_at(key.offset)));
+    writer.add(Token::open_array, "[");
+    writer.add(Token::string, encode_string(value_at(key.offset)));
+    u32 line = last;
+    do {
+        line = lines_[line].next;
+        writer.add(Token::string, encode_string(value_at(lines_[line].offset)));
+    } while (line != last);
+    writer.add(Token::close_array, "]");
 }
 
 }  // namespace tool
