@@ -64,13 +64,18 @@ bool cut(const Document& document, NodeId container, std::vector<NodeId> removed
 std::string joined(const ContainerEdit& edit, const std::string& separator,
                    const std::string& colon) {
     std::string text;
-    for (const auto& [key, value] : edit.added) {
-        text += text.empty() ? "" : separator;
-        if (!key.empty())
-            text.append(key).append(colon);
-        text += value;
-    }
+    if (edit.add)
+        edit.add(text, separator, colon);
     return text;
+}
+
+// One child more; `key` is empty in arrays.
+ContainerEdit adding(const std::string& key, const std::string& value) {
+    return {{}, [&key, &value](std::string& text, const std::string&, const std::string& colon) {
+                if (!key.empty())
+                    text.append(key).append(colon);
+                text += value;
+            }};
 }
 
 // What stands in a container that was empty.
@@ -104,26 +109,26 @@ Splices plan_addition(const Document& document, NodeId container, const Pointer&
     const std::string text =
         wrapped(style, pointer, step + 1, std::string(value), indentation, in_lines);
     const bool object = document.kind(container) == Kind::object;
-    return plan_container(style, container,
-                          {{}, {{object ? encode_string(pointer.steps[step].name) : "", text}}});
+    const std::string key = object ? encode_string(pointer.steps[step].name) : "";
+    return plan_container(style, container, adding(key, text));
 }
 
 }  // namespace
 
 Splices plan_container(const Style& style, NodeId container, const ContainerEdit& edit) {
     Splices splices;
-    if (edit.removed.empty() && edit.added.empty())
+    if (edit.removed.empty() && !edit.add)
         return splices;
     const Document& document = style.document();
     const size_t inside = document.start(container) + 1;
     const size_t behind = document.stop(container) - 1;
     if (!document.has_children(container)) {
-        if (!edit.added.empty())
+        if (edit.add)
             splices.push_back({inside, behind, first_children(style, container, edit)});
         return splices;
     }
     const bool any_kept = cut(document, container, edit.removed, splices);
-    if (!any_kept && edit.added.empty())
+    if (!any_kept && !edit.add)
         return {{inside, behind, ""}};
     const std::string separator = style.separator(container);
     const std::string added = joined(edit, separator, style.colon_in(container));
@@ -131,7 +136,7 @@ Splices plan_container(const Style& style, NodeId container, const ContainerEdit
     if (!any_kept)
         return {
             {document.member_start(document.first_child(container)), document.stop(last), added}};
-    if (!edit.added.empty())
+    if (edit.add)
         splices.push_back({document.stop(last), document.stop(last), separator + added});
     return splices;
 }
@@ -175,7 +180,7 @@ Splices plan_remove(const Document& document, const Pointer& pointer) {
 Splices plan_insert(const Document& document, NodeId array, u64 index, std::string_view value) {
     const std::optional<NodeId> next = document.element(array, index);
     if (!next)
-        return plan_container(Style(document), array, {{}, {{"", std::string(value)}}});
+        return plan_container(Style(document), array, adding("", std::string(value)));
     const size_t place = document.start(*next);
     return {{place, place, std::string(value) + Style(document).separator(array)}};
 }

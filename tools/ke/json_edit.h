@@ -2,9 +2,9 @@
 // planned as a list of splices, and a new member takes on the layout of what stands around it.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "document.h"
@@ -25,8 +25,10 @@ using Splices = std::vector<Splice>;
 // What is to happen to the children of one container.
 struct ContainerEdit {
     std::vector<NodeId> removed;  // of its children
-    std::vector<std::pair<std::string, std::string>>
-        added;  // key text, empty in arrays; value text
+    // Writes what is added behind a text, with the separator between children and the colon behind keys; empty
+    // if nothing is added.
+    std::function<void(std::string& text, const std::string& separator, const std::string& colon)>
+        add = nullptr;
 };
 
 // Stores a value, given as JSON text, where a pointer names it. Missing containers are made as the

@@ -2,6 +2,7 @@
 #include "json_merge.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -29,7 +30,7 @@ std::string without_nulls(const Style& patch, NodeId top) {
             else if (document.kind(member) == Kind::object)
                 todo.push_back(member);
         }
-        const ContainerEdit edit = {document.with_namesakes(object, std::move(nulls)), {}};
+        const ContainerEdit edit = {document.with_namesakes(object, std::move(nulls))};
         const Splices some = plan_container(patch, object, edit);
         splices.insert(splices.end(), some.begin(), some.end());
     }
@@ -48,16 +49,31 @@ class Merge {
     Merge(const Document& target, const Document& patch)
         : target_(target), patch_(patch), target_style_(target), patch_style_(patch) {}
 
-    Splices plan() {
+    // The text of the target with all changes.
+    std::string result() {
         todo_.push_back({target_.root(), patch_.root()});
         while (!todo_.empty()) {
             const Pair pair = todo_.back();
             todo_.pop_back();
             merge_object(pair);
         }
-        std::stable_sort(splices_.begin(), splices_.end(),
-                         [](const Splice& a, const Splice& b) { return a.start < b.start; });
-        return std::move(splices_);
+        // Changes do not overlap, and no two begin at one place.
+        std::sort(replaced_.begin(), replaced_.end(),
+                  [](const Pair& a, const Pair& b) { return a.target < b.target; });
+        std::sort(splices_.begin(), splices_.end(),
+                  [](const Splice& a, const Splice& b) { return a.start < b.start; });
+        text_.reserve(target_.text().size() + patch_.text().size());
+        auto splice = splices_.begin();
+        for (const Pair& pair : replaced_) {
+            const size_t start = target_.start(pair.target);
+            for (; splice != splices_.end() && splice->start < start; ++splice)
+                change(splice->start, splice->stop, splice->text);
+            change(start, target_.stop(pair.target), without_nulls(patch_style_, pair.patch));
+        }
+        for (; splice != splices_.end(); ++splice)
+            change(splice->start, splice->stop, splice->text);
+        text_ += target_.text().substr(done_);
+        return std::move(text_);
     }
 
   private:
@@ -75,19 +91,34 @@ class Merge {
             } else if (is_there && kind == Kind::object && target_.kind(both.a) == Kind::object) {
                 todo_.push_back({both.a, both.b});
             } else if (is_there) {
-                splices_.push_back({target_.start(both.a), target_.stop(both.a),
-                                    without_nulls(patch_style_, both.b)});
+                replaced_.push_back({both.a, both.b});
             } else {
                 added.push_back(both.b);
             }
         }
         std::sort(added.begin(), added.end());  // as the patch has them
-        for (NodeId member : added)
-            edit.added.emplace_back(std::string(patch_.key(member)),
-                                    without_nulls(patch_style_, member));
+        if (!added.empty())
+            edit.add = [&](std::string& text, const std::string& separator,
+                           const std::string& colon) { add(added, text, separator, colon); };
         edit.removed = target_.with_namesakes(pair.target, std::move(edit.removed));
-        const Splices some = plan_container(target_style_, pair.target, edit);
-        splices_.insert(splices_.end(), some.begin(), some.end());
+        Splices some = plan_container(target_style_, pair.target, edit);
+        std::move(some.begin(), some.end(), std::back_inserter(splices_));
+    }
+
+    void add(const std::vector<NodeId>& members, std::string& text, const std::string& separator,
+             const std::string& colon) const {
+        for (NodeId member : members) {
+            if (member != members.front())
+                text += separator;
+            text.append(patch_.key(member)).append(colon);
+            text += without_nulls(patch_style_, member);
+        }
+    }
+
+    void change(size_t start, size_t stop, const std::string& value) {
+        text_ += target_.text().substr(done_, start - done_);
+        text_ += value;
+        done_ = stop;
     }
 
     const Document& target_;
@@ -95,23 +126,21 @@ class Merge {
     Style target_style_;
     Style patch_style_;
     std::vector<Pair> todo_;
-    Splices splices_;
+    std::vector<Pair> replaced_;  // values that take the place of others
+    Splices splices_;             // members that come and go
+    std::string text_;            // of the result, up to `done_` in the target's text
+    size_t done_ = 0;
 };
-
-Splices plan_merge(const Input& input, const Document& patch) {
-    const Document target(input.name, input.bytes);
-    if (patch.kind(patch.root()) == Kind::object && target.kind(target.root()) == Kind::object)
-        return Merge(target, patch).plan();
-    // What is no object is replaced as a whole, also by an object.
-    return {{target.start(target.root()), target.stop(target.root()),
-             without_nulls(Style(patch), patch.root())}};
-}
 
 }  // namespace
 
 std::string apply_merge(Input& input, const Document& patch) {
-    // The tree is gone before the text is copied.
-    return spliced(input.bytes, plan_merge(input, patch));
+    const Document target(input.name, input.bytes);
+    if (patch.kind(patch.root()) == Kind::object && target.kind(target.root()) == Kind::object)
+        return Merge(target, patch).result();
+    // What is no object is replaced as a whole, also by an object.
+    return spliced(input.bytes, {{target.start(target.root()), target.stop(target.root()),
+                                  without_nulls(Style(patch), patch.root())}});
 }
 
 }  // namespace tool
