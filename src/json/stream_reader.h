@@ -1,6 +1,7 @@
-// JSON text from an open stream. The stream is locked while the reader lives and is left as if every byte had come by
-// fgetc(): nothing beyond the byte after a token is read. Where the runtime shows the stream's buffer, whole stretches
-// of text are read out of it; elsewhere each byte is a stretch of its own.
+// Reads JSON text from an open stream. The stream is locked as long as the reader lives, and is left
+// as if every byte had come by fgetc(): nothing beyond the byte after a token is read. Where the
+// runtime shows the stream's buffer, the text is read from there, a stretch at a time. Elsewhere each
+// byte is a stretch of its own.
 #pragma once
 
 #include <algorithm>
@@ -13,9 +14,9 @@
 
 namespace ke::json {
 
-// Invariants: the bytes from next_ to end_ are not read yet, and those of the stretch before next_ are ASCII. The text
-// of the current token is what kept_ holds and then the bytes from token_ to next_. The counters have what comes
-// before mark_.
+// Invariants: the bytes from next_ to end_ have not been read yet; those of the stretch before next_
+// are ASCII. The text of the current token is what kept_ holds, followed by the bytes from token_ to
+// next_. The counters cover everything before mark_.
 class StreamReader {
   public:
     // A text in the stream's buffer is gone after the next token.
@@ -37,8 +38,8 @@ class StreamReader {
             return next_special();
         return *next_++;
     }
-    // Takes back the byte that next() returned. Only values above 0 can be taken back, so a NUL stays consumed. The
-    // stream counts the byte as read all the same.
+    // Takes back the byte that next() has just returned. Only values above 0 can be taken back, so a
+    // NUL stays consumed. To the stream the byte counts as read all the same.
     void unread(int c) {
         if (c > 0) {
             read_to_ = next_;
@@ -54,7 +55,7 @@ class StreamReader {
         } while (next_ == end_ && fetch_stretch());
         return next();
     }
-    // The token as far as it was read; valid until the next call.
+    // Returns the token as far as it was read. The text is valid until the next call.
     std::string_view token_text() {
         if (kept_.len == 0)
             return {token_, static_cast<size_t>(next_ - token_)};
@@ -81,7 +82,7 @@ class StreamReader {
         return true;
     }
 
-    // The byte after a number is always read, to find the number's end: it must be in the stretch, too.
+    // Reading a number always reads the byte after it, too, so that byte must be in the stretch.
     QuickNumber take_number() {
         if (kept_.len != 0 || token_ >= number_limit_)
             return {};
@@ -147,8 +148,8 @@ class StreamReader {
         }
     }
 
-    // A stretch has been read, up to where a byte was taken back. Returns false at the end of the text, and then
-    // state_ says why.
+    // Goes on to the next stretch after all of one has been read. Returns false at the end of the
+    // text; state_ says why.
     bool fetch_stretch() {
         if (state_ != 0)
             return false;
@@ -172,17 +173,16 @@ class StreamReader {
     void start_stretch(const char* first, const char* last) {
         next_ = token_ = mark_ = read_to_ = first;
         end_ = number_limit_ = last;
+        // Afterwards the byte before number_limit_ ends every number that begins before it.
         while (number_limit_ != first && is_of_number(number_limit_[-1]))
             --number_limit_;
-        // Now the byte before number_limit_ ends every number that begins before it.
-        number_limit_ -= number_limit_ != first ? 1 : 0;
     }
 
     static bool is_of_number(char c) {
         return is_digit(c) || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-';
     }
 
-    // Counts what was read of the stretch, and tells the stream.
+    // Counts what was read of the stretch, and marks it as read in the stream's buffer.
     void return_stretch() {
         counters_.add(mark_, next_);
         mark_ = next_;
@@ -190,7 +190,7 @@ class StreamReader {
             os::skip_buffered(stream_, std::max(next_, read_to_));
     }
 
-    // A NUL, which is consumed but belongs to no token's text, or a byte beyond ASCII.
+    // Reads a NUL, which is consumed but is not part of a token's text, or a byte beyond ASCII.
     int next_special() {
         keep_token();
         const u8 byte = static_cast<u8>(*next_);
@@ -198,7 +198,7 @@ class StreamReader {
             token_ = ++next_;
             return 0;
         }
-        // The sequence is read from the stream, of which its first byte may be all that is in the stretch.
+        // The sequence is read from the stream, since the stretch may end in the middle of it.
         return_stretch();
         if (in_buffer_)
             os::skip_buffered(stream_, next_ + 1);
@@ -207,7 +207,7 @@ class StreamReader {
         return fetch_sequence(byte);
     }
 
-    // Reads a whole sequence, as long as its first byte says it is, before any of it is judged.
+    // Reads a whole sequence, as long as its first byte says it is, and then checks it.
     int fetch_sequence(u8 lead) {
         const u32 length = utf8_length(lead);
         u8 sequence[4] = {lead};
@@ -249,7 +249,7 @@ class StreamReader {
     const char* end_ = &single_;
     const char* token_ = &single_;
     const char* mark_ = &single_;
-    const char* read_to_ = &single_;       // beyond next_ by the byte that was taken back
+    const char* read_to_ = &single_;       // after the byte that was taken back
     const char* number_limit_ = &single_;  // a number that begins before this ends in the stretch
     bool in_buffer_ = false;  // the stretch lies in the stream's buffer, not in single_
     bool failed_ = false;
