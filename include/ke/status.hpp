@@ -54,7 +54,7 @@ inline constexpr i32 err_empty = -20001;
 
 /** The meaning of a status in a few words; "success" for 0, "unknown status" for a number that is none. */
 inline const char* status_text(i32 status) noexcept {
-    return status == err_empty ? "the handle is empty: nothing was found where it was looked up"
+    return status == err_empty ? "the handle is empty: it was never filled, or nothing was found"
                                : ke_status_meaning(status);
 }
 
