@@ -60,8 +60,8 @@ TEST_F(NumbersLarge, Doubles) {
         expect_number<double>(text.beginning("10"), wiq_strtodouble, 0, HUGE_VAL);
         expect_number<double>(text.beginning("-1"), wiq_strtodouble, 0, -HUGE_VAL);
         expect_number<double>(text.ending("x"), wiq_strtodouble, WIQ_ERR_BAD_FORMAT, 0);
-        // Exactly between two doubles, but for the last digit.
-        text.beginning("9007199254740993.").ending("0");
+        // Exactly between two doubles, but for the last digit. Both digits of the first ending go.
+        text.beginning("9007199254740993.").ending("00");
         expect_number<double>(text, wiq_strtodouble, 0, 9007199254740992.0);
         expect_number<double>(text.ending("1"), wiq_strtodouble, 0, 9007199254740994.0);
     }
