@@ -102,7 +102,7 @@ std::string usage_mistake(const CLI::App& root, const CLI::ParseError& error,
             mistake += (i == 0 ? "" : ", ") + below[i];
         return mistake;
     }
-    const std::string option = unknown_option(root, named, args);
+    std::string option = unknown_option(root, named, args);
     if (!option.empty())
         return option;
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr &&
