@@ -1,9 +1,10 @@
-// A fast path for the usual numbers of JSON text, which reads them in one pass: integers of up to
-// 18 digits, and reals of up to 19 digits whose value one multiplication or division gives. All
-// other numbers are left to the conversions of text/numbers.h.
+// A fast path for the usual numbers of JSON text, which reads them in one pass: signed 64-bit
+// integers, and reals of up to 19 digits whose value one multiplication or division gives. All other
+// numbers are left to the conversions of text/numbers.h.
 #pragma once
 
 #include <bit>
+#include <cstdint>
 #include <cstring>
 
 #include "ke_utils/types.h"
@@ -165,8 +166,7 @@ inline const char* read_exponent(const char* p, int* exponent) {
 // readable up to `safe_end`. Returns kNone for anything that the fast path cannot both validate and
 // convert, and for a number that is followed by a byte beyond ASCII, which makes it invalid.
 [[gnu::always_inline]] inline QuickNumber read_number(const char* first, const char* safe_end) {
-    constexpr ptrdiff_t kSafeDigits = 18;
-    constexpr ptrdiff_t kMostDigits = 19;  // of a significand
+    constexpr ptrdiff_t kMostDigits = 19;  // of a significand: all of them fit
     const bool negative = *first == '-';
     const char* digits = negative ? first + 1 : first;
     u64 significand = 0;
@@ -197,10 +197,11 @@ inline const char* read_exponent(const char* p, int* exponent) {
     if (*p < 0)
         return {};
     if (!is_real) {
-        if (count > kSafeDigits)
+        const u64 limit = static_cast<u64>(INT64_MAX) + (negative ? 1 : 0);
+        if (count > kMostDigits || significand > limit)
             return {};
-        const i64 value = static_cast<i64>(significand);
-        return {QuickNumber::kInteger, p, negative ? -value : value, 0};
+        const u64 value = negative ? 0 - significand : significand;
+        return {QuickNumber::kInteger, p, static_cast<i64>(value), 0};
     }
     if (count > kMostDigits)
         return {QuickNumber::kRealText, p, 0, 0};
