@@ -8,6 +8,8 @@
 // chains in order and puts each entry at the front of its new chain.
 #pragma once
 
+#include <cstdint>
+
 #include "ke_utils/types.h"
 
 namespace ke {
@@ -49,8 +51,8 @@ inline void remove_from_chain(Entry** link, const Entry* entry) {
 }
 
 // Entries follow each other in the order of their hashes, so the processor cannot foresee where in
-// memory the next one is. In a table whose entries are in no cache, a walk fetches the entry that it
-// reaches some buckets later; about half of the buckets are empty.
+// memory the next one is. In a table that is too large for the caches, a walk fetches the entry that
+// it will reach some buckets later. About half of the buckets are empty.
 constexpr u64 kFetchAhead = 12;
 constexpr bool is_large(u64 mask) {
     return mask >= 8191;
@@ -58,9 +60,11 @@ constexpr bool is_large(u64 mask) {
 template <class Entry>
 inline void fetch_ahead(Entry* const* buckets, u64 mask, u64 bucket) {
     const auto later = reinterpret_cast<uintptr_t>(buckets[(bucket + kFetchAhead) & mask]);
-    // Fetching from an address without memory, as that of an empty bucket, does nothing.
+    // Fetching from where nothing is, as for an empty bucket, does nothing; but arithmetic on its null
+    // pointer would be undefined. NOLINTBEGIN(performance-no-int-to-ptr)
     __builtin_prefetch(reinterpret_cast<const void*>(later));
     __builtin_prefetch(reinterpret_cast<const void*>(later + 64));
+    // NOLINTEND(performance-no-int-to-ptr)
 }
 
 // Doubles a table in its own array, which must have room for as many more buckets after its first
