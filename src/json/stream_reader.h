@@ -163,8 +163,8 @@ class StreamReader {
                 state_ = WIQ_ERR_EOF;
                 return false;
             }
-            single_ = static_cast<char>(c);
-            bytes = {&single_, &single_ + 1};
+            single_[0] = static_cast<char>(c);
+            bytes = {single_, single_ + 1};
         }
         start_stretch(bytes.first, bytes.last);
         return true;
@@ -203,7 +203,7 @@ class StreamReader {
         if (in_buffer_)
             os::skip_buffered(stream_, next_ + 1);
         in_buffer_ = false;
-        start_stretch(&single_, &single_);
+        start_stretch(single_, single_);
         return fetch_sequence(byte);
     }
 
@@ -245,15 +245,15 @@ class StreamReader {
     }
 
     FILE* stream_;
-    const char* next_ = &single_;
-    const char* end_ = &single_;
-    const char* token_ = &single_;
-    const char* mark_ = &single_;
-    const char* read_to_ = &single_;       // after the byte that was taken back
-    const char* number_limit_ = &single_;  // a number that begins before this ends in the stretch
+    const char* next_ = single_;
+    const char* end_ = single_;
+    const char* token_ = single_;
+    const char* mark_ = single_;
+    const char* read_to_ = single_;       // after the byte that was taken back
+    const char* number_limit_ = single_;  // a number that begins before this ends in the stretch
     bool in_buffer_ = false;  // the stretch lies in the stream's buffer, not in single_
     bool failed_ = false;
-    char single_ = 0;
+    char single_[1] = {};
     int state_ = 0;
     wiq_strbuf kept_ = {};
     Counters counters_;
