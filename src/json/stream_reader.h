@@ -251,7 +251,7 @@ class StreamReader {
     const char* mark_ = single_;
     const char* read_to_ = single_;       // after the byte that was taken back
     const char* number_limit_ = single_;  // a number that begins before this ends in the stretch
-    bool in_buffer_ = false;  // the stretch lies in the stream's buffer, not in single_
+    bool in_buffer_ = false;              // the stretch lies in the stream's buffer, not in single_
     bool failed_ = false;
     char single_[1] = {};
     int state_ = 0;
