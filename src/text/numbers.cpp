@@ -135,14 +135,18 @@ i64 order_of(const char* p, const char* end, u32 base) {
     return order + (negative ? -exponent : exponent);
 }
 
-// Whether a decimal number has an exponent with so many digits that std::from_chars() may ignore
-// some of them: it reads no more digits once those read make 2^28.
-bool has_long_exponent(const char* first, const char* end) {
-    constexpr i64 kTrusted = 8;
+// Whether std::from_chars() may read a number wrongly. Of a decimal exponent it reads no more digits
+// once those read make 2^28. In base 16 it counts the bits of the digits in an int, which 2^29 digits
+// overflow.
+bool is_too_long(const char* first, const char* end, u32 base) {
+    constexpr i64 kTrustedHexDigits = 1'000'000;
+    constexpr i64 kTrustedExponent = 8;  // digits
+    if (base == 16)
+        return end - first > kTrustedHexDigits;
     const char* digits = end;
     while (digits != first && is_digit(digits[-1]))
         --digits;
-    if (end - digits <= kTrusted || digits == first)
+    if (end - digits <= kTrustedExponent || digits == first)
         return false;
     const char* mark = digits - 1;
     if ((*mark == '-' || *mark == '+') && mark != first)
@@ -153,14 +157,16 @@ bool has_long_exponent(const char* first, const char* end) {
 // Returns the value of such a number. The number is written again, with a small exponent and with
 // as many digits as can matter: 767, and one more that says whether any digit after them is not
 // zero.
-double read_with_long_exponent(const char* p, const char* end) {
+double read_too_long(const char* p, const char* end, u32 base) {
     constexpr size_t kDigits = 767;
-    constexpr i64 kLargest = 400;  // greater than the decimal exponent of any double
-    const i64 order = order_of(p, end, 10);
+    constexpr i64 kLargest = 2000;  // greater than the exponent of any double, in either base
+    const char mark = base == 16 ? 'p' : 'e';
+    const i64 weight = base == 16 ? 4 : 1;
+    const i64 order = order_of(p, end, base);
     char text[kDigits + 16] = {};
     size_t count = 0;
     bool more = false;
-    for (; to_lower(*p) != 'e'; ++p) {
+    for (; p != end && to_lower(*p) != mark; ++p) {
         if (*p == '.' || (*p == '0' && count == 0))
             continue;
         if (count < kDigits)
@@ -175,10 +181,11 @@ double read_with_long_exponent(const char* p, const char* end) {
     if (more)
         text[count++] = '1';
     char* out = text + count;
-    *out++ = 'e';
-    out = std::to_chars(out, text + sizeof(text), order - static_cast<i64>(count)).ptr;
+    *out++ = mark;
+    out = std::to_chars(out, text + sizeof(text), order - weight * static_cast<i64>(count)).ptr;
+    const auto format = base == 16 ? std::chars_format::hex : std::chars_format::general;
     double value = 0;
-    if (std::from_chars(text, out, value).ec == std::errc::result_out_of_range)
+    if (std::from_chars(text, out, value, format).ec == std::errc::result_out_of_range)
         value = order > 0 ? std::numeric_limits<double>::infinity() : 0.0;
     return value;
 }
@@ -220,8 +227,8 @@ const char* parse_double(const char* first, const char* last, double* out) {
         const bool large = order_of(p, result.ptr, base) > 0;
         value = large ? std::numeric_limits<double>::infinity() : 0.0;
     }
-    if (base == 10 && has_long_exponent(p, result.ptr))
-        value = read_with_long_exponent(p, result.ptr);
+    if (is_too_long(p, result.ptr, base))
+        value = read_too_long(p, result.ptr, base);
     *out = negative ? -value : value;
     return result.ptr;
 }

@@ -334,6 +334,31 @@ TEST(Numbers, DoublesWithExponentsOfManyDigits) {
     EXPECT_EQ(value, 9007199254740994.0);
 }
 
+// Hexadecimal numbers of a million digits are read apart. The same number without its zeros is the reference.
+TEST(Numbers, HexadecimalDoublesOfManyDigits) {
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    const std::string zeros(1000001, '0');
+    struct Row {
+        std::string text;
+        double value;
+    };
+    for (const Row& row :
+         {Row{"0x" + zeros + "18", 24}, Row{"-0x" + zeros + "18.8p1", -49},
+          Row{"0x1" + zeros, kInf}, Row{"-0x1" + zeros + "p1", -kInf},
+          Row{"0x1" + zeros + "P-4000004", 1}, Row{"0xA8" + zeros + "p-4000004", 168},
+          Row{"0x0." + zeros, 0.0}, Row{"0x0." + zeros + "1", 0.0},
+          Row{"0x0." + zeros + "1p4000008", 1}, Row{"0x." + zeros + "18p+4000005", 0.1875},
+          Row{"0x1." + zeros, 1}, Row{"0x1." + zeros + "p-1074", 0x1p-1074},
+          // Halfway between two doubles, except for the last digit.
+          Row{"0x20000000000001." + zeros, 9007199254740992.0},
+          Row{"0x20000000000001." + zeros + "1", 9007199254740994.0},
+          Row{"0x0." + zeros + "1p-9000000", 0.0}, Row{"0x1" + zeros + "p9000000", kInf}}) {
+        double value = 77;
+        EXPECT_EQ(wiq_strtodouble(row.text.c_str(), &value), 0) << row.text.substr(0, 20);
+        EXPECT_EQ(value, row.value) << row.text.substr(0, 20);
+    }
+}
+
 TEST(Numbers, DoublesFromNoText) {
     double value = 77;
     EXPECT_EQ(wiq_strtodouble(nullptr, &value), WIQ_ERR_INVALID_ARG);
