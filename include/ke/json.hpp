@@ -1,8 +1,10 @@
 /**
  * @file json.hpp
- * Owning and changing documents: ke::json, the owner; ke::json_ref, a borrowed place that can be changed;
- * the parser. Reading is in json_view.hpp, the types that become values and are made of them in
- * json_convert.hpp, ranges in json_ranges.hpp; all are included here.
+ * Parses, owns and changes JSON documents: ke::json owns a value, and ke::json_ref is a borrowed
+ * value that can be changed. This is the header to include; it includes the others of the family:
+ * json_view.hpp reads documents, json_convert.hpp converts between C++ types and JSON values,
+ * json_ranges.hpp has the ranges over elements and members, and json_edit.hpp implements the
+ * changes.
  *
  * @code
  * auto report = ke::json::parse(text);
@@ -34,38 +36,43 @@ status store(const Place& place, V&& value);
 }  // namespace detail
 
 /**
- * A borrowed value that can be changed: what a look-up in a ke::json that is not const gives. It costs what
- * a pointer costs and owns nothing.
+ * A borrowed value that can be changed. Look-ups in a ke::json that is not const return one. It
+ * costs no more than a pointer and owns nothing.
  *
- * What set(), push_back(), insert() store: numbers, texts, containers and whatever else json_convert.hpp
- * makes values of, also a braced list: `set("temps", {38, 41})`. A ke::json or a view is copied, deeply, and its document left alone; only a free-standing
- * ke::json that is given away (`std::move(list)`, or fresh from a call) goes into the document itself, and
- * its handle is empty afterwards. A value that has a place is copied even then, since a handle does not tell
- * in whose document it is; take() takes a value out of its place.
+ * set(), push_back() and insert() store numbers, texts, containers and every other type that
+ * json_convert.hpp converts to a value. They also take a braced list: `set("temps", {38, 41})`.
  *
- * Each returns the status of the C call, and: ke::err_empty for an empty handle, this one or the one given;
- * -5000 (WIQ_ERR_NO_MEMORY). After a failure nothing has changed, unless said.
+ * A ke::json or a view is stored as a deep copy, and the document that it belongs to does not
+ * change. There is one exception: a ke::json that is moved in (`std::move(list)`, or the result of
+ * a call) and whose value is in no container is attached itself, without a copy, and the handle is
+ * empty afterwards. A value that is in a container is copied even when it is moved in, since a
+ * handle does not tell whose document it is in; use take() to take it out of its container first.
+ *
+ * Each function returns the status of the C function that it calls, or ke::err_empty if this handle
+ * or the one passed in is empty, or WIQ_ERR_NO_MEMORY (-5000) when out of memory. After a failure
+ * nothing has changed, unless the function's comment says otherwise.
  */
 class KE_BORROWS_ json_ref : public json_view {
   public:
-    /** Nothing. */
+    /** Makes an empty reference. */
     constexpr json_ref() noexcept = default;
-    /** A node of the C interface; NULL is nothing. */
+    /** Refers to a node of the C interface; NULL makes an empty reference. */
     constexpr explicit json_ref(wiq_json_t* node) noexcept : json_view(node) {}
-    /** The same place. */
+    /** Refers to the same value. */
     constexpr json_ref(const json_ref&) noexcept = default;
-    /** The whole document. */
+    /** Refers to the value that `document` owns. */
     json_ref(json& document) noexcept;
-    /** A document that is const, or gone at the end of the line, is not changed through a json_ref. */
+    /** Deleted: a document that is const must not change, and a temporary one would be gone at the
+     *  end of the statement. */
     json_ref(const json&) = delete;
-    /** Looks elsewhere. */
+    /** Refers to another value from now on; the document does not change. */
     json_ref& operator=(const json_ref&) & noexcept = default;
-    /** Nothing would be stored: set() stores. */
+    /** Deleted, since an assignment would store nothing in the document: call set(). */
     json_ref& operator=(const json&) = delete;
 
     /** @name Look-ups, as in ke::json_view
      *  @{ */
-    /** As in ke::json_view. */
+    /** Does what the look-up of the same name in ke::json_view does, but returns references. */
     template <class Where>
     json_ref operator[](const Where& where) const noexcept {
         return json_ref(json_view::operator[](where).node());
@@ -83,30 +90,35 @@ class KE_BORROWS_ json_ref : public json_view {
     /** @} */
 
     /**
-     * Stores a value under a key, in place of what is there. A literal key that begins with "/" is taken
-     * for a pointer without its suffix and refused (WIQ_ERR_PTR_SYNTAX): write "/a/b"_ptr, or, for a
-     * member of that very name, ke::key("/a/b").
+     * Stores a value under a key and replaces the value that is there. A literal key that begins
+     * with "/" is refused with WIQ_ERR_PTR_SYNTAX (-7019), since it looks like a JSON pointer whose
+     * suffix was forgotten. Write "/a/b"_ptr for the pointer, or ke::key("/a/b") for a member that
+     * really has that name.
      */
     template <class V = json>
     status set(const text_arg& key, V&& value);
-    /** Stores a value where a pointer names it, making what containers are missing on the way; "-" appends. */
+    /** Stores a value at the place that a JSON pointer names, and makes the containers that are
+     *  missing on the way. The step "-" appends to an array. After a failure, containers that were
+     *  made before the failing step stay. */
     template <class V = json>
     status set(pointer where, V&& value);
-    /** Puts a value in an element's place; an index equal to the array's size appends. */
+    /** Replaces the element at an index; an index equal to the array's size appends. A negative
+     *  index counts from the end. */
     template <class V = json, class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
     status set(I index, V&& value);
     /** Appends a value to an array. */
     template <class V = json>
     status push_back(V&& value);
-    /** Puts a value in front of an element; an index equal to the array's size appends, a negative one is
-     *  WIQ_ERR_INDEX_OUT_OF_RANGE. */
+    /** Inserts a value before the element at an index; an index equal to the array's size appends.
+     *  A negative index is refused with WIQ_ERR_INDEX_OUT_OF_RANGE (-1038). */
     template <class V = json, class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
     status insert(I index, V&& value);
 
-    /** @name Weak containers: a reference to a value of another tree, which stays where it is
-     *  WIQ_ERR_INVALID_ARG if this is no weak container.
+    /** @name Linking a value into a weak container
+     *  The container refers to a value of another tree, and the value stays in its place there.
+     *  Both functions return WIQ_ERR_INVALID_ARG (-7000) if this is not a weak container.
      *  @{ */
-    /** Under a key. */
+    /** Links a value under a key of a weak object. */
     status link(const text_arg& key, json_ref value) noexcept {
         if (node_ == nullptr || value.node_ == nullptr)
             return err_empty;
@@ -115,7 +127,7 @@ class KE_BORROWS_ json_ref : public json_view {
         return key.status() != 0 ? key.status()
                                  : wiq_json_obj_put_ext(node_, key.c_str(), value.node_, nullptr);
     }
-    /** At the end. */
+    /** Links a value at the end of a weak array. */
     status link_back(json_ref value) noexcept {
         if (node_ == nullptr || value.node_ == nullptr)
             return err_empty;
@@ -124,45 +136,53 @@ class KE_BORROWS_ json_ref : public json_view {
     }
     /** @} */
 
-    /** The object under a key, made if it is missing. */
+    /** Returns the object under a key, and makes an empty one there if the key is absent. */
     result<json_ref> object_at(const text_arg& key) noexcept {
         return made_at(key, wiq_json_obj_getd_obj);
     }
-    /** The array under a key, made if it is missing. */
+    /** Returns the array under a key, and makes an empty one there if the key is absent. */
     result<json_ref> array_at(const text_arg& key) noexcept {
         return made_at(key, wiq_json_obj_getd_array);
     }
 
-    /** Takes a member, element or whatever a pointer names out of its place, to be kept or set elsewhere.
-     *  Elements after it move up. The status is that of the look-up. */
+    /**
+     * Takes a value out of its container and returns it, so that it can be kept or stored
+     * elsewhere. `where` is a key, an index or a JSON pointer. The elements after a taken element
+     * move up.
+     * @return the value; otherwise the status of get(), or WIQ_ERR_INVALID_ARG for the pointer "",
+     *         since a value cannot be taken out of itself
+     */
     template <class Where>
     result<json> take(const Where& where);
-    /** Takes the last element. WIQ_ERR_INDEX_OUT_OF_RANGE if there is none. */
+    /** Takes the last element out of an array and returns it, or WIQ_ERR_INDEX_OUT_OF_RANGE if the
+     *  array is empty. */
     result<json> take_back();
-    /** Removes a member, element, or what a pointer names; as take(). */
+    /** Removes the value at a key, an index or a JSON pointer; the statuses are those of take(). */
     template <class Where>
     status erase(const Where& where);
-    /** Removes the last elements. WIQ_ERR_INVALID_ARG if there are fewer. */
+    /** Removes the last `count` elements. Returns WIQ_ERR_INVALID_ARG if there are fewer. */
     status pop_back(i32 count = 1) noexcept {
         return node_ == nullptr ? err_empty : wiq_json_array_pop(node_, count);
     }
-    /** Removes every element of an array, or member of an object, of whose value the test is true. It is
-     *  asked about all before any goes, and may throw; elements that it appends stay. The number that went,
-     *  or a status. */
+    /** Removes every element of an array, or every member of an object, for whose value
+     *  `test(value)` is true. The test is called for every value before anything is removed, so it
+     *  may throw. Elements that it appends stay. Returns how many were removed, or a status. */
     template <class Test>
     result<i32> erase_if(Test&& test);
-    /** Removes all members or elements. */
+    /** Removes all members of an object or all elements of an array. */
     status clear();
-    /** Sorts an array, keeping equal elements in order; `less` compares two ke::json_view and may throw. */
+    /** Sorts an array; equal elements keep their order. `less(a, b)` compares two values of type
+     *  ke::json_view and may throw. */
     template <class Less>
     status sort(Less&& less);
 
-    /** Puts a value in this one's place in its container, and hands this one over. WIQ_ERR_INVALID_ARG if
-     *  it stands free or the replacement cannot be attached. */
+    /** Puts another value in this value's place in its container, and returns this value; returns
+     *  WIQ_ERR_INVALID_ARG if this value is in no container or the other one cannot be attached. */
     template <class V>
     result<json> replace(V&& value);
-    /** Replaces every reference in the document by a copy of its target. What was replaced before a failure
-     *  stays so. */
+    /** Replaces every reference that can be reached from this value by a copy of its target. The
+     *  value itself is never replaced. References that were replaced before a failure stay
+     *  replaced. */
     status expand() noexcept { return node_ == nullptr ? err_empty : wiq_json_jref_expand(node_); }
 
   private:
@@ -185,17 +205,20 @@ class KE_BORROWS_ json_ref : public json_view {
 };
 
 /**
- * The owner of a value, or one of its owners: copying a ke::json shares the value and counts (atomically),
- * clone() copies it, moving costs nothing. A value that leaves its container while somebody owns it lives on
- * by itself. Views and references are borrowed from it; of a temporary, look-ups give owners.
+ * Owns a JSON value, alone or together with other handles.
+ *
+ * Copying a ke::json shares the value and increments its atomic reference count, clone() makes a
+ * deep copy, and moving costs nothing. If a value is removed from its container while a ke::json
+ * owns it, it lives on by itself. Views and references borrow from their owner, so look-ups in a
+ * temporary ke::json return owners instead.
  */
 class KE_OWNS_ json : public json_ref {
   public:
-    /** Nothing. */
+    /** Makes an empty handle. */
     json() noexcept = default;
-    /** @name Copies share the value, moves hand it over
+    /** @name A copy shares the value; a move leaves the other handle empty
      *  @{ */
-    /** Copies share the value. */
+    /** Copies share the value; moves leave the other handle empty. */
     json(const json& other) noexcept : json_ref(other.node_) { wiq_json_ref(node_); }
     json(json&& other) noexcept : json_ref(other.node_) { other.node_ = nullptr; }
     json& operator=(const json& other) & noexcept {
@@ -212,48 +235,52 @@ class KE_OWNS_ json : public json_ref {
         return *this;
     }
     /** @} */
-    /** Another owner of what a view looks at. */
+    /** Becomes another owner of the value that `view` refers to. */
     json(json_view view) noexcept : json_ref(view.node()) { wiq_json_ref(node_); }
     /**
-     * A document as it is written: `ke::json{{"a", 1}, {"b", {1, 2}}}`. A list of pairs that each begin
-     * with a text is an object, any other an array; array() and object() say which. A list of one handle
-     * is that handle, as everywhere in C++. Empty without memory or if a handle in it is.
+     * Makes a document from a braced list: `ke::json{{"a", 1}, {"b", {1, 2}}}`. If every item is a
+     * pair that begins with a text, the list is an object, otherwise it is an array; array() and
+     * object() say explicitly which. A list of one handle is a copy of that handle, as everywhere
+     * in C++, and shares its value. The new handle is empty if an item cannot be converted: when
+     * out of memory, for an empty handle, for a text with a NUL inside, or if a to_json() fails.
      */
     json(std::initializer_list<detail::init> list);
     ~json() { wiq_json_unref(node_); }
 
-    /** An owner of a node of the C interface; takes a reference of its own. */
+    /** Returns an owner of a node of the C interface. The owner takes a reference of its own. */
     static json share(wiq_json_t* node) noexcept { return json(json_view(node)); }
     using json_view::share;
 
-    /** @name New values, empty without memory
+    /** @name New values
+     *  When out of memory, each function returns an empty handle.
      *  @{ */
-    /** New values, empty without memory. */
+    /** Makes a new value; returns an empty handle when out of memory. */
     static json null() { return share(wiq_json_null_new(nullptr)); }
     static json object() { return share(wiq_json_obj_new(0, nullptr)); }
     static json array() { return share(wiq_json_array_new(0, nullptr)); }
     static json object(std::initializer_list<detail::init> members);
     static json array(std::initializer_list<detail::init> elements);
-    /** Containers that refer to values of other trees. */
+    /** Makes a weak container, which refers to values of other trees; see json_ref::link(). */
     static json weak_object() { return share(wiq_json_obj_weak_new(0, nullptr)); }
     static json weak_array() { return share(wiq_json_array_weak_new(0, nullptr)); }
-    /** A reference (`$ref`) to what a JSON pointer names. */
+    /** Makes a reference (`$ref`) to the value that a JSON pointer names. */
     static json reference(const text_arg& uri) {
         return share(wiq_json_jref_new(uri.c_str(), nullptr));
     }
-    /** Whatever json_convert.hpp makes values of. */
+    /** Makes a value from any type that json_convert.hpp can convert; returns an empty handle on
+     *  every failure. */
     template <class T>
     static json of(const T& value) {
         return make(value).value_or(json());
     }
-    /** The same, with the status. */
+    /** Does what of() does, but returns the status of a failure. */
     template <class T>
     static result<json> make(const T& value);
     /** @} */
 
     /** @name Parsing ASCII text; see parse_utf8() in utf8.hpp for text with other characters
-     *  `const char*`, literals and std::string are read where they are; a std::string_view is copied. A NUL
-     *  inside a text of known length is WIQ_ERR_INVALID_ARG.
+     *  A `const char*`, a literal or a std::string is read in place, while a std::string_view is
+     *  copied first. A text of known length with a NUL inside is refused with WIQ_ERR_INVALID_ARG.
      *  @{ */
     /** Parses a document. */
     static result<json> parse(const text_arg& text, load_flags flags = {}) {
@@ -262,18 +289,21 @@ class KE_OWNS_ json : public json_ref {
         wiq_json_load_error error;
         return loaded(wiq_json_loads(text.c_str(), flags.bits<i32>(), &error), error);
     }
-    /** Parses the document that a stream holds. */
+    /** Reads and parses a document from a stream. */
     static result<json> load(std::FILE* stream, load_flags flags = {}) {
         wiq_json_load_error error;
         return loaded(wiq_json_loadf(stream, flags.bits<i32>(), &error), error);
     }
-    /** Parses the document in a file, in UTF-8: ke::load_file(), with which it is in ke/files.hpp. */
+    /** Loads a UTF-8 document from a file, as ke::load_file() does. Include ke/files.hpp to call
+     *  it, since both are defined there. */
     static inline result<json> load_file(const text_arg& path, load_flags flags = {});
     /** @} */
 
-    /** @name Look-ups: a const document gives views, another one references, a temporary one owners
+    /** @name Look-ups, as in ke::json_view
+     *  A const document returns views, a document that can be changed returns references, and a
+     *  temporary document returns owners.
      *  @{ */
-    /** See ke::json_view. */
+    /** Does what the look-up of the same name in ke::json_view does. */
     template <class Where>
     json_view operator[](const Where& where) const& noexcept {
         return json_view::operator[](where);
@@ -309,9 +339,11 @@ class KE_OWNS_ json : public json_ref {
     json_members<json_ref> members();
     /** @} */
 
-    /** @name What is read of a temporary document must not be lent
+    /** @name Reading C++ values, as in ke::json_view
+     *  From a temporary document, types that borrow from it, such as std::string_view, do not
+     *  compile.
      *  @{ */
-    /** As json_view::to(). */
+    /** Does what json_view::to() does. */
     template <class T>
     result<T> to() const& {
         return json_view::to<T>();
@@ -322,7 +354,7 @@ class KE_OWNS_ json : public json_ref {
                       "the text would be gone with the document: read std::string");
         return json_view::to<T>();
     }
-    /** As json_view::get(). */
+    /** Does what json_view::get() does. */
     template <class T, class Where>
     result<T> get(const Where& where) const& {
         return json_view::get<T>(where);
@@ -333,7 +365,7 @@ class KE_OWNS_ json : public json_ref {
                       "the text would be gone with the document: read std::string");
         return json_view::get<T>(where);
     }
-    /** As json_view::value_or(). */
+    /** Does what json_view::value_or() does. */
     template <class T, class Where>
     T value_or(const Where& where, T otherwise) const& {
         return json_view::value_or<T>(where, std::move(otherwise));
@@ -354,34 +386,36 @@ class KE_OWNS_ json : public json_ref {
     }
     /** @} */
 
-    /** A borrowed place of this value. */
+    /** Returns a borrowed reference through which the value can be changed. */
     json_ref ref() & noexcept { return json_ref(node_); }
-    /** A borrowed look at this value. */
+    /** Returns a borrowed view of the value. */
     json_view view() const& noexcept { return *this; }
     json_view view() && = delete;
     json_ref ref() && = delete;
 
-    /** Hands the owner's reference to the C interface; the handle is empty afterwards. */
+    /** Hands this handle's reference over to the caller, who releases it with wiq_json_unref(). The
+     *  handle is empty afterwards. */
     wiq_json_t* release() noexcept {
         wiq_json_t* const node = node_;
         node_ = nullptr;
         return node;
     }
-    /** Takes over a reference of release() or wiq_json_ref(). What the C interface makes has none yet: see
-     *  share(). */
+    /** Returns an owner that takes over a reference from release() or wiq_json_ref(). A node that
+     *  the C interface has just made has no reference yet: pass it to share() instead. */
     static json adopt(wiq_json_t* node) noexcept {
         json owner;
         owner.node_ = node;
         return owner;
     }
-    /** Exchanges what two handles own. */
+    /** Exchanges the values of two handles. */
     friend void swap(json& a, json& b) noexcept {
         wiq_json_t* const node = a.node_;
         a.node_ = b.node_;
         b.node_ = node;
     }
-    /** Takes the value out of its place, if it has one; the handle owns it alone then. An element leaves a
-     *  null behind, unless it is the last. */
+    /** Takes the value out of its container, if it is in one. Afterwards only this handle, and any
+     *  other that shares the value, owns it. An element leaves a null in its place, unless it is
+     *  the last one. */
     status orphan() noexcept { return node_ == nullptr ? err_empty : wiq_json_make_orphan(node_); }
 
   private:

@@ -1,11 +1,11 @@
 /**
  * @file json_edit.hpp
- * How ke::json_ref changes documents: storing, taking out, removing, sorting. Tests and comparisons of the
- * caller run before anything changes, never inside a call of the C interface, so they may throw. Included
- * by json.hpp.
+ * Implements the functions of ke::json_ref that change documents: storing, taking out, removing and
+ * sorting. The caller's tests and comparisons run before anything changes, and never inside a call
+ * of the C interface, so they may throw. Included by json.hpp.
  */
 #ifndef KE_JSON_HPP
-#include "ke/json.hpp"  // which includes this one where it is due
+#include "ke/json.hpp"  // which includes this header in the right place
 #elif !defined(KE_JSON_EDIT_HPP)
 #define KE_JSON_EDIT_HPP
 
@@ -59,8 +59,8 @@ status json_ref::insert(I index, V&& value) {
         return WIQ_ERR_INDEX_OUT_OF_RANGE;
     detail::fixed_array<json> behind(static_cast<std::size_t>(size - place));
     KE_TRY(push_back(std::forward<V>(value)));
-    // From here on the array has room for all, so nothing fails: the elements behind the place are taken
-    // off, and come back behind the new one.
+    // The array has room for all elements now, so nothing fails from here on. The elements after
+    // the new one's place are taken off the end and appended again after it.
     const json added = json(json_view(wiq_json_array_pop_elem(node_)));
     for (std::size_t left = behind.size(); left > 0; --left)
         behind[left - 1] = json(json_view(wiq_json_array_pop_elem(node_)));
@@ -75,8 +75,9 @@ status json_ref::insert(I index, V&& value) {
 inline status json_ref::remove_at(const text_arg& key) noexcept {
     return wiq_json_obj_remove(node_, key.c_str());
 }
-// Gives an array other contents that it holds already: taken off, the elements come back in their new order,
-// for which the array has room. Those that do not come back are released.
+// Replaces the contents of an array by elements that it already holds. It takes all elements off
+// and appends the given ones in their new order, for which the array has room. The others are
+// released.
 inline status json_ref::refill(const json* elements, std::size_t count) noexcept {
     i32 status = wiq_json_array_pop(node_, size());
     for (std::size_t i = 0; i < count; ++i) {
@@ -93,7 +94,7 @@ status json_ref::remove_at(I index) {
     place = place < 0 ? place + size : place;
     if (place == size - 1)
         return wiq_json_array_pop(node_, 1);
-    if (is_weak()) {  // whose order filtering does not keep
+    if (is_weak()) {  // wiq_json_array_filter() may change its order
         detail::fixed_array<json> kept(static_cast<std::size_t>(size - 1));
         for (i32 i = 0; i < size - 1; ++i)
             kept[static_cast<std::size_t>(i)] = (*this)[i < place ? i : i + 1];
@@ -103,7 +104,7 @@ status json_ref::remove_at(I index) {
         node_, [](wiq_json_t*, void* left) { return (*static_cast<i32*>(left))-- != 0; }, &place);
 }
 inline status json_ref::remove_at(pointer where) {
-    // The container is what the pointer names without its last step.
+    // Without its last step, the pointer names the container.
     const std::string_view text = where.text;
     const std::size_t last = text.rfind('/');
     if (last == std::string_view::npos)
@@ -118,7 +119,7 @@ inline status json_ref::remove_at(pointer where) {
         }
         return container.remove_at(key);
     }
-    // A weak array may hold one value twice, so it is the index that counts.
+    // A weak array may hold the same value twice, so the element is found by its index.
     u64 index = 0;
     KE_TRY(status(wiq_strtouint64(std::string(text.substr(last + 1)).c_str(), &index)));
     return container.remove_at(static_cast<i32>(static_cast<u32>(index)));
@@ -173,7 +174,7 @@ result<i32> json_ref::erase_if(Test&& test) {
         gone += keeps[at++] ? 0 : 1;
     }
     // Elements that the test appended stay.
-    if (is_weak()) {  // whose order filtering does not keep
+    if (is_weak()) {  // wiq_json_array_filter() may change its order
         const std::size_t now = static_cast<std::size_t>(this->size());
         detail::fixed_array<json> kept(now);
         std::size_t left = 0;
@@ -211,7 +212,8 @@ inline status json_ref::clear() {
 }
 
 namespace detail {
-// A stable sort of its own: <algorithm> costs every file that includes this a tenth of a second.
+// A stable merge sort. Including <algorithm> instead would cost every file that includes this
+// header a tenth of a second of compile time.
 template <class Less>
 void merge_sort(fixed_array<json_view>& list, Less& less) {
     fixed_array<json_view> other(list.size());

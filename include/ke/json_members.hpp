@@ -1,15 +1,17 @@
 /**
  * @file json_members.hpp
- * KE_JSON_MEMBERS, which makes a struct take part in conversions by the names of its members. Included by
- * json_convert.hpp, whose calls it writes; most of it is a loop of the preprocessor.
+ * Defines KE_JSON_MEMBERS, which makes a struct convertible to and from JSON by the names of its
+ * members: it defines the to_json() and from_json() that json_convert.hpp looks for. Most of this
+ * header is a loop of the preprocessor. Included by json_convert.hpp.
  */
 #ifndef KE_JSON_HPP
-#include "ke/json.hpp"  // which includes this one where it is due
+#include "ke/json.hpp"  // which includes this header in the right place
 #elif !defined(KE_JSON_MEMBERS_HPP)
 #define KE_JSON_MEMBERS_HPP
 
 /** @cond */
-// One macro for each number of members, as the preprocessor of C++17 has neither loops nor recursion.
+// One macro for each number of members, since the preprocessor of C++17 has neither loops nor
+// recursion.
 // clang-format off
 #define KE_EXPAND_(...) __VA_ARGS__
 #define KE_EACH_1_(do_, a) do_(a)
@@ -99,10 +101,15 @@
 /** @endcond */
 
 /**
- * Inside a struct: its members, 64 at most, become the members of an object under their own names, and are
- * read from one. A std::optional that is empty is left out, and may be missing; any other member must be
- * there. Members of the document that the struct does not have are passed over. A failure leaves the struct
- * that is read into as it was.
+ * Makes a struct convertible to and from a JSON object. Write it inside the struct, with the names
+ * of the struct and of its members, of which there may be 64 at most:
+ * `KE_JSON_MEMBERS(drive, name, celsius)`.
+ *
+ * Each member is written to the object, and read from it, under its own name. An empty
+ * std::optional is not written, and a std::optional whose key is absent is read as an empty one.
+ * Every other member must be in the object: if its key is absent, reading fails with
+ * WIQ_ERR_KEY_NOT_FOUND (-1037). Members of the object that are not listed are ignored. If reading
+ * fails, the struct is unchanged.
  */
 #define KE_JSON_MEMBERS(type, ...)                                          \
     friend ::ke::status to_json(::ke::json& ke_out, const type& ke_value) { \

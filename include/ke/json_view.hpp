@@ -1,8 +1,8 @@
 /**
  * @file json_view.hpp
- * Reading a document: ke::json_view, a borrowed pointer that costs what a pointer costs, the JSON pointers
- * that look-ups take, and the ranges over members and elements. The owner of a document, ke::json, and
- * everything that changes one are in json.hpp; include that.
+ * Reads documents: ke::json_view is a borrowed view of a value, which costs no more than a pointer,
+ * and ke::pointer and ke::path are the JSON pointers that look-ups take. Include json.hpp instead
+ * of this header; it adds ke::json, the owner of a document, and everything that changes one.
  */
 #ifndef KE_JSON_VIEW_HPP
 #define KE_JSON_VIEW_HPP
@@ -18,7 +18,8 @@
 #include "ke/uint128.hpp"
 #include "ke_utils/json.h"
 
-// Lets clang see a view of a document that is gone at the end of the line.
+// These attributes let clang warn about a view of a temporary document, which is gone at the end of
+// the statement.
 #if defined(__clang__)
 #define KE_BORROWS_ [[gsl::Pointer]]
 #define KE_OWNS_ [[gsl::Owner]]
@@ -40,7 +41,7 @@ class json_elements;
 template <class View>
 class json_members;
 
-/** The kinds of a value, as the C interface numbers them. */
+/** The kinds of a value, numbered as in the C interface. */
 enum class kind : u16 {
     null,            /**< null */
     object,          /**< object */
@@ -56,46 +57,46 @@ enum class kind : u16 {
     nothing = 0xFFFF /**< an empty view */
 };
 
-/** Flags of the calls that write, to be combined with `|`. */
+/** Flags of the functions that write text; combine them with `|`. */
 enum dump_flag : u32 {
     pretty = WIQ_JSON_DUMP_PRETTY,       /**< one member or element a line, two blanks a level */
-    sort_keys = WIQ_JSON_DUMP_SORT_KEYS, /**< members by key */
+    sort_keys = WIQ_JSON_DUMP_SORT_KEYS, /**< members sorted by key */
     u128_as_object = WIQ_JSON_DUMP_U128_AS_OBJECT /**< 128-bit numbers as objects of two halves */
 };
 /** Combines flags. */
 constexpr dump_flag operator|(dump_flag a, dump_flag b) noexcept {
     return static_cast<dump_flag>(static_cast<u32>(a) | static_cast<u32>(b));
 }
-/** Flags of the calls that parse, to be combined with `|`. */
+/** Flags of the functions that parse; combine them with `|`. */
 enum load_flag : u32 {
-    allow_trailing = WIQ_JSON_ALLOW_TRAILING, /**< reads one value and stops */
-    reject_duplicates =
-        WIQ_JSON_REJECT_DUPLICATES /**< an object's key that comes twice is a failure */
+    allow_trailing = WIQ_JSON_ALLOW_TRAILING,      /**< stops after one value; text may follow it */
+    reject_duplicates = WIQ_JSON_REJECT_DUPLICATES /**< fails if a key occurs twice in an object */
 };
 /** Combines flags. */
 constexpr load_flag operator|(load_flag a, load_flag b) noexcept {
     return static_cast<load_flag>(static_cast<u32>(a) | static_cast<u32>(b));
 }
 
-/** Flags as calls take them: those above, or one of the C interface. A number is refused: in `dump(4)` it would be meant
- *  for blanks, in `parse(text, size)` for a length. */
+/** The flags that a function takes: those declared above, or one flag of the C interface. A number
+ *  does not compile, since it would be a mistake: in `dump(4)` it would be meant as a width, and in
+ *  `parse(text, size)` as a length. */
 template <class Own, class C>
 class flag_set {
   public:
-    /** None. */
+    /** Makes a set without flags. */
     constexpr flag_set() noexcept = default;
-    /** One or more. */
+    /** Makes a set of one or more flags. */
     constexpr flag_set(Own flags) noexcept : bits_(static_cast<u32>(flags)) {}
-    /** One of the C interface. */
+    /** Makes a set of one flag of the C interface. */
     constexpr flag_set(C flag) noexcept : bits_(static_cast<u32>(flag)) {}
-    /** A number is refused. */
+    /** Does not compile: a number is not a flag. */
     template <class T, std::enable_if_t<std::is_arithmetic_v<T>, int> = 0>
     constexpr flag_set(T) noexcept {
         static_assert(detail::always_false<T>,
                       "flags have names, as ke::pretty | ke::sort_keys; a number is neither a "
                       "width nor the length of a text");
     }
-    /** As the C interface takes them. */
+    /** Returns the flags as the C interface takes them. */
     template <class T = u32>
     constexpr T bits() const noexcept {
         return static_cast<T>(bits_);
@@ -107,30 +108,31 @@ class flag_set {
 using dump_flags = flag_set<dump_flag, wiq_json_dump_flag>; /**< how text is written */
 using load_flags = flag_set<load_flag, wiq_json_load_flag>; /**< how text is parsed */
 
-/** JSON pointer text; write it as "/a/b"_ptr, or as ke::pointer{text} for one that is known at run time only.
- *  Refers to the text, does not own it. */
+/** The text of a JSON pointer. Write "/a/b"_ptr for a literal, and ke::pointer{text} for a text
+ *  that is known only at run time. It refers to the text and does not own it. */
 struct KE_BORROWS_ pointer {
-    const char* text; /**< as "/a/b"; "" is the whole document; NULL names nothing */
+    const char* text; /**< such as "/a/b"; "" names the whole document; NULL names nothing */
 };
 
 inline namespace literals {
-/** A JSON pointer. */
+/** Makes a JSON pointer from a literal: "/a/b"_ptr. */
 constexpr pointer operator""_ptr(const char* text, std::size_t) noexcept {
     return {text};
 }
 }  // namespace literals
 
 /**
- * A JSON pointer built from its steps, which are escaped: `ke::path() / "sensors" / 0 / "a/b"` is
- * "/sensors/0/a~1b". Taken wherever a ke::pointer is. A step with a NUL inside names nothing.
+ * A JSON pointer that is built from its steps and escapes them. For example,
+ * `ke::path() / "sensors" / 0 / "a/b"` is "/sensors/0/a~1b". It can be passed wherever a
+ * ke::pointer is taken. A path that has a step with a NUL inside names nothing.
  */
 class KE_OWNS_ path {
   public:
-    /** The whole document. */
+    /** Makes a path that names the whole document. */
     path() = default;
-    /** A pointer to start from. */
+    /** Makes a path that begins with a pointer, whose text must not be NULL. */
     path(pointer start) : text_(start.text) {}
-    /** A step to a member. */
+    /** Appends a step to a member. */
     path& operator/=(std::string_view key) {
         text_ += '/';
         for (const char c : key) {
@@ -144,7 +146,7 @@ class KE_OWNS_ path {
         }
         return *this;
     }
-    /** A step to an element. */
+    /** Appends a step to an element. */
     template <class I, std::enable_if_t<std::is_integral_v<I> && !std::is_same_v<I, char> &&
                                             !std::is_same_v<I, bool>,
                                         int> = 0>
@@ -152,14 +154,14 @@ class KE_OWNS_ path {
         text_ += '/' + std::to_string(index);
         return *this;
     }
-    /** A longer pointer. */
+    /** Returns a path with one step more. */
     template <class Step>
     friend path operator/(path from, const Step& step) {
         return std::move(from /= step);
     }
-    /** The text. */
+    /** Returns the text. */
     const std::string& str() const noexcept { return text_; }
-    /** Lent to a call. */
+    /** Returns a pointer that refers to this path's text. */
     operator pointer() const noexcept { return {names_nothing_ ? nullptr : text_.c_str()}; }
 
   private:
@@ -169,7 +171,7 @@ class KE_OWNS_ path {
 
 namespace detail {
 
-// The first fields of a node, whose layout is part of the interface (json.h, "A node in memory").
+// The first fields of a node. Their layout is part of the interface (json.h, "A node in memory").
 struct node_header {
     u16 tag;
     u8 flags;
@@ -193,7 +195,7 @@ inline constexpr bool is_uint128 = std::is_same_v<T, uint128> || std::is_same_v<
 template <class T>
 inline constexpr bool is_text = std::is_convertible_v<const T&, std::string_view>;
 
-// Whether a value of this type refers to the document that it was read of.
+// Tells whether a value of this type refers to the document that it was read from.
 template <class T>
 inline constexpr bool borrows = std::is_same_v<T, json_view> || std::is_same_v<T, json_ref>;
 template <>
@@ -203,7 +205,7 @@ inline constexpr bool borrows<Holder<Held...>> = (borrows<Held> || ...);
 template <template <class, std::size_t> class Holder, class Held, std::size_t N>
 inline constexpr bool borrows<Holder<Held, N>> = borrows<Held>;
 
-// An index as the C interface takes it; false for one that no array can have.
+// Converts an index to the type that the C interface takes. Returns false if no array can have it.
 template <class I>
 constexpr bool index_of(I index, i32& out) noexcept {
     static_assert(is_integer<I>, "an element is named by an integer");
@@ -211,42 +213,46 @@ constexpr bool index_of(I index, i32& out) noexcept {
     return static_cast<I>(out) == index && (out < 0) == (index < I{});
 }
 
-struct c_callback {  // what a walk of the C interface carries
+struct c_callback {  // the user pointer of a walk of the C interface
     void* state;
 };
 
 }  // namespace detail
 
 /**
- * A borrowed look at a value: a pointer that reads. It takes no reference and lives no longer than what it
- * looks at: the document, as long as the value stays in its place. share() makes an owner of it.
+ * A borrowed view of a value, through which the value can be read.
  *
- * Empty (default-made, or of a look-up that found nothing) it is false, and every question has the answer
- * of "nothing": no kind, size 0, look-ups that find nothing, ke::err_empty.
+ * A view takes no reference. It is valid only while the document exists and the value stays in its
+ * place there; share() makes an owner of the value, which keeps it alive.
  *
- * Look-ups, ranges and writing mean the value that stands in the document, be it a reference; resolve()
- * follows one, json_ref::expand() replaces them all.
+ * A view is empty if it was default-constructed or comes from a look-up that found nothing. An
+ * empty view is false in a condition, its kind is ke::kind::nothing, its size is 0, look-ups in it
+ * find nothing, and functions that return a status or result return ke::err_empty.
+ *
+ * Look-ups, ranges and the functions that write treat a `$ref` reference as a value of its own and
+ * do not follow it. resolve() follows one, and json_ref::expand() replaces them all.
  */
 class KE_BORROWS_ json_view {
   public:
-    /** Nothing. */
+    /** Makes an empty view. */
     constexpr json_view() noexcept = default;
-    /** A node of the C interface; NULL is nothing. */
+    /** Views a node of the C interface; NULL makes an empty view. */
     constexpr explicit json_view(const wiq_json_t* node) noexcept
         : node_(const_cast<wiq_json_t*>(node)) {}
-    /** Looks at the same. */
+    /** Views the same value. */
     constexpr json_view(const json_view&) noexcept = default;
-    /** Looks elsewhere. The result of a look-up cannot be assigned to: nothing would be stored. */
+    /** Views another value from now on. The result of a look-up cannot be assigned to, since that
+     *  would store nothing in the document. */
     json_view& operator=(const json_view&) & noexcept = default;
 
-    /** Whether there is a value. */
+    /** Tells whether there is a value. */
     explicit operator bool() const noexcept { return node_ != nullptr; }
-    /** The node itself, lent. */
+    /** Returns the node, which the document keeps owning; NULL if the view is empty. */
     wiq_json_t* node() const noexcept { return node_; }
 
     /** @name Kinds
      *  @{ */
-    /** The kind. */
+    /** Returns the kind. */
     ke::kind kind() const noexcept {
         return node_ == nullptr ? ke::kind::nothing
                                 : static_cast<ke::kind>(detail::header_of(node_).tag);
@@ -264,24 +270,28 @@ class KE_BORROWS_ json_view {
     /** @} */
 
     /**
-     * The value as T, if it can be read as that: bool, every arithmetic type but the character types,
-     * ke::uint128, std::string, std::string_view (lent), the containers of the standard, std::optional
-     * (null is empty), and types with a from_json() (json_convert.hpp).
-     * @return the value; ke::err_empty; WIQ_ERR_WRONG_TYPE for a value of another kind; WIQ_ERR_NOT_INTEGRAL
-     *         for a fraction where an integer is asked for; WIQ_ERR_RANGE for a number that T does not hold
-     *         (an integer that a double or float would not hold exactly; a double beyond float)
+     * Returns the value as a T. T can be bool, every arithmetic type except the character types,
+     * ke::uint128, std::string, std::string_view (which refers to the document's text), the
+     * containers of the standard library, std::optional (null and an empty view are read as an
+     * empty one), and types with a from_json() (see json_convert.hpp).
+     * @return the value; ke::err_empty for an empty view; WIQ_ERR_WRONG_TYPE (-7018) for a value of
+     *         another kind; WIQ_ERR_NOT_INTEGRAL (-7002) for a fraction where T is an integer;
+     *         WIQ_ERR_RANGE (-7001) for a number that T cannot hold, such as an integer that a
+     *         double or float would round, or a double that is too large for a float
      */
     template <class T>
     result<T> to() const;
 
-    /** @name Look-ups; empty where there is nothing (also for a std::string_view of 256 bytes or more that there is
-     *  no memory to copy: get() tells)
+    /** @name Look-ups
+     *  Each returns an empty view if there is no such value. When out of memory to copy a key or
+     *  text that is a std::string_view of 256 bytes or more, they return an empty view, too; get()
+     *  tells the two cases apart.
      *  @{ */
-    /** The member under a key. */
+    /** Returns the member under a key. */
     json_view operator[](const text_arg& key) const noexcept {
         return json_view(wiq_json_obj_get_ext(node_, key.c_str(), 0, nullptr));
     }
-    /** The element at an index; a negative one counts from the end. */
+    /** Returns the element at an index; a negative index counts from the end. */
     template <class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
     json_view operator[](I index) const noexcept {
         i32 place = 0;
@@ -289,27 +299,29 @@ class KE_BORROWS_ json_view {
                    ? json_view(wiq_json_array_get_ext(node_, place, 0, nullptr))
                    : json_view();
     }
-    /** The value that a JSON pointer names. */
+    /** Returns the value that a JSON pointer names. */
     json_view operator[](pointer where) const noexcept { return at(where); }
-    /** The same. */
+    /** Returns the value that a JSON pointer names. */
     json_view at(pointer where) const noexcept {
         return json_view(wiq_json_ptr_get(node_, where.text, nullptr, nullptr));
     }
-    /** The first element that is equal to a value. */
+    /** Returns the first element that is equal to a value. */
     json_view find(json_view value) const noexcept {
         return json_view(wiq_json_array_find(node_, value.node_));
     }
-    /** The first string element with this text. */
+    /** Returns the first element that is a string with this text. */
     json_view find_text(const text_arg& text) const noexcept {
         return json_view(wiq_json_array_find_str(node_, text.c_str()));
     }
     /** @} */
 
     /**
-     * The value at a key, index or pointer as T: to() with the status of the look-up, which tells a missing
-     * member (WIQ_ERR_KEY_NOT_FOUND) from a missing element (WIQ_ERR_INDEX_OUT_OF_RANGE) and from a step
-     * into something else. A literal key that is missing and begins with "/" was meant for a pointer:
-     * WIQ_ERR_PTR_SYNTAX.
+     * Looks up a key, an index or a JSON pointer, and returns the value there as to() does.
+     * @return the value; a status of to(); or the status of the look-up, which tells a missing
+     *         member (WIQ_ERR_KEY_NOT_FOUND, -1037) from a missing element
+     *         (WIQ_ERR_INDEX_OUT_OF_RANGE, -1038) and from a look-up in a value that is not such a
+     *         container. For a literal key that is missing and begins with "/", the status is
+     *         WIQ_ERR_PTR_SYNTAX (-7019), since it was probably meant as a JSON pointer.
      */
     template <class T, class Where>
     result<T> get(const Where& where) const {
@@ -319,57 +331,61 @@ class KE_BORROWS_ json_view {
             return looked;
         return json_view(found).to<T>();
     }
-    /** The same, or another value in its place, which says the type: with 0, a value of 5000000000 or of 2.5 is
-     *  as good as missing. */
+    /** Does what get() does, but returns `otherwise` after any failure. The type of `otherwise` is
+     *  the type that is read: with 0, which is an int, the values 5000000000 and 2.5 count as
+     *  missing. */
     template <class T, class Where>
     T value_or(const Where& where, T otherwise) const {
         return get<T>(where).value_or(std::move(otherwise));
     }
-    /** The text there, or another one. */
+    /** Returns the text at a key, an index or a JSON pointer, or `otherwise` after any failure. */
     template <class Where>
     std::string value_or(const Where& where, const char* otherwise) const {
         const auto text = get<std::string_view>(where);
         return std::string(text ? *text : std::string_view(otherwise));
     }
 
-    /** Whether an object has a member under this key. */
+    /** Tells whether an object has a member under this key. */
     bool contains(const text_arg& key) const noexcept {
         return wiq_json_obj_has_key(node_, key.c_str());
     }
-    /** Whether a JSON pointer names something. */
+    /** Tells whether a JSON pointer names a value. */
     bool contains(pointer where) const noexcept { return static_cast<bool>(at(where)); }
-    /** Members of an object or elements of an array; 0 for everything else. */
+    /** Returns the number of members of an object or of elements of an array; 0 for anything
+     *  else. */
     i32 size() const noexcept {
         const i32 size = is_object() ? wiq_json_obj_size(node_) : wiq_json_array_size(node_);
         return size < 0 ? 0 : size;
     }
-    /** Whether size() is 0. */
+    /** Tells whether size() is 0. */
     bool empty() const noexcept { return size() == 0; }
 
-    /** @name Ranges, empty for what has no children; each keeps its container alive
+    /** @name Ranges
+     *  A range is empty if the value is not such a container. It keeps its container alive.
      *  @{ */
-    /** The elements: `for (auto element : list.elements())`. */
+    /** Returns the elements: `for (auto element : list.elements())`. */
     json_elements<json_view> elements() const;
-    /** The members in the object's order: `for (auto [key, value] : object.members())`. */
+    /** Returns the members in the object's order: `for (auto [key, value] : object.members())`. */
     json_members<json_view> members() const;
     /** @} */
 
     /** @name The value's place
      *  @{ */
-    /** The strong container around it; empty if it stands free. */
+    /** Returns the strong container that the value is in; an empty view if it is in none. */
     json_view parent() const noexcept { return json_view(detail::parent_of(node_)); }
-    /** The outermost container around it, or the value itself. */
+    /** Returns the outermost container around the value, or the value itself if it is in none. */
     json_view root() const noexcept {
         json_view top = *this;
         while (json_view above = top.parent())
             top = above;
         return top;
     }
-    /** Its key in its parent object, lent; NULL without one. */
+    /** Returns the value's key in its parent object, which keeps owning the text; NULL if the value
+     *  is not in an object. */
     const char* parent_key() const noexcept { return wiq_json_parent_key(node_); }
-    /** Its index in its parent array; -1 without one. */
+    /** Returns the value's index in its parent array; -1 if the value is not in an array. */
     i32 parent_index() const noexcept { return wiq_json_parent_index(node_); }
-    /** Its JSON pointer. */
+    /** Returns the JSON pointer that names the value in its document. */
     result<std::string> location() const {
         char* text = nullptr;
         const i32 length = wiq_json_ptr(node_, &text);
@@ -382,9 +398,11 @@ class KE_BORROWS_ json_view {
 
     /** @name References
      *  @{ */
-    /** The pointer text of a reference, lent; NULL for anything else. */
+    /** Returns the JSON pointer of a reference, which keeps owning the text; NULL for anything
+     *  else. */
     const char* reference_text() const noexcept { return wiq_json_jref_uri(node_); }
-    /** What a reference leads to in the end; any other value is its own answer. */
+    /** Follows references to the first value that is not a reference, and returns it. A value that
+     *  is not a reference is returned itself. */
     result<json_view> resolve() const {
         if (node_ == nullptr)
             return result<json_view>::failure(err_empty);
@@ -397,24 +415,25 @@ class KE_BORROWS_ json_view {
     }
     /** @} */
 
-    /** An owner of the value, wherever it stands; costs one atomic addition. */
+    /** Returns an owner of the value, which may be in a container. Costs one atomic addition. */
     json share() const noexcept;
-    /** A deep copy. */
+    /** Returns a deep copy. */
     result<json> clone() const;
-    /** Whether the value is contained in another one (flags of wiq_json_subset_flag). */
+    /** Tells whether the value is contained in another one, as wiq_json_subset() does; `flags` are
+     *  those of ::wiq_json_subset_flag. */
     bool subset_of(json_view other, u32 flags = 0) const noexcept {
         return wiq_json_subset(node_, other.node_, flags);
     }
 
     /** @name Writing the document as text
      *  @{ */
-    /** As a string. */
+    /** Returns the document's text. */
     result<std::string> dump(dump_flags flags = {}) const;
-    /** Behind what a buffer of the C interface holds. */
+    /** Appends the text to a buffer of the C interface. */
     status dump_to(wiq_strbuf* buffer, dump_flags flags = {}) const;
-    /** To an open stream, neither flushed nor closed. */
+    /** Writes the text to an open stream, which is neither flushed nor closed. */
     status dump_to(std::FILE* stream, dump_flags flags = {}) const;
-    /** Compact, to a stream of the standard library; a failure sets its failbit. */
+    /** Writes the compact text to a stream of the standard library. A failure sets its failbit. */
     template <class Traits>
     friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out,
                                                         json_view value) {
@@ -427,14 +446,15 @@ class KE_BORROWS_ json_view {
     }
     /** @} */
 
-    /** @name Equality, as wiq_json_equal() has it
+    /** @name Equality
      *  @{ */
-    /** Equality. */
+    /** Tells whether two values are equal, as wiq_json_equal() does. */
     friend bool operator==(json_view a, json_view b) noexcept {
         return wiq_json_equal(a.node_, b.node_);
     }
     friend bool operator!=(json_view a, json_view b) noexcept { return !(a == b); }
-    /** With a number, a bool or a text: whether the value reads as that without loss and is the same. */
+    /** Compares with a number, a bool or a text: true if to() can read the value as one of that
+     *  type, without loss, and it is equal. */
     template <class T,
               std::enable_if_t<detail::is_scalar<T> || detail::is_uint128<T> || detail::is_text<T>,
                                int> = 0>
@@ -467,7 +487,8 @@ class KE_BORROWS_ json_view {
         return b != nullptr;
     }
 #endif
-    /** With nullptr: whether it is null or empty, as a pointer would be; is_null() tells them apart. */
+    /** Compares with nullptr: true if the value is null or the view is empty, as a null pointer
+     *  would be. is_null() tells the two apart. */
     friend bool operator==(json_view a, std::nullptr_t) noexcept {
         return !a || a.is_null();
     }
@@ -478,7 +499,7 @@ class KE_BORROWS_ json_view {
 
   protected:
     // NOLINTNEXTLINE(misc-non-private-member-variables-in-classes): json_ref and json are views
-    wiq_json_t* node_ = nullptr; /**< what is looked at */
+    wiq_json_t* node_ = nullptr; /**< the node that is viewed */
 
   private:
     template <class T>
