@@ -1,19 +1,25 @@
 /**
  * @file json_convert.hpp
- * What becomes a JSON value and what is read of one: numbers, texts, the standard's containers, optionals,
- * and types of the user. A type takes part by a pair of functions beside it,
+ * Converts C++ values to JSON values and back: numbers, texts, the containers of the standard
+ * library, optionals, and the user's own types. A type can be converted if these two functions
+ * stand in its namespace:
  * @code
  * ke::status to_json(ke::json& out, const drive& from);
  * ke::status from_json(ke::json_view in, drive& to);
  * @endcode
- * or by KE_JSON_MEMBERS inside it, which writes the pair:
+ * KE_JSON_MEMBERS inside a struct defines both of them:
  * @code
- * struct drive { std::string name; int celsius = 0; std::optional<int> hours; KE_JSON_MEMBERS(drive, name, celsius, hours) };
+ * struct drive {
+ *     std::string name;
+ *     int celsius = 0;
+ *     std::optional<int> hours;
+ *     KE_JSON_MEMBERS(drive, name, celsius, hours)
+ * };
  * @endcode
  * Included by json.hpp.
  */
 #ifndef KE_JSON_HPP
-#include "ke/json.hpp"  // which includes this one where it is due
+#include "ke/json.hpp"  // which includes this header in the right place
 #elif !defined(KE_JSON_CONVERT_HPP)
 #define KE_JSON_CONVERT_HPP
 
@@ -29,7 +35,7 @@ namespace ke {
 
 namespace detail {
 
-// A node that nobody owns yet (count 0), or why there is none.
+// A node that nobody owns yet (its count is 0), or NULL and the status that says why.
 struct made {
     wiq_json_t* node;
     i32 status;
@@ -38,7 +44,7 @@ inline made made_of(wiq_json_t* node, u32 err) noexcept {
     return {node, node != nullptr ? 0 : static_cast<i32>(err)};
 }
 
-// The owner of a container that is being filled: what a user's to_json() throws must not lose it.
+// Owns a container that is being filled, so that it is released if a user's to_json() throws.
 struct drop_node {
     void operator()(wiq_json_t* node) const noexcept { wiq_json_unref(node); }
 };
@@ -47,7 +53,8 @@ inline made filled(filling& container, i32 status) noexcept {
     return status == 0 ? made{container.release(), 0} : made{nullptr, status};
 }
 
-// How a type takes part, by what stands beside it; found at the point of use.
+// Tell whether a type has a to_json() or from_json() of its own. Argument-dependent look-up finds
+// them at the point of use.
 template <class T, class = void>
 inline constexpr bool has_to_json = false;
 template <class T>
@@ -90,7 +97,7 @@ inline constexpr bool is_result<result<T>> = true;
 template <class T>
 inline constexpr bool is_handle = std::is_base_of_v<json_view, T>;
 
-// NOLINTBEGIN(misc-no-recursion): as deep as a braced list or a type is written, not as a document nests
+// NOLINTBEGIN(misc-no-recursion): the depth is that of a type or braced list, not of a document
 template <class T>
 made make_node(const T& value);
 
@@ -106,7 +113,8 @@ inline made make_text(const text_arg& text) {
     return made_of(node, err);
 }
 
-// The places where a value can be put. node() attaches one that stands free; the others make one there.
+// The places where a value can be stored. node() attaches a value that is in no container; scalar()
+// makes a value in the place.
 struct member_place {
     wiq_json_t* object;
     const char* key;
@@ -160,7 +168,7 @@ template <class Place>
 inline constexpr bool makes_scalars =
     std::is_same_v<Place, member_place> || std::is_same_v<Place, back_place>;
 
-// Puts a node that nobody owns; without success it is released.
+// Stores a node that nobody owns yet. On failure the node is released.
 template <class Place>
 status put_made(const Place& place, made value) noexcept {
     if (value.node == nullptr)
@@ -235,7 +243,7 @@ made make_tuple_list(const T& tuple, std::index_sequence<I...>) {
     filling array(wiq_json_array_new(static_cast<i32>(sizeof...(I)), &err));
     if (!array)
         return made_of(nullptr, err);
-    using std::get;  // and those of the tuple's own namespace
+    using std::get;  // a tuple of another namespace may bring its own get()
     i32 failed = 0;
     ((failed = failed != 0 ? failed : store(back_place{array.get()}, get<I>(tuple)).code()), ...);
     return filled(array, failed);
@@ -277,7 +285,9 @@ made make_node(const T& value) {
             return {nullptr, stored.code()};
         if (!out)
             return {nullptr, err_empty};
-        // Handed over without its owner if it is ours alone; otherwise copied.
+        // If nobody else owns the value, it is handed over with a count of 0: an array takes it,
+        // and popping it gives up the array's reference without destroying it. Otherwise it is
+        // copied.
         if (parent_of(out.node()) == nullptr && header_of(out.node()).count == 1) {
             json holder = json::array();
             if (!holder)
@@ -312,7 +322,7 @@ made make_node(const T& value) {
     }
 }
 
-// One value of a braced list: a description that borrows, turned into nodes once.
+// One item of a braced list. It refers to the item until make() makes a node from it.
 class init {
   public:
     init() noexcept : init(nullptr) {}
@@ -329,7 +339,7 @@ class init {
     init(std::initializer_list<init> list) noexcept : list_(list), is_list_(true) {}
 
     made make() const { return is_list_ ? make_braced(list_) : make_(value_); }
-    // The node of a handle; NULL for everything else.
+    // Returns the node if the item is a handle, otherwise NULL.
     wiq_json_t* handle() const noexcept { return node_; }
 
     static made make_braced(std::initializer_list<init> list) {
@@ -413,7 +423,7 @@ namespace detail {
 template <class T>
 status read(json_view from, T& to);
 
-// Integers of every width, from every kind of number, without loss.
+// Reads an integer of any width from any kind of number, and fails rather than lose anything.
 template <class T>
 status read_integer(json_view from, T& to) noexcept {
     const wiq_json_t* const node = from.node();
@@ -457,7 +467,7 @@ status read_integer(json_view from, T& to) noexcept {
     if (negative && magnitude != 0) {
         if (!std::is_signed_v<T>)
             return WIQ_ERR_RANGE;
-        // Two steps, since the smallest number has no positive counterpart.
+        // In two steps, since the smallest number has no positive counterpart.
         to = static_cast<T>(-static_cast<i64>(magnitude - 1) - 1);
     } else {
         to = static_cast<T>(magnitude);
@@ -497,7 +507,8 @@ status read_real(json_view from, T& to) noexcept {
                 return wide;
             value = static_cast<double>(magnitude.high()) * 18446744073709551616.0 +
                     static_cast<double>(magnitude.low());
-            // Up to 2^digits every integer is held; beyond, those that end in enough zeros.
+            // A T holds every integer up to 2^digits, and beyond that those that end in enough zero
+            // bits: after the trailing zeros are shifted out, the rest must fit into `digits` bits.
             constexpr int digits = std::is_same_v<T, float> ? std::numeric_limits<float>::digits
                                                             : std::numeric_limits<double>::digits;
             u64 high = magnitude.high();
@@ -631,7 +642,7 @@ status read(json_view from, T& to) {
     }
 }
 
-// A member of a struct: one that is missing is a failure, unless it is optional.
+// Reads a member of a struct. An absent key is a failure, unless the member is a std::optional.
 template <class T>
 status read_member(json_view from, const char* key, T& to) {
     u32 err = 0;

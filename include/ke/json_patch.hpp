@@ -1,6 +1,7 @@
 /**
  * @file json_patch.hpp
- * Changing a document by another one: JSON merge patch (RFC 7396) and JSON patch (RFC 6902).
+ * Changes a document by a second document that describes the changes: JSON merge patch (RFC 7396)
+ * and JSON patch (RFC 6902).
  */
 #ifndef KE_JSON_PATCH_HPP
 #define KE_JSON_PATCH_HPP
@@ -16,7 +17,7 @@ namespace ke {
  *  @{ */
 
 namespace detail {
-// Makes the handle's value another one: in its place if it has one, else in the handle alone.
+// Replaces the handle's value by another one, also in its container if it is in one.
 inline status become(json& target, json value) {
     if (parent_of(target.node()) != nullptr) {
         const json_view next = value;
@@ -31,9 +32,11 @@ inline status become(json& target, json value) {
 }  // namespace detail
 
 /**
- * Merges a patch into a document (RFC 7396): a member that is null in the patch goes, an object is merged member
- * by member, everything else replaces what is there. Takes any depth.
- * @return 0; ke::err_empty; -5000, and then a part is merged
+ * Merges a patch into a document (RFC 7396): a member that is null in the patch is removed, an
+ * object in the patch is merged member by member, and any other value replaces the one that is
+ * there. Patches of any depth can be merged.
+ * @return 0; ke::err_empty if a handle is empty; WIQ_ERR_NO_MEMORY (-5000) when out of memory, in
+ *         which case a part of the patch may have been merged
  */
 inline status merge_patch(json& target, json_view patch) {
     if (!target || !patch)
@@ -50,7 +53,7 @@ inline status merge_patch(json& target, json_view patch) {
             return WIQ_ERR_NO_MEMORY;
         KE_TRY(detail::become(target, std::move(fresh)));
     }
-    // The patch may be a part of the target: it is read from a copy then.
+    // If the patch is in the same document as the target, it is read from a copy.
     json own_patch;
     if (patch.root() == target.view().root() &&
         patch.root().node() == target.view().root().node()) {
@@ -88,7 +91,8 @@ inline status merge_patch(json& target, json_view patch) {
 
 namespace detail {
 
-// A pointer without its last step, and that step without its escapes.
+// Splits a JSON pointer into the pointer without its last step, and that step with its escapes
+// resolved. Returns false if there is no step.
 inline bool split(std::string_view text, std::string& above, std::string& last) {
     const std::size_t slash = text.rfind('/');
     if (slash == std::string_view::npos)
@@ -102,7 +106,8 @@ inline bool split(std::string_view text, std::string& above, std::string& last) 
     }
     return true;
 }
-// An index as RFC 6901 writes it; -1 for anything else.
+// Returns the index that a step names, as RFC 6901 writes indices, with nine digits at most; -1 for
+// anything else.
 inline i32 index_of_step(const std::string& step) {
     if (step.empty() || step.size() > 9 || (step.size() > 1 && step[0] == '0') ||
         step.find_first_not_of("0123456789") != std::string::npos)
@@ -152,7 +157,7 @@ inline status patch_one(json& target, json_view step) {
             return from.status();
         if (*what == "move" && where->size() > from->size() &&
             where->compare(0, from->size(), *from) == 0 && (*where)[from->size()] == '/')
-            return WIQ_ERR_INVALID_ARG;  // into itself
+            return WIQ_ERR_INVALID_ARG;  // a value cannot be moved into itself
         const auto source = target.view().get<json_view>(pointer{from->c_str()});
         if (!source)
             return source.status();
@@ -186,10 +191,13 @@ inline status patch_one(json& target, json_view step) {
 }  // namespace detail
 
 /**
- * Applies the operations of a JSON patch (RFC 6902): add, remove, replace, move, copy, test. All or none: they are
- * applied to a copy, which becomes the document when every one of them is done.
- * @return 0; ke::err_empty; WIQ_ERR_WRONG_TYPE if the patch is no array; WIQ_ERR_INVALID_VALUE for a test that
- *         failed; WIQ_ERR_INVALID_ARG for an unknown operation; the statuses of look-ups and of set(); -5000
+ * Applies the operations of a JSON patch (RFC 6902): add, remove, replace, move, copy and test.
+ * Either all of them take effect or none: they are applied to a copy, which replaces the document
+ * when all have succeeded.
+ * @return 0; ke::err_empty if a handle is empty; WIQ_ERR_WRONG_TYPE (-7018) if the patch is not an
+ *         array; WIQ_ERR_INVALID_VALUE (-1011) if a test fails; WIQ_ERR_INVALID_ARG (-7000) for an
+ *         unknown operation, or for moving a value into itself; a status of a look-up or of set();
+ *         WIQ_ERR_NO_MEMORY (-5000) when out of memory
  */
 inline status apply_patch(json& target, json_view patch) {
     if (!target || !patch)

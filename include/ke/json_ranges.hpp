@@ -1,11 +1,11 @@
 /**
  * @file json_ranges.hpp
- * The ranges over elements and members that json_view::elements() and members() give. Each owns a reference
- * to its container, so that a range over a temporary document is safe; that is the one atomic operation of
- * a walk. Included by json.hpp.
+ * Defines the ranges that json_view::elements() and json_view::members() return. A range holds a
+ * reference to its container, so a range over a temporary document is safe. Taking that reference
+ * and giving it up are the only atomic operations of a walk. Included by json.hpp.
  */
 #ifndef KE_JSON_HPP
-#include "ke/json.hpp"  // which includes this one where it is due
+#include "ke/json.hpp"  // which includes this header in the right place
 #elif !defined(KE_JSON_RANGES_HPP)
 #define KE_JSON_RANGES_HPP
 
@@ -19,15 +19,15 @@ namespace ke {
 
 namespace detail {
 
-// What `iterator->` gives for an iterator that makes its values.
+// Returned by operator-> of an iterator that makes its values: it holds the value meanwhile.
 template <class T>
 struct arrow {
     T value;
     T* operator->() noexcept { return &value; }
 };
 
-// A place in a list, and how a value is made of it. A random access iterator in the sense of C++20, and an
-// input iterator in that of C++17, since it gives values, not references.
+// A position in a list; Get makes the value there. It is a random access iterator by the rules of
+// C++20 but only an input iterator by those of C++17, since it returns values, not references.
 template <class List, class Value, Value (*Get)(List*, i32)>
 class list_iterator {
   public:
@@ -70,7 +70,7 @@ class list_iterator {
     i32 index_ = 0;
 };
 
-// A member as the C interface tells of it.
+// A member as the C interface passes it to a callback.
 struct member_entry {
     const char* key;
     wiq_json_t* child;
@@ -82,9 +82,12 @@ struct delete_entries {
 }  // namespace detail
 
 /**
- * The elements of an array, as many as there are when the walk begins. Elements may be replaced on the way;
- * one that is gone is met as an empty view. Its iterators are random access iterators in the sense of C++20
- * and input iterators in that of C++17, since they give views, not references.
+ * The elements of an array. end() fixes how many are walked, so a range-based for loop meets as
+ * many as there are when it begins. Elements may be replaced during the walk. If elements are
+ * removed, the positions that are gone are met as empty views.
+ *
+ * The iterators are random access iterators by the rules of C++20 but only input iterators by those
+ * of C++17, since they return views, not references.
  */
 template <class View>
 class json_elements {
@@ -96,34 +99,35 @@ class json_elements {
     using iterator = detail::list_iterator<wiq_json_t, View, get>; /**< walks by index */
     using const_iterator = iterator; /**< the same: the elements are views */
 
-    /** No elements. */
+    /** Makes an empty range. */
     json_elements() noexcept = default;
-    /** Of a value; empty if it is no array. */
+    /** Makes a range over the elements of a value; it is empty if the value is not an array. */
     explicit json_elements(json_view array) noexcept : array_(array) {}
-    /** The first element. */
+    /** Returns an iterator at the first element. */
     iterator begin() const noexcept { return {array_.node(), 0}; }
-    /** Behind the last one. */
+    /** Returns an iterator after the last element that the array has now. */
     iterator end() const noexcept { return {array_.node(), size()}; }
-    /** How many there are. */
+    /** Returns the number of elements that the array has now. */
     i32 size() const noexcept { return array_.is_array() ? array_.size() : 0; }
-    /** Whether there are none. */
+    /** Tells whether there are no elements. */
     bool empty() const noexcept { return size() == 0; }
 
   private:
     json array_;
 };
 
-/** A member as a walk gives it. */
+/** A member that a walk meets. */
 template <class View>
 struct json_member {
-    std::string_view key; /**< the object's own text: lives as long as the member */
+    std::string_view key; /**< the object's own text, valid as long as the member */
     View value;           /**< the child */
 };
 
 /**
- * The members of an object as they were when the range was made. Values may be replaced and the member at
- * hand removed on the way; a member that is removed ahead of the walk must not be met. Its iterators are as
- * those of json_elements, and valid as long as the range is.
+ * The members of an object, as they were when the range was made. During a walk, values may be
+ * replaced and the current member may be removed. A member that the walk has not yet reached may be
+ * removed only if the walk ends before it, since the range still refers to it. The iterators are of
+ * the same kind as those of json_elements, and valid as long as the range exists.
  */
 template <class View>
 class json_members {
@@ -136,9 +140,10 @@ class json_members {
     using iterator = detail::list_iterator<entry, json_member<View>, get>; /**< walks the list */
     using const_iterator = iterator; /**< the same: the members are views */
 
-    /** No members. */
+    /** Makes an empty range. */
     json_members() noexcept = default;
-    /** Of a value; empty if it is no object. May throw std::bad_alloc if there are more than eight. */
+    /** Makes a range over the members of a value; it is empty if the value is not an object. It
+     *  allocates if there are more than eight members, and may then throw std::bad_alloc. */
     explicit json_members(json_view object) : object_(object) {
         const i32 size = object.is_object() ? object.size() : 0;
         if (size > kInside)
@@ -146,9 +151,10 @@ class json_members {
         if (size > 0)
             wiq_json_obj_foreach(object.node(), add, this);
     }
-    /** A move hands the list over; a copy makes none. */
+    /** Takes over the members of another range, which is empty afterwards. Ranges cannot be
+     *  copied. */
     json_members(json_members&& other) noexcept { *this = std::move(other); }
-    /** A move hands the list over. */
+    /** Takes over the members of another range, which is empty afterwards. */
     json_members& operator=(json_members&& other) & noexcept {
         if (this != &other) {
             object_ = std::move(other.object_);
@@ -160,15 +166,16 @@ class json_members {
         }
         return *this;
     }
-    /** The first member; not of a temporary range, whose list would be gone. */
+    /** Returns an iterator at the first member. Deleted for a temporary range, since the iterator
+     *  would outlive it. */
     iterator begin() const& noexcept { return {list(), 0}; }
     iterator begin() && = delete;
-    /** Behind the last one. */
+    /** Returns an iterator after the last member. Deleted for a temporary range, too. */
     iterator end() const& noexcept { return {list(), size_}; }
     iterator end() && = delete;
-    /** How many there are. */
+    /** Returns the number of members. */
     i32 size() const noexcept { return size_; }
-    /** Whether there are none. */
+    /** Tells whether there are no members. */
     bool empty() const noexcept { return size_ == 0; }
 
   private:
