@@ -1,7 +1,8 @@
 /**
  * @file owned.hpp
- * What owns memory and streams in this layer. std::unique_ptr and std::vector would do, but their headers cost
- * each file that includes ke/json.hpp an eighth of its compile time.
+ * Defines the types that own memory and streams in this layer. std::unique_ptr and std::vector
+ * would do, but their headers cost each file that includes ke/json.hpp an eighth of its compile
+ * time.
  */
 #ifndef KE_OWNED_HPP
 #define KE_OWNED_HPP
@@ -14,17 +15,18 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** The one owner of what a pointer leads to: `Release()(pointer)` is called when it goes. Empty it is false. */
+/** The only owner of the object that a pointer points to. Its destructor calls
+ *  `Release()(pointer)`. An empty owner is false in a condition. */
 template <class T, class Release>
 class owned {
   public:
-    /** Nothing. */
+    /** Makes an empty owner. */
     owned() noexcept = default;
-    /** Takes over; NULL is nothing. */
+    /** Takes over an object; NULL makes an empty owner. */
     explicit owned(T* held) noexcept : held_(held) {}
-    /** @name Moves leave the other one empty
+    /** @name A move leaves the other owner empty
      *  @{ */
-    /** Moves leave the other one empty. */
+    /** Takes over the object of another owner, which is empty afterwards. */
     owned(owned&& other) noexcept : held_(other.release()) {}
     owned& operator=(owned&& other) & noexcept {
         reset(other.release());
@@ -33,19 +35,19 @@ class owned {
     /** @} */
     ~owned() { reset(); }
 
-    /** What is owned, lent. */
+    /** Returns the object, which stays owned. */
     T* get() const noexcept { return held_; }
-    /** What is owned, lent. */
+    /** Returns the object, which stays owned. */
     T* operator->() const noexcept { return held_; }
-    /** Whether there is anything. */
+    /** Tells whether there is an object. */
     explicit operator bool() const noexcept { return held_ != nullptr; }
-    /** Hands it over; the owner is empty afterwards. */
+    /** Hands the object over to the caller; the owner is empty afterwards. */
     T* release() noexcept {
         T* const held = held_;
         held_ = nullptr;
         return held;
     }
-    /** Releases what is owned, for something else or nothing. */
+    /** Takes over `held`, which may be NULL, and releases the object that was owned before. */
     void reset(T* held = nullptr) noexcept {
         T* const old = held_;
         held_ = held;
@@ -63,8 +65,8 @@ struct free_memory {
     void operator()(void* block) const noexcept { std::free(block); }
 };
 
-// An array whose length is known when it is made. Its elements are made with it, so that storing into them
-// needs no memory.
+// An array whose length is fixed when it is made. All its elements are made at once, so that
+// storing into them needs no memory.
 template <class T>
 class fixed_array {
   public:
@@ -94,7 +96,7 @@ class fixed_array {
 
 }  // namespace detail
 
-/** A string from the library, released with free(). */
+/** A string that the library allocated; it is released with free(). */
 using c_text = owned<char, detail::free_memory>;
 
 /** @} */

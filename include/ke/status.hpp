@@ -1,10 +1,12 @@
 /**
  * @file status.hpp
- * What a call answers: ke::status, a number with a place in a text and a sentence, and ke::result, a value
- * or the status of the call that could not give one. Both are [[nodiscard]].
+ * Defines what functions of this layer return: ke::status says how a call ended (a number, a
+ * sentence and, for parsers, a place in the text), and ke::result holds a value or the status of
+ * the call that failed to produce it. Both are [[nodiscard]].
  *
- * Nothing throws. Where KE_UTILS_EXCEPTIONS is defined (for the whole program, before the first header),
- * status::value() and result::value() exist, which throw ke::bad_result.
+ * The layer itself throws nothing; only the standard library (std::bad_alloc) and functions of the
+ * user that it calls may throw. If KE_UTILS_EXCEPTIONS is defined (in the whole program, before the
+ * first header), status::value() and result::value() exist, which throw ke::bad_result.
  */
 #ifndef KE_STATUS_HPP
 #define KE_STATUS_HPP
@@ -35,8 +37,8 @@
 namespace ke {
 
 /** @defgroup cpp The C++ layer
- *  Headers under `ke/`, one a family; `ke_utils.hpp` includes them all. Every call is one or a few calls of
- *  the C functions, whose comments hold.
+ *  The layer has one header per family of functions under `ke/`; `ke_utils.hpp` includes them all.
+ *  Every function calls one or a few C functions, and what their comments say holds here, too.
  *  @{ */
 
 using ::i16;
@@ -48,17 +50,20 @@ using ::u32;
 using ::u64;
 using ::u8;
 
-/** The one status that the C interface does not have: the handle or view asked, or given as a value, is
- *  empty, since it was default-made or the look-up that it came from found nothing. */
+/** The only status that the C interface does not have (-20001): the handle or view that a function
+ *  was called on, or that was passed as a value, is empty. It was default-constructed, or it comes
+ *  from a look-up that found nothing. */
 inline constexpr i32 err_empty = -20001;
 
-/** The meaning of a status in a few words; "success" for 0, "unknown status" for a number that is none. */
+/** Returns the meaning of a status in a few words: "success" for 0, "unknown status" for a number
+ *  that is not a status. */
 inline const char* status_text(i32 status) noexcept {
     return status == err_empty ? "the handle is empty: it was never filled, or nothing was found"
                                : ke_status_meaning(status);
 }
 
-/** The name of a status, as "WIQ_ERR_RANGE"; "" for success and for a number that is none. */
+/** Returns the name of a status, such as "WIQ_ERR_RANGE"; "" for success and for a number that is
+ *  not a status. */
 inline const char* status_name(i32 status) noexcept {
     return status == err_empty ? "ke::err_empty" : ke_status_name(status);
 }
@@ -71,7 +76,8 @@ class bad_result;
 #endif
 
 namespace detail {
-// Owners whose calls lend what they own. Through the arrow of a temporary result it would be gone too soon.
+// True for owners whose functions return references to what they own. If such a function were
+// called through operator-> of a temporary result, the reference would outlive the owner.
 template <class T>
 inline constexpr bool lends = false;
 template <>
@@ -79,46 +85,48 @@ inline constexpr bool lends<json> = true;
 }  // namespace detail
 
 /**
- * How a call ended: 0, or what went wrong, and for the parsers where. It has no truth value, since in C a
- * true status is a failure and a true result is none: ask ok() or failed(), or compare with a number.
+ * Says how a call ended: 0 for success, otherwise what went wrong and, for parsers, where. It does
+ * not convert to bool, since in C a true status is a failure while a true ke::result is a success.
+ * Call ok() or failed(), or compare it with a number.
  */
 class [[nodiscard]] status {
   public:
-    /** Success. */
+    /** Makes a success. */
     constexpr status() noexcept = default;
-    /** A status of the C interface; a count, which is 0 or more, is success. */
+    /** Makes a status from the number that a C function returned. Every number from 0 up, such as a
+     *  count, is a success. */
     constexpr status(i32 code) noexcept : error_{code < 0 ? code : 0, 0, 0, 0} {}
-    /** A truth value is no status: `return false` would be a success. */
+    /** Deleted: a bool is not a status, and `return false` would mean success. */
     template <class T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
     status(T) = delete;
-    /** A status with a place in a text. */
+    /** Makes a status with a place in a text. */
     constexpr explicit status(const wiq_json_load_error& error) noexcept : error_(error) {}
 
-    /** Whether the call did what it was asked. */
+    /** Tells whether the call succeeded. */
     constexpr bool ok() const noexcept { return error_.status == 0; }
-    /** Whether it did not. */
+    /** Tells whether the call failed. */
     constexpr bool failed() const noexcept { return error_.status != 0; }
-    /** Not to be asked: see ok() and failed(). */
+    /** Deleted: call ok() or failed(). */
     explicit operator bool() const = delete;
-    /** The number; it becomes an `i32`, and nothing else, by itself. */
+    /** Returns the number. */
     constexpr i32 code() const noexcept { return error_.status; }
-    /** The number. */
+    /** Converts to the number implicitly, but only to `i32` and to no other type. */
     template <class T, class = std::enable_if_t<std::is_same_v<T, i32>>>
     constexpr operator T() const noexcept {
         return error_.status;
     }
 
-    /** Line in the text, from 1; 0 where the failure has no place. */
+    /** Returns the line in the text, from 1; 0 if the status has no place. */
     constexpr i32 line() const noexcept { return error_.line; }
-    /** Column in the line, from 1 (0 in front of it). */
+    /** Returns the column in the line, from 1; 0 if no character of the line was consumed. */
     constexpr i32 column() const noexcept { return error_.column; }
-    /** Bytes of the text that were consumed. */
+    /** Returns how many bytes of the text were consumed. */
     constexpr i32 position() const noexcept { return error_.position; }
-    /** The name, as "WIQ_ERR_RANGE". */
+    /** Returns the name, such as "WIQ_ERR_RANGE". */
     const char* name() const noexcept { return status_name(error_.status); }
-    /** The meaning in a few words, without the place. */
+    /** Returns the meaning in a few words, without the place. */
     const char* message() const noexcept { return status_text(error_.status); }
-    /** The whole sentence, with the place if there is one: "line 2, column 4: an invalid ...". */
+    /** Returns the meaning with the place, if there is one: "line 2, column 4: an invalid ...". */
     std::string describe() const {
         std::string text;
         if (error_.line > 0)
@@ -128,13 +136,13 @@ class [[nodiscard]] status {
     }
 
 #if defined(KE_UTILS_EXCEPTIONS)
-    /** Throws ke::bad_result after a failure. */
+    /** Throws ke::bad_result if the call failed. */
     void value() const;
 #endif
 
-    /** @name Comparison by number
+    /** @name Comparison by number; the place does not count
      *  @{ */
-    /** Comparison by number. */
+    /** Compares the numbers only; the place does not count. */
     friend constexpr bool operator==(const status& a, const status& b) noexcept {
         return a.code() == b.code();
     }
@@ -155,7 +163,7 @@ class [[nodiscard]] status {
     }
     /** @} */
 
-    /** Writes describe(). */
+    /** Writes the text of describe() to a stream. */
     template <class Traits>
     friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out,
                                                         const status& status) {
@@ -167,13 +175,14 @@ class [[nodiscard]] status {
 };
 
 #if defined(KE_UTILS_EXCEPTIONS)
-/** Thrown by value() of a status or result that is a failure; what() is the sentence with the place. */
+/** Thrown by value() of a status or result that is a failure; what() returns the text of
+ *  status::describe(). */
 class bad_result : public std::runtime_error {
   public:
-    /** From what failed. */
+    /** Makes an exception from the status of the call that failed. */
     explicit bad_result(const ke::status& status)
         : std::runtime_error(status.describe()), status_(status) {}
-    /** What failed. */
+    /** Returns the status of the call that failed. */
     const ke::status& status() const noexcept { return status_; }
 
   private:
@@ -186,32 +195,35 @@ inline void status::value() const {
 }
 #endif
 
-/** A value, or the status of the call that could not give one. True if there is a value. */
+/** Holds a value, or the status of the call that failed to produce it. It is true in a condition if
+ *  there is a value. */
 template <class T>
 class [[nodiscard]] result {
   public:
-    using value_type = T; /**< what it holds after success */
+    using value_type = T; /**< the type of the value */
 
-    /** A value. */
+    /** Makes a result with a value. */
     result(T given) noexcept(std::is_nothrow_move_constructible_v<T>) : value_(std::move(given)) {}
-    /** A failure; success has no place here, and counts as WIQ_ERR_FAILED. */
+    /** Makes a failure. A status of success is stored as WIQ_ERR_FAILED (-7), since there is no
+     *  value. */
     result(ke::status failure) noexcept
         : status_(failure.failed() ? failure : ke::status(WIQ_ERR_FAILED)) {}
-    /** A failure by its name, also where T is a number: `return WIQ_ERR_RANGE;`. */
+    /** Makes a failure from the name of a status, even if T is a number:
+     *  `return WIQ_ERR_RANGE;`. */
     result(wiq_status failure) noexcept : result(ke::status(static_cast<i32>(failure))) {}
-    /** The status of a call that gave no value. */
+    /** Makes a failure from the number of a status. */
     static result failure(i32 code) noexcept { return result(ke::status(code)); }
 
-    /** Whether there is a value. */
+    /** Tells whether there is a value. */
     explicit operator bool() const noexcept { return value_.has_value(); }
-    /** Whether there is a value. */
+    /** Tells whether there is a value. */
     bool has_value() const noexcept { return value_.has_value(); }
-    /** How the call ended. */
+    /** Returns how the call ended; success if there is a value. */
     ke::status status() const noexcept { return status_; }
 
-    /** @name The failure's number, place and sentence, as of status()
+    /** @name The number, place and meaning of the status
      *  @{ */
-    /** As of status(). */
+    /** Does what the function of the same name of status() does. */
     i32 code() const noexcept { return status_.code(); }
     i32 line() const noexcept { return status_.line(); }
     i32 column() const noexcept { return status_.column(); }
@@ -220,10 +232,11 @@ class [[nodiscard]] result {
     std::string describe() const { return status_.describe(); }
     /** @} */
 
-    /** @name The value; only for a result that has one
-     *  Of a temporary result the value is handed over, so that nothing refers to what is gone.
+    /** @name Access to the value
+     *  The result must have a value. Operator `*` of a temporary result returns the value itself,
+     *  not a reference to it, so that nothing refers to the result when it is gone.
      *  @{ */
-    /** The value. */
+    /** Returns the value; the result must have one. */
     T& operator*() & noexcept { return assert(value_), *value_; }
     const T& operator*() const& noexcept { return assert(value_), *value_; }
     T operator*() && { return assert(value_), std::move(*value_); }
@@ -238,21 +251,21 @@ class [[nodiscard]] result {
     }
     /** @} */
 
-    /** The value, or another one in its place. */
+    /** Returns a copy of the value, or `other` if there is none. */
     template <class U = T>
     T value_or(U&& other) const& {
         return value_ ? *value_ : static_cast<T>(std::forward<U>(other));
     }
-    /** The same, moved out. */
+    /** Moves the value out and returns it, or returns `other` if there is none. */
     template <class U = T>
     T value_or(U&& other) && {
         return value_ ? std::move(*value_) : static_cast<T>(std::forward<U>(other));
     }
 
 #if defined(KE_UTILS_EXCEPTIONS)
-    /** @name The value; throws ke::bad_result if there is none
+    /** @name Access to the value with a check
      *  @{ */
-    /** The value; throws ke::bad_result if there is none. */
+    /** Returns the value; throws ke::bad_result if there is none. */
     T& value() & {
         status_.value();
         return *value_;
@@ -268,13 +281,13 @@ class [[nodiscard]] result {
     /** @} */
 #endif
 #if defined(__cpp_lib_expected)
-    /** The same as the standard has it. */
+    /** Converts to std::expected, with a copy of the value. */
     operator std::expected<T, ke::status>() const& {
         if (value_)
             return *value_;
         return std::unexpected(status_);
     }
-    /** The same, moved out. */
+    /** Converts to std::expected and moves the value into it. */
     operator std::expected<T, ke::status>() && {
         if (value_)
             return std::move(*value_);
@@ -305,7 +318,8 @@ inline constexpr bool is_character = std::is_same_v<T, char> || std::is_same_v<T
                                      || std::is_same_v<T, char8_t>
 #endif
     ;
-// The integers that the C interface has. A compiler may have wider ones, which would lose their upper half.
+// True for the integers that the C interface takes. A compiler may have wider ones, which would
+// lose their upper half.
 template <class T>
 inline constexpr bool is_integer = std::is_integral_v<T> && sizeof(T) <= sizeof(u64) &&
                                    !std::is_same_v<T, bool> && !is_character<T>;
@@ -314,7 +328,8 @@ using plain = std::remove_cv_t<std::remove_reference_t<T>>;
 }  // namespace detail
 
 /**
- * Ends the function with the status of a call that failed; it must return a ke::status or a ke::result.
+ * Makes a call and, if it fails, returns its status from the current function, which must return a
+ * ke::status or a ke::result.
  * @code
  * KE_TRY(report.set("checked", true));
  * @endcode

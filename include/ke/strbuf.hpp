@@ -1,7 +1,8 @@
 /**
  * @file strbuf.hpp
- * ke::strbuf, a growable text on the C interface's string buffer, with typed appending and formatting in
- * place of printf: what does not fit its placeholder does not compile.
+ * Defines ke::strbuf, a growable text that uses the string buffer of the C interface. Its functions
+ * that append and format know the types of their arguments, which printf does not: an argument of a
+ * type that cannot be appended does not compile.
  */
 #ifndef KE_STRBUF_HPP
 #define KE_STRBUF_HPP
@@ -22,7 +23,8 @@ namespace ke {
  *  @{ */
 
 namespace detail {
-// How many "{}" a format has; -1 for a brace that is neither doubled nor one of a pair.
+// Returns the number of "{}" in a format; -1 if it has a brace that is neither doubled nor part of
+// a "{}".
 constexpr int count_places(std::string_view format) noexcept {
     int places = 0;
     for (std::size_t i = 0; i < format.size(); ++i) {
@@ -46,12 +48,14 @@ struct same {
 };
 }  // namespace detail
 
-/** A format for so many arguments: "{}" stands for each in turn, "{{" and "}}" for a brace. In C++20 a wrong
- *  number of them does not compile; in C++17 the call returns WIQ_ERR_BAD_FORMAT. */
+/** A format for arguments of the types Args. Each "{}" stands for the next argument, and "{{" and
+ *  "}}" stand for a brace. A format whose number of "{}" is not the number of arguments, or that
+ *  has a single brace, does not compile in C++20; in C++17 the call returns WIQ_ERR_BAD_FORMAT
+ *  (-7003). */
 template <class... Args>
 class format_text {
   public:
-    /** From a literal. */
+    /** Takes a literal. */
     template <std::size_t N>
 #if defined(__cpp_consteval)
     consteval
@@ -65,11 +69,11 @@ class format_text {
             detail::the_format_has_another_number_of_places_than_there_are_arguments();
 #endif
     }
-    /** The text. */
+    /** Returns the text. */
     constexpr std::string_view view() const noexcept {
         return text_;
     }
-    /** Whether it has a place for each argument. */
+    /** Tells whether the format is valid and has one "{}" for each argument. */
     constexpr bool fits() const noexcept {
         return fits_;
     }
@@ -82,13 +86,13 @@ class format_text {
 /** A growable text. */
 class strbuf {
   public:
-    /** Empty, without memory. */
+    /** Makes an empty text; allocates nothing. */
     strbuf() noexcept = default;
     strbuf(const strbuf&) = delete;
     strbuf& operator=(const strbuf&) = delete;
-    /** @name Moves leave the other one empty or with what this one held
+    /** @name Moves
      *  @{ */
-    /** Moves leave the other one empty or with what this one held. */
+    /** The move constructor leaves the other text empty; a move assignment exchanges the two. */
     strbuf(strbuf&& other) noexcept : buf_(std::exchange(other.buf_, wiq_strbuf{})) {}
     strbuf& operator=(strbuf&& other) & noexcept {
         std::swap(buf_, other.buf_);
@@ -97,9 +101,10 @@ class strbuf {
     /** @} */
     ~strbuf() { wiq_strbuf_finalize(&buf_); }
 
-    /** @name The text, valid until the next append
+    /** @name Access to the text
+     *  Views and pointers are valid until the text is changed.
      *  @{ */
-    /** The text, valid until the next append. */
+    /** Returns the text; views and pointers are valid until it is changed. */
     std::string_view view() const& noexcept {
         return buf_.data == nullptr ? std::string_view() : std::string_view(buf_.data, buf_.len);
     }
@@ -112,15 +117,18 @@ class strbuf {
     /** @} */
 
     /**
-     * Appends texts, characters, numbers, bools ("true", "false"), each as it is written in C++: integers in
-     * decimal, doubles with the digits that read back as the same number. 0; -5000; -7000 for a text with a
-     * NUL inside; after a failure the text is as it was.
+     * Appends texts, characters, numbers and bools ("true" or "false"). Integers are written in
+     * decimal, and doubles with as many digits as it takes to read back the same number. A text may
+     * lie in this buffer.
+     * @return 0; WIQ_ERR_NO_MEMORY (-5000) when out of memory; WIQ_ERR_INVALID_ARG (-7000) for a
+     *         text with a NUL inside, a character that is NUL or a text that is NULL. After a
+     *         failure the text is unchanged.
      */
     template <class... Args>
-    // NOLINTNEXTLINE(misc-no-recursion): once, into another buffer
+    // NOLINTNEXTLINE(misc-no-recursion): one level deep, into another buffer
     status append(const Args&... args) {
         if (sizeof...(args) > 1 && (lies_here(args) || ...)) {
-            strbuf all;  // the block may move before its own text is reached
+            strbuf all;  // the block may move before the text in it is appended
             const status made = all.append(args...);
             return made.failed() ? made : append(all);
         }
@@ -129,9 +137,11 @@ class strbuf {
         ((status = status != 0 ? status : append_one(args)), ...);
         return undo_if(status, before);
     }
-    /** Appends a text with arguments in its places: `append_format("{} of {}", done, all)`. As append(). */
+    /** Appends a format with its arguments: `append_format("{} of {}", done, all)`. Arguments and
+     *  statuses are those of append(), and WIQ_ERR_BAD_FORMAT for a format that does not fit its
+     *  arguments. */
     template <class... Args>
-    // NOLINTNEXTLINE(misc-no-recursion): once, into another buffer
+    // NOLINTNEXTLINE(misc-no-recursion): one level deep, into another buffer
     status append_format(typename detail::same<format_text<Args...>>::type format,
                          const Args&... args) {
         if (!format.fits())
@@ -150,29 +160,35 @@ class strbuf {
         status = status != 0 ? status : append_up_to_place(rest);
         return undo_if(status, before);
     }
-    /** Appends two upper-case hexadecimal digits a byte. 0, -5000, -7000 for no bytes with a count. */
+    /** Appends each byte as two upper-case hexadecimal digits. Returns 0, WIQ_ERR_NO_MEMORY, or
+     *  WIQ_ERR_INVALID_ARG if `bytes` is NULL and `count` is not 0. */
     status append_hex(const void* bytes, u64 count) noexcept {
         return count == 0 ? 0 : wiq_strbuf_printhex(&buf_, bytes, count);
     }
-    /** Replaces the text by a field of fixed width, which ends at a NUL; `trim` leaves out blanks at its ends. */
+    /** Replaces the text by that of a field of fixed width, which ends at the first NUL or fills
+     *  the field. With `trim`, white space at both ends is left out. Returns 0; WIQ_ERR_INVALID_ARG
+     *  if `bytes` is NULL and `width` is not 0; WIQ_ERR_NO_MEMORY, in which case the text is
+     *  empty. */
     status assign_field(const void* bytes, u64 width, bool trim) noexcept {
         return wiq_strbuf_struct_str(&buf_, bytes, width, trim);
     }
-    /** Makes room for exactly so many more bytes. 0, -5000. */
+    /** Resizes the block so that it has room for exactly so many more bytes, which may also shrink
+     *  it. Returns 0 or WIQ_ERR_NO_MEMORY. */
     status reserve_extra(u64 bytes) noexcept { return wiq_strbuf_extra_capacity(&buf_, bytes); }
-    /** Cuts the text to a length. 0, -7000 for one that is longer. */
+    /** Cuts the text to a length. Returns 0, or WIQ_ERR_INVALID_ARG if the text is shorter. */
     status truncate(u64 length) noexcept {
         return length == 0 && buf_.data == nullptr ? 0 : wiq_strbuf_reset_pos(&buf_, length);
     }
-    /** Empties it, keeps the block. */
+    /** Empties the text and keeps its block of memory. */
     void clear() noexcept { (void)wiq_strbuf_reset(&buf_); }
-    /** Hands the text over; the buffer is empty and usable afterwards. NULL without memory. */
+    /** Hands the text over to the caller; the buffer is empty afterwards and may be used again.
+     *  When out of memory, returns an empty owner and leaves the text unchanged. */
     c_text release() noexcept { return c_text(wiq_strbuf_release(&buf_)); }
-    /** The buffer itself, lent. */
+    /** Returns the buffer of the C interface, which stays owned. */
     wiq_strbuf* get() noexcept { return &buf_; }
 
   private:
-    // Whether an argument is a text in this very block.
+    // Tells whether an argument is a text that lies in this buffer's own block.
     template <class T>
     bool lies_here(const T& value) const noexcept {
         if constexpr (std::is_convertible_v<const T&, const char*>) {
@@ -236,7 +252,8 @@ class strbuf {
         char digits[40];
         int length = 0;
         double back = 0;
-        // The shortest of the precisions that reads back; the decimal point is that of the "C" locale.
+        // Takes the lowest precision that reads back as the same number. Both functions use the
+        // decimal point of the "C" locale.
         for (int precision = 15; precision <= 17; ++precision) {
             length = wiq_snprintf(digits, sizeof digits, "%.*g", precision, value);
             if (wiq_strtodouble(digits, &back) == 0 && !(back < value) && !(value < back))
@@ -250,7 +267,7 @@ class strbuf {
             if (rest[i] != '{' && rest[i] != '}')
                 continue;
             const bool place = rest[i] == '{' && rest[i + 1] == '}';
-            // Of a doubled brace the first one is written with what is in front of it.
+            // The first brace of a doubled one is written together with the text before it.
             const i32 status = append_bytes(rest.substr(from, i - from + (place ? 0 : 1)));
             if (status != 0)
                 return status;

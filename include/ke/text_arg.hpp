@@ -1,7 +1,8 @@
 /**
  * @file text_arg.hpp
- * How the layer takes texts: ke::text_arg hands a NUL-terminated one to the C interface, without a copy
- * where there is one already. Users never name it; they pass literals, std::string, std::string_view.
+ * Defines ke::text_arg, the type of the text parameters whose text goes to the C interface. It
+ * passes a NUL-terminated text and copies it only if the original may not end in a NUL. Users never
+ * name this type: they pass literals, std::string or std::string_view.
  */
 #ifndef KE_TEXT_ARG_HPP
 #define KE_TEXT_ARG_HPP
@@ -22,27 +23,29 @@ namespace ke {
  *  @{ */
 
 /**
- * A text on its way into a call. `const char*`, literals and `std::string` are passed as they are; a
- * `std::string_view`, which need not end in a NUL, is copied: on the stack up to 255 bytes, else on the
- * heap. A text of known length with a NUL inside is refused (-7000), since no string here can hold it.
+ * A text that is passed to a function. `const char*`, literals and `std::string` are passed without
+ * a copy. A `std::string_view`, which need not end in a NUL, is copied: to the stack if it has 255
+ * bytes or fewer, otherwise to the heap. A text of known length with a NUL inside is refused with
+ * WIQ_ERR_INVALID_ARG (-7000), since the C interface would cut it at the NUL.
  */
 class text_arg {
   public:
-    /** A literal, or another constant array; ends at its NUL. */
+    /** Takes a literal or another constant array. The text ends at the first NUL. */
     template <std::size_t N>
     text_arg(const char (&text)[N]) noexcept : text_(text), literal_(true) {}
-    /** A buffer; ends at its NUL. */
+    /** Takes a buffer. The text ends at the first NUL. */
     template <std::size_t N>
     text_arg(char (&text)[N]) noexcept : text_(text) {}
-    /** A pointer to a NUL-terminated text; NULL is what the function called says of it. */
+    /** Takes a pointer to a NUL-terminated text. What NULL means depends on the function that is
+     *  called. */
     template <class T,
               std::enable_if_t<std::is_same_v<T, const char*> || std::is_same_v<T, char*>, int> = 0>
     text_arg(const T& text) noexcept : text_(text) {}
-    /** A string. */
+    /** Takes a string. */
     text_arg(const std::string& text) noexcept : text_(text.c_str()) { refuse_nul(text); }
-    /** A string from the library. */
+    /** Takes a string that the library allocated. */
     text_arg(const c_text& text) noexcept : text_(text.get()) {}
-    /** A view, and what becomes one by itself; copied. */
+    /** Takes and copies a std::string_view, or anything that converts to one implicitly. */
     template <class T, std::enable_if_t<std::is_convertible_v<const T&, std::string_view> &&
                                             !std::is_convertible_v<const T&, const char*> &&
                                             !std::is_same_v<T, std::string>,
@@ -50,7 +53,7 @@ class text_arg {
     text_arg(const T& text) noexcept {
         copy(static_cast<std::string_view>(text));
     }
-    /** No text. */
+    /** Deleted: nullptr is not a text. */
     text_arg(std::nullptr_t) = delete;
     text_arg(const text_arg&) = delete;
     text_arg& operator=(const text_arg&) = delete;
@@ -59,11 +62,12 @@ class text_arg {
             std::free(const_cast<char*>(text_));
     }
 
-    /** The text; NULL where status() is a failure. */
+    /** Returns the text; NULL if status() is a failure. */
     const char* c_str() const noexcept { return text_; }
-    /** 0; -7000 for a text with a NUL inside; -5000 if there was no memory to copy it. */
+    /** Returns 0; WIQ_ERR_INVALID_ARG for a text with a NUL inside; WIQ_ERR_NO_MEMORY (-5000) when
+     *  out of memory to copy it. */
     i32 status() const noexcept { return status_; }
-    /** Whether it was written as a constant array and begins with "/". */
+    /** Tells whether the text is a literal (or another constant array) that begins with "/". */
     bool is_literal_path() const noexcept { return literal_ && text_[0] == '/'; }
 
   private:
@@ -103,7 +107,8 @@ class text_arg {
     char room_[256];
 };
 
-/** The key of a member, where a literal that begins with "/" would be taken for a mistaken pointer. */
+/** Marks a text as the key of a member. Use it for a key that begins with "/": a literal like that
+ *  would be refused as a JSON pointer whose suffix was forgotten. */
 inline std::string_view key(std::string_view text) noexcept {
     return text;
 }
