@@ -1,8 +1,8 @@
 /**
  * @file containers.hpp
- * The C interface's vector, hash map, locked map and string list as classes that own what they hold. They
- * are for code that shares these records with C; elsewhere the standard's containers serve. The string
- * buffer is in strbuf.hpp.
+ * Wraps the vector, hash map, locked map and string list of the C interface in classes that own
+ * what they hold. They are meant for code that shares these records with C; other code can use the
+ * containers of the standard library. The string buffer is in strbuf.hpp.
  */
 #ifndef KE_CONTAINERS_HPP
 #define KE_CONTAINERS_HPP
@@ -25,25 +25,25 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** A growable array of plain elements, one block, on wiq_vector. */
+/** A growable array of trivially copyable elements in one block; wraps wiq_vector. */
 template <class T>
 class vector {
     static_assert(std::is_trivially_copyable_v<T>, "elements are moved by realloc()");
     static_assert(alignof(T) <= alignof(std::max_align_t), "the block is malloc()'s");
 
   public:
-    using value_type = T;            /**< the elements */
+    using value_type = T;            /**< the type of the elements */
     using iterator = T*;             /**< walks the block */
     using const_iterator = const T*; /**< walks the block */
 
-    /** Makes an empty one; allocates nothing. */
+    /** Makes an empty vector; allocates nothing. */
     vector() noexcept { wiq_vector_init(&vec_, sizeof(T), 0, nullptr, nullptr); }
-    /** Copies may fail: assign() tells. */
+    /** Deleted, since a copy can fail: call assign(), which returns a status. */
     vector(const vector&) = delete;
     vector& operator=(const vector&) = delete;
-    /** @name Moves leave the other one empty or with what this one held
+    /** @name Moves
      *  @{ */
-    /** Moves leave the other one empty or with what this one held. */
+    /** The move constructor leaves the other one empty; a move assignment exchanges the two. */
     vector(vector&& other) noexcept : vector() { std::swap(vec_, other.vec_); }
     vector& operator=(vector&& other) & noexcept {
         std::swap(vec_, other.vec_);
@@ -52,9 +52,9 @@ class vector {
     /** @} */
     ~vector() { wiq_vector_finalize(&vec_); }
 
-    /** @name Size and elements, as in std::vector; nothing is checked
+    /** @name Size and elements, as in std::vector; no index is checked
      *  @{ */
-    /** Size and elements, as in std::vector; nothing is checked. */
+    /** Does what the function of the same name of std::vector does; no index is checked. */
     i32 size() const noexcept { return vec_.size; }
     i32 capacity() const noexcept { return vec_.capacity; }
     bool empty() const noexcept { return vec_.size == 0; }
@@ -67,14 +67,17 @@ class vector {
     T& operator[](i32 index) noexcept { return data()[index]; }
     const T& operator[](i32 index) const noexcept { return data()[index]; }
     /** @} */
-    /** The element, nullptr out of range; a negative index counts from the end. */
+    /** Returns the element at an index, or nullptr if the index is out of range. A negative index
+     *  counts from the end. */
     T* at(i32 index) noexcept { return static_cast<T*>(wiq_vector_get(&vec_, index)); }
-    /** The element, nullptr out of range. */
+    /** Returns the element at an index, or nullptr if the index is out of range. A negative index
+     *  counts from the end. */
     const T* at(i32 index) const noexcept {
         return static_cast<const T*>(wiq_vector_get_const(&vec_, index));
     }
 
-    /** 0 or -5000, and then the vector is as it was. */
+    /** Appends an element. Returns 0, or WIQ_ERR_NO_MEMORY (-5000) when out of memory, with the
+     *  vector unchanged. */
     status push_back(const T& value) noexcept {
         const T copy = value;  // `value` may lie in the block that moves
         void* const place = wiq_vector_push(&vec_);
@@ -83,7 +86,9 @@ class vector {
         new (place) T(copy);
         return 0;
     }
-    /** Becomes a copy of a range of elements, which may not be its own. 0 or -5000, and then it is as it was. */
+    /** Replaces the contents by copies of `count` elements, which may lie in this vector, too.
+     *  Returns 0; WIQ_ERR_INVALID_ARG (-7000) for a negative count; WIQ_ERR_NO_MEMORY when out of
+     *  memory. After a failure the vector is unchanged. */
     status assign(const T* first, i32 count) noexcept {
         vector other;
         const i32 status = wiq_vector_resize(&other.vec_, count);
@@ -93,7 +98,8 @@ class vector {
             std::swap(vec_, other.vec_);
         return status;
     }
-    /** Drops elements, or adds copies of a value. 0, -7000 for a negative size, -5000. */
+    /** Removes elements from the end, or appends copies of a value, until there are `size`. Returns
+     *  0; WIQ_ERR_INVALID_ARG for a negative size; WIQ_ERR_NO_MEMORY when out of memory. */
     status resize(i32 size, const T& value = T()) noexcept {
         const T copy = value;
         const i32 before = vec_.size;
@@ -102,28 +108,29 @@ class vector {
             new (data() + i) T(copy);
         return status;
     }
-    /** Drops the last elements: 0, or -7000 if there are fewer. */
+    /** Removes the last `count` elements. Returns 0, or WIQ_ERR_INVALID_ARG if there are fewer. */
     status pop_back(i32 count = 1) noexcept { return wiq_vector_pop(&vec_, count); }
-    /** Makes room for exactly so many more: 0, -7000 for a negative number, -5000. */
+    /** Resizes the block so that it has room for exactly so many more elements. Returns 0;
+     *  WIQ_ERR_INVALID_ARG for a negative number; WIQ_ERR_NO_MEMORY when out of memory. */
     status reserve_extra(i32 extra) noexcept { return wiq_vector_extra_capacity(&vec_, extra); }
-    /** Drops all elements, keeps the block. */
+    /** Removes all elements and keeps the block. */
     void clear() noexcept { (void)wiq_vector_resize(&vec_, 0); }
-    /** The vector itself, lent. */
+    /** Returns the vector of the C interface, which stays owned. */
     wiq_vector* get() noexcept { return &vec_; }
 
   private:
     wiq_vector vec_;
 };
 
-/** What a walk over a map gives. */
+/** An entry that a walk over a map meets. */
 template <class V>
 struct map_entry {
-    std::string_view key; /**< lives as long as the entry */
+    std::string_view key; /**< valid as long as the entry is in the map */
     V& value;             /**< may be changed, unless the map is const */
 };
 
 namespace detail {
-// A key and a value as the maps own them, from malloc() and new.
+// A key and a value as the maps own them: the key comes from malloc(), the value from new.
 template <class V>
 struct owned_pair {
     c_text key;
@@ -146,17 +153,17 @@ struct owned_pair {
 };
 }  // namespace detail
 
-/** A hash map from text to V on wiq_map; it owns its keys and values. */
+/** A hash map from text to V that owns its keys and values; wraps wiq_map. */
 template <class V>
 class map {
   public:
-    /** Makes an empty one. If that runs out of memory, every set() reports it. */
+    /** Makes an empty map. If that runs out of memory, set() tries again and reports a failure. */
     map() noexcept { ready_ = init() == 0; }
     map(const map&) = delete;
     map& operator=(const map&) = delete;
-    /** @name Moves leave the other one empty or with what this one held
+    /** @name Moves
      *  @{ */
-    /** Moves leave the other one empty or with what this one held. */
+    /** The move constructor leaves the other one empty; a move assignment exchanges the two. */
     map(map&& other) noexcept : map_(other.map_), ready_(std::exchange(other.ready_, false)) {}
     map& operator=(map&& other) & noexcept {
         std::swap(map_, other.map_);
@@ -169,19 +176,20 @@ class map {
             wiq_map_finalize(&map_);
     }
 
-    /** Entries. */
+    /** Returns the number of entries. */
     u64 size() const noexcept { return ready_ ? map_.size : 0; }
-    /** Whether there are none. */
+    /** Tells whether there are none. */
     bool empty() const noexcept { return size() == 0; }
-    /** Whether a key is there. */
+    /** Tells whether a key is there. */
     bool contains(const text_arg& key) const noexcept { return find(key) != nullptr; }
     /** Returns the value under a key, or nullptr if the key is absent. */
     V* find(const text_arg& key) noexcept { return static_cast<V*>(lookup(key)); }
     /** Returns the value under a key, or nullptr if the key is absent. */
     const V* find(const text_arg& key) const noexcept { return static_cast<V*>(lookup(key)); }
 
-    /** Stores a value, in place of one that is there. 0, -5000, -7000 for a key with a NUL inside; after a
-     *  failure the map is as it was. */
+    /** Stores a value under a key and replaces the value that is there. Returns 0;
+     *  WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_INVALID_ARG for a key with a NUL inside. After
+     *  a failure the map is unchanged. */
     status set(const text_arg& key, V value) {
         if (key.status() != 0)
             return key.status();
@@ -198,30 +206,31 @@ class map {
         const i32 status = wiq_map_put(&map_, pair.key.get(), pair.value.get());
         if (map_.size == before)
             return status;
-        // Stored: a table that could not grow holds it all the same.
+        // The pair is stored: a put whose table could not grow has stored it all the same.
         pair.release();
         return 0;
     }
-    /** Whether there was something to remove. */
+    /** Removes a key and its value. Tells whether the key was there. */
     bool erase(const text_arg& key) noexcept {
         const u64 before = size();
         if (ready_ && key.c_str() != nullptr)
             wiq_map_remove(&map_, key.c_str());
         return size() != before;
     }
-    /** Removes all. */
+    /** Removes all entries. */
     void clear() noexcept {
         if (ready_)
             wiq_map_remove_all(&map_);
     }
 
-    /** `for (auto [key, value] : entries)`, in map order; the map must not change meanwhile, its values may. */
+    /** Walks the entries in map order: `for (auto [key, value] : entries)`. Values may be changed
+     *  during the walk, but entries must not be added or removed. */
     template <class T>
     class walk {
       public:
-        /** @name What the standard asks of an iterator
+        /** @name What the standard requires of an iterator
          *  @{ */
-        /** What the standard asks of an iterator. */
+        /** What the standard requires of an iterator. */
         using iterator_concept = std::forward_iterator_tag;
         using iterator_category = std::input_iterator_tag;
         using value_type = map_entry<T>;
@@ -264,17 +273,18 @@ class map {
         u64 bucket_ = 0;
         wiq_map_entry* entry_ = nullptr;
     };
-    using iterator = walk<V>;             /**< may change values */
-    using const_iterator = walk<const V>; /**< may not */
-    /** @name The entries
+    using iterator = walk<V>;             /**< can change values */
+    using const_iterator = walk<const V>; /**< cannot change values */
+    /** @name Walking the entries
      *  @{ */
-    /** The entries. */
+    /** Returns an iterator at the first entry or after the last one. */
     iterator begin() noexcept { return {&map_, ready_ ? 0 : map_.bucket_count}; }
     iterator end() noexcept { return {&map_, map_.bucket_count}; }
     const_iterator begin() const noexcept { return {&map_, ready_ ? 0 : map_.bucket_count}; }
     const_iterator end() const noexcept { return {&map_, map_.bucket_count}; }
     /** @} */
-    /** The map itself, lent; keys are `char*`, values `V*`. */
+    /** Returns the map of the C interface, which stays owned. Its keys are `char*` from malloc(),
+     *  and its values are `V*` from new. */
     wiq_map* get() noexcept { return &map_; }
 
   private:
@@ -291,18 +301,20 @@ class map {
 };
 
 /**
- * A hash map from text to V that threads share, on wiq_safe_map: every call holds its mutex. Values are
- * copied out, since another thread may replace them at any time.
+ * A hash map from text to V that threads can share; wraps wiq_safe_map. Every function holds its
+ * mutex while it uses the map. Functions return copies of values, since another thread may replace
+ * a value at any time.
  */
 template <class V>
 class locked_map {
   public:
-    /** Makes an empty one. If memory or the mutex is missing, every set() reports it. */
+    /** Makes an empty map. If that fails, when out of memory or since the mutex cannot be made,
+     *  every set() and find_or_make() returns the status. */
     locked_map() noexcept {
         status_ = wiq_safe_map_init(&map_, 0, wiq_hash_str, wiq_cmp_str, std::free,
                                     detail::owned_pair<V>::drop);
     }
-    /** It stays where it is: a mutex does not move. */
+    /** Deleted, as are moves: a mutex cannot be copied or moved. */
     locked_map(const locked_map&) = delete;
     locked_map& operator=(const locked_map&) = delete;
     ~locked_map() {
@@ -310,13 +322,14 @@ class locked_map {
             wiq_safe_map_finalize(&map_);
     }
 
-    /** Entries. */
+    /** Returns the number of entries. */
     u64 size() noexcept { return status_ == 0 ? wiq_safe_map_size(&map_) : 0; }
-    /** Whether a key is there. */
+    /** Tells whether a key is there. */
     bool contains(const text_arg& key) noexcept {
         return status_ == 0 && key.c_str() != nullptr && wiq_safe_map_test_key(&map_, key.c_str());
     }
-    /** A copy of the value under a key, made while the lock is held. */
+    /** Returns a copy of the value under a key, which is made while the lock is held; empty if the
+     *  key is absent. */
     std::optional<V> find(const text_arg& key) {
         std::optional<V> found;
         if (key.c_str() != nullptr)
@@ -328,9 +341,14 @@ class locked_map {
         return found;
     }
     /**
-     * A copy of the value under a key; where there is none, `make()` makes it first. That happens with the lock held:
-     * threads that ask for one key have its value made once. `make()` gives a V or a ke::result<V>; it may throw, and
-     * must not use the map. -5000; -5007; -7000 for NULL or a NUL inside the key; the failure that `make()` gives.
+     * Returns a copy of the value under a key. If the key is absent, calls `make()` and stores the
+     * value that it returns first. The lock is held meanwhile, so if several threads ask for the
+     * same key, its value is made only once.
+     * @param key  the key
+     * @param make returns a V or a ke::result<V>; it may throw, and must not use the map
+     * @return the value; WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_LOCK_INIT (-5007) if the
+     *         mutex could not be made; WIQ_ERR_INVALID_ARG for a key that is NULL or has a NUL
+     *         inside; the status of the failure that `make()` returns
      */
     template <class Make>
     result<V> find_or_make(const text_arg& key, Make&& make) {
@@ -348,7 +366,7 @@ class locked_map {
                 detail::owned_pair<V> pair(key, V(*fresh));
                 const i32 status =
                     pair ? wiq_map_put(&map_.map, pair.key.get(), pair.value.get()) : 0;
-                // Stored also by a put whose table could not grow.
+                // A put whose table could not grow has stored the pair all the same.
                 if (!pair || wiq_map_get(&map_.map, pair.key.get()) != pair.value.get())
                     return result<V>::failure(pair ? status : WIQ_ERR_NO_MEMORY);
                 pair.release();
@@ -356,7 +374,7 @@ class locked_map {
             });
             return true;
         };
-        // Between the two questions another thread may have removed the key.
+        // Between the two calls another thread may remove the key; then they are tried again.
         while (!when_absent(key.c_str(), make_and_put)) {
             if (std::optional<V> found = find(key))
                 return *std::move(found);
@@ -364,7 +382,9 @@ class locked_map {
         keeper.rethrow();
         return made;
     }
-    /** Stores a value, in place of one that is there. 0; -5000; -5007; -7000 for a key with a NUL inside. */
+    /** Stores a value under a key and replaces the value that is there. Returns 0;
+     *  WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_LOCK_INIT if the mutex could not be made;
+     *  WIQ_ERR_INVALID_ARG for a key with a NUL inside. */
     status set(const text_arg& key, V value) {
         if (status_ != 0 || key.status() != 0)
             return status_ != 0 ? status_ : key.status();
@@ -375,18 +395,19 @@ class locked_map {
         bool stored = false;
         const auto put = [&] {
             status = wiq_map_put(&map_.map, pair.key.get(), pair.value.get());
-            // Stored also by a put whose table could not grow.
+            // A put whose table could not grow has stored the pair all the same.
             stored = wiq_map_get(&map_.map, pair.key.get()) == pair.value.get();
             return true;
         };
-        // Between the two questions another thread may have emptied the map.
+        // The first call stores a new key, the second one replaces a value. Between the two another
+        // thread may empty the map; then they are tried again.
         while (!when_absent(key.c_str(), put) && !locked(put)) {
         }
         if (stored)
             pair.release();
         return stored ? 0 : status;
     }
-    /** Whether there was something to remove. */
+    /** Removes a key and its value. Tells whether the key was there. */
     bool erase(const text_arg& key) noexcept {
         bool erased = false;
         if (key.c_str() != nullptr)
@@ -397,8 +418,9 @@ class locked_map {
             });
         return erased;
     }
-    /** Calls `visitor(std::string_view key, V& value)` for every entry with the lock held; it must not add or
-     *  remove entries. What it throws ends the walk. */
+    /** Calls `visitor(std::string_view key, V& value)` for every entry while the lock is held. The
+     *  visitor must not add or remove entries. An exception that it throws ends the walk and is
+     *  thrown on to the caller. */
     template <class Visitor>
     void for_each(Visitor&& visitor) {
         walk([&](void* key, void* value) {
@@ -408,7 +430,7 @@ class locked_map {
     }
 
   private:
-    // Calls back for every entry until the answer is false.
+    // Calls `call(key, value)` for every entry until it returns false.
     template <class Call>
     void walk(Call call) {
         struct state {
@@ -426,8 +448,9 @@ class locked_map {
             &state);
         state.keeper.rethrow();
     }
-    // Does something once while the lock is held: as a factory for a missing key, which then says that it has
-    // made no value. False, and nothing is done, if the key is there.
+    // Runs an action once while the lock is held: the action is passed as the factory of a missing
+    // key's value, and the factory then reports that it failed to make one. If the key is there,
+    // returns false and runs nothing.
     template <class Action>
     bool when_absent(const char* key, Action& action) {
         struct state {
@@ -446,8 +469,8 @@ class locked_map {
             &state, &status);
         return state.done;
     }
-    // Does something once while the lock is held: in a walk that ends with its first entry. False, and
-    // nothing is done, if the map is empty.
+    // Runs an action once while the lock is held: in a walk that ends at its first entry. If the
+    // map is empty, returns false and runs nothing.
     template <class Action>
     bool locked(Action action) {
         bool done = false;
@@ -463,16 +486,16 @@ class locked_map {
     i32 status_;
 };
 
-/** A list of owned strings on wiq_strv. */
+/** A list of strings that it owns; wraps wiq_strv. */
 class string_list {
   public:
-    /** Makes an empty one; allocates nothing. */
+    /** Makes an empty list; allocates nothing. */
     string_list() noexcept { wiq_strv_init(&list_); }
     string_list(const string_list&) = delete;
     string_list& operator=(const string_list&) = delete;
-    /** @name Moves leave the other one empty or with what this one held
+    /** @name Moves
      *  @{ */
-    /** Moves leave the other one empty or with what this one held. */
+    /** The move constructor leaves the other one empty; a move assignment exchanges the two. */
     string_list(string_list&& other) noexcept : string_list() { std::swap(list_, other.list_); }
     string_list& operator=(string_list&& other) & noexcept {
         std::swap(list_, other.list_);
@@ -481,35 +504,37 @@ class string_list {
     /** @} */
     ~string_list() { wiq_strv_finalize(&list_); }
 
-    /** Appends a copy. 0; -5000; -7000 for a text with a NUL inside; after a failure the list is as it was. */
+    /** Appends a copy of a text. Returns 0; WIQ_ERR_NO_MEMORY when out of memory;
+     *  WIQ_ERR_INVALID_ARG for a text that is NULL or has a NUL inside. After a failure the list is
+     *  unchanged. */
     status push_back(const text_arg& text) noexcept {
         if (text.c_str() == nullptr)
             return text.status() != 0 ? text.status() : static_cast<i32>(WIQ_ERR_INVALID_ARG);
         const i32 before = list_.size;
         const i32 status = wiq_strv_push(&list_, text.c_str());
         if (status != 0 && list_.size != before)
-            wiq_vector_pop(&list_, 1);  // the slot that found no text
+            wiq_vector_pop(&list_, 1);  // the slot whose text could not be copied
         return status;
     }
-    /** Drops the last strings. 0, or -7000 if there are fewer. */
+    /** Removes the last `count` strings. Returns 0, or WIQ_ERR_INVALID_ARG if there are fewer. */
     status pop_back(i32 count = 1) noexcept { return wiq_vector_pop(&list_, count); }
-    /** Sorts by unsigned bytes. */
+    /** Sorts the strings; bytes compare as unsigned numbers. */
     void sort() noexcept { wiq_strv_sort(&list_); }
-    /** Drops all. */
+    /** Removes all strings. */
     void clear() noexcept { (void)wiq_vector_resize(&list_, 0); }
-    /** How many there are. */
+    /** Returns the number of strings. */
     i32 size() const noexcept { return list_.size; }
-    /** Whether there are none. */
+    /** Tells whether there are none. */
     bool empty() const noexcept { return list_.size == 0; }
-    /** A string; nothing is checked. */
+    /** Returns the string at an index, which is not checked. */
     std::string_view operator[](i32 index) const noexcept { return text_of(texts()[index]); }
 
     /** Walks the strings. */
     class iterator {
       public:
-        /** @name What the standard asks of an iterator
+        /** @name What the standard requires of an iterator
          *  @{ */
-        /** What the standard asks of an iterator. */
+        /** What the standard requires of an iterator. */
         using iterator_concept = std::forward_iterator_tag;
         using iterator_category = std::input_iterator_tag;
         using value_type = std::string_view;
@@ -532,13 +557,14 @@ class string_list {
       private:
         const char* const* at_ = nullptr;
     };
-    /** @name The strings; valid as long as the list does not change
+    /** @name Walking the strings; iterators are valid until the list changes
      *  @{ */
-    /** The strings. */
+    /** Returns an iterator at the first string or after the last one; valid until the list
+     *  changes. */
     iterator begin() const noexcept { return iterator(texts()); }
     iterator end() const noexcept { return iterator(texts() + list_.size); }
     /** @} */
-    /** The list itself, lent. */
+    /** Returns the list of the C interface, which stays owned. */
     wiq_strv* get() noexcept { return &list_; }
 
   private:
