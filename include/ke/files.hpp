@@ -1,8 +1,10 @@
 /**
  * @file files.hpp
- * Files and paths: whole files read and replaced atomically, documents loaded and saved, directories, path
- * strings, schema files, and conversions between UTF-8 and wide text. Names are UTF-8 with either separator
- * on both platforms. INI files are in ini.hpp.
+ * Works with files and paths: reads whole files and replaces them atomically, loads and saves
+ * documents, makes and removes directories, takes path strings apart and joins them, opens schema
+ * files, and converts between UTF-8 and wide text. File names are UTF-8 and may use either
+ * separator on both platforms, unless a function's comment says otherwise. INI files are in
+ * ini.hpp.
  */
 #ifndef KE_FILES_HPP
 #define KE_FILES_HPP
@@ -24,7 +26,7 @@
 
 #if defined(_WIN32)
 /** @cond */
-// As <windows.h> declares it, which is too large to include here.
+// The same declaration as in <windows.h>, which is too large to include here.
 extern "C" __declspec(dllimport) int __stdcall MoveFileExW(const wchar_t*, const wchar_t*,
                                                            unsigned long);
 /** @endcond */
@@ -46,10 +48,10 @@ inline result<std::string> taken_text(char* text, i32 otherwise) {
 }
 }  // namespace detail
 
-/** An open stream, closed with its owner. */
+/** Owns an open stream and closes it in the destructor. */
 using file = owned<std::FILE, detail::close_stream>;
 
-/** Opens a stream; modes as in fopen(). The statuses of wiq_fopen(). */
+/** Opens a file; the modes are those of fopen(). Returns the stream, or a status of wiq_fopen(). */
 inline result<file> open_file(const text_arg& path, const char* mode) {
     if (path.status() != 0)
         return result<file>::failure(path.status());
@@ -59,7 +61,8 @@ inline result<file> open_file(const text_arg& path, const char* mode) {
                              : result<file>::failure(static_cast<i32>(err));
 }
 
-/** Reads a line, its "\n" included; WIQ_ERR_EOF at the end. */
+/** Reads a line, including its "\n". Returns the status of wiq_getline(): WIQ_ERR_EOF (-3004) at
+ *  the end of the stream. After a failure `line` is unchanged. */
 inline status read_line(std::FILE* stream, std::string& line) {
     char* text = nullptr;
     std::size_t size = 0;
@@ -70,7 +73,8 @@ inline status read_line(std::FILE* stream, std::string& line) {
     return length;
 }
 
-/** The bytes of a file. WIQ_ERR_FILE_EMPTY is no failure here; otherwise the statuses of wiq_load_file(). */
+/** Returns the bytes of a file, or a status of wiq_load_file(). An empty file is not a failure
+ *  here: WIQ_ERR_FILE_EMPTY (-3001) becomes an empty string. */
 inline result<std::string> load_text(const text_arg& path) {
     if (path.status() != 0)
         return result<std::string>::failure(path.status());
@@ -86,7 +90,7 @@ inline result<std::string> load_text(const text_arg& path) {
 
 namespace detail {
 
-// Puts a file in the place of another one, in one step. Changes the texts on Linux.
+// Replaces the file `to` by the file `from` in one step. On Linux it changes the two strings.
 inline i32 replace_file(std::string& from, std::string& to) noexcept {
 #if defined(_WIN32)
     u32 err = 0;
@@ -100,7 +104,7 @@ inline i32 replace_file(std::string& from, std::string& to) noexcept {
                ? 0
                : static_cast<i32>(WIQ_ERR_IO);
 #else
-    // The library's separator, as the library gives it to the system.
+    // Linux gets "/" for the library's separator "\", as from the functions of the library.
     for (std::string* name : {&from, &to}) {
         for (char& c : *name)
             c = c == '\\' ? '/' : c;
@@ -112,7 +116,7 @@ inline i32 replace_file(std::string& from, std::string& to) noexcept {
 #endif
 }
 
-// Whether all that was written has reached the disk.
+// Flushes a stream to the disk. Returns false on failure.
 inline bool sync(std::FILE* stream) noexcept {
     if (std::fflush(stream) != 0)
         return false;
@@ -123,13 +127,15 @@ inline bool sync(std::FILE* stream) noexcept {
 #endif
 }
 
-// Writes a new file beside its place with `write(FILE*)`, which gives a status, and puts it there when it is
-// complete: who reads the file meets the old text or the new one, never a part.
+// Makes a new file in the same directory, fills it with `write(FILE*)`, which returns a status, and
+// renames it to its final name when it is complete. A reader of the file sees either the old text
+// or the new one, never a part.
 template <class Write>
 status save(const text_arg& path, Write write) {
     if (path.c_str() == nullptr)
         return path.status() != 0 ? path.status() : static_cast<i32>(WIQ_ERR_INVALID_ARG);
-    // Made first: an exception after the temporary file exists would leave that file on the disk.
+    // The strings are made before the temporary file, since an exception after it was made would
+    // leave it on the disk.
     std::string target(path.c_str());
     std::string name = target + ".XXXXXX";
     u32 err = 0;
@@ -151,10 +157,11 @@ status save(const text_arg& path, Write write) {
 }  // namespace detail
 
 /**
- * Writes a file, in the place of one that is there: the text is written beside it, flushed to the disk, and put
- * in its place in one step. After a failure the old file is as it was. On Linux a file that is replaced hands
- * its permissions on, and a symbolic link is replaced itself.
- * @return 0; the statuses of wiq_fopen(); WIQ_ERR_IO
+ * Writes a file, and replaces one that is there. The text is written to a temporary file in the
+ * same directory and flushed to the disk, and then that file takes the final name in one step.
+ * After a failure the old file is unchanged. On Linux the new file gets the permissions of the one
+ * that it replaces, and a symbolic link is replaced itself, not the file that it leads to.
+ * @return 0; a status of wiq_fopen(); WIQ_ERR_IO (-3) if the file cannot be written or replaced
  */
 inline status save_text(const text_arg& path, std::string_view text) {
     return detail::save(path, [&](std::FILE* stream) -> status {
@@ -164,7 +171,8 @@ inline status save_text(const text_arg& path, std::string_view text) {
     });
 }
 
-/** Loads a document in UTF-8. The statuses of wiq_load_file() and of the parser, the latter with their place. */
+/** Loads a UTF-8 document from a file. Returns the document, a status of wiq_load_file(), or a
+ *  status of the parser with the place of the mistake. */
 inline result<json> load_file(const text_arg& path, load_flags flags = {}) {
     if (path.status() != 0)
         return result<json>::failure(path.status());
@@ -180,8 +188,8 @@ inline result<json> json::load_file(const text_arg& path, load_flags flags) {
     return ke::load_file(path, flags);
 }
 
-/** Saves a document as save_text() does, in UTF-8, with a line feed at its end. Also ke::err_empty and the
- *  statuses of json_view::dump(). */
+/** Saves a document as save_text() does, in UTF-8 and with a line feed at the end. Returns a status
+ *  of save_text(), ke::err_empty for an empty view, or a status of json_view::dump(). */
 inline status save_file(const text_arg& path, json_view value, dump_flags flags = {}) {
     if (!value)
         return err_empty;
@@ -193,11 +201,13 @@ inline status save_file(const text_arg& path, json_view value, dump_flags flags 
 
 /** @name Directories and files
  *  @{ */
-/** Makes a directory and the parents that are missing. */
+/** Makes a directory and any missing parents. Only "\\" separates the levels; returns a status of
+ *  wiq_mkdir(). */
 inline status make_directory(const text_arg& path) {
     return path.status() != 0 ? path.status() : wiq_mkdir(path.c_str());
 }
-/** Makes the directory that a file is to stand in. */
+/** Makes the directory that is to contain a file: the part of `path` before the last "\\". Returns
+ *  0 if there is no "\\", otherwise a status of wiq_mkdir(). */
 inline status make_parents(const text_arg& path) {
     return path.status() != 0 ? path.status() : wiq_mkdir_parents(path.c_str());
 }
@@ -209,23 +219,26 @@ inline status remove_directory(const text_arg& path) {
 inline status remove_file(const text_arg& path) {
     return path.status() != 0 ? path.status() : wiq_unlink(path.c_str());
 }
-/** Renames a file or directory; an existing target is refused. */
+/** Renames a file or directory. Something that already has the new name is never replaced. */
 inline status rename_file(const text_arg& from, const text_arg& to) {
     if (from.status() != 0 || to.status() != 0)
         return from.status() != 0 ? from.status() : to.status();
     return wiq_rename(from.c_str(), to.c_str());
 }
-/** What access() asks for. */
+/** The kinds of access that has_access() can test. */
 enum class access_mode { exists = 0, write = 2, read = 4, read_write = 6 };
-/** Whether there is that access to a path. */
+/** Tells whether a path exists and allows this kind of access, as wiq_access() does: also true for
+ *  a path that cannot be converted. False for NULL or a text with a NUL inside. */
 inline bool has_access(const text_arg& path, access_mode mode = access_mode::exists) {
     return path.c_str() != nullptr && wiq_access(path.c_str(), static_cast<int>(mode)) == 0;
 }
-/** The directory of the running executable. */
+/** Returns the directory of the running executable, or WIQ_ERR_NOT_FOUND (-3002) if it cannot be
+ *  found out or when out of memory. */
 inline result<std::string> install_dir() {
     return detail::taken_text(wiq_install_dir(), WIQ_ERR_NOT_FOUND);
 }
-/** The user's home directory. */
+/** Returns the user's home directory, or WIQ_ERR_NOT_FOUND if it cannot be found out or when out of
+ *  memory. */
 inline result<std::string> home_dir() {
     return detail::taken_text(wiq_home_dir(), WIQ_ERR_NOT_FOUND);
 }
@@ -238,21 +251,23 @@ inline std::string_view base_name(std::string_view path) noexcept {
     const std::size_t at = path.find_last_of("\\/");
     return at == std::string_view::npos ? path : path.substr(at + 1);
 }
-/** The directory of the last part, as wiq_dirname(). */
+/** Returns the directory of the last part, as wiq_dirname() does: "C:\\dir" for "C:\\dir\\f", and
+ *  "" for "f". */
 inline std::string dir_name(std::string path) {
     wiq_dirname(path.data());
     path.resize(std::strlen(path.c_str()));
     return path;
 }
-/** Whether a path begins with "\\" or has ":" as its second character. */
+/** Tells whether a path begins with "\\" or has ":" as its second character. */
 inline bool is_absolute(const text_arg& path) noexcept {
     return wiq_is_abs_path(path.c_str());
 }
-/** Whether a name holds no separator. */
+/** Tells whether a name contains neither "\\" nor "/". */
 inline bool is_file_name(std::string_view name) noexcept {
     return name.find_first_of("\\/") == std::string_view::npos;
 }
-/** Joins parts with one "\\" each, as wiq_append_path(). */
+/** Joins parts with one "\\" between each two, as wiq_append_path() does. Returns the path, or a
+ *  status of wiq_append_path(). */
 template <class... Parts>
 result<std::string> join_path(const Parts&... parts) {
     struct joined_text : wiq_strbuf {
@@ -273,8 +288,9 @@ result<std::string> join_path(const Parts&... parts) {
 
 /** @name Encodings
  *  @{ */
-/** Wide text as UTF-8. WIQ_ERR_ENCODING for text that is no valid UTF-16 (Windows) or UTF-32;
- *  WIQ_ERR_INVALID_ARG for a NUL inside. */
+/** Converts wide text to UTF-8. Returns the text; WIQ_ERR_ENCODING (-5006) for text that is not
+ *  valid UTF-16 (Windows) or UTF-32 (Linux); WIQ_ERR_INVALID_ARG (-7000) for a NUL inside;
+ *  WIQ_ERR_NO_MEMORY (-5000) when out of memory. */
 inline result<std::string> to_utf8(const std::wstring& wide) {
     if (wide.find(L'\0') != std::wstring::npos)
         return result<std::string>::failure(WIQ_ERR_INVALID_ARG);
@@ -282,7 +298,8 @@ inline result<std::string> to_utf8(const std::wstring& wide) {
     char* const text = narrow(wide.c_str(), &err);
     return detail::taken_text(text, err == 8 ? WIQ_ERR_NO_MEMORY : WIQ_ERR_ENCODING);
 }
-/** UTF-8 as wide text; what is invalid becomes U+FFFD. */
+/** Converts UTF-8 to wide text; invalid bytes become U+FFFD. Returns the text; WIQ_ERR_INVALID_ARG
+ *  for NULL or a NUL inside; WIQ_ERR_NO_MEMORY when out of memory. */
 inline result<std::wstring> to_wide(const text_arg& text) {
     if (text.c_str() == nullptr)
         return result<std::wstring>::failure(text.status() != 0 ? text.status()
@@ -291,10 +308,12 @@ inline result<std::wstring> to_wide(const text_arg& text) {
     return wide ? result<std::wstring>(std::wstring(wide.get()))
                 : result<std::wstring>::failure(WIQ_ERR_NO_MEMORY);
 }
-/** The arguments of wmain(), the entry of Windows, in UTF-8: `ke::arguments::of(count, wide)`. */
+/** The arguments of wmain(), the entry point of Windows, converted to UTF-8:
+ *  `ke::arguments::of(count, wide)`. */
 class arguments {
   public:
-    /** Converts them. WIQ_ERR_ENCODING if one is no valid UTF-16 (Windows) or UTF-32; -5000. */
+    /** Converts the arguments. Returns WIQ_ERR_ENCODING if one is not valid UTF-16 (Windows) or
+     *  UTF-32 (Linux), and WIQ_ERR_NO_MEMORY when out of memory. */
     static result<arguments> of(int count, const wchar_t* const* wide) noexcept {
         u32 err = 0;
         char** const texts = narrow_array(count, wide, &err);
@@ -304,9 +323,9 @@ class arguments {
     }
     arguments(const arguments&) = delete;
     arguments& operator=(const arguments&) = delete;
-    /** @name Moves leave the other one empty or with what this one held
+    /** @name Moves
      *  @{ */
-    /** Moves leave the other one empty or with what this one held. */
+    /** The move constructor leaves the other one empty; a move assignment exchanges the two. */
     arguments(arguments&& other) noexcept
         : count_(std::exchange(other.count_, 0)), texts_(std::exchange(other.texts_, nullptr)) {}
     arguments& operator=(arguments&& other) & noexcept {
@@ -317,14 +336,15 @@ class arguments {
     /** @} */
     ~arguments() { free_narrow_array(count_, texts_, nullptr); }
 
-    /** How many there are. */
+    /** Returns the number of arguments. */
     int count() const noexcept { return count_; }
-    /** The array, lent, as main() has it; without a NULL at its end. */
+    /** Returns the array, which stays owned. It is like that of main(), but has no NULL at its
+     *  end. */
     char** get() const& noexcept { return texts_; }
     char** get() && = delete;
-    /** @name The texts: `for (std::string_view word : words)`
+    /** @name Walking the texts: `for (std::string_view word : words)`
      *  @{ */
-    /** The texts. */
+    /** Returns a pointer to the first text or after the last one. */
     const char* const* begin() const& noexcept { return texts_; }
     const char* const* end() const& noexcept { return texts_ + count_; }
     /** @} */
@@ -343,7 +363,7 @@ inline constexpr bool lends<arguments> = true;
 
 /** @name Schema files
  *  @{ */
-/** The name of a command's schema file. */
+/** Returns the name of the schema file of a command's input or output. */
 inline result<std::string> schema_name(const text_arg& command, bool input) {
     if (command.status() != 0)
         return result<std::string>::failure(command.status());
@@ -351,7 +371,8 @@ inline result<std::string> schema_name(const text_arg& command, bool input) {
     char* const name = wiq_schema_filename(command.c_str(), input, &err);
     return detail::taken_text(name, err != 0 ? static_cast<i32>(err) : WIQ_ERR_INVALID_ARG);
 }
-/** Opens a schema file beside the running executable. */
+/** Opens a schema file in the folder "schemas" beside the running executable or, if that fails, in
+ *  "..\\schemas". Returns the stream, or a status of wiq_schema_open(). */
 inline result<file> open_schema(const text_arg& name) {
     if (name.status() != 0)
         return result<file>::failure(name.status());
@@ -360,7 +381,7 @@ inline result<file> open_schema(const text_arg& name) {
     return stream != nullptr ? result<file>(file(stream))
                              : result<file>::failure(static_cast<i32>(err));
 }
-/** Loads a schema file as a document. */
+/** Loads a schema file as a document. Returns the document, or a status of wiq_load_schema(). */
 inline result<json> load_schema(const text_arg& name) {
     if (name.status() != 0)
         return result<json>::failure(name.status());

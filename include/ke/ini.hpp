@@ -1,7 +1,7 @@
 /**
  * @file ini.hpp
- * INI files: a reader that gives a map with the place of each value, and a form with callbacks for files that
- * repeat sections or keys.
+ * Reads INI files: ke::ini reads a file into a map that also holds the place of each value, and
+ * ke::parse_ini() calls a handler for each section and key, for files that repeat them.
  */
 #ifndef KE_INI_HPP
 #define KE_INI_HPP
@@ -19,16 +19,16 @@ namespace ke {
 
 /** A value of an INI file. */
 struct ini_value {
-    std::string text;                 /**< without quotes */
-    WiqIniLocation location = {};     /**< of the value */
-    WiqIniLocation key_location = {}; /**< of its key */
+    std::string text;                 /**< the value, without quotes */
+    WiqIniLocation location = {};     /**< place of the value */
+    WiqIniLocation key_location = {}; /**< place of its key */
 };
 
-/** A section: its keys, and what follows its name in the brackets. */
+/** A section: its values by key, and the text that follows its name in the brackets. */
 struct ini_section {
-    std::map<std::string, ini_value, std::less<>> values; /**< of equal keys the last one */
-    std::string argument;                                 /**< "" without one */
-    WiqIniLocation location = {};                         /**< of its name */
+    std::map<std::string, ini_value, std::less<>> values; /**< the last one of equal keys */
+    std::string argument;                                 /**< "" if there is none */
+    WiqIniLocation location = {};                         /**< place of its name */
 };
 
 namespace detail {
@@ -41,10 +41,14 @@ struct ini_state {
 }  // namespace detail
 
 /**
- * Reads an INI file with a handler that has `status section(name, location, argument, argument_location)` and
- * `status key(key, location, value, value_location)`: texts are std::string_view, valid during the call. A
- * failure or exception of the handler ends the parse and is what the call gives.
- * @return 0; WIQ_ERR_INI_SYNTAX with the place of the mistake; the handler's status; -5000; -7000 for NULL
+ * Reads an INI file and calls a handler for each section and key. The handler has two functions:
+ * `status section(name, location, argument, argument_location)` and
+ * `status key(key, location, value, value_location)`. The texts are of type std::string_view and
+ * valid during the call. If the handler returns a failure or throws, parsing ends, and this
+ * function returns that failure or throws that exception.
+ * @return 0; WIQ_ERR_INI_SYNTAX (-7010) with the place of the mistake; the handler's status;
+ *         WIQ_ERR_NO_MEMORY (-5000) when out of memory; WIQ_ERR_INVALID_ARG (-7000) for a stream
+ *         that is NULL; WIQ_ERR_IO (-3) for a line of 2^31 bytes or more
  */
 template <class Handler>
 status parse_ini(std::FILE* stream, Handler&& handler) {
@@ -89,17 +93,18 @@ template <>
 inline constexpr bool lends<ini> = true;
 }  // namespace detail
 
-/** An INI file as a map of sections. A section that comes again goes on with the first one. */
+/** An INI file as a map of sections. If a section occurs again, its keys are added to those of the
+ *  first one, which keeps its argument and place. */
 class ini {
   public:
-    /** Reads a stream to its end. */
+    /** Reads a stream to its end. Returns the statuses of parse_ini(). */
     static result<ini> read(std::FILE* stream) {
         ini made;
         filler handler{made.sections_, nullptr};
         KE_TRY(parse_ini(stream, handler));
         return made;
     }
-    /** Reads a file. */
+    /** Reads a file. Returns the statuses of open_file() and parse_ini(). */
     static result<ini> load(const text_arg& path) {
         auto stream = open_file(path, "rb");
         if (!stream)
@@ -107,13 +112,13 @@ class ini {
         return read(stream->get());
     }
 
-    /** The sections by name. */
+    /** Returns the sections by name. */
     const std::map<std::string, ini_section, std::less<>>& sections() const& noexcept {
         return sections_;
     }
-    /** Those of a temporary, handed over. */
+    /** Moves the sections out of a temporary and returns them. */
     std::map<std::string, ini_section, std::less<>> sections() && { return std::move(sections_); }
-    /** Returns a value with its place, or nullptr if the key is absent. */
+    /** Returns a value with its place, or nullptr if the section or the key is absent. */
     const ini_value* find(std::string_view section, std::string_view key) const& {
         const auto found = sections_.find(section);
         if (found == sections_.end())
@@ -122,7 +127,7 @@ class ini {
         return value == found->second.values.end() ? nullptr : &value->second;
     }
     const ini_value* find(std::string_view section, std::string_view key) && = delete;
-    /** A value's text, or another one. */
+    /** Returns the text of a value, or `otherwise` if the section or the key is absent. */
     std::string value_or(std::string_view section, std::string_view key,
                          std::string_view otherwise) const {
         const ini_value* const value = find(section, key);
