@@ -1,7 +1,7 @@
 /**
  * @file ke_utils.hpp
- * The C interface as C++17 has it: all headers of the layer, which lie one a family under ke/. Include
- * those you need where compile time counts.
+ * Wraps the C interface for C++17. This header includes all headers of the layer, which has one per
+ * family of functions under ke/. Where compile time counts, include only those that you need.
  *
  * @code
  * auto report = ke::json::parse(text);
@@ -10,10 +10,13 @@
  * const int hours = report->value_or("/drive/power_on_hours"_ptr, 0);
  * @endcode
  *
- * Nothing here throws by itself, and it compiles without exceptions and without run-time type information, unless
- * KE_UTILS_EXCEPTIONS is defined before the first header: value() of results then exists and throws
- * ke::bad_result. Strings and containers of the standard library that calls use and return may throw
- * std::bad_alloc, and then nothing has leaked, and what was to be changed is as it was, unless said.
+ * The layer itself throws nothing, and it compiles without exceptions and without run-time type
+ * information. If KE_UTILS_EXCEPTIONS is defined before the first header, results also have a
+ * value() that throws ke::bad_result, which needs exceptions.
+ *
+ * Functions use and return strings and containers of the standard library, which may throw
+ * std::bad_alloc. Then nothing leaks, and what was to be changed is unchanged, unless a function's
+ * comment says otherwise.
  */
 #ifndef KE_UTILS_HPP
 #define KE_UTILS_HPP

@@ -1,7 +1,8 @@
 /**
  * @file callback.hpp
- * Callbacks of the user inside calls of the C interface: an exception must not pass through C frames, so it
- * is kept there and thrown on when the call is over. Not for users.
+ * Runs callbacks of the user inside calls of the C interface. An exception must not pass through
+ * the stack frames of C functions, so it is kept until the C function has returned and thrown again
+ * then. Not for users of the library.
  */
 #ifndef KE_CALLBACK_HPP
 #define KE_CALLBACK_HPP
@@ -11,11 +12,12 @@
 
 namespace ke::detail {
 
-/** Runs callbacks and keeps what they throw. It looks the same without exceptions, since files that are compiled
- *  with and without them may be linked into one program. */
+/** Runs callbacks and keeps the exception that one throws. The class has the same layout with and
+ *  without exceptions, since files that are compiled either way may be linked into one program. */
 class exception_keeper {
   public:
-    /** Calls; `otherwise` in place of a result after a throw, and from then on without calling. */
+    /** Calls `call()` and returns its result. If it throws, keeps the exception and returns
+     *  `otherwise`; from then on returns `otherwise` without calling anything. */
     template <class R, class Call>
     R run(R otherwise, Call&& call) noexcept {
 #if defined(__cpp_exceptions)
@@ -32,7 +34,7 @@ class exception_keeper {
         return std::forward<Call>(call)();
 #endif
     }
-    /** Throws what was kept. */
+    /** Throws the exception that was kept, if there is one. */
     void rethrow() {
         if (kept_)
             std::rethrow_exception(std::exchange(kept_, nullptr));

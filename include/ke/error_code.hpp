@@ -1,6 +1,6 @@
 /**
  * @file error_code.hpp
- * Statuses as std::error_code, for code that speaks of errors in the standard's way.
+ * Converts statuses to std::error_code, for code that reports errors that way.
  */
 #ifndef KE_ERROR_CODE_HPP
 #define KE_ERROR_CODE_HPP
@@ -43,12 +43,12 @@ class status_category final : public std::error_category {
 };
 }  // namespace detail
 
-/** The category of the C interface's statuses. */
+/** Returns the error category of the statuses of the C interface and of ke::err_empty. */
 inline const std::error_category& error_category() noexcept {
     static const detail::status_category category;
     return category;
 }
-/** A status as an error code. */
+/** Converts a status to an error code. */
 inline std::error_code make_error_code(const status& status) noexcept {
     return std::error_code(status.code(), error_category());
 }

@@ -1,6 +1,7 @@
 /**
  * @file platform.hpp
- * Time, dynamic libraries, and the allocation hooks and leak tracker held for a scope.
+ * Wraps the time functions, dynamic libraries, and the allocation hooks and leak tracker, which two
+ * classes restore at the end of a scope.
  */
 #ifndef KE_PLATFORM_HPP
 #define KE_PLATFORM_HPP
@@ -17,24 +18,26 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** The current time in seconds since 1970-01-01 00:00:00 UTC, as the entry point tells it. */
+/** Returns the current time in whole seconds, from the entry point wiq_time_real_ptr. */
 inline std::chrono::system_clock::time_point now() noexcept {
     return std::chrono::system_clock::time_point(std::chrono::seconds(wiq_time_real_ptr(nullptr)));
 }
-/** A time as broken-down UTC. WIQ_ERR_TIME_CONVERSION. */
+/** Converts a time to broken-down UTC. Returns it, or WIQ_ERR_TIME_CONVERSION (-5005) if the time
+ *  cannot be expressed. */
 inline result<std::tm> utc(std::chrono::system_clock::time_point time) noexcept {
     const i64 seconds = std::chrono::floor<std::chrono::seconds>(time).time_since_epoch().count();
     std::tm fields{};
     const i32 status = wiq_gmtime_real_ptr(&seconds, &fields);
     return status == 0 ? result<std::tm>(fields) : result<std::tm>::failure(status);
 }
-/** Suspends the thread for at least this long, rounded up to milliseconds. */
+/** Suspends the thread for at least this long. A negative time counts as 0, and a time of 2^32
+ *  milliseconds or more as 2^32 - 1 milliseconds. */
 inline void sleep_for(std::chrono::milliseconds time) noexcept {
     wiq_sleep_real_ptr(static_cast<u32>(time.count() < 0            ? 0
                                         : time.count() > 0xFFFFFFFF ? 0xFFFFFFFF
                                                                     : time.count()));
 }
-/** A time of day as "hh:mm:ss.mmm". */
+/** Returns a time of day as "hh:mm:ss.mmm". */
 inline std::string time_of_day(std::chrono::milliseconds since_midnight) {
     char text[16];
     const i32 length = time_ms_to_string(static_cast<u64>(since_midnight.count()), 0, text);
@@ -47,10 +50,10 @@ template <>
 inline constexpr bool lends<dynamic_library> = true;
 }  // namespace detail
 
-/** A loaded module, unloaded with its owner. */
+/** Owns a loaded module and unloads it in the destructor. */
 class dynamic_library {
   public:
-    /** Loads a module. WIQ_ERR_DLOPEN. */
+    /** Loads a module. Returns it, or WIQ_ERR_DLOPEN (-5010) if it cannot be loaded. */
     static result<dynamic_library> open(const text_arg& path) noexcept {
         dynamic_library loaded;
         const i32 status =
@@ -61,9 +64,9 @@ class dynamic_library {
     }
     dynamic_library(const dynamic_library&) = delete;
     dynamic_library& operator=(const dynamic_library&) = delete;
-    /** @name Moves leave the other one empty or with what this one held
+    /** @name Moves
      *  @{ */
-    /** Moves leave the other one empty or with what this one held. */
+    /** The move constructor leaves the other one empty; a move assignment exchanges the two. */
     dynamic_library(dynamic_library&& other) noexcept
         : lib_(other.lib_), open_(std::exchange(other.open_, false)) {}
     dynamic_library& operator=(dynamic_library&& other) & noexcept {
@@ -76,7 +79,9 @@ class dynamic_library {
         if (open_)
             wiq_dlclose_real_ptr(&lib_);
     }
-    /** A function of the module: `library.symbol<int(int)>("name")`. WIQ_ERR_DLSYM. */
+    /** Returns a pointer to a function of the module: `library.symbol<int(int)>("name")`. It is
+     *  valid until the module is unloaded. Returns WIQ_ERR_DLSYM (-5011) if there is no such
+     *  symbol, and ke::err_empty if no module is loaded. */
     template <class Function>
     result<Function*> symbol(const char* name) noexcept {
         static_assert(std::is_function_v<Function>,
@@ -94,7 +99,7 @@ class dynamic_library {
     bool open_ = false;
 };
 
-/** The ten hook slots as they are when it is made, put back when it goes. */
+/** Saves the ten hook slots when it is made and restores them when it is destroyed. */
 class hook_scope {
   public:
     hook_scope() noexcept = default;
@@ -126,14 +131,15 @@ class hook_scope {
     wiq_track_fn resume_ = wiq_alloc_track_resume_cb;
 };
 
-/** The leak tracker for a scope: counts from 0, and the slots are as before when it goes. */
+/** Runs the leak tracker for a scope. The counts start at 0, and the destructor restores the hook
+ *  slots. */
 class leak_scope {
   public:
-    /** Begins to count. */
+    /** Starts the leak tracker. */
     leak_scope() noexcept { wiq_memleak_begin(); }
-    /** Blocks allocated through the hooks and not yet released. */
+    /** Returns how many blocks were allocated through the hooks and not yet released. */
     i32 balance() const noexcept { return wiq_memleak_balance(); }
-    /** Allocations made. */
+    /** Returns how many allocations were made through the hooks. */
     i32 count() const noexcept { return wiq_memleak_count(); }
 
   private:

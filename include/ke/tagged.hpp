@@ -1,6 +1,7 @@
 /**
  * @file tagged.hpp
- * ke::tagged, the C interface's tagged value as a class that owns what it holds.
+ * Defines ke::tagged, a class that wraps the tagged value of the C interface and owns what it
+ * holds.
  */
 #ifndef KE_TAGGED_HPP
 #define KE_TAGGED_HPP
@@ -15,27 +16,28 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** A status as a value, where a number would be taken for a number. */
+/** A status that is stored as a status; a plain number would be stored as a number. */
 struct status_value {
     i32 code; /**< the status */
 };
-/** Bytes, lent. */
+/** A block of bytes that belongs to somebody else. */
 struct bytes_view {
     const void* data; /**< may be NULL with a size of 0 */
     u64 size;         /**< in bytes */
 };
 
-/** A number, bool, status, text, block of bytes, pointer or nothing, and which of them. Texts and bytes are
- *  copied. Copying may fail and is called clone(). */
+/** A value with a tag that tells its type: a number, bool, status, text, block of bytes, pointer or
+ *  null. Texts and bytes are copied into it. The class has no copy constructor, since a copy can
+ *  fail: call clone(). */
 class tagged {
   public:
-    /** Null. */
+    /** Makes a null. */
     tagged() noexcept { wiq_mtype_init(&value_); }
     tagged(const tagged&) = delete;
     tagged& operator=(const tagged&) = delete;
-    /** @name Moves leave the other one null or with what this one held
+    /** @name Moves
      *  @{ */
-    /** Moves leave the other one null or with what this one held. */
+    /** The move constructor leaves the other one null; a move assignment exchanges the two. */
     tagged(tagged&& other) noexcept : tagged() { std::swap(value_, other.value_); }
     tagged& operator=(tagged&& other) & noexcept {
         std::swap(value_, other.value_);
@@ -44,15 +46,22 @@ class tagged {
     /** @} */
     ~tagged() { wiq_mtype_finalize(&value_); }
 
-    /** The type tag. */
+    /** Returns the type tag. */
     wiq_mtype_tag type() const noexcept {
         return static_cast<wiq_mtype_tag>(wiq_mtype_get_type(&value_));
     }
-    /** Whether it holds nothing. */
+    /** Tells whether the value is null. */
     bool is_null() const noexcept { return wiq_mtype_is_null(&value_); }
 
-    /** Stores a number (32 bits or fewer as 32), bool, 128-bit number, text, ke::status_value,
-     *  ke::bytes_view, `void*` (lent) or nullptr. 0; -5000, and then it is null; -7000 for a NUL in a text. */
+    /**
+     * Stores a number, bool, 128-bit number, text, ke::status_value, ke::bytes_view, `void*` or
+     * nullptr (which makes it null). An integer of 32 bits or fewer is stored as one of 32 bits.
+     * What a `void*` points to stays the caller's.
+     * @return 0; WIQ_ERR_NO_MEMORY (-5000) when out of memory, in which case the value is null (or
+     *         unchanged, if a std::string_view of 256 bytes or more could not be copied for the
+     *         call); WIQ_ERR_INVALID_ARG (-7000) for a text with a NUL inside, with the value
+     *         unchanged
+     */
     template <class T>
     status set(const T& value) noexcept {
         i32 status = 0;
@@ -87,12 +96,16 @@ class tagged {
                                         : wiq_mtype_set_uint64(&value_, value);
         }
         if (status != 0)
-            wiq_mtype_init(&value_);  // what it held is released already
+            wiq_mtype_init(&value_);  // its old contents are already released
         return status;
     }
 
-    /** The value, if it is of exactly this type: bool, i32, i64, u32, u64, ke::uint128, float, double,
-     *  std::string_view (lent), ke::bytes_view (lent), `void*`, ke::status_value. WIQ_ERR_WRONG_TYPE. */
+    /**
+     * Returns the value if it is of exactly this type: bool, i32, i64, u32, u64, ke::uint128,
+     * float, double, std::string_view, ke::bytes_view, `void*` or ke::status_value. A
+     * std::string_view or ke::bytes_view is valid until the value is changed.
+     * @return the value, or WIQ_ERR_WRONG_TYPE (-7018) for a value of another type
+     */
     template <class T>
     result<T> get() const noexcept {
         const auto is = [this](int tag) { return value_.type == tag; };
@@ -140,8 +153,8 @@ class tagged {
         }
         return result<T>::failure(WIQ_ERR_WRONG_TYPE);
     }
-    /** The value converted without loss, from any number or a text that is one: u32 or u64. The statuses of
-     *  wiq_mtype_to_uint32(). */
+    /** Converts any number, or a text that is a number, to u32 or u64 without loss. Returns the
+     *  number, or a status of wiq_mtype_to_uint32(). */
     template <class T>
     result<T> convert() const noexcept {
         static_assert(std::is_same_v<T, u32> || std::is_same_v<T, u64>,
@@ -154,7 +167,8 @@ class tagged {
             status = wiq_mtype_to_uint64(&value_, &number);
         return status == 0 ? result<T>(number) : result<T>::failure(status);
     }
-    /** A deep copy; a pointer is lent by both. -5000. */
+    /** Returns a deep copy, or WIQ_ERR_NO_MEMORY when out of memory. What a stored `void*` points
+     *  to is not copied: both values hold the same pointer, and neither owns the object. */
     result<tagged> clone() const noexcept {
         tagged copy;
         const i32 status = wiq_mtype_copy(&value_, &copy.value_);
@@ -163,13 +177,13 @@ class tagged {
         wiq_mtype_init(&copy.value_);
         return result<tagged>::failure(status);
     }
-    /** Whether types and contents are equal. */
+    /** Tells whether both types and contents are equal. */
     friend bool operator==(const tagged& a, const tagged& b) noexcept {
         return wiq_mtype_equal(&a.value_, &b.value_);
     }
-    /** Whether they are not. */
+    /** Tells whether types or contents differ. */
     friend bool operator!=(const tagged& a, const tagged& b) noexcept { return !(a == b); }
-    /** The record itself, lent. */
+    /** Returns the record of the C interface, which stays owned. */
     wiq_mtype* get_record() noexcept { return &value_; }
 
   private:

@@ -1,7 +1,7 @@
 /**
  * @file text.hpp
- * Text utilities: number parsing, base64, memory dumps, disk capacities. Formatting is in strbuf.hpp, 128-bit
- * integers in uint128.hpp.
+ * Text utilities: parses numbers, encodes base64, dumps memory and computes disk capacities.
+ * Formatting is in strbuf.hpp, 128-bit integers are in uint128.hpp.
  */
 #ifndef KE_TEXT_HPP
 #define KE_TEXT_HPP
@@ -18,8 +18,8 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** Reads a whole text as a number: i32, i64, u16, u32, u64 or double, by the policy of wiq_strtoint32() and its
- *  siblings, whose statuses it gives. */
+/** Parses a whole text as a number of type i32, i64, u16, u32, u64 or double. What is accepted, and
+ *  the statuses, are those of wiq_strtoint32() and its siblings. */
 template <class T>
 result<T> parse_number(const text_arg& text) noexcept {
     T value{};
@@ -44,29 +44,31 @@ result<T> parse_number(const text_arg& text) noexcept {
     return status == 0 ? result<T>(value) : result<T>::failure(status);
 }
 
-/** Compares as if ASCII letters were lower case: negative, 0 or positive. */
+/** Compares two texts as if their ASCII letters were lower case. Returns a negative number, 0 or a
+ *  positive number. */
 inline i32 compare_ignoring_case(const text_arg& a, const text_arg& b) noexcept {
     return wiq_strcasecmp(a.c_str(), b.c_str());
 }
-/** Without white space at both ends. */
+/** Returns the text without white space at both ends. A NUL inside ends the text. */
 inline std::string trimmed(std::string text) {
     trim_in_place(text.data());
     text.resize(std::strlen(text.c_str()));
     return text;
 }
-/** With ASCII letters in upper case. */
+/** Returns the text with its ASCII letters in upper case. */
 inline std::string upper(std::string text) {
     wiq_upper_all(text.data());
     return text;
 }
-/** A field of a fixed-size record, which need not be NUL-terminated, as text. */
+/** Returns the text of a field of fixed width, which need not be NUL-terminated. With `trim`, white
+ *  space at both ends is left out. */
 inline std::string field_text(const void* field, std::size_t width, bool trim = true) {
     const auto* const bytes = static_cast<const char*>(field);
     std::string text(bytes, static_cast<std::size_t>(wiq_strnlen(bytes, width)));
     return trim ? trimmed(std::move(text)) : text;
 }
 
-/** Bytes as base64 text. */
+/** Encodes bytes as base64 text. */
 inline std::string base64_encode(const void* bytes, std::size_t size) {
     std::string text(wiq_base64_encode_len(size), '\0');
     std::size_t length = text.size();
@@ -76,7 +78,8 @@ inline std::string base64_encode(const void* bytes, std::size_t size) {
     text.resize(length);
     return text;
 }
-/** The bytes of base64 text. WIQ_ERR_INVALID_VALUE for a character that is none of it. */
+/** Decodes base64 text. Returns the bytes, or WIQ_ERR_INVALID_VALUE (-1011) for an invalid
+ *  character. */
 inline result<std::vector<u8>> base64_decode(std::string_view text) {
     std::vector<u8> bytes(wiq_base64_decode_len(text.data(), text.size()) + 1);
     std::size_t size = bytes.size();
@@ -88,17 +91,18 @@ inline result<std::vector<u8>> base64_decode(std::string_view text) {
     return bytes;
 }
 
-/** How memory is dumped; see wiq_memdump_ex(). */
+/** The layout of a memory dump; see wiq_memdump_ex(). */
 struct dump_layout {
     int line_bytes = 16;  /**< bytes in a line */
     int group_bytes = 4;  /**< bytes in a group */
     int block_bytes = 8;  /**< bytes in a block */
     int block_gap = 1;    /**< blanks after a block */
-    bool ascii = true;    /**< whether there is a column of characters */
-    bool pad_last = true; /**< whether a short last line is filled up */
+    bool ascii = true;    /**< true for a column of characters */
+    bool pad_last = true; /**< true to fill a short last line with spaces */
 };
-/** Dumps memory line by line: `line(u64 offset, std::string_view hex, std::string_view ascii)`, which may
- *  throw. 0; -7000 for no bytes; -5000. */
+/** Dumps memory line by line: calls `line(u64 offset, std::string_view hex, std::string_view
+ *  ascii)` for each line, which may throw. Returns 0; WIQ_ERR_INVALID_ARG (-7000) if `bytes` is
+ *  NULL, `size` is 0 or the block gap is negative; WIQ_ERR_NO_MEMORY (-5000) when out of memory. */
 template <class Line>
 status dump_memory(const void* bytes, std::size_t size, Line&& line,
                    const dump_layout& layout = {}) {
@@ -122,15 +126,15 @@ status dump_memory(const void* bytes, std::size_t size, Line&& line,
     return status;
 }
 
-/** The number of logical blocks of a drive of so many decimal gigabytes (IDEMA). */
+/** Returns the number of logical blocks of a drive with a capacity in decimal gigabytes (IDEMA). */
 inline u64 lba_count(u64 gigabytes, int sector_size) noexcept {
     return wiq_get_lba_count_idema(gigabytes, sector_size);
 }
-/** Its bytes. */
+/** Returns the number of bytes of a drive with a capacity in decimal gigabytes (IDEMA). */
 inline u64 capacity_bytes(u64 gigabytes, int sector_size) noexcept {
     return wiq_gb_to_bytes_idema(gigabytes, sector_size);
 }
-/** The decimal gigabytes of a drive of so many blocks. */
+/** Returns the capacity in decimal gigabytes of a drive with so many logical blocks (IDEMA). */
 inline u64 capacity_gigabytes(u64 blocks, int sector_size) noexcept {
     return wiq_get_cap_idema(blocks, sector_size);
 }

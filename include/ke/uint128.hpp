@@ -1,7 +1,7 @@
 /**
  * @file uint128.hpp
- * ke::uint128, an unsigned 128-bit integer with operators, literals, hashing and streaming, over the
- * arithmetic of the C interface. Other text helpers are in text.hpp.
+ * Defines ke::uint128, an unsigned 128-bit integer with operators, literals, hashing and streaming,
+ * which uses the arithmetic of the C interface. Other text helpers are in text.hpp.
  */
 #ifndef KE_UINT128_HPP
 #define KE_UINT128_HPP
@@ -22,34 +22,35 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** An unsigned 128-bit integer; arithmetic wraps modulo 2^128. Division by zero gives 0, as both quotient
- *  and remainder; divide() tells it. */
+/** An unsigned 128-bit integer. Arithmetic wraps modulo 2^128. After a division by zero, quotient
+ *  and remainder are both 0; divide() reports it as a failure. */
 class uint128 {
   public:
-    /** Zero. */
+    /** Makes a zero. */
     constexpr uint128() noexcept = default;
-    /** From an unsigned number, or a signed one that is sign-extended as in the built-in types. */
+    /** Converts a built-in integer. A signed one is sign-extended, as it is between built-in
+     *  types. */
     template <class T, std::enable_if_t<std::is_integral_v<T>, int> = 0>
     constexpr uint128(T value) noexcept : value_{static_cast<u64>(value), upper_half(value)} {}
-    /** From its halves. */
+    /** Makes a number from its two halves. */
     static constexpr uint128 from_halves(u64 high, u64 low) noexcept {
         return uint128(wiq_uint128{low, high});
     }
-    /** The C interface's record, and back. */
+    /** Converts from the record of the C interface. */
     constexpr uint128(const wiq_uint128& value) noexcept : value_(value) {}
-    /** The C interface's record. */
+    /** Converts to the record of the C interface. */
     constexpr operator wiq_uint128() const noexcept { return value_; }
 
-    /** Bits 64 to 127. */
+    /** Returns bits 64 to 127. */
     constexpr u64 high() const noexcept { return value_.hi; }
-    /** Bits 0 to 63. */
+    /** Returns bits 0 to 63. */
     constexpr u64 low() const noexcept { return value_.lo; }
-    /** Whether it is not zero. */
+    /** Tells whether the number is not zero. */
     constexpr explicit operator bool() const noexcept { return (value_.lo | value_.hi) != 0; }
-    /** Cut to a built-in type. */
+    /** Converts to a built-in integer; bits that it has no room for are lost. */
     template <class T, std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<T, bool>, int> = 0>
     constexpr explicit operator T() const noexcept {
-        if constexpr (sizeof(T) > sizeof(u64))  // the compiler's own 128 bits
+        if constexpr (sizeof(T) > sizeof(u64))  // the compiler's own 128-bit integer
             return static_cast<T>(static_cast<T>(value_.hi) << 32 << 32 |
                                   static_cast<T>(value_.lo));
         else
@@ -58,7 +59,7 @@ class uint128 {
 
     /** @name Arithmetic, modulo 2^128
      *  @{ */
-    /** Arithmetic, modulo 2^128. */
+    /** Computes modulo 2^128. */
     friend uint128 operator+(uint128 a, uint128 b) noexcept { return wiq_uint128_add(a, b); }
     friend uint128 operator-(uint128 a, uint128 b) noexcept { return wiq_uint128_sub(a, b); }
     friend uint128 operator-(uint128 a) noexcept { return wiq_uint128_neg(a); }
@@ -117,7 +118,7 @@ class uint128 {
 
     /** @name Comparison
      *  @{ */
-    /** Comparison. */
+    /** Compares two numbers. */
     friend constexpr bool operator==(uint128 a, uint128 b) noexcept {
         return a.low() == b.low() && a.high() == b.high();
     }
@@ -144,7 +145,8 @@ class uint128 {
 #endif
     /** @} */
 
-    /** Quotient and remainder. -7000 for a divisor of 0, and then neither is written. */
+    /** Computes quotient and remainder. Returns 0, or WIQ_ERR_INVALID_ARG (-7000) for a divisor of
+     *  0, with both unchanged. */
     static ke::status divide(uint128 a, uint128 b, uint128& quotient, uint128& remainder) noexcept {
         wiq_uint128 q{0, 0};
         wiq_uint128 r{0, 0};
@@ -155,7 +157,8 @@ class uint128 {
         }
         return status;
     }
-    /** Reads a number as wiq_uint128_from_str() does. */
+    /** Parses a number as wiq_uint128_from_str() does, and returns it or a status of that
+     *  function. */
     static result<uint128> parse(const text_arg& text) noexcept {
         wiq_uint128 value{0, 0};
         if (text.status() != 0)
@@ -163,7 +166,8 @@ class uint128 {
         const i32 status = wiq_uint128_from_str(text.c_str(), &value);
         return status == 0 ? result<uint128>(uint128(value)) : result<uint128>::failure(status);
     }
-    /** The digits in a base from 2 to 36, letters in upper case; empty for another base. */
+    /** Returns the digits in a base from 2 to 36, with letters in upper case; "" for any other
+     *  base. */
     std::string to_string(int base = 10) const {
         char digits[132];
         if (base > 36)
@@ -172,7 +176,7 @@ class uint128 {
         return length > 0 ? std::string(digits, static_cast<std::size_t>(length) - 1)
                           : std::string();
     }
-    /** Writes it in decimal. */
+    /** Writes the number to a stream in decimal. */
     template <class Traits>
     friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out,
                                                         uint128 value) {
@@ -200,7 +204,7 @@ struct wide {
     bool fits = true;
 };
 constexpr wide times_plus(wide value, u64 factor, u64 digit) noexcept {
-    // In pieces of 32 bits, so that every product and carry fits 64.
+    // Works on pieces of 32 bits, so that every product with its carry fits into 64.
     const u64 pieces[4] = {value.low & 0xFFFFFFFFu, value.low >> 32, value.high & 0xFFFFFFFFu,
                            value.high >> 32};
     u64 sums[4] = {};
@@ -241,7 +245,7 @@ constexpr wide literal_value(const char (&digits)[N]) noexcept {
 }  // namespace detail
 
 inline namespace literals {
-/** A 128-bit number: 340282366920938463463374607431768211455_u128, 0xFF_u128. */
+/** Makes a 128-bit number: 340282366920938463463374607431768211455_u128, 0xFF_u128. */
 template <char... Digits>
 constexpr uint128 operator""_u128() noexcept {
     constexpr char digits[] = {Digits..., '\0'};
@@ -256,10 +260,10 @@ constexpr uint128 operator""_u128() noexcept {
 }  // namespace ke
 
 namespace std {
-/** So that 128-bit numbers can be keys of the standard's hash tables. */
+/** Hashes 128-bit numbers, so that they can be keys of the standard library's hash tables. */
 template <>
 struct hash<ke::uint128> {
-    /** Mixes both halves. */
+    /** Returns a hash of both halves. */
     std::size_t operator()(const ke::uint128& value) const noexcept {
         const auto low = std::hash<ke::u64>()(value.low());
         return low ^

@@ -1,6 +1,6 @@
 /**
  * @file utf8.hpp
- * JSON text in UTF-8, and dumps in ASCII, over the helpers of ke_utils/utf8.h.
+ * Parses JSON text in UTF-8 and writes documents in ASCII, with the helpers of ke_utils/utf8.h.
  */
 #ifndef KE_UTF8_HPP
 #define KE_UTF8_HPP
@@ -13,7 +13,8 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** Parses a document in UTF-8, with or without a byte order mark. Places are those of `text`. */
+/** Parses a UTF-8 document, with or without a byte order mark. The place in the status of a failure
+ *  is a place in `text`. */
 inline result<json> parse_utf8(std::string_view text, load_flags flags = {}) {
     wiq_json_load_error error;
     wiq_json_t* const node =
@@ -21,7 +22,8 @@ inline result<json> parse_utf8(std::string_view text, load_flags flags = {}) {
     return node != nullptr ? result<json>(json::share(node)) : result<json>(status(error));
 }
 
-/** The document as text in ASCII, which json::parse() reads back. */
+/** Returns the document as ASCII text, which json::parse() can read back, or ke::err_empty for an
+ *  empty view. */
 inline result<std::string> dump_ascii(json_view value, dump_flags flags = {}) {
     if (!value)
         return result<std::string>::failure(err_empty);

@@ -1,7 +1,7 @@
 /**
  * @file visitor.hpp
- * Objects and visitors: ke::object, an owner of an object of the C interface's class system, and
- * ke::json_visitor, a class whose members are overridden to walk a document.
+ * Wraps the class system of the C interface: ke::object owns one of its objects, and
+ * ke::json_visitor walks a document with functions that a derived class overrides.
  */
 #ifndef KE_VISITOR_HPP
 #define KE_VISITOR_HPP
@@ -15,27 +15,28 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** One owner of an object of the C interface; copying adds an owner. `T` begins with a WiqObject. */
+/** Owns an object of the C interface, alone or together with others; a copy is another owner. The
+ *  first member of `T` must be a WiqObject, or a struct that begins with one. */
 template <class T = WiqObject>
 class object {
   public:
-    /** Nothing. */
+    /** Makes an empty owner. */
     object() noexcept = default;
-    /** A new object of a type. WIQ_ERR_FAILED if object_new() gives none. */
+    /** Makes an object of a type. Returns WIQ_ERR_FAILED (-7) if object_new() returns NULL. */
     static result<object> make(WiqType& type) noexcept {
         WiqObject* const made = object_new(&type);
         return made != nullptr ? result<object>(object(made))
                                : result<object>::failure(WIQ_ERR_FAILED);
     }
-    /** Another owner of an object that is lent. */
+    /** Returns an owner of an object, which takes a reference of its own. */
     static object share(T* lent) noexcept {
         if (lent != nullptr)
             object_ref(header(lent));
         return object(header(lent));
     }
-    /** @name Copies share
+    /** @name A copy shares the object; a move leaves the other owner empty
      *  @{ */
-    /** Copies share. */
+    /** Copies share the object; moves leave the other owner empty. */
     object(const object& other) noexcept : object_(other.object_) {
         if (object_ != nullptr)
             object_ref(object_);
@@ -48,13 +49,13 @@ class object {
     /** @} */
     ~object() { object_unref(object_); }
 
-    /** Whether there is an object. */
+    /** Tells whether there is an object. */
     explicit operator bool() const noexcept { return object_ != nullptr; }
-    /** The object, lent. */
+    /** Returns the object, which stays owned. */
     T* get() const noexcept { return reinterpret_cast<T*>(object_); }
-    /** Its fields. */
+    /** Gives access to the object's fields. */
     T* operator->() const noexcept { return get(); }
-    /** Whether its type is the given one or derives from it. */
+    /** Tells whether the object's type is the given one or is derived from it. */
     bool is_a(const WiqType& type) const noexcept {
         return object_check(object_, &type) != nullptr;
     }
@@ -69,10 +70,11 @@ class object {
 /** Registers a type when the program starts: `static ke::type_registration reg(my_type, ObjectType);` */
 class type_registration {
   public:
-    /** Registers. */
+    /** Registers the type. */
     type_registration(WiqType& type, WiqType& parent) noexcept
         : status_(type_init(&type, &parent)) {}
-    /** How it went; stays to be asked, since nothing can be reported when the program starts. */
+    /** Returns how the registration ended. It is kept here, since there is nobody to return it to
+     *  when the program starts. */
     ke::status status() const noexcept { return status_; }
 
   private:
@@ -107,12 +109,19 @@ inline const type_registration visitor_registration(visitor_type, WiqJsonVisitor
 }  // namespace detail
 
 /**
- * A walk over a document: derive from it, override what matters, call visit(). A member that is not overridden
- * does what the C visitor does; one that is calls the base's to go on below. A status that is not 0 ends the
- * walk and is what visit() gives. Members may throw, and may call visit() for another value. The walk recurses, a
- * level of the stack for each of the document: for documents of strangers use ranges. The C class behind it is
- * registered when the program or module that includes this header starts, and for good: such a module must not be
- * unloaded.
+ * Walks a document. Derive a class from it, override the functions for the values that matter, and
+ * call visit().
+ *
+ * A function that is not overridden does what the C visitor does. An override for a container,
+ * member or element calls the function of this base class to walk what is below. A failure that an
+ * override returns ends the walk, and visit() returns it. Overrides may throw, and may call visit()
+ * for another value.
+ *
+ * The walk is recursive, with one level of calls for each level of the document, so a deep document
+ * can exhaust the stack. For documents from untrusted sources, use the ranges of ke::json_view.
+ *
+ * The underlying C class is registered when the program or module that includes this header starts,
+ * and stays registered, so such a module must not be unloaded.
  */
 class json_visitor {
   public:
@@ -121,8 +130,9 @@ class json_visitor {
     json_visitor& operator=(const json_visitor&) = delete;
     virtual ~json_visitor() = default;
 
-    /** Walks a value. ke::err_empty; WIQ_ERR_FAILED if the visitor cannot be made; -5000 if the keys of an object
-     *  cannot be listed; what ended the walk. */
+    /** Walks a value. Returns 0; ke::err_empty for an empty view; WIQ_ERR_FAILED (-7) if the
+     *  visitor cannot be made; WIQ_ERR_NO_MEMORY (-5000) when out of memory to list the keys of an
+     *  object; or the failure that ended the walk. */
     ke::status visit(json_view value) {
         if (!value)
             return err_empty;
@@ -138,9 +148,9 @@ class json_visitor {
     }
 
   protected:
-    /** @name What a subclass overrides
+    /** @name Functions to override
      *  @{ */
-    /** What a subclass overrides. */
+    /** Called when the walk meets such a value, member or element. */
     virtual ke::status on_object(json_view value) {
         return base()->visit_object(bridge_, value.node());
     }
@@ -182,7 +192,7 @@ class json_visitor {
     }
 
     WiqJsonVisitor* bridge_ = nullptr;
-    i32 unlisted_ = 0;  // why the keys of the object at hand could not be listed
+    i32 unlisted_ = 0;  // status if the current object's keys could not be listed
     detail::exception_keeper keeper_;
 };
 
@@ -194,7 +204,8 @@ inline i32 fill_visitor_class(WiqClass* klass) noexcept {
     slots->visit_object = [](WiqJsonVisitor* v, wiq_json_t* n) {
         return json_visitor::pass(v, [n](self s) { return s.on_object(json_view(n)); });
     };
-    // The C visitor walks an object whose keys it cannot list as if there were none; here that is a failure.
+    // If the C visitor cannot list an object's keys, it walks the object as if it had none. Here
+    // that is a failure, which object_begin() returns.
     slots->object_keys = [](WiqJsonVisitor* v, wiq_json_t* n, wiq_strv* keys) {
         json_visitor& s = *reinterpret_cast<visitor_bridge*>(v)->self;
         const i32 count = s.base()->object_keys(v, n, keys);
