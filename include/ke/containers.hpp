@@ -99,7 +99,8 @@ class vector {
         return status;
     }
     /** Removes elements from the end, or appends copies of a value, until there are `size`. Returns
-     *  0; WIQ_ERR_INVALID_ARG for a negative size; WIQ_ERR_NO_MEMORY when out of memory. */
+     *  0; WIQ_ERR_INVALID_ARG for a negative size; WIQ_ERR_NO_MEMORY when out of memory. After a
+     *  failure the vector is unchanged. */
     status resize(i32 size, const T& value = T()) noexcept {
         const T copy = value;
         const i32 before = vec_.size;
@@ -341,9 +342,9 @@ class locked_map {
         return found;
     }
     /**
-     * Returns a copy of the value under a key. If the key is absent, calls `make()` and stores the
-     * value that it returns first. The lock is held meanwhile, so if several threads ask for the
-     * same key, its value is made only once.
+     * Returns a copy of the value under a key. If the key is absent, first calls `make()` and
+     * stores the value that it returns. The lock is held meanwhile, so if several threads ask for
+     * the same key, its value is made only once.
      * @param key  the key
      * @param make returns a V or a ke::result<V>; it may throw, and must not use the map
      * @return the value; WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_LOCK_INIT (-5007) if the

@@ -67,7 +67,8 @@ class object {
     WiqObject* object_ = nullptr;
 };
 
-/** Registers a type when the program starts: `static ke::type_registration reg(my_type, ObjectType);` */
+/** Registers a type when the program starts:
+ *  `static ke::type_registration reg(my_type, ObjectType);` */
 class type_registration {
   public:
     /** Registers the type. */
@@ -113,9 +114,9 @@ inline const type_registration visitor_registration(visitor_type, WiqJsonVisitor
  * call visit().
  *
  * A function that is not overridden does what the C visitor does. An override for a container,
- * member or element calls the function of this base class to walk what is below. A failure that an
- * override returns ends the walk, and visit() returns it. Overrides may throw, and may call visit()
- * for another value.
+ * member or element must call the function of this base class to walk what is below, which is
+ * skipped otherwise. A failure that an override returns ends the walk, and visit() returns it.
+ * Overrides may throw, and may call visit() for another value.
  *
  * The walk is recursive, with one level of calls for each level of the document, so a deep document
  * can exhaust the stack. For documents from untrusted sources, use the ranges of ke::json_view.
