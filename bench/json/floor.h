@@ -1,92 +1,109 @@
-// The floor: what the model's memory costs, and nothing else. From a document's text is worked out which
-// blocks parsing it allocates, in which order, and what is copied into them; the floor allocates, copies and
-// releases just those.
+// The least that can be done: what a parser cannot avoid is to find every token, copy texts and keys, and hash the
+// keys; what a serializer cannot avoid is to write the bytes of every token. Memory comes in chunks, and there is no
+// tree.
 #pragma once
 
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "ke_utils/json.h"
+#include "json/escape_scan.h"
+#include "ke_utils/containers.h"
 
 class Floor {
   public:
-    explicit Floor(wiq_json_t* doc) { plan(doc, nullptr); }
-
-    // What parsing needs: each block with a header written and the copied bytes.
-    void allocate() {
-        for (Block& block : blocks_) {
-            block.memory = static_cast<char*>(malloc(block.size));
-            memset(block.memory, 0, 24);
-            memcpy(block.memory + block.size - block.copied, source_.data(), block.copied);
-        }
+    // `compact` is a document without blanks between its tokens, which is what dump() writes.
+    Floor(std::string text, std::string compact)
+        : text_(std::move(text)), compact_(std::move(compact)) {
+        scan(compact_, [this](const char* first, const char* last, bool) {
+            tokens_.emplace_back(first, static_cast<size_t>(last - first));
+        });
     }
-    void release() {
-        for (auto block = blocks_.rbegin(); block != blocks_.rend(); ++block)
-            free(block->memory);
+
+    // Returns something that depends on every token, so that no work is left out.
+    u64 parse() {
+        u64 sum = 0;
+        std::vector<char*> chunks;
+        char* out = nullptr;
+        char* end = nullptr;
+        scan(text_, [&](const char* first, const char* last, bool is_key) {
+            ++sum;
+            if (*first != '"')
+                return;
+            const auto length = static_cast<size_t>(last - first) - 2;
+            if (static_cast<size_t>(end - out) <= length) {
+                const size_t size = length < kChunk ? kChunk : length + 1;
+                out = static_cast<char*>(malloc(size));
+                end = out + size;
+                chunks.push_back(out);
+            }
+            memcpy(out, first + 1, length);
+            out[length] = '\0';
+            if (is_key)
+                sum += wiq_hash_str(out);
+            out += length + 1;
+        });
+        for (char* chunk : chunks)
+            free(chunk);
+        return sum;
+    }
+
+    size_t dump() const {
+        size_t length = 0;
+        size_t capacity = 0;
+        char* out = nullptr;
+        for (const std::string_view token : tokens_) {
+            if (length + token.size() >= capacity) {
+                capacity = 2 * capacity + token.size() + 64;
+                out = static_cast<char*>(realloc(out, capacity));
+            }
+            memcpy(out + length, token.data(), token.size());
+            length += token.size();
+        }
+        free(out);
+        return length;
     }
 
   private:
-    struct Block {
-        size_t size;
-        size_t copied;
-        char* memory;
-    };
-    static constexpr size_t kMember = 24;
-    static constexpr size_t kNode = 24;
+    static constexpr size_t kChunk = 16384;
 
-    void add(size_t size, size_t copied) {
-        if (size < kNode)
-            size = kNode;
-        blocks_.push_back({size, copied, nullptr});
-        if (source_.size() < copied)
-            source_.resize(copied, 'x');
-    }
-
-    // A node's block, with its member before it and its text or a small table behind it. A container comes
-    // after its children; a large one's table comes last.
-    void plan(wiq_json_t* node, const char* key) {
-        const size_t key_size = key == nullptr ? 0 : strlen(key) + 1;
-        const size_t before = key == nullptr ? 0 : (kMember + key_size + 7) / 8 * 8;
-        if (wiq_json_is_obj(node)) {
-            wiq_json_obj_foreach(
-                node,
-                [](const char* k, wiq_json_t* child, void* user) {
-                    static_cast<Floor*>(user)->plan(child, k);
-                    return true;
-                },
-                this);
-            size_t buckets = 1;
-            while (static_cast<size_t>(wiq_json_obj_size(node)) > buckets * 3 / 4)
-                buckets *= 2;
-            add_container(before, key_size, buckets > 1 ? buckets : 0);
-        } else if (wiq_json_is_array(node)) {
-            const i32 size = wiq_json_array_size(node);
-            for (i32 i = 0; i < size; ++i)
-                plan(wiq_json_array_get_ext(node, i, 0, nullptr), nullptr);
-            add_container(before, key_size, static_cast<size_t>(size));
-        } else if (wiq_json_is_str(node) || wiq_json_is_jref(node)) {
-            const size_t text =
-                strlen(wiq_json_is_str(node) ? wiq_json_str_get(node) : wiq_json_jref_uri(node)) +
-                1;
-            add(before + kNode + 16 + text, key_size + text);
-        } else {
-            add(before + kNode + (wiq_json_is_num(node) ? 8 : 0), key_size);
+    // Calls token(first, last, is_key) for each. The text is a valid document.
+    template <class Token>
+    static void scan(const std::string& text, Token token) {
+        const char* p = text.c_str();
+        const char* const end = p + text.size();
+        while (p != end) {
+            const char* const first = p++;
+            switch (*first) {
+                case ' ':
+                case '\n':
+                case '\r':
+                case '\t':
+                    p = ke::json::skip_spaces_before(p, end);
+                    continue;
+                case '"':
+                    while (*(p = ke::json::skip_plain_ascii(p, end)) != '"')
+                        p += *p == '\\' ? 2 : 1;
+                    ++p;
+                    break;
+                case '{':
+                case '}':
+                case '[':
+                case ']':
+                case ':':
+                case ',':
+                    break;
+                default:
+                    while (p != end && *p > ' ' && *p != ',' && *p != ']' && *p != '}')
+                        ++p;
+            }
+            token(first, p, *first == '"' && p != end && *p == ':');
         }
     }
 
-    void add_container(size_t before, size_t key_size, size_t places) {
-        constexpr size_t kFewPlaces = 64;
-        const size_t table = places * sizeof(void*);
-        if (places <= kFewPlaces) {
-            add(before + kNode + 16 + table, key_size + table);
-        } else {
-            add(before + kNode + 16, key_size);
-            add(table, table);
-        }
-    }
-
-    std::vector<Block> blocks_;
-    std::string source_;
+    std::string text_;
+    std::string compact_;
+    std::vector<std::string_view> tokens_;
 };

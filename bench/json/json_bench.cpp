@@ -2,7 +2,7 @@
 // can put the libraries beside each other. "heap" is no time: bytes of heap for a document.
 #include <benchmark/benchmark.h>
 
-#include <chrono>
+#include <memory>
 
 #include "json/floor.h"
 #include "json/libraries.h"
@@ -17,26 +17,18 @@ void add(const std::string& operation, const std::string& corpus, const char* li
         ->Unit(benchmark::kMicrosecond);
 }
 
-template <class Run>
-void add_manual(const std::string& operation, const std::string& corpus, const char* library,
-                Run run) {
-    benchmark::RegisterBenchmark((operation + "/" + corpus + "/" + library).c_str(), run)
-        ->Unit(benchmark::kMicrosecond)
-        ->UseManualTime();
-}
-
-template <class Body>
-double seconds(Body body) {
-    const auto start = std::chrono::steady_clock::now();
-    body();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
 // Whether a library can take the document at all; one that recurses cannot take the deepest.
 template <class Library>
 bool takes(const Corpus& corpus) {
     return corpus.name != "nested" || std::string(Library::kName) == Ke::kName;
 }
+
+template <class Library>
+constexpr bool kWritesPretty = true;
+#if defined(KE_BENCH_BOOST)
+template <>
+constexpr bool kWritesPretty<Boost> = false;
+#endif
 
 template <class Library>
 void add_parsing(const Corpus& corpus) {
@@ -45,19 +37,6 @@ void add_parsing(const Corpus& corpus) {
         for (auto _ : state)
             Library::release(Library::parse(text));
         state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(strlen(text)));
-    });
-    add_manual("parse", corpus.name, Library::kName, [text](benchmark::State& state) {
-        for (auto _ : state) {
-            typename Library::Doc doc = {};
-            state.SetIterationTime(seconds([&] { doc = Library::parse(text); }));
-            Library::release(doc);
-        }
-    });
-    add_manual("release", corpus.name, Library::kName, [text](benchmark::State& state) {
-        for (auto _ : state) {
-            typename Library::Doc doc = Library::parse(text);
-            state.SetIterationTime(seconds([&] { Library::release(doc); }));
-        }
     });
     add("heap", corpus.name, Library::kName, [text](benchmark::State& state) {
         size_t bytes = 0;
@@ -75,6 +54,8 @@ template <class Library>
 void add_writing(const Corpus& corpus) {
     const char* text = corpus.text.c_str();
     for (const bool pretty : {false, true}) {
+        if (pretty && !kWritesPretty<Library>)
+            continue;
         add(pretty ? "dump pretty" : "dump compact", corpus.name, Library::kName,
             [text, pretty](benchmark::State& state) {
                 typename Library::Doc doc = Library::parse(text);
@@ -145,36 +126,20 @@ void add_library() {
 }
 
 void add_floor(const Corpus& corpus) {
-    const char* text = corpus.text.c_str();
-    if (corpus.name == "nested")
-        return;  // planned by recursion
-    add("parse+release", corpus.name, "floor", [text](benchmark::State& state) {
-        wiq_json_t* doc = Ke::parse(text);
-        Floor floor(doc);
-        Ke::release(doc);
-        for (auto _ : state) {
-            floor.allocate();
-            floor.release();
-        }
+    const std::string text = corpus.text;
+    wiq_json_t* doc = Ke::parse(text.c_str());
+    char* compact = nullptr;
+    wiq_json_sdump(doc, &compact, 0);
+    Ke::release(doc);
+    auto floor = std::make_shared<Floor>(text, compact);
+    free(compact);
+    add("parse+release", corpus.name, "floor", [floor](benchmark::State& state) {
+        for (auto _ : state)
+            benchmark::DoNotOptimize(floor->parse());
     });
-    // The text is written in pieces of sixteen bytes into a buffer that grows.
-    add("dump compact", corpus.name, "floor", [text](benchmark::State& state) {
-        wiq_json_t* doc = Ke::parse(text);
-        const size_t length = Ke::dump(doc, false);
-        Ke::release(doc);
-        for (auto _ : state) {
-            char* out = nullptr;
-            size_t capacity = 0;
-            for (size_t at = 0; at + 16 <= length; at += 16) {
-                if (at + 16 > capacity) {
-                    capacity = capacity == 0 ? 64 : 2 * capacity;
-                    out = static_cast<char*>(realloc(out, capacity));
-                }
-                memcpy(out + at, text + at % 1024, 16);
-            }
-            benchmark::DoNotOptimize(out);
-            free(out);
-        }
+    add("dump compact", corpus.name, "floor", [floor](benchmark::State& state) {
+        for (auto _ : state)
+            benchmark::DoNotOptimize(floor->dump());
     });
 }
 
@@ -261,6 +226,16 @@ void add_all() {
 #endif
 #if defined(KE_BENCH_NLOHMANN)
     add_library<Nlohmann>();
+#endif
+#if defined(KE_BENCH_RAPIDJSON)
+    add_library<RapidPool>();
+#endif
+#if defined(KE_BENCH_BOOST)
+    add_library<Boost>();
+    for (const Corpus& corpus : corpora()) {
+        if (takes<Boost>(corpus))
+            add_equality<Boost>(corpus);
+    }
 #endif
 }
 

@@ -182,15 +182,17 @@ struct CJson {
 #include <rapidjson/document.h>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
-// With its plain allocator: a block for each array, object and long string, as the other libraries have.
-struct Rapid {
-    static constexpr const char* kName = "RapidJSON";
-    using Document = rapidjson::GenericDocument<rapidjson::UTF8<>, rapidjson::CrtAllocator>;
+// By its kinds of memory: a block of the runtime for each array, object and long string, as the other libraries have
+// it, or a pool that gives nothing back before the document goes.
+template <class Allocator>
+struct RapidWith {
+    using Document = rapidjson::GenericDocument<rapidjson::UTF8<>, Allocator>;
     using Doc = Document*;
 
     static Doc parse(const char* text) {
         Doc doc = new Document();
-        doc->Parse<rapidjson::kParseFullPrecisionFlag | rapidjson::kParseIterativeFlag>(text);
+        doc->template Parse<rapidjson::kParseFullPrecisionFlag | rapidjson::kParseIterativeFlag>(
+            text);
         return doc;
     }
     static void release(Doc doc) { delete doc; }
@@ -210,6 +212,30 @@ struct Rapid {
         made->CopyFrom(*doc, made->GetAllocator());
         return made;
     }
+    static bool equal(Doc a, Doc b) { return *a == *b; }
+};
+struct Rapid : RapidWith<rapidjson::CrtAllocator> {
+    static constexpr const char* kName = "RapidJSON";
+};
+struct RapidPool : RapidWith<rapidjson::MemoryPoolAllocator<>> {
+    static constexpr const char* kName = "RapidJSON pool";
+};
+#endif
+
+#if defined(KE_BENCH_BOOST)
+#include <boost/json/src.hpp>
+struct Boost {
+    static constexpr const char* kName = "Boost.JSON";
+    using Doc = boost::json::value*;
+
+    static Doc parse(const char* text) {
+        boost::json::parse_options options;
+        options.max_depth = 100000;  // its own default of 32 is too little for some documents
+        return new boost::json::value(boost::json::parse(text, {}, options));
+    }
+    static void release(Doc doc) { delete doc; }
+    static size_t dump(Doc doc, bool) { return boost::json::serialize(*doc).size(); }
+    static Doc copy(Doc doc) { return new boost::json::value(*doc); }
     static bool equal(Doc a, Doc b) { return *a == *b; }
 };
 #endif
