@@ -13,7 +13,7 @@
  *    its last argument (a few take it elsewhere; their comment says so) and stores the status
  *    there, 0 on success; read it as `(i32)err`. Pass NULL if you do not want it. In the JSON
  *    family the argument also chains: if it holds a nonzero status on entry, the function does
- *    nothing, leaves it as it is and returns NULL, 0 or false. So a series of calls can share one
+ *    nothing, leaves it unchanged and returns NULL, 0 or false. So a series of calls can share one
  *    variable, which is set to 0 once and tested once at the end:
  *    @code
  *    u32 err = 0;

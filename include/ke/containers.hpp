@@ -179,7 +179,7 @@ class map {
 
     /** Returns the number of entries. */
     u64 size() const noexcept { return ready_ ? map_.size : 0; }
-    /** Tells whether there are none. */
+    /** Tells whether it is empty. */
     bool empty() const noexcept { return size() == 0; }
     /** Tells whether a key is there. */
     bool contains(const text_arg& key) const noexcept { return find(key) != nullptr; }
@@ -525,7 +525,7 @@ class string_list {
     void clear() noexcept { (void)wiq_vector_resize(&list_, 0); }
     /** Returns the number of strings. */
     i32 size() const noexcept { return list_.size; }
-    /** Tells whether there are none. */
+    /** Tells whether it is empty. */
     bool empty() const noexcept { return list_.size == 0; }
     /** Returns the string at an index, which is not checked. */
     std::string_view operator[](i32 index) const noexcept { return text_of(texts()[index]); }

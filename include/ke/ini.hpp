@@ -27,7 +27,7 @@ struct ini_value {
 /** A section: its values by key, and the text that follows its name in the brackets. */
 struct ini_section {
     std::map<std::string, ini_value, std::less<>> values; /**< the last one of equal keys */
-    std::string argument;                                 /**< "" if there is none */
+    std::string argument;                                 /**< "" if the section has none */
     WiqIniLocation location = {};                         /**< place of its name */
 };
 

@@ -251,12 +251,12 @@ class [[nodiscard]] result {
     }
     /** @} */
 
-    /** Returns a copy of the value, or `other` if there is none. */
+    /** Returns a copy of the value; if the call failed, returns `other`. */
     template <class U = T>
     T value_or(U&& other) const& {
         return value_ ? *value_ : static_cast<T>(std::forward<U>(other));
     }
-    /** Moves the value out and returns it, or returns `other` if there is none. */
+    /** Moves the value out and returns it; if the call failed, returns `other`. */
     template <class U = T>
     T value_or(U&& other) && {
         return value_ ? std::move(*value_) : static_cast<T>(std::forward<U>(other));
@@ -265,7 +265,7 @@ class [[nodiscard]] result {
 #if defined(KE_UTILS_EXCEPTIONS)
     /** @name Access to the value with a check
      *  @{ */
-    /** Returns the value; throws ke::bad_result if there is none. */
+    /** Returns the value; throws ke::bad_result if the call failed. */
     T& value() & {
         status_.value();
         return *value_;

@@ -19,7 +19,7 @@ extern "C" {
  * Called with the address of an element inside the block, when the element is created or destroyed.
  *
  * The callback must not use the vector that it is called from, except that it may take a reference
- * and give it up again: the vector's size is set only after the last call, so until then the size
+ * and release it: the vector's size is set only after the last call, so until then the size
  * and the elements do not match. Where the library notices that a callback has changed the vector,
  * the function stops and returns WIQ_ERR_FAILED (-7), or NULL if it returns a pointer, and the
  * vector stays as the callback left it.
@@ -265,7 +265,7 @@ KE_API i32 wiq_map_put(wiq_map* map, void* key, void* value);
 KE_API i32 wiq_map_replace(wiq_map* map, void* key, void* value, void** old_value);
 
 /**
- * Returns the value under a key, and has the factory make it if there is none.
+ * Returns the value under a key. If the key is missing, the factory makes the value first.
  *
  * The new value is stored as by wiq_map_put(). So if the factory itself has stored something under
  * the key, the new value replaces it.

@@ -188,7 +188,7 @@ typedef void (*wiq_malloc_post_fn)(void** result, size_t* size);
 typedef void (*wiq_realloc_pre_fn)(void** ptr, size_t* size);
 
 /**
- * Called after a reallocation. Receives the addresses of the result (NULL if there is none) and of
+ * Called after a reallocation. Receives the addresses of the result (NULL if it failed) and of
  * the size in bytes, and may change both.
  */
 typedef void (*wiq_realloc_post_fn)(void** result, size_t* size);

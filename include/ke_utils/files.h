@@ -288,8 +288,8 @@ typedef struct WiqIniLocation {
  * Receives a section header. All pointers are valid only during the call.
  * @param name              the name of the section
  * @param name_location     where the name is
- * @param argument          the argument; NULL if there is none
- * @param argument_location where the argument is; all zero if there is none
+ * @param argument          the argument; NULL if the section has none
+ * @param argument_location where the argument is; all zero if the section has no argument
  * @param user              the pointer that was given to wiq_ini_parse()
  * @return 0 to go on; any other status ends the parse, which returns it
  */

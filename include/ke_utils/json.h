@@ -5,7 +5,7 @@
  * 6901).
  *
  * Many functions take a chaining status as `u32* err`. If it holds a nonzero status on entry, the
- * function does nothing, leaves it as it is, and returns NULL, 0 or false (a function that returns
+ * function does nothing, leaves it unchanged, and returns NULL, 0 or false (a function that returns
  * a status returns that one). Otherwise the function stores its own status there, 0 on success. A
  * chaining status may always be NULL.
  */
@@ -118,8 +118,8 @@ KE_API wiq_json_t* wiq_json_double_new(double value, u32* err);
 /**
  * Makes a string with a copy of `text`.
  *
- * When there is memory for the node, but not for the text, the node is returned without a text, and
- * the status is 0. A caller who cares tests whether wiq_json_str_get() returns NULL.
+ * If the node can be allocated but its text cannot, the function returns a node without a text and
+ * the status is 0. To detect this, test whether wiq_json_str_get() returns NULL.
  * @param text UTF-8, which is not checked
  * @param err  chaining status: WIQ_ERR_INVALID_ARG if `text` is NULL; WIQ_ERR_NO_MEMORY when out of
  *             memory for the node
@@ -312,8 +312,8 @@ KE_API const char* wiq_json_parent_key(const wiq_json_t* node);
  *
  *  Unlike a ::wiq_map, an object stays fast even if its keys were chosen to have the same hash: the
  *  members of a long chain are also found through an index, which takes up to 26 bytes per bucket.
- *  Without memory for the index, the chain is searched member by member; no call fails because of
- *  that.
+ *  If the index cannot be allocated, the chain is searched member by member; no call fails because
+ *  of that.
  *
  *  What a getter returns stays owned by the object; call wiq_json_ref() to keep it.
  *  @{ */
@@ -409,8 +409,8 @@ KE_API wiq_json_t* wiq_json_obj_put_double(wiq_json_t* obj, const char* key, dou
 
 /**
  * Puts a new string under a key. Statuses and result are those of wiq_json_obj_put_null(), and
- * WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL. See wiq_json_str_new() for a string
- * without memory for its text.
+ * WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL. wiq_json_str_new() tells what happens if
+ * the text cannot be allocated.
  */
 KE_API wiq_json_t* wiq_json_obj_put_str(wiq_json_t* obj, const char* key, const char* text,
                                         u32* err);
@@ -659,8 +659,8 @@ KE_API wiq_json_t* wiq_json_array_push_double(wiq_json_t* array, double value, u
 
 /**
  * Appends a new string. Statuses and result are those of wiq_json_array_push_bool(), and
- * WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL. See wiq_json_str_new() for a string
- * without memory for its text.
+ * WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL. wiq_json_str_new() tells what happens if
+ * the text cannot be allocated.
  */
 KE_API wiq_json_t* wiq_json_array_push_str(wiq_json_t* array, const char* text, u32* err);
 
@@ -739,14 +739,14 @@ KE_API wiq_json_t* wiq_json_array_pop_elem(wiq_json_t* array);
 /**
  * Finds the first element that is equal to a pattern: wiq_json_equal() of the element and the
  * pattern is true.
- * @return the element, which the array keeps owning; NULL if there is none or `array` is not an
+ * @return the element, which the array keeps owning; NULL if not found or if `array` is not an
  *         array
  */
 KE_API wiq_json_t* wiq_json_array_find(const wiq_json_t* array, const wiq_json_t* pattern);
 
 /**
  * Finds the first element that is a string with this text.
- * @return the element, which the array keeps owning; NULL if there is none, `array` is not an array
+ * @return the element, which the array keeps owning; NULL if not found, `array` is not an array
  *         or `text` is NULL
  */
 KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* text);
@@ -803,8 +803,8 @@ enum wiq_json_subset_flag {
  * @param node the node to copy
  * @param err  chaining status: WIQ_ERR_INVALID_ARG if `node` is NULL; WIQ_ERR_BAD_JSON_TYPE (-7014)
  *             if a tag above 10 is met; WIQ_ERR_NO_MEMORY when out of memory
- * @return a free-standing tree, which wiq_json_unref() releases; NULL on failure, with nothing left
- *         behind
+ * @return a free-standing tree, which wiq_json_unref() releases; NULL on failure, with nothing
+ *         leaked
  */
 KE_API wiq_json_t* wiq_json_copy(const wiq_json_t* node, u32* err);
 
@@ -1093,7 +1093,7 @@ KE_API i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 
 /**
  * Writes the text of a document to a stream, which is neither flushed nor closed.
  *
- * If the functions behind the stream are the caller's own, they must not change the document.
+ * If the stream calls functions of the caller's own, they must not change the document.
  * @param node   the document
  * @param fp     open for writing
  * @param flags  of ::wiq_json_dump_flag
@@ -1279,8 +1279,8 @@ KE_API wiq_json_t* wiq_json_ptr_put_u128(wiq_json_t* root, const char* ptr,
 
 /**
  * Makes a string and stores it as wiq_json_ptr_put() does. Statuses and result are those of
- * wiq_json_ptr_put_obj(), and WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL. See
- * wiq_json_str_new() for a string without memory for its text.
+ * wiq_json_ptr_put_obj(), and WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL.
+ * wiq_json_str_new() tells what happens if the text cannot be allocated.
  */
 KE_API wiq_json_t* wiq_json_ptr_put_str(wiq_json_t* root, const char* ptr, const char* text,
                                         u32* err);

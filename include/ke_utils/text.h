@@ -450,7 +450,7 @@ KE_API i32 wiq_log2_whole(u32 x, u32* out);
  * @param offset offset in the data of the line's first byte
  * @param hex    the hexadecimal text of the line, NUL-terminated; valid during the call
  * @param ascii  the character column of the line, NUL-terminated; valid during the call; NULL if
- *               there is none
+ *               the dump has no such column
  * @return 0 to go on; any other status stops the dump, which returns it
  */
 typedef i32 (*WiqMemdumpFn)(void* user, u64 offset, const char* hex, const char* ascii);

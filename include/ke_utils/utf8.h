@@ -37,7 +37,7 @@ static inline u8 ke_utf8_byte_(const char* text, size_t at) {
     return KE_UTF8_CAST_(u8, text[at]);
 }
 
-/* Returns the length of the valid sequence (RFC 3629) at `at`; 0 if there is none. */
+/* Returns the length of the valid sequence (RFC 3629) at `at`; 0 if the bytes are not valid. */
 static inline size_t ke_utf8_length_(const char* text, size_t size, size_t at) {
     const u8 lead = ke_utf8_byte_(text, at);
     const size_t length = lead < 0x80   ? 1

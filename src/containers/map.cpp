@@ -125,7 +125,7 @@ i32 wiq_map_finalize(wiq_map* map) {
     return 0;
 }
 
-// key_free and value_free may take references and give them up; mark_dying() keeps that from
+// key_free and value_free may take references and release them; mark_dying() keeps that from
 // deleting the map again.
 void wiq_map_delete(wiq_map* map) {
     ke::mark_dying(&map->refcount);

@@ -19,7 +19,7 @@ inline bool remove_owner(i32* count) {
 }
 
 // Called before an object is released. From now on the count is far from 0, so callbacks of the
-// release may take references and give them up again without releasing the object a second time.
+// release may take references and release them without releasing the object a second time.
 inline void mark_dying(i32* count) {
     std::atomic_ref(*count).store(1 << 30, std::memory_order_relaxed);
 }

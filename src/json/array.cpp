@@ -160,7 +160,7 @@ wiq_json_t* push_new(wiq_json_t* array, u32* err, Make make) {
     return node;
 }
 
-// The same for builders whose value is passed by a pointer, which must not be NULL.
+// As above, for builders whose value is passed by a pointer, which must not be NULL.
 template <class Value, class Make>
 wiq_json_t* push_new_from(wiq_json_t* array, const Value* value, u32* err, Make make) {
     if (!has_failed(err) && value == nullptr) {

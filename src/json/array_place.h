@@ -6,7 +6,7 @@
 
 namespace ke::json {
 
-// Returns the slot that an index names, -1 if there is none. A negative index counts from the end.
+// Returns the slot that an index names; otherwise returns -1. A negative index counts from the end.
 inline i32 resolve_index(const ArrayNode* array, i32 index) {
     const i32 size = size_of(array);
     if (index < 0) {

@@ -88,7 +88,7 @@ class ChainIndex {
     u32 free_;  // the first entry that is no longer in use
 };
 
-// Returns a table's index; nullptr if there is none. A table without a tail has few members, and
+// Returns a table's index, or nullptr if it has not been built. A table without a tail has few members, and
 // never has one.
 inline ChainIndex* index_of(const Members& members) {
     return has_tail(members) ? tail_of(members)->index : nullptr;

@@ -103,7 +103,7 @@ bool Chunks::make_room(size_t size) {
 
 char* Chunks::take_alone(size_t size) {
     // Such a chunk may be freed before the next one is made. The record is made first because
-    // make_document() relies on last_ as long as there is none.
+    // make_document() relies on last_ as long as no record exists.
     Chunk* chunk = make_document() ? add_chunk(sizeof(Chunk) + size) : nullptr;
     return chunk != nullptr ? reinterpret_cast<char*>(chunk + 1) : nullptr;
 }

@@ -87,7 +87,7 @@ i32 copy_elems(OpenSource* source, ArrayNode* parent, Chunks* chunks, Inside* in
     return 0;
 }
 
-// The same for members. The copy's table has room for all of them, and no two of the source's
+// As above, for members. The copy's table has room for all of them, and no two of the source's
 // members have the same key, so that append_member() need not search or grow.
 i32 copy_members(OpenSource* source, ObjectNode* parent, Chunks* chunks, Inside* inside) {
     i32 status = 0;

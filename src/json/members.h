@@ -102,7 +102,7 @@ constexpr u32 kLongChain = 16;
 // an index.
 constexpr u32 kShortChain = 4;
 
-// Walks a chain. Returns the link to the member with this key; if there is none, the null link at
+// Walks a chain. Returns the link to the member with this key; if not found, the null link at
 // the end of the chain, where such a member would be added. The table must exist.
 inline Member** slot_of(const Members& members, const Key& key) {
     Member** slot = &members.buckets[bucket_of(key.hash, members.mask)];

@@ -363,7 +363,7 @@ inline void settle(ArrayNode* array, i32 index, wiq_json* child) {
     }
 }
 
-// Returns the child under a key, nullptr if there is none. If the child is a reference, it is
+// Returns the child under a key; otherwise returns nullptr. If the child is a reference, it is
 // returned itself.
 wiq_json* find_child(const ObjectNode* obj, const char* key);
 

@@ -293,7 +293,7 @@ wiq_json_t* put_new(wiq_json_t* obj, const char* key, u32* err, Make make) {
     return node;
 }
 
-// The same for builders whose value is passed by a pointer, which must not be NULL.
+// As above, for builders whose value is passed by a pointer, which must not be NULL.
 template <class Value, class Make>
 wiq_json_t* put_new_from(wiq_json_t* obj, const char* key, const Value* value, u32* err,
                          Make make) {

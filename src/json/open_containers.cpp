@@ -106,7 +106,7 @@ i32 OpenContainers::make_early(Frame* frame, Chunks* chunks) {
     return 0;
 }
 
-// The same for the innermost container if it already has children, which learn their parent.
+// As above, for the innermost container if it already has children, which learn their parent.
 i32 OpenContainers::make_now(Frame* frame) {
     if (make_early(frame, chunks_of_top()) != 0)
         return WIQ_ERR_NO_MEMORY;

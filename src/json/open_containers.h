@@ -92,7 +92,7 @@ class OpenContainers {
     // if the member shares the node's block or is still to be made. Returns 0 or WIQ_ERR_NO_MEMORY;
     // in both cases node and member no longer belong to the caller.
     i32 give(wiq_json* node, Member* member, const Key* key);
-    // The same for a node whose count is set and whose member, if it is to have one, is made. If
+    // As above, for a node whose count is set and whose member, if it is to have one, is made. If
     // the container gets more children than a table in its node's block can hold, it is made now.
     i32 give_elem(Frame& array, wiq_json* node);
     i32 give_member(Frame& obj, wiq_json* node, Member* member);

@@ -27,7 +27,7 @@ i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
     return WIQ_ERR_WRONG_TYPE;
 }
 
-// Returns the child that a token names in a container, nullptr if there is none yet.
+// Returns the child that a token names in a container; nullptr if it has yet to be made.
 wiq_json* existing(const wiq_json* container, const WiqJsonPtrToken& token) {
     if (const ObjectNode* obj = to_object(container))
         return find_child(obj, token.name);

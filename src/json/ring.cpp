@@ -9,7 +9,7 @@
 namespace ke::json {
 namespace {
 
-// Returns the first child, nullptr if there is none. A weak container is not the parent of its
+// Returns the first child, nullptr if the container is empty. A weak container is not the parent of its
 // children, so they are not below it.
 wiq_json* first_child(wiq_json* node) {
     if (is_weak(node)) {

@@ -55,7 +55,7 @@ void object_unref(WiqObject* object) {
         object_delete(object);
 }
 
-// A finaliser may take references to the object and give them up; mark_dying() keeps that from
+// A finaliser may take references to the object and release them; mark_dying() keeps that from
 // deleting it again.
 void object_delete(WiqObject* object) {
     ke::mark_dying(&object->refcount);

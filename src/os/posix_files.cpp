@@ -75,7 +75,7 @@ FileResult result_of_name_errno(bool ends_in_separator) {
     return result_of_errno();
 }
 
-// The same for opening. Access to a directory is denied. The system gives the same error (EISDIR)
+// As above, for opening. Access to a directory is denied. The system gives the same error (EISDIR)
 // for a name that ends in a separator if the mode would create a file of that name; that is no
 // matter of access.
 FileResult result_of_open_errno(const char* path) {
@@ -111,7 +111,7 @@ FILE* open_existing(const char* path, const char* mode) {
     return nullptr;
 }
 
-// The same for a file that this call creates, and that only its owner may read and write.
+// As above, for a file that this call creates, and that only its owner may read and write.
 FILE* create_file(const char* path, const char* mode) {
     const bool update = strchr(mode, '+') != nullptr;
     const int flags = O_CREAT | O_EXCL | O_CLOEXEC | (mode[0] == 'a' ? O_APPEND : 0);

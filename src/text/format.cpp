@@ -37,7 +37,7 @@ void grow_block(char** block, u64* size, u64 need) {
     *block = static_cast<char*>(realloc(*block, need));
 }
 
-// Returns the length of the string in a block. There is none if the size is 0, or after a growth
+// Returns the length of the string in a block. It is 0 if the size is 0, or after a growth
 // that failed.
 u64 text_length(const char* block, u64 size) {
     return size == 0 || block == nullptr ? 0 : strlen(block);

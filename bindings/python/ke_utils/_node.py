@@ -27,7 +27,7 @@ def _escaped(text):
 
 
 def parse(text, *, allow_trailing=False, reject_duplicates=False):
-    """Parses JSON text; an Error with line and column if it is none."""
+    """Parses JSON text; raises Error with line and column if it is invalid."""
     place = LoadError()
     flags = (ALLOW_TRAILING if allow_trailing else 0) | (REJECT_DUPLICATES if reject_duplicates else 0)
     pointer = lib.wiq_json_loads(_c_text(_escaped(text)), flags, byref(place))
