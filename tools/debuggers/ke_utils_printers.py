@@ -19,7 +19,7 @@ except ImportError:
     gdb = None
     import lldb
 
-# --- A node in memory (src/json/node.h, src/json/members.h): what the library's debug information would tell ---
+# --- A node in memory (src/json/node.h, src/json/members.h): what the library's debug information would say ---
 
 JSON_NULL, JSON_OBJECT, JSON_ARRAY, JSON_I64, JSON_U64, JSON_U128 = range(6)
 JSON_DOUBLE, JSON_STRING, JSON_TRUE, JSON_FALSE, JSON_REF = range(6, 11)
@@ -32,7 +32,7 @@ ERR_EMPTY = -20001
 
 
 def memory_at(address, size):
-    """Bytes of the program."""
+    """Reads the program's memory."""
     if gdb:
         return gdb.selected_inferior().read_memory(address, size).tobytes() if size else b""
     error = lldb.SBError()
@@ -43,7 +43,7 @@ def memory_at(address, size):
 
 
 def number_at(address, form):
-    """What stands at an address, by a form of the module struct."""
+    """Reads the values at an address, in a format of the module struct."""
     return struct.unpack(form, memory_at(address, struct.calcsize(form)))[0]
 
 
@@ -52,7 +52,7 @@ def text_at(address, length):
 
 
 class Node:
-    """A JSON value: scalars as JSON text, containers with what they hold."""
+    """A JSON value: scalars as JSON text, containers with the number of their children."""
 
     def __init__(self, address):
         self.address = address
@@ -87,7 +87,7 @@ class Node:
         return number_at(self.address + (OBJECT_SIZE if self.type == JSON_OBJECT else ARRAY_SIZE), "<I")
 
     def children(self):
-        """Names and addresses, members in map order."""
+        """Returns the names and addresses of the children, members in map order."""
         if self.type not in (JSON_OBJECT, JSON_ARRAY):
             return
         table = number_at(self.address + VALUE, POINTER)
@@ -104,7 +104,7 @@ class Node:
 
 
 def status_text(number, line, column, names):
-    """A status as its name, number and place."""
+    """Returns a status as its name, number and position."""
     if number == 0:
         return "success"
     name = "ke::err_empty" if number == ERR_EMPTY else names.get(number, "unknown status")
@@ -148,7 +148,7 @@ def described_node():
 
 
 def description():
-    """The name of a new file with described_node()."""
+    """Writes described_node() to a new file and returns its name."""
     with tempfile.NamedTemporaryFile(prefix="ke_utils_types", suffix=".o", delete=False) as file:
         file.write(described_node())
     return file.name
@@ -157,7 +157,7 @@ def description():
 # --- GDB ---
 
 def quoted(pointer):
-    """A C string as text in quotes, or NULL."""
+    """Returns a C string as text in quotes, or NULL."""
     return '"%s"' % pointer.string(errors="replace") if int(pointer) != 0 else "NULL"
 
 
@@ -166,7 +166,7 @@ def number_128(value):
 
 
 def entries(table):
-    """The entries of a wiq_map in map order."""
+    """Returns the entries of a wiq_map in map order."""
     for bucket in range(int(table["bucket_count"])):
         entry = table["buckets"][bucket]
         while int(entry) != 0:
@@ -175,7 +175,7 @@ def entries(table):
 
 
 class Uint128Printer:
-    """wiq_uint128 as a decimal number."""
+    """Shows wiq_uint128 as a decimal number."""
 
     def __init__(self, value):
         self.value = value
@@ -185,7 +185,7 @@ class Uint128Printer:
 
 
 class StrbufPrinter:
-    """wiq_strbuf as its text with its size."""
+    """Shows wiq_strbuf as its text with its size."""
 
     def __init__(self, value):
         self.value = value
@@ -198,7 +198,7 @@ class StrbufPrinter:
 
 
 class VectorPrinter:
-    """wiq_vector: sizes, and the elements where their size tells what they are."""
+    """Shows wiq_vector: its sizes, and its elements if their type can be told from their size."""
 
     def __init__(self, value):
         self.value = value
@@ -226,7 +226,7 @@ class VectorPrinter:
 
 
 class MapPrinter:
-    """wiq_map: its entries as hash and value, keys as text when wiq_hash_str hashed them."""
+    """Shows wiq_map: its entries as hash and value; keys as text if wiq_hash_str hashed them."""
 
     def __init__(self, value):
         self.value = value
@@ -250,12 +250,12 @@ class MapPrinter:
 
 
 def node_at(address):
-    """The node at an address, as a value that is shown by the printer below."""
+    """Returns the node at an address, as a value that the printer below shows."""
     return gdb.Value(address).cast(gdb.lookup_type("struct wiq_json").pointer()).dereference()
 
 
 class JsonPrinter:
-    """wiq_json_t: scalars as JSON text, containers with what they hold."""
+    """Shows wiq_json_t: scalars as JSON text, containers with their children."""
 
     def __init__(self, value):
         self.node = Node(int(value.address))
@@ -269,7 +269,7 @@ class JsonPrinter:
 
 
 class HandlePrinter:
-    """ke::json, ke::json_view, ke::json_ref: the value that they lead to."""
+    """Shows ke::json, ke::json_view and ke::json_ref as the value that they refer to."""
 
     def __init__(self, value):
         node = int(value["node_"])
@@ -283,14 +283,14 @@ class HandlePrinter:
 
 
 def told_status(status):
-    """A ke::status as text."""
+    """Returns a ke::status as text."""
     names = {field.enumval: field.name for field in gdb.lookup_type("wiq_status").fields()}
     error = status["error_"]
     return status_text(int(error["status"]), int(error["line"]), int(error["column"]), names)
 
 
 class StatusPrinter:
-    """ke::status as its name, number and place."""
+    """Shows ke::status as its name, number and position."""
 
     def __init__(self, value):
         self.value = value
@@ -300,7 +300,7 @@ class StatusPrinter:
 
 
 class ResultPrinter:
-    """ke::result: its value, or its status."""
+    """Shows ke::result as its value or its status."""
 
     def __init__(self, value):
         self.value = value
@@ -316,7 +316,7 @@ class ResultPrinter:
 
 
 class WrapperPrinter:
-    """ke::uint128, ke::strbuf: the record that they are made of."""
+    """Shows ke::uint128 and ke::strbuf as the C record that they hold."""
 
     def __init__(self, value):
         name = "value_" if value.type.strip_typedefs().tag == "ke::uint128" else "buf_"
@@ -327,7 +327,7 @@ class WrapperPrinter:
 
 
 def describe_node_to_gdb():
-    """Makes `print *node` work without the library's debug information; nothing to do where that is there."""
+    """Makes `print *node` work without the library's debug information; does nothing if that is present."""
     try:
         if gdb.lookup_type("struct wiq_json").fields():
             return
@@ -359,7 +359,7 @@ LONGEST = 1000  # characters of a summary
 
 
 def written(address):
-    """The document at an address in one line, cut where it is long. Without recursion: documents may be deep."""
+    """Returns the document at an address in one line, cut if it is long. Not recursive: documents may be deep."""
     text, waiting = "", [("", address)]
     while waiting:
         name, at = waiting.pop()
@@ -380,7 +380,7 @@ def written(address):
 
 
 def guarded(call):
-    """A summary that says what went wrong instead of a trace."""
+    """Makes a summary that says what went wrong instead of a stack trace."""
     try:
         return call()
     except (ValueError, struct.error) as problem:

@@ -1,5 +1,6 @@
-// ke base64 encode, decode: bytes as text and back, a piece at a time. What the library's decoder lets pass
-// (missing padding, anything behind it) is refused here: it is a sign of a damaged text.
+// ke base64 encode, decode: convert bytes to text and back, piece by piece. The library's decoder accepts
+// missing padding and ignores anything after it; the tool rejects both, because they are a sign of damaged
+// text.
 #include <algorithm>
 #include <memory>
 
@@ -16,7 +17,7 @@ struct EncodeArgs {
     size_t wrap = 0;
 };
 
-// Writes text in lines of a width; 0: in one.
+// Writes text in lines of the given width; 0 means a single line.
 class Lines {
   public:
     Lines(Sink& sink, size_t width) : sink_(sink), width_(width) {}
@@ -50,7 +51,7 @@ int encode(const EncodeArgs& args, const Common& common) {
     RawInput input(args.file, common);
     Sink sink(common, "");
     Lines lines(sink, args.wrap);
-    // A multiple of 3, so that only the last piece is padded.
+    // The size of a piece is a multiple of 3, so only the last piece is padded.
     std::string bytes(size_t{3} << 16, '\0');
     std::string text(wiq_base64_encode_len(bytes.size()), '\0');
     for (;;) {
@@ -72,7 +73,7 @@ bool is_digit(char c) {
            c == '/';
 }
 
-// Takes the characters of a base64 text and hands whole groups of four to the library.
+// Collects the characters of a base64 text and passes complete groups of four to the library.
 class Decoder {
   public:
     Decoder(Source& source, Sink& sink) : source_(source), sink_(sink) {}

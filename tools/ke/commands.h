@@ -1,5 +1,5 @@
-// The command groups. Each registers its commands with the argument parser; a command that was named leaves
-// in `session.action` what is to be done once all arguments are known to be good.
+// The command groups. Each registers its commands with the argument parser. When a command is named on the
+// command line, it stores in `session.action` what to do once all arguments are known to be valid.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -30,20 +30,21 @@ void add_number_commands(CLI::App& app, Session& session);
 void add_schema_command(CLI::App& app, Session& session);
 void add_status_command(CLI::App& app, Session& session);
 
-// The option of every command whose output may take the place of its input.
+// Adds --in-place, for every command whose output may replace its input.
 void add_in_place(CLI::App& command, Session& session);
-// The file argument of every command that reads one, or several.
+// Add the file argument of every command that reads one file or several.
 void add_input(CLI::App& command, std::string& file);
 void add_inputs(CLI::App& command, std::vector<std::string>& files);
-// The options of every command that writes JSON.
+// Adds the options of every command that writes JSON.
 void add_layout(CLI::App& command, Layout& layout);
-// "every line of the input is a document"
+// Adds the option that says "every line of the input is a document".
 void add_json_lines(CLI::App& command, bool& several);
 
-// The names of all commands that do something, groups in front, as "json get" with a blank between them.
+// Returns the names of all commands that can be run, with their groups before them and `between` as the
+// separator: "json get".
 std::vector<std::string> command_names(const CLI::App& app, const std::string& between);
 
-// An argument that must not be empty.
+// A check for the argument parser: the argument must not be empty.
 std::string refuse_empty(std::string& text);
 
 }  // namespace tool

@@ -7,9 +7,9 @@ namespace tool {
 
 struct Common {
     bool quiet = false;     // no progress
-    std::string output;     // -o FILE; empty for standard output
+    std::string output;     // -o FILE; empty means standard output
     bool in_place = false;  // the output replaces the input
-    std::string command;    // as the user names it, for messages: "json get"
+    std::string command;    // as the user writes it, for messages: "json get"
 };
 
 }  // namespace tool

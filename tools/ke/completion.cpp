@@ -1,5 +1,5 @@
-// See completion.h. A script knows, for each place in the tree of commands, the words that may follow; where
-// a FILE may stand the shell completes files by itself.
+// See completion.h. For each position in the tree of commands, a script knows the words that may follow.
+// Where a FILE is allowed, the shell completes file names by itself.
 #include "completion.h"
 
 #include <algorithm>
@@ -9,8 +9,8 @@ namespace tool {
 namespace {
 
 struct Place {
-    std::string path;   // "json get"; "" in front of all commands
-    std::string words;  // what may follow, with blanks between
+    std::string path;   // "json get"; "" before any command
+    std::string words;  // the words that may follow, separated by blanks
 };
 
 std::vector<std::string> options_of(const CLI::App& app) {
@@ -47,7 +47,7 @@ std::vector<Place> all_places(const CLI::App& root) {
     return places;
 }
 
-// The branches of a script: a line for each place, with the path and the words put in.
+// Returns the branches of a script: one line per place, with the path and the words filled in.
 std::string branches(const std::vector<Place>& places, const std::string& before,
                      const std::string& between, const std::string& after) {
     std::string text;
@@ -56,7 +56,7 @@ std::string branches(const std::vector<Place>& places, const std::string& before
     return text;
 }
 
-// The path in bash and zsh: the words so far that are commands.
+// In bash and zsh, the path is made of those words typed so far that are commands.
 const char* const kBash = R"(# Completion of ke for bash; made by "ke completion bash".
 _ke() {
     local current=${COMP_WORDS[COMP_CWORD]} path= words= word

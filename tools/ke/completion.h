@@ -1,5 +1,5 @@
-// Scripts that complete the words of a ke command line, made from the commands as the argument parser knows
-// them, so that they never miss one.
+// Generates scripts that complete ke command lines. They are generated from the commands that are registered
+// with the argument parser, so no command can be missing.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -8,7 +8,7 @@
 
 namespace tool {
 
-// The shells that there is a script for.
+// The shells for which there is a script.
 std::vector<std::string> shells_with_completion();
 std::string completion_script(const CLI::App& app, const std::string& shell);
 

@@ -16,7 +16,7 @@ bool is_blank(char c) {
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
 }
 
-// What a key token stands for; `decoded` keeps the text of a key that is written with escapes.
+// Returns the text that a key token represents; `decoded` holds it if the key is written with escapes.
 std::string_view name_of(std::string_view key, std::string& decoded) {
     if (key.find('\\') == std::string_view::npos)
         return key.substr(1, key.size() - 2);
@@ -34,7 +34,7 @@ SortKey sort_key(std::string_view name, NodeId node) {
     return {word(0), word(4), node};
 }
 
-// Whether a number or a word is over here.
+// Returns whether a number or a word ends before this character.
 bool ends_scalar(char c) {
     return c == ',' || c == ']' || c == '}' || is_blank(c);
 }
@@ -113,7 +113,7 @@ bool Document::is_container(NodeId node) const {
     return (chunks_[node / kChunk]->containers[at / kBlock] >> at % kBlock & 1) != 0;
 }
 
-// How many containers there are in front of this one.
+// Returns the number of containers before this one.
 size_t Document::rank(NodeId container) const {
     const Chunk& chunk = *chunks_[container / kChunk];
     const size_t at = container % kChunk;
@@ -136,14 +136,14 @@ size_t Document::start(NodeId node) const {
     const size_t from = member_start(node);
     if (!has_key(node))
         return from;
-    // Only blanks and one colon follow the key.
+    // The text is valid, so only blanks and one colon follow the key.
     size_t at = string_stop(from);
     while (is_blank(text_[at]) || text_[at] == ':')
         ++at;
     return at;
 }
 
-// Returns the place after the closing quote of the string that starts here.
+// Returns the position after the closing quote of the string that starts here.
 size_t Document::string_stop(size_t quote) const {
     size_t at = quote + 1;
     while (text_[at] != '"')
@@ -226,11 +226,12 @@ void Document::append_sorted(NodeId object, std::vector<SortKey>& scratch,
             return a.high < b.high;
         if (a.low != b.low)
             return a.low < b.low;
-        // A key that ends within its first bytes is all of the other, since none holds a zero byte.
+        // No key contains a zero byte. So if a key ends within these first bytes, and those of the other key
+        // are equal, the keys are equal.
         const int order = (a.low & 0xFF) == 0 ? 0 : compare_keys(a.node, *this, b.node);
         return order != 0 ? order < 0 : a.node < b.node;
     });
-    // As much room as is needed for one large object, and more for many that are open at a time.
+    // Reserve exactly what one large object needs, but grow by half when many objects are open at once.
     if (list.capacity() - list.size() < count)
         list.reserve(std::max(list.size() + count, list.capacity() * 3 / 2));
     for (const SortKey& member : scratch)
@@ -356,7 +357,8 @@ Failure Document::failure(NodeId node, const std::string& message, int exit_stat
 
 namespace {
 
-// Writes a value. The containers that are being written are on a list, so that no document is too deep.
+// Writes a value. The containers that are being written are kept in a list, so depth is not limited by the
+// stack.
 class ValueWriter {
   public:
     ValueWriter(JsonWriter& writer, const Document& document, bool sorted)
@@ -385,8 +387,8 @@ class ValueWriter {
 
     struct Level {
         NodeId node;
-        NodeId next;          // where the children are written in the order of the text
-        size_t first_sorted;  // otherwise they stand in children_, from here to its end
+        NodeId next;          // used where the children are written in the order of the text
+        size_t first_sorted;  // otherwise the children are in children_, from here to its end
         size_t next_sorted;
     };
 
@@ -425,7 +427,7 @@ class ValueWriter {
     const Document& document_;
     bool sorted_;
     std::vector<Level> levels_;
-    std::vector<NodeId> children_;  // of the open objects, the innermost one's at the end
+    std::vector<NodeId> children_;  // of the open objects; those of the innermost one come last
     std::vector<SortKey> scratch_;
 };
 

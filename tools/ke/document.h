@@ -1,6 +1,6 @@
-// A whole document in memory: its text, and for each value where it stands. What moves, sorts or compares
-// values works on this; a value's text is never changed by it. A value takes a little more than 4 bytes
-// beside the text, a container 8 bytes more.
+// A whole document in memory: its text, and the position of each value in it. Code that moves, sorts or
+// compares values works on a Document, which never changes the text. A value takes slightly more than 4 bytes
+// in addition to the text; a container takes 8 bytes more.
 #pragma once
 
 #include <deque>
@@ -21,8 +21,8 @@ using NodeId = u32;
 
 enum class Kind { object, array, string, number, boolean, null };
 
-// A member that is being sorted: the first bytes of what its key stands for, which settle most comparisons
-// without a look at the text.
+// A member that is being sorted, with the first bytes of its decoded key. They decide most comparisons
+// without looking at the text.
 struct SortKey {
     u32 high, low;
     NodeId node;
@@ -30,58 +30,63 @@ struct SortKey {
 
 class Document {
   public:
-    // Reads the text, which must outlive the document; `name` is what messages speak of.
+    // Reads the text, which must outlive the document; `name` is the document's name in messages.
     Document(std::string name, std::string_view text);
 
     const std::string& name() const { return name_; }
     std::string_view text() const { return text_; }
     NodeId root() const { return 0; }
 
-    // The text of a value, brackets and quotes included.
+    // Returns the text of a value, including its brackets or quotes.
     std::string_view text_of(NodeId node) const;
     Kind kind(NodeId node) const;
     size_t start(NodeId node) const;
     size_t length(NodeId node) const { return text_of(node).size(); }
     size_t stop(NodeId node) const { return start(node) + length(node); }
-    // A member's key with its quotes; empty for an element.
+    // Returns a member's key with its quotes; an element has an empty key.
     std::string_view key(NodeId node) const;
-    // Where the member starts, with its key; an element's own start.
+    // Returns where a member starts, which is where its key starts; for an element, where its value starts.
     size_t member_start(NodeId node) const;
-    // An object whose only member is "$ref" with a string: the library reads it as a reference.
+    // Returns whether this is an object whose only member is "$ref" with a string. The library reads it as a
+    // reference.
     bool is_reference(NodeId node) const;
 
-    // The children of a container, in the order of the text. `next` is the one behind a child.
+    // The children of a container, in the order of the text. next() returns the child after the given one, or
+    // end_of() the container.
     bool has_children(NodeId node) const { return count(node) > 1; }
     NodeId first_child(NodeId node) const { return node + 1; }
     NodeId next(NodeId child) const { return child + count(child); }
     NodeId end_of(NodeId node) const { return node + count(node); }
-    // Of equal keys each counts.
+    // Members with equal keys are all counted.
     u64 child_count(NodeId node) const;
-    // The members that count, of equal keys the last, in the order of the bytes that the keys stand for.
+    // Returns the effective members (of those with equal keys, the last), sorted by the bytes of the decoded
+    // keys.
     std::vector<NodeId> members(NodeId object) const;
-    // The same in the order of the text; the elements of an array.
+    // Returns the effective members in the order of the text, or the elements of an array.
     std::vector<NodeId> children(NodeId node) const;
-    // Adds all members to a list in that order, equal keys in the order of the text. `scratch` is a list to
-    // work in, which one caller can use for many objects.
+    // Appends all members to a list, sorted by the bytes of the decoded keys; members with equal keys keep
+    // the order of the text. `scratch` is working space that a caller can reuse for many objects.
     void append_sorted(NodeId object, std::vector<SortKey>& scratch,
                        std::vector<NodeId>& list) const;
-    // These members and all others with their keys, each of which is the last of its key.
+    // Given members that are the last of their keys, returns them together with all other members with the
+    // same keys.
     std::vector<NodeId> with_namesakes(NodeId object, std::vector<NodeId> chosen) const;
-    // Compares what the keys of two members stand for: below 0, 0, above 0.
+    // Compares the decoded keys of two members. Returns a value below 0, 0, or a value above 0.
     int compare_keys(NodeId member, const Document& other, NodeId member_of_other) const;
 
-    // The member of a key, of equal ones the last; the element of an index.
+    // Return the member with a key (of several, the last), or the element at an index.
     std::optional<NodeId> member(NodeId object, std::string_view wanted) const;
     std::optional<NodeId> element(NodeId array, u64 index) const;
     // Follows a pointer; throws a Failure that shows where it leaves the document.
     NodeId find(const Pointer& pointer) const;
-    // The same, telling how far it got: the status, 0 if it was found.
+    // As above, but returns 0 if the value was found; otherwise the status, with *step set to the step that
+    // failed.
     i32 find(const Pointer& pointer, NodeId* node, size_t* step) const;
 
-    // The pointer that names a value.
+    // Returns the pointer that names a value.
     std::string pointer_of(NodeId node) const;
 
-    // A mistake in what stands at a value.
+    // Returns a Failure that reports a mistake at the position of a value.
     Failure failure(NodeId node, const std::string& message, int exit_status = kExitData) const;
 
   private:
@@ -91,16 +96,17 @@ class Document {
     static constexpr u32 kFar = 0x7FFFFFFF;         // the distance is in far_
     static constexpr u32 kLongLength = 0xFFFFFFFF;  // the length is in long_values_
 
-    // A run of values. What is not here is read from the text, which is known to be good.
+    // A run of consecutive values. Whatever is not stored here is read from the text, which is known to be
+    // valid.
     struct Chunk {
         u64 base;                         // where the first of them starts
-        size_t containers_before;         // in all chunks in front of this one
-        u64 containers[kChunk / kBlock];  // a bit for each value
-        u16 before[kChunk / kBlock];      // containers of this chunk in front of each block
-        u32 starts[kChunk];               // from `base`, with its key; kHasKey
+        size_t containers_before;         // in all chunks before this one
+        u64 containers[kChunk / kBlock];  // one bit per value
+        u16 before[kChunk / kBlock];      // containers of this chunk before each block
+        u32 starts[kChunk];               // relative to `base`; with kHasKey
     };
     struct Container {
-        u32 count;  // values in it, itself included
+        u32 count;  // values in it, including itself
         u32 length;
     };
 
@@ -123,7 +129,7 @@ class Document {
     std::map<NodeId, size_t> long_values_;
 };
 
-// Writes a value and all that is in it; members sorted by their keys' bytes if the layout says so.
+// Writes a value with everything in it. If the layout says so, members are sorted by the bytes of their keys.
 void write_value(JsonWriter& writer, const Document& document, NodeId top, const Layout& layout);
 
 }  // namespace tool

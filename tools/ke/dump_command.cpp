@@ -1,4 +1,4 @@
-// ke dump: bytes in hexadecimal, a piece of the file at a time.
+// ke dump: writes bytes in hexadecimal, reading the file piece by piece.
 #include <algorithm>
 #include <memory>
 #include <numeric>
@@ -21,7 +21,7 @@ struct DumpArgs {
 
 struct Lines {
     Sink& sink;
-    u64 base;  // what the library counts from
+    u64 base;  // the offset that the library counts from
 };
 
 i32 add_dump_line(void* user, u64 offset, const char* hex, const char* ascii) {
@@ -40,8 +40,8 @@ i32 add_dump_line(void* user, u64 offset, const char* hex, const char* ascii) {
     return 0;
 }
 
-// How much may be dumped at a time so that lines, groups and blocks fall as in one piece; 0 if only the
-// whole will do.
+// Returns how many bytes can be dumped at a time so that lines, groups and blocks break as if the file were
+// dumped at once; 0 if only the whole file will do.
 size_t piece_size(const DumpArgs& args) {
     constexpr u64 kPiece = u64{1} << 18;
     if (args.line == 0)

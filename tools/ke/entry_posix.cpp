@@ -1,4 +1,4 @@
-// The program's entry on Linux.
+// The program's entry point on Linux.
 #include "platform.h"
 
 int main(int argc, char** argv) {

@@ -1,4 +1,4 @@
-// The program's entry on Windows: arguments come as UTF-16 and are narrowed by the library.
+// The program's entry point on Windows: the library converts the arguments from UTF-16 to UTF-8.
 #include <cstdio>
 
 #include "ke_utils/files.h"

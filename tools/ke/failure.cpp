@@ -1,4 +1,4 @@
-// Messages for people: statuses by name and meaning, places by line, column and caret.
+// Messages for people: statuses by name and meaning, positions by line, column and caret.
 #include "failure.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ namespace tool {
 
 namespace {
 
-// Lines longer than this are shown in part, around the place.
+// Of longer lines, only the part around the position is shown.
 constexpr size_t kShownBytes = 100;
 
 bool continues_character(char c) {
@@ -21,8 +21,8 @@ size_t count_characters(std::string_view text) {
            static_cast<size_t>(std::count_if(text.begin(), text.end(), continues_character));
 }
 
-// The line that holds `offset`, without its end, cut to what fits a screen; `place` is where in it the
-// offset stands.
+// Returns the line that contains `offset`, without its line end, cut to fit the screen. *place is the
+// offset's position in the returned text.
 std::string_view shown_line(std::string_view text, size_t offset, size_t* place) {
     const size_t start = text.rfind('\n', offset == 0 ? std::string_view::npos : offset - 1);
     size_t first = offset == 0 || start == std::string_view::npos ? 0 : start + 1;
@@ -42,7 +42,7 @@ std::string_view shown_line(std::string_view text, size_t offset, size_t* place)
     return text.substr(first, last - first);
 }
 
-// As many columns as the text takes, tabs kept so that the caret stands under its place.
+// Returns blanks of the same width as the text, keeping tabs, so that the caret stands under its position.
 std::string blank_like(std::string_view text) {
     std::string blanks;
     for (char c : text) {
@@ -57,7 +57,7 @@ std::string explained(i32 status) {
            std::to_string(status) + ")";
 }
 
-// What a person does about it.
+// Returns what the user can do about a status.
 std::string_view advice(i32 status) {
     switch (status) {
         case WIQ_ERR_JSON_TRAILING_DATA:
@@ -85,7 +85,8 @@ std::string_view advice(i32 status) {
     }
 }
 
-// How many letters must be changed, added, removed or swapped with their neighbour.
+// Returns how many letters must be changed, added, removed or swapped with their neighbour to turn one word
+// into the other.
 size_t edit_distance(const std::string& a, const std::string& b) {
     std::vector<std::vector<size_t>> rows(a.size() + 1, std::vector<size_t>(b.size() + 1));
     for (size_t i = 0; i <= a.size(); ++i) {

@@ -21,10 +21,10 @@ Token FoldedTokens::next() {
     return token;
 }
 
-// Behind "{": as many tokens as it takes to see whether this is a reference. Of several "$ref" the last
-// counts, as of all keys.
+// Called after "{". Reads as many tokens as it takes to see whether the object is a reference. If there are
+// several "$ref" members, the last counts, as with all keys.
 void FoldedTokens::look_ahead() {
-    size_t base = 0;  // where the innermost object in question stands in the list
+    size_t base = 0;  // where the innermost candidate starts in the list
     hold(Token::open_object);
     for (;;) {
         Token token = scanner_.next();
@@ -38,7 +38,7 @@ void FoldedTokens::look_ahead() {
         if (token != Token::key || !stands_for(scanner_.text(), "$ref"))
             return;
         token = scanner_.next();
-        // A nested object may be a reference itself: its own look-ahead begins where this one ends.
+        // A nested object may itself be a reference, so the innermost object becomes the candidate.
         if (token == Token::open_object)
             base = held_.size();
         hold(token);

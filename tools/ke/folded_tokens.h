@@ -1,4 +1,4 @@
-// The tokens of a text in which an object that the library reads as a reference is one value.
+// The tokens of a text, with each object that the library reads as a reference folded into one token.
 #pragma once
 
 #include <deque>

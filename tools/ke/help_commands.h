@@ -1,11 +1,11 @@
-// ke help, ke completion: what the commands are, for people and for their shells.
+// ke help, ke completion: describe the commands, for people and for their shells.
 #pragma once
 
 #include "commands.h"
 
 namespace tool {
 
-// To be called when all other commands are there.
+// Must be called after all other commands have been added.
 void add_help_commands(CLI::App& app, Session& session);
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-// ke ini to-json, get, set, remove, sections, keys: INI files as they are, and as JSON.
+// ke ini to-json, get, set, remove, sections, keys: read and edit INI files, and convert them to JSON.
 #include <algorithm>
 #include <memory>
 
@@ -20,8 +20,8 @@ struct IniArgs {
     Layout layout;
 };
 
-// Lines of output without repetition. What is known is found in the output itself: a table holds where each
-// line starts, so that a line takes little more than its text.
+// Output lines without duplicates. The output itself serves as the set of known lines: a table holds where
+// each line starts, so a line takes little more memory than its text.
 class Lines {
   public:
     void add(std::string_view line) {
@@ -43,7 +43,7 @@ class Lines {
         return std::string_view(text_).substr(start, text_.find('\n', start) - start);
     }
 
-    // Where the line's place is told, or is to be.
+    // Returns the slot that holds the start of this line, or the free slot where it belongs.
     u32& place_of(std::string_view line) {
         size_t at = std::hash<std::string_view>()(line) & (places_.size() - 1);
         while (places_[at] != kFree && line_at(places_[at]) != line)
@@ -168,7 +168,7 @@ void add_section(CLI::App& command, IniArgs& args) {
         ->type_name("TEXT");
 }
 
-// SECTION KEY [FILE], or SECTION ARGUMENT KEY FILE; with -f, SECTION [ARGUMENT] KEY.
+// Accepts SECTION KEY [FILE], or SECTION ARGUMENT KEY FILE; with -f, SECTION [ARGUMENT] KEY.
 void read_words(IniArgs& args) {
     std::vector<std::string> words = args.words;
     if (args.file.empty() && words.size() > 2) {

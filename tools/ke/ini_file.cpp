@@ -17,7 +17,8 @@ namespace {
 using OnSection = std::function<void(const IniSection& section)>;
 using OnKey = std::function<void(const IniKey& key)>;
 
-// What the library's parser calls. Nothing is thrown through the library, which knows no exceptions.
+// What the library's parser calls back. No exception may pass through the library, which is built without
+// them.
 struct Handler {
     std::string_view text;
     const OnSection& on_section;
@@ -61,7 +62,7 @@ size_t line_start(const std::string& text, size_t offset) {
     return offset == 0 ? 0 : text.rfind('\n', offset - 1) + 1;  // npos + 1 is 0
 }
 
-// Where the line after the one of an offset starts.
+// Returns where the next line after the one that contains the offset starts.
 size_t next_line(const std::string& text, size_t offset) {
     const size_t feed = text.find('\n', offset);
     return feed == std::string::npos ? text.size() : feed + 1;
@@ -76,7 +77,7 @@ bool is_quoted(const std::string& text, size_t value_offset) {
     return value_offset > 0 && text[value_offset - 1] == '"';
 }
 
-// A value as it is written; quotes only where it needs them, or has them.
+// Returns a value as it is written to the file, with quotes if it needs them or had them before.
 std::string written(const std::string& value, bool quotes) {
     if (value.empty())
         throw Failure{"an INI file has no empty values; remove the key instead"};
@@ -89,7 +90,7 @@ std::string written(const std::string& value, bool quotes) {
     return quotes || !plain ? "\"" + value + "\"" : value;
 }
 
-// A word: a section's name or a key.
+// Checks a word: a section's name or a key.
 void check_word(const std::string& what, const std::string& word) {
     const bool good = !word.empty() && std::all_of(word.begin(), word.end(), [](char c) {
         return static_cast<u8>(c) > ' ' && std::string_view("\"#;=[]").find(c) == std::string::npos;
@@ -107,7 +108,8 @@ std::string new_section(const std::string& text, const IniName& name, const std:
     return text + added + name.header() + end + key + " = " + written(value, false) + end;
 }
 
-// A line behind a section's last key, indented and spaced like it; behind the header where there is none.
+// Adds a line after the section's last key, with the same indentation and spacing; after the header if the
+// section has no keys.
 Splice new_key(const Input& input, const IniSection& section, const std::optional<IniKey>& model,
                const std::string& key, const std::string& value) {
     const std::string& text = input.bytes;
@@ -128,7 +130,7 @@ Splice new_key(const Input& input, const IniSection& section, const std::optiona
             (unended ? end : "") + line + written(value, false) + (unended ? "" : end)};
 }
 
-// The parser must see the value that was asked for in what was written.
+// Checks that the parser reads the requested value back from what was written.
 void verify(const Input& edited, const IniName& name, const std::string& key,
             const std::string& value) {
     std::string last;
@@ -143,7 +145,8 @@ void verify(const Input& edited, const IniName& name, const std::string& key,
         throw Failure{"the value \"" + value + "\" cannot be written in an INI file"};
 }
 
-// What can be written in a file of this encoding: one with a mark holds nothing but characters.
+// Checks that a text can be written in a file of this encoding: a file with a byte order mark can contain
+// only valid characters.
 void check_characters(Encoding encoding, const std::string& text) {
     if (encoding != Encoding::utf8)
         encode_string(text);
@@ -164,7 +167,7 @@ void scan_ini(const Input& input, const OnSection& on_section, const OnKey& on_k
     if (zero != std::string::npos)
         throw failure_at(input.name, {input.bytes}, zero,
                          "a zero byte; an INI file is text, in UTF-8 or with a byte order mark");
-    // The parser tells places in 32 bits.
+    // The parser reports positions as 32-bit numbers.
     if (input.bytes.size() >= std::numeric_limits<u32>::max())
         throw Failure{input.name + ": has 4 GiB or more, too much for an INI file"};
     const File stream(stream_of(input.bytes));
@@ -198,7 +201,7 @@ std::string set_in_ini(const Input& input, const IniName& name, const std::strin
     for (const std::string& part : {name.section, name.argument.value_or(""), key, value})
         check_characters(input.encoding, part);
     const std::string& text = input.bytes;
-    std::optional<IniSection> section;  // the last that fits
+    std::optional<IniSection> section;  // the last one that matches
     std::optional<IniKey> model;        // its last key
     std::optional<IniKey> found;        // the last one counts
     bool inside = false;
@@ -238,7 +241,7 @@ std::string remove_from_ini(const Input& input, const IniName& name, const std::
     const std::string& text = input.bytes;
     const bool whole = key.empty();
     std::string left;
-    size_t at = 0;  // up to here the text is in `left` or gone
+    size_t at = 0;  // the text before this has been copied to `left` or removed
     bool inside = false;
     bool found = false;
     const auto cut = [&](std::string_view part) {
@@ -258,7 +261,7 @@ std::string remove_from_ini(const Input& input, const IniName& name, const std::
             if (!inside)
                 return;
             if (whole)
-                // From the header to the last key; comments behind that may belong to what follows.
+                // Remove from the header to the last key; comments after that may belong to what follows.
                 at = next_line(text, offset_in(input, entry.name));
             else if (entry.name == key)
                 cut(entry.name);

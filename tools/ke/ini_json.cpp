@@ -9,9 +9,9 @@ namespace tool {
 
 namespace {
 
-constexpr u32 kFile = 0;  // the node of the whole
+constexpr u32 kFile = 0;  // the node of the whole file
 
-// A name or a word that the parser has accepted, from where it starts.
+// Returns the name or word that starts here and that the parser has accepted.
 std::string_view word_at(std::string_view text, size_t start) {
     const size_t stop = text.find_first_of(" \t\n\v\f\r\"#;=[]", start + 1);
     return text.substr(start, std::min(stop, text.size()) - start);
@@ -50,7 +50,7 @@ IniTree::IniTree(const Input& input) : input_(input) {
         });
 }
 
-// Whether a text can be a JSON string, told before anything is written.
+// Checks, before anything is written, that a text can be a JSON string.
 void IniTree::check_text(std::string_view text) const {
     try {
         encode_string(text);
@@ -110,7 +110,7 @@ u32& IniTree::slot_of(u32 holder, std::string_view name) {
 
 void IniTree::grow() {
     const size_t size = std::max<size_t>(64, slots_.size() * 2);
-    slots_ = {};  // the old table is gone before there is a new one
+    slots_ = {};  // frees the old table before the new one is allocated
     slots_.assign(size, kNone);
     for (u32 node = kFile + 1; node < nodes_.size(); ++node)
         slot_of(nodes_[node].holder, name_at(nodes_[node].offset)) = node;
@@ -121,7 +121,8 @@ std::string_view IniTree::name_at(u32 offset) const {
     return is_quoted(text, offset) ? quoted_at(text, offset) : word_at(text, offset);
 }
 
-// What stands behind a key's equals sign: a text in quotes, or all up to a comment or the end of the line.
+// Returns what follows a key's equals sign: a text in quotes, or everything up to a comment or the end of the
+// line.
 std::string_view IniTree::value_at(u32 offset) const {
     const std::string_view text = input_.bytes;
     const size_t equals = text.find('=', offset + name_at(offset).size());
@@ -151,7 +152,7 @@ void IniTree::write(JsonWriter& writer, bool sorted) const {
     write_object(writer, kFile, sorted);
 }
 
-// NOLINTNEXTLINE(misc-no-recursion): three levels at most.
+// NOLINTNEXTLINE(misc-no-recursion): at most three levels.
 void IniTree::write_object(JsonWriter& writer, u32 object, bool sorted) const {
     writer.add(Token::open_object, "{");
     const u32 last = nodes_[object].link;

@@ -1,4 +1,4 @@
-// An INI file as JSON that loses none of its sections, keys and values.
+// An INI file converted to JSON without losing any of its sections, keys or values.
 #pragma once
 
 #include <deque>
@@ -9,12 +9,13 @@
 
 namespace tool {
 
-// {section: {key: value}}; a section with an argument is an object in its section's, {section: {argument:
-// {key: value}}}. Values are strings; a key that comes several times has an array of all its values. A
-// section's key with the name of an argument would be both: that is a Failure with its place.
+// The form is {section: {key: value}}. A section with an argument is an object within its section's object:
+// {section: {argument: {key: value}}}. Values are strings; a key that occurs several times has an array of
+// all its values. If a section has both a key and an argument of the same name, a Failure reports the
+// position.
 //
-// Names and values are read from the text, which must outlive the tree. What has a name of its own takes 16
-// bytes and 5 to 9 to be found by it, each further line of a key 8 bytes.
+// Names and values are read from the text, which must outlive the tree. Each distinct name takes 16 bytes,
+// plus 5 to 9 for the lookup table; each further line of a key takes 8 bytes.
 class IniTree {
   public:
     explicit IniTree(const Input& input);
@@ -24,18 +25,18 @@ class IniTree {
   private:
     static constexpr u32 kNone = 0xFFFFFFFF;
 
-    // An object (the file, a section, an argument), or a key with the line where it first stands.
+    // An object (the file, a section, an argument), or a key with its first line.
     struct Node {
-        u32 offset;  // of the name
-        u32 link;  // the last child of an object, the last of a key's further lines; kNone: there is none
-        u32 next = 0;  // the next child of the same object, from the last to the first
+        u32 offset;    // of the name
+        u32 link;      // the last child, or the last further line; kNone if none
+        u32 next = 0;  // the previous child of the same object: the list runs from last to first
         u32 holder : 31 = 0;
         u32 is_object : 1 = 0;
     };
-    // One more line of a key.
+    // A further line of a key.
     struct Line {
         u32 offset;  // of the name
-        u32 next;    // the next line of the same key, from the last to the first of these
+        u32 next;    // the previous further line of the same key: the list runs from last to first
     };
 
     u32 child(u32 holder, std::string_view name, bool is_object);

@@ -1,4 +1,4 @@
-// ke json format: writes a document anew without changing a value.
+// ke json format: rewrites a document in another layout without changing a value.
 #include <memory>
 
 #include "commands.h"
@@ -17,7 +17,7 @@ struct FormatArgs {
     bool several = false;
 };
 
-// A number above 64 bits as {"u128":"digits"}.
+// Writes a number above 64 bits as {"u128":"digits"}.
 void add_wide_number(JsonWriter& writer, Scanner& scanner) {
     const std::string digits(scanner.text());
     const Fit fit = fit_of(digits);
@@ -33,7 +33,7 @@ void add_wide_number(JsonWriter& writer, Scanner& scanner) {
     writer.add(Token::close_object, "}");
 }
 
-// Passes documents on token by token, in memory that grows with their depth only.
+// Formats documents token by token; memory grows only with their depth.
 void format_in_stream(Scanner& scanner, Sink& sink, const Layout& layout) {
     JsonWriter writer(sink, layout);
     for (Token token = scanner.next(); token != Token::end; token = scanner.next()) {
@@ -46,8 +46,8 @@ void format_in_stream(Scanner& scanner, Sink& sink, const Layout& layout) {
     }
 }
 
-// What is sorted has to be in memory as a whole, one document after the other. A text has about `room`
-// bytes.
+// Sorting needs the whole document in memory, one document after the other. `room` is the expected size of a
+// document's text in bytes.
 void format_sorted(Scanner& scanner, Sink& sink, const Layout& layout, size_t room) {
     const std::string name = "the document";
     Layout tight;
@@ -89,7 +89,7 @@ int format(const FormatArgs& args, const Common& common) {
         if (!sink)
             sink = std::make_unique<Sink>(common, source.path());
         if (common.in_place && source.more(source.begin()))
-            sink->encode_as(source.encoding());  // it is known now
+            sink->encode_as(source.encoding());  // only known by now
         Scanner scanner(source, args.several);
         if (args.layout.sort_keys)
             format_sorted(scanner, *sink, args.layout,

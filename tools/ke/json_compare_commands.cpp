@@ -1,4 +1,4 @@
-// ke json diff, equal, subset: commands that judge two documents.
+// ke json diff, equal, subset: commands that compare two documents.
 #include <memory>
 
 #include "commands.h"

@@ -1,5 +1,5 @@
-// See json_diff.h. Of an array, what both have in common at its two ends stays; what is between is changed
-// place by place. Pairs of values that are still to be compared wait on a list.
+// See json_diff.h. If two arrays start or end with the same elements, these stay; what lies between is
+// changed element by element. Pairs of values that have yet to be compared wait in a list.
 #include "json_diff.h"
 
 #include <algorithm>
@@ -65,8 +65,8 @@ class Difference {
         }
     }
 
-    // What waits takes room for a pointer of its own, so what is plainly the same does not wait. Long texts
-    // are not compared here: each level of a deep document would read all that is in it.
+    // A waiting pair needs memory for its own pointer, so values whose texts are the same are not added. Long
+    // texts are not compared here, because then each level of a deep document would read everything below it.
     void add(NodeId a, NodeId b, const std::string& pointer) {
         static constexpr size_t kShortText = 4096;
         const std::string_view text = a_.text_of(a);
@@ -86,7 +86,7 @@ class Difference {
         }
     }
 
-    // Arrays of different lengths.
+    // Compares arrays of different lengths.
     void compare_shifted(const Pair& pair) {
         const std::vector<NodeId> of_a = a_.children(pair.a);
         const std::vector<NodeId> of_b = b_.children(pair.b);

@@ -7,7 +7,7 @@
 
 namespace tool {
 
-// An array of operations without blanks; "[]" if the documents are equal.
+// Returns an array of operations without blanks; "[]" if the documents are equal.
 std::string difference_patch(const Document& a, const Document& b);
 
 }  // namespace tool

@@ -10,8 +10,8 @@ namespace tool {
 
 namespace {
 
-// The containers that are missing on the way to a value, from the step behind the one that has a place,
-// around the value's text; each in lines of its own if the text around has lines.
+// Wraps a value's text in the containers that are missing on the way to it, for the pointer's steps from
+// `from` on. Each is written on several lines if the text around it is.
 std::string wrapped(const Style& style, const Pointer& pointer, size_t from, std::string value,
                     const std::string& indentation, bool in_lines) {
     for (size_t i = pointer.steps.size(); i-- > from;) {
@@ -35,14 +35,15 @@ std::string wrapped(const Style& style, const Pointer& pointer, size_t from, std
     return value;
 }
 
-// Blanks and tabs from a place on.
+// Returns the blanks and tabs that start at a position.
 std::string blanks_at(const std::string& text, size_t from) {
     const size_t stop = std::min(text.find_first_not_of(" \t", from), text.size());
     return text.substr(from, stop - from);
 }
 
-// Cuts children out: those in front of the first that stays up to its start, others from the end of the
-// child before them, so that each takes its comma along. False, with nothing cut, if none stays.
+// Removes children, each with its comma: those before the first child that stays, up to the start of that
+// child; the others from the end of the child before them. If no child stays, removes nothing and returns
+// false.
 bool cut(const Document& document, NodeId container, std::vector<NodeId> removed,
          Splices& splices) {
     std::sort(removed.begin(), removed.end());
@@ -69,7 +70,7 @@ std::string joined(const ContainerEdit& edit, const std::string& separator,
     return text;
 }
 
-// One child more; `key` is empty in arrays.
+// Adds one child; `key` is empty in arrays.
 ContainerEdit adding(const std::string& key, const std::string& value) {
     return {{}, [&key, &value](std::string& text, const std::string&, const std::string& colon) {
                 if (!key.empty())
@@ -78,7 +79,7 @@ ContainerEdit adding(const std::string& key, const std::string& value) {
             }};
 }
 
-// What stands in a container that was empty.
+// Returns the new contents of a container that was empty.
 std::string first_children(const Style& style, NodeId container, const ContainerEdit& edit) {
     if (!style.in_lines())
         return joined(edit, style.colon().back() == ':' ? "," : ", ", style.colon());
@@ -94,7 +95,7 @@ NodeId last_child(const Document& document, NodeId container) {
     return last;
 }
 
-// Where a value that is not there yet belongs.
+// Plans where to add a value that does not exist yet.
 Splices plan_addition(const Document& document, NodeId container, const Pointer& pointer,
                       size_t step, std::string_view value) {
     const Style style(document);
@@ -167,7 +168,8 @@ Splices plan_remove(const Document& document, const Pointer& pointer) {
     if (document.kind(container) == Kind::array) {
         edit.removed = {node};
     } else {
-        // An earlier member of the same key would come to light if only the last one went.
+        // If only the last member with this key were removed, an earlier one would take its place. So remove
+        // all.
         for (NodeId child = document.first_child(container); child != document.end_of(container);
              child = document.next(child)) {
             if (stands_for(document.key(child), pointer.steps.back().name))

@@ -1,4 +1,5 @@
-// ke json set, remove, merge, patch: commands that change places of a document and leave every other byte.
+// ke json set, remove, merge, patch: commands that change parts of a document and leave every other byte
+// unchanged.
 #include <memory>
 
 #include "commands.h"
@@ -13,11 +14,12 @@ namespace tool {
 
 namespace {
 
-// Writes an edited text: as it is, or laid out anew if that was asked for.
+// Writes an edited text: unchanged, or in a new layout if that was asked for.
 void finish(const std::string& text, const Splices& splices, const Input& input,
             const Layout& layout, const Common& common) {
     Sink sink(common, input.path);
-    // A file that is replaced keeps its encoding; an edited text does wherever it goes.
+    // A file that is replaced keeps its encoding; so does an edited text that is not laid out anew, wherever
+    // it goes.
     if (common.in_place || !layout.is_asked_for)
         sink.encode_as(input.encoding);
     if (layout.is_asked_for) {
@@ -32,10 +34,10 @@ void finish(const std::string& text, const Splices& splices, const Input& input,
 
 struct Edit {
     std::string pointer;
-    std::string value;  // JSON text; not for a removal
+    std::string value;  // JSON text; unused by a removal
 };
 
-// Plans the edits one after the other, each on the result of those before it.
+// Plans the edits one after the other, each on the result of the previous ones.
 int edit(const std::string& file, const std::vector<Edit>& edits, bool removal,
          const Layout& layout, const Common& common) {
     Input input = read_text(file, common);
@@ -76,7 +78,7 @@ int set_values(const SetArgs& args, const Common& common) {
     return edit(args.file, edits, false, args.layout, common);
 }
 
-// With --value-file the words are POINTER [FILE] instead of POINTER VALUE [FILE].
+// With --value-file, the words are POINTER [FILE] instead of POINTER VALUE [FILE].
 void sort_words(SetArgs& args, const CLI::App& command) {
     const bool has_value = command.count("value") != 0;
     const bool has_file = command.count("file") != 0;

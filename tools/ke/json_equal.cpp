@@ -1,4 +1,4 @@
-// See json_equal.h. Pairs of values that are still to be compared wait on a list.
+// See json_equal.h. Pairs of values that have yet to be compared wait in a list.
 #include "json_equal.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kShownBytes = 60;
 
-// A value as a message shows it.
+// Returns a value as messages show it.
 std::string shown(const Document& document, NodeId node) {
     switch (document.kind(node)) {
         case Kind::object:
@@ -46,12 +46,12 @@ bool same_scalar(const Document& a, NodeId in_a, const Document& b, NodeId in_b)
     }
 }
 
-// Two values at the same place; kNone where one of the documents has none there.
+// Two values at the same place; kNone if one of the documents has no value there.
 struct Pair {
     NodeId a, b;
 };
 
-// What is still to be compared: siblings of both documents, one after the other, up to an end.
+// Work left to do: successive siblings of both documents, up to an end.
 struct Run {
     NodeId a, end_of_a;
     NodeId b, end_of_b;
@@ -61,7 +61,7 @@ class Comparison {
   public:
     Comparison(const Document& a, const Document& b) : a_(a), b_(b) {}
 
-    // Whether the values are equal; what is not is told by text().
+    // Returns whether the values are equal; text() then describes the first difference.
     bool run(NodeId in_a, NodeId in_b) {
         add({in_a, in_b});
         while (!todo_.empty()) {
@@ -112,15 +112,16 @@ class Comparison {
 
     void add_members(const Pair& pair) {
         const std::vector<MemberPair> members = members_of_both(a_, pair.a, b_, pair.b);
-        // As much room as one large object needs, and more for many within one another.
+        // Reserve exactly what one large object needs, but grow by half when many objects are nested.
         if (todo_.capacity() - todo_.size() < members.size())
             todo_.reserve(std::max(todo_.size() + members.size(), todo_.capacity() * 3 / 2));
-        // The list is worked off from its end.
+        // The list is processed from its end, so the first member is added last.
         for (size_t i = members.size(); i-- > 0;)
             add({members[i].a, members[i].b});
     }
 
-    // The pointer is made only when it is asked for: it counts all the siblings in front of a value.
+    // Making the pointer means counting all siblings before a value, so it is made only when text() is
+    // called.
     bool differ(const Document& document, NodeId node, const std::string& how) {
         where_ = &document;
         node_ = node;

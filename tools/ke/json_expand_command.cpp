@@ -1,4 +1,5 @@
-// ke json expand: references replaced by what they name, within a limit that is known beforehand.
+// ke json expand: replaces references by their targets, up to a limit that is checked before anything is
+// written.
 #include <map>
 #include <memory>
 #include <set>
@@ -17,7 +18,7 @@ Failure cycle(const Document& document, NodeId reference) {
     return document.failure(reference, failure("a reference", WIQ_ERR_JREF_CYCLE).message);
 }
 
-// The end of the chain of references that starts here.
+// Returns the end of the chain of references that starts here.
 NodeId target_of(const Document& document, NodeId reference) {
     std::set<NodeId> seen;
     NodeId node = reference;
@@ -37,13 +38,13 @@ NodeId target_of(const Document& document, NodeId reference) {
     return node;
 }
 
-// Counts the values that an expansion makes, before any is made. What is referred to is counted once, so
-// that the count takes no longer than the expansion would, and it stops at the limit.
+// Counts the values of an expansion before any is made. Each target is counted only once and counting stops
+// at the limit, so it takes no longer than the expansion itself would.
 class ExpandedSize {
   public:
     ExpandedSize(const Document& document, u64 limit) : document_(document), limit_(limit) {}
 
-    // Throws a Failure if there are more values than the limit, or a cycle.
+    // Throws a Failure if there are more values than the limit allows, or if there is a cycle.
     void check() {
         begin(document_.root());
         while (!open_.empty()) {
@@ -61,7 +62,7 @@ class ExpandedSize {
     }
 
   private:
-    // A value that is the root or is referred to, and how far it is counted.
+    // The root or the target of a reference, with how much of it has been counted.
     struct Subtree {
         NodeId top;
         NodeId next;
@@ -105,8 +106,8 @@ class ExpandedSize {
     std::map<NodeId, u64> sizes_;
 };
 
-// Writes a document with every reference replaced by what it names. The containers that are being written
-// are on a list, so that no document is too deep.
+// Writes a document with every reference replaced by its target. The containers that are being written are
+// kept in a list, so depth is not limited by the stack.
 class Expander {
   public:
     Expander(const Document& document, JsonWriter& writer) : document_(document), writer_(writer) {}
@@ -136,7 +137,7 @@ class Expander {
     struct Level {
         NodeId node;
         NodeId next;
-        NodeId reference;  // through which it is being written, or kNone
+        NodeId reference;  // the reference whose target this is, or kNone
     };
 
     void write(NodeId node) {

@@ -40,7 +40,7 @@ void PlaceFinder::add(Token token, std::string_view text) {
     }
 }
 
-// Whether the value that starts now is the next step.
+// Returns whether the value that starts now matches the next step.
 bool PlaceFinder::matches_here() {
     Level& level = levels_.back();
     if (level.object)

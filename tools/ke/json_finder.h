@@ -1,5 +1,5 @@
-// Finds what a pointer names while the tokens of a document pass by; only what is found is kept. Of equal
-// keys the last counts, so the answer is known at the end of the document.
+// Finds what a pointer points to while the tokens of a document pass by, and keeps only that. Of several
+// members with the same key the last counts, so the answer is known only at the end of the document.
 #pragma once
 
 #include <memory>
@@ -19,13 +19,13 @@ class PlaceFinder {
 
     const Pointer& pointer() const { return pointer_; }
     bool found() const { return status_ == 0; }
-    // The text of what was found, without blanks.
+    // The text of the value that was found, without blanks.
     const std::string& text() const { return text_; }
-    // Says how far the pointer led.
+    // Returns a Failure that says how far the pointer could be followed.
     Failure failure() const;
 
   private:
-    // A container on the way.
+    // An open container on the way to the value.
     struct Level {
         bool object;
         bool key_matches = false;
@@ -45,7 +45,7 @@ class PlaceFinder {
     Pointer pointer_;
     std::vector<Level> levels_;
     size_t off_depth_ = 0;      // open containers that are not on the way
-    size_t capture_depth_ = 0;  // open containers of what is being kept
+    size_t capture_depth_ = 0;  // open containers within the value that is being kept
     bool capturing_ = false;
     std::string text_;
     std::unique_ptr<Sink> sink_;

@@ -1,4 +1,4 @@
-// ke json get: what pointers name, from one document or many.
+// ke json get: prints what pointers point to, in one document or many.
 #include <memory>
 
 #include "commands.h"
@@ -22,7 +22,7 @@ struct GetArgs {
     bool has_fallback = false;
 };
 
-// Prints what was found of one document. The values are texts of their own.
+// Prints the values found in one document. Each value is given as a text of its own.
 class Printer {
   public:
     Printer(const GetArgs& args, Sink& sink) : args_(args), sink_(sink), layout_(args.layout) {
@@ -31,7 +31,8 @@ class Printer {
 
     void print(std::string_view text) { print_view(sink_, text, args_.view, layout_); }
 
-    // What is printed for a pointer that leads nowhere; false if that is a failure.
+    // Prints the fallback for a pointer that points to nothing. Returns false if there is no fallback, so
+    // this is a failure.
     bool print_fallback() {
         if (args_.has_fallback)
             print(args_.fallback);
@@ -44,7 +45,7 @@ class Printer {
     Layout layout_;
 };
 
-// The next document through the finders; false at the end of the input.
+// Passes the next document through the finders; returns false at the end of the input.
 bool pass(Scanner& scanner, std::vector<PlaceFinder>& finders) {
     for (Token token = scanner.next(); token != Token::end; token = scanner.next()) {
         for (PlaceFinder& finder : finders)
@@ -71,7 +72,7 @@ void get_in_stream(Scanner& scanner, const GetArgs& args, Printer& printer, u64&
     }
 }
 
-// A pattern names any number of places, none included.
+// A pattern matches any number of places, possibly none.
 void get_by_pattern(Scanner& scanner, const GetArgs& args, Printer& printer, u64& number) {
     for (;; ++number) {
         std::vector<PlaceFinder> whole;
@@ -96,7 +97,8 @@ void get_from(Source& source, const GetArgs& args, Printer& printer) {
         else
             get_in_stream(scanner, args, printer, number);
     } catch (Failure& wrong) {
-        // Which of many documents has no such place, or something else there.
+        // The message about a pointer that cannot be followed has no position, so it must say which of
+        // several documents or files is meant.
         const bool has_place =
             wrong.message.compare(0, 8, "pointer ") != 0 && wrong.message.compare(0, 2, "--") != 0;
         if (!has_place && args.several)
@@ -111,7 +113,7 @@ void get_from(Source& source, const GetArgs& args, Printer& printer) {
 int get(GetArgs& args, const Common& common) {
     args.pointers.insert(args.pointers.begin(), args.pointer);
     for (const std::string& pointer : args.pointers)
-        parse_pointer(pointer);  // a mistake in one comes before any reading
+        parse_pointer(pointer);  // report a bad pointer before reading anything
     for (const std::string& condition : args.where)
         args.view.where.push_back(parse_condition(condition));
     if (args.has_fallback)

@@ -1,4 +1,4 @@
-// See json_merge.h. Pairs of objects that are still to be merged wait on a list.
+// See json_merge.h. Pairs of objects that have yet to be merged wait in a list.
 #include "json_merge.h"
 
 #include <algorithm>
@@ -13,7 +13,8 @@ namespace tool {
 
 namespace {
 
-// A value of the patch as it is stored where there was no object: without the nulls in its objects.
+// Returns a value of the patch as it is stored where the target has no object: without the nulls in its
+// objects.
 std::string without_nulls(const Style& patch, NodeId top) {
     const Document& document = patch.document();
     if (document.kind(top) != Kind::object)
@@ -49,7 +50,7 @@ class Merge {
     Merge(const Document& target, const Document& patch)
         : target_(target), patch_(patch), target_style_(target), patch_style_(patch) {}
 
-    // The text of the target with all changes.
+    // Returns the text of the target with all changes.
     std::string result() {
         todo_.push_back({target_.root(), patch_.root()});
         while (!todo_.empty()) {
@@ -57,7 +58,7 @@ class Merge {
             todo_.pop_back();
             merge_object(pair);
         }
-        // Changes do not overlap, and no two begin at one place.
+        // Changes do not overlap, and no two start at the same position.
         std::sort(replaced_.begin(), replaced_.end(),
                   [](const Pair& a, const Pair& b) { return a.target < b.target; });
         std::sort(splices_.begin(), splices_.end(),
@@ -96,7 +97,7 @@ class Merge {
                 added.push_back(both.b);
             }
         }
-        std::sort(added.begin(), added.end());  // as the patch has them
+        std::sort(added.begin(), added.end());  // in the order of the patch
         if (!added.empty())
             edit.add = [&](std::string& text, const std::string& separator,
                            const std::string& colon) { add(added, text, separator, colon); };
@@ -126,9 +127,9 @@ class Merge {
     Style target_style_;
     Style patch_style_;
     std::vector<Pair> todo_;
-    std::vector<Pair> replaced_;  // values that take the place of others
-    Splices splices_;             // members that come and go
-    std::string text_;            // of the result, up to `done_` in the target's text
+    std::vector<Pair> replaced_;  // values that replace others
+    Splices splices_;             // members that are added or removed
+    std::string text_;            // of the result, for the target's text up to `done_`
     size_t done_ = 0;
 };
 
@@ -138,7 +139,7 @@ std::string apply_merge(Input& input, const Document& patch) {
     const Document target(input.name, input.bytes);
     if (patch.kind(patch.root()) == Kind::object && target.kind(target.root()) == Kind::object)
         return Merge(target, patch).result();
-    // What is no object is replaced as a whole, also by an object.
+    // A value that is not an object is replaced as a whole, even by an object.
     return spliced(input.bytes, {{target.start(target.root()), target.stop(target.root()),
                                   without_nulls(Style(patch), patch.root())}});
 }

@@ -1,4 +1,4 @@
-// JSON Merge Patch, RFC 7396, on texts: what the patch does not name keeps its bytes.
+// JSON Merge Patch (RFC 7396) applied to texts: everything that the patch does not name keeps its bytes.
 #pragma once
 
 #include <string>
@@ -7,8 +7,7 @@
 
 namespace tool {
 
-// The document's text with the patch applied.
-// Takes the text out of the input where that saves memory.
+// Returns the document's text with the patch applied. May move the text out of the input to save memory.
 std::string apply_merge(Input& input, const Document& patch);
 
 }  // namespace tool

@@ -1,5 +1,5 @@
-// See json_patch.h. Pointers follow RFC 6901 to the letter here: an index has no sign, blank or zero in
-// front, and the members of a reference are members.
+// See json_patch.h. Here pointers follow RFC 6901 to the letter: an index has no sign and no leading blanks
+// or zeros, and the members of a reference are ordinary members.
 #include "json_patch.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@ bool is_plain_index(const std::string& name) {
            (name.size() == 1 || name[0] != '0') && name.size() < 10;
 }
 
-// One operation, read from the patch.
+// One operation of the patch.
 class Operation {
   public:
     Operation(const Document& patch, NodeId node) : patch_(patch), node_(node) {
@@ -75,7 +75,7 @@ class Operation {
     Pointer path_;
 };
 
-// Adds, as RFC 6902 means it: into an array in front of what is there, into an object over it.
+// Adds a value as RFC 6902 defines it: before an existing array element, or in place of an existing member.
 Splices plan_add(const Document& document, const Pointer& path, const std::string& value) {
     if (path.steps.empty())
         return plan_set(document, path, value);
@@ -128,7 +128,7 @@ Splices plan_one(const std::string& name, const std::string& text, const Operati
     return {};
 }
 
-// The text after a move: the value is taken out and added to what is left.
+// Returns the text after a move: the value is removed, then added to what is left.
 std::string moved(const std::string& name, std::string text, const Operation& operation) {
     const Pointer& path = operation.path();
     const Pointer from = operation.from();
@@ -155,14 +155,14 @@ std::string apply_patch(Input& input, const Document& patch) {
         throw patch.failure(patch.root(), "a JSON Patch is an array of operations");
     std::string text = std::move(input.bytes);
     if (!patch.has_children(patch.root()))
-        const Document before(input.name, text);  // a mistake in it is told even so
+        const Document before(input.name, text);  // report its mistakes even so
     for (NodeId node : patch.children(patch.root())) {
         const Operation operation(patch, node);
         try {
             if (operation.name() == "move")
                 text = moved(input.name, std::move(text), operation);
             else
-                // The tree is gone before the text is copied.
+                // plan_one() frees its Document before the text is copied.
                 text = spliced(text, plan_one(input.name, text, operation));
         } catch (const Failure& wrong) {
             if (wrong.message.compare(0, 7, "pointer") == 0)

@@ -1,4 +1,4 @@
-// JSON Patch, RFC 6902, on texts: what no operation names keeps its bytes.
+// JSON Patch (RFC 6902) applied to texts: everything that no operation names keeps its bytes.
 #pragma once
 
 #include <string>
@@ -7,9 +7,8 @@
 
 namespace tool {
 
-// The document's text with all operations of the patch applied, or none: one that fails throws a Failure
-// that shows it where it stands in the patch.
-// Takes the text out of the input where that saves memory.
+// Returns the document's text with all operations of the patch applied. If one fails, throws a Failure that
+// shows its position in the patch. May move the text out of the input to save memory.
 std::string apply_patch(Input& input, const Document& patch);
 
 }  // namespace tool

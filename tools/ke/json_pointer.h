@@ -1,4 +1,4 @@
-// JSON pointers as the tool reads them: the library's rules for steps into objects and arrays, applied to
+// JSON pointers as the tool reads them: it applies the library's rules for steps into objects and arrays to
 // texts instead of trees.
 #pragma once
 
@@ -18,22 +18,22 @@ struct Step {
 };
 
 struct Pointer {
-    std::string text;  // as it was given
+    std::string text;  // as the user wrote it
     std::vector<Step> steps;
-    // An object that the library reads as a reference has members here like any other.
+    // If set, the members of an object that the library reads as a reference can be reached like any others.
     bool enters_references = false;
 
-    // The pointer's text up to and with a step, for messages.
+    // Returns the pointer's text up to and including a step, for messages.
     std::string up_to(size_t step) const;
 };
 
-// Reads a pointer, also with "#" in front; throws a Failure that names it if it is none.
+// Parses a pointer, with or without a leading "#"; throws a Failure that names it if it is invalid.
 Pointer parse_pointer(const std::string& text);
 
-// One step, escaped: "/" and the name.
+// Returns one step in escaped form: "/" and the name.
 std::string escaped_step(std::string_view name);
 
-// "pointer "/a/b", at "/a": MEANING (NAME, NUMBER)"
+// Makes a message of the form "pointer "/a/b", at "/a": MEANING (NAME, NUMBER)".
 struct Failure pointer_failure(const Pointer& pointer, size_t step, i32 status);
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-// ke json paths, types: commands that tell what a document holds, while it passes by.
+// ke json paths, types: commands that describe the contents of a document while it is read.
 #include <algorithm>
 #include <memory>
 
@@ -12,18 +12,18 @@ namespace tool {
 
 namespace {
 
-// Where in the document the current value stands. The pointer's text is kept as one string, so that memory
-// grows with the depth only.
+// The position of the current value in the document. The pointer is kept as one string, so memory grows only
+// with the depth.
 class Place {
   public:
     const std::string& pointer() const { return pointer_; }
     size_t depth() const { return levels_.size(); }
-    // Whether the container that is about to close has had no child.
+    // Returns whether the container that is about to close has no children.
     bool is_empty() const { return levels_.back().count == 0; }
 
     void key(std::string_view token) { step(escaped_step(decode_string(token))); }
 
-    // Before a value, a container's opening included.
+    // Must be called before each value, including the opening bracket of a container.
     void value() {
         if (levels_.empty())
             return;
@@ -43,7 +43,7 @@ class Place {
     struct Level {
         bool object;
         u64 count;
-        size_t length;  // of the pointer that names the container
+        size_t length;  // of the pointer to the container
     };
 
     void step(const std::string& text) {
@@ -55,7 +55,8 @@ class Place {
     std::vector<Level> levels_;
 };
 
-// Follows a document's tokens; tells a report of each value and of each container without children.
+// Follows a document's tokens; tells the report each container, each scalar value (or folded reference), and
+// each container that turns out to be empty.
 template <class Report>
 void follow(Scanner& scanner, Report& report) {
     FoldedTokens tokens(scanner);
@@ -86,7 +87,7 @@ void follow(Scanner& scanner, Report& report) {
     }
 }
 
-// The pointer of every leaf with its value.
+// Writes the pointer of every leaf with its value.
 class Paths {
   public:
     explicit Paths(Sink& sink) : sink_(sink) {}
@@ -106,7 +107,7 @@ class Paths {
     Sink& sink_;
 };
 
-// Counts by kind, the depth, and the largest number.
+// Counts values by kind, and finds the depth and the largest number.
 class Census {
   public:
     void container(Token token, const Place& place) {

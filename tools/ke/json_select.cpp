@@ -12,7 +12,7 @@ namespace tool {
 
 namespace {
 
-// The steps of a pattern that a path may be at, "**" passed without a step included.
+// The steps of a pattern at which a path can be, including those after a "**" that matches no step.
 using States = std::vector<size_t>;
 
 void add_state(const Pointer& pattern, States& states, size_t state) {
@@ -25,7 +25,7 @@ void add_state(const Pointer& pattern, States& states, size_t state) {
     }
 }
 
-// Where one more step leads: a member's key or an element's index.
+// Returns the states after one more step: a member's key or an element's index.
 States advance(const Pointer& pattern, const States& states, bool element, std::string_view key,
                u64 index) {
     States next;
@@ -53,7 +53,7 @@ bool holds(const Document& document, const Condition& condition) {
         const Document wanted("VALUE", condition.value);
         return is_equal(document, node, wanted, wanted.root());
     } catch (const Failure&) {
-        return false;  // a text without quotes, which is compared above
+        return false;  // a text without quotes; compared above
     }
 }
 
@@ -118,9 +118,9 @@ Condition parse_condition(const std::string& text) {
 
 u64 for_matches(const Document& document, const Pointer& pattern,
                 const std::function<void(NodeId)>& report) {
-    // A container on the way, with the children that are still to be looked at.
+    // An open container on the way, with the children that have yet to be visited.
     struct Level {
-        std::vector<NodeId> members;  // of an object; elements follow one another
+        std::vector<NodeId> members;  // of an object; elements follow one another in the text
         size_t done;
         NodeId next;
         NodeId end;

@@ -1,4 +1,4 @@
-// Which values of a document are meant, and what of them is shown.
+// Selects values of a document, and decides how they are shown.
 #pragma once
 
 #include <functional>
@@ -9,12 +9,12 @@
 
 namespace tool {
 
-// What a value must hold: `value`, a text or JSON, where the pointer leads.
+// Requires the value that the pointer points to to equal `value`, a text or JSON.
 struct Condition {
     Pointer pointer;
     std::string value;
 };
-// Reads POINTER=VALUE; throws a Failure if it is not that.
+// Parses POINTER=VALUE; throws a Failure if the text does not have this form.
 Condition parse_condition(const std::string& text);
 
 struct View {
@@ -22,15 +22,17 @@ struct View {
     std::vector<Condition> where;  // all must hold
 };
 
-// Reports the values whose places a pattern fits, in the order of the text: "*" is any one step, "**" any
-// number. Of equal keys the last counts. Returns how many there are.
+// Reports the values whose pointers match a pattern, in the order of the text: "*" matches any one step, "**"
+// any number of steps. Of several members with the same key the last counts. Returns the number of matches.
 u64 for_matches(const Document& document, const Pointer& pattern,
                 const std::function<void(NodeId)>& report);
 
-// Prints one value, or what of it is asked for, and a line feed; nothing if it does not hold what it must.
+// Prints one value, or the part that the view asks for, and a line feed; nothing if a condition does not
+// hold.
 void print_view(Sink& sink, std::string_view text, const View& view, const Layout& layout);
 
-// A JSON value that was given as an argument, without the blanks around it; a mistake names the argument.
+// Returns a JSON value that was given as an argument, without the blanks around it. A Failure names the
+// argument.
 std::string value_of_argument(const std::string& name, const std::string& text);
 
 }  // namespace tool

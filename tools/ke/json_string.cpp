@@ -38,8 +38,8 @@ char plain_escape(char c) {
     }
 }
 
-// A decimal number as sign, digits without zeros at either end, and the power of ten of the point in front
-// of the first digit.
+// A decimal number as its sign, its digits without zeros at either end, and the power of ten for a decimal
+// point before the first digit.
 struct Decimal {
     bool negative = false;
     std::string digits;  // empty for zero
@@ -68,7 +68,8 @@ Decimal decimal_of(std::string_view token) {
     if (number.digits.empty())
         return {};
     if (at < token.size()) {
-        // An exponent of more digits than any text has is as good as the largest.
+        // No text has as many digits as such an exponent demands, so a huge exponent is as good as the
+        // largest.
         const long long exponent = strtoll(std::string(token.substr(at + 1)).c_str(), nullptr, 10);
         number.power += std::clamp(exponent, -(1LL << 61), 1LL << 61);
     }
@@ -141,7 +142,7 @@ Fit fit_of(std::string_view number) {
         double value = 0;
         if (wiq_strtodouble(text.c_str(), &value) != 0 || std::isinf(value))
             return Fit::too_large;
-        // A value that is not zero and becomes one is lost as well.
+        // A nonzero number that a double rounds to zero is lost as well.
         return value == 0 && !decimal_of(number).digits.empty() ? Fit::too_large : Fit::real;
     }
     if (compare_numbers(number, "9223372036854775807") <= 0)

@@ -31,7 +31,7 @@ Style::Style(const Document& document) : document_(document) {
     in_lines_ = last_feed != std::string::npos;
     if (in_lines_ && last_feed + 1 < blanks.size())
         unit_ = blanks.substr(last_feed + 1);
-    // The first key of the text, however deep it is.
+    // Take the spacing from the first key of the text, at whatever depth.
     for (NodeId node = first; node != document.end_of(root); ++node) {
         if (!document.key(node).empty()) {
             colon_ = colon_of(document, node);

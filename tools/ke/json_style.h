@@ -1,4 +1,4 @@
-// How a document is laid out, so that what is added looks like what is there.
+// Finds out how a document is laid out, so that what is added looks like the rest.
 #pragma once
 
 #include <string>
@@ -12,18 +12,18 @@ class Style {
     explicit Style(const Document& document);
 
     const Document& document() const { return document_; }
-    // Blanks and colon between a key and its value, as the document has them.
+    // The colon between a key and its value, with the blanks around it, as the document has them.
     const std::string& colon() const { return colon_; }
     const std::string& unit() const { return unit_; }
     const std::string& line_feed() const { return line_feed_; }
-    // Whether the members of new containers go on lines of their own.
+    // Whether the members of new containers go on separate lines.
     bool in_lines() const { return in_lines_; }
 
-    // The blanks at the start of the line that an offset is in.
+    // Returns the blanks at the start of the line that contains an offset.
     std::string indentation(size_t offset) const;
-    // Comma and blanks between a container's children, who are there.
+    // Returns the comma and the blanks between children of this container, which must have some.
     std::string separator(NodeId container) const;
-    // Colon and blanks as the container's last member has them.
+    // Returns the colon and the blanks of the container's last member.
     std::string colon_in(NodeId container) const;
 
   private:

@@ -14,7 +14,7 @@ namespace tool {
 
 namespace {
 
-// Finds mistakes and numbers that a tree cannot hold.
+// Finds mistakes, and numbers that a tree cannot hold.
 void check_text(const std::string& name, std::string_view text) {
     Source source(name, text);
     Scanner scanner(source);

@@ -10,7 +10,7 @@ void JsonWriter::break_line() {
     sink_.fill(' ', depth_ * static_cast<size_t>(layout_.indent));
 }
 
-// What stands between the token before and a key or a value.
+// Writes what separates a key or a value from the previous token.
 void JsonWriter::separate() {
     if (after_key_) {
         after_key_ = false;
@@ -23,7 +23,7 @@ void JsonWriter::separate() {
     break_line();
 }
 
-// A key or a value for the eyes of a person.
+// Writes a key or a value in colour, for a person.
 void JsonWriter::write_coloured(Token token, std::string_view text) {
     sink_.write(token == Token::key      ? "\033[1;34m"
                 : token == Token::string ? "\033[32m"

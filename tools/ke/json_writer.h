@@ -1,4 +1,4 @@
-// Lays tokens out as they come. Only the blanks between them are its own.
+// Lays out tokens as they arrive. It adds only the blanks and separators between them.
 #pragma once
 
 #include "scanner.h"
@@ -6,14 +6,14 @@
 
 namespace tool {
 
-// How JSON is to look; the options of every command that writes it.
+// The layout of JSON output; the options of every command that writes JSON.
 struct Layout {
     bool compact = false;
     bool sort_keys = false;
     bool u128_as_object = false;
     int indent = 2;
 
-    bool is_asked_for = false;  // one of the options was given
+    bool is_asked_for = false;  // whether one of the options was given
 };
 
 class JsonWriter {
@@ -21,9 +21,9 @@ class JsonWriter {
     JsonWriter(Sink& sink, const Layout& layout)
         : sink_(sink), layout_(layout), coloured_(sink.coloured()) {}
 
-    // One token of the document. Keys and values are written as they are.
+    // Adds one token of the document. Keys and values are written unchanged.
     void add(Token token, std::string_view text);
-    // The line feed behind a document.
+    // Writes the line feed after a document.
     void end_document() { sink_.put('\n'); }
 
   private:
@@ -35,7 +35,7 @@ class JsonWriter {
     Layout layout_;
     bool coloured_;
     size_t depth_ = 0;
-    bool first_ = true;  // nothing stands in the innermost container yet
+    bool first_ = true;  // the innermost container has no children yet
     bool after_key_ = false;
 };
 

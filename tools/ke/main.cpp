@@ -1,5 +1,5 @@
-// ke: an engineer with a drive report in JSON, an INI file or a binary dump gets an answer in one command.
-// This file knows the arguments that all commands share and turns what went wrong into an exit status.
+// ke: an engineer with a drive report in JSON, an INI file or a binary dump gets an answer from one command.
+// This file handles the arguments that all commands share and turns failures into exit statuses.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -55,9 +55,8 @@ void add_all(CLI::App& app, Session& session) {
     app.footer(kFooter);
 }
 
-// "ke: " and the message; on a terminal the name stands out, unless NO_COLOR is set. What a message shows of
-// a file or of an argument may hold anything: nothing of it may end the message or reach the terminal as a
-// command.
+// Prints "ke: " and the message. On a terminal the name is highlighted, unless NO_COLOR is set. A message may
+// quote any bytes of a file or an argument: none of them may end the message or control the terminal.
 void complain(std::string message) {
     std::replace_if(
         message.begin(), message.end(),
@@ -71,7 +70,8 @@ void complain(std::string message) {
     fprintf(stderr, coloured ? "\033[1;31mke:\033[0m %s\n" : "ke: %s\n", message.c_str());
 }
 
-// The status that the argument parser ends with: 0 after --help and --version, else wrong usage.
+// Returns the exit status when the argument parser stops: 0 after --help and --version, otherwise wrong
+// usage.
 int answer_usage(const CLI::App& app, const CLI::ParseError& error,
                  const std::vector<std::string>& args) {
     if (error.get_exit_code() == 0)
@@ -80,8 +80,9 @@ int answer_usage(const CLI::App& app, const CLI::ParseError& error,
     return kExitUsage;
 }
 
-// The argument parser takes "[a,b]" for two values where an option or a command takes several, though it may
-// be the name of a file. A zero byte, which no argument has, keeps it from that until each option has its own.
+// Where an option or a command takes several values, the argument parser splits "[a,b]" into two, although it
+// may be the name of a file. A zero byte, which no argument contains, prevents that until each option has its
+// own values.
 std::vector<std::string> shielded(const std::vector<std::string>& args) {
     std::vector<std::string> reversed(args.rbegin(), args.rend());  // as the parser wants them
     for (std::string& arg : reversed) {
@@ -111,7 +112,7 @@ void expect_shields(CLI::App& root) {
 
 int run_command(const std::vector<std::string>& args) {
     CLI::App app("Reads, edits and checks drive reports, INI files and binary dumps", "ke");
-    // A JSON pointer begins with "/": it is no option, also not on Windows.
+    // A JSON pointer begins with "/"; it is not an option, not even on Windows.
     app.allow_windows_style_options(false);
     app.fallthrough();
     Session session;

@@ -1,4 +1,4 @@
-// ke capacity, number, hash: a number or a text in, a line out.
+// ke capacity, number, hash: take a number or a text, and print one line.
 #include <algorithm>
 #include <memory>
 
@@ -14,12 +14,12 @@ void print(const std::string& text, const Session& session) {
     write_output(text, session.common);
 }
 
-// A count as an argument: decimal digits only.
+// Parses a count that is given as an argument: decimal digits only.
 u64 to_u64(const std::string& what, const std::string& text) {
     u64 value = 0;
     if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos)
         throw Failure{what + " \"" + text + "\": is no number; write decimal digits"};
-    // A zero in front would make it octal for the library.
+    // The library would read a number with a leading zero as octal.
     const std::string digits = text.substr(std::min(text.find_first_not_of('0'), text.size() - 1));
     const i32 status = wiq_strtouint64(digits.c_str(), &value);
     if (status != 0)
@@ -32,14 +32,14 @@ struct CapacityArgs {
     int sector = 512;
 };
 
-// The rule: so many blocks for the first 50 GB, and so many for each further one.
+// The IDEMA rule: a fixed number of blocks for the first 50 GB, and a fixed number for each further GB.
 constexpr u64 kLeastGb = 50;
 
 u64 least_blocks(int sector) {
     return wiq_get_lba_count_idema(kLeastGb, sector);
 }
 
-// The largest capacity whose size in bytes is a 64-bit number.
+// Returns the largest capacity whose size in bytes fits in 64 bits.
 u64 most_gb(int sector) {
     const u64 step =
         wiq_gb_to_bytes_idema(kLeastGb + 1, sector) - wiq_gb_to_bytes_idema(kLeastGb, sector);
@@ -91,9 +91,9 @@ struct NumberArgs {
     int base = 10;
 };
 
-// What is no number for this command, said in words; "" if there is nothing to say against it. The library
-// keeps the low 128 bits of a number and takes a sign; whether there were more bits shows when the number
-// without its prefix and zeros is written back.
+// Returns why this command does not accept a number, or "" if it does. The library accepts a sign and keeps
+// the low 128 bits of a number; writing the number back without its prefix and leading zeros shows whether
+// there were more bits.
 std::string objection(const std::string& text) {
     if (!text.empty() && (text[0] == '-' || text[0] == '+'))
         return "has a sign; only numbers from 0 to 2^128 - 1 are taken";

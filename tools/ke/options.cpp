@@ -1,9 +1,9 @@
-// Arguments and options that several commands share, each said once.
+// Arguments and options that several commands share, each defined once.
 #include "commands.h"
 
 namespace tool {
 
-// NOLINTNEXTLINE(misc-no-recursion): commands have commands, and those have none.
+// NOLINTNEXTLINE(misc-no-recursion): two levels at most: a group has commands, and those have none.
 std::vector<std::string> command_names(const CLI::App& app, const std::string& between) {
     std::vector<std::string> names;
     for (const CLI::App* command : app.get_subcommands({})) {

@@ -1,5 +1,5 @@
-// What the tool needs to know of its platform and the library does not offer; implemented by
-// platform_posix.cpp and platform_windows.cpp. The program's entry is in entry_posix.cpp and
+// What the tool needs from its platform and the library does not offer. It is implemented by
+// platform_posix.cpp and platform_windows.cpp; the program's entry points are in entry_posix.cpp and
 // entry_windows.cpp.
 #pragma once
 
@@ -11,28 +11,28 @@
 
 namespace tool {
 
-// The tool itself: arguments in UTF-8 without the program's name; the exit status.
+// Runs the tool. Takes the arguments in UTF-8 without the program's name; returns the exit status.
 int run(const std::vector<std::string>& args);
 
 bool stdin_is_terminal();
 bool stdout_is_terminal();
 bool stderr_is_terminal();
 
-// Keeps the runtime from changing line ends on the standard streams. On a Windows console, text is UTF-8
-// and escape sequences are understood from here to restore_console().
+// prepare_console() keeps the runtime from converting line ends on the standard streams. On a Windows
+// console, text is UTF-8 and escape sequences work from then until restore_console().
 void prepare_console();
 void restore_console();
 
-// From here on the process gets no more memory than this, in bytes, and allocations fail instead. False if
-// the system refuses.
+// Limits the memory of the process to this number of bytes; allocations beyond it fail. Returns false if the
+// system refuses.
 bool limit_memory(u64 bytes);
 
-// A stream that reads a text, which must outlive it; nullptr if there can be none.
+// Returns a stream that reads a text, which must outlive the stream; nullptr on failure.
 FILE* stream_of(const std::string& text);
 
 enum class FileKind { none, regular, directory, other };
 
-// What a name stands for, links followed.
+// Returns the kind of file that a path names, following links.
 FileKind kind_of_path(const std::string& path);
 
 struct FileFacts {
@@ -41,7 +41,7 @@ struct FileFacts {
 };
 FileFacts facts_of(FILE* fp);
 
-// Moves a stream to an offset from its start; false where the stream cannot be moved.
+// Moves a stream to an offset from its start; returns false if the stream is not seekable.
 bool seek_to(FILE* fp, u64 offset);
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-// Linux: arguments are bytes already, streams are binary already, consoles speak UTF-8 already.
+// Linux: arguments and streams already consist of bytes, and consoles use UTF-8, so there is little to do.
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -41,7 +41,7 @@ bool limit_memory(u64 bytes) {
 }
 
 FILE* stream_of(const std::string& text) {
-    // It is only read, though the function takes a buffer that could be written.
+    // The stream is only read, although the function takes a pointer to writable memory.
     return fmemopen(const_cast<char*>(text.data()), text.size(), "r");
 }
 

@@ -1,5 +1,6 @@
-// Windows: the standard streams are switched to binary so that output is the same, byte for byte, as on
-// Linux; a console shows UTF-8 and understands escape sequences while the tool runs, and is put back.
+// Windows: the standard streams are switched to binary so that output is byte for byte the same as on Linux.
+// While the tool runs, a console shows UTF-8 and understands escape sequences; afterwards its settings are
+// restored.
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
@@ -20,7 +21,7 @@ namespace tool {
 
 namespace {
 
-// What the console was set to before; 0 where there is none.
+// The console's previous settings; 0 if there was no console.
 struct ConsoleState {
     UINT output_code_page = 0;
     DWORD stdout_mode = 0;
@@ -37,8 +38,8 @@ DWORD switch_escapes_on(DWORD which) {
     return mode;
 }
 
-// The runtime writes to a console byte by byte where nothing is buffered, and the console does not put the bytes of
-// one character together again. exit() writes what is left.
+// An unbuffered runtime writes to a console byte by byte, and the console does not reassemble the bytes of
+// one character. exit() writes whatever is left in the buffer.
 void buffer_whole_texts(FILE* fp) {
     setvbuf(fp, nullptr, _IOFBF, size_t{1} << 16);
 }
@@ -85,7 +86,8 @@ void prepare_console() {
 }
 
 void restore_console() {
-    // What is buffered is UTF-8, and has escape sequences.
+    // The buffered text is UTF-8 and contains escape sequences, so it must be written before the settings are
+    // restored.
     fflush(stdout);
     fflush(stderr);
     if (g_console.stdout_mode != 0)
@@ -98,7 +100,7 @@ void restore_console() {
 }
 
 bool limit_memory(u64 bytes) {
-    // The job goes with the process, which is the only one in it.
+    // The job ends with the process, which is the only one in it.
     const HANDLE job = CreateJobObjectW(nullptr, nullptr);
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION info = {};
     info.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_PROCESS_MEMORY;
@@ -110,8 +112,8 @@ bool limit_memory(u64 bytes) {
 }
 
 FILE* stream_of(const std::string& text) {
-    // No stream reads memory here, so the text goes through a file that is gone when it is closed. The
-    // runtime's tmpfile() wants to write into the root of the drive, which users may not.
+    // This runtime has no stream that reads memory, so the text goes through a file that is deleted when it
+    // is closed. The runtime's tmpfile() would create it in the root of the drive, where users may not write.
     wchar_t folder[MAX_PATH + 1] = {};
     wchar_t name[MAX_PATH + 1] = {};
     if (GetTempPathW(MAX_PATH + 1, folder) == 0 || GetTempFileNameW(folder, L"ke", 0, name) == 0)
@@ -140,7 +142,7 @@ FileKind kind_of_path(const std::string& path) {
 }
 
 FileFacts facts_of(FILE* fp) {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the runtime gives the handle as a number.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the runtime returns the handle as a number.
     const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(fp)));
     LARGE_INTEGER size = {};
     if (GetFileType(handle) != FILE_TYPE_DISK || GetFileSizeEx(handle, &size) == 0)

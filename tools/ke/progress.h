@@ -1,4 +1,4 @@
-// Progress on standard error, only where a person looks at it and only for long work.
+// Shows progress on standard error, but only on a terminal and only for work that takes long.
 #pragma once
 
 #include <chrono>
@@ -9,10 +9,10 @@
 
 namespace tool {
 
-// "ke: reading report.json 42 % 310 MB/s", rewritten in place.
+// Shows "ke: reading report.json 42 % 310 MB/s" and updates it in place.
 class Progress {
   public:
-    // `total` is 0 where it is not known.
+    // `total` is 0 if it is not known.
     Progress(std::string name, u64 total, const Common& common);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;

@@ -1,5 +1,6 @@
-// See replace_file.h. The temporary file has no name until it is complete where the file system can do that
-// (O_TMPFILE), so that even a killed program leaves nothing behind; elsewhere a handler removes it.
+// See replace_file.h. If the file system allows it (O_TMPFILE), the temporary file has no name until it is
+// complete, so even a program that is killed leaves nothing behind. Otherwise a signal handler removes the
+// file.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -37,7 +38,7 @@ Failure system_failure(const std::string& path, const char* action) {
     return {path + ": " + action + ": " + strerror(code)};
 }
 
-// The name of the temporary file while it must be removed if a signal ends the program.
+// The name of the temporary file, as long as it must be removed if a signal ends the program.
 char g_stray[PATH_MAX];
 
 void remove_stray(int signal_number) {
@@ -53,7 +54,7 @@ void watch_stray(const std::string& name) {
     memcpy(g_stray, name.c_str(), name.size() + 1);
     for (int number : kEndings) {
         struct sigaction old = {};
-        // A signal that the program was started to ignore stays ignored.
+        // A signal that was ignored when the program started stays ignored.
         if (sigaction(number, nullptr, &old) == 0 && old.sa_handler == SIG_DFL)
             signal(number, remove_stray);
     }
@@ -63,7 +64,7 @@ void forget_stray() {
     g_stray[0] = '\0';
 }
 
-// Holds the signals back that would end the program between giving a name to the file and moving it.
+// Blocks the signals that would end the program between naming the temporary file and renaming it.
 class HeldSignals {
   public:
     HeldSignals() {
@@ -88,8 +89,9 @@ std::string folder_of(const std::string& path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// The descriptor of this process that a path names, as /dev/stdout does at the end of its links; -1 for all
-// else. Behind it there may be a file that the shell appends to: it must not be replaced, nor opened anew.
+// Returns the descriptor of this process that a path names, as /dev/stdout does at the end of its links;
+// otherwise -1. The shell may have opened its file for appending, so the file must be neither replaced nor
+// opened again.
 int descriptor_at(const std::string& path) {
     if (path[0] != '/')
         return -1;
@@ -105,7 +107,7 @@ int descriptor_at(const std::string& path) {
     return atoi(number.c_str());
 }
 
-// The file that a chain of links ends at; it need not exist.
+// Returns the file at the end of a chain of links; it need not exist.
 std::string end_of_links(std::string path) {
     for (int links = 0; links < 40; ++links) {
         if (descriptor_at(path) >= 0)
@@ -132,7 +134,7 @@ void write_fully(int fd, const std::string& path, const char* bytes, size_t size
     }
 }
 
-// Access lists and other attributes beside the mode; what cannot be copied is no reason to stop.
+// Copies access lists and other attributes besides the mode, ignoring those that cannot be copied.
 void copy_extended_attributes(const std::string& from, int to) {
     std::vector<char> names(
         static_cast<size_t>(std::max<ssize_t>(0, listxattr(from.c_str(), nullptr, 0))));
@@ -152,10 +154,10 @@ void copy_extended_attributes(const std::string& from, int to) {
 
 struct Replacement::State {
     std::string shown;   // as the user wrote it
-    std::string target;  // where the links end
+    std::string target;  // the end of the links
     std::string temporary;
     int fd = -1;
-    bool into = false;  // the target is no regular file: written into
+    bool into = false;  // the target is not a regular file, so it is written into
     bool exists = false;
     bool unnamed = false;  // the temporary file has no name yet
     struct stat old = {};
@@ -170,7 +172,7 @@ struct Replacement::State {
         if (S_ISDIR(old.st_mode))
             throw Failure{shown + ": is a directory; name a file to write to"};
         into = !S_ISREG(old.st_mode);
-        // The superuser may write everything, but a file that nobody may write is meant to stay.
+        // The superuser may write to any file, but one that nobody may write to is meant to stay unchanged.
         if (access(target.c_str(), W_OK) != 0 || (!into && (old.st_mode & 0222) == 0))
             throw Failure{shown +
                           ": is read-only; make it writable first, or write to another "
@@ -179,13 +181,13 @@ struct Replacement::State {
 
     void open_temporary() {
         const std::string folder = folder_of(target);
-        // Until it has the old file's mode and owner, nobody else may read what is written.
+        // Until the file has the old file's mode and owner, nobody else may read it.
         const mode_t mode = exists ? 0600 : 0666;
         if (!temporary_is_named)
             fd = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
         unnamed = fd >= 0;
         if (unnamed && access("/proc/self/fd", X_OK) != 0) {
-            close(fd);  // without /proc it could get no name
+            close(fd);  // without /proc it cannot be given a name
             unnamed = false;
             fd = -1;
         }
@@ -212,7 +214,7 @@ struct Replacement::State {
                std::to_string(attempt);
     }
 
-    // The new file looks like the old one to everybody.
+    // Gives the new file the mode, owner and attributes of the old one.
     void dress() const {
         if (!exists)
             return;
@@ -251,7 +253,7 @@ struct Replacement::State {
         step_done("renamed");
         const int folder = open(folder_of(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (folder >= 0) {
-            fsync(folder);  // the name, too, is on the disk
+            fsync(folder);  // the name must be on the disk, too
             close(folder);
         }
     }

@@ -1,6 +1,6 @@
-// See replace_file.h. The temporary file is marked for deletion while it is written, so that it goes with
-// the program; the mark is taken away when it is complete. Moving it over the old file is one operation of
-// the file system.
+// See replace_file.h. The temporary file is marked for deletion while it is written, so it disappears if the
+// program ends; the mark is removed when the file is complete. Moving it over the old file is one operation
+// of the file system.
 #include <windows.h>
 
 #include <cstdlib>
@@ -47,7 +47,7 @@ Failure system_failure(const std::string& path, const char* action) {
     return {path + ": " + action + ": " + reason + " (system error " + std::to_string(code) + ")"};
 }
 
-// The file that a link names; the path itself if it is none.
+// Returns the file that a link names, or the path itself if it is not a link.
 std::wstring end_of_links(const std::wstring& path, DWORD attributes) {
     if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
         return path;
@@ -65,15 +65,15 @@ std::wstring end_of_links(const std::wstring& path, DWORD attributes) {
 
 SRWLOCK g_moving = SRWLOCK_INIT;
 
-// Runs in a thread of its own when the user interrupts the program, which ends when this returns.
+// Runs in its own thread when the user interrupts the program; the program ends when this returns.
 BOOL WINAPI wait_for_move(DWORD) {
     AcquireSRWLockExclusive(&g_moving);
     ReleaseSRWLockExclusive(&g_moving);
     return FALSE;
 }
 
-// Holds back the end of the program while the temporary file is not marked for deletion any more and has not
-// yet taken the place of the old one.
+// Keeps the program from ending between removing the temporary file's deletion mark and moving it over the
+// old file.
 class HeldInterrupts {
   public:
     HeldInterrupts() {
@@ -122,7 +122,7 @@ struct Replacement::State {
         target = end_of_links(target, attributes);
     }
 
-    // NUL, CON, \\.\name: whatever opens and is no file of a disk.
+    // Recognises NUL, CON, \\.\name: anything that can be opened and is not a file on a disk.
     bool is_device() const {
         const HANDLE probe =
             CreateFileW(target.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
@@ -153,7 +153,7 @@ struct Replacement::State {
         throw system_failure(shown, "no temporary file can be made beside it");
     }
 
-    // The access rights and attributes of the old file.
+    // Copies the access rights and attributes of the old file.
     void dress() const {
         if (!exists)
             return;

@@ -1,5 +1,5 @@
-// See scanner.h. One token is always whole in the source's window; what the scanner needs between two
-// tokens is the list of open brackets.
+// See scanner.h. The current token is always completely in the source's window. Between tokens the scanner
+// keeps only the list of open brackets.
 #include "scanner.h"
 
 #include "input_limits.h"
@@ -9,8 +9,8 @@ namespace tool {
 
 namespace {
 
-// The bytes that go on within a string without a second look: all but quotes, backslashes, control
-// characters and what is beyond ASCII.
+// The bytes that can occur in a string without further checks: all except quotes, backslashes, control
+// characters and bytes outside ASCII.
 struct PlainBytes {
     constexpr PlainBytes() : plain() {
         for (int c = 0x20; c < 0x80; ++c)
@@ -34,7 +34,7 @@ bool is_digit(int c) {
 
 constexpr size_t kShownBytes = 40;
 
-// A piece of text as messages show it.
+// Returns a piece of text as messages show it.
 std::string quoted(std::string_view text) {
     std::string shown = "\"" + std::string(text.substr(0, kShownBytes));
     while (text.size() > kShownBytes && (static_cast<u8>(shown.back()) & 0xC0) == 0x80)
@@ -57,7 +57,7 @@ Failure Scanner::failure(const std::string& message, int exit_status) {
     return source_.failure(token_, message, exit_status);
 }
 
-// Reads more text; false at its end.
+// Reads more text; returns false at its end.
 bool Scanner::refill() {
     const u64 here = source_.offset_of(p_);
     const u64 token = source_.offset_of(token_);
@@ -68,7 +68,7 @@ bool Scanner::refill() {
     return more;
 }
 
-// The next byte, or -1 at the end.
+// Returns the next byte, or -1 at the end.
 int Scanner::peek() {
     return p_ != end_ || refill() ? static_cast<u8>(*p_) : -1;
 }
@@ -89,7 +89,7 @@ void Scanner::fail(i32 status, std::string_view found) {
     throw source_.failure(p_, status, found);
 }
 
-// The text ends inside of something, or there is none.
+// Reports that the text ends within a value, or is empty.
 void Scanner::fail_at_end() {
     if (due_ == Due::document || due_ == Due::value || due_ == Due::key)
         fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN, "the text ends where a value is due");
@@ -97,7 +97,7 @@ void Scanner::fail_at_end() {
          open_.back() == '{' ? "a \"}\" is missing" : "a \"]\" is missing");
 }
 
-// Something stands where something else is due.
+// Reports a character that cannot occur here.
 void Scanner::fail_unexpected() {
     const std::string found = *p_ == '"' ? "a text" : quoted(std::string_view(p_, 1));
     switch (due_) {
@@ -193,13 +193,13 @@ Token Scanner::close(char, Token token) {
     return token;
 }
 
-// What may come behind a value.
+// Sets what may follow a value.
 void Scanner::finish_value() {
     due_ = open_.empty() ? Due::document : Due::comma;
     seen_ = true;
 }
 
-// The blanks around the colon are passed; the key's text stays in the window.
+// Skips the colon and the blanks around it; the key's text stays in the window.
 void Scanner::expect_colon() {
     const u64 key = start_;
     const size_t length = text_.size();
@@ -263,7 +263,7 @@ void Scanner::scan_escape() {
     }
 }
 
-// Four hexadecimal digits behind the "u" that is next.
+// Scans the four hexadecimal digits after the "u", which is the next character.
 u32 Scanner::scan_hex() {
     ++p_;
     u32 value = 0;
@@ -320,7 +320,7 @@ void Scanner::scan_utf8() {
     p_ += length;
 }
 
-// At least one digit.
+// Scans one or more digits.
 void Scanner::scan_digits() {
     if (!is_digit(peek()))
         fail(WIQ_ERR_JSON_BAD_NUMBER);
@@ -360,7 +360,7 @@ Token Scanner::scan_word() {
         finish_value();
         return Token::word;
     }
-    // The last letter shows that it is no word; a byte that begins no word shows itself.
+    // The message points to the last letter of an unknown word, and to a byte that cannot start a word.
     if (p_ == token_)
         fail(WIQ_ERR_JSON_BAD_TOKEN);
     const std::string found = "found " + quoted(word);

@@ -1,7 +1,7 @@
-// The tokens of a JSON text, one after the other, each as it is written: what shows or edits a document
-// works on these, so that no number and no string is changed by being read. The grammar is that of
-// RFC 8259, and what is refused is what the library's parser refuses, except that characters beyond ASCII
-// may stand in strings as UTF-8.
+// Reads the tokens of a JSON text one after the other, each as it is written. Code that shows or edits
+// documents works on tokens, so reading never changes a number or a string. The grammar is that of RFC 8259.
+// The scanner rejects what the library's parser rejects, except that strings may contain non-ASCII characters
+// as UTF-8.
 #pragma once
 
 #include <string_view>
@@ -17,11 +17,11 @@ enum class Token : u8 {
     close_object,
     open_array,
     close_array,
-    key,  // with its quotes; the colon is behind it
+    key,  // with its quotes; next() also consumes the colon after it
     string,
     number,
     word,       // true, false, null
-    reference,  // an object that is nothing but {"$ref": "text"}; only FoldedTokens has it
+    reference,  // an object that is just {"$ref": "text"}; only FoldedTokens returns it
 };
 
 constexpr bool is_scalar(Token token) {
@@ -30,20 +30,20 @@ constexpr bool is_scalar(Token token) {
 
 class Scanner {
   public:
-    // `several` takes any number of documents one after the other.
+    // If `several` is set, the text may hold any number of documents, one after the other.
     explicit Scanner(Source& source, bool several = false);
 
-    // The next token; throws a Failure at a mistake. A document that ends early is one.
+    // Returns the next token; throws a Failure at a mistake, for example if a document ends early.
     Token next();
 
-    // The token's text, valid until next(): of a bracket the bracket itself.
+    // The token's text, valid until next(); for a bracket, the bracket itself.
     std::string_view text() const { return text_; }
-    // Where the token starts and where it ends, in bytes of the text (a byte order mark not counted).
+    // Where the token starts and ends, in bytes of the text, not counting a byte order mark.
     u64 start() const { return start_; }
     u64 stop() const { return start_ + text_.size(); }
-    // Containers that are open around the next token.
+    // The number of containers that are open before the next token.
     size_t depth() const { return open_.size(); }
-    // A mistake that is found in this token.
+    // Returns a Failure that reports a mistake at this token.
     Failure failure(const std::string& message, int exit_status = kExitData);
 
   private:
@@ -79,7 +79,7 @@ class Scanner {
     const char* token_;  // where the current token starts in the window
     Due due_ = Due::document;
     bool several_;
-    bool seen_ = false;  // a document
+    bool seen_ = false;  // a document has been read
 };
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-// ke schema: the JSON schemas of a command's input and output, which are installed beside the tool.
+// ke schema: prints the JSON schemas of a command's input and output, which are installed with the tool.
 #include <algorithm>
 #include <cstdlib>
 #include <memory>

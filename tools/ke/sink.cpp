@@ -75,7 +75,7 @@ void Sink::deliver(std::string_view text) {
         deliver_bytes(text);
 }
 
-// The text is valid UTF-8, but its pieces may end within a character.
+// The text is valid UTF-8, but a piece may end in the middle of a character.
 void Sink::deliver_utf16(std::string_view text) {
     half_ += text;
     std::string bytes;

@@ -1,5 +1,5 @@
-// Where a command's output goes: standard output, the file of -o, or the input's own file. A file is
-// replaced when finish() is called, and stays as it was when that never happens.
+// The destination of a command's output: standard output, the file of -o, or the input file itself. A file is
+// replaced only by finish(); otherwise it is unchanged.
 #pragma once
 
 #include <memory>
@@ -14,9 +14,9 @@ namespace tool {
 
 class Sink {
   public:
-    // `input_path` is the file that --in-place replaces; empty where the input is no file.
+    // `input_path` is the file that --in-place replaces; empty if the input is not a file.
     Sink(const Common& common, const std::string& input_path);
-    // Collects the text in a string, for what is to be looked at first.
+    // Collects the text in a string instead, for output that is examined before it is written.
     explicit Sink(std::string* text) : text_(text) {}
     Sink(const Sink&) = delete;
     Sink& operator=(const Sink&) = delete;
@@ -34,14 +34,14 @@ class Sink {
     }
     void fill(char c, size_t count);
 
-    // Whether a person reads along on a terminal and has nothing against colours.
+    // Whether output goes to a terminal and colours are not disabled.
     bool coloured() const { return coloured_; }
 
-    // The text is written in this encoding, with its mark. To be called before anything is written.
+    // Writes the text in this encoding, with a byte order mark. Must be called before anything is written.
     void encode_as(Encoding encoding) { encoding_ = encoding; }
 
-    // Everything is where it belongs when this returns; otherwise it throws. Text of a command that fails
-    // before its first 256 KiB never gets out.
+    // When this returns, all output is in its final place; otherwise it throws. If a command fails before it
+    // has written 256 KiB, none of its output appears.
     void finish();
 
   private:
@@ -55,14 +55,14 @@ class Sink {
 
     std::string buffer_;
     std::string* text_ = nullptr;
-    std::unique_ptr<Replacement> file_;  // empty for standard output
+    std::unique_ptr<Replacement> file_;  // null for standard output
     Encoding encoding_ = Encoding::utf8;
     bool marked_ = false;
     bool coloured_ = false;
-    std::string half_;  // the start of a character whose end is not here yet
+    std::string half_;  // the start of a character whose end has not arrived yet
 };
 
-// Writes one text where the options say.
+// Writes one text to the destination that the options name.
 void write_output(std::string_view text, const Common& common);
 
 }  // namespace tool

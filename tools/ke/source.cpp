@@ -15,7 +15,7 @@ namespace tool {
 namespace {
 
 constexpr size_t kBlock = size_t{256} * 1024;
-// Kept in front of what is still needed, to be shown beside a mistake.
+// This much text is kept before what is still needed, to be shown with a mistake.
 constexpr size_t kContext = 256;
 
 bool starts_with(std::string_view text, std::string_view prefix) {
@@ -100,7 +100,7 @@ void Source::close() {
     ended_ = true;
 }
 
-// Forgets what is in front of `keep`, but for some context, and counts its lines.
+// Discards what precedes `keep`, except for some context, and counts the discarded lines.
 void Source::drop(const char* keep) {
     const size_t needless = static_cast<size_t>(keep - begin_);
     if (needless <= kContext)
@@ -154,7 +154,7 @@ bool Source::more(const char* keep) {
     return !ended_;
 }
 
-// Reads the first bytes and what they say of the encoding.
+// Reads the first bytes and recognises a byte order mark.
 void Source::take_mark() {
     started_ = true;
     char first[4];
@@ -195,7 +195,7 @@ void Source::append_decoded(std::string_view raw, bool last) {
     const auto bad = [&] {
         memcpy(buffer_.data() + (end_ - begin_), text.data(), text.size());
         end_ += text.size();
-        ended_ = true;  // nothing behind it is to be shown
+        ended_ = true;  // nothing after it is to be shown
         return failure_at(name_, excerpt(), static_cast<size_t>(end_ - begin_),
                           "half a surrogate pair in UTF-16 text; save the file as UTF-8");
     };
@@ -226,7 +226,7 @@ Excerpt Source::excerpt() const {
             columns_before_};
 }
 
-// A line is shown beyond the place, too.
+// Reads some text after `p`, because messages show the rest of the line, too.
 void Source::see_after(const char* p) {
     const u64 offset = offset_of(p);
     while (end_ - at_offset(offset) < static_cast<std::ptrdiff_t>(kContext)) {
@@ -236,7 +236,7 @@ void Source::see_after(const char* p) {
 }
 
 Failure Source::failure(const char* p, i32 status, std::string_view found) {
-    const std::string what(found);  // may stand in the window
+    const std::string what(found);  // it may be a view of the window
     const u64 offset = offset_of(p);
     see_after(p);
     return failure_at(name_, excerpt(), static_cast<size_t>(offset - base_), status, what);

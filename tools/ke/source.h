@@ -1,6 +1,6 @@
 // A text that is read from front to back through a window of bytes, so that memory does not grow with the
-// file; or one that is in memory already, whose window is the whole of it. A byte order mark is taken:
-// that of UTF-8 is skipped, UTF-16 is turned into UTF-8 while it is read.
+// size of the file; or a text in memory, whose window is all of it. A UTF-8 byte order mark is skipped;
+// UTF-16 with a byte order mark is converted to UTF-8 while it is read.
 #pragma once
 
 #include <cstdio>
@@ -23,15 +23,15 @@ struct CloseFile {
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-// A file or standard input ("-" or nothing) as it stands, bytes for bytes. Opening throws a Failure that
-// says so for a folder; standard input from a terminal is announced on standard error.
+// The unchanged bytes of a file or of standard input ("-" or no argument). Opening a folder throws a Failure
+// that says so. If standard input is a terminal, a message on standard error says that it is being read.
 class RawInput {
   public:
     RawInput(const std::string& argument, const Common& common);
 
-    // Fills as much of the room as there are bytes; less only at the end. Throws on a read error.
+    // Fills the buffer; reads less only at the end of the input. Throws on a read error.
     size_t read(char* to, size_t room);
-    // Moves on without delivering; false if the input ends before.
+    // Skips bytes; returns false if the input ends before that.
     bool skip(u64 count);
     void close() { file_.reset(); }
 
@@ -41,42 +41,42 @@ class RawInput {
 
   private:
     std::string name_, path_;
-    File file_;  // empty for standard input
+    File file_;  // null for standard input
     u64 size_ = 0;
     u64 done_ = 0;
     std::unique_ptr<Progress> progress_;
 };
 
-// What a command needs of an input once it has been read: where it came from, and how it was encoded.
+// An input that has been read completely: where it came from, its bytes, and how it was encoded.
 struct Input {
     std::string name;
     std::string path;
-    std::string bytes;  // UTF-8 without a mark, where text was asked for
+    std::string bytes;  // UTF-8 without a byte order mark if text was asked for
     Encoding encoding = Encoding::utf8;
 };
 
 class Source {
   public:
-    // A text in memory, which must outlive the source. It has no byte order mark any more.
+    // A text in memory, which must outlive the source and have no byte order mark.
     Source(std::string name, std::string_view text);
-    // A file or standard input, read as it is needed.
+    // A file or standard input, read as needed.
     Source(const std::string& argument, const Common& common);
 
-    // The bytes at hand. Everything in front of `keep` may be gone after more(), and the rest may have
-    // moved: only the offset of a byte stays.
+    // The bytes in memory. more() may discard everything before `keep` and move the rest, so only a byte's
+    // offset remains valid.
     const char* begin() const { return begin_; }
     const char* end() const { return end_; }
     u64 offset_of(const char* p) const { return base_ + static_cast<u64>(p - begin_); }
     const char* at_offset(u64 offset) const { return begin_ + (offset - base_); }
 
-    // Reads more behind end(); keeps what stands from `keep` on. False at the end of the input.
+    // Reads more text after end(), keeping the bytes from `keep` on. Returns false at the end of the input.
     bool more(const char* keep);
 
-    // Says where in the user's file something is wrong. `p` is in the window.
+    // Return a Failure that shows the position in the user's file. `p` must be in the window.
     Failure failure(const char* p, i32 status, std::string_view found = {});
     Failure failure(const char* p, const std::string& message, int exit_status = kExitData);
 
-    // Lets go of the file, which may then be replaced.
+    // Closes the file, which can then be replaced.
     void close();
 
     const std::string& name() const { return name_; }
@@ -93,9 +93,9 @@ class Source {
     Excerpt excerpt() const;
 
     std::string name_, path_;
-    std::unique_ptr<RawInput> raw_;  // empty for a text in memory
+    std::unique_ptr<RawInput> raw_;  // null for a text in memory
     std::vector<char> buffer_;
-    std::string undecoded_;  // the odd byte and the first half of a pair
+    std::string undecoded_;  // an odd byte, or the first half of a surrogate pair
     const char* begin_;
     const char* end_;
     u64 base_ = 0;
@@ -106,7 +106,7 @@ class Source {
     Encoding encoding_ = Encoding::utf8;
 };
 
-// The whole of an input as text (see Source). Throws a Failure.
+// Returns the whole input as text (see Source). Throws a Failure.
 Input read_text(const std::string& argument, const Common& common);
 
 }  // namespace tool

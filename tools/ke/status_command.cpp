@@ -1,4 +1,4 @@
-// ke status: what a number that some tool has returned means.
+// ke status: explains a status number that some tool has returned.
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -28,8 +28,8 @@ bool same_letters(std::string_view a, std::string_view b) {
            });
 }
 
-// The status that a text names: by name, as a number, or as the unsigned number that a variable of type u32
-// shows.
+// Returns the status that a text names: by its name, as a number, or as the unsigned number that a variable
+// of type u32 shows.
 i32 status_of(const std::string& text) {
     for (const Status& status : kStatuses) {
         const std::string_view name = status.name;

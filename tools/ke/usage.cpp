@@ -9,7 +9,8 @@ namespace tool {
 
 namespace {
 
-// The command that the arguments name, or the group as far as they lead; and a word in it that is none.
+// The command that the arguments name, or the group if they name only that; and the first unknown word, if
+// any.
 struct Named {
     const CLI::App* app;
     std::string path;  // "json get"
@@ -48,7 +49,8 @@ std::vector<std::string> names_below(const CLI::App& group) {
     return names;
 }
 
-// An option that neither the command nor the tool has, with the nearest one; "" if there is none.
+// Returns an option that neither the command nor the tool has, together with the nearest known one; "" if all
+// options are known.
 std::string unknown_option(const CLI::App& root, const Named& named,
                            const std::vector<std::string>& args) {
     std::vector<std::string> known;
@@ -70,7 +72,7 @@ std::string unknown_option(const CLI::App& root, const Named& named,
     return "";
 }
 
-// The words that a command takes: "ke ini set SECTION KEY VALUE [FILE]".
+// Returns the words that a command takes: "ke ini set SECTION KEY VALUE [FILE]".
 std::string usage_of(const Named& named) {
     std::string usage = "ke " + named.path;
     for (const CLI::Option* option : named.app->get_options()) {

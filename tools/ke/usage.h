@@ -1,5 +1,5 @@
-// What is said of arguments that make no command: the wrong word, the nearest right one, and what a command
-// takes.
+// Messages for arguments that do not form a command: the wrong word, the nearest right one, and what a
+// command takes.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -8,7 +8,7 @@
 
 namespace tool {
 
-// What is wrong with the arguments, in words of a user. `error` is what the argument parser says of them.
+// Explains to the user what is wrong with the arguments. `error` is what the argument parser reports.
 std::string usage_mistake(const CLI::App& root, const CLI::ParseError& error,
                           const std::vector<std::string>& args);
 

@@ -1,4 +1,4 @@
-// Characters and their UTF-8 bytes, for texts that are known to be good.
+// Characters and their UTF-8 bytes, for texts that are known to be valid.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@
 namespace tool {
 
 void append_utf8(std::string& text, u32 code_point);
-// What the bytes of one character stand for.
+// Returns the code point of the bytes of one character.
 u32 code_point_of(std::string_view character);
 
 }  // namespace tool

@@ -6,14 +6,14 @@ begins with two spaces names a mutant by its name, which is followed by words fo
     unseen: Only speed differs: the slow way gives the same answer.
       1f00ba12 src/json/lexer.h Lexer::scan half: a && b => a
 
-"unseen" are mutants that no caller can tell from the library, "open" those that one could and no test does."""
+"unseen" mutants cannot be told from the library by any caller; "open" mutants could be, but no test does it yet."""
 
 import hashlib
 import re
 
 
 def named(mutants):
-    """name -> mutant. The name depends on file, function, operator and text, not on lines."""
+    """Returns a dict of name -> mutant. A name depends on file, function, operator and text, not on lines."""
     seen, names = {}, {}
     for mutant in sorted(mutants, key=lambda m: (m.path, m.start, -m.end, m.operator, m.text)):
         key = (mutant.path, mutant.function, mutant.operator, mutant.shown)
@@ -28,7 +28,7 @@ def described(name, mutant):
 
 
 def read(path):
-    """name -> (kind, reason)"""
+    """Returns a dict of name -> (kind, reason)."""
     kept, group = {}, None
     with open(path) as file:
         for number, line in enumerate(file, 1):

@@ -24,7 +24,8 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 FOLDER = os.path.join(ROOT, "build", "mutate")
 KEPT = os.path.join(ROOT, "tests", "mutation", "survivors.txt")
 VERDICTS = os.path.join(FOLDER, "verdicts.json")
-# Test programs of users' kind do not change with the mutants; these builds have them anyway.
+# Test programs that only use the public interface do not change with the mutants; these builds contain them
+# anyway.
 PRESETS = {"plain": "linux-debug", "asan": "linux-asan", "tsan": "linux-tsan"}
 FAMILIES = ["core", "containers", "text", "object", "json", "fs", "os"]
 
@@ -44,8 +45,8 @@ def source_files():
 
 
 def changed_files():
-    """Files of src/ that differ from where this branch left main, or, on main itself, from the last
-    commit's parent; all where nothing differs."""
+    """Returns the files of src/ that have changed since this branch left main (on main itself, since the parent
+    of the last commit); all files if none has changed."""
     for base in git("merge-base", "HEAD", "origin/main") + git("merge-base", "HEAD", "main") + ["HEAD~1"]:
         names = set(git("diff", "--name-only", base, "--", "src")) & set(source_files())
         if names:
@@ -54,7 +55,7 @@ def changed_files():
 
 
 def find(wanted):
-    """The mutants of these files; parsing is slow, so what was found last is kept."""
+    """Returns the mutants of these files. Parsing is slow, so the last result is cached."""
     files = source_files()
     state = hashlib.sha256(repr(sorted(wanted)).encode())
     for name in files + git("ls-files", "include") + ["tools/mutate/sites.py"]:
@@ -74,7 +75,7 @@ def find(wanted):
 
 
 def programs():
-    """(family, kind) of every test program of the library."""
+    """Returns (family, kind) of every test program of the library."""
     found = []
     for path in sorted(glob.glob(os.path.join(ROOT, "tests", "*", "CMakeLists.txt"))):
         with open(path) as file:
@@ -82,11 +83,11 @@ def programs():
     return [p for p in dict.fromkeys(found) if p[0] != "tools"]
 
 
-# A step of the work: a build, the kinds of programs that are run in it, and whether these are those of the
+# A step of the work: a build, the kinds of test programs to run in it, and whether these are the ones of the
 # mutants' own families ("own"), the others ("other") or all ("all").
 Step = collections.namedtuple("Step", "flavour kinds which")
 FULL = [Step(flavour, ("SHARED", "INTERNAL"), "all") for flavour in ("plain", "asan", "tsan")]
-# Whoever waits for a sample builds as little as may be.
+# Someone is waiting for the result of a sample, so build as little as possible.
 QUICK = [Step("asan", ("SHARED",), "own"), Step("asan", ("INTERNAL",), "own"), Step("asan", ("SHARED",), "other")]
 
 
@@ -104,7 +105,7 @@ def targets_of(step, mutants):
 
 
 def prepare(tree, numbered, sources, step, alive, jobs):
-    """Builds; returns the suites, and the mutants that are left where some do not compile."""
+    """Builds the copy; returns the suites, and the mutants that compile."""
     shared, internal = targets_of(step, [mutant for _, mutant in alive])
     for _ in range(20):
         tree.write(numbered, sources)
@@ -150,7 +151,7 @@ def look_at(index):
 
 
 def order_for(number, mutant):
-    """The suites to try: those that have killed neighbours first, then the cheap ones."""
+    """Returns the suites to try: first those that have killed neighbouring mutants, then the cheap ones."""
     kills = STATE["kills"]
     family = mutant.path.split("/")[1]
 
@@ -163,7 +164,7 @@ def order_for(number, mutant):
 
 
 def judge(task):
-    """(name, verdict, suite) of each mutant of the task; a suite that fails without a mutant says nothing."""
+    """Returns (name, verdict, suite) of each mutant of the task. A suite that fails without a mutant is ignored."""
     answers = []
     for name, number, mutant in task:
         killer = None
@@ -182,7 +183,7 @@ def judge(task):
 
 
 def look_at_all(suites, count, arguments):
-    """Runs every suite without a mutant: what does it cost, what does it reach?"""
+    """Runs every suite without a mutant, to find out what it costs and which mutants it reaches."""
     with multiprocessing.Pool(arguments.jobs, start_worker, (suites, count, arguments.nice)) as pool:
         for index, suite in pool.imap_unordered(look_at, range(len(suites))):
             suites[index] = suite
@@ -194,7 +195,7 @@ def look_at_all(suites, count, arguments):
 
 
 def judge_all(suites, numbered, names, arguments):
-    """name -> the suite that killed the mutant, or None"""
+    """Returns a dict of name -> the suite that killed the mutant, or None."""
     if not numbered:
         return {}
     tasks = {}
@@ -216,15 +217,16 @@ def judge_all(suites, numbered, names, arguments):
     return killers
 
 
-# -- what is asked for
+# -- reporting and options
 
 def is_shared(mutant, sources):
-    """Whether threads meet there, so that ThreadSanitizer may see what others do not."""
+    """Returns whether several threads can run the code, so that ThreadSanitizer may find what others do not."""
     return mutant.operator == "lock" or re.search(rb"mutex|atomic|lock_stream", sources[mutant.path])
 
 
 def judge_in_turn(numbered, sources, names, arguments, steps):
-    """Each step gets what the one before has left alive. ThreadSanitizer runs the suites with threads."""
+    """Runs the steps; each gets the mutants that the previous ones left alive. ThreadSanitizer runs only the suites
+    that start threads."""
     tree = Tree(ROOT, FOLDER)
     alive, verdicts, reached, slow = numbered, {}, {}, set()
     for step in steps:
@@ -266,7 +268,7 @@ def judge_in_turn(numbered, sources, names, arguments, steps):
 
 
 def table(names, verdicts, kept):
-    """The score by family, in Markdown."""
+    """Returns the score by family, in Markdown."""
     rows = [["family", "mutants", "killed", "not to be seen", "observable and alive", "killed of the observable"]]
     total = [0] * 4
     for family in FAMILIES + ["all"]:
@@ -287,18 +289,18 @@ def table(names, verdicts, kept):
 
 
 def seed_of_sources():
-    """The same draw for the same sources: what fails in one place fails in every other."""
+    """Returns a seed that depends only on the sources, so a failure occurs on every machine."""
     tree = git("rev-parse", "HEAD:src")
     return int(tree[0][:8], 16) % 10 ** 6 if tree else 0
 
 
 def draw(arguments, names, kept):
-    """The sample: of mutants whose survival is known it would tell nothing new, and locks need the builds
-    that a sample has no time for."""
+    """Draws the sample. It leaves out mutants that are known to survive, since they would tell nothing new, and
+    locks, which need builds that a sample has no time for."""
     seed = arguments.seed if arguments.seed is not None else seed_of_sources()
     pool = [n for n in sorted(names) if n not in kept and names[n].operator != "lock"]
     drawn = random.Random(seed).sample(pool, min(arguments.sample, len(pool)))
-    # The verdicts of the list rest on the slow suites too.
+    # The verdicts in the list were reached with the slow suites, too.
     arguments.slow = max(arguments.slow, 10.0)
     say(f"mutate: {len(drawn)} of {len(pool)} mutants of {len(set(m.path for m in names.values()))} files, "
         f"seed {seed}")
@@ -306,7 +308,7 @@ def draw(arguments, names, kept):
 
 
 def report(names, every, verdicts, kept, arguments):
-    """Prints the score and what is not settled; 1 where a mutant is alive that the list does not name."""
+    """Prints the score and the open mutants; returns 1 if a mutant survives that the list does not name."""
     unknown = [n for n in names if verdicts.get(n, "").startswith("alive") and n not in kept]
     for name in sorted(unknown, key=lambda n: (names[n].path, names[n].line)):
         say(f"alive: {kept_list.described(name, names[name])}\n"
@@ -359,7 +361,7 @@ def main():
     mutants, sources = find(wanted)
     every = kept_list.named(mutants)
     kept = kept_list.read(KEPT)
-    # A tenth, picked by name: what is settled once stays settled, and new code gets its share.
+    # Take a tenth, selected by name: a mutant in the sample stays in it, and new code gets its share.
     names = {n: m for n, m in every.items() if arguments.every or int(n, 16) % 10 == 0}
     if arguments.only:
         names = {n: m for n, m in every.items() if n in arguments.only}

@@ -16,8 +16,8 @@ FILE_SIZE = 256 << 20
 
 
 class Suite:
-    """One suite of one test program. cost: seconds of processor time; reached: bytes, one for each mutant,
-    or None where nobody has looked; strict: whether the limits on memory and files apply."""
+    """One suite of one test program. cost: seconds of processor time; reached: one byte per mutant, or None if
+    not known yet; strict: whether the limits on memory and files apply."""
 
     def __init__(self, program, name, libraries, flavour):
         self.program = program
@@ -51,7 +51,7 @@ def suites_of(program, libraries, flavour):
 
 
 class Runner:
-    """What one worker process needs; cheap to make."""
+    """The state of one worker process; cheap to make."""
 
     def __init__(self):
         self.folder = tempfile.mkdtemp(prefix="ke_mutate.")
@@ -71,7 +71,7 @@ class Runner:
         return seconds, set_limits
 
     def run(self, suite, number, output=subprocess.DEVNULL, reached=None):
-        """Whether the suite passes."""
+        """Returns whether the suite passes."""
         room = os.path.join(self.folder, "room")
         shutil.rmtree(room, ignore_errors=True)
         os.mkdir(room)
@@ -84,7 +84,8 @@ class Runner:
         process = subprocess.Popen(suite.command(), cwd=room, env=environment, stdin=subprocess.DEVNULL,
                                    stdout=output, stderr=output, start_new_session=True, preexec_fn=set_limits)
         try:
-            # A deadlock uses no processor time; another program's load makes a healthy suite wait.
+            # A deadlock uses no processor time, so time is measured in seconds of the clock. Other programs
+            # can slow down a healthy suite, so the limit is generous.
             return process.wait(timeout=15 + 10 * seconds) == 0
         except subprocess.TimeoutExpired:
             return False
@@ -96,7 +97,7 @@ class Runner:
             process.wait()
 
     def baseline(self, suite, count):
-        """Runs the suite as it is: does it pass, what does it cost, which mutants' places does it reach?"""
+        """Runs the suite without a mutant: does it pass, what does it cost, which mutants does it reach?"""
         suite.cost = 60.0
         for _ in range(2):
             folder = tempfile.mkdtemp(dir=self.folder)

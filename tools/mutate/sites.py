@@ -26,8 +26,8 @@ from clang import cindex
 from clang.cindex import CursorKind as K
 from clang.cindex import TypeKind as T
 
-# start, end: bytes of the file; text: what stands there instead ("{}" is the original, instrumented);
-# form: how the switch is written ("expr", "drop", "statement", "lock").
+# start, end: byte offsets in the file; text: the replacement ("{}" is the original, instrumented); form: how
+# the switch is written ("expr", "drop", "statement", "lock").
 Mutant = namedtuple("Mutant", "path start end line function operator shown text form")
 
 NEGATED = {"<": ">=", "<=": ">", ">": "<=", ">=": "<", "==": "!=", "!=": "=="}
@@ -42,7 +42,7 @@ FUNCTIONS = {K.FUNCTION_DECL, K.CXX_METHOD, K.CONSTRUCTOR, K.DESTRUCTOR, K.FUNCT
              K.CONVERSION_FUNCTION}
 SCOPES = {K.NAMESPACE, K.CLASS_DECL, K.STRUCT_DECL, K.CLASS_TEMPLATE, K.UNION_DECL, K.LINKAGE_SPEC,
           K.UNEXPOSED_DECL, K.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION}
-# What is never looked into: types, names and whatever else holds constant expressions.
+# Never visited: types, names and other places for constant expressions.
 CLOSED = {K.TYPE_REF, K.TEMPLATE_REF, K.NAMESPACE_REF, K.PARM_DECL, K.STATIC_ASSERT, K.ENUM_DECL,
           K.CXX_UNARY_EXPR, K.ASM_STMT, K.TYPEDEF_DECL, K.TYPE_ALIAS_DECL}
 VALUE = re.compile(r"^(0[xX][0-9a-fA-F']+|[0-9][0-9']*)[uUlLzZ]*$")
@@ -54,7 +54,7 @@ def parse_arguments(root):
 
 
 class Finder:
-    """Collects the mutants of the wanted files; each file once, however many sources include it."""
+    """Collects the mutants of the wanted files; visits each file once, however many sources include it."""
 
     def __init__(self, root, wanted):
         self.root = root
@@ -67,7 +67,7 @@ class Finder:
 
     def parse(self, path):
         unit = cindex.Index.create().parse(os.path.join(self.root, path), args=parse_arguments(self.root))
-        # What GCC compiles and clang objects to costs the declaration it stands in, no more.
+        # Code that GCC accepts and clang rejects costs only the declaration that contains it.
         errors = [d for d in unit.diagnostics if d.severity >= cindex.Diagnostic.Fatal]
         if errors:
             raise SystemExit(f"mutate: clang cannot read {path}: {errors[0]}")
@@ -82,7 +82,7 @@ class Finder:
                         self.sources[name] = file.read()
                 self.source = self.sources[name]
                 self.scope(cursor, [])
-        # What this unit has included without anything to look into is done, too.
+        # Wanted files that this unit includes without finding any mutant in them are done, too.
         self.done |= here | {path} | {self.relative(i.include.name) for i in unit.get_includes()} & self.wanted
 
     def relative(self, name):
@@ -120,7 +120,7 @@ class Finder:
         return self.raw(*self.range(cursor))
 
     def spelled(self, cursor):
-        """Whether the cursor stands in this file's own text (not in a header's, or in a macro's)."""
+        """Returns whether the cursor is in this file's own text (not in a header's, nor in a macro's)."""
         start, end = cursor.extent.start, cursor.extent.end
         return start.file is not None and end.file is not None and start.offset < end.offset and \
             self.relative(start.file.name) == self.path
@@ -208,7 +208,7 @@ class Finder:
             if child.kind.is_expression() and child.extent.start.offset >= name_end and \
                     re.search(r"[={(]", self.raw(name_end, child.extent.start.offset) + "="[:child.kind == K.INIT_LIST_EXPR]):
                 bare = self.bare(child)
-                # The compiler computes these.
+                # The compiler evaluates these.
                 if re.search(r"\bconst\b", head) and self.is_constant(bare):
                     continue
                 self.expression(child)
@@ -225,7 +225,7 @@ class Finder:
             for each in ([child] if child.kind == K.VAR_DECL else child.get_children()):
                 self.variable(each)
         if variable:
-            # Of "if (T* x = f())" clang shows the condition as another look at x.
+            # For "if (T* x = f())", clang shows the condition as another use of x.
             for child in rest:
                 if child.kind.is_statement():
                     self.statement_or_dropped(child)
@@ -279,7 +279,7 @@ class Finder:
     # -- expressions
 
     def bare(self, cursor):
-        """Without the conversions that clang puts round an expression."""
+        """Returns an expression without the conversions that clang wraps around it."""
         while cursor.kind == K.UNEXPOSED_EXPR:
             inner = list(cursor.get_children())
             if len(inner) != 1:
@@ -317,7 +317,7 @@ class Finder:
             self.negate_leaf(self.bare(cursor))
 
     def negate_leaf(self, cursor):
-        """A condition that is no comparison and is not made of others."""
+        """Handles a condition that is neither a comparison nor composed of other conditions."""
         while cursor.kind == K.PAREN_EXPR:
             (cursor,) = cursor.get_children()
             cursor = self.bare(cursor)
@@ -455,8 +455,8 @@ class Finder:
 
 
 def find(root, units, wanted):
-    """The mutants of the wanted files, and the text of these files. A header is looked into where the first
-    of the units that includes it is read."""
+    """Returns the mutants of the wanted files, and the text of these files. A header is visited when the first
+    unit that includes it is parsed."""
     finder = Finder(root, wanted)
     for unit in sorted(units, key=lambda name: name not in finder.wanted):
         if finder.wanted - finder.done:

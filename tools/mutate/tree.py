@@ -13,7 +13,7 @@ FLAVOURS = {
 
 
 def render(source, mutants):
-    """The instrumented text of one file, and where in it each mutant's site lies: (start, end, number)."""
+    """The instrumented text of one file, and the position of each mutant's site in it: (start, end, number)."""
     sites = {}
     for number, mutant in mutants:
         sites.setdefault((mutant.start, mutant.end), []).append((number, mutant))
@@ -24,7 +24,7 @@ def render(source, mutants):
         return sum(map(len, out))
 
     def write(start, end, inner):
-        """Copies start..end with the sites of `inner`, which lie in it."""
+        """Copies start..end, instrumenting the sites of `inner`, which lie within it."""
         at = start
         while inner:
             site = inner.pop(0)
@@ -81,7 +81,7 @@ class Tree:
         self.copy = os.path.join(folder, "tree")
 
     def write(self, numbered, sources):
-        """numbered: (number, mutant) pairs; sources: path -> text of the files that were looked into."""
+        """numbered: (number, mutant) pairs; sources: path -> text of the files that were visited."""
         os.makedirs(self.copy, exist_ok=True)
         for name in os.listdir(self.root):
             link = os.path.join(self.copy, name)
@@ -119,7 +119,7 @@ class Tree:
                     os.remove(os.path.join(self.copy, relative))
 
     def build(self, flavour, targets, jobs):
-        """Builds the targets; returns the numbers of mutants that do not compile, none where all is built."""
+        """Builds the targets; returns the numbers of the mutants that do not compile (none if all is well)."""
         build = os.path.join(self.folder, flavour)
         log = os.path.join(self.folder, flavour + ".log")
         with open(log, "w") as file:
