@@ -239,13 +239,7 @@ void add_all() {
 #endif
 }
 
-}  // namespace
+// Runs before main(), which is the benchmark library's own.
+[[maybe_unused]] const bool added = (add_all(), true);
 
-int main(int argc, char** argv) {
-    add_all();
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}
+}  // namespace
