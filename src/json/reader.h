@@ -49,6 +49,18 @@ inline bool is_unicode_escape(const char* p) {
     return p[0] == 'u' && digits >= 0;
 }
 
+// Reads the rest of a string, including its closing quote, from *next, if it ends before `end` and
+// has only plain characters. Otherwise returns false and reads nothing.
+inline bool take_plain(const char** next, const char* end, const char** text, size_t* length) {
+    const char* quote = skip_plain_ascii(*next, end);
+    if (quote == end || *quote != '"')
+        return false;
+    *text = *next;
+    *length = static_cast<size_t>(quote - *next);
+    *next = quote + 1;
+    return true;
+}
+
 // Reads a NUL-terminated string. Lines and columns are not counted while reading; place() works
 // them out from the text that was consumed. The length of the string is not determined either, so
 // that reading one value from the beginning of a long text takes no longer than the value needs.
@@ -98,13 +110,7 @@ class StringReader {
     bool take_plain_string(const char** text, size_t* length) {
         if (next_ >= plain_end_)
             look_ahead();
-        const char* end = skip_plain_ascii(next_, plain_end_);
-        if (end == plain_end_ || *end != '"')
-            return false;
-        *text = next_;
-        *length = static_cast<size_t>(end - next_);
-        next_ = end + 1;
-        return true;
+        return take_plain(&next_, plain_end_, text, length);
     }
 
     // Reads a number in one piece, after its first digit or sign was read. Returns kNone, with

@@ -73,13 +73,7 @@ class StreamReader {
     }
 
     bool take_plain_string(const char** text, size_t* length) {
-        const char* end = skip_plain_ascii(next_, end_);
-        if (end == end_ || *end != '"')
-            return false;
-        *text = next_;
-        *length = static_cast<size_t>(end - next_);
-        next_ = end + 1;
-        return true;
+        return take_plain(&next_, end_, text, length);
     }
 
     // Reading a number always reads the byte after it, too, so that byte must be in the stretch.
