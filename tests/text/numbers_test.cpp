@@ -271,21 +271,27 @@ TEST(Numbers, Doubles) {
     }
 }
 
-// Too large or too small is told by the place of the first digit and the exponent together.
+struct LongNumber {
+    std::string text;
+    double value;
+};
+
+void expect_double(const std::string& text, double expected) {
+    double value = 77;
+    EXPECT_EQ(wiq_strtodouble(text.c_str(), &value), 0) << text.substr(0, 20);
+    EXPECT_EQ(value, expected) << text.substr(0, 20);
+}
+
+// Whether a number is too large or too small depends on the position of its first digit and on the exponent together.
 TEST(Numbers, DoublesOfManyDigitsOutOfRange) {
     constexpr double kInf = std::numeric_limits<double>::infinity();
     const std::string zeros(800, '0');
-    struct Row {
-        std::string text;
-        double value;
-    };
-    for (const Row& row : {Row{"1" + zeros, kInf}, Row{"1" + zeros + ".5", kInf},
-                           Row{"1" + zeros + "e-400", kInf}, Row{"-1" + zeros + "e-400", -kInf},
-                           Row{"." + zeros + "1", 0.0}, Row{"0." + zeros + "1e400", 0.0},
-                           Row{"0." + zeros + "1e1200", kInf}, Row{"1" + zeros + "e-1200", 0.0}}) {
-        double value = 77;
-        EXPECT_EQ(wiq_strtodouble(row.text.c_str(), &value), 0) << row.text;
-        EXPECT_EQ(value, row.value) << row.text;
+    for (const LongNumber& row :
+         {LongNumber{"1" + zeros, kInf}, LongNumber{"1" + zeros + ".5", kInf},
+          LongNumber{"1" + zeros + "e-400", kInf}, LongNumber{"-1" + zeros + "e-400", -kInf},
+          LongNumber{"." + zeros + "1", 0.0}, LongNumber{"0." + zeros + "1e400", 0.0},
+          LongNumber{"0." + zeros + "1e1200", kInf}, LongNumber{"1" + zeros + "e-1200", 0.0}}) {
+        expect_double(row.text, row.value);
     }
 }
 
@@ -338,24 +344,20 @@ TEST(Numbers, DoublesWithExponentsOfManyDigits) {
 TEST(Numbers, HexadecimalDoublesOfManyDigits) {
     constexpr double kInf = std::numeric_limits<double>::infinity();
     const std::string zeros(1000001, '0');
-    struct Row {
-        std::string text;
-        double value;
-    };
-    for (const Row& row :
-         {Row{"0x" + zeros + "18", 24}, Row{"-0x" + zeros + "18.8p1", -49},
-          Row{"0x1" + zeros, kInf}, Row{"-0x1" + zeros + "p1", -kInf},
-          Row{"0x1" + zeros + "P-4000004", 1}, Row{"0xA8" + zeros + "p-4000004", 168},
-          Row{"0x0." + zeros, 0.0}, Row{"0x0." + zeros + "1", 0.0},
-          Row{"0x0." + zeros + "1p4000008", 1}, Row{"0x." + zeros + "18p+4000005", 0.1875},
-          Row{"0x1." + zeros, 1}, Row{"0x1." + zeros + "p-1074", 0x1p-1074},
+    for (const LongNumber& row :
+         {LongNumber{"0x" + zeros + "18", 24}, LongNumber{"-0x" + zeros + "18.8p1", -49},
+          LongNumber{"0x1" + zeros, kInf}, LongNumber{"-0x1" + zeros + "p1", -kInf},
+          LongNumber{"0x1" + zeros + "P-4000004", 1}, LongNumber{"0xA8" + zeros + "p-4000004", 168},
+          LongNumber{"0x0." + zeros, 0.0}, LongNumber{"0x0." + zeros + "1", 0.0},
+          LongNumber{"0x0." + zeros + "1p4000008", 1},
+          LongNumber{"0x." + zeros + "18p+4000005", 0.1875}, LongNumber{"0x1." + zeros, 1},
+          LongNumber{"0x1." + zeros + "p-1074", 0x1p-1074},
           // Halfway between two doubles, except for the last digit.
-          Row{"0x20000000000001." + zeros, 9007199254740992.0},
-          Row{"0x20000000000001." + zeros + "1", 9007199254740994.0},
-          Row{"0x0." + zeros + "1p-9000000", 0.0}, Row{"0x1" + zeros + "p9000000", kInf}}) {
-        double value = 77;
-        EXPECT_EQ(wiq_strtodouble(row.text.c_str(), &value), 0) << row.text.substr(0, 20);
-        EXPECT_EQ(value, row.value) << row.text.substr(0, 20);
+          LongNumber{"0x20000000000001." + zeros, 9007199254740992.0},
+          LongNumber{"0x20000000000001." + zeros + "1", 9007199254740994.0},
+          LongNumber{"0x0." + zeros + "1p-9000000", 0.0},
+          LongNumber{"0x1" + zeros + "p9000000", kInf}}) {
+        expect_double(row.text, row.value);
     }
 }
 
