@@ -69,6 +69,32 @@ class Modifiers {
     bool is_position_ = false;
 };
 
+// Moves past the conversions before the first one that has modifiers, is "%n" or is unusual. Most
+// formats have no such conversion, so this keeps the check at a few per cent of the formatting.
+const char* skip_plain_conversions(const char* format) {
+    for (; *format != '\0'; ++format) {
+        if (*format != '%')
+            continue;
+        switch (format[1]) {
+            case '%':
+            case 'c':
+            case 'd':
+            case 'f':
+            case 'i':
+            case 'p':
+            case 's':
+            case 'u':
+            case 'x':
+            case 'X':
+                ++format;
+                break;
+            default:
+                return format;
+        }
+    }
+    return format;
+}
+
 // Calls on_modifier for each modifier of each conversion, and on_conversion with the letter of the
 // conversion ('\0' if the format ends before it).
 template <class OnModifier, class OnConversion>
@@ -112,6 +138,9 @@ bool has_gap(const char* format, const char* others) {
 }  // namespace
 
 bool is_refused_format(const char* format, const char* modifiers) {
+    format = skip_plain_conversions(format);
+    if (*format == '\0')
+        return false;
     bool refused = false;
     bool has_positions = false;
     walk(

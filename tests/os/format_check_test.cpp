@@ -79,6 +79,18 @@ TEST(FormatCheck, WhatStoresIsRefused) {
         EXPECT_TRUE(is_refused_format(format)) << format;
 }
 
+// Conversions without modifiers are skipped in a loop of their own. What follows them is still checked.
+TEST(FormatCheck, WhatFollowsPlainConversionsIsChecked) {
+    for (const char conversion : std::string("%cdfipsuxXaAeEgGoy")) {
+        const std::string plain = std::string("text %") + conversion;
+        EXPECT_FALSE(is_refused_format(plain.c_str())) << plain;
+        EXPECT_FALSE(is_refused_format((plain + "n").c_str())) << plain;
+        EXPECT_FALSE(is_refused_format((plain + "%").c_str())) << plain;
+        for (const char* refused : {"%n", "%%%n", "d%hn", "%2$d", "%99999999999d"})
+            EXPECT_TRUE(is_refused_format((plain + refused).c_str())) << plain << refused;
+    }
+}
+
 TEST(FormatCheck, PositionsWithAGapAreRefused) {
     for (const char* format :
          {"%2$d", "%1$d %3$d", "%3$d %1$d", "%3$d %2$d", "%1$*3$d", "%1$.*3$d", "%0$d", "%0$d%1$d",
