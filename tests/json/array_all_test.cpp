@@ -1,4 +1,4 @@
-// Search, filter and sort of arrays, strong and weak.
+// Searching, filtering and sorting arrays, strong and weak.
 #include <gtest/gtest.h>
 
 #include <numeric>
@@ -27,7 +27,7 @@ TEST(JsonArrayFind, FindsTheFirstEqualElement) {
     Tree array = make("[1,\"a\",{\"k\":[1,2.0]},1.0,[],@\"/0\",null,\"b\"]");
     const struct {
         const char* pattern;
-        i32 index;  // -1: none
+        i32 index;  // -1 means not found
     } rows[] = {
         {"1", 0},
         {"1.0", 0},
@@ -107,7 +107,7 @@ TEST(JsonArrayFilter, AsksAboutEveryElementOnceInOrder) {
     wiq_json_array_filter(
         array.get(),
         [](wiq_json_t* node, void* user) {
-            // The array is as it was until the last answer.
+            // The array does not change until the last answer.
             EXPECT_EQ(wiq_json_array_size(const_cast<wiq_json_t*>(parent(node))), 4);
             EXPECT_EQ(wiq_json_array_get_ext(parent(node), 1, 0, nullptr) == node,
                       wiq_json_i64_get(node) == 1);
@@ -130,7 +130,7 @@ TEST(JsonArrayFilter, LeavesDroppedElementsToWhoHoldsThem) {
     wiq_json_unref(held);
 }
 
-// What was swapped in at a negative index has that as its place, and comes first.
+// An element that was swapped in at a negative index records that index, so it comes first.
 TEST(JsonArrayFilter, ANegativePlaceComesFirst) {
     const struct {
         const char* before;
@@ -139,7 +139,7 @@ TEST(JsonArrayFilter, ANegativePlaceComesFirst) {
     } rows[] = {
         {"[1,2,4]", {-1}, "[100,2]"},
         {"[2,1,4]", {-1}, "[100,2]"},
-        {"[2,4,6]", {-1}, "[2,4,100]"},  // nothing is dropped
+        {"[2,4,6]", {-1}, "[2,4,100]"},  // nothing is removed
         {"[1,2,4,1]", {-4}, "[100,2,4]"},
         {"[1,2,4,6]", {-1, -2}, "[102,100,2]"},
         {"[2,4,6,1]", {-2, -4, 1}, "[102,100,104]"},
@@ -198,13 +198,13 @@ TEST(JsonArrayFilter, WeakArrayOfFreeStandingNodes) {
     }
 }
 
-// Drops what the next letter of a text says.
+// Keeps or drops an element according to the next letter of a text.
 bool keep_as_told(wiq_json_t*, void* user) {
     const char** next = static_cast<const char**>(user);
     return *(*next)++ == 'k';
 }
 
-// A node without a parent that is listed twice is at the end when one of the two is dropped.
+// If a node without a parent is listed twice and one entry is dropped, the other one goes to the end.
 TEST(JsonArrayFilter, WeakArrayThatListsANodeTwice) {
     const struct {
         const char* list;  // letters a, b, c: three nodes
@@ -219,7 +219,7 @@ TEST(JsonArrayFilter, WeakArrayThatListsANodeTwice) {
     for (const auto& row : rows) {
         for (const char owner : {' ', '{'}) {
             SCOPED_TRACE(std::string(row.list) + " " + row.keep + owner);
-            // Members of an object have no index elsewhere either.
+            // Members of an object have no index in any other container either.
             Tree obj = make("{\"a\":0,\"b\":1,\"c\":2}");
             Tree free[] = {make("0"), make("1"), make("2")};
             Tree weak = make("w[]");
@@ -250,7 +250,7 @@ TEST(JsonArrayFilter, WeakArrayThatListsANodeTwice) {
     }
 }
 
-// What one filter dropped has no place that a later one could see.
+// A later filter must not see an index that an earlier one left in a dropped node.
 TEST(JsonArrayFilter, WeakArrayThatListsADroppedNodeAgain) {
     Tree nodes[] = {make("0"), make("1"), make("2")};
     Tree weak = make("w[]");
@@ -267,7 +267,7 @@ TEST(JsonArrayFilter, WeakArrayThatListsADroppedNodeAgain) {
     }
 }
 
-// The time does not depend on the object that the elements are members of.
+// The time does not depend on the size of the object that owns the elements.
 TEST(JsonArrayFilter, WeakArrayOfManyMembers) {
     constexpr i32 kMembers = 200000;
     Tree obj(wiq_json_obj_new(kMembers, nullptr));
@@ -295,11 +295,11 @@ TEST(JsonArrayFilter, WeakArraySortsByPlacesElsewhere) {
     EXPECT_EQ(text_of(weak), "w[10,20,40]");
     EXPECT_EQ(wiq_json_parent_index(elem(owner, 0)), 0);
     EXPECT_EQ(wiq_json_parent_index(elem(owner, 3)), 3);
-    // The dropped one was given a number behind the places of the weak array.
+    // The dropped element was given an index after all those of the weak array.
     EXPECT_EQ(wiq_json_parent_index(elem(owner, 2)), 4);
     EXPECT_EQ(parent(elem(owner, 2)), owner.get());
     EXPECT_EQ(count(elem(owner, 2)), 1);
-    // The owner still knows it.
+    // Its owner can still find it.
     Tree orphan(elem(owner, 2));
     EXPECT_EQ(wiq_json_make_orphan(orphan.get()), 0);
     EXPECT_EQ(text_of(owner), "[10,20,null,40]");

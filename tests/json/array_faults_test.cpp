@@ -1,4 +1,4 @@
-// Arrays while memory fails: the array stays as it was, and a child keeps its count.
+// Arrays when allocations fail: the array is unchanged, and a child keeps its reference count.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"
@@ -10,7 +10,7 @@ using tree::make;
 using tree::text_of;
 using tree::Tree;
 
-// Full: the next element makes its block grow.
+// This array is full: the next element makes its block grow.
 const char kFull[] = "[1,2,3]";
 
 using Attach = i32 (*)(wiq_json_t* array, wiq_json_t* child);

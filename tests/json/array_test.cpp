@@ -1,4 +1,4 @@
-// Arrays: attaching, reading, replacing and removing elements at a place.
+// Arrays: attaching, reading, replacing and removing elements at an index.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"
@@ -142,7 +142,7 @@ TEST(JsonArrayGet, CountsFromBothEnds) {
     Tree array = make("[10,20,30]");
     const struct {
         i32 index;
-        i64 value;  // 0: none
+        i64 value;  // 0 means none
     } rows[] = {{0, 10},  {1, 20},  {2, 30},  {3, 0},  {INT32_MAX, 0},
                 {-1, 30}, {-2, 20}, {-3, 10}, {-4, 0}, {INT32_MIN, 0}};
     for (const auto& row : rows) {
@@ -213,7 +213,7 @@ TEST(JsonArraySwap, NotesTheIndexAsItWasGiven) {
     EXPECT_EQ(text_of(array), "[1,9]");
     EXPECT_EQ(tree::header(fresh)->position.index, UINT32_MAX);
 
-    // It is found all the same, even when the index has come to mean another element.
+    // The element is found even if its recorded index now refers to another element.
     wiq_json_array_push_i64(array.get(), 3, nullptr);
     EXPECT_EQ(wiq_json_make_orphan(fresh), 0);
     Tree orphan(fresh);
@@ -267,7 +267,7 @@ TEST(JsonArraySwap, InAWeakArray) {
     EXPECT_EQ(wiq_json_parent_index(elem(owner, 1)), 1);
 }
 
-// What is handed over is the caller's to release, also if it is in the array again.
+// The caller must release the returned element, even if the array holds it again.
 TEST(JsonArraySwap, OfAnElementForItself) {
     for (const i32 index : {0, -2}) {
         Tree weak = make("w[1,2]");
@@ -282,7 +282,7 @@ TEST(JsonArraySwap, OfAnElementForItself) {
         EXPECT_EQ(wiq_json_array_put(weak.get(), index, one), 0);
         EXPECT_EQ(count(one), 1);
         EXPECT_EQ(text_of(weak), "w[1,2]");
-        // And for another place's.
+        // Swapping an element into another position works in the same way.
         old = wiq_json_array_swap(weak.get(), 1, one, nullptr);
         wiq_json_unref(old);
         EXPECT_EQ(text_of(weak), "w[1,1]");
@@ -374,7 +374,7 @@ TEST(JsonArrayPop, HandsTheLastElementOver) {
     EXPECT_EQ(wiq_json_array_pop_elem(nullptr), nullptr);
     EXPECT_EQ(wiq_json_array_pop_elem(make("{}").get()), nullptr);
 
-    // It goes into another array as it is.
+    // It can be put into another array right away.
     EXPECT_EQ(wiq_json_array_push_ext(array.get(), last.release(), nullptr), 0);
     EXPECT_EQ(text_of(array), "[[2]]");
 

@@ -32,7 +32,8 @@ TEST(JsonChainIndexFaults, OnlyLongChainsHaveOne) {
     EXPECT_FALSE(has_index(ordinary));
     const Tree copy(wiq_json_copy(ordinary.get(), nullptr));
     EXPECT_FALSE(has_index(copy));
-    // The chain's 17th member comes by a walk, the next one finds a long chain.
+    // Adding the 17th member still walks the chain; adding the next one finds a long chain and makes the
+    // index.
     ASSERT_NE(wiq_json_obj_put_null(copy.get(), keys[0].c_str(), nullptr), nullptr);
     ASSERT_NE(wiq_json_obj_put_null(copy.get(), colliding::keys(18)[17].c_str(), nullptr), nullptr);
     EXPECT_TRUE(has_index(copy));
@@ -40,8 +41,8 @@ TEST(JsonChainIndexFaults, OnlyLongChainsHaveOne) {
     EXPECT_TRUE(has_index(again));
 }
 
-// Every allocation of building an object member by member. When a member's memory fails, the object is as it was;
-// when the index's fails, the member is there all the same.
+// Fails every allocation while an object is built member by member. If a member cannot be allocated, the
+// object is unchanged; if the index cannot be allocated, the member is added all the same.
 TEST(JsonChainIndexFaults, Building) {
     const std::vector<std::string> keys = colliding::keys(150);
     size_t without_index = 0;
@@ -59,7 +60,7 @@ TEST(JsonChainIndexFaults, Building) {
         else
             EXPECT_EQ(count == keys.size(), !faults.fired());
         EXPECT_TRUE(has_index(obj) || count < 97 || faults.fired());
-        // What was missed is made up for by the next addition to the chain.
+        // The next addition to the chain makes the missing index.
         for (; count < keys.size(); ++count)
             ASSERT_NE(wiq_json_obj_put_i64(obj.get(), keys[count].c_str(), 1, nullptr), nullptr);
         ASSERT_NE(wiq_json_obj_put_i64(obj.get(), "ordinary", 1, nullptr), nullptr);
@@ -103,7 +104,7 @@ TEST(JsonChainIndexFaults, ParsingAndCopying) {
     EXPECT_GE(without_index, 1u);
 }
 
-// A table that cannot grow leaves the chain and its index as they were.
+// If a table cannot grow, the chain and its index are unchanged.
 TEST(JsonChainIndexFaults, GrowingFails) {
     const std::vector<std::string> keys = colliding::keys(98);
     const Tree obj(wiq_json_obj_new(0, nullptr));

@@ -1,5 +1,5 @@
-// Objects whose keys all have one hash: the results and the order are those of other objects, and so is the cost.
-// With as many members as here, a search that walks the chain would not end before the test's time is up.
+// Objects whose keys all have the same hash: results, order and cost are those of any other object. There are
+// so many members that a search that walked the chain would exceed the test's time limit.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,7 +13,7 @@ namespace {
 using tree::Tree;
 
 #if defined(KE_ADDRESS_SANITIZER)
-constexpr size_t kMany = 50000;  // the other builds have the time to see a walk through the chain
+constexpr size_t kMany = 50000;  // in other builds, enough to notice a walk through the chain
 #else
 constexpr size_t kMany = 200000;
 #endif
@@ -27,7 +27,7 @@ Tree parse(const std::vector<std::string>& keys, i32 flags = 0) {
     return Tree(wiq_json_loads(colliding::object_text(keys).c_str(), flags, nullptr));
 }
 
-// In the object's order.
+// Returns the keys in the object's order.
 std::vector<std::string> keys_of(const Tree& obj) {
     std::vector<std::string> keys;
     wiq_json_obj_foreach(
@@ -49,10 +49,10 @@ class JsonCollidingKeysMany : public ::testing::Test {
     }
 
     std::vector<std::string> keys;
-    std::string absent;  // with the same hash
+    std::string absent;  // has the same hash
 };
 
-// A member that takes the place of another one in a long chain, by a key that comes twice.
+// A duplicate key makes a member replace another one in a long chain.
 TEST(JsonCollidingKeys, ThatComeTwice) {
     const std::vector<std::string> keys = colliding::keys(300);
     std::string text = colliding::object_text(keys);
@@ -135,7 +135,7 @@ TEST_F(JsonCollidingKeysMany, ChildrenLeaveAndAreSwapped) {
     EXPECT_EQ(wiq_json_obj_get_i64(weak.get(), keys[8].c_str(), nullptr), 8);
 }
 
-// A key that comes twice keeps its first place and has its second value.
+// A duplicate key keeps its first position and gets its second value.
 TEST_F(JsonCollidingKeysMany, DuplicatesInADocument) {
     std::string text = colliding::object_text(keys);
     text.back() = ',';
@@ -148,7 +148,7 @@ TEST_F(JsonCollidingKeysMany, DuplicatesInADocument) {
     EXPECT_EQ(wiq_json_loads(text.c_str(), WIQ_JSON_REJECT_DUPLICATES, nullptr), nullptr);
 }
 
-// An object beside a map of the same history, whose order it has to show.
+// An object and a map with the same history; the object must have the map's order.
 class JsonCollidingKeysAsAMap : public ::testing::Test {
   public:
     void SetUp() override { wiq_map_init(&map_, 0, wiq_hash_str, wiq_cmp_str, free, nullptr); }
@@ -192,7 +192,7 @@ class JsonCollidingKeysAsAMap : public ::testing::Test {
 };
 
 TEST_F(JsonCollidingKeysAsAMap, RandomScript) {
-    // One chain, chains that part when the table grows, and ordinary ones; long keys, too.
+    // One long chain, chains that split when the table grows, and ordinary keys; some keys are long.
     std::vector<std::string> pool = colliding::keys(150);
     for (u32 i = 0; i < 200; ++i)
         pool.push_back(colliding::keys(4, 12345 + (i % 50 << 6))[i / 50]);
@@ -200,7 +200,7 @@ TEST_F(JsonCollidingKeysAsAMap, RandomScript) {
         pool.push_back(key + std::string(key.back() == '7' ? 2000 : 0, 'k'));
     std::mt19937 random(3);
     for (int round = 0; round < 60; ++round) {
-        // It grows to hundreds of members, shrinks to few, and grows again in the table that it has.
+        // The object grows to hundreds of members, shrinks to a few, and grows again in the same table.
         const u32 adding = round % 20 < 12 ? 7 : 2;
         for (int step = 0; step < 200; ++step) {
             const std::string& key = pool[random() % pool.size()];
@@ -215,7 +215,7 @@ TEST_F(JsonCollidingKeysAsAMap, RandomScript) {
     }
 }
 
-// The order of what the parser builds in one go.
+// The order of an object that the parser builds at once.
 TEST_F(JsonCollidingKeysAsAMap, Parsed) {
     for (const size_t count : {16u, 17u, 18u, 48u, 49u, 96u, 97u, 500u, 800u}) {
         SCOPED_TRACE(count);

@@ -1,5 +1,5 @@
-// Nodes in chunks: that each one of a parsed or copied document can be kept, replaced and released by itself,
-// that a chunk goes with the last of them, and how much a node that is kept keeps.
+// Nodes in chunks: each node of a parsed or copied document can be kept, replaced and released separately; a
+// chunk is freed with its last node; and a kept node keeps only a limited amount of memory.
 #include "json/chunks.h"
 
 #include <gtest/gtest.h>
@@ -43,7 +43,7 @@ std::string name(int i) {
     return "key" + std::to_string(i);
 }
 
-// An array or an object of `count` texts.
+// Return an array or an object of `count` texts.
 std::string array_of(int count) {
     std::string text = "[";
     for (int i = 0; i < count; ++i)
@@ -57,7 +57,7 @@ std::string object_of(int count) {
     return text + "}";
 }
 
-// A block that was taken, as a node finds its chunk from it.
+// A block that was taken from a chunk; a node finds its chunk from it.
 struct Taken {
     char* block;
     size_t size;
@@ -102,7 +102,7 @@ TEST(Chunks, AnUnusedOneNeedsNothing) {
     EXPECT_EQ(live_blocks(), before);
 }
 
-// What a root is, it has a block of its own, for free().
+// A root of any kind has a block of its own, which free() can release.
 TEST(Chunks, RootsAreApart) {
     const std::string uri(2000, 'u');
     for (const std::string& text :
@@ -178,7 +178,7 @@ TEST(Chunks, FewBlocksAreTaken) {
     EXPECT_EQ(live_blocks(), before);
 }
 
-// Each node is kept in turn, and looked at when all the others are gone.
+// Each node in turn is kept, and checked after all others are gone.
 TEST(Chunks, AnyNodeOutlivesItsDocument) {
     for (const int count : {1, 2, 63, 64, 65, 300}) {
         for (int kept = 0; kept < count; ++kept) {
@@ -194,7 +194,7 @@ TEST(Chunks, AnyNodeOutlivesItsDocument) {
             ASSERT_EQ(wiq_json_str_get(of_array), std::to_string(kept));
             ASSERT_EQ(wiq_json_str_get(of_obj), std::to_string(kept));
             ASSERT_EQ(wiq_json_parent_key(of_obj), nullptr);
-            // Two chunks, and the records of the documents if these had more than one.
+            // Two chunks remain, and the documents' records if they had more than one chunk.
             ASSERT_GE(live_blocks(), before + 2);
             ASSERT_LE(live_blocks(), before + 4);
             wiq_json_unref(of_array);
@@ -215,12 +215,12 @@ TEST(Chunks, GoWithTheirLastNode) {
             ASSERT_EQ(wiq_json_obj_remove(obj.get(), name(i).c_str()), 0);
         for (int i = 1; i < count; i += 2)
             ASSERT_EQ(wiq_json_obj_remove(obj.get(), name(i).c_str()), 0);
-        // The table is left.
+        // The table remains.
         EXPECT_LT(live_bytes(), full - count * 64L);
     }
 }
 
-// A member stays where it is when its child is replaced, and so does its part of the chunk.
+// A member stays in place when its child is replaced, and keeps its part of the chunk.
 TEST(Chunks, MembersWithOtherChildren) {
     const int count = 300;
     for (int order = 0; order < 8; ++order) {
@@ -232,10 +232,10 @@ TEST(Chunks, MembersWithOtherChildren) {
             wiq_json_ref(node);
             old.push_back(node);
             ASSERT_NE(wiq_json_obj_put_i64(obj.get(), name(i).c_str(), i, nullptr), nullptr);
-            // And again: the member has left its node already.
+            // Replace it once more: the member no longer shares a block with its node.
             ASSERT_NE(wiq_json_obj_put_i64(obj.get(), name(i).c_str(), -i, nullptr), nullptr);
         }
-        // Every third one comes back, every sixth to another place.
+        // Every third node is put back, every sixth under another key.
         for (int i = 0; i < count; i += 3) {
             const std::string key = name(i % 2 == 0 ? i : (i + 3) % count);
             ASSERT_EQ(wiq_json_obj_put_ext(obj.get(), key.c_str(), old[i], nullptr), 0);
@@ -283,7 +283,7 @@ TEST(Chunks, AMemberPutInItsOwnPlaceInAWeakObject) {
     EXPECT_EQ(live_blocks(), before);
 }
 
-// One node of each of many documents: less than its document, and never more than a chunk.
+// Keeps one node of each of many documents: it keeps less than its document, and never more than a chunk.
 TEST(Chunks, WhatAKeptNodeKeeps) {
     constexpr int kDocuments = 10000;
     const std::string text = array_of(100);
@@ -323,17 +323,17 @@ TEST(Chunks, WhatAKeptNodeKeepsOfALargeDocument) {
     }
 }
 
-// Small documents have small chunks: a block for the root, and less than twice what is in the other.
+// Small documents have small chunks: one block for the root, and for the rest less than twice its size.
 TEST(Chunks, SmallDocuments) {
     const long before = live_bytes();
     Tree small = parse("{\"a\":1}");
     EXPECT_LE(live_bytes() - before, 200);
     Tree larger = parse(array_of(30));
-    // 48 bytes each, and a place in the table.
+    // 48 bytes each, and a slot in the table.
     EXPECT_LE(live_bytes() - before - 200, 30 * (2 * 48 + 8) + 48);
 }
 
-// What is edited for a long time takes its memory elsewhere, and does not grow.
+// A document that is edited for a long time takes new memory from elsewhere and does not grow.
 TEST(Chunks, EditsDoNotAddUp) {
     Tree doc = parse("{\"list\":" + array_of(50) + ",\"map\":" + object_of(50) + "}");
     wiq_json_t* list = member(doc, "list");
@@ -352,7 +352,7 @@ TEST(Chunks, EditsDoNotAddUp) {
     EXPECT_LE(live_bytes(), most + 1024);
 }
 
-// Memory that fails in the middle of a large document.
+// Allocations fail in the middle of a large document.
 TEST(ChunksFaults, EveryAllocation) {
     const std::string text = "[" + object_of(200) + "," + array_of(200) + "," + object_of(20) + "]";
     EXPECT_GT(SweepParseAndCopy(text, 0), 40u);
@@ -363,7 +363,8 @@ struct Share {
     int count;
 };
 
-// Each thread has nodes of the same chunks, and an object whose members have left theirs.
+// The threads own nodes of the same chunks, and an object whose members no longer share blocks with their
+// nodes.
 TEST(ChunksThreads, EachReleasesItsPart) {
     constexpr int kThreads = 4;
     constexpr int kEach = 500;

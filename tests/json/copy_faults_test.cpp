@@ -1,4 +1,4 @@
-// Copies while memory fails: no copy, the status, and nothing left behind.
+// Copies when allocations fail: there is no copy, the status is set, and nothing leaks.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"
@@ -34,17 +34,17 @@ TEST(JsonCopyFaults, EveryAllocationOfACopy) {
     sweep_copy("@\"/a\"", 1);
     sweep_copy("[]", 1);
     sweep_copy("{}", 1);
-    // The root, and chunks for what is below it.
+    // One block for the root, and chunks for everything below it.
     sweep_copy("[1,2u,3w,4.5,\"text\",@\"/0\",true,null,[[],{}]]", 5);
     sweep_copy("{\"a\":{\"b\":[1,\"x\"],\"c\":{}},\"d\":null,\"e\":@\"/a\"}", 6);
-    // Texts and keys with blocks of their own.
+    // Texts and keys that need blocks of their own.
     const std::string key(500, 'k');
     const std::string text(2000, 't');
     sweep_copy(("{\"a\":\"" + text + "\",\"" + key + "\":1}").c_str(), 4);
 }
 
 TEST(JsonCopyFaults, TheWayBackUpNeedsMemoryToo) {
-    // Deep enough for the list of open containers to leave its inline room.
+    // Deep enough for the list of open containers to outgrow its inline storage.
     const std::string deep(100, '[');
     sweep_copy((deep + "1" + std::string(100, ']')).c_str(), 13);
 }

@@ -11,7 +11,7 @@ using tree::Tree;
 
 constexpr u32 kEarlier = static_cast<u32>(WIQ_ERR_KEY_NOT_FOUND);
 
-// Everything about a copy and its source that a caller can look at.
+// Checks everything about a copy and its source that a caller can see.
 void expect_copy(const wiq_json_t* source, const wiq_json_t* copy) {
     ASSERT_NE(copy, nullptr);
     EXPECT_NE(copy, source);
@@ -99,7 +99,7 @@ TEST(JsonCopy, MembersKeepTheOrderOfAnInsertionInMapOrder) {
     for (int i = 0; i < 300; ++i) {
         wiq_json_obj_put_i64(source.get(), ("key" + std::to_string(i * 7)).c_str(), i, nullptr);
     }
-    // The same insertions by hand.
+    // Make the same insertions by calls.
     Tree expected(wiq_json_obj_new(300, nullptr));
     wiq_json_obj_foreach(
         source.get(),

@@ -1,5 +1,5 @@
-// Trees of a million levels, built, compared, copied and released on a stack of 256 KiB. What is built on
-// these walks makes do with a level for each byte of the stack.
+// Trees of a million levels, built, compared, copied and released on a stack of 256 KiB. Functions built on
+// these walks are tested with fewer levels: one for each byte of the stack.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -24,7 +24,7 @@ wiq_json_t* add_object(wiq_json_t* parent) {
 
 enum Shape { kArrays, kObjects, kMixed };
 
-// From the root down; the innermost container holds one number.
+// Builds from the root down; the innermost container holds one number.
 wiq_json_t* build(Shape shape, int depth, i64 innermost) {
     wiq_json_t* root =
         shape == kArrays ? wiq_json_array_new(0, nullptr) : wiq_json_obj_new(0, nullptr);
@@ -75,7 +75,7 @@ TEST_P(JsonDeep, CopyAndCompare) {
     });
 }
 
-// Whether a child would become its own ancestor is not asked of all the levels above each time.
+// An attachment does not search all levels above for a cycle each time.
 TEST_P(JsonDeep, AttachManyContainersFarDown) {
     Tree root(build(GetParam(), kMillion / 5, 1));
     wiq_json_t* deepest = root.get();

@@ -1,5 +1,6 @@
-// Documents that nobody has touched, which are released without a visit to their nodes: which calls leave a document
-// untouched and which do not, and that all its memory goes back either way, with what somebody keeps.
+// Documents that nobody has touched are released without visiting their nodes. These tests check which calls
+// leave a document untouched, and that all memory is freed either way, including that of nodes kept by
+// others.
 #include "json/document.h"
 
 #include <gtest/gtest.h>
@@ -33,7 +34,8 @@ wiq_json_t* at(const Tree& root, const char* where) {
     return wiq_json_ptr_get(root.get(), where, nullptr, nullptr);
 }
 
-// A document with every kind of block: tables in blocks of their own, a key and a text too long for a chunk.
+// Returns a document with every kind of block: tables in blocks of their own, and a key and a text that are
+// too long for a chunk.
 std::string table(int count) {
     std::string text = "{";
     for (int i = 0; i < count; ++i)
@@ -59,7 +61,7 @@ Tree parse(const std::string& text) {
 struct Step {
     const char* name;
     bool touches;
-    // Gets the root, and may return a node that it keeps a reference to.
+    // Receives the root; may return a node to which it keeps a reference.
     std::function<wiq_json_t*(const Tree&)> run;
 };
 
@@ -234,7 +236,7 @@ const Step kSteps[] = {
 
 TEST(JsonDocument, WhatTouchesOne) {
     const std::string text = document("");
-    // The first call of each of these makes what stays.
+    // The first call of each of these allocates what stays until the end of the program.
     kSteps[3].run(parse(text));
     for (const Step& step : kSteps) {
         for (const bool copied : {false, true}) {
@@ -258,7 +260,7 @@ TEST(JsonDocument, WhatTouchesOne) {
     }
 }
 
-// What the parser itself gives up on the way: objects that become references, and values of keys that come twice.
+// What the parser itself releases on the way: objects that become references, and values of duplicate keys.
 TEST(JsonDocument, WhatTheParserGivesUp) {
     const std::string uri(2000, 'u');
     const std::string key(1000, 'k');
@@ -275,16 +277,16 @@ TEST(JsonDocument, WhatTheParserGivesUp) {
         bool touched;
     };
     const Case cases[] = {
-        // With a block in each chunk, the texts that are given up take their chunks with them.
+        // If each chunk has only one block, the texts that are released free their chunks, too.
         {references, kOneBlockEach},
         {"[[{\"$ref\":\"" + uri + "\"},1],{\"" + key + "\":{\"$ref\":\"" + uri + "\"}}," +
              list(50) + "]",
-         true},  // the text had a chunk of its own
+         true},  // the text had its own chunk
         {twice, true},
         {"[" + twice + "," + twice + "]", true},
         {"[{\"a\":1,\"a\":2}," + list(100) + "]", true},
         {"{\"$ref\":\"" + uri + "\"}", true},
-        {"[1]", true},  // too small for a record
+        {"[1]", true},  // too small to have a record
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.text.substr(0, 100));
@@ -301,7 +303,7 @@ TEST(JsonDocument, WhatTheParserGivesUp) {
 }
 
 TEST(JsonDocument, UniqueKeysAndStreams) {
-    // An object with unique keys that becomes a reference would touch the document.
+    // If an object with unique keys became a reference, that would touch the document.
     const std::string text = document("");
     const long before = live_blocks();
     Tree unique(wiq_json_loads(text.c_str(), WIQ_JSON_REJECT_DUPLICATES, nullptr));
@@ -321,7 +323,7 @@ TEST(JsonDocument, UniqueKeysAndStreams) {
     EXPECT_EQ(live_blocks(), before);
 }
 
-// The list of the blocks outside of the chunks goes with the root.
+// The list of blocks outside the chunks is freed with the root.
 TEST(JsonDocument, WhatAKeptNodeKeeps) {
     std::string text = "[" + list(70);
     for (int i = 0; i < 5000; ++i)
@@ -379,7 +381,7 @@ TEST(JsonDocument, TheLastOwnerIsAWeakContainer) {
     }
 }
 
-// A finalised root is the caller's block.
+// After wiq_json_finalize(), the root's block belongs to the caller.
 TEST(JsonDocument, FinalizedRoots) {
     const std::string text = document();
     const long before = live_blocks();
@@ -407,7 +409,7 @@ TEST(JsonDocumentFaults, EveryAllocation) {
     }
 }
 
-// An object that becomes a reference is replaced by a node of another size, whose key may need a block of its own.
+// An object that becomes a reference is replaced by a node of another size, whose key may need its own block.
 TEST(JsonDocument, ReferencesWithKeysOfAnyLength) {
     const std::string numbers = "[1,2,3,4,5,6,7,8,9]";
     for (const size_t key : {1, 100, 400, 470, 471, 472, 600, 1000, 1200}) {
@@ -427,7 +429,8 @@ TEST(JsonDocument, ReferencesWithKeysOfAnyLength) {
     }
 }
 
-// Each thread holds the root, and some take references below it. The last one to leave releases the document.
+// Every thread holds the root, and some take references to nodes below it. The last thread to finish releases
+// the document.
 TEST(JsonDocumentThreads, ReadersWithAndWithoutReferences) {
     constexpr int kThreads = 4;
     const std::string text = document();

@@ -1,4 +1,4 @@
-// Every allocation of the dumps and of escaping fails once.
+// Fails every allocation of dumping and escaping once.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -31,7 +31,7 @@ std::string dumped(wiq_json_t* node) {
 }
 
 TEST(DumpFaults, Dumps) {
-    // The classes are built before, so that each run takes the same memory.
+    // Build the classes beforehand, so that each run makes the same allocations.
     wiq_json_t* warm = parsed(kRich);
     dumped(warm);
     FILE* stream = temporary_stream();
@@ -73,7 +73,7 @@ TEST(DumpFaults, Escapes) {
 
 namespace {
 
-// The buffer grows at another token for each length of the text.
+// For each length of the text, the buffer grows at another token.
 TEST(DumpFaults, EveryTokenMeetsTheEndOfTheBuffer) {
     for (const u32 flags :
          {0u, static_cast<u32>(WIQ_JSON_DUMP_PRETTY), static_cast<u32>(WIQ_JSON_DUMP_SORT_KEYS)}) {
@@ -101,7 +101,7 @@ TEST(DumpFaults, EveryTokenMeetsTheEndOfTheBuffer) {
     }
 }
 
-// The first dump builds the visitor's class, which stays.
+// The first dump builds the visitor's class, which is never freed.
 void build_class() {
     wiq_json_t* root = wiq_json_null_new(nullptr);
     char* out = nullptr;
@@ -128,7 +128,7 @@ TEST(DumpFaults, DeepOnes) {
     wiq_json_unref(root);
 }
 
-// A string without a text cannot be written, on its own or as a part.
+// A string without a text cannot be written, neither alone nor as part of a tree.
 TEST(DumpFaults, AStringThatLostItsText) {
     build_class();
     wiq_json_t* text = nullptr;

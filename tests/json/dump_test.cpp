@@ -1,5 +1,5 @@
-// Tests of the serializer: the text of every kind, layouts, targets, and the short way of the built-in
-// classes against a walk slot by slot.
+// Tests of the serializer: the text of every kind of node, layouts, targets, and the shortcut of the built-in
+// classes compared with a walk slot by slot.
 #include <gtest/gtest.h>
 
 #include <charconv>
@@ -25,7 +25,7 @@ constexpr u32 kPretty = WIQ_JSON_DUMP_PRETTY;
 constexpr u32 kSorted = WIQ_JSON_DUMP_SORT_KEYS;
 constexpr u32 kAsObject = WIQ_JSON_DUMP_U128_AS_OBJECT;
 
-// The text of a node, or "(status)". The node is not released.
+// Returns the text of a node, or "(status)". Does not release the node.
 std::string dumped(wiq_json_t* node, u32 flags) {
     char* text = nullptr;
     const i32 length = wiq_json_sdump(node, &text, flags);
@@ -39,7 +39,7 @@ std::string dumped(wiq_json_t* node, u32 flags) {
     return result;
 }
 
-// The text of a new node, which is released.
+// Returns the text of a new node and releases the node.
 std::string text_of(wiq_json_t* node, u32 flags = 0) {
     std::string text = dumped(node, flags);
     wiq_json_unref(node);
@@ -52,7 +52,7 @@ wiq_json_t* parsed(const char* text) {
     return root;
 }
 
-// What a function writes into a stream.
+// Returns what a function writes to a stream.
 template <class Write>
 std::string written(const Write& write) {
     FILE* stream = temporary_stream();
@@ -127,7 +127,7 @@ std::string fixed(double value) {
     return {text, std::to_chars(text, text + sizeof(text), value, std::chars_format::fixed, 6).ptr};
 }
 
-// Of every size, and those that lie halfway between two texts: odd multiples of 1/128.
+// Doubles of every magnitude, and those halfway between two texts: odd multiples of 1/128.
 TEST(Dump, DoublesAreTheRuntimesToTheLastDigit) {
     std::mt19937_64 random(7);
     for (int i = 0; i < 100000; ++i) {
@@ -148,7 +148,7 @@ TEST(Dump, DoublesAreTheRuntimesToTheLastDigit) {
     }
 }
 
-// As a walk slot by slot answers for them, too.
+// The result is the same as for a walk slot by slot.
 TEST(Dump, TextsThatAreNotThere) {
     for (wiq_json_t* node :
          {wiq_json_str_new("text", nullptr), wiq_json_jref_new("#/a", nullptr)}) {
@@ -157,7 +157,7 @@ TEST(Dump, TextsThatAreNotThere) {
     }
 }
 
-// A character of every kind at every place, in texts that are written in one piece and in several.
+// Puts a character of every kind at every position, in texts that are written in one piece and in several.
 TEST(Dump, TextsOfEveryLength) {
     const std::string kinds[] = {
         "x", "\"", "\\", "\n", "\x01", "\xC3\xA9", "\xE2\x82\xAC\xF0\x9F\x98\x80"};
@@ -235,7 +235,7 @@ TEST(Dump, InitialIndentation) {
     wiq_json_unref(root);
 }
 
-// The indentation is kept as an i32: from 2^31 on it is negative, and its magnitude counts.
+// The indentation is stored as an i32: from 2^31 on it is negative, and its magnitude is used.
 TEST(Dump, InitialIndentationAboveTwoToThe31) {
     wiq_json_t* root = parsed(R"([{"a":[]}])");
     for (const u32 indent :
@@ -268,7 +268,7 @@ FILE* nowhere() {
 #endif
 }
 
-// Blanks by the billion, which need no memory on the way to a stream. The count of what was written stays at
+// Writes billions of blanks, which need no memory on the way to a stream. The count of written bytes stays at
 // the largest i32.
 TEST(Dump, MoreThanTwoGibibytesToAStream) {
     FILE* stream = nowhere();
@@ -278,7 +278,7 @@ TEST(Dump, MoreThanTwoGibibytesToAStream) {
         u32 indent;
         i32 written;
     };
-    // The lines of "[]" are "[" and, behind a line feed and the indentation, "]".
+    // The lines of "[]" are "[" and, after a line feed and the indentation, "]".
     for (const Row& row : {Row{"[]", 1u << 30, (1 << 30) + 3}, Row{"[]", INT32_MAX - 3u, INT32_MAX},
                            Row{"[]", INT32_MAX - 2u, INT32_MAX}, Row{"[]", INT32_MAX, INT32_MAX},
                            Row{"[]", 1u << 31, INT32_MAX}, Row{"[1]", 1u << 30, INT32_MAX}}) {
@@ -321,8 +321,8 @@ TEST(Dump, BadArguments) {
     wiq_json_unref(root);
 }
 
-// A string that cannot be written whole: a buffer gets what is before the invalid byte, a stream nothing of it,
-// and of what came before it everything.
+// A string that cannot be written completely: a buffer gets the part before the invalid byte, a stream none
+// of the string; both get everything that came before the string.
 TEST(Dump, AFailureLeavesWhatWasWritten) {
     for (const size_t length : {0, 1, 15, 16, 1000, 1023, 1024, 5000, 100000}) {
         const std::string valid = "\"\n" + std::string(length, 'a');
@@ -399,7 +399,7 @@ TEST(Dump, ToAStream) {
 }
 
 TEST(Dump, LongTextsToAStream) {
-    // Longer than any block that the stream is written in, and just around its size.
+    // Texts longer than any block in which the stream is written, and texts just around that size.
     for (size_t length : {size_t{10}, size_t{32 * 1024 - 3}, size_t{32 * 1024}, size_t{200000}}) {
         const std::string text(length, 't');
         wiq_json_t* root = wiq_json_array_new(0, nullptr);
@@ -436,7 +436,7 @@ TEST(Dump, AStreamThatFailsIsReported) {
 
 // --- The slots ---------------------------------------------------------------------------------------
 
-// Subclasses that change nothing: their walks go slot by slot.
+// Subclasses that change nothing; a walk with them goes slot by slot.
 WiqType g_str_subclass = {};
 WiqType g_file_subclass = {};
 
@@ -454,7 +454,7 @@ class DumpSlots : public testing::Test {
             ->visit(reinterpret_cast<WiqJsonVisitor*>(object), node);
     }
 
-    // By a walk through the slots: the text, behind the status if there is one.
+    // Returns the text of a walk through the slots, after the status if there is one.
     static std::string by_slots(wiq_json_t* node, u32 flags, i32 indent) {
         wiq_strbuf buf;
         EXPECT_EQ(wiq_strbuf_init(&buf, 0), 0);
@@ -511,7 +511,7 @@ std::string random_text() {
     std::string text;
     for (auto i = g_random() % 4; i > 0; --i)
         text += kPieces[g_random() % std::size(kPieces)];
-    // Now and then something that no dump takes.
+    // Occasionally return a text that no dump accepts.
     return g_random() % 40 == 0 ? text + "\xff" : text;
 }
 
@@ -598,7 +598,7 @@ TEST_F(DumpSlots, OutputSlotsCanBeReplaced) {
     object_unref(object);
 }
 
-// What a subclass's print slot is given: the formats, and the arguments that a format tells of.
+// What a subclass's print slot receives: the formats, and the arguments that they describe.
 std::string g_prints;
 
 i32 noting_print(WiqJsonVisitor*, const char* format, ...) {
@@ -667,7 +667,7 @@ TEST_F(DumpSlots, ThePrintSlotSeesTheFormats) {
          }) {
         WiqObject* object = object_new(&type);
         reinterpret_cast<DumpFileVisitor*>(object)->flags = row.flags;
-        // The parser makes no unsigned 64-bit numbers.
+        // The parser never makes unsigned 64-bit numbers.
         wiq_json_t* root =
             *row.text == '\0' ? wiq_json_u64_new(UINT64_MAX, nullptr) : parsed(row.text);
         g_prints.clear();
@@ -678,7 +678,8 @@ TEST_F(DumpSlots, ThePrintSlotSeesTheFormats) {
     }
 }
 
-// By slots too, nothing of a string that cannot be escaped reaches the stream, nor the next string.
+// With a walk slot by slot, too, the stream gets nothing of a string that cannot be escaped, nor the next
+// string.
 TEST_F(DumpSlots, AStreamGetsStringsWholeOrNotAtAll) {
     WiqObject* object = object_new(&g_file_subclass);
     auto* visitor = reinterpret_cast<DumpFileVisitor*>(object);
@@ -694,7 +695,7 @@ TEST_F(DumpSlots, AStreamGetsStringsWholeOrNotAtAll) {
     object_unref(object);
 }
 
-// The count of a stream's visitor, near its end.
+// The count of bytes that a stream's visitor keeps, near its maximum.
 TEST_F(DumpSlots, TheCountStaysAtTheLargest) {
     wiq_json_t* root = parsed("[12,\"text\",1.5]");  // 20 bytes
     for (WiqType* type : {&g_file_subclass, find_type("JsonDumpFileVisitor")}) {
@@ -713,8 +714,8 @@ TEST_F(DumpSlots, TheCountStaysAtTheLargest) {
     wiq_json_unref(root);
 }
 
-// A print slot that fails at its nth call, and what it then answers comes out of the walk, whatever kind of
-// node is being written.
+// A print slot that fails at its nth call. The walk must return its status, whatever kind of node is being
+// written.
 int g_calls_left;
 
 i32 failing_print(WiqJsonVisitor*, const char*, ...) {
@@ -793,7 +794,7 @@ TEST(DumpDeep, AMillionLevels) {
 
 // --- Round trips ---------------------------------------------------------------------------------------
 
-// What a document of ASCII texts loses on its way through text is nothing, but for a double's decimals.
+// A document of ASCII texts survives the way through text unchanged, except for the decimals of doubles.
 wiq_json_t* random_ascii_tree(int depth) {
     const wiq_uint128 big = {g_random(), 1 + g_random()};
     switch (g_random() % (depth > 0 ? 8 : 6)) {
@@ -832,7 +833,7 @@ TEST(DumpRoundTrip, RandomTreesComeBackEqual) {
             const std::string text = dumped(root, flags);
             wiq_json_t* back = parsed(text.c_str());
             ASSERT_TRUE(wiq_json_equal(root, back)) << text;
-            // Sorted text depends on nothing but the document.
+            // Sorted text depends only on the document's contents.
             if ((flags & kSorted) != 0) {
                 ASSERT_EQ(dumped(back, flags), text);
             }

@@ -1,5 +1,5 @@
-// The scanner of plain characters against its bytewise twin: every byte value at every offset from the
-// start, the end, and the blocks that are looked at together.
+// Compares the scanner of plain characters with its bytewise counterpart: every byte value at every offset
+// from the start, from the end, and from the blocks that are examined together.
 #include "json/escape_scan.h"
 
 #include <string>
@@ -33,7 +33,7 @@ TEST(EscapeScan, EveryByteAtEveryPlace) {
     }
 }
 
-// The copy is whole whatever it finds, and no longer than its length.
+// Whatever it finds, it copies all plain characters, and never writes beyond the length.
 TEST(EscapeScan, CopiesEveryByteAtEveryPlace) {
     for (size_t length = 0; length <= 50; ++length) {
         for (size_t at = 0; at == 0 || at < length; ++at) {
@@ -54,7 +54,7 @@ TEST(EscapeScan, CopiesEveryByteAtEveryPlace) {
 TEST(EscapeScan, StopsAtTheFirst) {
     const std::string text = "0123456789abcdef0123\"56789abc\\ef";
     EXPECT_EQ(skip_plain_ascii(text.data(), text.data() + text.size()) - text.data(), 20);
-    // What stands behind the end is not looked at.
+    // Nothing after the end is examined.
     EXPECT_EQ(skip_plain_ascii(text.data(), text.data() + 20) - text.data(), 20);
     EXPECT_EQ(skip_plain_ascii(text.data(), text.data()) - text.data(), 0);
 }

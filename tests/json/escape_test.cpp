@@ -9,7 +9,7 @@
 
 namespace {
 
-// The escaped text, or "(status)".
+// Returns the escaped text, or "(status)".
 std::string escaped(const char* text) {
     wiq_strbuf buf;
     EXPECT_EQ(wiq_strbuf_init(&buf, 0), 0);
@@ -57,7 +57,7 @@ TEST(Escape, Texts) {
 }
 
 TEST(Escape, EveryPlaceInALongRun) {
-    // Long runs are scanned in blocks: the special character may stand anywhere in one.
+    // Long runs are scanned in blocks; the special character can be anywhere in a block.
     for (size_t place = 0; place < 70; ++place) {
         std::string text(70, 'x');
         std::string expected = text;

@@ -1,5 +1,5 @@
-// Typed getters and pointer builders while memory fails. A getter that follows a reference with a long name
-// needs memory for it; a builder needs it for the containers on the way as well.
+// Typed getters and pointer builders when allocations fail. A getter that follows a reference with a long
+// name needs memory for the name; a builder also needs memory for missing containers.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"
@@ -15,7 +15,7 @@ const std::string& long_name() {
     return name;
 }
 
-// {"ref": a reference to the other member, the long name: the value}.
+// Returns {"ref": a reference to the other member, the long name: the value}.
 Tree with_reference(const char* value) {
     return Tree(wiq_json_loads(
         ("{\"ref\":{\"$ref\":\"#/" + long_name() + "\"},\"" + long_name() + "\":" + value + "}")
@@ -28,7 +28,7 @@ using Get = bool (*)(const wiq_json_t* obj, u32* err);
 const struct {
     const char* name;
     const char* value;
-    Get get;  // whether the value came
+    Get get;  // returns whether it got the value
 } kGetters[] = {
     {"ext", "7",
      [](const wiq_json_t* o, u32* e) {
@@ -147,7 +147,7 @@ TEST(PointerBuilderFaults, AStringMayLoseItsText) {
 
 TEST(DumpIntoBufferFaults, KeepWhatWasThere) {
     Tree root(wiq_json_loads(("[\"" + std::string(3000, 'x') + "\",1]").c_str(), 0, nullptr));
-    // The first dump builds the visitor's class, which stays.
+    // The first dump builds the visitor's class, which is never freed.
     char* text = nullptr;
     ASSERT_GT(wiq_json_sdump(root.get(), &text, 0), 0);
     free(text);
@@ -169,7 +169,8 @@ TEST(DumpIntoBufferFaults, KeepWhatWasThere) {
         faults.arm();
         const i32 status = wiq_json_escape_str_ext(quotes.c_str(), &buf);
         faults.disarm();
-        // Escaping answers with what it wrote: a character that found no memory is left out.
+        // Escaping returns the number of bytes written; a character for which there was no memory is left
+        // out.
         EXPECT_EQ(status == 1000, !faults.fired());
         EXPECT_EQ(static_cast<u64>(status), buf.len);
         wiq_strbuf_finalize(&buf);

@@ -1,4 +1,4 @@
-// Tokens one at a time, from both readers: kind, value, status, and the place behind each. Then the
+// Tokens from both readers, one at a time: kind, value, status, and the position after each. Then the
 // conversions that make a token's value, with the sizes at which they change.
 #include "json/lexer.h"
 
@@ -17,7 +17,7 @@ using ke::u128;
 using StringLexer = Lexer<StringReader>;
 using StreamLexer = Lexer<StreamReader>;
 
-// A token in one word: its character, its value, or the status of one that cannot be read.
+// Describes a token in one word: its character, its value, or the status if it is invalid.
 template <class SomeLexer>
 std::string next_token(SomeLexer& lexer) {
     const i32 status = lexer.scan();
@@ -49,7 +49,8 @@ std::string next_token(SomeLexer& lexer) {
     }
 }
 
-// All tokens up to the end or the first that cannot be read, each with the bytes consumed by then.
+// Returns all tokens up to the end or to the first invalid one, each with the number of bytes consumed by
+// then.
 template <class SomeLexer>
 std::string all_tokens(SomeLexer& lexer) {
     std::string out;
@@ -78,7 +79,7 @@ void check_all(const Row (&rows)[N]) {
 }
 
 TEST(Lexer, Kinds) {
-    // A caller of the parser never sees these figures, but a debugger shows them.
+    // A caller of the parser never sees these numbers, but a debugger shows them.
     EXPECT_EQ(kTokenInvalid, -1);
     EXPECT_EQ(kTokenEnd, 0);
     EXPECT_EQ(kTokenString, 256);
@@ -170,7 +171,7 @@ TEST(Lexer, Strings) {
         {"\"\\ud800\"", "invalid:-1050@8"},
         {"\"\xC3\xA9\"", "invalid:-61@2"},
         {"\"a\xFF\"", "invalid:-1049@2"},
-        // Syntax is checked to the end before an escape is judged.
+        // The syntax of the whole string is checked before an escape is rejected.
         {"\"\\u0000", "invalid:-1041@7"},
         {"\"\\u0000\\x", "invalid:-1043@9"},
         {"\"\\u0000\n", "invalid:-1042@8"},
@@ -178,7 +179,7 @@ TEST(Lexer, Strings) {
     check_all(kRows);
 }
 
-// A token that cannot be read leaves nothing behind that a later one could be taken for.
+// An invalid token leaves nothing behind that could become part of a later one.
 TEST(Lexer, GoesOnBehindAnInvalidToken) {
     constexpr char kText[] = "true tru 5 * \"a\" \"\\u0000\" ]";
     ScratchFile file;
@@ -254,7 +255,7 @@ TEST(Lexer, DecodesPairs) {
     }
 }
 
-// In place the text shrinks under the reader: what is still to be read is not yet written over.
+// Decoding in place shortens the text while it is read; unread text is never overwritten.
 TEST(Lexer, DecodesInPlace) {
     EXPECT_EQ(decode(""), "");
     EXPECT_EQ(decode("plain"), "plain");
@@ -279,7 +280,7 @@ bool same(const wiq_uint128& a, const wiq_uint128& b) {
     return a.lo == b.lo && a.hi == b.hi;
 }
 
-// As the library's own conversion has it, from one digit to many more than fit.
+// Matches the library's own conversion, from one digit to many more than fit.
 TEST(Lexer, WrapsIntegersAsTheirConversionDoes) {
     std::string digits;
     for (int i = 0; i < 200; ++i) {
@@ -296,7 +297,7 @@ TEST(Lexer, WrapsIntegersAsTheirConversionDoes) {
     EXPECT_TRUE(same(wrapped("-1"), from_native(~static_cast<u128>(0))));
 }
 
-// The status that the conversions themselves have for such a text.
+// The status is the one that the conversions return for such a text.
 TEST(Lexer, SpoiledNumbersAsTheirConversionsSay) {
     for (const char* number :
          {"0", "-0", "1", "-1", "123456789", "9223372036854775807", "-9223372036854775808",
@@ -319,7 +320,8 @@ TEST(Lexer, SpoiledNumbersAsTheirConversionsSay) {
     }
 }
 
-// A token without memory is none, whatever it would have been; without need of memory nothing changes.
+// If a token needs memory and there is none, the token is invalid, whatever it would have been. A token that
+// needs no memory is not affected.
 TEST(LexerFaults, Tokens) {
     ScratchFile file(ScratchFile::kSmall);
     const std::string many(3000, 'x');

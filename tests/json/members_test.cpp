@@ -1,5 +1,5 @@
-// Members and their nodes in one block: each may leave before the other, and the block goes with the node.
-// The sanitizers and the allocation counts of the faults tests see what these cannot assert.
+// Members and their nodes share blocks: either can be released first, and the block is freed with the node.
+// The sanitizers and the allocation counts of the faults tests detect what these tests cannot assert.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -48,7 +48,8 @@ TEST(JsonMembers, BuiltOnesShareABlockWithTheirNodes) {
 }
 
 TEST(JsonMembers, KeysOfEveryLength) {
-    // A key of 472 bytes and more is too long for the distance that a node can tell.
+    // If a key has 472 or more bytes, the distance between the member and its node is too large for the node
+    // to record.
     for (const size_t length : {0, 1, 6, 7, 8, 9, 470, 471, 472, 473, 5000}) {
         const std::string key(length, 'k');
         Tree obj(wiq_json_obj_new(0, nullptr));
@@ -143,7 +144,7 @@ TEST(JsonMembers, InAWeakObjectToo) {
     wiq_json_unref(node);
 }
 
-// What stands for the lowest size of table: none, until there is a member.
+// An object of the smallest table size has no table at all until it has a member.
 TEST(JsonMembers, AnEmptyObjectHasNoTable) {
     Tree obj(wiq_json_obj_new(0, nullptr));
     EXPECT_EQ(ke::json::as<ke::json::ObjectNode>(obj.get())->members.buckets, nullptr);
@@ -180,7 +181,7 @@ std::string first_key(wiq_map* map) {
     return first;
 }
 
-// A large table remembers where its first member is: the answer stays that of a table that does not.
+// A large table remembers where its first member is; the result is the same as without that.
 TEST(JsonMembers, TheFirstOneIsThatOfAMap) {
     std::mt19937 random(1);
     std::vector<std::string> keys;
@@ -191,7 +192,7 @@ TEST(JsonMembers, TheFirstOneIsThatOfAMap) {
     ASSERT_EQ(wiq_map_init(&map, 0, wiq_hash_str, wiq_cmp_str, nullptr, nullptr), 0);
     for (int i = 0; i < 20000; ++i) {
         std::string& key = keys[random() % keys.size()];
-        // Now mostly growing, now mostly shrinking, down to nothing.
+        // The object mostly grows for a while, then mostly shrinks, down to nothing.
         if (random() % 4 < (i / 2500 % 2 == 0 ? 3U : 1U)) {
             ASSERT_NE(wiq_json_obj_put_null(obj.get(), key.c_str(), nullptr), nullptr);
             ASSERT_EQ(wiq_map_put(&map, key.data(), key.data()), 0);

@@ -1,4 +1,4 @@
-// Objects while memory fails: the object stays as it was, and a child keeps its count.
+// Objects when allocations fail: the object is unchanged, and a child keeps its reference count.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"
@@ -10,7 +10,7 @@ using tree::make;
 using tree::text_of;
 using tree::Tree;
 
-// A full object: the next member makes its table grow.
+// This object is full: the next member makes its table grow.
 const char kFull[] = "{\"a\":1,\"b\":2,\"c\":3}";
 
 TEST(JsonObjFaults, PutLeavesObjectAndChildAsTheyWere) {
@@ -31,7 +31,7 @@ TEST(JsonObjFaults, PutLeavesObjectAndChildAsTheyWere) {
                 EXPECT_EQ(text_of(obj), kFull);
                 EXPECT_EQ(tree::count(child), references);
                 EXPECT_EQ(tree::parent(child), nullptr);
-                // The object takes it once there is memory.
+                // The object accepts the child once there is memory.
                 EXPECT_EQ(wiq_json_obj_put_ext(obj.get(), "d", child, nullptr), 0);
             } else {
                 EXPECT_EQ(status, 0);
@@ -112,7 +112,7 @@ TEST(JsonObjFaults, BuildersReplaceWithTheNodeAlone) {
     }
 }
 
-// The block that a member and its first node share is freed by the one that leaves last.
+// The block that a member and its first node share is freed with whichever of them is released last.
 TEST(JsonObjFaults, MemberAndFirstNodeLeaveInAnyOrder) {
     for (const bool node_first : {false, true}) {
         const long before = live_blocks();
@@ -139,7 +139,7 @@ TEST(JsonObjFaults, MemberAndFirstNodeLeaveInAnyOrder) {
     }
 }
 
-// A large text is not kept by the member that it was the first value of.
+// When a member's first value, a large text, is released, its memory is freed although the member remains.
 TEST(JsonObjFaults, ALargeTextHasABlockOfItsOwn) {
     Tree obj = make("{}");
     const std::string text(100000, 'x');

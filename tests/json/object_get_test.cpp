@@ -11,7 +11,7 @@ using tree::Tree;
 
 constexpr u32 kEarlier = static_cast<u32>(WIQ_ERR_JSON_BAD_TOKEN);
 
-// What a getter gave, as text: its value, or "-" for NULL.
+// Returns what a getter returned, as text: its value, or "-" for NULL.
 using Getter = std::string (*)(const wiq_json_t* obj, const char* key, u32* err);
 
 std::string node_text(const wiq_json_t* node) {
@@ -21,7 +21,7 @@ std::string node_text(const wiq_json_t* node) {
 const struct {
     const char* name;
     Getter get;
-    const char* nothing;  // its text for an absent value
+    const char* nothing;  // the text for a missing value
 } kGetters[] = {
     {"obj",
      [](const wiq_json_t* o, const char* k, u32* e) {
@@ -94,7 +94,7 @@ const char kDocument[] =
     "\"twice\":@\"/to_o\",\"nowhere\":@\"/none\",\"ring\":@\"/ring\"}";
 
 TEST(JsonObjGet, KindByKind) {
-    // For each key: the getters that succeed, and with what.
+    // For each key, the getters that succeed and what they return.
     const struct {
         const char* key;
         std::vector<std::pair<const char*, const char*>> values;
@@ -245,7 +245,7 @@ TEST(JsonObjGetd, FollowsReferencesAndReportsOthers) {
         {wiq_json_obj_getd_array, "twice", WIQ_ERR_WRONG_TYPE},
         {wiq_json_obj_getd_obj, "null", WIQ_ERR_WRONG_TYPE},
         {wiq_json_obj_getd_obj, "ring", WIQ_ERR_JREF_CYCLE},
-        // The key is there; what it says is not thrown away.
+        // The key exists; its value is not replaced.
         {wiq_json_obj_getd_obj, "nowhere", WIQ_ERR_KEY_NOT_FOUND},
         {wiq_json_obj_getd_array, "nowhere", WIQ_ERR_KEY_NOT_FOUND},
         {wiq_json_obj_getd_obj, nullptr, WIQ_ERR_INVALID_ARG},

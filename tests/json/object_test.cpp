@@ -1,4 +1,4 @@
-// Objects: attaching, replacing, removing and walking members.
+// Objects: attaching, replacing, removing and walking over members.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"
@@ -84,7 +84,7 @@ TEST(JsonObjPut, NeverClosesARing) {
     EXPECT_EQ(text_of(root), "{\"a\":{\"b\":[{}]}}");
     EXPECT_EQ(count(root.get()), 0);
 
-    // A full container may go under a strange one.
+    // A container with children may be attached to a container of another tree.
     Tree strange = make("[[]]");
     EXPECT_EQ(wiq_json_array_push_ext(wiq_json_array_get_ext(strange.get(), 0, 0, nullptr),
                                       root.release(), nullptr),
@@ -107,13 +107,13 @@ TEST(JsonObjPut, ReplacesUnderAnEqualKey) {
     Tree obj = make("{\"k\":1,\"other\":2}");
     wiq_json_t* held = member(obj, "k");
     wiq_json_ref(held);
-    // The key given may be the very one that the object holds.
+    // The given key may be the very string that the object holds.
     EXPECT_EQ(wiq_json_obj_put_ext(obj.get(), wiq_json_parent_key(held), tree::node("3"), nullptr),
               0);
     EXPECT_EQ(text_of(obj), "{\"k\":3,\"other\":2}");
     EXPECT_STREQ(wiq_json_parent_key(member(obj, "k")), "k");
 
-    // Who holds a reference to the old value keeps it, free-standing.
+    // Whoever holds a reference to the old value keeps it, without a parent.
     EXPECT_EQ(parent(held), nullptr);
     EXPECT_EQ(wiq_json_parent_key(held), nullptr);
     EXPECT_EQ(count(held), 1);
@@ -137,7 +137,7 @@ TEST(JsonObjPut, WeakObjectLeavesTheParentAlone) {
     EXPECT_EQ(parent(child), owner.get());
     EXPECT_STREQ(wiq_json_parent_key(child), "a");
 
-    // The same child under its key again.
+    // Put the same child under its key again.
     EXPECT_EQ(wiq_json_obj_put_ext(weak.get(), "x", child, nullptr), 0);
     EXPECT_EQ(count(child), 2);
     EXPECT_EQ(wiq_json_obj_put_ext(weak.get(), "y", child, nullptr), 0);
@@ -281,7 +281,7 @@ TEST(JsonObj, Remove) {
     wiq_json_unref(held);
 }
 
-// A child's key is the very text that the object holds, however the child came there.
+// A child's key is the very string that the object holds, however the child was added.
 TEST(JsonObjPut, AChildKnowsTheKeyByItsAddress) {
     Tree obj(wiq_json_loads("{\"parsed\":1,\"replaced\":2,\"swapped\":[3],\"twice\":4,\"twice\":5}",
                             0, nullptr));

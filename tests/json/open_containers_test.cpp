@@ -1,5 +1,5 @@
 // The containers that the parser has open: documents of all widths and depths, compared with trees that are
-// built by calls, and keys that come again.
+// built by calls, and duplicate keys.
 #include <gtest/gtest.h>
 
 #include "json/open_containers.h"
@@ -11,7 +11,8 @@ namespace {
 using tree::text_of;
 using tree::Tree;
 
-// Objects in arrays in objects, each container with `width` children of which the middle one goes on.
+// A document of objects in arrays in objects, as text and built by calls. Each container has `width`
+// children, and the middle one contains the next level.
 struct Twins {
     std::string text;
     wiq_json_t* built;
@@ -104,7 +105,8 @@ TEST(OpenContainers, AbandonedWhereverTheTextEnds) {
 TEST(OpenContainers, EveryAllocationWhileTheyGrow) {
     const Twins twins = nested(3, 700);
     wiq_json_unref(twins.built);
-    // Only now and then, or the sweep takes minutes: the list grows at a few of some two thousand.
+    // Try only every 13th allocation, or the sweep takes minutes: the list grows at only a few of about two
+    // thousand.
     for (size_t nth = 1; nth < 2100; nth += 13) {
         AllocFaults faults(nth, AllocFaults::kTransient);
         wiq_json_load_error error = {};
@@ -121,7 +123,7 @@ TEST(OpenContainers, EveryAllocationWhileTheyGrow) {
 
 namespace {
 
-// Fails every allocation of loading a text, from the list's own to the containers'.
+// Fails every allocation of loading a text, from those of the list to those of the containers.
 void sweep_load(const std::string& text, i32 flags = 0) {
     SweepAllocations([&text, flags](AllocFaults& faults) {
         wiq_json_load_error error = {};
@@ -141,8 +143,8 @@ std::string nulls(int count) {
     return text;
 }
 
-// 2048 elements, 1024 members and 32 containers are held without memory of their own; each of these needs the
-// next one for something else.
+// 2048 elements, 1024 members and 32 containers are held without memory of their own. In each of these texts,
+// the next one needs memory for something else.
 TEST(OpenContainers, EveryWayToRunOut) {
     const std::string long_key(3000, 'k');
     sweep_load("[" + nulls(2100) + "null]");
@@ -163,7 +165,7 @@ TEST(OpenContainers, EveryWayToRunOut) {
     for (int i = 0; i < 40; ++i)
         deep = "{\"" + long_key + "\":" + deep + "}";
     sweep_load(deep);
-    // The same with keys that have to be copied, each to a member of its own.
+    // As above, with keys that must be copied, each to a member of its own.
     deep = "1";
     for (int i = 0; i < 40; ++i)
         deep = "{\"\\n" + long_key + "\":" + deep + "}";
@@ -171,7 +173,7 @@ TEST(OpenContainers, EveryWayToRunOut) {
     sweep_load("{\"" + long_key + "\":{\"$ref\":\"#\"},\"b\":[\"\\n\"]}");
 }
 
-// More at once than twice what there is.
+// One table needs more than twice the current room at once.
 TEST(OpenContainers, OneTableOutgrowsTheRest) {
     std::string text = "[null,null,{";
     for (int i = 0; i < 3200; ++i)
@@ -187,7 +189,7 @@ TEST(OpenContainers, OneTableOutgrowsTheRest) {
 
 namespace {
 
-// An object of so many members by calls, and its text; `key_of` says the i-th key.
+// Returns an object of `count` members, built by calls and as text; `key_of` returns the i-th key.
 template <class KeyOf>
 Twins object_of(int count, KeyOf key_of) {
     Twins twins = {"{", wiq_json_obj_new(0, nullptr)};
@@ -215,14 +217,14 @@ void expect_twins(const Twins& twins) {
     }
 }
 
-// A table that is built at the end is the one that growth would have given.
+// A table that is built at the end is the same as one that has grown.
 TEST(OpenContainers, TablesOfEverySizeAreThoseOfGrowth) {
     for (int count = 0; count < 220; ++count)
         expect_twins(object_of(count, [](int i) { return "key " + std::to_string(i * 7919); }));
     expect_twins(object_of(3000, [](int i) { return std::to_string(i); }));
 }
 
-// Each replaces the one before, in its place.
+// Each duplicate replaces the previous value, in its position.
 TEST(OpenContainers, KeysThatComeAgain) {
     for (const int keys : {1, 2, 3, 5, 24, 48, 49, 50, 100}) {
         for (const int count : {2, 3, 4, 7, 48, 49, 97, 98, 300})
@@ -260,7 +262,7 @@ TEST(OpenContainers, AReferenceSaidTwiceIsOne) {
     EXPECT_EQ(text_of(no), "{\"$ref\":1}");
 }
 
-// Objects whose keys are to be unique, keys in memory that does not stay, and both.
+// Objects whose keys must be unique, keys in memory that is reused, and both.
 TEST(OpenContainers, ContainersThatAreMadeEarly) {
     const i32 unique = static_cast<i32>(WIQ_JSON_REJECT_DUPLICATES);
     const std::string long_key(1500, 'k');

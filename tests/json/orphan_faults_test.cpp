@@ -1,4 +1,4 @@
-// Moving nodes while memory fails: only an inner element's placeholder needs any.
+// Moving nodes when allocations fail: only the placeholder of an array element needs memory.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"

@@ -1,4 +1,4 @@
-// Taking nodes out of their parents, and exchanging them.
+// Detaching nodes from their parents, and exchanging them.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"
@@ -122,7 +122,7 @@ TEST(JsonSwapChild, RefusesWhatCannotTakeThePlace) {
     EXPECT_EQ(wiq_json_swap_child(elem(array, 0), nullptr), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_json_swap_child(array.get(), node.get()), 0) << "no parent, nothing to do";
     EXPECT_EQ(wiq_json_swap_child(array.get(), elem(array, 0)), 0);
-    // A replacement must be free-standing, and not around the place itself.
+    // A replacement must have no parent, and must not contain the child that it replaces.
     EXPECT_EQ(wiq_json_swap_child(elem(array, 0), elem(array, 1)), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_json_swap_child(elem(array, 0), elem(array, 0)), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_json_swap_child(elem(array, 0), array.get()), WIQ_ERR_INVALID_ARG);

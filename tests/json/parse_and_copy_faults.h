@@ -1,4 +1,4 @@
-// A sweep over the allocations of parsing a document and copying it.
+// Fails every allocation of parsing and copying a document.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include "json/tree.h"
 #include "support/alloc_faults.h"
 
-// Lets each allocation fail. Returns the number of points.
+// Runs the sweep and returns the number of failure points.
 inline size_t SweepParseAndCopy(const std::string& text, i32 flags) {
     const tree::Tree whole(wiq_json_loads(text.c_str(), 0, nullptr));
     return SweepAllocations([&](AllocFaults& faults) {

@@ -1,5 +1,5 @@
-// Texts that the parser accepts, and the trees they make, written down by hand: among them all kinds of texts
-// that the published JSON parsing suites want accepted or leave free. The others are in
+// Texts that the parser accepts, and the resulting trees, written by hand. They include all kinds of texts
+// that the published JSON parsing suites require to be accepted or leave open. The others are in
 // parser_reject_test.cpp.
 #include "json/parser_table.h"
 
@@ -8,7 +8,7 @@ namespace {
 struct Flagged {
     const char* text;
     i32 flags;
-    const char* tree;  // nullptr: rejected
+    const char* tree;  // nullptr means rejected
     i32 status;
     i32 position;
 };
@@ -34,7 +34,7 @@ TEST_F(ParserTable, ScalarsAccepted) {
         {"9223372036854775807", "9223372036854775807"},
         {"-9223372036854775807", "-9223372036854775807"},
         {"-9223372036854775808", "-9223372036854775808"},
-        // Beyond 64 bits with a sign: 128 bits, modulo 2^128.
+        // Integers that do not fit in a signed 64-bit number have 128 bits, modulo 2^128.
         {"9223372036854775808", "u:9223372036854775808"},
         {"-9223372036854775809", "u:340282366920938463454151235394913435647"},
         {"18446744073709551615", "u:18446744073709551615"},
@@ -69,7 +69,7 @@ TEST_F(ParserTable, ScalarsAccepted) {
         {"1.7976931348623157e308", "d:1.7976931348623157e+308"},
         {"4.9406564584124654e-324", "d:4.9406564584124654e-324"},
         {"2.2250738585072014e-308", "d:2.2250738585072014e-308"},
-        // Beyond the doubles' range there is no failure.
+        // Numbers outside the range of doubles do not fail.
         {"1e400", "d:inf"},
         {"-1e400", "d:-inf"},
         {"1.7976931348623159e308", "d:inf"},
@@ -120,7 +120,7 @@ TEST_F(ParserTable, StringsAccepted) {
         {"\"\\udbff\\udfff\"", "\"\\xF4\\x8F\\xBF\\xBF\""},
         {"\"a\\ud83d\\ude00b\\u00e9c\"", "\"a\\xF0\\x9F\\x98\\x80b\\xC3\\xA9c\""},
         {"\"\\u2028\\u2029\"", "\"\\xE2\\x80\\xA8\\xE2\\x80\\xA9\""},
-        // Around the sixteen bytes that are looked at together.
+        // Lengths around sixteen bytes, which are examined together.
         {"\"0123456789abcde\"", "\"0123456789abcde\""},
         {"\"0123456789abcdef\"", "\"0123456789abcdef\""},
         {"\"0123456789abcdefg\"", "\"0123456789abcdefg\""},
@@ -177,7 +177,7 @@ TEST_F(ParserTable, ObjectsAccepted) {
         {"{\"\\ud83d\\ude00\":1}", "{\"\\xF0\\x9F\\x98\\x80\":1}"},
         {"{\"x\":[{\"id\":\"aaaaaaaaaaaaaaaaaaaa\"}],\"id\":\"b\"}",
          "{\"id\":\"b\",\"x\":[{\"id\":\"aaaaaaaaaaaaaaaaaaaa\"}]}"},
-        // The last of equal keys stays.
+        // Of equal keys, the last one counts.
         {"{\"a\":1,\"a\":2}", "{\"a\":2}"},
         {"{\"a\":1,\"b\":2,\"a\":[3]}", "{\"a\":[3],\"b\":2}"},
         {"{\"a\":{\"b\":1},\"\\u0061\":{}}", "{\"a\":{}}"},
@@ -197,13 +197,13 @@ TEST_F(ParserTable, ObjectsAccepted) {
         {"{\"$reff\":\"x\"}", "{\"$reff\":\"x\"}"},
         {"{\"a\":{\"$ref\":\"#/b\"},\"b\":1}", "{\"a\":ref:\"#/b\",\"b\":1}"},
         {"[{\"$ref\":\"0\"},{\"$ref\":\"1\"}]", "[ref:\"0\",ref:\"1\"]"},
-        // What a reference in the place of the text leads to is no text either.
+        // A reference is not a text either, wherever it leads.
         {"{\"$ref\":{\"$ref\":\"#/x\"}}", "{\"$ref\":ref:\"#/x\"}"},
         {"{\"$ref\":{\"$ref\":\"#/$ref\"}}", "{\"$ref\":ref:\"#/$ref\"}"},
         {"{\"$ref\":{\"$ref\":\"#\"}}", "{\"$ref\":ref:\"#\"}"},
         {"{\"x\":\"y\",\"z\":{\"$ref\":{\"$ref\":\"#/x\"}}}",
          "{\"x\":\"y\",\"z\":{\"$ref\":ref:\"#/x\"}}"},
-        // One member is left of two.
+        // Only one of two members with the same key remains.
         {"{\"$ref\":\"a\",\"$ref\":\"b\"}", "ref:\"b\""},
         {"{\"$ref\":1,\"$ref\":\"b\"}", "ref:\"b\""},
         {"{\"$ref\":\"a\",\"$ref\":1}", "{\"$ref\":1}"},
@@ -212,7 +212,7 @@ TEST_F(ParserTable, ObjectsAccepted) {
     check_all(kRows);
 }
 
-// What the flags change, at the top and in objects. Other failures are in parser_reject_test.cpp.
+// The effect of the flags, at the top and in objects. Other failures are in parser_reject_test.cpp.
 TEST_F(ParserTable, Flags) {
     constexpr i32 kAllow = WIQ_JSON_ALLOW_TRAILING;
     constexpr i32 kReject = WIQ_JSON_REJECT_DUPLICATES;
@@ -236,7 +236,7 @@ TEST_F(ParserTable, Flags) {
         {"null \xFF", kAllow, "null", 0, 4},
         {"1\xFF", kAllow, "1", 0, 1},
         {"1 \xC3\xA9", kAllow, "1", 0, 1},
-        // What stands right behind a word or a number is looked at.
+        // The byte right after a word or a number is examined.
         {"null\xFF", kAllow, nullptr, kUtf8, 4},
         {"null\xC3\xA9", kAllow, nullptr, -61, 5},
         {"1\xC3\xA9", kAllow, nullptr, WIQ_ERR_TRAILING_CHARS, 2},
@@ -252,7 +252,7 @@ TEST_F(ParserTable, Flags) {
         {"{\"a\":1,\"b\":2,\"a\":3}", kReject, nullptr, kTwice, 16},
         {"{\"a\":1,\"\\u0061\":2}", kReject, nullptr, kTwice, 15},
         {"{\"\":1,\"\":2}", kReject, nullptr, kTwice, 8},
-        // The key comes before what follows it.
+        // A duplicate key is reported before anything that follows it.
         {"{\"a\":1,\"a\"x", kReject, nullptr, kTwice, 10},
         {"{\"a\":1,\"a\"", kReject, nullptr, kTwice, 10},
         {"{\"a\":{\"b\":1,\"b\"", kReject, nullptr, kTwice, 15},
@@ -260,7 +260,7 @@ TEST_F(ParserTable, Flags) {
         {"{\"a\":1} {\"a\":1,\"a\":2}", kReject | kAllow, "{\"a\":1}", 0, 7},
         {"{\"a\":1,\"a\":2} 3", kReject | kAllow, nullptr, kTwice, 10},
         {"1 2", kReject, nullptr, kTrailing, 3},
-        // Other bits mean nothing.
+        // Other bits have no effect.
         {"{\"a\":1,\"a\":2}", 4, "{\"a\":2}", 0, 13},
         {"1 2", -4, nullptr, kTrailing, 3},
         {"1 2", -1, "1", 0, 1},

@@ -1,9 +1,10 @@
-// The parser against the standard: for each kind of text that the published JSON parsing suites know, whether
-// RFC 8259 wants it accepted, wants it rejected or leaves it free, and what this parser answers. Kinds are
-// the suites', texts and answers written down here. Places are in parser_reject_test.cpp.
+// The parser against the standard: for each kind of text in the published JSON parsing suites, whether RFC
+// 8259 requires it to be accepted, requires it to be rejected or leaves it open, and what this parser does.
+// The kinds come from the suites; the texts and answers are written here. Error positions are in
+// parser_reject_test.cpp.
 //
-// The two things in which this parser is stricter than the standard have a table of their own, so that a
-// third cannot come in unseen.
+// There are two points in which this parser is stricter than the standard. They have their own table, so a
+// third one cannot appear unnoticed.
 #include "json/parser_support.h"
 
 namespace {
@@ -13,7 +14,7 @@ using namespace std::string_view_literals;
 struct Case {
     const char* kind;
     std::string_view text;
-    const char* tree;  // nullptr: rejected
+    const char* tree;  // nullptr means rejected
     i32 status = 0;
 };
 
@@ -39,7 +40,7 @@ void check_all(const Case (&cases)[N], Answer answer) {
         const LoadOutcome stream = file.load(row.text, 0);
         EXPECT_EQ(stream.error.status, row.status);
         EXPECT_EQ(stream.tree, accepted ? row.tree : "");
-        // A string cannot hold a NUL.
+        // A C string cannot contain a NUL.
         if (row.text.find('\0') != std::string_view::npos)
             continue;
         const LoadOutcome string = load_string(std::string(row.text), 0);
@@ -165,8 +166,7 @@ TEST(ParserConformance, StringsToAccept) {
     check_all(kCases, Answer::kAccepted);
 }
 
-// What the standard accepts and this parser does not: characters beyond ASCII that are not escaped, and the
-// escape of NUL.
+// What the standard accepts and this parser does not: unescaped non-ASCII characters, and the escape of NUL.
 TEST(ParserConformance, StricterThanTheStandard) {
     constexpr Case kCases[] = {
         {"raw two bytes", "[\"\xC3\xA9\"]"sv, nullptr, kToken},
@@ -450,7 +450,7 @@ std::string repeat(std::string_view text, int count) {
     return out;
 }
 
-// Nested deeper than many parsers go: each kind of text gets the answer that a shallow one gets.
+// Nesting deeper than many parsers support: each kind of text gets the same answer as a shallow one.
 TEST(ParserConformance, Depth) {
     const std::string whole = repeat("[", 500) + repeat("]", 500);
     const std::string arrays = repeat("[", 100000);

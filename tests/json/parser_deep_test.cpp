@@ -1,6 +1,6 @@
-// Documents of a million nested levels, read and released on a stack of 256 KiB: whole ones, ones that break
-// off at the deepest point, and ones that fail on the way out. Where the first two tests have shown that
-// depth costs no stack, the others make do with fewer levels, still one for each byte of it.
+// Documents of a million nested levels, read and released on a stack of 256 KiB: complete ones, ones that
+// break off at the deepest point, and ones that fail on the way out. The first two tests show that depth uses
+// no stack, so the others have fewer levels: one for each byte of the stack.
 #include "json/parser_support.h"
 #include "support/small_stack.h"
 
@@ -17,7 +17,7 @@ std::string repeat(const char* text, i32 count) {
     return out;
 }
 
-// Goes down the only children, and says how many levels there are.
+// Returns the number of levels, following the only children down.
 i32 depth_of(wiq_json_t* node) {
     i32 depth = 0;
     for (;; ++depth) {
@@ -32,7 +32,7 @@ i32 depth_of(wiq_json_t* node) {
     }
 }
 
-// Reads the text from both sources; 0 levels stand for no tree.
+// Reads the text from both sources; 0 levels means that there is no tree.
 void load_deep(const std::string& text, i32 expected_depth, i32 status, i32 position) {
     ScratchFile file;
     FILE* stream = file.with(text);
@@ -65,7 +65,7 @@ TEST(ParserDeep, Mixed) {
 }
 
 TEST(ParserDeep, References) {
-    // The innermost object is folded; with it as the only member, the one around it is not.
+    // The innermost object becomes a reference; the one around it, whose only member it is, does not.
     load_deep(repeat("{\"a\":", kLevels) + "{\"$ref\":\"#\"}" + repeat("}", kLevels), kLevels, 0,
               6 * kLevels + 12);
     load_deep(repeat("{\"$ref\":", kLevels) + "\"#\"" + repeat("}", kLevels), 0, 0,
@@ -85,7 +85,7 @@ TEST(ParserDeep, FailedOnTheWayOut) {
               2 * kLevels + 1);
 }
 
-// Each member of the outermost object takes the place of a deep one.
+// Each member of the outermost object replaces a deep one.
 TEST(ParserDeep, ReplacedMember) {
     const std::string deep = "\"a\":" + repeat("[", kLevels / 2) + repeat("]", kLevels / 2);
     load_deep("{" + deep + "," + deep + ",\"a\":1}", 1, 0, 2 * kLevels + 17);

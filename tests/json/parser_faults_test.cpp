@@ -1,4 +1,4 @@
-// Documents read while memory fails at every point: the status, and nothing leaked.
+// Documents that are read while allocations fail at every point: the status is right and nothing leaks.
 #include <string>
 
 #include "json/parser_support.h"
@@ -6,8 +6,8 @@
 
 namespace {
 
-// Every kind of value, keys and texts with and without escapes, members and elements enough for the
-// containers to grow, keys met twice, references, and tokens that outgrow the stream's buffer.
+// A document with every kind of value, keys and texts with and without escapes, enough members and elements
+// for the containers to grow, duplicate keys, references, and tokens that outgrow the stream's buffer.
 std::string rich_document() {
     std::string text =
         "{\"null\":null,\"flags\":[true,false],\"numbers\":[1,-2,3.5,1e400,"
@@ -23,8 +23,8 @@ std::string rich_document() {
     return text + "}";
 }
 
-// Sweeps one text from a string (no file) or a stream; where no allocation fails, the load comes to
-// `status`. The number of points at which memory failed.
+// Sweeps one text from a string (if there is no file) or a stream; if no allocation fails, the load returns
+// `status`. Returns the number of failure points.
 size_t sweep(const std::string& text, i32 flags, i32 status, ScratchFile* file) {
     return SweepAllocations([&](AllocFaults& faults) {
         FILE* stream = file == nullptr ? nullptr : file->with(text);
@@ -51,7 +51,7 @@ TEST(ParserFaults, RichDocument) {
     }
 }
 
-// Also where the text is at fault: memory fails first, or not at all.
+// With invalid texts, too, a load either runs out of memory first, or returns the text's own status.
 TEST(ParserFaults, DocumentsThatFail) {
     const std::string whole = rich_document();
     ScratchFile file(ScratchFile::kSmall);
@@ -68,7 +68,7 @@ TEST(ParserFaults, DocumentsThatFail) {
     }
 }
 
-// Memory that lacks while a token is read behind a value is no trailing data.
+// Running out of memory while reading a token after the value is not reported as trailing data.
 TEST(ParserFaults, LongTrailingToken) {
     ScratchFile file(ScratchFile::kSmall);
     const std::string text = "[] \"" + std::string(5000, 'x');
@@ -92,7 +92,7 @@ TEST(ParserFaults, Scalars) {
 
 namespace {
 
-// A stream's token needs memory that grows with it, wherever it stands.
+// A stream's token needs memory that grows with it, wherever it is.
 TEST(ParserFaults, LongTokensEverywhere) {
     ScratchFile file(ScratchFile::kSmall);
     const std::string word = "\"" + std::string(600, 'x') + "\"";

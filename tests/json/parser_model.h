@@ -1,6 +1,6 @@
-// A second parser, to hold the library's against: byte at a time, recursive, every step written out in the
-// order in which it happens and nothing done early, late or in bulk. Slow and plain on purpose; it builds
-// its trees and converts its numbers with the library's public functions.
+// A second parser to compare the library's with: it works byte by byte, is recursive, and does every step in
+// the order in which it happens, never early, late or in bulk. It is slow and plain on purpose. It builds its
+// trees and converts its numbers with the library's public functions.
 #pragma once
 
 #include <functional>
@@ -111,7 +111,7 @@ class ParserModel {
 
     enum { kInvalid = -1, kEnd = 0, kString = 256, kInt, kReal, kTrue, kFalse, kNull, kBig };
 
-    // Reads a character into the token's text, which cannot hold a NUL.
+    // Reads a character and appends it to the token's text, which cannot contain a NUL.
     int get_save() {
         const int c = get();
         if (c >= -128 && c != 0)
@@ -294,7 +294,7 @@ class ParserModel {
 
     // --- grammar ---------------------------------------------------------------------------------
 
-    // The first failure stays.
+    // Only the first failure is recorded.
     wiq_json_t* fail(i32 status) {
         if (error_.status == 0)
             error_ = {status, line_, column_, position_};
@@ -341,7 +341,7 @@ class ParserModel {
         }
     }
 
-    // Releases a container, and fails because of the token behind its last child.
+    // Releases a container, and fails because of the token after its last child.
     wiq_json_t* fail_at_end(wiq_json_t* container) {
         wiq_json_unref(container);
         return fail(token_ == kEnd ? WIQ_ERR_JSON_UNEXPECTED_END : WIQ_ERR_JSON_UNEXPECTED_TOKEN);

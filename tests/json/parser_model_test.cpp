@@ -1,6 +1,6 @@
-// The library's parser against the model: every short text over small alphabets, valid documents with bytes
-// changed, dropped, doubled and cut off, random rows of tokens and random bytes; results, order of members,
-// statuses, places, and what is left in a stream.
+// Compares the library's parser with the model: every short text over small alphabets; valid documents with
+// bytes changed, dropped, doubled and cut off; random sequences of tokens; and random bytes. Compared are
+// results, order of members, statuses, positions, and what is left in a stream.
 #include "json/parser_model.h"
 
 namespace {
@@ -8,11 +8,11 @@ namespace {
 constexpr i32 kAllFlags[] = {0, WIQ_JSON_ALLOW_TRAILING, WIQ_JSON_REJECT_DUPLICATES,
                              WIQ_JSON_ALLOW_TRAILING | WIQ_JSON_REJECT_DUPLICATES};
 
-// Texts to try on every platform and under every sanitizer in little time, always the same ones.
+// Pseudo-random numbers that are the same on every platform and cost little under every sanitizer.
 class Random {
   public:
     explicit Random(u64 seed) : state_(seed) {}
-    // 0 to n - 1.
+    // Returns a number from 0 to n - 1.
     u32 below(u32 n) {
         state_ = state_ * 6364136223846793005u + 1442695040888963407u;
         return static_cast<u32>((state_ >> 33) % n);
@@ -73,7 +73,7 @@ TEST(ParserModel, EveryShortTextOfPunctuation) {
 }
 
 TEST(ParserModel, EveryShortTextOfMembers) {
-    // Keys of one character come as whole tokens here.
+    // Here keys of one character stand for whole tokens.
     for (size_t length = 0; length <= 6; ++length) {
         for_each_text("{}:,aA1", length, [](const std::string& text) {
             std::string spelled;
@@ -122,7 +122,7 @@ const char* const kDocuments[] = {
     "[true,false,null,[true],{\"t\":false}, null ]",
 };
 
-// One change to a text: a byte replaced, dropped, doubled or put in, two swapped, or the end cut off.
+// Makes one change to a text: replaces, drops, doubles or inserts a byte, swaps two, or cuts off the end.
 std::string mutate(std::string text, Random& random) {
     constexpr char kBytes[] =
         "[]{}:,\"\\/-+.eEu0123456789abdtrufalsn \t\r\n\x01\x7f\x80\xC3\xA9\xED\xF4\xFF";
@@ -171,7 +171,7 @@ std::string random_bytes(Random& random) {
     return text;
 }
 
-// A valid document of modest size, blanks strewn in.
+// Returns a valid document of modest size, with random blanks.
 std::string random_document(Random& random, int depth) {
     const char* const kScalars[] = {"0",
                                     "-17",

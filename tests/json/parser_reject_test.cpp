@@ -1,8 +1,8 @@
-// Texts that the parser rejects, each with its status and the place, written down by hand: among them all
-// kinds of texts that the published JSON parsing suites want rejected or leave free. Accepted ones are in
+// Texts that the parser rejects, each with its status and position, written by hand. They include all kinds
+// of texts that the published JSON parsing suites require to be rejected or leave open. Accepted ones are in
 // parser_accept_test.cpp.
 //
-// On one line column and position are the same number of bytes consumed, so most rows have one figure.
+// On one line, column and position are the same number of consumed bytes, so most rows give only one.
 #include "json/parser_table.h"
 
 namespace {
@@ -211,7 +211,7 @@ TEST_F(ParserTable, StringsRejected) {
     check_all(kRows);
 }
 
-// The first byte of a valid sequence is the status; nothing of an invalid one is counted.
+// The first byte of a valid sequence becomes the status; no byte of an invalid sequence is counted.
 TEST_F(ParserTable, BeyondAsciiAtTheTop) {
     constexpr Rejected kRows[] = {
         {"\xC3\xA9", -61, 1},
@@ -285,7 +285,7 @@ TEST_F(ParserTable, BeyondAsciiAtTheTop) {
     check_all(kRows);
 }
 
-// Inside containers the place of a bad token decides, not what is wrong with it.
+// Inside containers, the status depends on where an invalid token stands, not on what is wrong with it.
 TEST_F(ParserTable, ArraysRejected) {
     constexpr Rejected kRows[] = {
         {"[", kEnd, 1},

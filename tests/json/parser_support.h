@@ -1,5 +1,5 @@
-// What the tests of the parser share: a text for a whole tree, so that trees compare as strings, and files
-// to parse from.
+// Shared by the tests of the parser: a text for a whole tree, so that trees can be compared as strings, and
+// files to parse from.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +16,7 @@
 #include "ke_utils/json.h"
 #include "support/pch.h"
 
-// In map order members stand as a walk meets them; sorted, as a person can write them down.
+// In map order, members appear as a walk visits them; sorted, as a person would write them down.
 enum class MemberOrder { kMap, kSorted };
 
 inline std::string describe_text(const char* text) {
@@ -64,8 +64,8 @@ inline std::string describe_scalar(const wiq_json_t* node) {
     return std::string("u:") + digits;
 }
 
-// The tree as text, kinds included: 1 is signed, u:1 has 128 bits, d:1 is a double, ref:"#/a" a reference.
-// A child that does not know its place is marked. For trees of modest depth.
+// Returns the tree as text, including the kinds: 1 is signed, u:1 has 128 bits, d:1 is a double, ref:"#/a" a
+// reference. A child with the wrong parent, key or index is marked. For trees of modest depth.
 inline std::string describe(wiq_json_t* node, MemberOrder order = MemberOrder::kSorted) {
     if (wiq_json_is_array(node)) {
         std::string out = "[";
@@ -102,7 +102,7 @@ inline std::string describe(wiq_json_t* node, MemberOrder order = MemberOrder::k
     return out + "}";
 }
 
-// What a load came to. A tree stands for status 0.
+// The outcome of a load. If the status is 0, there is a tree.
 struct LoadOutcome {
     std::string tree;
     wiq_json_load_error error = {};
@@ -133,12 +133,12 @@ inline LoadOutcome outcome_of(wiq_json_t* node, const wiq_json_load_error& error
     return outcome;
 }
 
-// The record is never clean before a load, since a load resets it.
+// The record always contains stale values before a load, since a load must reset it.
 constexpr wiq_json_load_error kStaleError = {-99, -99, -99, -99};
 
 inline LoadOutcome load_string(const std::string& text, i32 flags,
                                MemberOrder order = MemberOrder::kSorted) {
-    // A block of just the text's size lets the sanitizer see a byte read too many.
+    // In a block of exactly the text's size, the sanitizer detects a read beyond its end.
     char* block = static_cast<char*>(malloc(text.size() + 1));
     memcpy(block, text.c_str(), text.size() + 1);
     wiq_json_load_error error = kStaleError;
@@ -147,8 +147,8 @@ inline LoadOutcome load_string(const std::string& text, i32 flags,
     return outcome_of(node, error, order);
 }
 
-// A file that takes on one content after another. With a small buffer, in which few tokens fit, a reader has to keep
-// their text itself.
+// A file whose contents can be replaced again and again. With a small buffer, which holds only a few tokens,
+// a reader must store their text itself.
 class ScratchFile {
   public:
     enum Buffer { kUsual, kSmall };
@@ -165,7 +165,7 @@ class ScratchFile {
         remove(name_.c_str());
     }
 
-    // The stream, at its beginning, with this content; nullptr if that fails.
+    // Returns the stream, at its beginning, with this content; nullptr if that fails.
     FILE* with(std::string_view content) {
         if (file_ != nullptr)
             file_ = freopen(name_.c_str(), "w+b", file_);

@@ -1,5 +1,5 @@
-// The frame of the parser's tables: rows of a text with the tree, or with the status and the place, that it
-// comes to. Every text is read from a string and from a stream, and must come to the same.
+// The fixture for the parser's tables: each row has a text and either the resulting tree, or the status and
+// the position. Every text is read from a string and from a stream, with the same result.
 #pragma once
 
 #include "json/parser_support.h"
@@ -12,12 +12,12 @@ struct Accepted {
 struct Rejected {
     const char* text;
     i32 status;
-    i32 position;  // also the column, where no line is given
+    i32 position;  // also the column if no line is given
     i32 line = 1;
     i32 column = -1;
 };
 
-// Short, so that a row fits a line.
+// Short names, so that a row fits on a line.
 constexpr i32 kEnd = WIQ_ERR_JSON_UNEXPECTED_END;
 constexpr i32 kControl = WIQ_ERR_JSON_CONTROL_CHAR;
 constexpr i32 kEscape = WIQ_ERR_JSON_BAD_ESCAPE;
@@ -31,7 +31,7 @@ constexpr i32 kTrailing = WIQ_ERR_JSON_TRAILING_DATA;
 
 class ParserTable : public testing::Test {
   protected:
-    // From both sources.
+    // Checks the outcome from both sources.
     void check(const char* text, i32 flags, const LoadOutcome& expected) {
         const std::string name = describe_text(text);
         EXPECT_EQ(load_string(text, flags), expected) << name << " from a string";

@@ -1,6 +1,6 @@
-// The parser's calls: their arguments and error records, what they leave in a stream, large and long
-// documents, and how the parts of a document belong together. Single texts are in
-// parser_accept_test.cpp and parser_reject_test.cpp.
+// The parser's functions: their arguments and error records, what they leave in a stream, large and long
+// documents, and how the parts of a document are connected. Single texts are in parser_accept_test.cpp and
+// parser_reject_test.cpp.
 #include "json/parser_support.h"
 
 namespace {
@@ -33,7 +33,7 @@ TEST(Parser, NoErrorRecord) {
     EXPECT_EQ(wiq_json_loadf(file.with("x"), 0, nullptr), nullptr);
 }
 
-// An old failure in the record does not keep a load from happening, nor does it survive one.
+// An old failure in the record neither prevents a load nor survives it.
 TEST(Parser, RecordIsReset) {
     wiq_json_load_error error = {WIQ_ERR_NO_MEMORY, 7, 8, 9};
     wiq_json_t* node = wiq_json_loads("\n\n 1", 0, &error);
@@ -45,14 +45,14 @@ TEST(Parser, RecordIsReset) {
     wiq_json_unref(node);
 }
 
-// The caller owns one reference, as with every constructor: one release frees the tree.
+// As with every constructor, the caller owns one reference: releasing it frees the tree.
 TEST(Parser, TreeIsFreeStanding) {
     wiq_json_t* node =
         wiq_json_loads("{\"a\":{\"$ref\":\"#\"},\"b\":[{\"$ref\":\"#\"}]}", 0, nullptr);
     ASSERT_NE(node, nullptr);
     EXPECT_EQ(wiq_json_parent_key(node), nullptr);
     EXPECT_EQ(wiq_json_parent_index(node), -1);
-    // Folded references have their place in the tree, and resolve from it.
+    // An object that became a reference has its position in the tree, and can be resolved from there.
     wiq_json_t* ref = wiq_json_obj_get_ext(node, "a", 0, nullptr);
     ASSERT_TRUE(wiq_json_is_jref(ref));
     EXPECT_STREQ(wiq_json_parent_key(ref), "a");
@@ -61,7 +61,7 @@ TEST(Parser, TreeIsFreeStanding) {
         wiq_json_array_get_ext(wiq_json_obj_get_array(node, "b", nullptr), 0, 0, nullptr);
     EXPECT_EQ(wiq_json_parent_index(elem), 0);
     EXPECT_EQ(wiq_json_jref_resolve(elem, nullptr), node);
-    // And can be taken out of it like any other child, with its owner's reference counted.
+    // Like any other child, it can be removed from the tree while someone holds a reference to it.
     wiq_json_ref(ref);
     EXPECT_EQ(wiq_json_obj_remove(node, "a"), 0);
     EXPECT_STREQ(wiq_json_jref_uri(ref), "#");
@@ -80,8 +80,8 @@ TEST(Parser, TextEndsAtNul) {
               (LoadOutcome{"", {WIQ_ERR_JSON_UNEXPECTED_END, 1, 2, 2}}));
 }
 
-// A stream's NUL is a character like any other that no token begins with; behind a number or a word it is
-// read to see where that ends, and cannot be given back.
+// In a stream, a NUL is an ordinary character with which no token begins. After a number or a word, it is
+// read to find the end of the token, and cannot be pushed back.
 TEST(Parser, NulInStream) {
     ScratchFile file;
     const auto load = [&](std::string content, i32 flags) {
@@ -97,8 +97,8 @@ TEST(Parser, NulInStream) {
     EXPECT_EQ(load("\"a\"@", 0), (LoadOutcome{"", {WIQ_ERR_JSON_TRAILING_DATA, 1, 4, 4}}));
 }
 
-// What a load leaves in the stream: everything from the byte behind a bracket or a quote, and all but one
-// byte behind a number or a word.
+// What a load leaves in the stream: after a bracket or a quote, all remaining bytes; after a number or a
+// word, all but one.
 TEST(Parser, StreamIsReadNoFurtherThanNeeded) {
     struct Row {
         const char* content;
@@ -153,7 +153,7 @@ TEST(Parser, StreamStartsWhereItStands) {
     EXPECT_EQ(outcome_of(node, error, MemberOrder::kMap), (LoadOutcome{"[1,2]", {0, 1, 0, 5}}));
 }
 
-// Reading fails from a stream that is open for writing only: the input ends there.
+// Reading from a stream that is open only for writing fails, which ends the input.
 TEST(Parser, ReadErrorEndsTheInput) {
     std::string name = testing::TempDir() + "ke_parser_XXXXXX";
     FILE* stream = wiq_mkstemp(name.data(), nullptr, "wb");
@@ -166,8 +166,8 @@ TEST(Parser, ReadErrorEndsTheInput) {
     remove(name.c_str());
 }
 
-// Long strings, keys and numbers pass every size of the buffers inside; the string's last byte is found
-// at every distance from the places where the search for it starts anew.
+// The lengths of strings, keys and numbers pass every size of the internal buffers. The last byte of a string
+// is found at every distance from the points where the search for it restarts.
 TEST(Parser, LongTokens) {
     ScratchFile file;
     for (size_t length : std::initializer_list<size_t>{
@@ -223,7 +223,7 @@ TEST(Parser, ManyMembersAndElements) {
     wiq_json_unref(node);
 }
 
-// Reading the values of a long text one by one costs what the text is long, once.
+// Reading the values of a long text one by one takes time proportional to the length of the text.
 TEST(Parser, ValuesOneAfterAnotherFromString) {
     constexpr int kCount = 200000;
     std::string text;

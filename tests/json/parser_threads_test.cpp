@@ -1,5 +1,5 @@
-// Loads on several threads at once: from streams and strings of their own, and from one stream that all of
-// them read, each load taking one whole value.
+// Loads on several threads at once: from their own streams and strings, and from one stream that all of them
+// read, each load taking one complete value.
 #include <uv.h>
 
 #include <atomic>
@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kThreads = 4;
 
-// Runs the body on all threads; they start together.
+// Runs the body on all threads, which start together.
 template <class Body>
 void run_on_threads(Body body) {
     struct Shared {
@@ -45,7 +45,7 @@ const char kTree[] =
 
 TEST(ParserThreads, SourcesOfTheirOwn) {
     std::atomic<int> wrong = 0;
-    // Made beforehand: two threads may be given one temporary name on Windows.
+    // Created beforehand, because on Windows two threads can get the same temporary name.
     ScratchFile files[kThreads];
     std::atomic<int> next = 0;
     run_on_threads([&] {
@@ -59,7 +59,7 @@ TEST(ParserThreads, SourcesOfTheirOwn) {
     EXPECT_EQ(wrong, 0);
 }
 
-// The number that an array holds `copies` times and nothing else; -1 if it does not.
+// Returns the number of which an array holds exactly `copies` copies; -1 if it holds anything else.
 i64 number_of(wiq_json_t* array, i32 copies) {
     if (wiq_json_array_size(array) != copies)
         return -1;
@@ -71,8 +71,8 @@ i64 number_of(wiq_json_t* array, i32 copies) {
     return first;
 }
 
-// The values are long enough to be read in part by one thread and in part by another, were the stream not
-// locked. Each is an array of one number, repeated.
+// Without a lock on the stream, the values are long enough for one thread to read one part and another thread
+// the rest. Each is an array of one number, repeated.
 TEST(ParserThreads, OneStream) {
     constexpr int kValues = 4000;
     constexpr int kCopies = 20;

@@ -1,4 +1,4 @@
-// Every allocation of expanding references and of JSON pointers fails once.
+// Fails every allocation of expanding references and of JSON pointers once.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -18,7 +18,7 @@ wiq_json_t* parsed(const char* text) {
     return root;
 }
 
-// Expands the document with each allocation failing; returns how many there are.
+// Expands the document with each allocation failing; returns the number of allocations.
 size_t sweep_expansion(const std::string& text) {
     return SweepAllocations([&text](AllocFaults& faults) {
         wiq_json_t* root = parsed(text.c_str());
@@ -26,7 +26,7 @@ size_t sweep_expansion(const std::string& text) {
         const i32 status = wiq_json_jref_expand(root);
         faults.disarm();
         EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
-        // Without its two lists an expansion keeps the reference that it took on the root.
+        // If it cannot allocate its two lists, an expansion keeps the reference that it took to the root.
         wiq_json_delete_impl(root);
     });
 }
@@ -110,9 +110,9 @@ TEST(PointerFaults, GetPutAndBuild) {
 
 namespace {
 
-// References that lead to one another, more of them than the walk keeps places for.
+// References that lead to one another, more of them than the walk has inline slots for.
 TEST(ReferenceFaults, LongChains) {
-    // In one and in two arrays, so that the places run out at either kind of step.
+    // Use one and two arrays, so that the slots run out at either kind of step.
     for (const int arrays : {1, 2}) {
         const std::string open(static_cast<size_t>(arrays), '[');
         const std::string close(static_cast<size_t>(arrays), ']');

@@ -1,5 +1,5 @@
-// Tests of JSON pointers: reading, writing, naming, each by table and then against each other on random
-// trees.
+// Tests of JSON pointers: reading, writing and making them, each by a table and then against each other on
+// random trees.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -30,7 +30,7 @@ std::string dumped(wiq_json_t* node) {
 
 // --- Reading -----------------------------------------------------------------------------------------
 
-// What a pointer names, dumped; or "status prefix".
+// Returns what a pointer points to, dumped; or "status prefix".
 std::string got(wiq_json_t* root, const char* ptr) {
     u32 err = 0;
     char* prefix = nullptr;
@@ -152,7 +152,7 @@ TEST(PointerGet, Arguments) {
 }
 
 TEST(PointerGet, LongPointers) {
-    // Longer than what a pointer is decoded in without taking memory.
+    // Longer than the buffer in which a pointer is decoded without allocating.
     const std::string key(1000, 'k');
     wiq_json_t* root = wiq_json_obj_new(0, nullptr);
     wiq_json_obj_put_i64(root, key.c_str(), 1, nullptr);
@@ -186,7 +186,7 @@ TEST(PointerPut, Table) {
              Row{R"({"a":"text"})", "/a/b", -7018, R"({"a":"text"})"},
              Row{R"({"a":{"$ref":"#/b"}})", "/a/b", -7018, R"({"a":{"$ref":"#/b"}})"},
              Row{"{}", "/a~1b/m~0n", 0, R"({"a/b":{"m~n":7}})"},
-             // an empty segment ends the way early
+             // an empty segment ends the pointer early
              Row{"{}", "/a//b", 0, R"({"a":{"a":7}})"},
              Row{"{}", "/a/", 0, R"({"a":{"a":7}})"},
              Row{R"({"a":{"x":1}})", "/a/", 0, R"({"a":{"a":7,"x":1}})"},
@@ -196,7 +196,7 @@ TEST(PointerPut, Table) {
              Row{"[]", "/", -7018, "[]"},
              Row{"[]", "/-", 0, "[7]"},
              Row{"[]", "/0", 0, "[7]"},
-             Row{"[]", "/0/0/1", -1038, "[[[]]]"},  // what was made on the way stays
+             Row{"[]", "/0/0/1", -1038, "[[[]]]"},  // containers that were added on the way remain
              Row{"[]", "/1/x", -1038, "[]"},
              Row{"{}", "/0", 0, R"({"0":7})"},
              Row{"{}", "/-", 0, R"({"-":7})"},
@@ -204,7 +204,7 @@ TEST(PointerPut, Table) {
              Row{"1", "/", -7018, "1"},
              Row{"\"text\"", "//", -7018, "\"text\""},
              Row{"[]", "//0", -7018, "[]"},
-             // the empty pointer names no place, whatever the root is
+             // the empty pointer cannot be written to, whatever the root is
              Row{"[1]", "", -7000, "[1]"},
              Row{"1", "", -7000, "1"},
              Row{"null", "", -7000, "null"},

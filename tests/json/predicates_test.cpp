@@ -1,4 +1,4 @@
-// Questions about kinds, and about what can be read as what.
+// Functions that ask for a value's kind, and for what it can be read as.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -15,7 +15,7 @@ using Predicate = bool (*)(const wiq_json_t*);
 const struct {
     const char* name;
     Predicate predicate;
-    std::vector<const char*> kinds;  // for which it is true
+    std::vector<const char*> kinds;  // those for which it is true
 } kPredicates[] = {
     {"is_null", wiq_json_is_null, {"null"}},
     {"is_obj", wiq_json_is_obj, {"{}", "w{}"}},
@@ -58,7 +58,7 @@ TEST(JsonIs, NothingIsTrueOfUnknownTags) {
     *reinterpret_cast<u16*>(node.get()) = 0;
 }
 
-// What a value can be read as with `ext`, one letter a kind: i (i64), u (u64), w (u128), d (double).
+// What a value can be read as with `ext`, one letter per kind: i (i64), u (u64), w (u128), d (double).
 const struct {
     const char* notation;
     const char* readable_as;
@@ -84,7 +84,7 @@ const struct {
     {"9223372036854775808w", "uw"},
     {"18446744073709551615w", "uw"},
     {"18446744073709551616w", "w"},
-    // The low half alone would convert.
+    // The low half alone could be converted.
     {"18446744073709551617w", "w"},
     {"340282366920938463463374607431768211455w", "w"},
     {"0.0", "iuwd"},
@@ -93,7 +93,7 @@ const struct {
     {"-0.5", "d"},
     {"-1.0", "id"},
     {"3.0", "iuwd"},
-    // The upper bounds belong to the ranges although they do not fit the integers.
+    // The upper bounds belong to the ranges although they do not fit in the integers.
     {"9223372036854775808.0", "iuwd"},
     {"9223372036854777856.0", "uwd"},
     {"18446744073709551616.0", "uwd"},

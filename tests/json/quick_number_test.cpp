@@ -1,4 +1,4 @@
-// Numbers read in one pass, against the runtime's conversions and against what the grammar says.
+// Numbers that are read in one pass, compared with the runtime's conversions and with the grammar.
 #include <gtest/gtest.h>
 
 #include <charconv>
@@ -115,7 +115,7 @@ TEST(QuickNumber, RealsAreTheRuntimesToTheLastBit) {
     EXPECT_GT(exact, 8000);
 }
 
-// As many digits as a significand can have, and halves that rounding decides.
+// As many digits as a significand can have, and values halfway between two doubles, where rounding decides.
 TEST(QuickNumber, LongRealsAreTheRuntimesToTheLastBit) {
     std::mt19937_64 random(3);
     for (int i = 0; i < 200000; ++i) {
@@ -135,7 +135,7 @@ TEST(QuickNumber, LongRealsAreTheRuntimesToTheLastBit) {
     }
 }
 
-// Every power of ten that one multiplication is for, with significands of every length.
+// Every power of ten for which one multiplication suffices, with significands of every length.
 TEST(QuickNumber, AllPowersAreTheRuntimesToTheLastBit) {
     std::mt19937_64 random(4);
     for (int power = ke::json::kLeastPower; power <= ke::json::kMostPower; ++power) {
@@ -153,7 +153,7 @@ TEST(QuickNumber, AllPowersAreTheRuntimesToTheLastBit) {
 }
 
 TEST(QuickNumber, ValuesHalfwayBetweenTwoGoToEven) {
-    // 2^53 + 1 and 2^53 + 3 times a power of five, divided by it again.
+    // Multiply 2^53 + 1 and 2^53 + 3 by a power of five, and divide by it again.
     u64 fives = 1;
     for (int power = 1; power <= 4; ++power) {
         fives *= 5;
@@ -164,7 +164,7 @@ TEST(QuickNumber, ValuesHalfwayBetweenTwoGoToEven) {
         EXPECT_EQ(ke::json::scale_by_power((odd + 2) * fives, -power), (0x1p53 + 4) * scale);
         EXPECT_EQ(ke::json::scale_by_power((odd + 2) * fives - 1, -power), (0x1p53 + 2) * scale);
     }
-    // Odd numbers of 54 bits that are a multiple of a power of five: halfway between two doubles.
+    // Odd numbers of 54 bits that are multiples of a power of five: halfway between two doubles.
     fives = 1;
     for (int power = 0; power <= 23; ++power, fives *= 5) {
         u64 significand = ((u64{1} << 53) / fives + 1) | 1;

@@ -1,5 +1,5 @@
-// The two readers, byte by byte and side by side: what next() gives, where the place stands after each byte,
-// what can be taken back, and the text of a token. What is special about one of them comes behind.
+// The two readers, byte by byte and side by side: what next() returns, the position after each byte, what can
+// be taken back, and the text of a token. Tests of only one of them follow at the end.
 #include "json/reader.h"
 
 #include <string>
@@ -20,7 +20,7 @@ std::string describe_place(const Place& place) {
            std::to_string(place.position);
 }
 
-// One call of next() and the place behind it.
+// The result of one call of next(), and the position after it.
 struct Step {
     int c;
     Place place;
@@ -40,10 +40,10 @@ const Row kRows[] = {
     {"\n", {{'\n', {2, 0, 1}}, {kEof, {2, 0, 1}}}},
     {"a\n\nb",
      {{'a', {1, 1, 1}}, {'\n', {2, 0, 2}}, {'\n', {3, 0, 3}}, {'b', {3, 1, 4}}, {kEof, {3, 1, 4}}}},
-    // A carriage return, a tab and other control characters are one column each.
+    // A carriage return, a tab and other control characters count as one column each.
     {"\r\n\t\x01\x7f",
      {{'\r', {1, 1, 1}}, {'\n', {2, 0, 2}}, {'\t', {2, 1, 3}}, {1, {2, 2, 4}}, {0x7f, {2, 3, 5}}}},
-    // Beyond ASCII: the lead byte as its signed value, counted as one character and one byte.
+    // Non-ASCII: the lead byte as a signed value, counted as one character and one byte.
     {"\xC2\x80", {{-62, {1, 1, 1}}}},
     {"x\xC3\xA9", {{'x', {1, 1, 1}}, {-61, {1, 2, 2}}}},
     {"\n\xDF\xBF", {{'\n', {2, 0, 1}}, {-33, {2, 1, 2}}}},
@@ -52,7 +52,7 @@ const Row kRows[] = {
     {"\xEE\x80\x80", {{-18, {1, 1, 1}}}},
     {"\xF0\x90\x80\x80", {{-16, {1, 1, 1}}}},
     {"\xF4\x8F\xBF\xBF", {{-12, {1, 1, 1}}}},
-    // No sequence: nothing is counted, and nothing comes behind it.
+    // Invalid sequences: nothing is counted, and nothing after them can be read.
     {"\x80", {{kBad, {1, 0, 0}}, {kBad, {1, 0, 0}}}},
     {"a\xBFz", {{'a', {1, 1, 1}}, {kBad, {1, 1, 1}}, {kBad, {1, 1, 1}}}},
     {"\xC0\x80", {{kBad, {1, 0, 0}}}},
@@ -92,7 +92,7 @@ TEST(Reader, BytesAndPlaces) {
     }
 }
 
-// Every byte is read, given back and read again: the places are the same both times.
+// Reads every byte, pushes it back and reads it again: the positions are the same both times.
 template <class Reader>
 void check_unread(Reader& reader, const std::string& text) {
     for (char expected : text) {
@@ -119,7 +119,7 @@ TEST(Reader, Unread) {
     }
 }
 
-// The end, what is no UTF-8 and a byte beyond ASCII are not taken back.
+// The end, invalid UTF-8 and a non-ASCII byte cannot be pushed back.
 TEST(Reader, UnreadTakesNoFailureBack) {
     ScratchFile file;
     for (const auto& [text, c, place] : {
@@ -141,7 +141,7 @@ TEST(Reader, UnreadTakesNoFailureBack) {
     }
 }
 
-// Two tokens behind blanks, the byte behind each given back.
+// Reads two tokens with blanks before them, pushing back the byte after each.
 template <class Reader>
 void check_tokens(Reader& reader) {
     for (const char* expected : {"word", "17"}) {
@@ -171,8 +171,8 @@ TEST(Reader, LongTokenFromStream) {
     EXPECT_EQ(std::string(stream.token_text()), text);
 }
 
-// Only what a string holds as it stands is skipped, never the quote, a backslash, a control character, a
-// byte beyond ASCII or the end; how much at once is the reader's own business.
+// It skips only bytes that a string holds unescaped, never the quote, a backslash, a control character, a
+// non-ASCII byte or the end. How much it skips at once is up to the reader.
 TEST(Reader, SkipPlain) {
     for (size_t run : std::initializer_list<size_t>{0, 1, 15, 16, 127, 128, 129, 1000, 40000}) {
         for (const char* behind : {"", "\"", "\\", "\x1f", "\n", "\xC3\xA9", "\xFF"}) {
@@ -188,12 +188,12 @@ TEST(Reader, SkipPlain) {
     }
 }
 
-// The stream is left as if each byte had been taken from it when it was asked for, a sequence as a whole, and of a
-// byte that begins none only that byte.
+// The stream is left as if each byte had been read from it only when it was needed; a valid sequence is read
+// as a whole, and of an invalid one only its first byte.
 TEST(Reader, TakenFromStream) {
     struct Taken {
         const char* content;
-        std::vector<long> after;  // each next()
+        std::vector<long> after;  // after each next()
     };
     const Taken rows[] = {
         {"abc", {1, 2, 3, 3}},      {"\xC3\xA9z", {2}},  {"\xE2\x82\xACz", {3}},
@@ -216,7 +216,7 @@ TEST(Reader, TakenFromStream) {
     }
 }
 
-// In a stream a NUL is a byte like others, but neither taken back nor part of a token's text.
+// In a stream, a NUL is an ordinary byte, but it cannot be pushed back and is not part of a token's text.
 TEST(Reader, NulInStream) {
     ScratchFile file;
     StreamReader reader(file.with(std::string("1\0002", 3)));
@@ -229,7 +229,7 @@ TEST(Reader, NulInStream) {
     EXPECT_EQ(describe_place(reader.place()), "1:3@3");
 }
 
-// The string of the other reader ends there.
+// For the string reader, the text ends there.
 TEST(Reader, NulInString) {
     StringReader reader("1\0002");
     EXPECT_EQ(reader.next(), '1');
@@ -238,9 +238,10 @@ TEST(Reader, NulInString) {
     EXPECT_EQ(describe_place(reader.place()), "1:1@1");
 }
 
-// Without memory for a token's text bytes and places are still told, and the failure stays to be asked for.
+// If memory for a token's text runs out, bytes and positions are still right, and the failure can be queried
+// later.
 TEST(ReaderFaults, TokenText) {
-    // Longer than some of a stream's buffers.
+    // Longer than several of a stream's buffers.
     const std::string text = "\n" + std::string(20000, 'x');
     ScratchFile file;
     const size_t points = SweepAllocations([&](AllocFaults& faults) {

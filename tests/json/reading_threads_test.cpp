@@ -1,5 +1,5 @@
-// Tests of threads that read one document at the same time: getters, pointers, references, walks, dumps, copies
-// and comparisons, while each thread takes references to nodes and gives them up again.
+// Threads that read one document at the same time: with getters, pointers, references, walks, dumps, copies
+// and comparisons, while each thread also takes and releases references to nodes.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -26,7 +26,7 @@ const char kText[] =
     R"("again":{"$ref":"#/drive/alias"}},"list":[1,"two",[3,{"four":4}],{"$ref":"/list/0"}],)"
     R"("empty":{},"none":[]})";
 
-// What one thread reads, as one text: threads that read the same get the same.
+// Everything that one thread reads, as one text; all threads must get the same text.
 class Reading {
   public:
     explicit Reading(wiq_json_t* root) : root_(root) {}
@@ -57,7 +57,7 @@ class Reading {
         u32 err = 0;
         wiq_json_t* drive = wiq_json_obj_get_obj(root_, "drive", &err);
         add(wiq_json_obj_get_str(drive, "name", &err));
-        add(wiq_json_obj_get_str(drive, "again", &err));  // by way of two references
+        add(wiq_json_obj_get_str(drive, "again", &err));  // through two references
         add(wiq_json_obj_get_bool(drive, "ready", &err));
         add(wiq_json_obj_get_i64(drive, "hours", &err));
         add(wiq_json_obj_get_u64(drive, "bytes", &err));
@@ -140,7 +140,7 @@ class Reading {
         add_text(copy.get());
     }
 
-    // Nodes at every depth get an owner more for a while.
+    // Nodes at every depth get one more owner for a while.
     void references() {
         std::vector<wiq_json_t*> held;
         for (const char* ptr : {"", "/drive", "/drive/name", "/list/2/1", "/list/2/1/four"}) {

@@ -1,5 +1,5 @@
-// Counts and release: who keeps what alive, that everything is freed exactly once, and counts from many
-// threads.
+// Reference counts and release: who keeps what alive, that everything is freed exactly once, and counting on
+// many threads.
 #include <gtest/gtest.h>
 #include <uv.h>
 
@@ -15,7 +15,7 @@ using tree::parent;
 using tree::text_of;
 using tree::Tree;
 
-// Every test ends with as many blocks as it began with.
+// Every test must end with as many blocks as it began with.
 class JsonCount : public testing::Test {
   protected:
     void SetUp() override { before_ = live_blocks(); }
@@ -87,7 +87,7 @@ TEST_F(JsonCount, WhatIsHeldElsewhereOutlivesItsContainer) {
     wiq_json_unref(inner);
 }
 
-// Containers of few and of many children are released in different ways.
+// Containers with few and with many children are released in different ways.
 TEST_F(JsonCount, WhatIsHeldElsewhereOutlivesAContainerOfAnySize) {
     for (const i32 size : {1, 48, 49, 64, 65, 100, 2048, 2049, 5000}) {
         for (const bool weak : {false, true}) {
@@ -156,7 +156,7 @@ TEST_F(JsonCount, FinalizeLeavesTheNodeItself) {
         wiq_json_finalize(one);
         EXPECT_EQ(blocks(), 1);
         EXPECT_EQ(count(one), 1);
-        // What is left is empty, and can be released like any node.
+        // What remains is empty and can be released like any node.
         wiq_json_finalize(one);
         wiq_json_unref(one);
         EXPECT_EQ(blocks(), 0);
@@ -167,7 +167,7 @@ TEST_F(JsonCount, FinalizeLeavesTheNodeItself) {
 }
 
 TEST_F(JsonCount, WeakAndStrongContainersOfOneTree) {
-    // The weak index stands before and behind the nodes it lists.
+    // The weak index comes before or after the nodes that it lists.
     for (const bool index_first : {true, false}) {
         wiq_json_t* root = node("[]");
         wiq_json_t* index = wiq_json_array_weak_new(0, nullptr);
@@ -197,14 +197,14 @@ TEST_F(JsonCount, AWeakContainerKeepsNodesAliveAfterTheirParent) {
 }
 
 TEST_F(JsonCount, AForcedReleaseMeetsWeakReferencesToDyingContainers) {
-    // A weak index inside the tree that lists the containers around it.
+    // A weak index inside the tree lists the containers around it.
     wiq_json_t* root = node("{\"outer\":[w[]]}");
     wiq_json_t* outer = wiq_json_obj_get_array(root, "outer", nullptr);
     wiq_json_t* index = wiq_json_array_get_ext(outer, 0, 0, nullptr);
     for (wiq_json_t* container : {root, outer, index}) {
         EXPECT_EQ(wiq_json_array_push_ext(index, container, nullptr), 0);
     }
-    // The index holds itself and the list above it, so only force releases them.
+    // The index holds itself and the list above it, so only wiq_json_delete_impl() can release them.
     wiq_json_array_pop(index, 2);
     wiq_json_delete_impl(root);
     EXPECT_EQ(blocks(), 0);
@@ -224,7 +224,7 @@ TEST_F(JsonCount, StrayUnrefsBeforeAWeakReferenceEnds) {
 
 constexpr int kThreads = 8;
 
-// A node shared by all threads, each of which takes and drops references.
+// A node that all threads share; each takes and releases references.
 struct Shared {
     wiq_json_t* node;
     int rounds;
@@ -238,7 +238,7 @@ void use(void* arg) {
         wiq_json_unref(shared->node);
         wiq_json_unref(shared->node);
     }
-    // The reference that was made for this thread.
+    // Release the reference that was taken for this thread.
     wiq_json_unref(shared->node);
 }
 

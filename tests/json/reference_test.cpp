@@ -1,4 +1,4 @@
-// Tests of references: making, resolving, following chains, expanding in place.
+// Tests of references: making and resolving them, following chains, expanding in place.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -97,7 +97,7 @@ TEST(Reference, DerefFollowsChains) {
     struct Row {
         const char *document, *key;
         i32 status;
-        const char* target;  // key of what is found; nullptr for nothing
+        const char* target;  // key of what is found; nullptr if nothing is
     };
     for (
         const Row& row : {
@@ -111,7 +111,7 @@ TEST(Reference, DerefFollowsChains) {
             Row{R"({"a":{"$ref":"/none"},"b":{"$ref":"/a"}})", "b", -1037, nullptr},
             Row{R"({"a":[],"b":{"$ref":"/a/0"}})", "b", -1038, nullptr},
             Row{R"({"a":1,"b":{"$ref":"a"}})", "b", -7019, nullptr},
-            // not a reference: it comes back all the same
+            // not a reference; returned all the same
             Row{R"({"a":"text"})", "a", -7000, "a"},
         }) {
         wiq_json_t* root = parsed(row.document);
@@ -215,8 +215,8 @@ TEST(Expand, TheRootKeepsItsCount) {
     }
 }
 
-// Chains in both directions, and one that all others join. Each reference of a chain is followed once: the
-// square of their number would take minutes.
+// Chains in both directions, and one that all others join. Each reference of a chain must be followed only
+// once: quadratic time would be minutes.
 TEST(Expand, ManyReferencesInAChain) {
     constexpr int kReferences = 100000;
     using Clock = std::chrono::steady_clock;
@@ -227,7 +227,7 @@ TEST(Expand, ManyReferencesInAChain) {
         if (!backward)
             wiq_json_array_push_i64(root, 5, nullptr);
         for (int i = 0; i < kReferences; ++i) {
-            // The teeth of a comb, the second half, lead to references all over its back, the first half.
+            // The second half, the teeth of the comb, refer to all parts of the first half, its back.
             const int to = backward                                  ? i + 1
                            : shape[0] == 'c' && i >= kReferences / 2 ? i * 7 % (kReferences / 2)
                                                                      : i;
@@ -277,7 +277,8 @@ TEST(Expand, ARootThatIsAReferenceStays) {
     wiq_json_t* self = wiq_json_jref_new("#", nullptr);
     EXPECT_EQ(wiq_json_jref_expand(self), WIQ_ERR_JREF_CYCLE);
     wiq_json_unref(self);
-    // A reference inside a tree as the root of the expansion: its target is expanded, it stays itself.
+    // If a reference inside a tree is the root of the expansion, its target is expanded and the reference
+    // itself is unchanged.
     wiq_json_t* root = parsed(R"({"a":[{"$ref":"/n"}],"n":5,"r":{"$ref":"/a"}})");
     EXPECT_EQ(wiq_json_jref_expand(member(root, "r")), 0);
     EXPECT_EQ(dumped(root), R"({"a":[5],"n":5,"r":{"$ref":"/a"}})");
@@ -359,7 +360,7 @@ TEST(ExpandDeep, AMillionLevelsAndLongChains) {
         wiq_json_unref(root);
     });
 
-    // References whose targets hold the next one: each leads one level further in.
+    // The target of each reference contains the next reference, one level deeper.
     text = "{\"k0\":[0]";
     for (int i = 1; i <= 300; ++i)
         text += ",\"k" + std::to_string(i) + "\":[{\"$ref\":\"/k" + std::to_string(i - 1) + "\"}]";

@@ -1,5 +1,5 @@
-// Attaching a container to what is below it is refused, however deep that is and however much is there; every
-// other attachment is not.
+// Attaching a container to one of its descendants is refused, however deep that is and however many nodes
+// there are; no other attachment is.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -22,7 +22,7 @@ i32 attach(wiq_json_t* container, wiq_json_t* child) {
                                         : wiq_json_obj_put_ext(container, "k", child, nullptr);
 }
 
-// A chain of containers with siblings before and behind the one that leads further down.
+// Adds a chain of containers, each with siblings before and after the one that leads further down.
 std::vector<wiq_json_t*> grow(wiq_json_t* root, i32 levels, std::mt19937* random) {
     std::vector<wiq_json_t*> chain = {root};
     for (i32 level = 1; level < levels; ++level) {
@@ -33,7 +33,7 @@ std::vector<wiq_json_t*> grow(wiq_json_t* root, i32 levels, std::mt19937* random
             attach(up, tree::node(i == 1 ? "[[],{\"x\":[1]}]" : "w[{},2]"));
         if (wiq_json_is_array(up)) {
             wiq_json_array_push_i64(up, 1, nullptr);
-            // Its place is a negative index, which later children make a wrong guess.
+            // Its recorded index is negative, and with later children it refers to the wrong element.
             wiq_json_unref(wiq_json_array_swap(up, -1, down, nullptr));
         } else {
             wiq_json_obj_put_ext(up, "down", down, nullptr);
@@ -81,7 +81,7 @@ TEST(JsonRing, AnotherTreeIsTaken) {
     }
 }
 
-// A weak container is nobody's parent, so that no ring can go through it.
+// A weak container is nobody's parent, so no cycle can go through it.
 TEST(JsonRing, WeakContainersCloseNone) {
     Tree root(wiq_json_array_new(0, nullptr));
     std::mt19937 random(9);

@@ -1,6 +1,6 @@
-// Loads from streams, however the stream hands its bytes out: by buffers of every small size, which end anywhere in a
-// token, by one byte at a time, from pipes and a program's own source. The result, the place, and what the stream
-// returns afterwards are those of a stream without a buffer.
+// Loads from streams, however the stream delivers its bytes: with buffers of every small size, which end
+// anywhere in a token, one byte at a time, from pipes, and from a program's own source. The result, the
+// position, and what the stream returns afterwards are the same as for a stream without a buffer.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -27,7 +27,7 @@ std::vector<std::string> texts() {
         "[\"\\u00e9\\n\\\"\\\\ \\ud83d\\ude00\",\"\\u0041"s + plain + "\\t\"]",
         "[1234567890,0.12345678901234567890123,340282366920938463463374607431768211455,"s +
             std::string(60, '7') + "," + std::string(50, '3') + "." + std::string(50, '5') + "]",
-        // Something after the value.
+        // Something follows the value.
         "17 18",
         "-0.5e3,",
         "true]",
@@ -64,7 +64,7 @@ std::vector<std::string> texts() {
     };
 }
 
-// What a load leaves in the stream.
+// Returns what a load leaves in the stream.
 std::string rest_of(FILE* stream) {
     std::string rest = feof(stream) != 0 ? "(end) " : "";
     for (int c = fgetc(stream); c != EOF; c = fgetc(stream))
@@ -94,7 +94,7 @@ Result load_stream(FILE* stream, i32 flags) {
 
 class StreamReader : public testing::Test {
   protected:
-    // A load from the given offset of a file, with a buffer of the stream's own that has this size; 0: none. A byte
+    // Loads from the given offset of a file, with a stream buffer of this size; 0 means unbuffered. A byte
     // that is pushed back is read first.
     Result load(const std::string& text, i32 flags, size_t buffer_size, long offset = 0,
                 int pushed_back = EOF) {
@@ -134,7 +134,7 @@ TEST_F(StreamReader, BuffersOfAnySize) {
     for (const std::string& text : texts()) {
         for (const i32 flags : kFlags) {
             const Result expected = load(text, flags, 0);
-            // msvcrt takes no smaller buffer than two bytes.
+            // msvcrt accepts no buffer smaller than two bytes.
             for (size_t size = 2; size <= 70; size += size < 20 ? 1 : 7)
                 ASSERT_EQ(load(text, flags, size), expected)
                     << describe_text(text.c_str()) << ", flags " << flags << ", buffer " << size;
@@ -144,7 +144,7 @@ TEST_F(StreamReader, BuffersOfAnySize) {
     }
 }
 
-// The same as a text in memory, where that has no NUL, byte for byte of the place.
+// A text without a NUL gives the same outcome as in memory, including the exact position.
 TEST_F(StreamReader, AsFromMemory) {
     for (const std::string& text : texts()) {
         if (text.find('\0') != std::string::npos)
@@ -158,7 +158,8 @@ TEST_F(StreamReader, AsFromMemory) {
     }
 }
 
-// A load begins where the stream stands, in the middle of its buffer or before a byte that was pushed back.
+// A load begins at the stream's current position: in the middle of its buffer, or before a byte that was
+// pushed back.
 TEST_F(StreamReader, FromWhereTheStreamStands) {
     const std::string text = "[1,[2.5,{\"a\":\"text\"}],3] 4";
     for (const size_t size : {size_t{0}, size_t{2}, size_t{5}, size_t{4096}}) {
@@ -169,7 +170,7 @@ TEST_F(StreamReader, FromWhereTheStreamStands) {
         const Result pushed = load(text, WIQ_JSON_ALLOW_TRAILING, size, 1, '4');
         EXPECT_EQ(pushed.outcome.tree, "41") << size;
         EXPECT_EQ(pushed.outcome.error.position, 2) << size;
-        // The byte after a number is read.
+        // The byte after a number is consumed.
         EXPECT_EQ(pushed.rest, text.substr(3)) << size;
         const Result blank = load(text, WIQ_JSON_ALLOW_TRAILING, size, 3, '\n');
         EXPECT_EQ(blank.outcome.tree, inner.outcome.tree) << size;
@@ -178,7 +179,7 @@ TEST_F(StreamReader, FromWhereTheStreamStands) {
     }
 }
 
-// One value after another out of one stream, in which the byte after a number is lost to the next load.
+// Loads one value after another from one stream; the byte after a number is lost to the next load.
 TEST_F(StreamReader, OneValueAfterAnother) {
     std::string text;
     for (int i = 0; i < 3000; ++i)
@@ -204,7 +205,7 @@ TEST_F(StreamReader, OneValueAfterAnother) {
     }
 }
 
-// Nothing is asked of the system beyond the byte after a value, where a pipe would wait for its writer.
+// A load never reads beyond the byte after a value, because a pipe would wait for its writer there.
 TEST_F(StreamReader, APipeThatStaysOpen) {
     Pipe pipe;
     ASSERT_TRUE(pipe.reader != nullptr && pipe.writer != nullptr);
@@ -222,7 +223,7 @@ TEST_F(StreamReader, APipeThatStaysOpen) {
 }
 
 #if defined(__GLIBC__)
-// A program's own source, which gives a few bytes at a call.
+// A program's own source, which returns a few bytes per call.
 struct Drip {
     std::string text;
     size_t at;
@@ -255,7 +256,8 @@ TEST_F(StreamReader, ASourceOfTheProgram) {
 }
 #endif
 
-// A stream that is written to and read in turn: the load sees what the file has, and writing goes on behind it.
+// A stream is written to and read from alternately: the load sees the file's contents, and writing continues
+// after it.
 TEST_F(StreamReader, BetweenWrites) {
     FILE* stream = wiq_fopen(name_.c_str(), "w+b", nullptr);
     ASSERT_NE(stream, nullptr);

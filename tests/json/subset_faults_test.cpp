@@ -1,4 +1,4 @@
-// The subset test while memory fails: it answers no.
+// The subset test when allocations fail: it returns false.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"

@@ -1,4 +1,4 @@
-// The subset test, written the plain way: with recursion, and values of its own.
+// A plain implementation of the subset test, recursive and with its own type for values.
 #pragma once
 
 #include <map>
@@ -9,8 +9,8 @@
 
 namespace subset_model {
 
-// A value as the plain test sees it. Numbers are small enough to be doubles, so that two are equal when
-// their values are, whatever their kinds.
+// A value as the model sees it. Numbers are small enough to be doubles, so two numbers are equal if their
+// values are, whatever their kinds.
 struct Value {
     enum Kind { kAtom, kNumber, kArray, kObject } kind;
     std::string text;  // its notation, for atoms and numbers

@@ -1,5 +1,5 @@
-// The subset test against a second one that is written the plain way, with recursion and values of its
-// own, over random pairs of trees and all values of the flags.
+// Compares the subset test with a plain, recursive implementation that has its own type for values, over
+// random pairs of trees and all values of the flags.
 #include "json/subset_model.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ using subset_model::plain_subset;
 using subset_model::Value;
 using tree::Tree;
 
-// The sanitizers and debug builds cost time without adding to what these pairs can show.
+// Sanitizers and debug builds make the pairs slower without making them show more.
 #if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 constexpr int kPairs = 30000;
 #else
@@ -45,7 +45,7 @@ class Generator {
         return container;
     }
 
-    // The same value with things added, and now and then one changed: where subsets come from.
+    // Returns the same value with things added, and sometimes with one changed; this produces subsets.
     Value around(const Value& value, int depth) {
         if (below(12) == 0) {
             return this->value(depth);
@@ -96,7 +96,7 @@ TEST(JsonSubsetModel, AgreesOnRandomPairs) {
         }
         ASSERT_EQ(wiq_json_equal(left.get(), right.get()), plain_subset(a, b, 15));
     }
-    // Both answers are common, or the pairs would show little.
+    // Both answers must be frequent, or the pairs would show little.
     EXPECT_GT(yes, kPairs * 16 / 10);
     EXPECT_LT(yes, kPairs * 16 * 9 / 10);
 }

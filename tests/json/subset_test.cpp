@@ -1,4 +1,4 @@
-// Equality and subsets, by tables: kinds, numbers across kinds, and each rule for containers.
+// Equality and subsets, in tables: kinds, numbers of different kinds, and each rule for containers.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"
@@ -36,10 +36,10 @@ TEST(JsonEqual, Numbers) {
         {"-1", "18446744073709551615u", false, false},
         {"-1", "340282366920938463463374607431768211455w", false, false},
         {"-9223372036854775808", "9223372036854775808u", false, false},
-        // Equal above, not below, and the other way round.
+        // The upper halves are equal and the lower ones are not, and the other way round.
         {"36893488147419103232w", "36893488147419103233w", false, false},
         {"36893488147419103233w", "55340232221128654849w", false, false},
-        // The integer reads the double exactly; the double takes no integer beyond 2^53.
+        // Read as an integer, the double is exact; read as a double, no integer beyond 2^53 is accepted.
         {"1152921504606846976", "1152921504606846976.0", true, false},
         {"1152921504606846976u", "1152921504606846976.0", true, false},
         {"1152921504606846976w", "1152921504606846976.0", true, false},
@@ -84,7 +84,7 @@ TEST(JsonEqual, ANodeEqualsItself) {
     EXPECT_FALSE(wiq_json_equal(nullptr, make("null").get()));
     EXPECT_FALSE(wiq_json_equal(make("null").get(), nullptr));
 
-    // A child shared through weak containers is one node.
+    // A child that two weak containers share is one node.
     Tree nan = make("nan");
     Tree left = make("w[]");
     Tree right = make("w[]");
@@ -109,8 +109,8 @@ TEST(JsonSubset, Objects) {
     const struct {
         const char* a;
         const char* b;
-        bool loose;  // flags 0
-        bool exact;  // flags 8
+        bool loose;  // with flags 0
+        bool exact;  // with flags 8
     } rows[] = {
         {"{}", "{}", true, true},
         {"{}", "{\"a\":1}", true, false},
@@ -138,7 +138,7 @@ TEST(JsonSubset, Objects) {
 }
 
 TEST(JsonSubset, Arrays) {
-    // A column for each of: gaps, run (1), prefix (3), the whole (7).
+    // One column for each mode: gaps allowed, contiguous run (1), prefix (3), the whole array (7).
     const struct {
         const char* a;
         const char* b;
@@ -154,10 +154,10 @@ TEST(JsonSubset, Arrays) {
         {"[3,1]", "[1,2,3]", false, false, false, false},
         {"[1,1]", "[1]", false, false, false, false},
         {"[1,1]", "[1,2,1]", true, false, false, false},
-        // A run that begins inside a failed one.
+        // A run that begins inside one that failed.
         {"[1,1,2]", "[1,1,1,2]", true, true, false, false},
         {"[1,2,1,3]", "[1,2,1,2,1,3]", true, true, false, false},
-        // Each element takes the first match, and what follows looks behind it.
+        // Each element takes the first match, and the next element is searched after it.
         {"[[1],[1,2]]", "[[1,2],[1,2]]", true, false, false, false},
         {"[{\"a\":1},{}]", "[{},{\"a\":1},{\"b\":2}]", true, true, false, false},
         {"[[],[1]]", "[[1],[]]", false, false, false, false},
@@ -183,7 +183,7 @@ TEST(JsonSubset, Arrays) {
 }
 
 TEST(JsonSubset, RunsOfRuns) {
-    // The rule for runs holds inside too.
+    // The rule for runs also applies to nested arrays.
     EXPECT_TRUE(subset("[[2],[3]]", "[[0],[1,2],[3,4]]", 1));
     EXPECT_FALSE(subset("[[2],[3]]", "[[0],[1,2],[3,4]]", 3));
     EXPECT_FALSE(subset("[[2],[3]]", "[[1,2],[3,4]]", 3));

@@ -1,5 +1,5 @@
-// Texts whose length is more than the result can tell: the limit, which is 2^31 - 1 bytes for users, is an argument
-// inside the library, so that short texts reach it.
+// Texts that are longer than the result can express. The limit, which is 2^31 - 1 bytes for users, is an
+// argument inside the library, so short texts can reach it.
 #include "json/text_limits.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ TEST(TextLimits, OfUsers) {
     EXPECT_EQ(ke::json::kLongestText, u64{INT32_MAX});
 }
 
-// Calls a function with a limit that its text of `length` bytes just meets, and with one less.
+// Calls a function with a limit that its text of `length` bytes just meets, and with a limit one lower.
 template <class Make>
 void expect_limit(const std::string& expected, const Make& make) {
     char before[] = "before";
@@ -75,7 +75,7 @@ TEST(TextLimits, OfAnEscapedText) {
     }
 }
 
-// A text that cannot be escaped has no length that could be too large.
+// A text that cannot be escaped is reported as invalid even if it is also too long.
 TEST(TextLimits, InvalidTextsAreThatFirst) {
     wiq_strbuf buf;
     ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);

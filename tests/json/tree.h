@@ -1,10 +1,11 @@
-// Trees for tests: built from a short notation, written back as text, and looked into where a test is
-// about counts and places.
+// Trees for tests: built from a short notation and written back as text. Tests of counts and positions can
+// also look inside nodes.
 //
 //   null true false  5 (signed)  5u (unsigned)  5w (128 bits)  5.0 inf nan (double)  "text"  @"reference"
 //   [1,2]  {"a":1}  w[1,2] and w{"a":1} (weak containers)
 //
-// text_of() writes the same notation, members sorted by key. Texts need no escapes and get none.
+// text_of() writes the same notation, members sorted by key. Texts must not need escapes, since none are
+// written or read.
 #pragma once
 
 #include <algorithm>
@@ -20,7 +21,7 @@
 
 namespace tree {
 
-// The first fields of every node, in their stated order.
+// The first fields of every node, in their documented order.
 struct Header {
     u16 type;
     u8 flags;
@@ -45,7 +46,7 @@ inline const wiq_json_t* parent(const wiq_json_t* node) {
 struct Unref {
     void operator()(wiq_json_t* node) const { wiq_json_unref(node); }
 };
-// Owns a free-standing node.
+// Owns a node that has no parent.
 using Tree = std::unique_ptr<wiq_json_t, Unref>;
 
 class Reader {

@@ -1,4 +1,4 @@
-// Constructors while memory fails.
+// Constructors when allocations fail.
 #include <gtest/gtest.h>
 
 #include "json/tree.h"

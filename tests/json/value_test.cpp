@@ -91,7 +91,7 @@ TEST(JsonNew, RefusesMissingArguments) {
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_json_u128_new(nullptr, nullptr), nullptr);
 
-    // An earlier failure outweighs the wrong argument.
+    // An earlier failure takes precedence over the invalid argument.
     err = static_cast<u32>(WIQ_ERR_KEY_NOT_FOUND);
     EXPECT_EQ(wiq_json_str_new(nullptr, &err), nullptr);
     EXPECT_EQ(wiq_json_u128_new(nullptr, &err), nullptr);
@@ -157,7 +157,7 @@ const Reading kReadings[] = {
     {"9223372036854775808u", INT64_MIN, kTop, {kTop, 0}, kTwoTo63},
     {"18446744073709551615u", -1, UINT64_MAX, {UINT64_MAX, 0}, kTwoTo64},
     {"7w", 7, 7, {7, 0}, 7.0},
-    // 2^64 + 3: the double looks at the low half only.
+    // 2^64 + 3: the conversion to a double uses only the low half.
     {"18446744073709551619w", 3, 3, {3, 1}, 3.0},
     {"340282366920938463463374607431768211455w",
      -1,

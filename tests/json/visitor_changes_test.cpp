@@ -1,5 +1,5 @@
-// Slots of a visitor that change what is being walked: the keys of an object and the length of an array are
-// fixed before the first child, and each child is looked up when its turn comes.
+// Visitor slots that change what is being walked: the keys of an object and the length of an array are fixed
+// before the first child, and each child is looked up when its turn comes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,7 +15,7 @@ using tree::make;
 using tree::text_of;
 using tree::Tree;
 
-// Called for every child with its number in the walk, before the base class visits it.
+// Called for every child, with its number in the walk, before the base class visits it.
 std::function<void(wiq_json_t* container, i32 now)> g_change;
 std::string g_log;
 i32 g_now;
@@ -39,7 +39,7 @@ i32 object_member(WiqJsonVisitor*, wiq_json_t* obj, const char* key, wiq_json_t*
 
 i32 object_keys(WiqJsonVisitor* self, wiq_json_t* obj, wiq_strv* keys) {
     const i32 count = base_slots()->object_keys(self, obj, keys);
-    wiq_strv_sort(keys);  // so that the tests know the order
+    wiq_strv_sort(keys);  // gives the tests a known order
     return count;
 }
 
@@ -69,10 +69,10 @@ class VisitorChanges : public testing::Test {
   protected:
     static void SetUpTestSuite() {
         ASSERT_EQ(type_init(&g_type, &WiqJsonVisitorType), 0);
-        object_delete(object_new(&WiqJsonVisitorType));  // so that its class is there
+        object_delete(object_new(&WiqJsonVisitorType));  // builds its class
     }
 
-    // The log of a walk whose slots do this, and the tree after it.
+    // Returns the log of a walk whose slots make this change, and the tree after it.
     static std::string walk(wiq_json_t* root, decltype(g_change) change) {
         g_log.clear();
         g_now = 0;
@@ -215,7 +215,8 @@ TEST_F(VisitorChanges, OfTheArrayBeingWalked) {
     }
 }
 
-// A container that a slot takes out of its tree is walked to its end if somebody still holds it.
+// If a slot detaches the container being walked, the walk still finishes, provided that somebody holds the
+// container.
 TEST_F(VisitorChanges, AContainerThatIsTakenOutAndHeld) {
     Tree root = make("{\"a\":{\"b\":1,\"c\":2}}");
     wiq_json_t* inner = wiq_json_obj_get_obj(root.get(), "a", nullptr);
@@ -230,7 +231,7 @@ TEST_F(VisitorChanges, AContainerThatIsTakenOutAndHeld) {
     EXPECT_EQ(text_of(root), "{}");
 }
 
-// What the base class does with a child that is gone.
+// What the base class does with a child that no longer exists.
 TEST_F(VisitorChanges, AChildThatIsGoneIsRefused) {
     WiqObject* object = object_new(&WiqJsonVisitorType);
     auto* self = reinterpret_cast<WiqJsonVisitor*>(object);

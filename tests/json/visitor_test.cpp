@@ -1,4 +1,4 @@
-// Tests of the visitors' base class: dispatch, order of a walk, and every place at which a walk can stop.
+// Tests of the visitors' base class: dispatch, the order of a walk, and every point at which a walk can stop.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -11,8 +11,8 @@
 
 namespace {
 
-// A visitor that notes every slot it is called through and then does what the base class does. It stops,
-// with status 77, at the call that g_stop_at names.
+// A visitor that logs every slot that is called and then does what the base class does. It stops, with status
+// 77, at the call named by g_stop_at.
 std::vector<std::string> g_log;
 std::string g_stop_at;
 
@@ -25,7 +25,7 @@ i32 note(const std::string& call) {
     return call == g_stop_at ? 77 : 0;
 }
 
-// Notes, and goes on with the base class's slot unless the walk is to stop here.
+// Logs the call, then calls the base class's slot unless the walk must stop here.
 #define NOTED(text, base_call)                       \
     do {                                             \
         const i32 stopped = note(text);              \
@@ -83,7 +83,7 @@ i32 object_member(WiqJsonVisitor* self, wiq_json_t* obj, const char* key, wiq_js
 i32 object_keys(WiqJsonVisitor* self, wiq_json_t* obj, wiq_strv* keys) {
     note("object_keys");
     const i32 count = base_slots()->object_keys(self, obj, keys);
-    wiq_strv_sort(keys);  // so that the tests know the order
+    wiq_strv_sort(keys);  // gives the tests a known order
     return count;
 }
 i32 array_begin(WiqJsonVisitor*, wiq_json_t*) {
@@ -149,7 +149,7 @@ class Visitor : public testing::Test {
   protected:
     static void SetUpTestSuite() {
         ASSERT_EQ(type_init(&g_noting_type, &WiqJsonVisitorType), 0);
-        object_delete(object_new(&WiqJsonVisitorType));  // so that its class is there
+        object_delete(object_new(&WiqJsonVisitorType));  // builds its class
     }
     void SetUp() override {
         g_log.clear();
@@ -228,7 +228,7 @@ TEST_F(Visitor, StopsAtEveryPlaceAndPassesTheStatusUp) {
     for (size_t i = 0; i < whole.size(); ++i) {
         if (whole[i] == "object_keys")
             continue;  // its failure is not reported
-        // A name that occurs twice stops the walk at its first occurrence.
+        // A call that occurs twice stops the walk at its first occurrence.
         size_t first = 0;
         while (whole[first] != whole[i])
             ++first;
@@ -248,7 +248,7 @@ TEST_F(Visitor, TheBaseClassWalksAnythingAndIgnoresIt) {
 }
 
 TEST_F(Visitor, AnUnknownKindIsRefused) {
-    // Only a damaged node has one; the tag is its first field.
+    // Only a damaged node has an unknown type; the tag is its first field.
     wiq_json_t* node = wiq_json_null_new(nullptr);
     u16 tag = 11;
     memcpy(node, &tag, sizeof(tag));

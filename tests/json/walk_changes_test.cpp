@@ -1,5 +1,5 @@
-// Callbacks that change what is being walked: every operation of the document model that calls client code
-// and is no visitor, with every change that its documentation does not forbid. Visitors are in
+// Callbacks that change what is being walked: every operation of the document model that calls client code,
+// except visitors, with every change that its documentation does not forbid. Visitors are in
 // visitor_changes_test.cpp.
 #include <gtest/gtest.h>
 
@@ -26,7 +26,7 @@ wiq_json_t* elem(const wiq_json_t* array, i32 index) {
 
 // Objects: wiq_json_obj_foreach().
 
-// How the members are made: that decides in whose memory member and key lie.
+// How the members are made, which decides in whose memory member and key are.
 using Fill = void (*)(wiq_json_t* obj, const std::string& key);
 
 const struct {
@@ -59,7 +59,7 @@ const struct {
      }},
 };
 
-// Puts "new" under a key that is there.
+// Puts "new" under an existing key.
 using Replace = void (*)(wiq_json_t* obj, const char* key);
 
 const struct {
@@ -91,7 +91,7 @@ const struct {
          EXPECT_EQ(wiq_json_swap_child(old, tree::node("\"new\"")), 0);
          wiq_json_unref(old);
      }},
-    // Not in a weak object: there the reference has no parent, and so no target.
+    // Not in a weak object: there the reference has no parent, and therefore no target.
     {"expansion", true,
      [](wiq_json_t* obj, const char* key) {
          if (std::strcmp(key, "target") != 0) {
@@ -110,7 +110,7 @@ const struct {
      }},
 };
 
-// Which members the callback replaces, seen from the one that it is called for.
+// Which members the callback replaces, relative to the one for which it is called.
 const struct {
     const char* name;
     bool (*chosen)(i32 place, i32 now);
@@ -135,7 +135,7 @@ bool replace_chosen(const char* key, wiq_json_t* child, void* user) {
     EXPECT_EQ(child, member(walk->obj, key));
     const i32 now = static_cast<i32>(walk->walked.size());
     for (i32 place = 0; place < static_cast<i32>(walk->keys.size()); ++place) {
-        // The key that the callback was given outlives what is done under it.
+        // The key that the callback received outlives any change to its member.
         const bool self = place == now;
         if (walk->chosen(place, now))
             walk->replace(walk->obj, self ? key : walk->keys[static_cast<size_t>(place)].c_str());
@@ -196,7 +196,7 @@ TEST(JsonWalkChanges, ForEachThatReplacesMembers) {
     }
 }
 
-// A parsed object, whose parser found one of the keys twice.
+// A parsed object in which the parser found a duplicate key.
 TEST(JsonWalkChanges, ForEachOverAParsedObject) {
     for (const auto& replacement : kReplacements) {
         SCOPED_TRACE(replacement.name);
@@ -207,8 +207,8 @@ TEST(JsonWalkChanges, ForEachOverAParsedObject) {
     }
 }
 
-// A member and the node that it was made with have one block: whichever leaves last frees it. Under
-// AddressSanitizer a mistake is a leak or a use of freed memory.
+// A member and its first node share a block, which is freed with whichever is released last. Under
+// AddressSanitizer, a mistake shows as a leak or a use of freed memory.
 TEST(JsonWalkChanges, MemberAndFirstNodeLeaveInAnyOrder) {
     for (const bool weak : {false, true}) {
         for (const bool node_first : {false, true}) {
@@ -280,7 +280,8 @@ TEST(JsonWalkChanges, FilterWhoseCallbackReplacesElements) {
     } rows[] = {
         {"this one", 0, "[[9],[9],[9]]"},
         {"the next one", 1, "[[9],[9],[9]]"},
-        // What comes to a place after the answer about it is not asked about.
+        // A value that is put in a position after the callback has answered for it is not passed to the
+        // callback.
         {"the one before", -1, "[[9],[9],[9],[9],[9],5]"},
     };
     for (const bool weak : {false, true}) {
@@ -297,7 +298,7 @@ TEST(JsonWalkChanges, FilterWhoseCallbackReplacesElements) {
                 };
                 EXPECT_EQ(wiq_json_array_filter(array.get(), keep_odd_places, &filter), 0);
                 EXPECT_EQ(filter.asked, 6);
-                // A weak array drops what is in the place after the last answer.
+                // A weak array drops what is in the position after the last answer.
                 EXPECT_EQ(text_of(array), !weak                ? row.after
                                           : row.distance == -1 ? "w[[9],[9],5]"
                                                                : "w[[9],[9],[9]]");
@@ -306,7 +307,7 @@ TEST(JsonWalkChanges, FilterWhoseCallbackReplacesElements) {
     }
 }
 
-// A weak array of an object's members: the callback may do to them all that it likes.
+// A weak array of an object's members: the callback may change the members in any way.
 TEST(JsonWalkChanges, FilterOfAWeakArrayWhoseCallbackChangesTheOwner) {
     const struct {
         const char* name;
@@ -347,7 +348,7 @@ TEST(JsonWalkChanges, FilterOfAWeakArrayWhoseCallbackChangesTheOwner) {
                 wiq_json_array_push_ext(weak.get(), member(owner.get(), {key}), nullptr);
             Filter filter = {weak.get(), 0, nullptr};
             filter.change = [&](i32 now) {
-                // Every member's key, those of the dropped ones too, is whole at any time.
+                // Every member's key, even that of a dropped one, is intact at all times.
                 for (i32 i = 0; i < 6; ++i) {
                     const char* key = wiq_json_parent_key(elem(weak.get(), i));
                     if (key != nullptr) {

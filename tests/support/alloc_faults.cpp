@@ -17,7 +17,7 @@ namespace {
 
 std::atomic<long> g_live{0};
 std::atomic<long> g_bytes{0};
-// Faults strike the thread that armed them only; other threads of a test allocate undisturbed.
+// Faults apply only to the thread that armed them; allocations of a test's other threads succeed.
 thread_local AllocFaults* t_armed = nullptr;
 
 bool fault() {
@@ -72,7 +72,7 @@ long live_bytes() {
 
 namespace {
 
-// Says at the end of a test program how many allocations were made to fail.
+// At the end of a test program, prints how many allocations were made to fail.
 struct Tally {
     Tally() = default;
     Tally(const Tally&) = delete;
@@ -113,7 +113,8 @@ size_t SweepAllocations(const std::function<void(AllocFaults&)>& body, size_t li
 extern "C" {
 
 #if defined(_WIN32) && defined(__clang__)
-// lld lets also the import of a wrapped function lead to its wrapper, so the runtime's own are asked for by name.
+// lld also redirects the import of a wrapped function to its wrapper, so the runtime's own functions are
+// looked up by name.
 #define KE_REAL(name)                  \
     reinterpret_cast<decltype(&name)>( \
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ucrtbase.dll"), #name)))
@@ -180,7 +181,7 @@ char* __wrap_strdup(const char* text) {
     return copy == nullptr ? nullptr : static_cast<char*>(memcpy(copy, text, size));
 }
 
-// The name under which the Windows runtime knows strdup().
+// The Windows runtime's name for strdup().
 char* __wrap__strdup(const char* text) {
     return __wrap_strdup(text);
 }

@@ -1,9 +1,9 @@
-// Keys that all have one hash, as somebody makes them who wants to slow a program down: for tests and benchmarks
-// of what long chains cost.
+// Keys that all have the same hash, as an attacker would make them to slow a program down. Tests and
+// benchmarks use them to find out what long chains cost.
 //
-// The hash takes a text in words of 4 bytes, each of which turns one state into another, and every step of that
-// can be undone. So for any first word there is a second one that leads to a state of choice. A key is made of
-// two such pairs of words, of which there are as many as are looked for: with a thousand of each, a million keys.
+// The hash processes a text in words of 4 bytes. Each word turns one state into another, and every step of
+// that can be inverted. So for any first word there is a second one that leads to a chosen state. A key
+// consists of two such pairs of words; a thousand of each pair give a million keys.
 #pragma once
 
 #include <bit>
@@ -16,7 +16,7 @@ namespace colliding {
 
 constexpr uint32_t kSeed = 0x11223344;
 
-// The number that a product with this odd one is to be multiplied with to get the other factor.
+// Returns the multiplicative inverse of an odd number modulo 2^32.
 constexpr uint32_t inverse(uint32_t odd) {
     uint32_t result = odd;
     for (int i = 0; i < 4; ++i)
@@ -30,12 +30,12 @@ inline uint32_t scramble(uint32_t word) {
 inline uint32_t add_word(uint32_t state, uint32_t word) {
     return std::rotl(state ^ scramble(word), 13) * 5 + 0xe6546b64u;
 }
-// The word that turns the state `from` into `to`.
+// Returns the word that turns the state `from` into `to`.
 inline uint32_t word_between(uint32_t from, uint32_t to) {
     const uint32_t scrambled = std::rotr((to - 0xe6546b64u) * inverse(5), 13) ^ from;
     return std::rotr(scrambled * inverse(0x1b873593u), 15) * inverse(0xcc9e2d51u);
 }
-// The state before the last steps, by which a text of this length gets this hash.
+// Returns the state before the final steps, from which a text of this length gets this hash.
 inline uint32_t state_before(uint32_t hash, uint32_t length) {
     hash ^= hash >> 16;
     hash *= inverse(0xc2b2ae35u);
@@ -45,7 +45,7 @@ inline uint32_t state_before(uint32_t hash, uint32_t length) {
     return hash ^ length;
 }
 
-// Whether a word can stand in JSON text as it is.
+// Returns whether a word can appear in JSON text without escapes.
 inline bool is_plain(uint32_t word) {
     for (int i = 0; i < 4; ++i, word >>= 8) {
         const uint32_t byte = word & 0xff;
@@ -56,7 +56,7 @@ inline bool is_plain(uint32_t word) {
     return true;
 }
 
-// So many different texts of 8 bytes, each of which turns the state `from` into `to`.
+// Returns `count` different texts of 8 bytes, each of which turns the state `from` into `to`.
 inline std::vector<std::string> pairs_of_words(uint32_t from, uint32_t to, size_t count) {
     std::vector<std::string> pairs;
     constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
@@ -75,7 +75,7 @@ inline std::vector<std::string> pairs_of_words(uint32_t from, uint32_t to, size_
     return pairs;
 }
 
-// So many different keys of 16 letters, digits and signs with this hash.
+// Returns `count` different keys with this hash, each 16 printable characters long.
 inline std::vector<std::string> keys(size_t count, uint32_t hash = 12345) {
     constexpr uint32_t kBetween = 0x5eed;
     size_t side = 1;
@@ -95,7 +95,7 @@ inline std::vector<std::string> keys(size_t count, uint32_t hash = 12345) {
     return result;
 }
 
-// As many keys of the same length that are ordinary, to compare with.
+// Returns as many ordinary keys of the same length, for comparison.
 inline std::vector<std::string> ordinary_keys(size_t count) {
     std::vector<std::string> result;
     result.reserve(count);
@@ -106,7 +106,7 @@ inline std::vector<std::string> ordinary_keys(size_t count) {
     return result;
 }
 
-// An object with these keys, each with its number as value, as JSON text.
+// Returns an object with these keys as JSON text; each value is the key's number.
 inline std::string object_text(const std::vector<std::string>& keys) {
     std::string text = "{";
     for (size_t i = 0; i < keys.size(); ++i) {

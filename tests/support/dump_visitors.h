@@ -1,4 +1,4 @@
-// The instance and class records of the serializer's visitors, as a client knows that finds their types in
+// The instance and class records of the serializer's visitors, as known to a client that finds their types in
 // type_list() and derives from them.
 #pragma once
 
@@ -27,7 +27,7 @@ struct DumpClass {
     i32 (*print_string)(WiqJsonVisitor* self, const char* text);
 };
 
-// Returns a registered type, or NULL if no type has this name.
+// Returns the registered type with this name, or NULL if there is none.
 inline WiqType* find_type(const char* name) {
     u32 count = 0;
     WiqType** types = type_list(&count);

@@ -1,4 +1,5 @@
-// A pipe as a pair of streams, for tests of what ends or breaks in the middle. Binary on both platforms.
+// A pipe as a pair of streams, for tests of input that ends or breaks off in the middle. Binary on both
+// platforms.
 #pragma once
 
 #include <fcntl.h>
@@ -12,7 +13,7 @@
 #endif
 
 struct Pipe {
-    // How much a pipe holds is the system's business, except on Windows.
+    // The system decides how much a pipe holds; only Windows uses `size`.
     explicit Pipe([[maybe_unused]] unsigned size = 4096) {
         int ends[2] = {-1, -1};
 #ifdef _WIN32
@@ -32,7 +33,7 @@ struct Pipe {
         close(&writer);
     }
 
-    // False if what was still buffered could not be written.
+    // Returns false if buffered data could not be written.
     static bool close(FILE** end) {
         const bool closed = *end == nullptr || fclose(*end) == 0;
         *end = nullptr;
@@ -43,7 +44,7 @@ struct Pipe {
     FILE* writer = nullptr;
 };
 
-// A write to a pipe that nobody reads is a failure while this lives, not a signal.
+// While this object lives, a write to a pipe without a reader fails instead of raising a signal.
 class NoPipeSignal {
   public:
 #ifdef _WIN32

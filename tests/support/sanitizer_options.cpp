@@ -1,5 +1,5 @@
-// What the sanitizers shall do in every test program, however it is started: an allocation that is
-// too large is answered with NULL, as without them, because the library's answer to it is tested.
+// The sanitizers' options for every test program, however it is started. An allocation that is too large
+// returns NULL, as it does without sanitizers, because tests check how the library reacts to it.
 
 extern "C" {
 

@@ -1,5 +1,5 @@
-// Runs a piece of a test on a thread whose stack is small, on both platforms: what recursed over a document
-// would not survive it. Programs that use this link ke_libuv.
+// Runs part of a test on a thread with a small stack, on both platforms; a function that recurses over a
+// document would overflow it. Programs that use this header link ke_libuv.
 #pragma once
 
 #include <uv.h>

@@ -1,5 +1,5 @@
-// Where threads wait for each other, once, so that they begin together. std::barrier would do, but that of
-// libstdc++ 12 for Windows leaves a thread asleep now and then (seen under Wine).
+// A start line at which threads wait for each other, once, so that they begin together. std::barrier would
+// do, but with libstdc++ 12 for Windows a thread occasionally never wakes up (seen under Wine).
 #pragma once
 
 #include <atomic>
@@ -9,7 +9,7 @@ class StartLine {
   public:
     explicit StartLine(int threads) : missing_(threads) {}
 
-    // Returns when as many threads as were said have called it.
+    // Returns when the expected number of threads have called it.
     void arrive_and_wait() {
         --missing_;
         while (missing_ > 0)

@@ -1,4 +1,4 @@
-// See system_faults.h. What is wrapped is what the library asks the system for, by the names under which it does so.
+// See system_faults.h. The wrapped functions are those that the library calls, under the names that it uses.
 #include "support/system_faults.h"
 
 #include <dirent.h>
@@ -26,7 +26,7 @@ bool fault(const char* function) {
     return reason != 0;
 }
 
-// Descriptors that are open.
+// Returns the number of open descriptors.
 size_t open_descriptors() {
     size_t count = 0;
     DIR* dir = opendir("/proc/self/fd");
@@ -100,7 +100,7 @@ std::set<std::string> SweepSystemCalls(const std::function<void(SystemFaults&)>&
     return all;
 }
 
-// A wrapper that fails with `failed` or does what the function does.
+// Defines a wrapper that either fails with `failed` or calls the real function.
 #define KE_WRAP(result, name, parameters, arguments, failed)      \
     result __real_##name parameters;                              \
     result __wrap_##name parameters;                              \
@@ -136,7 +136,7 @@ KE_WRAP(int, uv_dlopen, (const char* path, uv_lib_t* lib), (path, lib), (*lib = 
 KE_WRAP(int, uv_dlsym, (uv_lib_t * lib, const char* name, void** sym), (lib, name, sym), -1)
 KE_WRAP(int, uv_os_homedir, (char* to, size_t* size), (to, size), UV_EIO)
 
-// Unlike the others it interrupts a sleep once: the library goes on with what is left.
+// Unlike the others, this fault interrupts a sleep once; the library then sleeps for the remaining time.
 int __real_nanosleep(const timespec* time, timespec* left);
 int __wrap_nanosleep(const timespec* time, timespec* left);
 int __wrap_nanosleep(const timespec* time, timespec* left) {

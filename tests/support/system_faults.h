@@ -1,6 +1,6 @@
-// Makes calls of the system fail on purpose, for programs that link the library statically with -Wl,--wrap for each
-// of the functions named in system_faults.cpp. It works as alloc_faults.h does: the first, second, third ... call of
-// a body fails, once by itself and once with all that follow, until a run in which none failed.
+// Makes system calls fail on purpose, for programs that link the library statically with -Wl,--wrap for each
+// of the functions named in system_faults.cpp. It works like alloc_faults.h: the first, second, third ...
+// call in a body fails, once alone and once with all later ones, until a run in which none failed.
 #pragma once
 
 #include <cstddef>
@@ -17,16 +17,17 @@ class SystemFaults {
     SystemFaults(const SystemFaults&) = delete;
     SystemFaults& operator=(const SystemFaults&) = delete;
 
-    // Calls of this thread fail from here on, as the sweep has it. With a function, only its calls count.
+    // From here on, calls of this thread fail as the sweep demands. If a function is given, only its calls
+    // count.
     void arm(const char* function = nullptr);
     void disarm();
-    // Calls of this function fail as well, always, for a reason of their own.
+    // In addition, every call of this function fails, for the given reason.
     void fail_also(const char* function, int reason);
     // The functions that have failed.
     const std::set<std::string>& fired() const { return fired_; }
     Mode mode() const { return mode_; }
 
-    // Asked by the wrapped functions: whether this call is to fail, and why (0: it is not).
+    // Called by the wrapped functions; returns the reason why this call must fail, or 0 if it must not.
     int reason_to_fail(const char* function);
 
   private:
@@ -40,6 +41,6 @@ class SystemFaults {
     std::set<std::string> fired_;
 };
 
-// Runs the body with each of its calls failing, for each of some reasons (EINTR, EIO, ENOMEM, EMFILE, ENOSPC).
-// Returns the functions that have failed.
+// Runs the body with each of its calls failing, for each of several reasons (EINTR, EIO, ENOMEM, EMFILE,
+// ENOSPC). Returns the functions that have failed.
 std::set<std::string> SweepSystemCalls(const std::function<void(SystemFaults&)>& body);

@@ -1,5 +1,5 @@
-// tmpfile() for tests that run side by side. Wine's one fails if another process makes a file of the same name at the
-// same instant, and finds another name when it is called again.
+// A tmpfile() for tests that run in parallel. Wine's tmpfile() fails if another process creates a file of the
+// same name at the same moment; when it is called again, it finds another name.
 #pragma once
 
 #include <cstdio>
