@@ -41,9 +41,8 @@ void add_parsing(const Corpus& corpus) {
     add("heap", corpus.name, Library::kName, [text](benchmark::State& state) {
         size_t bytes = 0;
         for (auto _ : state) {
-            const size_t before = heap_in_use();
-            typename Library::Doc doc = Library::parse(text);
-            bytes = heap_in_use() - before;
+            typename Library::Doc doc{};
+            bytes = heap_of([&] { doc = Library::parse(text); });
             Library::release(doc);
         }
         state.counters["bytes"] = static_cast<double>(bytes);
