@@ -55,12 +55,7 @@ char* write_double(char* out, double value) {
         *out++ = '-';
     out = write_u64(out, millionths / kDecimals);
     *out++ = '.';
-    // Six digits with leading zeros: one million is added, so that the number has seven digits, and
-    // the first one is left out.
-    char decimals[kMaxDecimalDigits64];
-    write_u64(decimals, millionths % kDecimals + kDecimals);
-    memcpy(out, decimals + 1, 6);
-    return out + 6;
+    return write_six_digits(out, static_cast<u32>(millionths % kDecimals));
 }
 
 const Member** sorted_members(const ObjectNode* obj) {

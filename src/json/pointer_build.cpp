@@ -20,7 +20,7 @@ size_t escaped_length(const char* key) {
 }
 
 // Writes an index as a signed number, like those that the array functions take, and returns its
-// length.
+// length. Overwrites kMaxDecimalDigits64 bytes.
 size_t write_index(char* out, u32 index) {
     return static_cast<size_t>(write_i64(out, static_cast<i32>(index)) - out);
 }
@@ -40,7 +40,8 @@ char* write_step(const wiq_json* node, char* end) {
     char* out = start;
     *out++ = '/';
     if (wiq_json_is_array(node->parent)) {
-        write_index(out, node->position.index);
+        char digits[kMaxDecimalDigits64];
+        memcpy(out, digits, write_index(digits, node->position.index));
         return start;
     }
     for (const char* key = node->position.key; *key != '\0'; ++key) {

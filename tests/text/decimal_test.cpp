@@ -28,9 +28,31 @@ TEST(Decimal, SixtyFourBits) {
         EXPECT_EQ(i64_text(static_cast<i64>(value)), std::to_string(static_cast<i64>(value)));
     }
     EXPECT_EQ(u64_text(0), "0");
+    // Each number of digits at both of its ends, and zeros within.
+    for (u64 power = 1; power <= UINT64_MAX / 10; power *= 10) {
+        for (const u64 value : {power, power - 1, power + 1, power * 10 - 1}) {
+            EXPECT_EQ(u64_text(value), std::to_string(value));
+            EXPECT_EQ(i64_text(-static_cast<i64>(value)), std::to_string(-static_cast<i64>(value)));
+        }
+    }
     EXPECT_EQ(u64_text(UINT64_MAX), "18446744073709551615");
     EXPECT_EQ(i64_text(INT64_MIN), "-9223372036854775808");
     EXPECT_EQ(i64_text(-1), "-1");
+}
+
+TEST(Decimal, EightDigitsOfEachValue) {
+    for (u32 value = 0; value < 100000000; value += value < 20000 ? 1 : 7919) {
+        char expected[9];
+        snprintf(expected, sizeof(expected), "%08u", value);
+        char digits[8];
+        EXPECT_EQ(ke::write_eight_digits(digits, value), digits + 8);
+        ASSERT_EQ(std::string(digits, 8), expected);
+        ASSERT_EQ(u64_text(value), std::to_string(value));
+        if (value < 1000000) {
+            EXPECT_EQ(ke::write_six_digits(digits, value), digits + 6);
+            ASSERT_EQ(std::string(digits, 6), expected + 2);
+        }
+    }
 }
 
 TEST(Decimal, HundredAndTwentyEightBits) {
