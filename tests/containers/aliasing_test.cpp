@@ -1,6 +1,7 @@
-// Arguments that lie in what a function may move or release: every function of the library that takes a
-// pointer and may do either is called with such an argument and with a copy of it in a block of its own, on
-// equal data. Both calls must come to the same. AddressSanitizer sees what is read after its release.
+// Arguments that point into memory that a function may move or release. Every function of the library that
+// takes a pointer and may do either is called with such an argument, and with a copy of it in separate
+// memory, on equal data. Both calls must have the same result. AddressSanitizer detects a read of released
+// memory.
 #include <gtest/gtest.h>
 
 #include <cstdarg>
@@ -18,7 +19,7 @@
 
 namespace {
 
-// Hands arguments on as they are, or copies of them that live elsewhere.
+// Passes arguments on unchanged, or as copies in other memory.
 class Args {
   public:
     explicit Args(bool aliased) : aliased_(aliased) {}
@@ -30,7 +31,7 @@ class Args {
     const char* bytes(const char* data, u64 count) {
         return aliased_ ? data : copies_.emplace_back(data, count).data();
     }
-    // A key for a map that frees its keys: one that the map has, or an equal one that it may have.
+    // Returns a key for a map that frees its keys: the map's own key, or an equal one that the map can own.
     char* owned(char* key) const { return aliased_ ? key : strdup(key); }
     bool aliased() const { return aliased_; }
 
@@ -39,11 +40,11 @@ class Args {
     std::list<std::string> copies_;
 };
 
-// --- The string buffer and all that append to one ------------------------------------------------------
+// --- The string buffer and everything that appends to one -----------------------------------------------
 
 struct BufferRow {
     const char* name;
-    // Appends text that begins at `offset` of the buffer.
+    // Appends text that begins at this offset of the buffer.
     i32 (*append)(wiq_strbuf* buf, u64 offset, Args& args);
 };
 
@@ -55,7 +56,7 @@ i32 vprintf_of(wiq_strbuf* buf, const char* format, ...) {
     return result;
 }
 
-// A node whose pointer text is "/array/0/in~1ner".
+// A node whose pointer is "/array/0/in~1ner".
 class Nested {
   public:
     Nested() : root_(wiq_json_obj_new(0, nullptr)) {
@@ -137,7 +138,7 @@ const BufferRow kBufferRows[] = {
      }},
 };
 
-// Fills the buffer with text that has something to escape in it, but no conversion.
+// Fills the buffer with text that contains characters to escape, but no conversions.
 void fill(wiq_strbuf* buf, u64 length) {
     static constexpr char kAlphabet[] = "abc\"d\\e\tf/gh~\xc3\xa9";
     const u64 whole = sizeof(kAlphabet) - 1;
@@ -187,7 +188,7 @@ TEST(Aliasing, WhatLiesInALargeBufferIsAppendedAsItWas) {
     }
 }
 
-// Emptied first, and then the bytes are read as they stand.
+// The buffer is emptied before the argument is read.
 TEST(Aliasing, WhatEmptiesTheBufferReadsWhatIsLeft) {
     struct Row {
         u64 offset;
@@ -223,7 +224,7 @@ TEST(Aliasing, AFieldInTheBuffer) {
         EXPECT_STREQ(buf.data, row.expected) << row.offset;
         wiq_strbuf_finalize(&buf);
     }
-    // A field as wide as the block makes it grow.
+    // The field is so wide that the block grows.
     wiq_strbuf buf;
     ASSERT_EQ(wiq_strbuf_init(&buf, 8), 0);
     ASSERT_EQ(wiq_strbuf_write(&buf, "xabcdef", 7), 7);
@@ -233,7 +234,7 @@ TEST(Aliasing, AFieldInTheBuffer) {
     wiq_strbuf_finalize(&buf);
 }
 
-// The block shrinks to what the digits need, and the bytes lie behind that.
+// The block shrinks to what the digits need, and the bytes are after that.
 TEST(Aliasing, DigitsOfBytesBehindTheText) {
     for (u64 offset = 3; offset != 60; ++offset) {
         wiq_strbuf buf;
@@ -251,11 +252,11 @@ TEST(Aliasing, DigitsOfBytesBehindTheText) {
 
 struct Row {
     const char* name;
-    // Does something to fresh data, with arguments out of them; what came of it.
+    // Changes fresh data with arguments that point into it; returns the result.
     std::string (*run)(Args& args);
 };
 
-// A re-usable block of a text and some room, and what became of it.
+// A reusable block with a text and some spare room, and what a call makes of it.
 class Block {
   public:
     Block(const std::string& text, u64 size)
@@ -301,7 +302,7 @@ std::string tree_text(wiq_json_t* root) {
     return result;
 }
 
-// Lets an operation loose on an object with a short and a long key, whose values are texts.
+// Applies an operation to an object with a short and a long key, whose values are texts.
 template <class Change>
 std::string each_member(const Change& change) {
     std::string all;

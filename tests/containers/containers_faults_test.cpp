@@ -1,4 +1,5 @@
-// Every allocation of the containers fails once: status, unchanged state, no leak.
+// Fails every allocation of the containers once: the status is right, the state is unchanged, and nothing
+// leaks.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -99,7 +100,7 @@ TEST(MapFaults, ALockThatCannotBeMade) {
 }
 #endif
 
-// The seventh entry of this map makes it grow: its own allocation fails first, then that of the buckets.
+// The seventh entry makes this map grow: first the entry's own allocation fails, then that of the buckets.
 TEST(MapFaults, PutKeepsTheMapValid) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         wiq_map map;
@@ -110,7 +111,8 @@ TEST(MapFaults, PutKeepsTheMapValid) {
         const i32 status = wiq_map_put(&map, number(7), number(7));
         faults.disarm();
         EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
-        // Without an entry nothing is stored; without larger buckets the entry is there all the same.
+        // If the entry cannot be allocated, nothing is stored; if the larger table cannot, the entry is
+        // stored all the same.
         const bool stored = faults.nth() != 1;
         EXPECT_EQ(wiq_map_size(&map), stored ? 7u : 6u);
         EXPECT_EQ(wiq_map_get(&map, number(7)), stored ? number(7) : nullptr);
@@ -138,7 +140,7 @@ TEST(MapFaults, MemoizeHandsTheValueOverUnstored) {
     });
 }
 
-// An operation on a buffer that holds "abc" and has no room left.
+// Sweeps an operation on a buffer that holds "abc" and has no room left.
 void sweep_strbuf(const char* name, i32 (*operate)(wiq_strbuf* buf)) {
     SCOPED_TRACE(name);
     const size_t points = SweepAllocations([operate](AllocFaults& faults) {
@@ -215,7 +217,8 @@ TEST(StrvFaults, PushKeepsTheSlot) {
         const i32 status = wiq_strv_push(&strv, "text");
         faults.disarm();
         EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
-        // Without room for a slot there is none; without the copy it holds NULL.
+        // If there is no room for the slot, nothing is added; if the copy cannot be allocated, the slot holds
+        // NULL.
         ASSERT_EQ(strv.size, faults.nth() == 1 && faults.fired() ? 0 : 1);
         if (strv.size == 1) {
             EXPECT_STREQ(wiq_strv_get(&strv, 0), faults.fired() ? nullptr : "text");
@@ -234,7 +237,7 @@ TEST(StrvFaults, PushKeepsTheSlot) {
     });
 }
 
-// A text that grows between the first attempt at it and the second.
+// A text that grows between the first and the second attempt to format it.
 char g_growing[1100];
 
 TEST(StrbufFaults, ATextThatChangesWhileItIsFormatted) {

@@ -1,6 +1,7 @@
-// Tests of what the callbacks of a map may do to it: each operation that calls a client's function, with each
-// change that the header does not forbid there, on the plain and on the locked map. After every row the map is
-// looked through: what it holds is alive and counted, and in the end each key and value is released exactly once.
+// What a map's callbacks may do to the map: each operation that calls a client's function, with each change
+// that the header does not forbid there, on the plain and on the locked map. After every row the map is
+// inspected: everything in it is alive and counted. In the end each key and value has been released exactly
+// once.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -81,16 +82,16 @@ const Kind kLocked = {
     [](void* map) { wiq_safe_map_delete(locked(map)); },
 };
 
-// --- Keys and values that know whether they live -------------------------------------------------------
+// --- Keys and values that know whether they are alive ---------------------------------------------------
 
 enum class Caller { kKeyFree, kValueFree, kFactory, kForeach };
 
 struct World {
     const Kind* kind = nullptr;
     void* map = nullptr;
-    std::set<const void*> alive;  // keys and values that nobody has released
+    std::set<const void*> alive;  // keys and values that have not been released
     Caller armed = Caller::kKeyFree;
-    std::function<void()> change;  // made once, by the callback that is armed
+    std::function<void()> change;  // made once, by the armed callback
     int made = 0;
 };
 World* g_world;
@@ -110,7 +111,7 @@ void make_change(Caller caller) {
     change();
 }
 
-// What a map gives up is dead before the change is made: from then on nobody may meet it.
+// A key or value is marked as dead before the change is made: from then on, no callback may see it.
 void release(void* text, Caller caller) {
     EXPECT_EQ(g_world->alive.erase(text), 1u) << "released twice, or never stored";
     make_change(caller);
@@ -123,7 +124,7 @@ void value_free(void* value) {
     release(value, Caller::kValueFree);
 }
 
-// Everything in the map lives, is found under its key, and is counted.
+// Checks that everything in the map is alive, can be found under its key, and is counted.
 void look_through() {
     World& world = *g_world;
     std::vector<std::pair<void*, void*>> pairs;
@@ -201,8 +202,8 @@ void remove(const std::string& name) {
 
 struct Change {
     const char* name;
-    void (*make)(const std::string& own);  // `own`: the key that the operation is about
-    bool in_a_walk;                        // neither inserts nor removes
+    void (*make)(const std::string& own);  // `own`: the key on which the operation works
+    bool in_a_walk;                        // allowed in a walk: no inserting, no removing
     const Kind* only = nullptr;
 };
 
@@ -391,8 +392,8 @@ TEST(MapCallbacks, MayDoWhatTheHeaderDoesNotForbid) {
     EXPECT_GT(rows, 500);
 }
 
-// What callbacks store while everything is removed goes or stays, and is counted if it stays; what they store
-// while the map is finalized goes.
+// If callbacks store entries while everything is removed, these may be removed or kept, and are counted if
+// they are kept; if they store entries while the map is finalized, these are released.
 TEST(MapCallbacks, EveryReleaseStoresSomething) {
     World world;
     g_world = &world;
@@ -419,7 +420,7 @@ TEST(MapCallbacks, EveryReleaseStoresSomething) {
     EXPECT_TRUE(world.alive.empty());
 }
 
-// Hash and comparison may read.
+// Hash and comparison functions may read the map.
 bool reading_cmp(const void* a, const void* b) {
     EXPECT_GE(wiq_map_size(plain(g_world->map)), 1u);
     return wiq_cmp_str(a, b);
@@ -437,8 +438,8 @@ TEST(MapCallbacks, AComparisonMayRead) {
     wiq_map_delete(map);
 }
 
-// The order of release when an entry is overwritten: the old value, then the old key, each after the new pair
-// is in its place.
+// The order of release when an entry is overwritten: first the old value, then the old key, both after the
+// new pair has been stored.
 TEST(MapCallbacks, OverwritingStoresFirst) {
     static std::vector<std::string> log;
     static wiq_map* map;

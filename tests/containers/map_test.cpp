@@ -1,5 +1,5 @@
-// Tests of the hash map: every operation with the callbacks it makes, sizes and growth, and the order of a
-// walk against a small model that follows the rules of chaining and growth one by one.
+// Tests of the hash map: every operation with its callbacks, sizes and growth, and the order of a walk
+// compared with a small model that follows the rules of chaining and growth one by one.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -103,7 +103,7 @@ TEST_F(Map, PutOfTheSameKeyPointerReleasesTheOldValueOnly) {
 }
 
 TEST_F(Map, PutOfAnEqualKeyKeepsTheNewOne) {
-    static char first[] = "k";  // the map holds it beyond this function
+    static char first[] = "k";  // static, because the map outlives this function
     static char second[] = "k";
     EXPECT_EQ(wiq_map_put(&map_, first, text("a")), 0);
     EXPECT_EQ(wiq_map_put(&map_, second, text("b")), 0);
@@ -165,7 +165,7 @@ TEST_F(Map, RemoveAllKeepsTheBuckets) {
     EXPECT_EQ(wiq_map_size(&map_), 0u);
     ASSERT_EQ(g_released.size(), 10u);
     for (size_t i = 0; i < 10; i += 2) {
-        // Each entry's key is released right before its value.
+        // Each entry's key is released immediately before its value.
         EXPECT_EQ(g_released[i].substr(0, 4), "key ");
         EXPECT_EQ(g_released[i].substr(4), g_released[i + 1].substr(6));
     }
@@ -254,7 +254,7 @@ bool counting_cmp(const void* a, const void* b) {
 }
 
 u32 one_bucket_hash(const void* key) {
-    // Distinct hashes that all fall into bucket 0 of a small table.
+    // Different hashes, all of which select bucket 0 of a small table.
     return static_cast<u32>(*static_cast<const u8*>(key)) << 24;
 }
 
@@ -292,8 +292,9 @@ TEST_F(Map, HighHashesFindTheirBucket) {
 
 // --- Order, against a model --------------------------------------------------------------------------
 
-// Chains as lists of keys, by the rules: a new key joins at the end; past three quarters the table
-// doubles, old chains in order, each key to the front of its new chain.
+// Chains as lists of keys, by the rules: a new key is added at the end. When the table is more than three
+// quarters full, it doubles: the old chains are visited in order, and each key goes to the front of its new
+// chain.
 class OrderModel {
   public:
     explicit OrderModel(size_t buckets) : chains_(buckets) {}

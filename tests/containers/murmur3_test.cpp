@@ -1,4 +1,4 @@
-// Tests of the hash functions against published values of MurmurHash3_x86_32 and of the comparisons.
+// Tests of the hash functions, using published values of MurmurHash3_x86_32, and of the comparison functions.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -14,7 +14,7 @@ TEST(Murmur3, PublishedValues) {
         const char* text;
         u32 length, seed, hash;
     };
-    // The vectors that circulate with the algorithm.
+    // The well-known test vectors of the algorithm.
     for (const Row& row : {
              Row{"", 0, 0, 0x00000000},
              Row{"", 0, 1, 0x514E28B7},

@@ -1,5 +1,5 @@
-// Tests that each operation of the locked map holds the lock: seen from another thread while the operation is in
-// one of its callbacks, and by its waiting for a thread that has the lock.
+// Each operation of the locked map holds the lock: another thread sees this while the operation is in one of
+// its callbacks, and the operation waits for a thread that holds the lock.
 #include <gtest/gtest.h>
 #include <uv.h>
 
@@ -61,7 +61,7 @@ bool watched_visit(void*, void*, void*) {
 
 struct Operation {
     const char* name;
-    int looks;  // calls of callbacks
+    int looks;  // number of callback calls
     void (*run)(wiq_safe_map* map);
     bool destroys;
 };
@@ -124,7 +124,8 @@ TEST(SafeMapLockThreads, IsHeldInEveryCallback) {
     EXPECT_EQ(g_looks, 2);
 }
 
-// The one operation without a callback, and all others once more: none ends while another thread has the lock.
+// The only operation without a callback, and all the others again: none of them returns while another thread
+// holds the lock.
 TEST(SafeMapLockThreads, IsWaitedFor) {
     using Operate = void (*)(wiq_safe_map*);
     for (const Operate run :

@@ -1,4 +1,4 @@
-// Tests of the locked map: each operation does what the plain map does, from one thread and from many.
+// Tests of the locked map: each operation does what that of the plain map does, on one thread and on many.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -129,9 +129,9 @@ TEST(SafeMapThreads, SizeIsNeverTorn) {
     wiq_safe_map_delete(map);
 }
 
-// Each operation beside a thread that changes the map all the time: without its lock, ThreadSanitizer sees
-// the two meet. Neither thread does anything else that would order them. The writer ends at last, since
-// a mutex need not be fair.
+// Runs each operation next to a thread that changes the map all the time: without the lock, ThreadSanitizer
+// would report a race, since nothing else orders the two threads. The number of the writer's rounds is
+// limited, because a mutex need not be fair.
 TEST(SafeMapThreads, EachOperationBesideAWriter) {
     using Operation = void (*)(wiq_safe_map*, uintptr_t);
     constexpr uintptr_t kRounds = 5000;

@@ -1,4 +1,4 @@
-// The published values of SipHash-2-4, whose steps are those of the variant in use.
+// The published values of SipHash-2-4, which has the same steps as the variant that the library uses.
 #include "containers/siphash.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Room for one text at a time: inline, in a block, and in a larger one.
+// A buffer for one text at a time: inline, in a block, and in a larger block.
 #include "containers/small_buffer.h"
 
 #include <cstring>

@@ -1,4 +1,4 @@
-// Tests of the stack that walks over documents keep their place on.
+// Tests of the stack on which walks over documents store their positions.
 #include "containers/small_stack.h"
 
 #include <gtest/gtest.h>

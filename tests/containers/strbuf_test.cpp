@@ -18,7 +18,7 @@ class Strbuf : public testing::Test {
     void SetUp() override { ASSERT_EQ(wiq_strbuf_init(&buf_, 0), 0); }
     void TearDown() override { wiq_strbuf_finalize(&buf_); }
 
-    // The text, after a look at the invariant.
+    // Checks the invariant and returns the text.
     std::string text() const {
         EXPECT_LT(buf_.len, buf_.capacity);
         EXPECT_EQ(buf_.data[buf_.len], '\0');
@@ -90,7 +90,7 @@ wiq_strbuf* pass(wiq_strbuf* buf) {
     return buf;
 }
 
-// Commas and all.
+// The macro accepts any expression, even one with commas.
 TEST_F(Strbuf, PutcTakesAnyExpression) {
     EXPECT_EQ(wiq_strbuf_putc(&buf_, letter<1, 2>()), 0);
     EXPECT_EQ((wiq_strbuf_putc(pass<1, 2>(&buf_), letter<2, 2>())), 0);
@@ -99,7 +99,7 @@ TEST_F(Strbuf, PutcTakesAnyExpression) {
     EXPECT_EQ(text(), "defg");
 }
 
-// The function itself and the inline way.
+// Compares the function with the inline version.
 TEST_F(Strbuf, PutcAsAFunction) {
     i32 (*const putc)(wiq_strbuf*, char) = wiq_strbuf_putc;
     wiq_strbuf one;
@@ -156,7 +156,7 @@ TEST_F(Strbuf, PrintfAppends) {
     set("> ");
     EXPECT_EQ(wiq_strbuf_printf(&buf_, "%d-%s", 7, "x"), 3);
     EXPECT_EQ(text(), "> 7-x");
-    const char* positional = "%2$s%1$s";  // not a literal: C++ compilers frown on it
+    const char* positional = "%2$s%1$s";  // a variable, because compilers warn about such a literal
     EXPECT_EQ(wiq_strbuf_printf(&buf_, positional, "b", "a"), 2);
     EXPECT_EQ(text(), "> 7-xab");
     const std::string longer(200, 'z');
@@ -168,7 +168,7 @@ TEST_F(Strbuf, PrintfAppends) {
     EXPECT_EQ(wiq_strbuf_printf(&buf_, no_format, 1), WIQ_ERR_INVALID_ARG);
 }
 
-// Around the room that texts are tried in first, in buffers of every size.
+// Texts around the size of the buffer in which they are formatted first, in blocks of every size.
 TEST_F(Strbuf, PrintfOfTextsOfEveryLength) {
     for (const u64 length : {0, 1, 62, 63, 64, 511, 512, 513, 1023, 1024, 2000}) {
         const std::string longer(length, 'l');
@@ -238,13 +238,13 @@ TEST_F(Strbuf, GetcCountsFromBothEnds) {
     EXPECT_EQ(wiq_strbuf_getc(nullptr, 0), '\0');
 }
 
-// A length that no block of a test has. The results are those of 32-bit arithmetic, which wraps; no other byte
-// is looked at.
+// A length that no test could allocate. The results are those of 32-bit arithmetic, which wraps; no other
+// byte is read.
 TEST_F(Strbuf, GetcOfMoreThanTwoGibibytes) {
     struct Row {
         u64 len;
         i32 index;
-        u64 place;  // of the character; 0 for none
+        u64 place;  // of the character; 0 means none
     };
     for (const Row& row :
          {Row{(u64{1} << 32) - 5, INT32_MIN, (u64{1} << 31) - 5}, Row{(u64{1} << 32) - 5, -6, 0},
@@ -373,7 +373,8 @@ TEST_F(Strbuf, StructStr) {
     EXPECT_EQ(buf_.capacity, 602u) << "at least twice as large";
 }
 
-// A text that fits to the last byte with its NUL needs no larger block; one more byte doubles it.
+// A text that, with its NUL, fits exactly does not make the block grow; with one more byte, the block
+// doubles.
 TEST(StrbufCapacity, PrintedTextUsesTheBlockToItsEnd) {
     wiq_strbuf buf;
     ASSERT_EQ(wiq_strbuf_init(&buf, 16), 0);

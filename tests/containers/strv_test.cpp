@@ -57,7 +57,7 @@ TEST_F(Strv, GetCountsFromBothEnds) {
     EXPECT_STREQ(wiq_strv_get(&strv_, static_cast<u32>(-3)), "a");
 }
 
-// What a slot held is not only released: the slot forgets it.
+// The string of a slot is released, and the slot is set to NULL.
 TEST_F(Strv, AFreedSlotIsNull) {
     for (const char* text : {"a", "b", "c"})
         wiq_strv_push(&strv_, text);

@@ -1,4 +1,5 @@
-// The variants of the containers' functions while memory fails: each answers as the function that it varies.
+// The variants of the containers' functions when allocations fail: each returns what the basic function
+// returns.
 #include <gtest/gtest.h>
 
 #include <cstdarg>
@@ -53,7 +54,7 @@ TEST(SafeMapFaults, PutReplaceAndMemoize) {
             faults.disarm();
             EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
             EXPECT_EQ(wiq_safe_map_size(&map), faults.fired() ? 0u : 1u);
-            // The lock is free again.
+            // The lock has been released.
             EXPECT_EQ(wiq_safe_map_put(&map, number(3), number(4)), 0);
             wiq_safe_map_finalize(&map);
         });
@@ -70,7 +71,7 @@ i32 print_list(wiq_strbuf* buf, i32 (*print)(wiq_strbuf*, const char*, va_list),
     return result;
 }
 
-// Longer than what is formatted at the first attempt.
+// Longer than the buffer of the first formatting attempt.
 TEST(StrbufFaults, PrintfOfALongText) {
     static const std::string text(5000, 'x');
     const size_t points = SweepAllocations([](AllocFaults& faults) {

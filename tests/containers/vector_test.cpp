@@ -1,5 +1,5 @@
-// Tests of the vector: sizes and capacities step by step, order of construction and destruction, indexes,
-// reference counts.
+// Tests of the vector: sizes and capacities step by step, the order of construction and destruction, indexes,
+// and reference counts.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// Addresses that the callbacks were called with, in order.
+// The addresses for which the callbacks were called, in order.
 std::vector<void*> g_made;
 std::vector<void*> g_dropped;
 
@@ -32,7 +32,7 @@ class Vector : public testing::Test {
         g_dropped.clear();
     }
 
-    // A vector of ints with the values 0 .. size-1.
+    // Returns a vector of ints with the values 0 .. size-1.
     static wiq_vector counted(i32 size) {
         wiq_vector vec;
         EXPECT_EQ(wiq_vector_init(&vec, sizeof(int), size, nullptr, nullptr), 0);
@@ -174,7 +174,7 @@ TEST_F(Vector, GetCountsFromBothEnds) {
     wiq_vector vec = counted(5);
     struct Row {
         i32 index;
-        int value;  // -1: no element
+        int value;  // -1 means no element
     };
     for (const Row& row : {Row{0, 0}, Row{4, 4}, Row{5, -1}, Row{-1, 4}, Row{-5, 0}, Row{-6, -1},
                            Row{INT32_MAX, -1}, Row{INT32_MIN, -1}}) {
@@ -253,7 +253,7 @@ TEST_F(Vector, DeleteIgnoresTheCount) {
     wiq_vector_delete(nullptr);
 }
 
-// --- Callbacks that do something to their vector -------------------------------------------------------
+// --- Callbacks that change their vector ------------------------------------------------------------------
 
 wiq_vector* g_vec;
 
@@ -279,7 +279,8 @@ TEST_F(Vector, CallbacksMayTakeAReferenceAndGiveItUp) {
     }
 }
 
-// Not allowed, but noticed: the walk over the elements stops, and nothing outside the block is touched.
+// This is not allowed, but detected: the walk over the elements stops, and nothing outside the block is
+// touched.
 TEST_F(Vector, ACallbackThatChangesTheVectorIsNoticed) {
     const wiq_vector_elem_fn changes[] = {
         [](void*) {

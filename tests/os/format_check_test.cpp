@@ -1,4 +1,4 @@
-// Which formats are kept from the runtimes, and which must reach them.
+// Which formats never reach the C runtimes, and which must reach them.
 #include "os/format_check.h"
 
 #include <gtest/gtest.h>
@@ -79,7 +79,7 @@ TEST(FormatCheck, WhatStoresIsRefused) {
         EXPECT_TRUE(is_refused_format(format)) << format;
 }
 
-// Conversions without modifiers are skipped in a loop of their own. What follows them is still checked.
+// Conversions without modifiers are skipped in a separate loop. What follows them must still be checked.
 TEST(FormatCheck, WhatFollowsPlainConversionsIsChecked) {
     for (const char conversion : std::string("%cdfipsuxXaAeEgGoy")) {
         const std::string plain = std::string("text %") + conversion;
@@ -113,7 +113,7 @@ TEST(FormatCheck, AsManyPositionsAsPosixPromises) {
         format += "%" + std::to_string(position) + "$d";
     EXPECT_FALSE(is_refused_format(format.c_str()));
     EXPECT_TRUE(is_refused_format((format + "%4097$d").c_str()));
-    // Without one in the middle, at the start, and at the end of the words that are looked at.
+    // One position is missing: at the start, in the middle, and at the ends of the words of the bit set.
     for (int left_out : {1, 2, 63, 64, 65, 2048, 4095}) {
         std::string gap = format;
         const std::string conversion = "%" + std::to_string(left_out) + "$d";

@@ -1,6 +1,6 @@
-// A program that has not told the runtime what to do about bad arguments: the Universal C Runtime then ends the
-// process over each of the calls below, unless the library keeps it from doing so. The start-up code of this compiler
-// tells it to go on, which is undone first.
+// A program that has not told the runtime what to do about invalid arguments: for each of the calls below,
+// the Universal C Runtime would end the process if the library did not prevent it. This compiler's start-up
+// code tells the runtime to continue, so the test undoes that first.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -57,7 +57,7 @@ TEST_F(InvalidParameters, AFileOfABadModeIsNotLeftBehind) {
         u32 err = 0;
         FILE* fp = wiq_mkstemp(tmpl.data(), &err, mode);
         if (fp != nullptr) {
-            // A runtime may pass over what it does not know.
+            // A runtime may ignore what it does not know.
             fclose(fp);
             EXPECT_EQ(wiq_unlink(tmpl.c_str()), 0);
             continue;
@@ -106,7 +106,7 @@ void __cdecl hear(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uint
     ++g_heard;
 }
 
-// What a program has set stays set, and hears of its own mistakes only.
+// A handler that the program has set stays set, and is called only for the program's own mistakes.
 TEST_F(InvalidParameters, TheProgramsHandlerIsAsItWas) {
     _set_invalid_parameter_handler(hear);
     g_heard = 0;
@@ -125,7 +125,7 @@ TEST_F(InvalidParameters, TheProgramsHandlerIsAsItWas) {
 #endif
 }
 
-// The runtime takes an even number of bytes only for a stream of wide characters.
+// For a stream of wide characters, the runtime accepts only even numbers of bytes.
 TEST_F(InvalidParameters, AStreamOfWideCharacters) {
     FILE* fp = fopen("invalid_parameters_wide.tmp", "w,ccs=UTF-16LE");
     ASSERT_NE(fp, nullptr);

@@ -1,5 +1,5 @@
-// Which ke_utils.dll a test program has loaded. The programs of one build are also run on the DLL of another, which
-// tells nothing if the system finds a third one.
+// Which ke_utils.dll a test program has loaded. The programs of one build are also run with the DLL of
+// another, which would prove nothing if the system found a third one.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-// The file of a module; of the program itself for a null handle.
+// Returns the file of a module, or that of the program itself for a null handle.
 std::wstring file_of(HMODULE module) {
     wchar_t file[4096];
     const DWORD length = GetModuleFileNameW(module, file, 4096);
@@ -20,7 +20,7 @@ std::wstring folder_of(const std::wstring& file) {
     return file.substr(0, file.find_last_of(L'\\') + 1);
 }
 
-// What a linker writes where a debugger looks for the PDB's name: "RSDS", a GUID and an age, the name.
+// The record in which a linker writes the PDB's name for debuggers: "RSDS", a GUID and an age, then the name.
 struct PdbRecord {
     char signature[4];
     unsigned char guid[16];
@@ -28,7 +28,7 @@ struct PdbRecord {
     char name[1];
 };
 
-// The PDB that a loaded module names; "none".
+// Returns the PDB that a loaded module names, or "none".
 std::string pdb_of(HMODULE module) {
     const auto* base = reinterpret_cast<const unsigned char*>(module);
     const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
@@ -52,7 +52,7 @@ TEST(LoadedDll, StandsBesideTheProgram) {
     EXPECT_EQ(file_of(dll), folder_of(file_of(nullptr)) + L"ke_utils.dll");
 }
 
-// KE_TEST_PDB is set by ctest: the PDB of the build that the run is for, or "none".
+// ctest sets KE_TEST_PDB to the PDB of the build under test, or to "none".
 TEST(LoadedDll, IsOfTheBuildThatIsTested) {
     const char* expected = getenv("KE_TEST_PDB");
     const std::string pdb = pdb_of(GetModuleHandleW(L"ke_utils.dll"));

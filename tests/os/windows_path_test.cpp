@@ -1,5 +1,5 @@
-// Which form a path takes on its way to Windows. Not every system that runs these tests has the limit, so that the
-// forms are looked at themselves.
+// The form in which a path is passed to Windows. Not every system that runs these tests has the length limit,
+// so the tests check the forms themselves.
 #include "os/windows_path.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ namespace {
 
 using ke::os::SystemPath;
 
-// The form in ASCII, which is all that these tests use; "(none)".
+// Returns the form in ASCII, which suffices for these tests; "(none)" if there is none.
 std::string form_of(const std::string& path) {
     const SystemPath form(path.c_str());
     if (form.get() == nullptr)
@@ -52,10 +52,10 @@ TEST(WindowsPath, LongNamesAreFullAndExtended) {
          "\\\\?\\UNC\\server\\share\\" + kLong + "\\" + kLong},
         {kLong + "\\" + kLong, "\\\\?\\" + current_directory() + "\\" + kLong + "\\" + kLong},
         {kLong + "\\x/../" + kLong, "\\\\?\\" + current_directory() + "\\" + kLong + "\\" + kLong},
-        // What is extended already, or a device's, is nobody else's to change.
+        // An extended path or a device's path is never changed.
         {"\\\\?\\C:\\" + kLong + "\\" + kLong, "\\\\?\\C:\\" + kLong + "\\" + kLong},
         {"\\\\.\\" + kLong + kLong, "\\\\.\\" + kLong + kLong},
-        // Long only as it is written.
+        // Long only before it is normalised.
         {"C:\\" + kLong + "\\..\\" + kLong, "\\\\?\\C:\\" + kLong},
     };
     for (const auto& row : rows)
@@ -75,7 +75,7 @@ TEST(WindowsPath, TheLimitIsThatOfDirectories) {
 
 TEST(WindowsPath, AShortNameInALongDirectory) {
     const std::string before = current_directory();
-    // As long as a current directory may be.
+    // As long as the current directory may be.
     std::string deep = before;
     while (deep.size() + 21 < 250) {
         deep += "\\" + std::string(20, 'd');

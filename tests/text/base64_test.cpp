@@ -15,11 +15,11 @@ const u8* bytes_of(const std::string& text) {
 
 struct Decoded {
     i32 status;
-    std::string bytes;  // on failure: the whole buffer, of `capacity` bytes
+    std::string bytes;  // on failure, the whole buffer of `capacity` bytes
     size_t length;
 };
 
-// Decodes into a buffer of exactly `capacity` bytes, filled with "#", so that overruns are found.
+// Decodes into a buffer of exactly `capacity` bytes, filled with "#", so that overruns are detected.
 Decoded decode(const std::string& text, size_t capacity) {
     std::vector<u8> buffer(capacity, '#');
     u8 dummy = 0;
@@ -75,7 +75,7 @@ TEST(Base64, EveryCharacterOfTheAlphabet) {
     ASSERT_EQ(decoded.status, 0);
     ASSERT_EQ(decoded.length, 48u);
     EXPECT_EQ(encode(decoded.bytes), alphabet);
-    // The sextets 0, 1, 2, ... packed by hand.
+    // Extract the sextets by hand; they must be 0, 1, 2, ...
     for (u32 i = 0; i < 64; ++i) {
         u32 sextet = 0;
         for (u32 bit = i * 6; bit < i * 6 + 6; ++bit)
@@ -138,7 +138,7 @@ TEST(Base64, DecodeRows) {
         const char* text;
         i32 status;
         const char* bytes;
-        size_t estimate;  // what wiq_base64_decode_len() says
+        size_t estimate;  // the result of wiq_base64_decode_len()
     } rows[] = {
         {"Zm9v\nYmFy", 0, "foobar", 6},
         {"\nZ\nm\n9\nv\n", 0, "foo", 3},
@@ -148,7 +148,7 @@ TEST(Base64, DecodeRows) {
         {"Zm8=", 0, "fo", 2},
         {"Zm8", 0, "fo", 2},
         {"Zg", 0, "f", 1},
-        {"Zh", 0, "f", 1},  // left-over bits are not looked at
+        {"Zh", 0, "f", 1},  // left-over bits are ignored
         {"Z", 0, "", 0},
         {"Zm9vZ", 0, "foo", 3},
         {"=", 0, "", 0},
@@ -206,7 +206,7 @@ TEST(Base64, DecodeKeepsWhatWasWrittenBeforeTheBufferWasFull) {
             const Decoded decoded = decode(text, capacity);
             EXPECT_EQ(decoded.status, WIQ_ERR_BUFFER_TOO_SMALL);
             EXPECT_EQ(decoded.length, capacity);
-            const size_t whole = capacity / 3 * 3;  // only whole groups are written
+            const size_t whole = capacity / 3 * 3;  // only complete groups are written
             EXPECT_EQ(decoded.bytes, bytes.substr(0, whole) + std::string(capacity - whole, '#'));
         }
         EXPECT_EQ(decode(text, 10).bytes, bytes);

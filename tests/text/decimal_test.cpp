@@ -1,4 +1,4 @@
-// Digits written without a format string, against the runtime's own.
+// Digits written without a format string, compared with the runtime's.
 #include "text/decimal.h"
 
 #include <cinttypes>
@@ -64,7 +64,7 @@ TEST(Decimal, HundredAndTwentyEightBits) {
     EXPECT_EQ(text({UINT64_MAX, 0}), "18446744073709551615");
     EXPECT_EQ(text({0, 1}), "18446744073709551616");
     EXPECT_EQ(text({UINT64_MAX, UINT64_MAX}), "340282366920938463463374607431768211455");
-    // 10^38: inner chunks that are all zeros.
+    // 10^38 has inner chunks that are all zeros.
     EXPECT_EQ(text({687399551400673280u, 5421010862427522170u}), "1" + std::string(38, '0'));
 }
 

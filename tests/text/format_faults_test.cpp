@@ -1,4 +1,4 @@
-// Formatted strings without memory: the statuses, and who owns the old block.
+// Formatted strings when allocations fail: the statuses, and who owns the old block.
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -31,7 +31,7 @@ TEST(FormatFaults, FreshString) {
     EXPECT_EQ(points, 2u);
 }
 
-// Runs `append` on a block of "old" that must grow to hold `expected`.
+// Runs `append` on a block containing "old" that must grow to hold `expected`.
 template <class Append>
 void sweep_block(Append append, const char* expected, i32 result_expected) {
     const size_t points = SweepAllocations([&](AllocFaults& faults) {
@@ -62,7 +62,7 @@ TEST(FormatFaults, Overwrite) {
                 "longer", 6);
 }
 
-// Also a block that the text fits exactly is grown, to the size that it has.
+// Even a block in which the text fits exactly is reallocated, with the same size.
 TEST(FormatFaults, OverwriteOfABlockThatTheTextFills) {
     for (const auto& [size, expected_points] : {std::pair<u64, size_t>{10, 2}, {11, 0}}) {
         const size_t points = SweepAllocations([size = size](AllocFaults& faults) {

@@ -1,4 +1,4 @@
-// Formatted strings: lengths, truncation, positional arguments, fresh strings and re-used blocks.
+// Formatted strings: lengths, truncation, positional arguments, fresh strings and reused blocks.
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -13,7 +13,7 @@
 #include "support/pch.h"
 
 #if defined(__GNUC__)
-// Formats with positional arguments and formats that the runtime must refuse are the point here.
+// These tests deliberately use positional arguments and formats that the runtime must refuse.
 #pragma GCC diagnostic ignored "-Wformat"
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
@@ -56,12 +56,12 @@ i32 vrasprintf_of(char** block, u64* size, const char* format, ...) {
     return result;
 }
 
-// A format that this platform's runtime refuses.
+// Returns a format that this platform's runtime refuses.
 const char* bad_format() {
 #ifdef _WIN32
     return "abc%";
 #else
-    return "%lc";  // with the argument below: a character that the "C" locale does not have
+    return "%lc";  // the argument below is a character that the "C" locale lacks
 #endif
 }
 constexpr wint_t kBadCharacter = 0x20ac;
@@ -95,7 +95,7 @@ TEST(Snprintf, RefusedFormat) {
     EXPECT_STREQ(buf, "");
     const i32 length = wiq_snprintf(buf, sizeof buf, bad_format(), kBadCharacter);
 #ifdef _WIN32
-    EXPECT_EQ(length, 3);  // without positional arguments this runtime passes over the "%"
+    EXPECT_EQ(length, 3);  // without positional arguments, this runtime ignores the "%"
     EXPECT_STREQ(buf, "abc");
 #else
     EXPECT_LT(length, 0);
@@ -129,7 +129,7 @@ TEST(Format, ConversionsThatBothPlatformsWriteAlike) {
     EXPECT_EQ(text("%s", std::string(400, 'x').c_str()), std::string(400, 'x'));
 }
 
-// The table of text.h, as far as runtimes can be asked; nullptr: refused.
+// The table in text.h, as far as it can be tested; nullptr means refused.
 TEST(Format, WhereTheRuntimesDiffer) {
     const struct {
         const char* format;
@@ -166,7 +166,7 @@ TEST(Format, WhereTheRuntimesDiffer) {
             EXPECT_STREQ(buf, expected) << row.format;
         }
     }
-    // Ties go to the even digit or up; never down to an odd one.
+    // Ties are rounded to the even digit or up, but never down to an odd digit.
     char buf[64];
     EXPECT_EQ(format_into(buf, sizeof buf, "%.0f %.0f %.0f %.0f", 0.5, 1.5, 2.5, 3.5), 7);
 #ifdef _WIN32
@@ -214,7 +214,7 @@ TEST(Vsprintf, RefusedFormat) {
     EXPECT_EQ(format_into(nullptr, 16, "%d", 1), WIQ_ERR_FAILED);
 }
 
-// The rule is the library's own: no runtime sees such a format, and nothing is stored or appended.
+// This is the library's own rule: such a format never reaches a runtime, and nothing is stored or appended.
 TEST(Format, WhatStoresAndWhatLeavesPositionsOutIsRefusedByAll) {
     for (const char* format :
          {"%n", "ab%n", "%1$n", "%lln", "%*n", "%I64n", "%2$d", "%1$d %3$d", "%0$d", "%s %2$d"}) {
@@ -299,7 +299,7 @@ TEST(Asprintf, Failures) {
     EXPECT_EQ(out, nullptr);
 }
 
-// A re-usable block as its user holds it.
+// A reusable block as its user holds it.
 class Block : public testing::Test {
   protected:
     void TearDown() override { free(text_); }
@@ -372,7 +372,7 @@ TEST_F(Block, ASizeOfZeroMeansNoString) {
     EXPECT_STREQ(text_, "newer");
 }
 
-// Around the room that texts are tried in first, in blocks of every size.
+// Texts around the size of the buffer in which they are formatted first, in blocks of every size.
 TEST_F(Block, TextsOfEveryLength) {
     for (const u64 length : {0, 1, 511, 512, 513, 1023, 1024, 2000}) {
         const std::string text(length, 't');

@@ -1,5 +1,5 @@
-// Formatting and number parsing keep to the "C" locale while the process uses one whose decimal point is
-// a comma.
+// Formatting and number parsing use the "C" locale even while the process uses one whose decimal point is a
+// comma.
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -10,14 +10,14 @@
 
 namespace {
 
-// Sets the process's locale for numbers for the duration of a test.
+// Sets the process's numeric locale for the duration of a test.
 class CommaLocale : public testing::Test {
   protected:
     void SetUp() override {
 #ifdef _WIN32
         const char* name = "German_Germany.1252";
 #else
-        setenv("LOCPATH", KE_TEST_LOCALES, 1);  // built beside the tests, see comma_locale
+        setenv("LOCPATH", KE_TEST_LOCALES, 1);  // built with the tests, see comma_locale
         const char* name = "comma";
 #endif
         ASSERT_NE(setlocale(LC_NUMERIC, name), nullptr) << name;

@@ -1,4 +1,4 @@
-// Dumps without memory for their two texts.
+// Dumps when there is no memory for their two texts.
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
 #include "support/alloc_faults.h"

@@ -1,4 +1,4 @@
-// Memory dumps: the layout of lines, against a formatter that follows the rules one byte at a time.
+// Memory dumps: the layout of lines, compared with a formatter that follows the rules one byte at a time.
 #include <climits>
 #include <string>
 #include <vector>
@@ -50,7 +50,7 @@ std::vector<Line> dump(const std::vector<u8>& data, const Sizes& sizes) {
     return collector.lines;
 }
 
-// One cell after the other: `i` cells have been written when a separator is decided on.
+// Formats cell by cell; `i` cells have been written when it decides on a separator.
 std::vector<Line> dump_cell_by_cell(const std::vector<u8>& data, const Sizes& sizes) {
     const size_t len = data.size();
     const size_t line_bytes = sizes.line < 1 ? len : static_cast<size_t>(sizes.line);
@@ -135,7 +135,7 @@ TEST(Memdump, PaddedColumnHoldsBlanks) {
 }
 
 TEST(Memdump, SeparatorsAreCountedFromTheStartOfTheData) {
-    // A group of 3 in lines of 4: the second line's first group has 2 bytes left.
+    // With groups of 3 and lines of 4 bytes, 2 bytes are left for the second line's first group.
     const std::vector<Line> lines = dump(counting(12), {4, 3, 0, 0, false, false});
     ASSERT_EQ(lines.size(), 3u);
     EXPECT_EQ(lines[0].hex, "000102 03");
@@ -173,7 +173,7 @@ TEST(Memdump, LinesLongerThanTheData) {
         const Sizes sizes{1000, 2, 4, 2, true, pad};
         EXPECT_EQ(dump(data, sizes), dump_cell_by_cell(data, sizes));
     }
-    // Without padding the line's size costs nothing, nor does a gap that is never written.
+    // Without padding, a large line size costs nothing, and neither does a gap that is never written.
     EXPECT_EQ(dump(data, {INT_MAX, 0, 0, INT_MAX, false, false}),
               (std::vector<Line>{{0, "000102", "", false}}));
 }

@@ -1,4 +1,4 @@
-// The number readers for text of known bounds.
+// The functions that read a number from text with known bounds.
 #include "text/numbers.h"
 
 #include <cmath>
@@ -43,7 +43,7 @@ TEST(ParseI64, LimitsAndBeyond) {
 TEST(ParseDouble, EndsWhereTheNumberEnds) {
     const struct {
         const char* text;
-        size_t length;  // 0: no number
+        size_t length;  // 0 means no number
         double value;
     } rows[] = {
         {"1.5,", 3, 1.5},

@@ -1,4 +1,4 @@
-// Text to numbers: the status policy row by row, and values against the runtime's own conversions.
+// Text to numbers: the rules for statuses row by row, and values compared with the runtime's conversions.
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -142,7 +142,7 @@ TEST(Numbers, Uint64) {
         {"-0", kForm, 0},
         {"-99999999999999999999", kForm, UINT64_MAX},
         {"-18446744073709551615", kForm, 1},
-        // Only blanks and tabs are looked past for the sign.
+        // Only blanks and tabs are skipped before the sign.
         {"\n-5", 0, UINT64_MAX - 4},
         {" \n-5", 0, UINT64_MAX - 4},
         {"\n-99999999999999999999", kRange, UINT64_MAX},
@@ -156,7 +156,7 @@ TEST(Numbers, Uint64) {
     check(wiq_strtouint64, rows);
 }
 
-// Texts that look much like numbers.
+// Returns a text that looks much like a number.
 std::string random_text(std::mt19937_64& random, const char* alphabet) {
     const size_t letters = strlen(alphabet);
     std::string text;
@@ -166,7 +166,8 @@ std::string random_text(std::mt19937_64& random, const char* alphabet) {
     return text;
 }
 
-// Whether a runtime reads "0x" without digits as the standard says: as the number 0 before an "x".
+// Returns whether a text contains "0x" without digits. By the standard this is the number 0 before an "x";
+// some runtimes disagree.
 bool has_bare_prefix(const std::string& text) {
     const size_t at = text.find_first_of("xX");
     return at != std::string::npos && at + 1 <= text.size() &&
@@ -282,7 +283,8 @@ void expect_double(const std::string& text, double expected) {
     EXPECT_EQ(value, expected) << text.substr(0, 20);
 }
 
-// Whether a number is too large or too small depends on the position of its first digit and on the exponent together.
+// Whether a number is too large or too small depends on both the position of its first digit and the
+// exponent.
 TEST(Numbers, DoublesOfManyDigitsOutOfRange) {
     constexpr double kInf = std::numeric_limits<double>::infinity();
     const std::string zeros(800, '0');
@@ -295,7 +297,8 @@ TEST(Numbers, DoublesOfManyDigitsOutOfRange) {
     }
 }
 
-// Exponents of nine digits and more are read apart. The same number with a small exponent is the reference.
+// Exponents of nine or more digits are read separately. The reference is the same number with a small
+// exponent.
 TEST(Numbers, DoublesWithExponentsOfManyDigits) {
     constexpr double kInf = std::numeric_limits<double>::infinity();
     struct Row {
@@ -340,7 +343,8 @@ TEST(Numbers, DoublesWithExponentsOfManyDigits) {
     EXPECT_EQ(value, 9007199254740994.0);
 }
 
-// Hexadecimal numbers of a million digits are read apart. The same number without its zeros is the reference.
+// Hexadecimal numbers of a million digits are read separately. The reference is the same number without its
+// zeros.
 TEST(Numbers, HexadecimalDoublesOfManyDigits) {
     constexpr double kInf = std::numeric_limits<double>::infinity();
     const std::string zeros(1000001, '0');
@@ -385,7 +389,8 @@ TEST(Numbers, DoublesRoundTripThroughSeventeenDigits) {
     }
 }
 
-// A runtime whose strtod() rounds correctly and reads hexadecimal; others would only show their own faults.
+// Returns whether the runtime's strtod() rounds correctly and reads hexadecimal; with others, the comparison
+// would only show their mistakes.
 bool runtime_is_a_reference() {
     return strtod("0x1.8p1", nullptr) == 3 && strtod("2.2250738585072011e-308", nullptr) != 0 &&
            strtod("9007199254740993.00000000000000000000000000000000000001", nullptr) ==

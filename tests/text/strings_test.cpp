@@ -87,7 +87,8 @@ TEST(Replace, Rows) {
         "\xff"
         "a\xff";
     EXPECT_STREQ(wiq_strchr_replace(high, '\xff', 'b'), "bab");
-    // The terminator is not part of the string; what is replaced by one still counts as before.
+    // The terminator is not part of the string; replacing a character by a terminator does not end the
+    // replacement.
     char text[] = "abab";
     wiq_strchr_replace(text, '\0', 'x');
     EXPECT_STREQ(text, "abab");

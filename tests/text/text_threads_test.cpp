@@ -1,5 +1,5 @@
-// Tests of threads that use the text functions at the same time, each on data of its own: every thread gets what
-// a single one gets.
+// Threads that use the text functions at the same time, each on its own data: every thread gets the same
+// results as a single thread.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -41,7 +41,7 @@ class Work {
         add(wiq_snprintf(buf, sizeof buf, "%d %.3f %s", 42, 2.5, "text"));
         add(buf);
         char* text = nullptr;
-        // In a variable, since -Wpedantic does not know positions.
+        // In a variable, because -Wpedantic does not know positional arguments.
         const char* format = "%2$s %1$d";
         add(wiq_asprintf(&text, format, 7, "positions"));
         add(text);
@@ -133,7 +133,7 @@ TEST(TextThreads, EachGetsWhatASingleOneGets) {
     std::vector<std::string> first(kThreads);
     std::atomic<int> same{0};
     std::vector<std::thread> threads;
-    // No call before them: what is set up on first use is set up by all of them at once.
+    // There is no call before these: whatever is set up on first use is set up by all threads at once.
     for (std::string& own : first) {
         threads.emplace_back([&start, &same, &own] {
             start.arrive_and_wait();

@@ -1,4 +1,4 @@
-// 128-bit integers: arithmetic against the compiler's own type on boundary and random values, text in
+// 128-bit integers: arithmetic compared with the compiler's own type on boundary and random values, text in
 // every base, and the packed integers.
 #include <cstring>
 #include <random>
@@ -171,7 +171,7 @@ TEST(Uint128, FromNoText) {
     EXPECT_EQ(out, (wiq_uint128{77, 77}));
 }
 
-// Digits one at a time, so that no shortcut of the library is shared.
+// Makes one digit at a time, so that it shares no shortcut with the library.
 std::string digits_of(Native value, u32 base) {
     const char table[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
     std::string digits;

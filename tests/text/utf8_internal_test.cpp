@@ -1,4 +1,5 @@
-// Validity of whole UTF-8 sequences, against an encoder for every code point and all short byte strings.
+// Validity of whole UTF-8 sequences, compared with an encoder for every code point and all short byte
+// strings.
 #include "text/utf8.h"
 
 #include <set>
