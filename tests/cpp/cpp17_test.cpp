@@ -1,4 +1,4 @@
-// Tests of what the layer does otherwise in C++17 than in C++20.
+// What the layer does differently in C++17 than in C++20.
 #define KE_UTILS_EXCEPTIONS
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ TEST(Cpp17, Comparisons) {
 }
 
 #if defined(__SIZEOF_INT128__)
-// Integers for std::is_integral, where the compiler's extensions are on.
+// These types are integers to std::is_integral if the compiler's extensions are enabled.
 TEST(Cpp17, TheCompilersOwnIntegersOf128Bits) {
     __extension__ typedef __int128
         wide;  // NOLINT(modernize-use-using): which has no place for the word

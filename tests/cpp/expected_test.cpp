@@ -1,4 +1,4 @@
-// The conversion of ke::result to std::expected, which C++23 has. CMake compiles this file as C++23.
+// The conversion of ke::result to std::expected, which is new in C++23. CMake compiles this file as C++23.
 #include <gtest/gtest.h>
 
 #include <memory>

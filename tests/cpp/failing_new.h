@@ -1,6 +1,6 @@
-// Makes operator new fail as well, for sweeps of code that uses the standard library. A program that has
-// failing_new.cpp in it takes all memory of `new` from malloc(), so that live_blocks() counts it; it is made to
-// fail with the rest (alloc_faults.h) while a FailingNew lives.
+// Makes operator new fail as well, for sweeps of code that uses the standard library. In a program that
+// contains failing_new.cpp, `new` takes all memory from malloc(), so live_blocks() counts it. While a
+// FailingNew lives, `new` fails like the other functions (see alloc_faults.h).
 #pragma once
 
 class FailingNew {

@@ -1,4 +1,5 @@
-// Tests of files and paths: documents saved and loaded, replaced in one step, under names in any script.
+// Tests of files and paths: documents are saved and loaded, and replaced in one step, under names in any
+// script.
 #include "parsed.h"
 
 #include <string>
@@ -8,7 +9,7 @@ namespace {
 
 using ke::json;
 
-// A folder of its own for a test, empty at first; what the test names in it is removed with it.
+// A separate folder for each test, empty at first. Files that the test names in it are removed with it.
 class CppFiles : public testing::Test {
   protected:
     CppFiles() {

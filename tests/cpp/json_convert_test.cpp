@@ -1,5 +1,5 @@
-// Tests of what becomes a JSON value and what is read of one: lists in braces, the standard's containers,
-// types of the user.
+// What can become a JSON value and what can be read from one: lists in braces, standard containers,
+// user-defined types.
 #include "parsed.h"
 
 #include <array>
@@ -12,7 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
-// A type with a pair of functions beside it.
+// A type whose two conversion functions are declared next to it.
 namespace geometry {
 struct point {
     int x = 0;
@@ -42,7 +42,7 @@ struct sensor {
     double celsius = 0;
     KE_JSON_MEMBERS(sensor, name, celsius)
 };
-// As many members as one struct may name.
+// As many members as one struct may list.
 #define KE_NAMES_8(x) x##0, x##1, x##2, x##3, x##4, x##5, x##6, x##7
 struct counters {
     int KE_NAMES_8(a), KE_NAMES_8(b), KE_NAMES_8(c), KE_NAMES_8(d);

@@ -1,4 +1,5 @@
-// Tests of changing documents: what is copied and what moves in, what is taken out, what nothing changes.
+// Tests of changing documents: what is copied and what is moved in, what is removed, and which failures
+// change nothing.
 #include "parsed.h"
 
 #include <stdexcept>
@@ -119,7 +120,7 @@ TEST(CppSet, AFreeValueIsCopiedOrMovesIn) {
     EXPECT_EQ(list.push_back(2), 0);
     const wiq_json_t* const node = list.node();
     EXPECT_EQ(root.set("moved", std::move(list)), 0);
-    EXPECT_FALSE(list);  // NOLINT(bugprone-use-after-move): handed over
+    EXPECT_FALSE(list);  // NOLINT(bugprone-use-after-move): it was moved in
     EXPECT_EQ(root["moved"].node(), node) << "without a copy";
     EXPECT_EQ(text_of(root), R"({"copy":[1],"moved":[1,2]})");
     EXPECT_EQ(root.set("fresh", json::array({1, 2})), 0);
@@ -131,13 +132,13 @@ TEST(CppSet, AMovedValueStaysWithItsHandleAfterAFailure) {
     json list = json::array();
     json value = parsed("[1]");
     EXPECT_EQ(list.set("key", std::move(value)), WIQ_ERR_INVALID_ARG);
-    EXPECT_EQ(text_of(value), "[1]");  // NOLINT(bugprone-use-after-move): it was not taken
+    EXPECT_EQ(text_of(value), "[1]");  // NOLINT(bugprone-use-after-move): it was not moved
     EXPECT_EQ(list.set(3, std::move(value)), WIQ_ERR_INDEX_OUT_OF_RANGE);
-    EXPECT_EQ(text_of(value), "[1]");  // NOLINT(bugprone-use-after-move): it was not taken
+    EXPECT_EQ(text_of(value), "[1]");  // NOLINT(bugprone-use-after-move): it was not moved
     json ring = json::array();
     json_ref inside = ring.ref();
     EXPECT_EQ(inside.push_back(std::move(ring)), WIQ_ERR_INVALID_ARG);
-    EXPECT_TRUE(ring);  // NOLINT(bugprone-use-after-move): it was not taken
+    EXPECT_TRUE(ring);  // NOLINT(bugprone-use-after-move): it was not moved
 }
 
 TEST(CppSet, AnEmptyHandleHasItsOwnStatus) {

@@ -1,4 +1,4 @@
-// Tests of reading: look-ups, conversions, ranges, and how long what they give lives.
+// Tests of reading: look-ups, conversions, ranges, and how long their results live.
 #include "parsed.h"
 #include "support/temporary_stream.h"
 

@@ -1,6 +1,7 @@
-// Sweeps of the C++ layer: each allocation of the library inside a call of a class fails once. The call gives its
-// status, what it was to change is as it was, and nothing leaks. What the layer itself takes from
-// `operator new`, for a std::string or an array, is made to fail in standard_faults_test.cpp.
+// Sweeps of the C++ layer: each allocation of the library inside a call of a class fails once. The call must
+// report the status, leave what it would have changed unchanged, and leak nothing. Allocations that the layer
+// itself makes with `operator new`, for a std::string or an array, are made to fail in
+// standard_faults_test.cpp.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -34,11 +35,11 @@ i32 code_of(const ke::result<T>& result) {
     return result.code();
 }
 
-// Sweeps `call(ke::json&)` on a fresh document. After a failure the document must be equal to what it was.
+// Sweeps `call(ke::json&)` on a fresh document, which must be unchanged after a failure.
 template <class Call>
 void SweepDocument(Call call, const char* text = kText) {
     {
-        // What the library makes once and keeps (class records) is made here.
+        // Make what the library allocates once and keeps (class records) here.
         ke::json warm = *ke::json::parse(text);
         ASSERT_EQ(code_of(call(warm)), 0);
         ASSERT_TRUE(warm.dump());
@@ -128,7 +129,7 @@ TEST(CppFaults, WhatNeedsNoMemoryOfTheLibrary) {
     EXPECT_EQ(points, 0u);
 }
 
-// Elements that nobody but a weak array has are released when they leave it.
+// Elements that only a weak array holds are released when they are removed from it.
 TEST(CppFaults, WeakArraysRelease) {
     const auto few = [] {
         ke::json weak = ke::json::weak_array();
@@ -152,7 +153,7 @@ TEST(CppFaults, WeakArraysRelease) {
 
 TEST(CppFaults, MergingAndPatching) {
     const ke::json patch{{"o", {{"a", nullptr}, {"b", {1, 2}}}}};
-    // A merge that fails has done a part: only its status, and that nothing is lost, is held here.
+    // A merge that fails may be partly done; this test checks only its status, and that nothing leaks.
     const size_t points = SweepAllocations([&](AllocFaults& faults) {
         ke::json document = *ke::json::parse(kText);
         faults.arm();

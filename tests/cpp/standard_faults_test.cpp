@@ -1,6 +1,6 @@
-// Sweeps of the C++ layer with operator new failing too: each allocation inside a call, be it the library's, the
-// layer's or the standard library's, fails once. The call then gives WIQ_ERR_NO_MEMORY or throws std::bad_alloc;
-// nothing leaks, and what it was to change is as it was.
+// Sweeps of the C++ layer with operator new failing, too: each allocation inside a call, whether the
+// library's, the layer's or the standard library's, fails once. The call must return WIQ_ERR_NO_MEMORY or
+// throw std::bad_alloc, leak nothing, and leave what it would have changed unchanged.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -21,7 +21,7 @@ using ke::json_view;
 
 namespace {
 
-// Too long for the buffer inside a std::string, so that each copy allocates.
+// Too long for the inline buffer of a std::string, so each copy allocates.
 const char kLong[] = "a text that is too long to lie inside a std::string";
 const char kDocument[] =
     R"({"list":[3,1,2],"names":["a text that is too long to lie inside a std::string","b"],)"
@@ -51,10 +51,10 @@ i32 code_of(const ke::result<T>& result) {
 }
 template <class T>
 i32 code_of(const T&) {
-    return 0;  // a call that has no status can only throw
+    return 0;  // a call without a status can only throw
 }
 
-// Runs a call with faults armed. True if it did what it was asked.
+// Runs a call with faults armed. Returns whether the call succeeded.
 template <class Call>
 bool RunWithFaults(AllocFaults& faults, Call&& call) {
     i32 code = 0;
@@ -78,7 +78,7 @@ bool RunWithFaults(AllocFaults& faults, Call&& call) {
 template <class Call>
 void Sweep(const char* what, Call&& call) {
     SCOPED_TRACE(what);
-    (void)call();  // what is made once and kept
+    (void)call();  // allocates what is made once and kept
     const size_t points = SweepAllocations([&](AllocFaults& faults) {
         const bool done = RunWithFaults(faults, call);
         EXPECT_TRUE(done || faults.fired());
@@ -86,8 +86,8 @@ void Sweep(const char* what, Call&& call) {
     EXPECT_GT(points, 0u);
 }
 
-// Sweeps a call that changes what `make` makes; it must be equal to `make()` after a failure. A call that copes
-// without the memory that it did not get has succeeded.
+// Sweeps a call that changes the result of `make()`; after a failure it must still be equal to `make()`. A
+// call that succeeds although an allocation failed is a success.
 template <class Make, class Call>
 void SweepChange(const char* what, Make make, Call call) {
     SCOPED_TRACE(what);
@@ -171,13 +171,14 @@ TEST(CppStandardFaults, Changing) {
                   [&](json& d) { return ke::apply_patch(d, removal); });
 }
 
-// Several members are removed one after the other. Removing needs no memory once the names are noted.
+// Several members are removed one after the other. Once their names have been collected, removing needs no
+// memory.
 TEST(CppStandardFaults, ErasingMembers) {
     SweepDocument("erase_if of an object",
                   [](json& d) { return d["o"].erase_if([](json_view v) { return v != 1; }); });
 }
 
-// A merge that ends early has done a part, which is documented; nothing is lost or leaks.
+// A merge that ends early may be partly done, as documented; nothing is lost or leaks.
 TEST(CppStandardFaults, Merging) {
     const json patch{{"o", {{"a", nullptr}, {kLong, {1, 2}}, {"new", {{"deep", {{"er", 1}}}}}}}};
     const size_t points = SweepAllocations([&](AllocFaults& faults) {
@@ -202,7 +203,7 @@ TEST(CppStandardFaults, BracedLists) {
     EXPECT_GT(points, 10u);
 }
 
-// The entries of a map, sorted.
+// Returns the entries of a map, sorted.
 template <class Map>
 std::map<std::string, std::string> entries_of(Map& map) {
     std::map<std::string, std::string> entries;
@@ -214,7 +215,7 @@ std::map<std::string, std::string> entries_of(Map& map) {
 TEST(CppStandardFaults, Maps) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         ke::map<std::string> map;
-        for (int i = 0; i < 30; ++i) {  // on the way the table grows
+        for (int i = 0; i < 30; ++i) {  // meanwhile the table grows
             const std::string key = kLong + std::to_string(i);
             const auto before = entries_of(map);
             const bool done =
@@ -256,7 +257,7 @@ TEST(CppStandardFaults, LockedMaps) {
     EXPECT_GT(points, 60u);
 }
 
-// A map that cannot be made at first is made by the first call that finds memory.
+// If the map cannot be allocated at first, the next call for which there is memory allocates it.
 TEST(CppStandardFaults, AMapWithoutMemoryForItself) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         faults.arm();
@@ -324,11 +325,11 @@ class Collector : public ke::json_visitor {
     }
 };
 
-// Also what a visitor's members throw comes out of visit(), past the C frames.
+// An exception thrown by a visitor's member passes through the C frames and out of visit(), too.
 TEST(CppStandardFaults, Visitors) {
     const json root = document();
-    EXPECT_TRUE(Collector().visit(root).ok());  // makes the classes, which stay
-    // An object that cannot be made has no status of its own.
+    EXPECT_TRUE(Collector().visit(root).ok());  // builds the classes, which are kept
+    // There is no status that says that an object could not be made.
     const size_t points = SweepAllocations([&](AllocFaults& faults) {
         Collector collector;
         bool failed = false;
@@ -349,7 +350,7 @@ TEST(CppStandardFaults, Visitors) {
     EXPECT_GT(points, 2u);
 }
 
-// A folder for the files of a test, under a name too long for a std::string's inside.
+// A folder for the files of a test, with a name that is too long for the inline buffer of a std::string.
 class CppStandardFilesFaults : public testing::Test {
   protected:
     CppStandardFilesFaults() {
@@ -389,7 +390,8 @@ TEST_F(CppStandardFilesFaults, Reading) {
     Sweep("dir_name", [&] { return ke::dir_name(folder_); });
 }
 
-// After a failure the old file is there, whole; nothing else is in the folder, which could not be removed then.
+// After a failure the old file is intact. Nothing else may be in the folder, or the folder could not be
+// removed.
 TEST_F(CppStandardFilesFaults, Saving) {
     const json next = *json::parse("[1,2,3]");
     const auto sweep = [&](auto save) {
@@ -404,15 +406,15 @@ TEST_F(CppStandardFilesFaults, Saving) {
         EXPECT_GT(points, 1u);
         EXPECT_EQ(ke::save_text(file_, kDocument), 0);
     };
-    EXPECT_EQ(ke::save_file(file_, next), 0);  // makes the serializer's class, which stays
+    EXPECT_EQ(ke::save_file(file_, next), 0);  // builds the serializer's class, which is kept
     sweep([&] { return ke::save_file(file_, next); });
     sweep([&] { return ke::save_text(std::string_view(file_), "[1,2,3]"); });
 }
 
-// A text that is copied on its way into a call, and for which there is no memory, is told from a bad one.
+// If the copy of a name cannot be allocated, the status is not that of an invalid name.
 TEST_F(CppStandardFilesFaults, LongNames) {
     const std::string name = folder_ + std::string(300, '/');
-    const std::string_view path = name;  // the folder itself, at length
+    const std::string_view path = name;  // the folder itself, written as a long name
     const std::string_view none = std::string_view(name).substr(0, name.size());
     Sweep("make_directory", [&]() -> ke::status {
         const ke::status made = ke::make_directory(path);

@@ -1,4 +1,4 @@
-// Tests of statuses and results: what they hold, what they say, and when they throw.
+// Tests of statuses and results: what they hold, how they are described, and when they throw.
 #include "parsed.h"
 
 #include <sstream>

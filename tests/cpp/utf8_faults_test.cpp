@@ -1,4 +1,4 @@
-// Sweeps of the helpers for JSON text beyond ASCII: every allocation of theirs fails once.
+// Sweeps of the helpers for non-ASCII JSON text: fails each of their allocations once.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -24,7 +24,7 @@ TEST(CppUtf8Faults, LoadsNothingOrAll) {
 
 TEST(CppUtf8Faults, DumpsNothingOrAll) {
     wiq_json_t* const value = wiq_json_str_new("\xC3\xA9", nullptr);
-    char* first = nullptr;  // the serializer's class, which stays, is built by the first dump
+    char* first = nullptr;  // the first dump builds the serializer's class, which is kept
     EXPECT_EQ(wiq_json_sdump(value, &first, 0), 4);
     free(first);
     const size_t points = SweepAllocations([&](AllocFaults& faults) {

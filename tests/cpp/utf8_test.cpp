@@ -1,4 +1,4 @@
-// Tests of JSON text beyond ASCII: what is saved can be loaded, and places are those of the user's text.
+// Tests of non-ASCII JSON text: what is saved can be loaded, and positions are those in the user's text.
 #include "parsed.h"
 
 #include <string>

@@ -12,7 +12,7 @@ namespace {
 
 constexpr u32 kNoUnicodeTranslation = 1113;
 
-// A wide text from code points, in the platform's encoding.
+// Returns a wide text made from code points, in the platform's encoding.
 std::wstring wide(const std::vector<u32>& code_points) {
     std::wstring text;
     for (u32 c : code_points) {
@@ -110,8 +110,8 @@ TEST(Encoding, WidenReplacesWhatIsInvalid) {
     }
 }
 
-// A sequence is given up at the first byte that no valid sequence has there, and each such piece is replaced
-// by one character. Where wide characters are units of 16 bits the system decides what a piece is.
+// A sequence ends before the first byte that cannot continue it, and each such piece is replaced by one
+// character. Where wide characters are 16-bit units, the system decides what a piece is.
 TEST(Encoding, WidenReplacesEachPieceOfAnIllFormedSequence) {
     if (sizeof(wchar_t) != 4)
         return;
@@ -122,7 +122,7 @@ TEST(Encoding, WidenReplacesEachPieceOfAnIllFormedSequence) {
     constexpr u32 kBad = 0xFFFD;
     for (
         const Row& row : {
-            // The second byte makes the text too long for its character, a surrogate, or too large.
+            // The second byte makes the sequence overlong, a surrogate, or larger than any code point.
             Row{"\xe0\x80\x80", {kBad, kBad, kBad}},
             Row{"\xe0\x9f\xbf", {kBad, kBad, kBad}},
             Row{"\xe0\xa0\x80", {0x800}},
@@ -133,13 +133,13 @@ TEST(Encoding, WidenReplacesEachPieceOfAnIllFormedSequence) {
             Row{"\xf0\x90\x80\x80", {0x10000}},
             Row{"\xf4\x8f\xbf\xbf", {0x10FFFF}},
             Row{"\xf4\x90\x80\x80", {kBad, kBad, kBad, kBad}},
-            // The leads beside those have no such limits.
+            // The neighbouring lead bytes have no such limits.
             Row{"\xe1\x80\x80", {0x1000}},
             Row{"\xec\xbf\xbf", {0xCFFF}},
             Row{"\xee\xbf\xbf", {0xEFFF}},
             Row{"\xf1\x80\x80\x80", {0x40000}},
             Row{"\xf3\xbf\xbf\xbf", {0xFFFFF}},
-            // Bytes that begin nothing.
+            // Bytes that cannot begin a sequence.
             Row{"\xc1\xbf", {kBad, kBad}},
             Row{"\xc2\x80", {0x80}},
             Row{"\xf5\x80", {kBad, kBad}},

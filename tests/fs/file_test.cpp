@@ -40,7 +40,7 @@ TEST_F(LoadFile, PadsToAMultipleAboveTheSize) {
         void* data = nullptr;
         ASSERT_EQ(wiq_load_file(kName, &data, row.pad), 10);
         EXPECT_EQ(memcmp(data, content.data(), 10), 0);
-        // The block is exactly that long: the sanitizers watch its end.
+        // The block has exactly this size, so the sanitizers detect an overrun.
         for (size_t i = 0; i < row.padding; ++i)
             EXPECT_EQ(static_cast<char*>(data)[10 + i], '\0') << row.pad;
         free(data);
@@ -92,7 +92,7 @@ TEST_F(LoadFile, ADirectoryIsNoFile) {
 TEST_F(LoadFile, FilesOfTwoGibibytesAreRefused) {
     FILE* fp = fopen(kName, "wb");
     ASSERT_NE(fp, nullptr);
-    // A hole: the file takes no room on the disk.
+    // A sparse file: it takes no room on the disk.
     ASSERT_EQ(fseek(fp, 2147483647L, SEEK_SET), 0);
     fputc('x', fp);
     fclose(fp);
@@ -116,7 +116,7 @@ class Getline : public testing::Test {
         fwrite(content.data(), 1, content.size(), stream_);
         rewind(stream_);
     }
-    // The next line, or "(status)".
+    // Returns the next line, or "(status)".
     std::string next() {
         const i32 length = wiq_getline(&line_, &size_, stream_);
         if (length < 0)
@@ -154,13 +154,13 @@ TEST_F(Getline, AnEmptyStreamTakesNoBuffer) {
 
 TEST_F(Getline, GrowsInSteps) {
     struct Row {
-        size_t length, size;  // with the line feed
+        size_t length, size;  // including the line feed
     };
     for (const Row& row : {Row{1, 128}, Row{126, 128}, Row{127, 128}, Row{128, 256}, Row{255, 256},
                            Row{256, 384}, Row{300, 384}, Row{1023, 1024}}) {
         free(line_);
         line_ = nullptr;
-        size_ = 77777;  // ignored without a buffer
+        size_ = 77777;  // ignored because there is no buffer
         rewind(stream_);
         fill(std::string(row.length - 1, 'x') + "\n");
         EXPECT_EQ(next().size(), row.length);
@@ -174,14 +174,15 @@ TEST_F(Getline, ALineOf300BytesTakes384) {
     EXPECT_EQ(size_, 384u);
 }
 
-// The size is told as if the block grew in steps, however it grows. All of it can be written to.
+// The reported size is that of a block that grows in steps, whatever it really does. All of it can be written
+// to.
 TEST_F(Getline, LongLines) {
     for (const size_t length : {65406, 65407, 65408, 65534, 65535, 65536, 98304, 100000, 500000}) {
         std::string line(length, 'x');
         line[length / 2] = 'y';
         fill(line + "\n");
         EXPECT_EQ(next(), line + "\n");
-        // For the line feed and the NUL, too.
+        // Includes the line feed and the NUL.
         const size_t steps = (length + 2 + 127) / 128;
         EXPECT_EQ(size_, steps * 128) << length;
         memset(line_, 0, size_);
@@ -241,7 +242,7 @@ TEST(Streams, APipeHasNoSizeToLoad) {
     EXPECT_EQ(data, nullptr);
 }
 
-// The disk is full after the first block, or within one long text.
+// The disk is full after the first block, or in the middle of a long text.
 TEST(Streams, AFullDisk) {
     std::string numbers = "[0";
     for (int i = 0; i < 20000; ++i)
@@ -262,10 +263,11 @@ TEST(Streams, AFullDisk) {
     }
 }
 
-// A file that is shorter than it said, as one that shrinks while it is loaded, is no loaded file.
+// If a file is shorter than its reported size, for example because it shrinks while it is read, loading
+// fails.
 TEST(Streams, AFileThatIsShorterThanItSaid) {
     void* data = nullptr;
-    // The system's own files say a page and give a line.
+    // Such files of the system report the size of a page and contain only a line.
     const char* name = "/sys/kernel/mm/transparent_hugepage/enabled";
     if (wiq_access(name, 4) != 0)
         name = "/sys/kernel/uevent_seqnum";
@@ -292,7 +294,7 @@ TEST(Streams, ADocumentForNobody) {
     Pipe pipe;
     ASSERT_NE(pipe.writer, nullptr);
     Pipe::close(&pipe.reader);
-    // More than any buffer on the way takes.
+    // More than all buffers on the way can hold.
     wiq_json_t* root = wiq_json_str_new(std::string(200000, 'x').c_str(), nullptr);
     EXPECT_EQ(wiq_json_fdump(root, pipe.writer, 0, 0), -1);
     wiq_json_unref(root);
@@ -304,7 +306,7 @@ TEST(Streams, ADirectoryIsNoDocument) {
     ASSERT_EQ(directory, nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
 #ifndef _WIN32
-    // The runtime's own function opens it.
+    // The runtime's own function does open a directory.
     wiq_json_load_error error = {};
     directory = fopen(".", "r");
     ASSERT_NE(directory, nullptr);

@@ -1,5 +1,5 @@
-// Tests of the file system functions, inside a folder of their own below the current one. Names are
-// written with the library's separator, on every platform.
+// Tests of the file system functions, in a folder below the current one. On every platform, names are written
+// with the library's separator.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -25,7 +25,7 @@ namespace {
 class Filesystem : public testing::Test {
   protected:
     void SetUp() override {
-        // One folder a test: names of others are never in the way.
+        // Each test has its own folder, so names in other tests never interfere.
         root_ =
             std::string("fs_test_") + testing::UnitTest::GetInstance()->current_test_info()->name();
         ASSERT_EQ(wiq_mkdir(root_.c_str()), 0);
@@ -38,7 +38,7 @@ class Filesystem : public testing::Test {
         EXPECT_EQ(wiq_rmdir(root_.c_str()), 0) << "a test leaves nothing behind";
     }
 
-    // A path below the test's folder, to be removed at the end.
+    // Returns a path below the test's folder, to be removed at the end.
     std::string path(const std::string& name) {
         made_.push_back(root_ + "\\" + name);
         return made_.back();
@@ -102,7 +102,8 @@ TEST_F(Filesystem, ADirectoryIsNotOpenedInAnyMode) {
     }
 }
 
-// Where there can be no file: the same answers everywhere, to every call that takes the name of one.
+// Names under which no file can exist: every call that takes a file name gives the same answer on all
+// platforms.
 TEST_F(Filesystem, NamesThatNoFileCanHave) {
     const std::string made = file("f");
     const std::string free_name = root_ + "\\free";
@@ -118,7 +119,7 @@ TEST_F(Filesystem, NamesThatNoFileCanHave) {
         {root_ + "\\" + std::string(5000, 'n'), -3002, -3002, -3002, -3002},
         {root_ + "\\" + std::string(40000, 'n'), -3002, -3002, -3002, -3002},
         {"", -3002, -3002, -3002, -3002},
-        // With a separator at its end a name is a directory's.
+        // A name that ends in a separator names a directory.
         {made + "\\", -3, -3, -3, -3},
         {root_ + "\\none\\", -3002, -3, -3002, -3002},
     };
@@ -176,13 +177,13 @@ TEST_F(Filesystem, LongNames) {
     u32 err = 0;
     EXPECT_EQ(wiq_fopen((root_ + "\\" + too_long).c_str(), "w", &err), nullptr);
     EXPECT_NE(err, 0u);
-    // Longer than any buffer that a path is converted in without taking memory.
+    // Longer than any buffer in which a path is converted without allocating.
     const std::string far(5000, 'd');
     EXPECT_EQ(wiq_fopen((root_ + "\\" + far).c_str(), "r", &err), nullptr);
     EXPECT_NE(err, 0u);
 }
 
-// The systems' own limit of a name is 255 of their units.
+// The systems' own limit for a name is 255 units.
 TEST_F(Filesystem, NamesAtTheSystemsLimit) {
     EXPECT_EQ(read_all(file(std::string(255, 'n'), "longest")), "longest");
     const std::string dir = path(std::string(255, 'd'));
@@ -197,14 +198,15 @@ TEST_F(Filesystem, NamesAtTheSystemsLimit) {
               WIQ_ERR_NOT_FOUND);
     EXPECT_EQ(wiq_access(inside.c_str(), 0), 0) << "what cannot be renamed stays";
     EXPECT_NE(wiq_mkdir((root_ + "\\" + std::string(256, 'd')).c_str()), 0);
-    // Two bytes a letter.
+    // Letters of two bytes each.
     std::string letters;
     for (int i = 0; i < 127; ++i)
         letters += "\xC3\xA9";
     EXPECT_EQ(read_all(file(letters, "letters")), "letters");
 }
 
-// Beyond the 260 characters that Windows takes in plain names; relative, with both separators and with "..".
+// Longer than the 260 characters that Windows accepts in plain names; relative, with both separators and with
+// "..".
 TEST_F(Filesystem, PathsOfAnyLength) {
     std::string deep = root_;
     for (char level = 'a'; level < 'g'; ++level) {
@@ -323,7 +325,7 @@ TEST_F(Filesystem, Access) {
 }
 
 #ifdef _WIN32
-// Whether writing is refused as well depends on who runs the tests: a superuser may.
+// Whether writing is refused as well depends on who runs the tests; a superuser may write.
 TEST_F(Filesystem, ReadOnlyFilesGiveNoWriteAccess) {
     const std::string made = file("f.txt");
     ASSERT_EQ(_chmod(made.c_str(), _S_IREAD), 0);
@@ -441,7 +443,7 @@ TEST_F(Filesystem, ANameIsRenamedOntoItself) {
     EXPECT_EQ(wiq_rename(d.c_str(), (d + "\\").c_str()), 0);
     EXPECT_EQ(wiq_rename((d + "/").c_str(), d.c_str()), 0);
     EXPECT_EQ(wiq_rename(f.c_str(), (d + "\\..\\f").c_str()), 0) << "by another way";
-    // The same last name elsewhere is another name.
+    // The same last name in another directory is a different name.
     EXPECT_EQ(wiq_rename(f.c_str(), nested.c_str()), WIQ_ERR_IO);
     EXPECT_EQ(read_all(f), "f");
     EXPECT_EQ(read_all(nested), "nested");
@@ -455,7 +457,7 @@ TEST_F(Filesystem, TwoNamesOfOneFileAreNotOneName) {
     EXPECT_EQ(wiq_rename(a.c_str(), b.c_str()), WIQ_ERR_IO);
     EXPECT_EQ(read_all(a), "both");
     EXPECT_EQ(read_all(b), "both");
-    // In the current folder, by names alone.
+    // Names without a directory, in the current directory.
     const int here = open(".", O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(chdir(root_.c_str()), 0);
     EXPECT_EQ(wiq_rename("a", "b"), WIQ_ERR_IO);
@@ -465,7 +467,7 @@ TEST_F(Filesystem, TwoNamesOfOneFileAreNotOneName) {
     EXPECT_EQ(fchdir(here), 0);
     close(here);
     EXPECT_EQ(read_all(a), "both");
-    // A link that leads nowhere is a name that is taken.
+    // A name of a dangling link is taken.
     const std::string nowhere = path("nowhere");
     ASSERT_EQ(symlink("none", (root_ + "/nowhere").c_str()), 0);
     EXPECT_EQ(wiq_rename(a.c_str(), nowhere.c_str()), WIQ_ERR_IO);
@@ -529,7 +531,7 @@ TEST_F(Filesystem, MkstempInFoldersOfAnyLanguage) {
         const std::string dir = path(name);
         ASSERT_EQ(wiq_mkdir(dir.c_str()), 0);
         std::vector<std::string> made;
-        // As many as the runtime of Windows has names for; each stays while the next is made.
+        // As many as the runtime of Windows can name; each file still exists when the next is made.
         for (int i = 0; i < 26; ++i) {
             std::string tmpl = dir + "\\\xc3\xa9XXXXXX";
             u32 err = 9;
@@ -558,7 +560,7 @@ TEST_F(Filesystem, MkstempRefusesBadTemplates) {
     }
     u32 err = 0;
 #ifndef _WIN32
-    // The runtime of Windows ends a program that gives it a mode that is none.
+    // The runtime of Windows would end a program that passes it an invalid mode.
     std::string good = root_ + "\\XXXXXX";
     EXPECT_EQ(wiq_mkstemp(good.data(), &err, "q"), nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);

@@ -1,5 +1,5 @@
-// Every allocation of the file family fails once. What libuv and the runtime take for themselves does not
-// count.
+// Fails every allocation of the file family once, except those that libuv and the runtime make for
+// themselves.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kName = "fs_faults_test.tmp";
 
-// A call that makes a string or gives NULL.
+// Sweeps a call that returns a new string or NULL.
 size_t sweep_string(char* (*make)()) {
     return SweepAllocations([make](AllocFaults& faults) {
         faults.arm();
@@ -110,7 +110,8 @@ TEST(FileFaults, LoadFile) {
         const i32 size = wiq_load_file(kName, &data, 1);
         faults.disarm();
         if (faults.fired()) {
-            // Paths are converted on Windows: without memory for that the file cannot be opened.
+            // On Windows, paths are converted first; if there is no memory for that, the file cannot be
+            // opened.
             EXPECT_TRUE(size == WIQ_ERR_NO_MEMORY || size == WIQ_ERR_ENCODING) << size;
             EXPECT_EQ(data, nullptr);
         } else {
@@ -121,7 +122,8 @@ TEST(FileFaults, LoadFile) {
     remove(kName);
 }
 
-// A block that was given may have moved by the time that memory runs out; what is told of it is true.
+// The caller's block may have been reallocated before memory ran out; the returned address and size must be
+// valid.
 TEST(FileFaults, GetlineKeepsTheCallersBuffer) {
     const std::string content = std::string(300, 'x') + "\n";
     const size_t points = SweepAllocations([&content](AllocFaults& faults) {
@@ -194,7 +196,7 @@ TEST(SchemaFaults, Load) {
         faults.arm();
         wiq_json_t* schema = wiq_load_schema(kName, &err);
         faults.disarm();
-        // A search that had no memory found nothing (-3); a parse that had none says so.
+        // A search that runs out of memory finds nothing (-3); a parse that runs out of memory says so.
         EXPECT_EQ(schema == nullptr, faults.fired());
         EXPECT_EQ(err != 0, faults.fired());
         wiq_json_unref(schema);
@@ -241,7 +243,7 @@ TEST(SchemaFaults, Open) {
 
 namespace {
 
-// Names too long for the room that conversions have without memory.
+// Names that are too long for the inline buffers of conversions.
 TEST(FilesystemFaults, LongNamesThatCannotBeConverted) {
     static const std::string name(5000, 'n');
     using Call = i32 (*)();
@@ -269,7 +271,7 @@ TEST(FilesystemFaults, LongNamesThatCannotBeConverted) {
             const i32 status = row.call();
             faults.disarm();
             if (!faults.fired()) {
-                // Windows calls a name that is too long one that is not there.
+                // Windows reports a name that is too long as not found.
                 EXPECT_TRUE(status == row.with_memory || status == WIQ_ERR_NOT_FOUND) << status;
             } else if (row.without == 1) {
                 EXPECT_TRUE(status == WIQ_ERR_ENCODING || status == WIQ_ERR_IO) << status;

@@ -1,5 +1,5 @@
-// Tests of the INI parser: every token, every mistake with its place, and random texts against a small
-// model that works on the whole text.
+// Tests of the INI parser: every token, every mistake with its position, and random texts compared with a
+// small model that works on the whole text.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -21,7 +21,7 @@ std::string place(const WiqIniLocation& l) {
 struct ParseRun {
     std::vector<std::string> events;
     std::string text;
-    std::string stop_at;  // the event that ends the parse with 5
+    std::string stop_at;  // at this event, the callback ends the parse with 5
 };
 
 i32 note(ParseRun* run, const std::string& event) {
@@ -29,7 +29,7 @@ i32 note(ParseRun* run, const std::string& event) {
     return event == run->stop_at ? 5 : 0;
 }
 
-// A location other than that of a missing argument must point at its text in the file.
+// Unless it is that of a missing argument, a location must be that of its text in the file.
 void expect_points_at(const ParseRun& run, const WiqIniLocation& location, const char* text) {
     EXPECT_EQ(run.text.substr(location.offset, location.length), text);
 }
@@ -233,7 +233,7 @@ std::vector<Token> tokens_of(const std::string& line) {
     }
 }
 
-// The events of a text by the grammar, without the help of the parser.
+// Returns the events of a text by the grammar, without using the parser.
 Events model(const std::string& text) {
     Events events;
     bool in_section = false;

@@ -1,5 +1,5 @@
-// Lines longer than a length can tell: the limit, which is 2^31 - 1 bytes for users, is an argument inside the
-// library, so that short lines reach it.
+// Lines that are longer than a length can express. The limit, which is 2^31 - 1 bytes for users, is an
+// argument inside the library, so short lines can reach it.
 #include "fs/line.h"
 
 #include <gtest/gtest.h>

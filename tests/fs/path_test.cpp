@@ -1,4 +1,4 @@
-// Tests of path strings, by table.
+// Tests of path strings, in tables.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

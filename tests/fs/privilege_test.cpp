@@ -1,5 +1,5 @@
-// What the library takes no more of than it needs, on Linux: who may read its temporary files, who can guess their
-// names, which programs inherit its streams, and where it writes.
+// The library takes no more access than it needs (Linux): who can read its temporary files, who could guess
+// their names, which programs inherit its streams, and where it writes.
 #include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -72,7 +72,8 @@ TEST_F(Privilege, TemporaryFilesAreTheirOwners) {
     EXPECT_EQ(wiq_unlink(tmpl.c_str()), 0);
 }
 
-// Names that follow from the process, the time or each other could be taken by somebody else first.
+// If a name could be predicted from the process, the time or other names, somebody else could create it
+// first.
 TEST_F(Privilege, TemporaryNamesAreRandom) {
     std::set<std::string> names;
     int same_places = 0;
@@ -89,7 +90,7 @@ TEST_F(Privilege, TemporaryNamesAreRandom) {
         last = tmpl;
     }
     EXPECT_EQ(names.size(), 200u) << "a name that is free again is not used again";
-    // Of 1194 pairs of characters one in 62 is equal by chance, with a deviation of 4.4.
+    // Of 1194 pairs of characters, one in 62 is equal by chance, with a standard deviation of 4.4.
     EXPECT_LT(same_places, 60);
 }
 
@@ -103,7 +104,7 @@ std::set<std::string> names_in(const char* directory) {
     return names;
 }
 
-// A document, an INI file and a temporary file, read and written in one folder.
+// Reads and writes a document, an INI file and a temporary file in one folder.
 void work_in(const std::string& folder) {
     const std::string name = folder + "\\f.json";
     wiq_json_t* root =
@@ -140,7 +141,8 @@ void work_in(const std::string& folder) {
 }
 
 TEST_F(Privilege, NothingIsWrittenElsewhere) {
-    // The places where programs like to leave things: here, at home, where temporary files go.
+    // The places where programs often leave files: the current directory, the home directory, the temporary
+    // one.
     const std::string here = root_ + "/here";
     ASSERT_EQ(mkdir(here.c_str(), 0755), 0);
     char before[4096];

@@ -1,4 +1,4 @@
-// Tests of schema files, which are put beside this program and one folder up for the time of a test.
+// Tests of schema files, which each test puts next to this program or one folder up.
 #include <gtest/gtest.h>
 
 #include <cstdio>

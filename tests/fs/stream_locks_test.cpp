@@ -1,4 +1,4 @@
-// Reading a stream locks it for as long as a call reads, no shorter and no longer.
+// A call locks the stream that it reads for exactly as long as it reads.
 #include <gtest/gtest.h>
 #include <uv.h>
 
@@ -22,7 +22,7 @@ FILE* stream_of(const std::string& text) {
     return stream;
 }
 
-// What another thread reads next. It waits for ever where the stream was left locked.
+// Returns what another thread reads next. If the stream is still locked, this waits forever.
 int read_on_another_thread(FILE* stream) {
     struct Shared {
         FILE* stream;
@@ -61,7 +61,7 @@ TEST(StreamLockThreads, IsGivenUpAfterEachCall) {
     fclose(stream);
 }
 
-// Two parses of one stream: the second begins in the middle of the first, and has to wait for its end.
+// Two parses of one stream: the second begins in the middle of the first and must wait for its end.
 struct Parse {
     FILE* stream;
     uv_thread_t thread;

@@ -1,5 +1,5 @@
-// Every call of the system that the library makes fails once, and fails from once on: the status is one that the
-// header states, nothing is tried again, no file is lost or left behind, no descriptor stays open.
+// Every system call of the library fails, once alone and once with all later ones: the header documents the
+// returned status, the library does not retry, no file is lost or left behind, and no descriptor stays open.
 #include "support/system_faults.h"
 
 #include <dirent.h>
@@ -24,7 +24,7 @@ namespace {
 
 using Names = std::set<std::string>;
 
-// A folder whose files are known before and after.
+// A folder whose contents are known before and after.
 class SystemFaultsOfFiles : public testing::Test {
   protected:
     void SetUp() override {
@@ -47,7 +47,7 @@ class SystemFaultsOfFiles : public testing::Test {
         fclose(fp);
     }
 
-    // The files of the folder with what they hold; folders with "/".
+    // Returns the folder's files with their contents; subfolders with "/".
     static std::map<std::string, std::string> contents() {
         std::map<std::string, std::string> all;
         DIR* dir = opendir(kFolder);
@@ -120,7 +120,7 @@ TEST_F(SystemFaultsOfFiles, TemporaryFiles) {
         faults.disarm();
         if (fp == nullptr) {
             EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
-            // With every call failing, what was made cannot be removed either.
+            // If every call fails, the new file cannot be removed either.
             if (faults.fired().count("unlink") == 0) {
                 EXPECT_EQ(contents(), Files{}) << "a file is left behind";
             }
@@ -146,7 +146,7 @@ TEST_F(SystemFaultsOfFiles, Loading) {
     EXPECT_EQ(fired, (Names{"fopen", "fread", "fseek", "fstat", "ftell"}));
 }
 
-// Whatever fails, the file has its old name or its new one, and a target that is there stays.
+// Whatever fails, the file has its old name or its new one, and an existing target is not replaced.
 TEST_F(SystemFaultsOfFiles, Renaming) {
     const Names fired = SweepSystemCalls([](SystemFaults& faults) {
         write("from", "moved");
@@ -160,10 +160,10 @@ TEST_F(SystemFaultsOfFiles, Renaming) {
     EXPECT_EQ(fired, (Names{"renameat2"}));
 }
 
-// Kernels and file systems that cannot rename without replacing.
+// Simulates kernels and file systems that cannot rename without replacing.
 class RenamingInSteps : public SystemFaultsOfFiles, public testing::WithParamInterface<int> {
   protected:
-    // A rename while renameat2() fails for the parameter's reason.
+    // Renames while renameat2() fails for the parameter's reason.
     static i32 rename(const char* from, const char* to) {
         SystemFaults faults(1, SystemFaults::kPersistent, GetParam());
         faults.arm("renameat2");
@@ -197,7 +197,7 @@ TEST_P(RenamingInSteps, GivesTheSameAnswers) {
     EXPECT_EQ(contents(), (Files{{"e", "/"}, {"g", "g"}, {"h", "f"}, {"i", "/"}}));
 }
 
-// What can have no second name is renamed after a look at the target.
+// A file that cannot have a second name is renamed after checking that the target does not exist.
 TEST_F(SystemFaultsOfFiles, RenamingWhatHasNoSecondName) {
     for (const int reason : {EPERM, EOPNOTSUPP, ENOSYS, EMLINK, EIO}) {
         SCOPED_TRACE(strerror(reason));
@@ -392,7 +392,7 @@ TEST(SystemFaultsOfEntryPoints, HaveTheirStatuses) {
     wiq_dlclose_real(&lib);
 }
 
-// The one call that goes on after an interruption: it promises how long it lasts at least.
+// This is the only call that continues after an interruption, because it promises a minimum duration.
 TEST(SystemFaultsOfEntryPoints, AnInterruptedSleepGoesOn) {
     SystemFaults faults(1, SystemFaults::kTransient, EINTR);
     const auto before = std::chrono::steady_clock::now();
@@ -403,12 +403,12 @@ TEST(SystemFaultsOfEntryPoints, AnInterruptedSleepGoesOn) {
     EXPECT_EQ(faults.fired(), (Names{"nanosleep"}));
 }
 
-// A stream of the caller's that is interrupted, that breaks, or that gives one byte at a time.
+// A stream of the caller's that is interrupted, fails, or returns one byte at a time.
 struct Source {
     std::string text;
     size_t at = 0;
     size_t calls = 0;
-    size_t fails_at = 0;  // the call that fails; 0: none
+    size_t fails_at = 0;  // the call that fails; 0 means none
     int reason = 0;
 };
 
@@ -447,7 +447,8 @@ TEST(SystemFaultsOfStreams, AnInterruptedLineIsReadOn) {
                 continue;
             }
             ASSERT_EQ(length, WIQ_ERR_EOF);
-            // Before any byte of a line an interruption looks like the end; the stream knows better.
+            // An interruption before the first byte of a line looks like the end, but the stream's error flag
+            // is set.
             if (ferror(fp) == 0 || ++interrupted > 1)
                 break;
             clearerr(fp);
