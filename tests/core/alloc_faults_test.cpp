@@ -1,4 +1,4 @@
-// The allocation functions for client code while memory fails: NULL, and the failure is told.
+// The allocation functions for client code when allocations fail: they return NULL and report the failure.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -19,7 +19,7 @@ using Make = void* (*)();
 const struct {
     const char* name;
     Make make;
-    size_t told;  // what the failure hook hears
+    size_t told;  // the size that the failure hook receives
 } kTable[] = {
     {"malloc", [] { return wiq_wrap_malloc(10, false, tell, nullptr, nullptr); }, 10},
     {"zeroed", [] { return wiq_wrap_malloc(10, true, tell, nullptr, nullptr); }, 10},

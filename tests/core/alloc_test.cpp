@@ -1,5 +1,5 @@
-// Tests of the hooked allocation functions: which hooks run, in which order, with which values, and what
-// they can change.
+// Tests of the hooked allocation functions: which hooks run, in which order, with which values, and what they
+// can change.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -11,9 +11,9 @@
 
 namespace {
 
-// What the hooks saw, as text, in order.
+// The hooks' calls as text, in order.
 std::vector<std::string> g_log;
-// What the pre and post hooks write back; the values stay as they are while these are empty.
+// What the pre and post hooks write back; unless the flag is set, they change nothing.
 size_t g_new_size;
 bool g_change_size;
 void* g_new_ptr;
@@ -289,7 +289,7 @@ TEST_F(Alloc, AnAlignmentOfZeroIsThatOfAPointer) {
 }
 
 TEST_F(Alloc, AlignedSizesThatWrapAreRefused) {
-    // The size, rounded up or with room for a record in front, would be a small number.
+    // The sum overflows: rounded up, or with room for a record before the block, the size would be small.
     for (size_t alignment : {size_t{0}, size_t{1}, size_t{8}, size_t{4096}, SIZE_MAX / 2 + 1}) {
         for (size_t below : {size_t{0}, size_t{1}, size_t{7}, size_t{15}, size_t{16}, size_t{40},
                              size_t{4096}, size_t{4100}}) {

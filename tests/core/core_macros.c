@@ -1,4 +1,4 @@
-/* The macros of core.h as a program in C uses them; core_macros_test.cpp asks for the results. */
+/* Uses the macros of core.h as a C program would; core_macros_test.cpp checks the results. */
 #include "core/core_macros.h"
 
 #include <string.h>
@@ -25,7 +25,7 @@ static int check_blocks(void) {
     char* larger = (char*)KE_REALLOC(block, 100);
     void* aligned = NULL;
     result = result && larger != NULL && KE_ALIGNED_ALLOC(&aligned, 10, 64) == 0 && aligned != NULL;
-    /* Two of the five blocks stay for a moment. */
+    /* Two of the five blocks are released later. */
     KE_FREE(zeros);
     KE_FREE(larger);
     KE_ALIGNED_FREE(aligned);

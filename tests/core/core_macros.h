@@ -1,4 +1,4 @@
-/* What core_macros.c, in C, does for core_macros_test.cpp, in C++. */
+/* What core_macros.c (in C) does for core_macros_test.cpp (in C++). */
 #ifndef CORE_MACROS_H
 #define CORE_MACROS_H
 
@@ -8,9 +8,9 @@
 extern "C" {
 #endif
 
-/* Whether blocks come and go, and the leak count is right. Fills the slots. */
+/* Allocates and frees blocks; returns whether that works and the leak count is right. Fills the slots. */
 int core_macros_allocate(void);
-/* How many of four failures were told with their size. */
+/* Returns how many of four failures were reported with their size. */
 size_t core_macros_told(void);
 int core_macros_failed(u32 err);
 const char* core_macros_name(i32 status);

@@ -1,5 +1,5 @@
-// What core.h offers without exporting it: macros over the hooked allocations, names and meanings of statuses, the
-// version. In C, by core_macros.c, and in C++.
+// What core.h offers without exporting it: macros for the hooked allocations, names and meanings of statuses,
+// and the version. Tested in C, by core_macros.c, and in C++.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,7 +11,7 @@ namespace {
 
 class CoreMacros : public testing::Test {
   protected:
-    // Slots are process-wide: as found, whatever a test has put there.
+    // Slots are process-wide: empty them again, whatever a test has stored in them.
     void TearDown() override {
         wiq_malloc_post_cb = nullptr;
         wiq_realloc_pre_cb = nullptr;
@@ -37,7 +37,7 @@ size_t g_pre = 0;
 TEST_F(CoreMacros, PreHooksAreSlotsToo) {
     wiq_malloc_pre_cb = [](size_t* size) { g_pre = *size; };
     wiq_aligned_alloc_pre_cb = [](void***, size_t* size, size_t*) { g_pre = *size; };
-    // Without a function to tell of failures: this file has not named one.
+    // This file has not named a function that receives failures.
     KE_FREE(KE_MALLOC(3));
     EXPECT_EQ(g_pre, 3u);
     KE_FREE(KE_MALLOC0(4));
@@ -98,7 +98,7 @@ TEST(Version, CanBeAskedForAtCompileTime) {
     static_assert(!KE_VERSION_AT_LEAST(kMajor, kMinor, kPatch + 1));
     static_assert(!KE_VERSION_AT_LEAST(kMajor, kMinor + 1, kPatch - 1));
     static_assert(!KE_VERSION_AT_LEAST(kMajor + 1, kMinor - 1, kPatch - 1));
-    // As a condition among others.
+    // It can be part of a larger condition.
     static_assert(!KE_VERSION_AT_LEAST(99, 0, 0) && KE_VERSION_AT_LEAST(0, 0, 0));
 }
 

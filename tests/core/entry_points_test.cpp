@@ -1,4 +1,4 @@
-// Tests of the replaceable entry points: the slots at load, and each function behind them.
+// Tests of the replaceable entry points: the slots at load time, and the functions in them.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -20,7 +20,7 @@ struct Slots {
     decltype(wiq_dlsym_real_ptr) dlsym = wiq_dlsym_real_ptr;
 };
 
-// The path of a module that the build puts beside this program.
+// Returns the path of a module that the build puts next to this program.
 std::string beside(const char* name) {
     char* dir = wiq_install_dir();
     char* path = wiq_build_path(dir, name);
@@ -31,8 +31,8 @@ std::string beside(const char* name) {
 }
 
 TEST(EntryPoints, SlotsHoldTheLibrarysFunctionsAtLoad) {
-    // Through dlsym-like equality: the address seen by a user equals the slot's content. On Windows a
-    // user's view of a function may be an import thunk, so the effect is compared there as well.
+    // The address that a user sees equals the slot's content. On Windows, the user's address may be that of
+    // an import thunk, so there the effect is compared instead.
     const Slots slots;
     i64 now = 0;
     const i64 returned = slots.time(&now);
@@ -98,7 +98,7 @@ TEST(EntryPoints, GmtimeConvertsTheYears1970To3000) {
     EXPECT_EQ(tm.tm_yday, 364);
     EXPECT_EQ(tm.tm_sec, 59);
 #ifndef _WIN32
-    // Beyond that the runtimes of Windows differ.
+    // After this, the runtimes of Windows differ.
     i64 time = 32535244799;
     EXPECT_EQ(wiq_gmtime_real(&time, &tm), 0);
     EXPECT_EQ(tm.tm_year, 3001 - 1900);
@@ -112,7 +112,7 @@ TEST(EntryPoints, GmtimeConvertsTheYears1970To3000) {
 
 TEST(EntryPoints, GmtimeRefusesWhatCannotBeExpressed) {
     struct tm tm = {};
-    // A day is more than the zones of any runtime are apart.
+    // Time zones move the runtimes' limits by less than a day.
     for (i64 time : {INT64_MAX, INT64_MIN, i64{32535215999} + 86400, i64{-86400}})
         EXPECT_EQ(wiq_gmtime_real(&time, &tm), WIQ_ERR_TIME_CONVERSION) << time;
     const i64 now = 0;

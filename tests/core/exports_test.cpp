@@ -1,6 +1,6 @@
-// Tests of exported names as the system's loader sees them: the order of the slots in memory, what they hold
-// when the library is loaded, and functions that have two names. A program's own view could hide all of it:
-// a linker may give a program copies of data and thunks of functions.
+// Tests of exported names as the system's loader sees them: the order of the slots in memory, their contents
+// when the library is loaded, and functions that have two names. A program's own view could hide all of that,
+// because a linker may give it copies of data and thunks for functions.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -37,7 +37,7 @@ class Library {
 const Names kEntryPoints = {"wiq_sleep_real",  "wiq_time_real",    "wiq_gmtime_real",
                             "wiq_dlopen_real", "wiq_dlclose_real", "wiq_dlsym_real"};
 
-// Which slots held the function of their name while this program started, before any test replaced one.
+// Whether each slot held the function of its name when this program started, before any test replaced one.
 std::vector<bool> held_at_load() {
     Library library;
     std::vector<bool> held;

@@ -1,4 +1,5 @@
-// Tests of the hook slots and of the leak tracker, used as a client uses them: through the slots.
+// Tests of the hook slots and of the leak tracker, which they use in the same way as a client: through the
+// slots.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

@@ -9,8 +9,8 @@
 
 namespace {
 
-// The numbers are compared against by callers and other tools: this list is the promise, the header's
-// table must keep it.
+// Callers and other tools compare with these numbers, so they must never change: the header's table must
+// match this list.
 const std::map<std::string, i32> kPromised = {
     {"WIQ_ERR_IO", -3},
     {"WIQ_ERR_ACCESS_DENIED", -4},

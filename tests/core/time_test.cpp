@@ -14,7 +14,7 @@ TEST(Time, MillisecondsSinceMidnight) {
     };
     for (const Row& row : {Row{0, 0, 0, 0}, Row{1, 2, 3, 3723000}, Row{23, 59, 59, 86399000},
                            Row{23, 59, 60, 86400000}, Row{-1, 0, 0, -3600000},
-                           // 600 h are 2,160,000,000 ms: past 2^31, so the 32 bits wrap
+                           // 600 h are 2,160,000,000 ms: more than 2^31, so the 32 bits wrap
                            Row{600, 0, 0, -2134967296}}) {
         struct tm tm = {};
         tm.tm_hour = row.hour;
@@ -40,7 +40,7 @@ TEST(Time, ClockText) {
              Row{86399999, 0, "23:59:59.999 "},
              Row{86400000, 0, "00:00:00.000 "},
              Row{4294967295u, 0, "17:02:47.295 "},
-             // the count is cut to 32 bits
+             // the count is truncated to 32 bits
              Row{u64{1} << 32, 0, "00:00:00.000 "},
              Row{(u64{1} << 32) + 1500, 0, "00:00:01.500 "},
          }) {

@@ -14,7 +14,7 @@
 
 namespace {
 
-// A chain of three types of the tests' own: Base (adds a slot), Middle, Leaf (adds one more).
+// A chain of three types: Base (adds a slot), Middle, Leaf (adds one more).
 struct BaseClass {
     WiqClass base;
     int (*answer)();
@@ -58,7 +58,7 @@ i32 leaf_class_init(WiqClass* klass) {
     return 0;
 }
 
-// Fresh descriptors for each test, kept for good: the registry refers to them.
+// New descriptors for each test. They are never freed, because the registry refers to them.
 struct Family {
     WiqType base = {};
     WiqType middle = {};
@@ -84,7 +84,7 @@ struct Family {
 };
 
 Family& new_family() {
-    static auto* families = new std::deque<Family>;  // for good: the registry refers to them
+    static auto* families = new std::deque<Family>;  // never freed: the registry refers to them
     g_log.clear();
     g_fail_base_init = 0;
     return families->emplace_back();
@@ -168,7 +168,8 @@ TEST(Class, TheTypePointerIsThatOfTheParentUntilTheBaseInitialisersAreDone) {
     g_types_seen.clear();
     WiqObject* object = object_new(&family.leaf);
     ASSERT_NE(object, nullptr);
-    // Base's own class; Middle's, a copy of Base's record; Leaf's, a copy of Middle's, twice; then Leaf itself.
+    // Base's own class; Middle's, a copy of Base's record; Leaf's, a copy of Middle's, twice; then Leaf
+    // itself.
     EXPECT_EQ(g_types_seen, (std::vector<const WiqType*>{&family.base, &family.base, &family.middle,
                                                          &family.middle, &family.leaf}));
     EXPECT_EQ(family.middle.klass->type, &family.middle);
@@ -242,7 +243,7 @@ TEST(Class, InitialisersCanMakeObjectsOfFinishedClassesOnly) {
     }
 }
 
-// Two types whose initialisers make objects of each other: the second meets the first, which is not ready.
+// Two types whose initialisers make objects of each other: the second finds that the first is not ready.
 TEST(Class, InitialisersThatNeedOneAnotherAreAnswered) {
     static WiqType first = {};
     static WiqType second = {};
@@ -361,8 +362,8 @@ TEST(ClassThreads, EightThreadsBuildOneClass) {
     }
 }
 
-// While one thread is in the initialiser of a class, others ask for it and wait at its lock: it is not built
-// once more by any of them.
+// While one thread runs the initialiser of a class, others request the class and wait for its lock; none of
+// them builds it again.
 std::atomic<int> g_waiting;
 
 TEST(ClassThreads, WhoeverWaitedForTheLockFindsTheClassBuilt) {
@@ -372,7 +373,7 @@ TEST(ClassThreads, WhoeverWaitedForTheLockFindsTheClassBuilt) {
         ++g_built;
         while (g_waiting < 8)
             std::this_thread::yield();
-        // They have said that they are about to ask; now they do.
+        // They have announced that they are about to request the class; give them time to do so.
         wiq_sleep_real(100);
         return 0;
     };
@@ -393,8 +394,8 @@ TEST(ClassThreads, WhoeverWaitedForTheLockFindsTheClassBuilt) {
     EXPECT_EQ(g_built, 1);
 }
 
-// A thread that holds a subtype's lock waits for the parent's class; the parent's initialiser, in another
-// thread, asks for an object of the subtype. Neither waits for the other.
+// A thread that holds a subtype's lock waits for the parent's class, whose initialiser, in another thread,
+// requests an object of the subtype. There must be no deadlock.
 TEST(ClassThreads, AnInitialiserThatAsksForASubtypeDoesNotHang) {
     static Family* family;
     static std::atomic<bool> in_initialiser;

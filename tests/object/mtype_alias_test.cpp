@@ -1,4 +1,4 @@
-// Tests of tagged values whose new contents lie in what they hold already: setters that copy from the value
+// Tests of tagged values whose new contents are part of their old ones: setters that copy from the value
 // itself, copies between a value and one that borrows from it, and copies of a value onto itself.
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@ namespace {
 
 const std::string kLong(70000, 'y');
 
-// Values that own memory, by what they own.
+// The kinds of values that own memory.
 struct Owner {
     const char* name;
     void (*set)(wiq_mtype* value);
@@ -28,7 +28,7 @@ const Owner kOwners[] = {
     {"pointer", [](wiq_mtype* v) { EXPECT_EQ(wiq_mtype_set_ptr(v, strdup("some text"), 1), 0); }},
 };
 
-// Where the value's own text begins.
+// Returns where the value's own text begins.
 const char* own_text(const wiq_mtype* value) {
     if (const char* text = wiq_mtype_get_utf8(value))
         return text;
@@ -90,7 +90,7 @@ TEST(MtypeAlias, CopyOntoTheLenderReadsFirst) {
         EXPECT_EQ(own_text(&lender), expected);
         EXPECT_EQ(wiq_mtype_finalize(&lender), 0);
     }
-    // The cell of a 128-bit number is shared with whoever borrows it.
+    // A borrower shares the cell of a 128-bit number.
     wiq_mtype lender;
     wiq_mtype borrower;
     wiq_mtype_init(&lender);

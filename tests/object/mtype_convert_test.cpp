@@ -1,4 +1,4 @@
-// Tests of the conversions to unsigned numbers, by table.
+// Tests of the conversions to unsigned numbers, in tables.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -13,7 +13,7 @@ constexpr i32 kBad = WIQ_ERR_BAD_FORMAT;
 constexpr i32 kRange = WIQ_ERR_RANGE;
 constexpr i32 kFraction = WIQ_ERR_NOT_INTEGRAL;
 
-// What a conversion to 32 and to 64 bits comes to: a status, and the number where that is 0.
+// The result of a conversion to 32 or to 64 bits: a status, and the number if the status is 0.
 struct Answer {
     i32 status;
     u64 number;
@@ -78,7 +78,7 @@ TEST_F(MtypeConvert, Doubles) {
              Row{9007199254740992.0, {kBad, 0}, {0, 9007199254740992}},
              Row{9223372036854775808.0, {kBad, 0}, {0, u64{1} << 63}},
              Row{18446744073709549568.0, {kBad, 0}, {0, 18446744073709549568u}},
-             // the bound is inclusive, and has no answer of its own
+             // the bound is inclusive, although its value does not fit
              Row{18446744073709551616.0, {kBad, 0}, {0, 9223372036854775808u}},
              Row{18446744073709555712.0, {kBad, 0}, {kBad, 0}},
              Row{std::numeric_limits<double>::infinity(), {kBad, 0}, {kBad, 0}},

@@ -32,7 +32,7 @@ TEST_F(Mtype, RecordLayout) {
     EXPECT_EQ(offsetof(wiq_mtype_blob, data), 8u);
 }
 
-// One value of each type, and what each predicate and getter says of it.
+// A value of each type, and what each predicate and getter returns for it.
 struct Kind {
     u8 tag;
     i32 (*set)(wiq_mtype* value);
@@ -146,17 +146,17 @@ TEST_F(Mtype, BlobOwnershipIsWhatTheCallerSays) {
     char data[] = "data";
     EXPECT_EQ(wiq_mtype_set_blob(&value_, data, 4, 0, 0), 0);
     EXPECT_EQ(wiq_mtype_get_blob(&value_, nullptr), data);
-    // Handed over.
+    // Ownership is transferred.
     void* block = malloc(4);
     EXPECT_EQ(wiq_mtype_set_blob(&value_, block, 4, 0, 1), 0);
     EXPECT_EQ(wiq_mtype_get_blob(&value_, nullptr), block);
-    // A copy without ownership is the caller's to release.
+    // A copy without ownership; the caller must release it.
     EXPECT_EQ(wiq_mtype_set_blob(&value_, data, 4, 1, 0), 0);
     void* copy = const_cast<void*>(wiq_mtype_get_blob(&value_, nullptr));
     EXPECT_EQ(wiq_mtype_finalize(&value_), 0);
     EXPECT_EQ(memcmp(copy, data, 4), 0);
     free(copy);
-    // A copy of nothing.
+    // A copy of zero bytes.
     EXPECT_EQ(wiq_mtype_set_blob(&value_, data, 0, 1, 1), 0);
     u64 length = 9;
     EXPECT_EQ(wiq_mtype_get_blob(&value_, &length), nullptr);
@@ -197,7 +197,7 @@ TEST_F(Mtype, BlobsOfNoBytes) {
             EXPECT_EQ(wiq_mtype_finalize(&other), 0);
         }
     }
-    // A block of its own is released although it holds nothing.
+    // An owned block is released although its length is 0.
     EXPECT_EQ(wiq_mtype_set_blob(&value_, malloc(1), 0, 0, 1), 0);
     EXPECT_EQ(value_.flags, WIQ_MTYPE_OWNED);
 }
@@ -253,7 +253,7 @@ TEST_F(Mtype, CopyOfAnOwnedPointerClaimsItToo) {
     EXPECT_EQ(wiq_mtype_copy(&value_, &copy), 0);
     EXPECT_EQ(copy.flags, WIQ_MTYPE_OWNED);
     EXPECT_EQ(wiq_mtype_get_ptr(&copy), block);
-    wiq_mtype_init(&copy);  // forgets its claim
+    wiq_mtype_init(&copy);  // forgets that it owns the block
 }
 
 TEST_F(Mtype, CopyOntoItself) {

@@ -1,4 +1,4 @@
-// Every allocation of the object system and of tagged values fails once.
+// Fails every allocation of the object system and of tagged values once.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -20,7 +20,7 @@ TEST(StaticObject, BuiltInTypesAreRegisteredInTheStaticLibraryToo) {
     EXPECT_EQ(types[5], &ObjectType);
 }
 
-// The class records of the built-in types are made by the first object, and are no leak.
+// The first object makes the class records of the built-in types, which are kept and are not leaks.
 TEST(ObjectFaults, NewGivesNull) {
     object_delete(object_new(&WiqJsonVisitorType));
     const size_t points = SweepAllocations([](AllocFaults& faults) {
@@ -48,7 +48,7 @@ TEST(ObjectFaults, ClassBuildingLeavesNoHalfClass) {
         faults.disarm();
         EXPECT_TRUE(faults.fired());
         EXPECT_EQ(object, nullptr);
-        // The child's record is taken first, then the parent's, then the instance.
+        // Allocated in this order: the child's record, the parent's, the instance.
         EXPECT_EQ(child->klass != nullptr, nth == 3);
         EXPECT_EQ(parent->klass != nullptr, nth == 3);
         object = object_new(child);
@@ -75,7 +75,7 @@ TEST(ObjectFaults, ATypeWithoutALockIsNotInitialised) {
 }
 #endif
 
-// A setter that fails has cleared the value, which can be set again.
+// A setter that fails clears the value, which can be set again.
 void sweep_setter(i32 (*set)(wiq_mtype* value)) {
     const size_t points = SweepAllocations([set](AllocFaults& faults) {
         wiq_mtype value;
@@ -102,7 +102,7 @@ TEST(MtypeFaults, Setters) {
         [](wiq_mtype* v) { return wiq_mtype_set_blob(v, longer.data(), longer.size(), 0, 0); });
 }
 
-// Until a setter succeeds the tag is the old one, whatever that was, and nothing is owned.
+// Until a setter succeeds, the tag is unchanged, whatever it was, and nothing is owned.
 TEST(MtypeFaults, TheTagStaysUntilASetterSucceeds) {
     static const std::string longer(70000, 'x');
     static wiq_mtype sources[3];
@@ -165,7 +165,7 @@ TEST(MtypeFaults, TheTagStaysUntilASetterSucceeds) {
             });
         }
     }
-    // The last setters have two allocations, the others one; each fails at least once from each kind.
+    // The last setters make two allocations, the others one; each fails at least once for each kind of value.
     EXPECT_GE(failures, std::size(kinds) * std::size(setters));
     wiq_mtype_finalize(&sources[1]);
     wiq_mtype_finalize(&sources[2]);

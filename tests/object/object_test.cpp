@@ -1,4 +1,4 @@
-// Tests of instances: initialisers root first, finalisers most derived first, reference counts.
+// Tests of instances: initialisers run root first, finalisers most derived first; reference counts.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -110,7 +110,7 @@ TEST_F(Object, DeleteIgnoresTheCount) {
     EXPECT_EQ(g_log, (Log{"finalize a"}));
 }
 
-// Takes a reference in each finaliser, and gives it up there.
+// Takes a reference in each finaliser and releases it there.
 template <char kName>
 void finalize_and_refer(WiqObject* object) {
     object_ref(object);

@@ -1,5 +1,5 @@
-// Tests of type descriptors: the registry and descent. The built-in types are looked at before any test
-// adds its own.
+// Tests of type descriptors: the registry and descent. The built-in types are checked before any test adds
+// its own.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -21,7 +21,7 @@ std::vector<std::string> registered() {
     return names;
 }
 
-// Read while the program starts: after the library was loaded, before main().
+// Read while the program starts: after the library has been loaded, before main().
 const std::vector<std::string> kAtLoad = registered();
 
 WiqType new_type(const char* name) {

@@ -1,4 +1,4 @@
-// A test with a folder of its own, which must be empty but for plain files when the test ends.
+// A test that has its own folder, which must contain only plain files when the test ends.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ class Folder : public testing::Test {
 
     const std::string& folder() const { return folder_; }
     std::string in(const std::string& name) const { return folder_ + "\\" + name; }
-    // What the folder holds, sorted; names that begin with a dot, too.
+    // Returns the names of the folder's files, sorted, including those that begin with a dot.
     std::vector<std::string> names() const;
 
   private:

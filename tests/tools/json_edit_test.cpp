@@ -1,5 +1,5 @@
-// Edits of texts: bytes outside of the edit stay, the result is what the library's own edit gives, and the
-// example tables of RFC 7396 and RFC 6902.
+// Edits of texts: bytes outside the edit are unchanged, and the result is that of the library's own edit.
+// Also the example tables of RFC 7396 and RFC 6902.
 #include "json_edit.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +35,7 @@ std::string dump(wiq_json_t* root) {
     return result;
 }
 
-// Documents as people lay them out: blanks of all kinds, numbers as they like them, equal keys.
+// Documents as people write them: all kinds of blanks and of numbers, and equal keys.
 class Maker {
   public:
     explicit Maker(unsigned seed) : random_(seed) {}
@@ -78,7 +78,7 @@ class Maker {
     std::mt19937 random_;
 };
 
-// How many bytes two texts have in common at their ends, the same byte counted once.
+// Returns how many bytes two texts have in common at their two ends, counting no byte twice.
 size_t common_ends(const std::string& a, const std::string& b) {
     const size_t shorter = std::min(a.size(), b.size());
     size_t front = 0;
@@ -114,7 +114,7 @@ TEST(JsonEdit, SetsWhatTheLibrarySetsAndNothingElse) {
             ASSERT_EQ(splices.size(), 1u);
             const tool::Splice& splice = splices[0];
             EXPECT_GE(common_ends(before, after), before.size() - (splice.stop - splice.start));
-            // What is taken away is one value, or the blanks of an empty container.
+            // Removed text is one value, or the blanks of an empty container.
             const std::string gone = before.substr(splice.start, splice.stop - splice.start);
             if (gone.find_first_not_of(" \t\r\n") != std::string::npos) {
                 EXPECT_NE(parse(gone), nullptr) << gone;
@@ -134,7 +134,7 @@ TEST(JsonEdit, RemovesWhatTheLibraryRemovesAndNothingElse) {
         const std::string before = maker.value(4);
         const Tree tree = parse(before);
         const tool::Document document("text", before);
-        // Mostly a place that is there.
+        // Usually an existing place.
         tool::NodeId chosen = maker.below(20);
         while (chosen >= document.end_of(document.root()))
             chosen /= 2;
@@ -163,7 +163,7 @@ TEST(JsonEdit, RemovesWhatTheLibraryRemovesAndNothingElse) {
     EXPECT_GT(done, 3000u);
 }
 
-// What is printed for texts that people recognise.
+// The results for texts in common layouts.
 TEST(JsonEdit, TakesOnTheStyleAround) {
     const struct {
         const char* before;
@@ -228,7 +228,7 @@ TEST(JsonMerge, ExamplesOfTheRfc) {
 TEST(JsonMerge, KeepsTheOrderOfThePatch) {
     EXPECT_EQ(merged("{\"m\":0}", "{\"z\":1,\"a\":{\"y\":2,\"x\":null,\"b\":3}}"),
               "{\"m\":0,\"z\":1,\"a\":{\"y\":2,\"b\":3}}");
-    // Keys that begin alike, that are written with escapes, and that come twice.
+    // Keys with a common beginning, keys with escapes, and duplicate keys.
     EXPECT_EQ(merged("{\"longer key 1\":1,\"longer key 2\":2,\"\\u0061\":3,\"longer k\":4,\"a\":5}",
                      "{\"longer key 2\":null,\"longer k\":7,\"a\":null}"),
               "{\"longer key 1\":1,\"longer k\":7}");
@@ -249,7 +249,7 @@ std::string patched(const std::string& text, const std::string& patch) {
     }
 }
 
-// The examples of RFC 6902, appendix A; those that must fail fail.
+// The examples of RFC 6902, appendix A; those that must fail do fail.
 TEST(JsonPatch, ExamplesOfTheRfc) {
     const char* const kTable[][3] = {
         {R"({"foo":"bar"})", R"([{"op":"add","path":"/baz","value":"qux"}])",
@@ -285,7 +285,7 @@ TEST(JsonPatch, ExamplesOfTheRfc) {
         EXPECT_EQ(patched(text, patch), result) << text << patch;
 }
 
-// What the library reads as a reference has members for a patch, as everything in braces has.
+// For a patch, an object that the library reads as a reference has members like any other.
 TEST(JsonPatch, ReachesIntoReferences) {
     const std::string text = R"({"a":{"$ref":"#/b"},"b":1})";
     EXPECT_EQ(patched(text, R"([{"op":"replace","path":"/a/$ref","value":"#/c"}])"),
@@ -296,7 +296,7 @@ TEST(JsonPatch, ReachesIntoReferences) {
     EXPECT_EQ(patched(text, R"([{"op":"test","path":"/a/$ref","value":"#/b"}])"), text);
 }
 
-// Whatever the documents are, the patch that is their difference makes one of the other.
+// For any two documents, the patch that describes their difference turns one into the other.
 TEST(JsonPatch, OfADifferenceMakesTheOther) {
     Maker maker(9);
     const auto document = [&maker] {

@@ -1,4 +1,4 @@
-// Input that is refused, each with the words that say why, and words that were mistyped.
+// Input that is rejected, each with the reason in the message, and mistyped words.
 #include "ke_utils/files.h"
 #include "tools/rows.h"
 
@@ -104,7 +104,7 @@ TEST(KeBadInput, MistypedWords) {
     });
 }
 
-// A command that would have to compute with a value it cannot hold says so.
+// A command that must compute with a value that it cannot store says so.
 TEST(KeBadInput, NumbersThatCannotBeKept) {
     write_file("ke_wide.json", "{\"n\": [1, 1e999]}");
     expect_rows({

@@ -1,4 +1,4 @@
-// Every command of ke on good input: from standard input and from a file, its output to the letter.
+// Every command of ke with valid input, from standard input and from a file, with its exact output.
 #include "ke_utils/files.h"
 #include "tools/rows.h"
 
@@ -150,7 +150,7 @@ TEST(KeNumbers, Answers) {
     });
 }
 
-// Every command has its schemas beside the tool, and they are JSON.
+// The schemas of every command are next to the tool, and they are valid JSON.
 TEST(KeSchema, OfEveryCommand) {
     for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
              {"json", "format"},   {"json", "get"},   {"json", "set"},    {"json", "remove"},

@@ -1,6 +1,6 @@
-// The tool with least privilege: once it runs, the kernel ends it with SIGSYS at the first system call that is
-// not on a short list. Sockets, other programs and threads are not on it.
-// Without arguments it prints the list. With KE_STRAY it makes a call that is not on the list.
+// The tool with least privilege: once it runs, the kernel ends it with SIGSYS at the first system call that
+// is not on a short list. Calls for sockets, other programs and threads are not on the list. Without
+// arguments it prints the list. With KE_STRAY it makes a call that is not on the list.
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -31,12 +31,12 @@ struct SystemCall {
     const char* name;
 };
 
-// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): the name is needed as a text, too.
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): the name is also needed as a text.
 #define KE_CALL(name) \
     { SYS_##name, #name }
 
 const SystemCall kAllowed[] = {
-    // Reading and writing: files, standard streams, the tool's own place.
+    // Reading and writing: files, standard streams, and finding the tool's own location.
     KE_CALL(read),
     KE_CALL(write),
     KE_CALL(lseek),
@@ -52,7 +52,7 @@ const SystemCall kAllowed[] = {
     KE_CALL(rename),
     KE_CALL(unlink),
 #endif
-    // The replacement of a file, with the old one's mode, owner and attributes.
+    // Replacing a file, keeping the old one's mode, owner and attributes.
     KE_CALL(faccessat),
     KE_CALL(fsync),
     KE_CALL(fchmod),
@@ -67,13 +67,13 @@ const SystemCall kAllowed[] = {
     KE_CALL(rt_sigaction),
     KE_CALL(rt_sigreturn),
     KE_CALL(getpid),
-    // Memory, and its limit.
+    // Memory and its limit.
     KE_CALL(brk),
     KE_CALL(mmap),
     KE_CALL(mremap),
     KE_CALL(munmap),
     KE_CALL(prlimit64),
-    // The runtime: locks of exceptions and of once-only steps, seeds, which thread it is, the end.
+    // The runtime: locks for exceptions and for one-time initialisation, seeds, thread identity, and exit.
     KE_CALL(futex),
     KE_CALL(getrandom),
     KE_CALL(gettid),
@@ -86,7 +86,7 @@ sock_filter statement(unsigned code, unsigned operand) {
     return BPF_STMT(static_cast<__u16>(code), operand);
 }
 
-// One step further if the value is the operand, else two.
+// Continues with the next instruction if the value equals the operand, otherwise skips one.
 sock_filter unless(unsigned operand) {
     return BPF_JUMP(static_cast<__u16>(BPF_JMP | BPF_JEQ | BPF_K), operand, 0, 1);
 }

@@ -1,4 +1,4 @@
-// What ke reads out of documents and writes into them: nothing that was not asked for changes.
+// What ke reads from documents and writes to them: nothing changes that was not asked for.
 #include <algorithm>
 
 #include "ke_utils/files.h"
@@ -56,7 +56,7 @@ TEST(KeValues, AreSelected) {
     });
 }
 
-// Of equal keys the last counts, also when an earlier one had what the pointer names.
+// Of equal keys the last one counts, even if only an earlier one leads to what the pointer names.
 TEST(KeValues, AreFoundAsTheLibraryFindsThem) {
     expect_rows({
         {{"json", "get", "/a/b"}, "{\"a\":{\"b\":1},\"a\":{\"c\":2}}", 2, "", "pointer \"/a/b\": "},
@@ -68,7 +68,7 @@ TEST(KeValues, AreFoundAsTheLibraryFindsThem) {
         {{"json", "get", "#/1"}, "[5,6]", 0, "6\n"},
         {{"json", "get", "1"}, "[5,6]", 2, "", "pointer \"1\": "},
         {{"json", "get", "/~2"}, "[5,6]", 2, "", "pointer \"/~2\": "},
-        // Beyond 32 bits there is no element, and none of a smaller number is meant.
+        // An index beyond 32 bits names no element; in particular, it does not wrap.
         {{"json", "get", "/4294967296"}, "[5,6]", 2, "", "pointer \"/4294967296\": an array index"},
         {{"json", "get", "/4294967295"}, "[5,6]", 2, "", "pointer \"/4294967295\": an array index"},
         {{"json", "set", "/4294967296", "9"}, "[5,6]", 2, "", "pointer \"/4294967296\": an array"},
@@ -80,7 +80,7 @@ TEST(KeValues, AreFoundAsTheLibraryFindsThem) {
 TEST(KeValues, AreChosenByWhatTheyHold) {
     write_file("ke_where.json", "[{\"a=b\":1,\"s\":\"[x,y]\"},{\"s\":\"z\"}]");
     expect_rows({
-        // The file stands behind the option, and is no second condition.
+        // The file after the option is not taken for a second condition.
         {{"json", "get", "/*/s", "--glob", "-p", "/*", "--where", "/s=z", "ke_where.json",
           "--type"},
          "",
@@ -94,7 +94,7 @@ TEST(KeValues, AreChosenByWhatTheyHold) {
          "",
          0,
          ""},
-        // A mistake in it is told, whether or not a value is found.
+        // An invalid condition is reported whether or not a value is found.
         {{"json", "get", "/none", "--glob", "--where", "/s", "ke_where.json"},
          "",
          64,
@@ -130,7 +130,7 @@ TEST(KeValues, OfManyDocuments) {
     write_file("ke_2.json", "[2]");
     expect_rows({
         {{"json", "get", "/0", "ke_1.json", "ke_2.json"}, "", 0, "1\n2\n"},
-        // Which of them has no such place.
+        // The message says which of the documents lacks the value.
         {{"json", "get", "/1", "ke_1.json", "ke_2.json"}, "", 2, "", "ke_1.json: pointer \"/1\": "},
         {{"json", "get", "/a", "--jsonl"},
          lines,
@@ -142,7 +142,7 @@ TEST(KeValues, OfManyDocuments) {
          2,
          "",
          "ke_1.json: --keys: "},
-        // Standard input can be read once.
+        // Standard input can be read only once.
         {{"json", "format", "-", "-"}, "1", 64, "", "standard input is named twice"},
         {{"json", "get", "", "-", "ke_1.json", "-"}, "1", 64, "", "standard input is named twice"},
     });
@@ -228,7 +228,7 @@ TEST_F(KeEdits, MergeAndPatch) {
     });
 }
 
-// A step for each difference, however many members there are in front of it: counting them would take minutes.
+// Each difference takes one step, however many members precede it: counting them would take minutes.
 TEST_F(KeEdits, DifferencesOfManyMembers) {
     std::string before = "{\"k\":0";
     std::string after = before;
@@ -244,7 +244,7 @@ TEST_F(KeEdits, DifferencesOfManyMembers) {
     EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '{'), 100000);
 }
 
-// The same for a patch with a change for each member.
+// As above, for a patch that changes each member.
 TEST_F(KeEdits, MergesOfManyMembers) {
     std::string before = "{\"k\":0";
     std::string changes = "{\"none\":null";
@@ -271,7 +271,7 @@ TEST_F(KeEdits, KeepTheEncoding) {
     EXPECT_EQ(ke({"json", "get", "/a", in("r.json")}).out, "1\n");
     EXPECT_EQ(ke({"json", "set", "/a", "2", in("r.json"), "--in-place"}).status, 0);
     EXPECT_EQ(read_file(in("r.json")), mark + "{\"a\":2}");
-    // UTF-16 as Windows editors write it: U+1F600 is a surrogate pair.
+    // UTF-16 as Windows editors write it; U+1F600 is a surrogate pair.
     const std::string utf16("\xFF\xFE[\0\"\0\x3D\xD8\0\xDE\"\0]\0", 14);
     write_file(in("u.json"), utf16);
     EXPECT_EQ(ke({"json", "get", "/0", "--raw", in("u.json")}).out, "\xF0\x9F\x98\x80\n");
@@ -279,7 +279,7 @@ TEST_F(KeEdits, KeepTheEncoding) {
     EXPECT_EQ(read_file(in("u.json")), utf16.substr(0, 12) + std::string(",\0 \0"
                                                                          "1\0]\0",
                                                                          8));
-    // What lays a file out anew keeps it as well, but not what writes elsewhere.
+    // A command that lays out a file anew keeps its encoding, too, unless it writes elsewhere.
     for (const std::vector<std::string>& words :
          std::vector<std::vector<std::string>>{{"json", "format", "--compact"},
                                                {"json", "format", "--compact", "--sort-keys"},

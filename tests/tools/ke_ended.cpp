@@ -1,6 +1,6 @@
-// The tool, except that it ends at a step of the replacement of a file: KE_END_AT names the step. It ends as
-// a crash or a loss of power would end it, or by the signal that KE_END_BY gives as a number. With KE_NAMED
-// the temporary file has a name from the start.
+// The tool, except that it ends at a step of replacing a file, which KE_END_AT names. It ends as it would in
+// a crash or a power failure, or by the signal whose number is in KE_END_BY. With KE_NAMED, the temporary
+// file has a name from the start.
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -18,7 +18,7 @@ void maybe_end(const char* step) {
         return;
     if (g_end_by == nullptr || g_end_by[0] == '\0')
         std::_Exit(99);
-    raise(atoi(g_end_by));  // may be held back for a while
+    raise(atoi(g_end_by));  // the signal may be blocked for a while
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Every command of ke in every situation: good, bad, empty and large input, names beyond ASCII, a reader that
-// has gone, a full disk, and an end in the middle of --in-place. The table must name all commands.
+// Every command of ke in every situation: valid, invalid, empty and large input, non-ASCII names, a closed
+// output pipe, a full disk, and an end in the middle of --in-place. The table must name all commands.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,14 +21,14 @@ namespace {
 enum class Format { none, json, ini, bytes, base64 };
 
 struct Command {
-    std::vector<std::string> words;  // what names it
-    std::vector<std::string> args;   // what stands in front of the FILE
-    Format format = Format::none;    // of what it reads
+    std::vector<std::string> words;  // the command's name
+    std::vector<std::string> args;   // the arguments before the FILE
+    Format format = Format::none;    // of its input
     int status_of_empty = 2;         // its exit status for an empty file
-    bool in_place = false;           // takes --in-place
-    bool silent = false;             // a good run prints nothing
-    const char* second = "";         // what its second file holds, "" if it takes none
-    bool second_is_last = false;     // the second file stands behind the FILE
+    bool in_place = false;           // accepts --in-place
+    bool silent = false;             // a successful run prints nothing
+    const char* second = "";         // contents of its second file, "" if it takes none
+    bool second_is_last = false;     // the second file comes after the FILE
 };
 
 const std::vector<Command>& commands() {
@@ -78,7 +78,7 @@ std::string name_of(const Command& command) {
     return name;
 }
 
-// A good text with at least so many bytes.
+// Returns a valid text of at least `size` bytes.
 std::string good_text(Format format, size_t size) {
     std::string text = format == Format::json  ? "{\"a\": [1.50, \"\xC3\xA9\"], \"b\": [0"
                        : format == Format::ini ? "[s]\nk = v ; why\n"
@@ -98,7 +98,7 @@ std::string bad_text(Format format) {
 
 class KeEveryCommand : public Folder {
   protected:
-    // The command with the file, which is not read by all; its second file is written.
+    // Returns the command line with the file, which not all commands read; writes the second file.
     std::vector<std::string> line(const Command& command, const std::string& file) {
         std::vector<std::string> args = command.words;
         args.insert(args.end(), command.args.begin(), command.args.end());
@@ -114,7 +114,7 @@ class KeEveryCommand : public Folder {
         return args;
     }
 
-    // Exit status 0, or 1 from a comparison that finds a difference.
+    // Returns 0, or 1 for a comparison, which finds a difference.
     static int good_status(const Command& command) { return command.second_is_last ? 1 : 0; }
 };
 
@@ -160,7 +160,7 @@ TEST_F(KeEveryCommand, TakesGoodInputUnderAnyName) {
     }
 }
 
-// The file that is read is not open any more when it is replaced.
+// The input file is closed before it is replaced.
 TEST_F(KeEveryCommand, MayReplaceItsInput) {
     for (const Command& command : commands()) {
         if (command.format == Format::none || command.silent)
@@ -180,7 +180,7 @@ TEST_F(KeEveryCommand, RefusesBadInputAndSaysWhere) {
     for (const Command& command : commands()) {
         SCOPED_TRACE(name_of(command));
         if (command.format == Format::none || command.format == Format::bytes)
-            continue;  // there is nothing bad to read
+            continue;  // it reads nothing that could be invalid
         write_file(in("bad"), bad_text(command.format));
         const Outcome outcome = ke(line(command, in("bad")));
         EXPECT_EQ(outcome.status, 2);
@@ -227,7 +227,7 @@ void set_variable(const char* name, const std::string& value) {
 #endif
 }
 
-// Wherever the tool ends, the file is the old one or the new one.
+// Wherever the tool ends, the file has its old contents or its new ones.
 TEST_F(KeEveryCommand, KeepsAWholeFileWhereverItEnds) {
     size_t in_place = 0;
     for (const Command& command : commands()) {
@@ -261,7 +261,7 @@ TEST_F(KeEveryCommand, KeepsAWholeFileWhereverItEnds) {
 }
 
 #ifndef _WIN32
-// Runs ke with standard output at a descriptor; the status that waitpid() tells.
+// Runs ke with a descriptor as standard output; returns the status from waitpid().
 int status_with_output_at(int fd, const std::vector<std::string>& args, const std::string& err) {
     const std::string program = program_folder() + "/ke";
     std::vector<char*> argv = {const_cast<char*>(program.c_str())};
@@ -321,8 +321,8 @@ TEST_F(KeEveryCommand, SaysThatTheDiskIsFull) {
     close(full);
 }
 
-// After a signal nothing is lost and no temporary file remains, whether the temporary file has a name from the start or
-// gets it at last.
+// After a signal nothing is lost and no temporary file remains, whether the temporary file has a name from
+// the start or gets it only at the end.
 TEST_F(KeEveryCommand, LeavesNothingBehindWhenASignalEndsIt) {
     for (const Command& command : commands()) {
         if (!command.in_place)
@@ -335,7 +335,7 @@ TEST_F(KeEveryCommand, LeavesNothingBehindWhenASignalEndsIt) {
         ASSERT_EQ(run_program("ke_ended", args).status, 0) << name_of(command);
         const std::string after = read_file(in("file"));
         const std::vector<std::string> files = names();
-        // Which command it is makes no difference to a signal.
+        // Signals do not depend on the command, so only the first command is tested with all of them.
         const bool first = &command == &commands()[0];
         const std::vector<int> signals =
             first ? std::vector<int>{SIGTERM, SIGINT, SIGHUP, SIGQUIT} : std::vector<int>{SIGTERM};
@@ -383,7 +383,7 @@ TEST_F(KeEveryCommand, SaysThatItsReaderHasGone) {
 #endif
 
 #ifdef KE_TEST_CONFINED
-// Sockets, other programs and threads are not on the list of system calls that a command may make.
+// Calls for sockets, other programs and threads are not on the list of system calls that a command may make.
 TEST_F(KeEveryCommand, NeedsFewSystemCalls) {
     const std::string list = run_program("ke_confined", {}).out;
     printf("ke runs with these system calls alone:\n%s", list.c_str());

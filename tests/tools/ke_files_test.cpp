@@ -1,5 +1,5 @@
-// What ke does to files: replaced only when everything succeeded, untouched and alone in their folder when
-// not; names in any language; no progress where nobody looks.
+// What ke does to files: they are replaced only if everything succeeded; otherwise they are unchanged and no
+// other file is left in their folder. Also names in any language, and no progress without a terminal.
 #include <gtest/gtest.h>
 
 #include "ke_utils/core.h"
@@ -110,7 +110,7 @@ TEST_F(KeFiles, NamesInBrackets) {
 }
 
 #ifndef _WIN32
-// The other name keeps the old text: the file that it stands for is not touched.
+// The other name keeps the old text: the file to which it refers is not modified.
 TEST_F(KeFiles, WithTwoNames) {
     write_file(in("r.json"), "[1]");
     ASSERT_EQ(link((folder() + "/r.json").c_str(), (folder() + "/other").c_str()), 0);

@@ -1,4 +1,4 @@
-// The man page and --help speak of the same commands and options.
+// The man page and --help describe the same commands and options.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// The command lines of the man page: what stands in bold behind ".SS", as "json get".
+// Returns the commands of the man page: the bold text after ".SS", such as "json get".
 std::set<std::string> commands_of_page(const std::string& page) {
     std::set<std::string> commands;
     const std::string heading = ".SS \"ke ";
@@ -27,7 +27,7 @@ std::vector<std::string> words_of(const std::string& command) {
     return words;
 }
 
-// The names in the list of subcommands of a help text.
+// Returns the names in a help text's list of subcommands.
 std::vector<std::string> subcommands_of(const std::string& help) {
     std::vector<std::string> names;
     const size_t start = help.find("Subcommands:\n");
@@ -65,7 +65,7 @@ std::set<std::string> options_in(const std::string& text) {
     return options;
 }
 
-// The part of the page under a command's heading, with the dashes that troff wants escaped.
+// Returns the part of the page under a command's heading, with dashes escaped as troff requires.
 std::string section_of(const std::string& page, const std::string& command) {
     const size_t start = page.find(".SS \"ke " + command + "\"\n");
     const size_t end = std::min(page.find("\n.S", start + 1), page.size());
@@ -73,7 +73,7 @@ std::string section_of(const std::string& page, const std::string& command) {
 }
 
 #ifndef _WIN32
-// A text inside of single quotes.
+// Returns a text in single quotes.
 std::string quoted_for_shell(const std::string& text) {
     std::string quoted;
     for (char c : text)
@@ -121,7 +121,7 @@ TEST(KeHelp, IsACommandToo) {
     EXPECT_EQ(outcome.err, "ke: \"gte\" is no command; did you mean \"get\"?\n");
 }
 
-// A script names every command with every option.
+// A completion script names every command with every option.
 TEST(KeHelp, CompletionsNameEverything) {
     std::set<std::string> commands;
     collect_commands("", &commands);

@@ -1,4 +1,4 @@
-// INI files: as JSON without losing anything, and edited without touching comments and layout.
+// INI files: converted to JSON without losing anything, and edited without changing comments and layout.
 #include "ke_utils/files.h"
 #include "tools/folder.h"
 #include "tools/rows.h"
@@ -92,7 +92,7 @@ TEST_F(KeIniFiles, AreEditedInPlace) {
     EXPECT_EQ(names(), std::vector<std::string>{"r.ini"});
 }
 
-// One line of many for the same key, and sections that come again.
+// Many lines with the same key, and sections that are repeated.
 TEST_F(KeIniFiles, KeepTheOrderOfValues) {
     std::string text;
     std::string values;
@@ -117,7 +117,7 @@ TEST_F(KeIniFiles, KeepTheOrderOfValues) {
 }
 
 #ifdef _WIN32
-// What the parser reads stands in a file for the while, which nobody finds afterwards.
+// Meanwhile a temporary file holds the text that the parser reads; it must not remain.
 TEST_F(KeIniFiles, LeaveNoTemporaryFile) {
     write_file(in("r.ini"), "[a]\nk=1\n");
     char before[1024] = {};
@@ -135,7 +135,7 @@ TEST_F(KeIniFiles, LeaveNoTemporaryFile) {
     EXPECT_EQ(nowhere.err.substr(0, 20), "ke: a temporary file") << nowhere.err;
 }
 #else
-// A file in UTF-16 holds characters, and bytes that are none would become others.
+// A file in UTF-16 consists of characters, so invalid bytes would become other characters.
 TEST_F(KeIniFiles, RefuseBytesThatAreNoCharacters) {
     const std::string utf16("\xFF\xFE[\0a\0]\0\n\0", 10);
     const std::string marked = "\xEF\xBB\xBF[a]\n";
@@ -148,7 +148,7 @@ TEST_F(KeIniFiles, RefuseBytesThatAreNoCharacters) {
             EXPECT_EQ(read_file(in("r.ini")), before);
         }
     }
-    // Without a mark nobody knows the encoding: bytes are bytes.
+    // Without a byte order mark the encoding is not known, so any bytes are accepted.
     write_file(in("r.ini"), "[a]\nk=\xE9\n");
     EXPECT_EQ(ke({"ini", "set", "a", "l", "\xFF", in("r.ini"), "--in-place"}).status, 0);
     EXPECT_EQ(read_file(in("r.ini")), "[a]\nk=\xE9\nl=\xFF\n");
@@ -173,7 +173,8 @@ TEST_F(KeIniFiles, RefuseWhatTheyCannotHold) {
     EXPECT_EQ(ke({"ini", "remove", "a", "none", in("r.ini"), "--in-place"}).status, 2);
 }
 
-// A step for each section and key, however many there are: a search among those before would take minutes.
+// Each section and key takes one step, however many there are: searching all previous ones would take
+// minutes.
 TEST_F(KeIniFiles, OfManySectionsAndKeys) {
     std::string text;
     std::string sections;

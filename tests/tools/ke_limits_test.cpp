@@ -1,4 +1,4 @@
-// What an input may take: limits of size, depth, memory and of values that an expansion makes.
+// What an input may consume: limits on size, depth, memory and the number of expanded values.
 #include "ke_utils/files.h"
 #include "tools/rows.h"
 
@@ -37,9 +37,9 @@ TEST(KeLimits, OfDepth) {
     });
 }
 
-// AddressSanitizer alone takes more than any limit of memory allows.
+// AddressSanitizer alone needs more memory than any limit allows.
 #if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
-// What has to be in memory as a whole cannot be had; a stream needs no more than the largest value.
+// A document that must be in memory as a whole does not fit; a stream needs no more than its largest value.
 TEST(KeLimits, OfMemory) {
     write_file("ke_limit.json", "[" + std::string(size_t{64} << 20, ' ') + "0]");
     expect_rows({
@@ -55,7 +55,7 @@ TEST(KeLimits, OfMemory) {
 }
 #endif
 
-// Each step doubles what is before it.
+// Returns a document in which each step doubles the previous one.
 std::string doubling(int steps) {
     std::string text = "{\"v0\":[1]";
     for (int i = 1; i <= steps; ++i) {
@@ -69,7 +69,7 @@ TEST(KeLimits, OfExpansion) {
     const std::string refused =
         "standard input: expands to more than 100000000 values; allow more with --max-values";
     expect_rows({
-        // 2^61 values, and more than 64 bits can count: known without making any.
+        // 2^61 values, and more than 64 bits can count: this is known without making any.
         {{"json", "expand"}, doubling(60), 2, "", refused},
         {{"json", "expand"}, doubling(200), 2, "", refused},
         // The root, "v0" and its element, and "v1" with two copies of "v0".

@@ -1,4 +1,4 @@
-// What ke says when something is wrong: place, line and caret, the exit status, and nothing on standard
+// What ke prints when something is wrong: position, line and caret, the exit status, and nothing on standard
 // output.
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ struct Row {
     std::vector<std::string> args;
     std::string input;
     int status;
-    std::string message;  // the beginning of what is said, or all of it
+    std::string message;  // the message, or how it begins
 };
 
 void expect_rows(const std::vector<Row>& rows) {
@@ -36,7 +36,7 @@ TEST(KeMistakes, PlacesInDocuments) {
          "{\"a\":1,\n \"b\": tru}",
          2,
          "standard input:2:9: " BAD_TOKEN ": found \"tru\"" ADVICE "\n \"b\": tru}\n        ^\n"},
-        // Raw UTF-8 before the mistake: columns count characters of the user's text.
+        // With UTF-8 before the mistake, columns count characters of the user's text.
         {{"json", "format"},
          "[\"\xE2\x82\xAC\xC3\xA9\", x]",
          2,
@@ -59,7 +59,7 @@ TEST(KeMistakes, PlacesInDocuments) {
     });
 }
 
-// A text may hold what a terminal takes for a command, and what ends a message.
+// A text may contain terminal commands, and characters that would end a message.
 TEST(KeMistakes, ShowNoControlCharacters) {
     expect_rows({
         {{"json", "format"},
@@ -76,7 +76,7 @@ TEST(KeMistakes, ShowNoControlCharacters) {
     });
 }
 
-// Arguments that are missing, and options that are none.
+// Missing arguments and unknown options.
 TEST(KeMistakes, SayWhatACommandTakes) {
     const std::string hint = "\nTry \"ke --help\" or \"ke COMMAND --help\".\n";
     expect_rows({
@@ -114,7 +114,7 @@ TEST(KeMistakes, SayWhatACommandTakes) {
          64,
          "\"fromat\" is no command of \"json\"; did you mean \"format\"?" + hint},
     });
-    // Behind "--" anything is a word.
+    // After "--", every argument is a word.
     EXPECT_EQ(ke({"ini", "set", "a", "k", "--", "-x"}, "[a]\n").out, "[a]\nk = -x\n");
     EXPECT_EQ(ke({"json", "set", "--string", "/a", "--", "--b"}, "{}").out, "{\"a\": \"--b\"}");
 }

@@ -1,5 +1,5 @@
-// The replacement of a file: whatever ends the tool on the way, the file is the old one or the new one, and
-// nothing else is left; what must not be replaced is not.
+// The replacement of a file: wherever the tool is stopped, the file has its old contents or its new ones and
+// no other file is left. Files that must not be replaced are not.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -45,7 +45,7 @@ TEST_F(KeReplacement, IsOldOrNewWhereverItEnds) {
         old_seen = old_seen || now == before;
         new_seen = new_seen || now == after;
         EXPECT_TRUE(now == before || now == after) << now;
-        // Only between the naming and the renaming is there a second name for the complete file.
+        // Only between naming and renaming does the complete file have a second name.
         for (const std::string& name : names()) {
             if (name != "r.json") {
                 EXPECT_TRUE(std::string(step) == "named" || std::string(step) == "dressed") << name;

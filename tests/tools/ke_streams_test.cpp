@@ -1,5 +1,5 @@
-// Long inputs and outputs: memory does not grow with them, no size is too large, and a reader that goes away
-// ends the tool.
+// Long inputs and outputs: memory does not grow with them, no size is too large, and the tool ends when its
+// reader goes away.
 #include "ke_utils/files.h"
 #include "tools/folder.h"
 #include "tools/rows.h"
@@ -26,7 +26,7 @@ TEST(KeStreams, DumpAPiece) {
     });
 }
 
-// What is dumped in pieces looks as what is dumped in one.
+// A dump in pieces looks the same as a dump in one piece.
 TEST(KeStreams, DumpsHaveNoSeams) {
     std::string bytes;
     for (u64 i = 0; i < 700000; ++i)
@@ -48,7 +48,7 @@ TEST(KeStreams, DumpsHaveNoSeams) {
 }
 
 #ifndef _WIN32
-// Runs a shell command with the tool as $0; the largest memory of a process that has ended is told in KiB.
+// Runs a shell command with the tool as $0; returns its exit status as a shell would.
 int shell(const std::string& command) {
     const std::string tool = program_folder() + "/ke";
     fflush(nullptr);
@@ -63,7 +63,7 @@ int shell(const std::string& command) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-// Address space of 64 MB, the libraries' own included; AddressSanitizer alone needs more.
+// An address space of 64 MB, including that of the libraries; AddressSanitizer alone needs more.
 #ifdef __SANITIZE_ADDRESS__
 const std::string kLimit;
 #else
@@ -89,11 +89,11 @@ TEST_F(KeLongFiles, FormatTakesLittleMemory) {
     EXPECT_EQ(shell(kLimit + "\"$0\" dump " + file + " | tail -n 1 > " + file + ".out"), 0);
 }
 
-// Takes minutes under AddressSanitizer, which has nothing to find in a size.
+// Takes minutes under AddressSanitizer, which cannot find anything here that depends on size.
 #ifndef __SANITIZE_ADDRESS__
 TEST_F(KeLongFiles, OutputsAboveFourGigabytesAreWhole) {
     const std::string file = folder() + "/sparse";
-    // 2.3 GB of zero bytes become 4.6 GB and more of text.
+    // 2.3 GB of zero bytes become at least 4.6 GB of text.
     ASSERT_EQ(shell("truncate -s 2300000000 " + file), 0);
     EXPECT_EQ(shell("\"$0\" base64 encode " + file + " | tail -c 5 > " + file + ".end"), 0);
     EXPECT_EQ(read_file(file + ".end"), "AAA=\n");
@@ -104,7 +104,7 @@ TEST_F(KeLongFiles, OutputsAboveFourGigabytesAreWhole) {
 
 #endif
 
-// The names of open descriptors lead to files that the shell may append to.
+// The names of open descriptors refer to files to which the shell may be appending.
 TEST_F(KeLongFiles, WritesIntoDescriptors) {
     write_file(in("log"), "old\n");
     EXPECT_EQ(shell("cd " + folder() + "; \"$0\" number 7 -o /dev/stdout >> log"), 0);
@@ -115,7 +115,7 @@ TEST_F(KeLongFiles, WritesIntoDescriptors) {
     EXPECT_EQ(read_file(in("log")), "5\n");
     EXPECT_EQ(shell("cd " + folder() + "; \"$0\" number 5 -o /dev/fd/9 2> err"), 2);
     EXPECT_EQ(read_file(in("err")).substr(0, 14), "ke: /dev/fd/9:");
-    // What is read through a descriptor has no name that could be replaced.
+    // Input that is read through a descriptor has no name that could be replaced.
     write_file(in("r.json"), "[1]");
     EXPECT_EQ(
         shell("cd " + folder() + "; \"$0\" json set /0 2 /dev/stdin --in-place < r.json 2> err"),
@@ -131,7 +131,7 @@ TEST_F(KeLongFiles, AReaderThatGoesEndsTheTool) {
 
 TEST_F(KeLongFiles, AFullDiskLosesNothing) {
     write_file(in("r.json"), "[1]");
-    // Files may have 8 blocks of 1024 bytes here.
+    // Here files may have at most 8 blocks of 1024 bytes.
     const std::string value = "\"" + std::string(20000, 'x') + "\"";
     write_file(in("value"), value);
     EXPECT_NE(shell("trap '' XFSZ; ulimit -f 8; \"$0\" json set /0 --value-file " + folder() +
@@ -146,7 +146,7 @@ TEST_F(KeLongFiles, AFullDiskLosesNothing) {
 
 TEST_F(KeLongFiles, AnInterruptLosesNothing) {
     write_file(in("r.json"), "[1]");
-    // The text comes through a FIFO that stays open, so the tool waits with everything still to do.
+    // The text comes through a FIFO that stays open, so the tool waits with all its work still to do.
     EXPECT_EQ(shell("cd " + folder() +
                     "; mkfifo fifo; exec 3<>fifo; \"$0\" json format fifo -o r.json & "
                     "sleep 0.5; kill -TERM $!; wait $!"),

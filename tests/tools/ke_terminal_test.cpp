@@ -1,5 +1,5 @@
-// What ke shows on a terminal: colours, unless NO_COLOR forbids them, and progress on long input; and what
-// shells make of the completions.
+// What ke shows on a terminal: colours, unless NO_COLOR is set, and progress for long input; and how shells
+// use the completions.
 #include <gtest/gtest.h>
 
 #include "tools/folder.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-// What appears on a terminal of its own while ke runs; its line feeds become two characters there.
+// Returns what appears on ke's own terminal while it runs; there, a line feed becomes two characters.
 std::string shown(const std::vector<std::string>& args, const char* no_colour = nullptr) {
     const std::string program = program_folder() + "/ke";
     std::vector<char*> argv = {const_cast<char*>(program.c_str())};
@@ -32,7 +32,7 @@ std::string shown(const std::vector<std::string>& args, const char* no_colour = 
     }
     std::string text;
     char piece[4096];
-    // The terminal is gone when the last that holds it ends, which is told as an error.
+    // The terminal disappears when the last process that has it open ends; read() reports this as an error.
     for (ssize_t count = 0; (count = read(terminal, piece, sizeof(piece))) > 0;)
         text.append(piece, static_cast<size_t>(count));
     close(terminal);
@@ -54,7 +54,7 @@ TEST_F(KeTerminal, ColoursJson) {
               "{\"a\":[1,\"x\",null]}\r\n");
     EXPECT_NE(shown({"json", "get", "/a/0", in("r.json")}, "").find("\033["), std::string::npos)
         << "an empty NO_COLOR forbids nothing";
-    // A file has no colours, whoever looks on.
+    // Output to a file has no colours, even on a terminal.
     EXPECT_EQ(shown({"json", "format", "--compact", in("r.json"), "-o", in("out")}), "");
     EXPECT_EQ(read_file(in("out")), "{\"a\":[1,\"x\",null]}\n");
     EXPECT_EQ(ke({"json", "format", "--compact", in("r.json")}).out, "{\"a\":[1,\"x\",null]}\n");
@@ -77,7 +77,7 @@ TEST_F(KeTerminal, ShowsProgressOfLongWork) {
     EXPECT_EQ(shown(quiet).find("ke: reading "), std::string::npos);
 }
 
-// What a shell command prints.
+// Returns what a shell command prints.
 std::string printed(const std::string& command) {
     FILE* shell = popen(command.c_str(), "r");
     std::string text;
@@ -88,7 +88,7 @@ std::string printed(const std::string& command) {
     return text;
 }
 
-// The script is run as zsh's completion runs it; compadd and _files tell what they are given.
+// The script runs as in zsh's completion; stand-ins for compadd and _files print their arguments.
 TEST_F(KeTerminal, ZshCompletesWords) {
     write_file(in("_ke"), ke({"completion", "zsh"}).out);
     const auto complete = [this](const std::string& line, const std::string& prefix) {

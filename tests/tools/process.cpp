@@ -11,7 +11,7 @@
 
 namespace {
 
-// One end of a pipe that is read to its end, or written and closed.
+// One end of a pipe, which is either read to its end, or written to and closed.
 struct Channel {
     uv_pipe_t pipe;
     std::string text;
@@ -71,7 +71,7 @@ std::string program_folder() {
     return folder;
 }
 
-// A busy Wine now and then refuses to start a program, and starts it the next time.
+// A busy Wine occasionally fails to start a program, and succeeds the next time.
 Outcome run_program(const std::string& name, const std::vector<std::string>& args,
                     const std::string& input, bool has_reader) {
     Outcome outcome = run_once(name, args, input, has_reader);
@@ -84,7 +84,7 @@ namespace {
 
 Outcome run_once(const std::string& name, const std::vector<std::string>& args,
                  const std::string& input, bool has_reader) {
-    // A program that does not read its input may be gone before it is written.
+    // A program that does not read its input may have ended before it is written.
     [[maybe_unused]] const NoPipeSignal quiet;
 #ifdef _WIN32
     std::string program = program_folder() + "\\" + name + ".exe";

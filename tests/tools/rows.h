@@ -1,4 +1,4 @@
-// Tables of commands with what they read and what they must answer.
+// Tables of commands with their input and the expected results.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,8 +13,7 @@ struct Row {
     std::string input;
     int status;
     std::string output;
-    std::string message =
-        {};  // what standard error begins with behind "ke: "; nothing is said if empty
+    std::string message = {};  // how standard error begins after "ke: "; if "", it is empty
 };
 
 inline void expect_rows(const std::vector<Row>& rows) {

@@ -1,5 +1,5 @@
-// The tool's reading of JSON text against the library's parser: the same texts are taken and refused,
-// however the text is cut into pieces.
+// Compares the tool's scanner with the library's parser: both accept and reject the same texts, however a
+// text is divided into pieces.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -13,7 +13,7 @@
 
 namespace {
 
-// The tokens of a text, or the message of its mistake.
+// Returns the tokens of a text, or the message for its mistake.
 std::string scan(tool::Source& source) {
     std::string all;
     try {
@@ -136,7 +136,7 @@ TEST(Scanner, TakesUtf8AndRefusesWhatIsNone) {
         EXPECT_FALSE(is_taken(bad)) << bad;
 }
 
-// A file is read in blocks; tokens that lie across two of them are whole all the same.
+// A file is read in blocks; a token that extends across two of them is still read correctly.
 TEST(Scanner, ReadsFilesAsItReadsTexts) {
     const tool::Common common;
     for (size_t blanks : {262140u, 262143u, 262144u, 524280u}) {
