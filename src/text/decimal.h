@@ -23,16 +23,21 @@ constexpr u64 eight_digits(u32 value) {
 
 constexpr u64 kZeros = 0x3030303030303030;
 
+// Stores eight characters, that of the lowest byte first.
+inline void store_eight(char* out, u64 text) {
+    if constexpr (std::endian::native == std::endian::big)
+        text = __builtin_bswap64(text);
+    memcpy(out, &text, sizeof(text));
+}
+
 inline char* write_eight_digits(char* out, u32 value) {
-    const u64 digits = eight_digits(value) + kZeros;
-    memcpy(out, &digits, sizeof(digits));
-    return out + sizeof(digits);
+    store_eight(out, eight_digits(value) + kZeros);
+    return out + 8;
 }
 
 // Writes the last six of them, but overwrites eight bytes.
 inline char* write_six_digits(char* out, u32 value) {
-    const u64 digits = (eight_digits(value) + kZeros) >> 16;
-    memcpy(out, &digits, sizeof(digits));
+    store_eight(out, (eight_digits(value) + kZeros) >> 16);
     return out + 6;
 }
 
@@ -41,9 +46,8 @@ inline char* write_up_to_eight_digits(char* out, u32 value) {
     const u64 digits = eight_digits(value);
     // The last digit is written even if it is zero.
     const int skipped = std::countr_zero(digits | u64{1} << 56) / 8;
-    const u64 text = (digits + kZeros) >> (8 * skipped);
-    memcpy(out, &text, sizeof(text));
-    return out + sizeof(text) - skipped;
+    store_eight(out, (digits + kZeros) >> (8 * skipped));
+    return out + 8 - skipped;
 }
 
 // Writes `value` at `out`, which has room for kMaxDecimalDigits64 characters; returns the end of
