@@ -1,4 +1,4 @@
-/* A tool of somebody's own: it includes the library's header and defines nothing. */
+/* A user's program: it includes the library's header and defines nothing. */
 #include <ke_utils.h>
 #include <stdio.h>
 #include <stdlib.h>

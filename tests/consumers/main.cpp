@@ -1,4 +1,4 @@
-// The same by the C++ layer.
+// The same program with the C++ layer.
 #include <iostream>
 #include <ke_utils.hpp>
 

@@ -1,5 +1,6 @@
-// Operations of the library on inputs of size N, each between two marks, so that callgrind counts the instructions
-// of each. growth.py runs this for N, 2N and 4N and compares how the counts grow with what docs/costs.md says.
+// Performs operations of the library on inputs of size N, each between two marks, so that callgrind counts
+// the instructions of each. growth.py runs this for N, 2N and 4N, and compares how the counts grow with
+// docs/costs.md.
 //   growth N
 #include <valgrind/callgrind.h>
 
@@ -25,7 +26,7 @@ void check(bool ok, const char* what) {
         stop(what);
 }
 
-// Counts what is done between the two, under a name.
+// Counts the instructions between the two calls, under a name.
 void begin() {
     CALLGRIND_ZERO_STATS;
     CALLGRIND_TOGGLE_COLLECT;
@@ -72,7 +73,7 @@ wiq_json_t* deepest(wiq_json_t* node) {
     }
 }
 
-// Whole documents, of several shapes.
+// Whole documents of several shapes.
 void documents(const char* shape, const std::string& text) {
     const std::string name(shape);
     begin();
@@ -171,7 +172,7 @@ void elements() {
         check(wiq_json_array_push_i64(array, i, nullptr) != nullptr, "pushing");
     end("building an array");
     wiq_json_unref(array);
-    // The members of one object in a weak array.
+    // A weak array that lists the members of one object.
     wiq_json_t* obj = parse(object_of(g_size));
     weak = wiq_json_array_weak_new(0, nullptr);
     for (int i = 0; i < g_size; ++i)
@@ -202,7 +203,7 @@ void subsets() {
     end("subset with gaps");
     wiq_json_unref(some);
     wiq_json_unref(others);
-    // A run that nearly matches at every place.
+    // A run that almost matches at every position.
     some = parse("[" + repeated("1,", g_size / 8) + "2]");
     others = parse("[" + repeated("1,", g_size / 4) + "3]");
     begin();

@@ -13,7 +13,8 @@ import sys
 import tempfile
 
 SIZES = (2000, 4000, 8000)
-# The exponent that a count may seem to have between 2N and 4N, for each order of growth that the page names.
+# The largest exponent that a count may appear to have between 2N and 4N, for each order of growth on the
+# page.
 BOUNDS = {"1": 0.15, "log n": 0.3, "n": 1.15, "n log n": 1.3, "n²": 2.1}
 
 

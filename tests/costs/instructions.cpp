@@ -1,5 +1,5 @@
-// Operations on whole documents, each between two marks, so that callgrind counts the instructions of each.
-// instructions.py compares them with what they were.
+// Performs operations on whole documents, each between two marks, so that callgrind counts the instructions
+// of each. instructions.py compares the counts with the recorded ones.
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
@@ -17,7 +17,7 @@ void check(bool ok, const char* what) {
     exit(1);
 }
 
-// Counts what `run` does, under a name.
+// Counts the instructions of `run`, under a name.
 template <class Run>
 void count(const char* operation, const Corpus& corpus, Run run) {
     const std::string name = operation + (" " + corpus.name);
@@ -50,7 +50,7 @@ void measure(const Corpus& corpus) {
     check(copy != nullptr, "copying");
     count("equal", corpus, [&] { check(wiq_json_equal(root, copy), "comparing"); });
     count("release", corpus, [&] { wiq_json_unref(copy); });
-    // A changed document is released node by node.
+    // A document that has been changed is released node by node.
     wiq_json_t* value = wiq_json_null_new(nullptr);
     if (wiq_json_is_array(root))
         check(wiq_json_array_put(root, 0, value) == 0, "changing");
@@ -62,7 +62,7 @@ void measure(const Corpus& corpus) {
 }  // namespace
 
 int main() {
-    // What the first calls make, and the linker looks up, is counted nowhere.
+    // The first calls build classes and make the linker resolve symbols; that must not be counted.
     measure({"first", "[1,2.5,\"text\",{\"a\":null,\"b\":[true]}]"});
     for (const Corpus& corpus : corpora())
         measure(corpus);

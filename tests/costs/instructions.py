@@ -15,7 +15,7 @@ import tempfile
 
 LIBRARY = "libke_utils"
 TOLERANCE = 1.03
-SLACK = 100  # instructions, for what takes only hundreds
+SLACK = 100  # instructions, for operations that take only hundreds
 
 
 def own_instructions(text):
@@ -30,7 +30,7 @@ def own_instructions(text):
             found = re.match(r"cob=\((\d+)\)(?: (.*))?$", line)
             names.setdefault(found[1], found[2] or "")
         elif line.startswith("calls="):
-            skip = True  # what follows is the cost of the call
+            skip = True  # the next line is the cost of the call
         elif re.match(r"[+\-*\d]", line):
             if ours and not skip:
                 total += int(line.split()[1])

@@ -1,17 +1,18 @@
-# Runs gdb and lldb in batch mode on the programs of this folder and looks for what the pretty printers must show.
+# Runs gdb and lldb in batch mode on the programs of this folder and checks what the pretty printers show.
 #   cmake -DGDB=... -DLLDB=... -DC=program -DCPP=program { -DPRINTERS=file | -DPREFIX=folder } -P check_printers.cmake
-# PRINTERS is given to gdb by hand; with PREFIX gdb has to find the printers itself, beside the library there.
+# PRINTERS is loaded into gdb explicitly; with PREFIX, gdb must find the printers itself, next to the library
+# there.
 if(PREFIX)
   set(loading -iex "add-auto-load-safe-path ${PREFIX}")
   set(PRINTERS ${PREFIX}/share/ke_utils/ke_utils_printers.py)
 else()
   set(loading -iex "set auto-load off" -ex "source ${PRINTERS}")
 endif()
-# Debian's lldb looks for its own module in a folder that is not there.
+# Debian's lldb looks for its own module in a folder that does not exist.
 file(GLOB lldb_module /usr/lib/llvm-14/lib/python3.*/dist-packages)
 
-# shows(<program> BY <gdb|lldb> PRINTED <expression>... EXPECTED <text>...): the debugger prints the expressions, numbered
-# from $1 or $0, and each expected text stands in what it writes.
+# shows(<program> BY <gdb|lldb> PRINTED <expression>... EXPECTED <text>...): the debugger prints the
+# expressions, numbered from $1 or $0, and its output must contain each expected text.
 function(shows program)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "BY" "PRINTED;EXPECTED")
   set(option -ex)
@@ -24,7 +25,7 @@ function(shows program)
   list(APPEND command ${option} run ${option} up)
   set(print print)
   if(arg_BY STREQUAL lldb AND program STREQUAL "${CPP}")
-    set(print "frame variable")  # without the expressions of lldb 14, which end in a crash at times
+    set(print "frame variable")  # avoids expressions, with which lldb 14 sometimes crashes
   endif()
   foreach(expression IN LISTS arg_PRINTED)
     list(APPEND command ${option} "${print} ${expression}")

@@ -1,6 +1,6 @@
-# Writes the programs of a page to files: each fenced block of C or C++, and the text block behind it as what
-# the program must print. Prints the files' names. Needs -v work=FOLDER -v stem=NAME. Fails on a page without a
-# program and on code that is none, for nobody would try that.
+# Writes the programs of a page to files: each fenced block of C or C++, and the text block after it as what
+# the program must print. Prints the files' names. Needs -v work=FOLDER -v stem=NAME. Fails on a page without
+# a program, and on a block that is not a program, because nothing would test that.
 function finish_program() {
     if (code !~ /int main\(/)
         fail("a block of " language " without a main()")

@@ -26,7 +26,7 @@ TEST_F(Base64Large, ThereAndBack) {
         EXPECT_TRUE(is_all(text.data(), length - 4, '/'));
         EXPECT_STREQ(text.end() - 4, size % 3 == 1 ? "/w==" : "//8=");
         EXPECT_EQ(wiq_base64_decode_len(text.data(), length), size);
-        // Into itself.
+        // Decode in place.
         u8* out = reinterpret_cast<u8*>(text.data());
         size_t decoded = size;
         EXPECT_EQ(wiq_base64_decode(text.data(), length, out, &decoded), 0);
@@ -39,7 +39,7 @@ TEST_F(Base64Large, BuffersThatAreTooSmall) {
     Text text(k4G + 8, 'A');
     Text out(64, 'x');
     size_t written = 5;
-    // What fits is decoded.
+    // As much is decoded as fits.
     EXPECT_EQ(
         wiq_base64_decode(text.data(), text.size(), reinterpret_cast<u8*>(out.data()), &written),
         WIQ_ERR_BUFFER_TOO_SMALL);

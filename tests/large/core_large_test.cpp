@@ -32,7 +32,7 @@ TEST_F(CoreLarge, Blocks) {
     EXPECT_EQ(g_failed, SIZE_MAX / 2);
 }
 
-// Not counted among the living blocks, since they are no malloc() blocks everywhere.
+// These are not counted as live blocks, because not all platforms allocate them by malloc().
 TEST(CoreLargeAligned, Blocks) {
     for (const size_t size : kLarge) {
         void* aligned = nullptr;

@@ -1,4 +1,4 @@
-// Files and lines of 2^31 and 2^32 bytes and more: holes, which no disk has to hold.
+// Files and lines of more than 2^31 and 2^32 bytes: sparse files, which take no room on the disk.
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "large/large_test.h"
@@ -61,7 +61,7 @@ TEST_F(FileLarge, LinesThatAreTooLong) {
             size_t size = fresh ? 77 : 3;
             char* line = fresh ? nullptr : static_cast<char*>(malloc(size));
             EXPECT_EQ(wiq_getline(&line, &size, stream), WIQ_ERR_IO);
-            // The first 2^31 - 1 bytes and a NUL are in the block that the size tells.
+            // The block, whose size is reported, contains the first 2^31 - 1 bytes and a NUL.
             ASSERT_NE(line, nullptr);
             EXPECT_GE(size, k2G);
             EXPECT_LT(size, k2G + 128);
@@ -69,7 +69,7 @@ TEST_F(FileLarge, LinesThatAreTooLong) {
             EXPECT_TRUE(is_all(line + 2, k2G - 5, '\0'));
             EXPECT_EQ(line[k2G - 1], '\0');
             line[size - 1] = 'x';
-            // The stream stands after them.
+            // The stream's position is after them.
             const i32 rest = wiq_getline(&line, &size, stream);
             if (length > k4G) {
                 EXPECT_EQ(rest, WIQ_ERR_IO);

@@ -1,4 +1,4 @@
-// Formatted texts of 2^31 - 1 bytes, and the refusal of longer ones.
+// Formatted texts of 2^31 - 1 bytes; longer ones are refused.
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
@@ -41,7 +41,7 @@ TEST_F(FormatLarge, TheLongestText) {
     free(block);
 }
 
-// A length that would be negative, and one that would be small.
+// As an i32, one length would be negative, and another one small.
 TEST_F(FormatLarge, LongerTextsAreRefused) {
     Text text(k2G - 2, 'x');
     const char* x = text.data();

@@ -37,8 +37,8 @@ i32 parse(FILE* stream, Seen* seen) {
     return wiq_ini_parse(stream, on_section, on_key, on_error, seen);
 }
 
-// Comments of a mebibyte each, so that only the offset becomes large. The last places that can be told, and those
-// that would wrap to small ones.
+// Comments of one mebibyte each, so that only the offset becomes large. Tests the last positions that can be
+// expressed, and those that would wrap to small ones.
 TEST_F(IniLarge, Offsets) {
     const std::string comment = ";" + std::string((1 << 20) - 2, 'x') + "\n";
     for (const size_t offset : {k2G + 5, k4G - 13, k4G - 12, k4G - 8, k4G - 7, k4G + 5}) {
@@ -88,7 +88,7 @@ TEST_F(IniLargeThreads, Lines) {
     }
 }
 
-// A word of NUL bytes: the status of the line.
+// A word of NUL bytes; the parse returns the status of reading the line.
 TEST_F(IniLarge, ALineThatIsTooLong) {
     const SparseFile file("[s]\na = 1\nb = ", k2G, "\nc = 3\n");
     FILE* stream = fopen(file.name(), "rb");

@@ -1,5 +1,5 @@
-// The largest array: 2^31 - 1 elements, all of them one node. Its table of 16 GiB is made of one piece of memory of
-// 256 MiB, at which all parts of the table look: they hold the same pointer everywhere.
+// The largest array: 2^31 - 1 elements, all of them the same node. All parts of its table of 16 GiB are
+// mappings of one piece of 256 MiB of memory, since they contain the same pointer everywhere.
 #include "json/node.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
@@ -13,7 +13,7 @@ namespace {
 
 class JsonArrayLarge : public Large {};
 
-// Leaves the ends of the block as they are, the first and last page of which it shares with nobody.
+// Leaves the first and last page of the block unchanged, because it may share them with others.
 bool fold(void* block, size_t size) {
     constexpr size_t kPiece = size_t{256} << 20;
     constexpr size_t kPage = 4096;
@@ -30,7 +30,7 @@ bool fold(void* block, size_t size) {
     return mapped;
 }
 
-// Takes the text of "[null,null,...]".
+// Accepts the text of "[null,null,...]".
 struct Nulls {
     static ssize_t write(void* cookie, const char* bytes, size_t size) {
         auto* nulls = static_cast<Nulls*>(cookie);
@@ -65,7 +65,7 @@ TEST_F(JsonArrayLarge, AsManyElementsAsThereCanBe) {
     for (i32 i = 0; i < INT32_MAX - 1; ++i)
         failed += wiq_json_array_push_ext(array, node, nullptr) != 0;
     EXPECT_EQ(failed, 0);
-    // The last one, so that a reference to the other one is not one too many.
+    // The last element is another node, so that the reference count of the first does not overflow.
     wiq_json_t* last = wiq_json_bool_new(true, nullptr);
     EXPECT_EQ(wiq_json_array_put(array, INT32_MAX - 1, last), 0);
     EXPECT_EQ(wiq_json_array_size(array), INT32_MAX);
@@ -99,7 +99,7 @@ TEST_F(JsonArrayLarge, AsManyElementsAsThereCanBe) {
     wiq_json_t* pattern = wiq_json_bool_new(true, nullptr);
     EXPECT_EQ(wiq_json_array_find(array, pattern), last);
     wiq_json_unref(pattern);
-    // 64 GiB for the places that may be dropped: there is no such memory, and nobody is asked.
+    // The indexes of dropped elements would need 64 GiB, so the filter fails before it calls the callback.
     i32 asked = 0;
     const auto keep = [](wiq_json_t*, void* user) {
         ++*static_cast<i32*>(user);

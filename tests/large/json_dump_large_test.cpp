@@ -1,5 +1,5 @@
-// The serializer: texts of 2^31 and 2^32 bytes and more. A document of that size is a weak array that lists one
-// long string several times.
+// The serializer: texts of more than 2^31 and 2^32 bytes. A document of that size is a weak array that lists
+// one long string several times.
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "large/large_test.h"
@@ -9,13 +9,13 @@ namespace {
 class JsonDumpLarge : public Large {};
 class JsonDumpLargeThreads : public Large {};
 
-// A string of so many "x".
+// Returns a string of `length` times "x".
 wiq_json_t* string_of(size_t length) {
     Text text(length, 'x');
     return wiq_json_str_new(text.data(), nullptr);
 }
 
-// The string so many times; its text is 3 bytes longer for each time, and 1 more.
+// Returns a list of `times` times the string; its text has 3 more bytes for each, and 1 more.
 wiq_json_t* list_of(size_t length, int times) {
     wiq_json_t* string = string_of(length);
     wiq_json_t* list = wiq_json_array_weak_new(0, nullptr);
@@ -93,7 +93,7 @@ TEST_F(JsonDumpLargeThreads, ToAStream) {
 TEST_F(JsonDumpLargeThreads, Indentation) {
     wiq_json_t* root = wiq_json_loads("[[1],[2]]", 0, nullptr);
     constexpr u32 kIndent = 1u << 30;
-    // Seven lines after the first.
+    // There are seven lines after the first.
     constexpr size_t kBlanks = size_t{7} * kIndent + 2 + 4 + 2 + 2 + 4 + 2;
     Sink sink(' ');
     EXPECT_EQ(wiq_json_fdump(root, sink.stream(), WIQ_JSON_DUMP_PRETTY, kIndent), INT32_MAX);
@@ -138,7 +138,7 @@ TEST_F(JsonDumpLarge, EscapedTexts) {
     }
 }
 
-// The dump's own use of escaping knows no such limit.
+// Escaping within a dump has no such limit.
 TEST_F(JsonDumpLarge, AStringOfEscapes) {
     Text text(k2G / 6 + 1, '\x01');
     wiq_json_t* string = wiq_json_str_new(text.data(), nullptr);

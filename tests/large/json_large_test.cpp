@@ -1,4 +1,4 @@
-// Values, objects, copies and comparisons with texts and keys of 2^31 and 2^32 bytes and more.
+// Values, objects, copies and comparisons with texts and keys of more than 2^31 and 2^32 bytes.
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "large/large_test.h"
@@ -60,7 +60,7 @@ TEST_F(JsonLarge, MembersWithLongTexts) {
     wiq_json_unref(obj);
 }
 
-// A key is shorter than 2 GiB. Longer ones are not found, and not put.
+// A key must be shorter than 2 GiB. Longer ones are neither found nor stored.
 TEST_F(JsonLarge, Keys) {
     constexpr size_t kLongest = k2G - 1;
     Text text(k4G + 5, 'k');
@@ -101,7 +101,7 @@ TEST_F(JsonLarge, Keys) {
     }
 }
 
-// There is no table for so many members.
+// No table can hold so many members.
 TEST_F(JsonLarge, Capacities) {
     u32 err = 0;
     EXPECT_EQ(wiq_json_obj_new(INT32_MAX, &err), nullptr);

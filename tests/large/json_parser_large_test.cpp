@@ -1,4 +1,4 @@
-// The parser: texts of more than 2^31 and 2^32 characters and lines, and tokens as long as that.
+// The parser: texts of more than 2^31 and 2^32 characters and lines, and tokens of the same length.
 #include <cmath>
 
 #include "ke_utils/core.h"
@@ -11,14 +11,14 @@ class JsonParserLarge : public Large {};
 class JsonParserLargeThreads : public Large {};
 
 struct Row {
-    size_t blanks;  // in front of what is no token
+    size_t blanks;  // before something that is not a token
     char blank;
     i32 line;
     i32 column;
     i32 position;
 };
 
-// The last place that can be told, the ones around it, and those that would wrap to small numbers.
+// The last position that can be expressed, those around it, and those that would wrap to small numbers.
 const Row kRows[] = {
     {k2G - 3, ' ', 1, INT32_MAX - 1, INT32_MAX - 1},
     {k2G - 2, ' ', 1, INT32_MAX, INT32_MAX},
@@ -63,7 +63,7 @@ TEST_F(JsonParserLargeThreads, PlacesInAStream) {
     }
 }
 
-// The byte after a number is taken back where no number can tell its place.
+// The byte after a number is pushed back at a position that no number can express.
 TEST_F(JsonParserLargeThreads, ANumberBehindBlanks) {
     for (const size_t blanks : kLarge) {
         Source source("", blanks, '\n', "17\n?");
@@ -117,7 +117,7 @@ TEST_F(JsonParserLargeThreads, StringsInAStream) {
     expect_string(wiq_json_loadf(source.stream(), 0, nullptr), k2G, "\n");
 }
 
-// The end of a text in the middle of a string.
+// The text ends in the middle of a string.
 TEST_F(JsonParserLarge, AStringWithoutItsEnd) {
     for (const size_t length : kLarge) {
         Text text(length, 'x');
@@ -129,7 +129,7 @@ TEST_F(JsonParserLarge, AStringWithoutItsEnd) {
     }
 }
 
-// A key is shorter than 2 GiB, or there is no memory for it.
+// A key must be shorter than 2 GiB; otherwise the status is that for no memory.
 TEST_F(JsonParserLarge, Keys) {
     constexpr size_t kLongest = k2G - 1;
     for (const size_t length : {kLongest, k2G, k2G + 5, k4G + 5}) {
@@ -161,7 +161,7 @@ TEST_F(JsonParserLargeThreads, KeysInAStream) {
     }
 }
 
-// Modulo 2^128, as another function has it.
+// Modulo 2^128, as computed by another function.
 TEST_F(JsonParserLarge, Integers) {
     for (const size_t length : kLarge) {
         Text text(length, '1');
@@ -192,7 +192,7 @@ TEST_F(JsonParserLarge, Reals) {
         EXPECT_EQ(real_of(text.beginning("0.").ending("1").data()), 0);
         EXPECT_EQ(real_of(text.beginning("2.").data()), 2);
         EXPECT_EQ(real_of(text.beginning("10").ending(".0").data()), HUGE_VAL);
-        // As many zeros as the exponent takes away again.
+        // The exponent cancels the zeros.
         text.beginning("10").ending("0e-" + std::to_string(length - 13));
         ASSERT_EQ(strlen(strchr(text.data(), 'e')), 12u);
         EXPECT_EQ(real_of(text.data()), 1);

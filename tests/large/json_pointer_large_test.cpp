@@ -1,5 +1,5 @@
-// JSON pointers with steps of 2^31 bytes and more, and pointers of 2^31 and 2^32 bytes and more. A key of "/" becomes
-// twice as long in a pointer.
+// JSON pointers with steps of more than 2^31 bytes, and pointers of more than 2^31 and 2^32 bytes. A key of
+// "/" becomes twice as long in a pointer.
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "large/large_test.h"
@@ -8,7 +8,8 @@ namespace {
 
 class JsonPointerLarge : public Large {};
 
-// `times` objects in each other under keys of so many "/", and a null; the null is *leaf.
+// Returns `times` nested objects, each under a key of `length` times "/", and a null in the innermost, which
+// is *leaf.
 wiq_json_t* nested(size_t length, int times, wiq_json_t** leaf) {
     Text key(length, '/');
     wiq_json_t* root = wiq_json_obj_new(0, nullptr);
@@ -52,7 +53,7 @@ TEST_F(JsonPointerLarge, OfANode) {
         EXPECT_EQ(strlen(buf.data), expected);
         for (size_t at = 0; at < expected; at += 1 + 2 * row.length)
             EXPECT_TRUE(is_step(buf.data + at, row.length));
-        // And back.
+        // The pointer leads back to the node.
         u32 err = 0;
         EXPECT_EQ(wiq_json_ptr_get(root, buf.data, &err, nullptr), leaf);
         EXPECT_EQ(err, 0u);
@@ -78,7 +79,7 @@ TEST_F(JsonPointerLarge, AKeyBehindIt) {
     }
 }
 
-// An octal number of many zeros is an index like others.
+// An octal number with many zeros is a valid index.
 TEST_F(JsonPointerLarge, AnIndex) {
     for (const size_t length : kLarge) {
         Text pointer(length, '0');
@@ -106,7 +107,7 @@ TEST_F(JsonPointerLarge, WhatFailed) {
         ASSERT_NE(prefix, nullptr);
         EXPECT_EQ(strlen(prefix), length);
         free(prefix);
-        // No object takes such a key.
+        // No object accepts such a key.
         wiq_json_t* value = wiq_json_null_new(nullptr);
         EXPECT_EQ(wiq_json_ptr_put(root, pointer.data(), value), WIQ_ERR_NO_MEMORY);
         EXPECT_EQ(wiq_json_obj_size(wiq_json_obj_get_obj(root, "a", nullptr)), 0);

@@ -1,4 +1,4 @@
-// See large_test.h. Says at the end how much memory the program had at most.
+// See large_test.h. At the end, prints the largest amount of memory that the program had.
 #include "large/large_test.h"
 
 #include <cstdio>
@@ -33,7 +33,7 @@ class Peak : public testing::Environment {
 [[maybe_unused]] const testing::Environment* const g_peak =
     testing::AddGlobalTestEnvironment(new Peak);
 
-// The first dump of each kind registers a type, which stays: no test is to take that for a leak.
+// The first dump of each kind registers a type, which is kept; no test must take that for a leak.
 class DumpTypes : public testing::Environment {
     void SetUp() override {
         wiq_json_t* node = wiq_json_null_new(nullptr);

@@ -1,5 +1,5 @@
-// What tests of sizes beyond 31 and 32 bits share: large texts, streams that come out of nothing or go nowhere,
-// and the check that nothing is lost. A test has at most 14 GB at once and gives back early what it needs no more.
+// Shared by tests of sizes beyond 31 and 32 bits: large texts, streams that generate or discard their data,
+// and a check for leaks. A test allocates at most 14 GB at once and frees early what it no longer needs.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,10 +15,10 @@
 
 constexpr size_t k2G = size_t{1} << 31;
 constexpr size_t k4G = size_t{1} << 32;
-// Where a 31-bit and a 32-bit count would have wrapped to a small number.
+// Sizes at which a 31-bit or a 32-bit count would have wrapped to a small number.
 constexpr size_t kLarge[] = {k2G + 5, k4G + 5};
 
-// A fixture: no block of memory is left over.
+// A fixture that checks that no block of memory is left.
 class Large : public testing::Test {
   protected:
     void SetUp() override { before_ = live_blocks(); }
@@ -28,12 +28,12 @@ class Large : public testing::Test {
     long before_ = 0;
 };
 
-// So many equal bytes and a NUL.
+// A text of `size` equal bytes and a NUL.
 class Text {
   public:
     Text(size_t size, char fill) : size_(size), data_(static_cast<char*>(malloc(size + 1))) {
         if (data_ == nullptr)
-            abort();  // a machine that is too small
+            abort();  // this machine is too small
         memset(data_, fill, size);
         data_[size] = '\0';
     }
@@ -49,7 +49,7 @@ class Text {
     size_t size() const { return size_; }
     char* end() const { return data_ + size_; }
     char& operator[](size_t at) { return data_[at]; }
-    // Its last bytes become these.
+    // Replaces its last bytes.
     Text& ending(const std::string& tail) {
         memcpy(end() - tail.size(), tail.data(), tail.size());
         return *this;
@@ -64,19 +64,19 @@ class Text {
     char* data_;
 };
 
-// Whether `size` bytes are all the same.
+// Returns whether `size` bytes all equal `fill`.
 inline bool is_all(const char* bytes, size_t size, char fill) {
     return size == 0 || (bytes[0] == fill && memcmp(bytes, bytes + 1, size - 1) == 0);
 }
 
-// A stream to read: some bytes, `count` equal ones, and some more, which a thread writes into a pipe.
+// A stream for reading: some bytes, `count` equal ones, and some more, which a thread writes into a pipe.
 class Source {
   public:
     Source(const std::string& head, size_t count, char fill, const std::string& tail)
         : pipe_(1 << 20), writer_([=, this] { write(head, count, fill, tail); }) {}
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
-    // Reads what the test has left, since the writer waits for it.
+    // Reads what the test has left unread, because the writer waits for that.
     ~Source() {
         rest();
         writer_.join();
@@ -107,7 +107,7 @@ class Source {
     std::thread writer_;
 };
 
-// A stream to write, of which a thread keeps the number of bytes, that of the `fill` among them, and the others.
+// A stream for writing. A thread counts its bytes and those that equal `fill`, and keeps the first others.
 class Sink {
   public:
     explicit Sink(char fill) : pipe_(1 << 20), reader_([=, this] { read(fill); }) {}
@@ -115,7 +115,7 @@ class Sink {
     Sink& operator=(const Sink&) = delete;
     ~Sink() { finish(); }
     FILE* stream() { return pipe_.writer; }
-    // Closes the stream; the figures are known from then on.
+    // Closes the stream; after that, the counts are known.
     void finish() {
         if (!reader_.joinable())
             return;
@@ -124,7 +124,7 @@ class Sink {
     }
     size_t count() const { return count_; }
     size_t filled() const { return filled_; }
-    // The first of them.
+    // The first bytes that do not equal `fill`.
     const std::string& others() const { return others_; }
 
   private:
@@ -155,7 +155,7 @@ class Sink {
     std::thread reader_;
 };
 
-// A file with a hole of `count` NUL bytes in it, which takes no room on the disk, and some bytes at both ends.
+// A sparse file: `count` NUL bytes, which take no room on the disk, with some bytes before and after them.
 class SparseFile {
   public:
     SparseFile(const std::string& head, size_t count, const std::string& tail);

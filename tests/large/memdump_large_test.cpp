@@ -1,4 +1,4 @@
-// Dumps of 2^31 and 2^32 bytes and more, in few lines or in many.
+// Dumps of more than 2^31 and 2^32 bytes, in few lines or in many.
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
 #include "large/large_test.h"

@@ -1,4 +1,4 @@
-// Tagged values with texts and blobs of 2^31 and 2^32 bytes and more.
+// Tagged values with texts and blobs of more than 2^31 and 2^32 bytes.
 #include "ke_utils/core.h"
 #include "ke_utils/mtype.h"
 #include "large/large_test.h"

@@ -1,4 +1,4 @@
-// Numbers of 2^31 and 2^32 digits and more: most of them zeros, which change nothing.
+// Numbers of more than 2^31 and 2^32 digits; most of the digits are zeros, which do not change the value.
 #include <cmath>
 
 #include "ke_utils/core.h"
@@ -60,14 +60,14 @@ TEST_F(NumbersLarge, Doubles) {
         expect_number<double>(text.beginning("10"), wiq_strtodouble, 0, HUGE_VAL);
         expect_number<double>(text.beginning("-1"), wiq_strtodouble, 0, -HUGE_VAL);
         expect_number<double>(text.ending("x"), wiq_strtodouble, WIQ_ERR_BAD_FORMAT, 0);
-        // Exactly between two doubles, but for the last digit. Both digits of the first ending go.
+        // Exactly halfway between two doubles, except for the last digit.
         text.beginning("9007199254740993.").ending("00");
         expect_number<double>(text, wiq_strtodouble, 0, 9007199254740992.0);
         expect_number<double>(text.ending("1"), wiq_strtodouble, 0, 9007199254740994.0);
     }
 }
 
-// As many zeros as the exponent takes away or adds again.
+// The exponent cancels the zeros.
 TEST_F(NumbersLarge, DoublesWithLargeExponents) {
     for (const size_t length : kLarge) {
         SCOPED_TRACE(length);

@@ -1,4 +1,4 @@
-// Path strings, conversions and names of files with 2^31 and 2^32 bytes and more.
+// Path strings, conversions and file names of more than 2^31 and 2^32 bytes.
 #include <cwchar>
 
 #include "ke_utils/containers.h"
@@ -32,7 +32,7 @@ TEST_F(PathLarge, Strings) {
     }
 }
 
-// What is appended is counted in 31 bits, the separator included.
+// What is appended, including the separator, is counted in 31 bits.
 TEST_F(PathLarge, Parts) {
     Text part(k4G + 5, 'x');
     wiq_strbuf buf;
@@ -62,7 +62,7 @@ TEST_F(PathLarge, Parts) {
     wiq_strbuf_finalize(&buf);
 }
 
-// With characters of one, two, three and four bytes, and with invalid bytes.
+// Includes characters of one, two, three and four bytes, and invalid bytes.
 TEST_F(PathLarge, Conversions) {
     Text text(k2G + 9, 'x');
     text.ending("\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80");
@@ -85,7 +85,7 @@ TEST_F(PathLarge, Conversions) {
     free(narrowed);
 }
 
-// Fewer wide characters than 2^31 that need more bytes.
+// Fewer than 2^31 wide characters that need more than 2^31 bytes.
 TEST_F(PathLarge, ALongTextOfAShorterOne) {
     constexpr size_t kCount = k4G / 3 + 2;
     Text text(3 * kCount, '\0');
@@ -106,20 +106,20 @@ TEST_F(PathLarge, ALongTextOfAShorterOne) {
         EXPECT_EQ(strlen(narrowed), 3 * kCount);
         free(narrowed);
     }
-    // Half of a surrogate pair is invalid, wherever it stands.
+    // Half of a surrogate pair is invalid, wherever it is.
     wide[kCount - 1] = static_cast<wchar_t>(0xd800);
     EXPECT_EQ(narrow(wide, &err), nullptr);
     EXPECT_EQ(err, 1113u);
     free(wide);
 }
 
-// No file has such a name.
+// No file can have such a name.
 TEST_F(PathLarge, NamesOfFiles) {
     for (const size_t length : kLarge) {
         SCOPED_TRACE(length);
         const SparseFile file("", 0, "x");
         Text path(length, 'x');
-        // Cut to 32 bits, one of them names the file.
+        // If its length were truncated to 32 bits, one of these paths would name the file.
         path.ending(file.name());
         u32 err = 0;
         EXPECT_EQ(wiq_fopen(path.data(), "rb", &err), nullptr);

@@ -1,4 +1,5 @@
-// The string buffer with texts of 2^31 and 2^32 bytes and more. What wiq_strbuf_write() counts is taken as 32 bits.
+// The string buffer with texts of more than 2^31 and 2^32 bytes. wiq_strbuf_write() uses only 32 bits of its
+// count.
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 #include "large/large_test.h"
@@ -37,7 +38,7 @@ TEST_F(StrbufLarge, Operations) {
         EXPECT_EQ(wiq_strbuf_write(&buf_, "bcd", 99), 3);
         EXPECT_EQ(wiq_strbuf_printf(&buf_, "%d", 1234), 4);
         expect_text(length + 8, "xabcd1234");
-        // Its own last bytes, with the block at its limit.
+        // Append its own last bytes when the block is full.
         EXPECT_EQ(wiq_strbuf_extra_capacity(&buf_, 0), 0);
         EXPECT_EQ(buf_.capacity, length + 9);
         EXPECT_EQ(wiq_strbuf_extra_capacity(&buf_, 100), 0);

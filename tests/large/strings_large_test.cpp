@@ -1,4 +1,4 @@
-// The operations on strings with texts of 2^31 and 2^32 bytes and more.
+// The string operations with texts of more than 2^31 and 2^32 bytes.
 #include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
@@ -27,7 +27,7 @@ TEST_F(StringsLarge, InPlace) {
         trim_in_place(text.data());
         EXPECT_EQ(strlen(text.data()), length - 2);
         EXPECT_TRUE(is_all(text.data(), length - 5, 'y'));
-        // Of blanks alone nothing is left.
+        // Nothing is left of a text of blanks.
         memset(text.data(), ' ', length);
         trim_in_place(text.data());
         EXPECT_STREQ(text.data(), "");
@@ -69,7 +69,7 @@ TEST_F(StringsLarge, AStringVector) {
     wiq_strv_finalize(&strv);
 }
 
-// The hash of all bytes, of whose number 32 bits count.
+// The hash of all bytes, with their number truncated to 32 bits.
 u32 murmur3(const char* text, size_t size) {
     const auto rotate = [](u32 x, int by) { return x << by | x >> (32 - by); };
     const auto mix = [&](u32 k) { return rotate(k * 0xcc9e2d51u, 15) * 0x1b873593u; };

@@ -1,4 +1,4 @@
-// JSON text beyond ASCII that becomes 2^31 and 2^32 bytes and more when it is escaped.
+// Non-ASCII JSON text that grows to more than 2^31 and 2^32 bytes when it is escaped.
 #include "ke_utils/utf8.h"
 #include "large/large_test.h"
 
@@ -6,7 +6,7 @@ namespace {
 
 class Utf8Large : public Large {};
 
-// A string of so many "é" in quotes.
+// Fills a text with "é", in quotes.
 void make_string(Text* text) {
     for (size_t i = 1; i + 1 < text->size(); i += 2)
         memcpy(text->data() + i, "\xc3\xa9", 2);

@@ -10,7 +10,7 @@ class VectorLarge : public Large {};
 TEST_F(VectorLarge, AsManyElementsAsThereCanBe) {
     wiq_vector vec;
     ASSERT_EQ(wiq_vector_init(&vec, 1, 1 << 30, nullptr, nullptr), 0);
-    // Growth from here to the largest size would overflow if it doubled, and take for ever element by element.
+    // From here, doubling would overflow, and growing one by one to the largest size would take forever.
     EXPECT_NE(wiq_vector_push(&vec), nullptr);
     EXPECT_EQ(vec.capacity, INT32_MAX);
     while (wiq_vector_size(&vec) < INT32_MAX)
@@ -42,7 +42,7 @@ TEST_F(VectorLarge, ElementsBeyondFourGibibytes) {
     EXPECT_EQ(*static_cast<i32*>(wiq_vector_get(&vec, 1 << 30 | 1)), 0x01010101);
     EXPECT_EQ(wiq_vector_extra_capacity(&vec, 0), 0);
     wiq_vector_finalize(&vec);
-    // An element of more than 4 GiB.
+    // Elements of more than 4 GiB.
     ASSERT_EQ(wiq_vector_init(&vec, k4G + 5, 2, nullptr, nullptr), 0);
     EXPECT_EQ(wiq_vector_get(&vec, 1), static_cast<char*>(vec.data) + k4G + 5);
     EXPECT_EQ(wiq_vector_resize(&vec, INT32_MAX), WIQ_ERR_NO_MEMORY);
@@ -50,7 +50,7 @@ TEST_F(VectorLarge, ElementsBeyondFourGibibytes) {
     wiq_vector_finalize(&vec);
 }
 
-// From 2^62 on four thirds of the capacity wrap in 64 bits: to nothing for a multiple of that.
+// From 2^62 on, four thirds of the capacity wrap in 64 bits, to 0 for multiples of that.
 TEST_F(VectorLarge, CapacitiesOfAMap) {
     const auto hash = [](const void*) { return u32{0}; };
     const auto equal = [](const void*, const void*) { return true; };

@@ -1,5 +1,5 @@
-/* Arguments that Microsoft's runtime calls invalid: without a handler of its own the process would end there, with
-   0xC0000417. The DLL answers each with a status. */
+/* Arguments that Microsoft's runtime considers invalid: without a handler, the process would end with 0xC0000417.
+   The DLL returns a status for each. */
 #include <ke_utils.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -33,7 +33,7 @@ static void modes(void) {
     }
 }
 
-/* Through a variable, so that the compiler does not warn of what is meant to be wrong. */
+/* Takes a variable, so that the compiler does not warn about formats that are wrong on purpose. */
 static void refused(const char* format) {
     char buf[64];
     char* text = NULL;
@@ -52,7 +52,7 @@ static void refused(const char* format) {
 static void unknown(const char* format) {
     char buf[64];
     char* text = NULL;
-    /* What comes of it is the runtime's choice; that something comes of it is ours. */
+    /* The runtime decides on the result; the library must see to it that there is one. */
     const i32 status = wiq_asprintf(&text, format, 1, 2, 3);
     CHECK(status >= 0 || status == -7);
     CHECK((status >= 0) == (text != NULL));

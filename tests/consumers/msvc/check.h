@@ -1,4 +1,4 @@
-/* Says what does not hold, and where; main() returns check_failures(). */
+/* Prints which checks fail, and where; main() returns check_failures(). */
 #pragma once
 #include <stdio.h>
 
@@ -15,7 +15,7 @@ static void check_that(int holds, const char* condition, const char* file, int l
     }
 }
 
-/* "name: 12 checks": a program that stops half-way prints no such line. */
+/* "name: 12 checks": a program that stops half-way does not print this line. */
 static int check_failures(const char* name) {
     fprintf(stdout, "%s: %d checks, %d failed\n", name, checks, failures);
     return failures != 0;

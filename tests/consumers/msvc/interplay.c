@@ -1,5 +1,5 @@
-/* What crosses the border between a program by Microsoft's compiler and the DLL: blocks, streams, records by
-   value, addresses of functions and of data. Compiled as C and as C++. */
+/* What is passed between a program built with Microsoft's compiler and the DLL: blocks, streams, records by value,
+   addresses of functions and of data. Compiled as C and as C++. */
 #include <ke_utils.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -14,7 +14,7 @@ static void blocks(void) {
     CHECK(wiq_asprintf(&text, "%s is %d", "temperature", 41) == 17);
     CHECK(text != NULL && strcmp(text, "temperature is 41") == 0);
     free(text);
-    /* The DLL grows a block of the program's. */
+    /* The DLL grows a block that the program has allocated. */
     CHECK(wiq_rasprintf(&block, &size, "%s", "longer than four characters") == 27);
     CHECK(size >= 28 && strcmp(block, "longer than four characters") == 0);
     block = (char*)realloc(block, 1000);
@@ -28,13 +28,13 @@ static void streams(const char* path) {
     char* line = NULL;
     size_t room = 0;
     FILE* fp = wiq_fopen(path, "wb", &err);
-    /* A stream that the DLL has opened, in the program's hands ... */
+    /* The program uses a stream that the DLL has opened ... */
     CHECK(fp != NULL && err == 0);
     if (fp == NULL)
         return;
     CHECK(fwrite(kDocument, 1, strlen(kDocument), fp) == strlen(kDocument));
     CHECK(fclose(fp) == 0);
-    /* ... and one of the program's in the DLL's. */
+    /* ... and the DLL one that the program has opened. */
     fp = fopen(path, "rb");
     CHECK(fp != NULL);
     if (fp == NULL)
@@ -98,7 +98,7 @@ static i64 a_time(i64* t) {
     return 86400;
 }
 
-/* The slots are data of the DLL, which the program sets and reads by their imported addresses. */
+/* The slots are data of the DLL; the program sets and reads them through their imported addresses. */
 static void slots(void) {
     i64 (*real)(i64*) = wiq_time_real_ptr;
     struct tm day;
@@ -143,7 +143,7 @@ static void finalize_sensor(WiqObject* object) {
 
 static WiqType sensor_type;
 
-/* An imported address is no constant, so the parent is named when the type is made, not in its initialiser. */
+/* An imported address is not a constant, so the parent is set when the type is made, not in its initialiser. */
 static void types(void) {
     WiqObject* object;
     sensor_type.name = "Sensor";

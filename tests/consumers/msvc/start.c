@@ -1,5 +1,5 @@
-/* Starts a program as Microsoft's start-up code does, in what matters here: initialisers run, then main(), and
-   nobody installs a handler for invalid parameters, so that a runtime function which gets one ends the process. */
+/* Starts a program as Microsoft's start-up code does, as far as it matters here: it runs the initialisers, then
+   main(), and installs no handler for invalid parameters, so a runtime function that receives one ends the process. */
 #include <stdlib.h>
 
 int main(void);

@@ -1,5 +1,5 @@
-/* As much of Microsoft's header as the programs here use, written for the test: compilers for MSVC bring no
-   headers of the C runtime with them. */
+/* The part of Microsoft's header that the programs here use, written for the test: clang comes without headers of
+   Microsoft's C runtime. */
 #pragma once
 #include <stdarg.h>
 #include <stddef.h>

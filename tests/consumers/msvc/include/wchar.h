@@ -1,3 +1,3 @@
-/* See stdio.h. The type itself is one of the compiler's. */
+/* See stdio.h. The type itself is built into the compiler. */
 #pragma once
 #include <stddef.h>
