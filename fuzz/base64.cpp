@@ -1,4 +1,5 @@
-// Base64: bytes come back, and any text is decoded as a model of the rules decodes it, or refused within its bounds.
+// Base64: encoded bytes are decoded to the same bytes, and any text is decoded, or refused within its bounds,
+// as by a model of the rules.
 #include <vector>
 
 #include "input.h"
@@ -7,10 +8,10 @@ namespace {
 
 struct Decoded {
     i32 status;
-    std::string bytes;  // what is written, also before a failure
+    std::string bytes;  // what is written, even before a failure
 };
 
-// One character after the other, as many bits as there are.
+// Decodes one character after the other.
 Decoded decode(const char* text, size_t size, size_t capacity) {
     const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     Decoded result = {0, ""};
@@ -41,7 +42,7 @@ Decoded decode(const char* text, size_t size, size_t capacity) {
 }
 
 void check_decoding(const char* text, size_t size, size_t capacity) {
-    // A block of just the size, so that the sanitizer sees a byte too many.
+    // A block of exactly this size, so that the sanitizer detects an overrun.
     std::vector<u8> bytes(capacity);
     size_t room = capacity;
     const Decoded expected = decode(text, size, capacity);
@@ -61,7 +62,7 @@ void check_encoding(const u8* data, size_t size) {
     CHECK(length + 1 == text.size() && text[length] == '\0');
     const Decoded expected = decode(text.data(), length, size + 1);
     CHECK(expected.status == 0 && expected.bytes == std::string(data, data + size));
-    // In place.
+    // Decode in place.
     size_t room = text.size();
     CHECK(wiq_base64_decode(text.data(), length, reinterpret_cast<u8*>(text.data()), &room) == 0);
     CHECK(room == size && (size == 0 || memcmp(text.data(), data, size) == 0));

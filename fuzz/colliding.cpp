@@ -1,5 +1,5 @@
-// A script of operations on a map, a locked map and an object that all hold the same keys, most of which have one
-// hash: the three agree with a model and with each other, also in the order of a walk.
+// A script of operations on a map, a locked map and an object with the same keys, most of which have the same
+// hash: the three must agree with a model and with each other, also in the order of a walk.
 #include <map>
 
 #include "script.h"
@@ -7,7 +7,7 @@
 
 namespace {
 
-// Chains of more members than an object searches one by one, and other keys between them.
+// Enough members for chains that an object does not search one by one, and other keys between them.
 const std::vector<std::string>& keys() {
     static const std::vector<std::string> all = [] {
         std::vector<std::string> result = colliding::keys(200);
@@ -122,7 +122,7 @@ void check_order(Tables& all) {
     CHECK(wiq_map_collisions(&all.map) < plain.size() + 1);
 }
 
-// The object, copied, compared, and written and read again.
+// Copies and compares the object, and writes it and reads it again.
 void check_copies(const Tables& all) {
     wiq_json_t* copy = wiq_json_copy(all.obj, nullptr);
     CHECK(wiq_json_equal(all.obj, copy));

@@ -1,4 +1,5 @@
-// A script of operations on a string buffer, a vector and a map, each beside a model of the standard library.
+// A script of operations on a string buffer, a vector and a map, each compared with a model from the standard
+// library.
 #include <algorithm>
 #include <map>
 #include <vector>

@@ -1,5 +1,5 @@
-// A script of allocations through the hooks of the leak count, beside a model of what is allocated and what is
-// counted; and times of day beside the C library's.
+// A script of allocations through the leak tracker's hooks, compared with a model of what is allocated and
+// counted; and times of day compared with the C library's.
 #include <ctime>
 
 #include "script.h"
@@ -8,7 +8,7 @@ namespace {
 
 struct Block {
     u8* data = nullptr;
-    std::string model;  // what it holds
+    std::string model;  // the expected contents
     bool aligned = false;
 };
 
@@ -106,7 +106,7 @@ void check_time(const Op& op) {
     wiq_sleep_real_ptr(0);
 }
 
-// A module that is there, with a symbol or without; and one that is not.
+// Loads an existing module, with an existing symbol or not, or a module that does not exist.
 void check_module(bool there, bool symbol) {
     wiq_lib lib = {};
     const i32 status = wiq_dlopen_real_ptr(there ? "libm.so.6" : "/nonexistent/module.so", &lib);

@@ -1,5 +1,5 @@
-// A script of operations on the C++ layer, beside containers of the standard library: an array, an object, a map,
-// a list of texts and a buffer. Predicates that throw leave everything as it was.
+// A script of operations on the C++ layer, compared with containers of the standard library: an array, an
+// object, a map, a list of texts and a buffer. Predicates that throw must leave everything unchanged.
 #include <map>
 #include <optional>
 
@@ -218,7 +218,7 @@ void step(Texts& texts, const Op& op) {
             texts.model.resize(fits ? length : texts.model.size());
             break;
         }
-        case 3:  // its own text
+        case 3:  // appends its own text
             if (texts.model.size() < 1000) {
                 CHECK(texts.buffer.append(texts.buffer.view(), word, texts.buffer.c_str()) == 0);
                 const std::string before = texts.model;

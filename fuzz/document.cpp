@@ -1,5 +1,6 @@
-// A script of operations on documents, on this library and on a model of it: after each step every living node has
-// the same kind, count, parent, place, children and order, and each call the same status.
+// A script of operations on documents, with this library and with a model of it: after each step every live
+// node must have the same kind, count, parent, position, children and order, and each call must return the
+// same status.
 #include "document_pair.h"
 #include "script.h"
 
@@ -15,7 +16,7 @@ class Run : Pair {
         document_.bury();
     }
     void finish() {
-        // A weak container can hold what holds it: such rings are the caller's to open.
+        // A weak container can hold a container that holds it; the caller must break such cycles.
         for (bool found = true; found;) {
             found = false;
             for (Node* node : document_.alive()) {
@@ -77,7 +78,7 @@ class Run : Pair {
         wiq_json_load_error error = {};
         match(node, wiq_json_loads(text.c_str(), WIQ_JSON_REJECT_DUPLICATES, &error));
         CHECK(error.position == static_cast<i32>(text.size()));
-        // The caller's reference is the one that a handle holds.
+        // A handle holds the caller's reference.
         hold(to, node);
     }
     void compare(const Node* a, const Node* b) {
@@ -152,7 +153,7 @@ class Run : Pair {
         return step == "-" ? document_.push(container, node)
                            : document_.put_elem(container, step[0] - '0', node);
     }
-    // A container that was made on the way, and the one that it stands in.
+    // A container that was added on the way, and the one that contains it.
     struct Made {
         const Node* where;
         Node* node;
@@ -221,7 +222,7 @@ class Run : Pair {
     void filter(Node* array, u8 mask) {
         if (array == nullptr || array->tag != model::kArray || array->weak)
             return;
-        // By address, of which the model knows whose it is.
+        // Nodes are identified by address; the model knows which address belongs to which node.
         struct Wanted {
             std::set<const wiq_json_t*> kept;
         } wanted;
@@ -241,7 +242,7 @@ class Run : Pair {
                   &wanted) == 0);
         document_.filter(array, keep);
     }
-    // By address: one order for the model and for the library.
+    // Sorts by address, so that the model and the library use the same order.
     void sort(Node* array) {
         if (array == nullptr || array->tag != model::kArray)
             return;
@@ -262,7 +263,7 @@ class Run : Pair {
         if (obj != nullptr && obj->tag == model::kObject) {
             const model::Member* member = obj->members.find(key);
             if (member != nullptr && member->child->tag == model::kRef)
-                return;  // would be followed
+                return;  // it would be followed
             const model::Tag tag = array ? model::kArray : model::kObject;
             wiq_json_t* node = (array ? wiq_json_obj_getd_array : wiq_json_obj_getd_obj)(
                 obj->real, key.c_str(), &err);
@@ -297,7 +298,7 @@ class Run : Pair {
             case 4:
                 copy(op.b, a);
                 break;
-            case 5:  // many colliding ones, or many others
+            case 5:  // many colliding keys, or many others
                 for (u8 i = 0; i < op.c % 48; ++i)
                     put_new(a, key_of(static_cast<u8>(op.b + i)), 3, i);
                 break;
@@ -329,7 +330,8 @@ class Run : Pair {
                 Node* old = document_.swap(a, index, handle(op.c), &status);
                 CHECK(wiq_json_array_swap(real(a), index, real(handle(op.c)), &err) == real(old));
                 CHECK(static_cast<i32>(err) == status);
-                // A weak array that has the child there already gives a reference, and no element, away.
+                // If a weak array already lists the child at this index, the swap hands over a reference, but
+                // no element.
                 const bool same = old != nullptr && old == handle(op.c);
                 take_over(op.d, old);
                 if (same) {
@@ -393,7 +395,7 @@ class Run : Pair {
                 parse_again(op.b, a);
         }
     }
-    // A node that the library has handed over, maybe with a count of 0, belongs to a handle.
+    // A handle takes a node that the library has handed over, possibly with a count of 0.
     void take_over(u8 to, Node* node) {
         if (node != nullptr)
             hold(to, node);

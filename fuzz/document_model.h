@@ -1,5 +1,5 @@
-// A document as the reference describes it, in types of the standard library and without a thought for speed:
-// what the operations of json.h do to values, counts, parents, places and the order of members.
+// A document as the reference describes it, made of types of the standard library and without regard for
+// speed: what the operations of json.h do to values, counts, parents, positions and the order of members.
 #pragma once
 
 #include <algorithm>
@@ -22,8 +22,9 @@ struct Member {
     Node* child;
 };
 
-// The order of members: chains under a power of two of buckets. A new member joins its chain at the end; a table
-// that is more than three quarters full doubles, and then each member, in order, goes to the front of its new chain.
+// The order of members: chains in a table whose number of buckets is a power of two. A new member is added at
+// the end of its chain. A table that is more than three quarters full doubles; then each member, in order,
+// goes to the front of its new chain.
 class Members {
   public:
     explicit Members(u64 capacity = 0) {
@@ -77,7 +78,7 @@ enum Tag : u16 { kNull, kObject, kArray, kI64, kU64, kU128, kDouble, kString, kT
 
 struct Node {
     Tag tag;
-    double number = 0;  // small enough for every kind
+    double number = 0;  // small enough for every numeric kind
     std::string text;
     bool weak = false;
     Members members;
@@ -86,9 +87,9 @@ struct Node {
     i64 count = 0;
     Node* parent = nullptr;
     std::string key;  // in an object
-    i32 place = 0;    // in an array, as it was given
+    i32 place = 0;    // in an array; the index as it was given
     bool dead = false;
-    wiq_json_t* real = nullptr;  // the node of the library that this one describes
+    wiq_json_t* real = nullptr;  // the library's node that this one models
 
     bool is_container() const { return tag == kObject || tag == kArray; }
 };
@@ -113,7 +114,7 @@ class Document {
         }
         return result;
     }
-    // What is dead can be forgotten once nobody compares addresses any more.
+    // Forgets dead nodes; after that, their addresses must not be compared any more.
     void bury() {
         nodes_.erase(std::remove_if(nodes_.begin(), nodes_.end(),
                                     [](const auto& node) { return node->dead; }),
@@ -162,7 +163,7 @@ class Document {
         settle(array, child, static_cast<i32>(array->elems.size()) - 1);
         return 0;
     }
-    // Returns the position that an index means, otherwise -1.
+    // Returns the position for an index; -1 if it is out of range.
     static i32 resolve(const Node* array, i32 index) {
         const i32 size = static_cast<i32>(array->elems.size());
         const i32 place = index < 0 ? index + size : index;
@@ -218,7 +219,7 @@ class Document {
         hand_over(array, last);
         return last;
     }
-    // The null that takes the place of an element is returned in `hole`.
+    // Returns the null that replaces an array element in `hole`.
     i32 orphan(Node* node, Node** hole) {
         if (node == nullptr)
             return WIQ_ERR_INVALID_ARG;
@@ -255,8 +256,8 @@ class Document {
         --node->count;
         return status;
     }
-    // Kept elements by their places, so those that were put in at a negative index first. False: two have the same
-    // negative place, and their order is not specified.
+    // A filter orders kept elements by their recorded indexes, so those that were stored at a negative index
+    // come first. Returns false if two have the same negative index: then their order is not specified.
     template <class Keep>
     bool can_filter(const Node* array, Keep keep) const {
         std::set<i32> negative;
@@ -287,7 +288,8 @@ class Document {
         number(array);
     }
 
-    // A deep copy; with `parsed`, what its text is read as: integers are signed, and tables grow from nothing.
+    // Returns a deep copy; with `parsed`, as if its text had been parsed: integers are signed, and tables
+    // grow from nothing.
     Node* copy(const Node* node, bool parsed = false) {
         Node* result =
             node->tag == kObject ? make_object(parsed ? 0 : node->members.size()) : make(node->tag);
@@ -335,7 +337,7 @@ class Document {
         --child->count;
         end_if_unowned(child);
     }
-    // A node without owners dies with its references; a parent keeps its child.
+    // A node without owners dies with its last reference; a parent keeps its child alive.
     void end_if_unowned(Node* node) {
         if (node->count > 0)
             return;
@@ -343,7 +345,7 @@ class Document {
             node->count = 1;
             return;
         }
-        node->count = INT32_MAX;  // weak references to it from below cannot end it again
+        node->count = INT32_MAX;  // so that weak references from below cannot end it again
         node->dead = true;
         for (const Member& member : node->members.all())
             release(node, member.child);
@@ -354,7 +356,7 @@ class Document {
     std::vector<std::unique_ptr<Node>> nodes_;
 };
 
-// The nodes that a walk from here meets, weak references followed; `limit` if they are as many or more.
+// Returns the number of nodes that a walk from here visits, following weak references; at most `limit`.
 inline size_t reach(const Node* node, size_t limit) {
     size_t count = 1;
     for (const Member& member : node->members.all()) {

@@ -1,4 +1,4 @@
-// A document of the library and a model of it, side by side: how both are made alike, and how they are compared.
+// A document of the library and its model, side by side: how both are built in the same way and compared.
 #pragma once
 
 #include "document_model.h"
@@ -8,9 +8,9 @@
 
 using model::Node;
 
-// A script that has made so many nodes makes no more.
+// After a script has made this many nodes, it makes no more.
 constexpr size_t kMostNodes = 160;
-// Walks that follow weak references can be endless, so only what is smaller than this is copied or compared.
+// Walks that follow weak references can be endless, so only smaller documents are copied or compared.
 constexpr size_t kReach = 300;
 
 inline const std::vector<std::string>& keys() {
@@ -37,7 +37,7 @@ class Pair {
     Node*& handle(u8 operand) { return handles_[operand % kHandles]; }
     static wiq_json_t* real(const Node* node) { return node == nullptr ? nullptr : node->real; }
 
-    // A handle owns a reference.
+    // A handle owns one reference.
     void hold(size_t place, Node* node) {
         if (node != nullptr) {
             ++node->count;
@@ -45,7 +45,7 @@ class Pair {
         }
         Node* old = handles_[place % kHandles];
         handles_[place % kHandles] = node;
-        // The count first, since the library may end the node.
+        // The library's reference is released first, since that may end the node.
         wiq_json_unref(real(old));
         document_.unref(old);
     }
@@ -58,7 +58,7 @@ class Pair {
             CHECK(wiq_json_array_pop(node->real, 1) == document_.pop(node, 1));
     }
 
-    // A scalar of one of nine kinds, or an empty container, without a node of the library yet.
+    // Returns a scalar of one of nine kinds, or an empty container, which has no node of the library yet.
     Node* describe(u8 kind, u8 value) {
         static constexpr model::Tag kTags[] = {model::kNull,   model::kTrue,   model::kFalse,
                                                model::kI64,    model::kU64,    model::kU128,
@@ -125,7 +125,7 @@ class Pair {
         return node;
     }
 
-    // What the library's builders make: attached, with the container's reference alone.
+    // Adds a new value with one of the library's builders; only the container owns a reference to it.
     void put_new(Node* obj, const std::string& key, u8 kind, u8 value) {
         Node* child = describe(kind, value);
         const wiq_uint128 number = wide(child);
@@ -206,7 +206,7 @@ class Pair {
         child->dead = status != 0;
     }
 
-    // A copy whose nodes the library has made: the model's are matched with them on the way down.
+    // Matches the nodes of a model with those of a copy that the library has made, from the top down.
     void match(Node* node, wiq_json_t* real) {
         CHECK(real != nullptr);
         node->real = real;
@@ -215,7 +215,7 @@ class Pair {
         for (size_t i = 0; i < node->elems.size(); ++i)
             match(node->elems[i], wiq_json_array_get_ext(real, static_cast<i32>(i), 0, nullptr));
     }
-    // The library's node of a child that it has made.
+    // Finds the library's node for a child that the library has made.
     static void match_in(const Node* container, Node* child) {
         for (const model::Member& member : container->members.all()) {
             if (member.child == child)

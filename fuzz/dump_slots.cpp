@@ -1,6 +1,6 @@
-// The serializer's visitors as a client derives from them: a walk through the slots writes the same text as the
-// direct way of the exported functions, for a string buffer and for a stream, ends at the print that fails with the
-// status of that print, and stands a lack of memory.
+// The serializer's visitors, derived from as a client would: a walk through the slots writes the same text as
+// the direct path of the exported functions, to a string buffer and to a stream. It ends at a print slot that
+// fails, with that slot's status, and survives running out of memory.
 #include "input.h"
 #include "support/dump_visitors.h"
 
@@ -11,14 +11,14 @@ void* __real_realloc(void* block, size_t size);
 
 namespace {
 
-int g_allocations_left = -1;  // until one fails; negative: none does
+int g_allocations_left = -1;  // before one fails; negative: none fails
 
 bool allocation_fails() {
     return g_allocations_left >= 0 && g_allocations_left-- == 0;
 }
 
 constexpr i32 kStopped = -4711;
-int g_prints_left = -1;  // until one fails; negative: none does
+int g_prints_left = -1;  // before one fails; negative: none fails
 i32 (*g_print_string)(WiqJsonVisitor* self, const char* text);
 
 i32 stopping_print_string(WiqJsonVisitor* self, const char* text) {
@@ -39,7 +39,7 @@ WiqType new_type(const char* name, WiqClassInitFn init) {
     return type;
 }
 
-// The second writes to a stream. The third may be stopped.
+// The second type writes to a stream; the third can be stopped.
 WiqType g_types[] = {new_type("FuzzStrDump", nullptr), new_type("FuzzFileDump", nullptr),
                      new_type("FuzzStoppingDump", class_init)};
 
@@ -48,7 +48,7 @@ void make_types() {
                                    "JsonDumpStrVisitor"};
     for (size_t i = 0; i < 3; ++i) {
         CHECK(type_init(&g_types[i], find_type(parents[i])) == 0);
-        // The class is built for the first object.
+        // The first object builds the class.
         object_unref(object_new(&g_types[i]));
     }
 }
@@ -125,7 +125,7 @@ extern "C" void* __wrap_realloc(void* block, size_t size) {
 
 int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     static const bool ready = (make_types(), true);
-    if (!ready || size > 2000)  // a walk through the slots recurses
+    if (!ready || size > 2000)  // a walk through the slots is recursive
         return 0;
     Input input(data, size);
     const u32 flags = input.byte() & 7;
@@ -149,7 +149,7 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     g_prints_left = -1;
     const Text starved = by_slots(&g_types[0], root, flags, signed_indent, allocations);
     CHECK(starved.status == 0 || starved.status == WIQ_ERR_NO_MEMORY);
-    // An object whose keys cannot be collected is written as an empty one, and that is no failure.
+    // If an object's keys cannot be collected, it is written as an empty object, and that is not a failure.
     CHECK(starved.bytes.size() <= expected.bytes.size());
     wiq_json_unref(root);
     return 0;

@@ -1,5 +1,5 @@
-// Every call on the nodes of a document, right and wrong, while one allocation or all from some point on fail: the
-// statuses are those of the reference, nothing leaks, and the document is still one afterwards.
+// Every call on the nodes of a document, valid and invalid, while one allocation or all from some point on
+// fail: the statuses are those in the reference, nothing leaks, and the document is valid afterwards.
 #include "input.h"
 
 extern "C" {
@@ -11,8 +11,8 @@ void* __real_realloc(void* block, size_t size);
 namespace {
 
 bool g_armed;
-int g_left;  // allocations until one fails
-bool g_all;  // and all behind it
+int g_left;  // allocations before one fails
+bool g_all;  // all later ones fail, too
 
 bool fails() {
     if (!g_armed)
@@ -25,7 +25,7 @@ bool is_failure(i32 status) {
     return status < 0;
 }
 
-// A call that may fail for want of memory, or as the document has it.
+// Makes a call that may fail because memory runs out or because of the document.
 template <class Call>
 auto faulty(Call call) {
     g_armed = true;
@@ -34,7 +34,7 @@ auto faulty(Call call) {
     return result;
 }
 
-// What a node says of itself: one kind, and getters that agree with it.
+// Checks that a node has exactly one kind, and that its getters agree with it.
 void ask(const wiq_json_t* node) {
     const int kinds = wiq_json_is_null(node) + wiq_json_is_obj(node) + wiq_json_is_array(node) +
                       wiq_json_is_str(node) + wiq_json_is_bool(node) + wiq_json_is_num(node) +
@@ -67,7 +67,7 @@ void ask(const wiq_json_t* node) {
     }
 }
 
-// A typed getter gives a value or one of its statuses; an earlier failure stays.
+// A typed getter returns a value or one of its statuses; an earlier failure is kept.
 template <class Get>
 void get(Get getter, const wiq_json_t* obj, const char* key) {
     u32 err = 0;
@@ -96,7 +96,8 @@ void get_all(const wiq_json_t* obj, const char* key) {
         obj, key);
 }
 
-// Builders in a node that may be none of their kind: a new node, or a status and nothing changed.
+// Calls builders on a node that may be of the wrong kind: each makes a new node, or returns a status and
+// changes nothing.
 void build(wiq_json_t* node) {
     const wiq_uint128 wide = {1, 2};
     u32 err = 0;
@@ -138,7 +139,7 @@ void build(wiq_json_t* node) {
     done(faulty([&] { return wiq_json_ptr_put_jref(node, "/s/v", "#/s", &err); }));
 }
 
-// A weak array of some of the document's nodes, filtered and sorted.
+// Filters and sorts a weak array of some of the document's nodes.
 void list(wiq_json_t* root) {
     u32 err = 0;
     wiq_json_t* weak = wiq_json_array_weak_new(0, &err);
@@ -187,11 +188,11 @@ void outputs(wiq_json_t* root) {
     if (copy != nullptr) {
         CHECK(faulty([&] { return wiq_json_subset(copy, copy, 0); }));
         CHECK(faulty([&] { return wiq_json_jref_expand(copy); }) <= 0);
-        wiq_json_delete_impl(copy);  // after some failures it has a reference more
+        wiq_json_delete_impl(copy);  // after some failures it has an extra reference
     }
 }
 
-// Containers of the heap with failing allocations, and what they refuse.
+// Uses containers with failing allocations, and passes them invalid arguments.
 void use_containers() {
     wiq_map* map =
         faulty([] { return wiq_map_new(3, wiq_hash_int, wiq_cmp_int, nullptr, nullptr); });

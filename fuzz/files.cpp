@@ -1,5 +1,5 @@
-// A script of operations on files and folders, beside a model of what then stands where. It runs in a folder of its
-// own, which is empty again afterwards.
+// A script of operations on files and folders, compared with a model of the folder's contents. It runs in a
+// separate folder, which is empty again afterwards.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,14 +11,14 @@
 
 namespace {
 
-// By path from the folder, parts between "/": a file's content, or nothing for a folder.
+// Maps a path, relative to the folder and with "/", to a file's content, or to nothing for a folder.
 using Tree = std::map<std::string, std::optional<std::string>>;
 
 const std::string& base() {
     static const std::string* const path = [] {
         std::string name = (std::filesystem::temp_directory_path() / "ke-fuzz-XXXXXX").string();
         CHECK(mkdtemp(name.data()) != nullptr);
-        // Never destroyed, so that it can be read when the program ends.
+        // Never destroyed, so that it is still valid when the program ends.
         atexit([] { rmdir(base().c_str()); });
         return new std::string(name);
     }();
@@ -58,7 +58,7 @@ class Run {
         }
         CHECK((wiq_access(real(a).c_str(), 0) == 0) == (tree_.count(a) != 0));
     }
-    // What the model has is there, and nothing else.
+    // Checks that everything in the model exists, and nothing else does.
     void check() const {
         size_t count = 0;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(base())) {
@@ -71,7 +71,7 @@ class Run {
     }
 
   private:
-    // Up to three parts out of three names.
+    // Makes a path of up to three parts from three names.
     static std::string path_of(u8 operand) {
         std::string path(1, static_cast<char>('a' + operand % 3));
         if (operand / 3 % 3 != 0)
@@ -80,7 +80,7 @@ class Run {
             path += std::string("/") + static_cast<char>('a' + operand / 27 % 3);
         return path;
     }
-    // As callers write it: with the separator of Windows.
+    // Returns the path as callers write it: with the separator of Windows.
     static std::string real(const std::string& path) {
         std::string text = base() + "\\" + path;
         std::replace(text.begin() + static_cast<ptrdiff_t>(base().size()), text.end(), '/', '\\');
@@ -193,7 +193,7 @@ class Run {
         }
         tree_.insert(moved.begin(), moved.end());
     }
-    // A name that no file has; it goes again.
+    // Creates a file with a new name, and removes it again.
     void temporary(const std::string& path) const {
         std::string name = real(path) + "\\XXXXXX";
         u32 err = 7;

@@ -1,9 +1,9 @@
-// Formats of the safe subset, against the C runtime's snprintf in the "C" locale.
+// Formats of the safe subset, compared with the C runtime's snprintf() in the "C" locale.
 #include "input.h"
 
 namespace {
 
-// A conversion made of the input: flags, width, precision and one of the kinds below.
+// Makes a conversion from the input: flags, width, precision and one of the kinds below.
 std::string conversion(Input& input, char kind) {
     std::string format = "%";
     const u8 bits = input.byte();

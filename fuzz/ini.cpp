@@ -1,4 +1,4 @@
-// INI texts: every place that is reported lies in the text, where the word stands.
+// INI texts: every reported position is in the text, where the word is.
 #include "input.h"
 
 namespace {

@@ -1,5 +1,5 @@
-// What every target makes of the fuzzer's bytes: numbers and texts taken off the front, and a check that ends
-// the run when the library is wrong.
+// Shared by all targets: how the fuzzer's bytes become numbers and texts, and a check that ends the run when
+// the library is wrong.
 #pragma once
 
 #include <cstdio>
@@ -35,7 +35,7 @@ class Input {
             value = static_cast<T>(static_cast<u64>(value) << 8 | byte());
         return value;
     }
-    // Up to a line feed, or the end.
+    // Returns the text up to a line feed, or to the end.
     std::string line() {
         std::string text;
         while (size_ != 0) {
@@ -46,7 +46,7 @@ class Input {
         }
         return text;
     }
-    // All that is left; a NUL ends it where it is used as a C string.
+    // Returns all remaining bytes; as a C string, they end at a NUL.
     std::string rest() {
         std::string text(reinterpret_cast<const char*>(data_), size_);
         size_ = 0;

@@ -3,12 +3,12 @@
 
 namespace {
 
-// NaN is equal to nothing, and no text makes one; what the parser gives is equal to itself.
+// NaN is not equal to anything, but no text produces NaN, so a parsed value equals itself.
 void check_pair(wiq_json_t* a, wiq_json_t* b) {
     CHECK(wiq_json_equal(a, b) == wiq_json_subset(a, b, 15));
     CHECK(wiq_json_equal(a, b) == wiq_json_equal(b, a));
     for (u32 flags = 0; flags < 16; ++flags) {
-        // More conditions make fewer subsets.
+        // With more conditions there are fewer subsets.
         if (wiq_json_subset(a, b, 15))
             CHECK(wiq_json_subset(a, b, flags));
     }

@@ -1,4 +1,4 @@
-// Dumps with any parameters, beside a model that lays each line out byte by byte.
+// Dumps with any parameters, compared with a model that lays out each line byte by byte.
 #include <algorithm>
 #include <vector>
 
@@ -16,10 +16,10 @@ struct Shown {
     std::string bytes;
     Layout layout;
     u64 next;
-    int lines_left;  // the callback ends the dump then
+    int lines_left;  // after these, the callback ends the dump
 };
 
-// One line, without what fills a short last one up.
+// Returns one line, without the padding of a short last line.
 std::string hex_of(const Shown& shown, size_t start, size_t stop) {
     std::string text;
     for (size_t i = start; i < stop; ++i) {
@@ -42,7 +42,7 @@ std::string characters_of(const Shown& shown, size_t start, size_t stop) {
     return text;
 }
 
-// A padded line goes on with blanks and nothing else.
+// A padded line continues with nothing but blanks.
 bool is_line(std::string text, const std::string& expected, bool padded) {
     if (padded && text.size() > expected.size() &&
         text.find_first_not_of(' ', expected.size()) == std::string::npos)

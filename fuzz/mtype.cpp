@@ -1,5 +1,5 @@
-// A script of operations on tagged values, beside a model of what each holds; every getter, test and conversion
-// after each step.
+// A script of operations on tagged values, compared with a model of what each holds; after each step, every
+// getter, test and conversion is checked.
 #include <cmath>
 #include <variant>
 
@@ -85,7 +85,7 @@ void set(Value* value, const Op& op) {
             break;
         }
         case 10: {
-            // Around the size from which blobs have a record.
+            // Sizes around the one from which blobs have a record.
             const size_t size = op.b % 8 == 0 ? size_t{65533} + op.c % 4 : op.c;
             const Blob blob(size, op.d);
             CHECK(wiq_mtype_set_blob(real, blob.data(), size, 1, 1) == 0);
@@ -104,7 +104,7 @@ void set(Value* value, const Op& op) {
     }
 }
 
-// The model's answer for one type: its value, or that of a type that is not there.
+// Returns the model's result for one type: its value, or the default if it holds another type.
 template <class T>
 T held(const Model& model) {
     const T* value = std::get_if<T>(&model);
@@ -149,7 +149,7 @@ void check_getters(const Value& value) {
     CHECK(blob.empty() ? bytes == nullptr : memcmp(bytes, blob.data(), blob.size()) == 0);
 }
 
-// A number as the conversions see it, of an integer or of a double.
+// Converts a number as the conversions do, from an integer or from a double.
 i32 expected_of(const Model& model, long double limit, u64* out) {
     long double number = -1;
     if (const auto* real = std::get_if<double>(&model))
@@ -238,12 +238,12 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
         const bool pointer = a.model.index() == 11;
         if (op.code < 160) {
             set(&a, op);
-        } else if (op.code < 200 && !pointer) {  // both would own the pointer
+        } else if (op.code < 200 && !pointer) {  // otherwise both would own the pointer
             CHECK(wiq_mtype_copy(&a.real, &b.real) == 0);
             if (&a != &b)
                 b.model = a.model;
         } else if (op.code < 220) {
-            // Borrowed for a moment; a 128-bit cell would be shared.
+            // Lend it for a moment, except for a 128-bit number, whose cell would be shared.
             if (a.model.index() != 6) {
                 wiq_mtype lent;
                 wiq_mtype_init(&lent);
@@ -252,7 +252,7 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
                 CHECK(wiq_mtype_finalize(&lent) == 0);
             }
         } else if (op.code < 230 && a.model.index() == 9) {
-            // A part of its own string.
+            // Set it to a part of its own string.
             const std::string tail =
                 held<std::string>(a.model).substr(op.c % (held<std::string>(a.model).size() + 1));
             const char* own = wiq_mtype_get_utf8(&a.real);

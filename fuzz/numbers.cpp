@@ -1,4 +1,4 @@
-// Number texts against the C runtime's conversions, where both take the text.
+// Texts of numbers, compared with the C runtime's conversions where both accept the text.
 #include <cerrno>
 #include <cmath>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-// What ours takes, the runtime takes to its end, and gives the same.
+// If the library accepts a text, the runtime must accept all of it, with the same result.
 void check_integer(const std::string& text) {
     i64 value = 0;
     const i32 status = wiq_strtoint64(text.c_str(), &value);

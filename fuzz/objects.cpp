@@ -1,10 +1,10 @@
-// A script of operations on instances of a small tree of types, beside a model: which initialisers and finalisers
-// run, in which order, and which casts succeed.
+// A script of operations on instances of a small tree of types, compared with a model: which initialisers and
+// finalisers run, in which order, and which casts succeed.
 #include "script.h"
 
 namespace {
 
-// Six types: 0 above 1 and 2, 1 above 3, 3 above 4; 5 stands apart. Type 4 has fields of its own.
+// Six types: 0 is the parent of 1 and 2, 1 of 3, 3 of 4; 5 is separate. Type 4 has its own fields.
 constexpr int kTypes = 6;
 constexpr int kParents[kTypes] = {-1, 0, 0, 1, 3, -1};
 
@@ -30,7 +30,7 @@ void instance_finalize(WiqObject* object) {
 
 struct Class {
     WiqClass base;
-    int last;   // the type whose initialiser came last
+    int last;   // the type whose initialiser ran last
     int bases;  // how many ancestors have changed the record
 };
 template <int N>
@@ -70,7 +70,7 @@ int depth_of(int type) {
     return kParents[type] < 0 ? 0 : 1 + depth_of(kParents[type]);
 }
 
-// The root's initialiser first; finalisers the other way round.
+// The root's initialiser runs first; finalisers run in the opposite order.
 std::string inits_of(int type) {
     return (kParents[type] < 0 ? "" : inits_of(kParents[type])) + static_cast<char>('0' + type);
 }
@@ -118,7 +118,7 @@ void check(const Held& held, int other) {
     CHECK(type_is_child(type, &g_types[held.type]) == derives(held.type, other));
     CHECK(type_is_child(&ObjectType, type));
     CHECK(klass->last == held.type);
-    // The record begins as a copy of the parent's, which its ancestors have changed too.
+    // The record begins as a copy of the parent's, which the ancestors have changed, too.
     CHECK(klass->bases == depth_of(held.type) * (depth_of(held.type) + 1) / 2);
     CHECK(reinterpret_cast<Instance*>(object)->inits == depth_of(held.type) + 1);
 }

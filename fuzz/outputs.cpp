@@ -1,6 +1,6 @@
-// What the library gives back is written to the last byte: documents, buffers and records made of hostile input, in
-// blocks of malloc() and without the C++ library, whose own code knows nothing of MemorySanitizer. Under it, this is
-// the target that runs; under AddressSanitizer it is one more.
+// Everything that the library returns has been written to the last byte: documents, buffers and records made
+// from hostile input. The target uses blocks from malloc() and not the C++ library, which is not instrumented
+// for MemorySanitizer. It is the only target under MemorySanitizer, and one of many under AddressSanitizer.
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -17,8 +17,8 @@
 
 #include <charconv>
 
-// Doubles are written and read by the C++ library, whose stores MemorySanitizer does not see: the linker leads its
-// two functions through these, which say what has been stored.
+// The C++ library writes and reads doubles, and MemorySanitizer does not see its stores. So the linker
+// redirects its two functions to these, which report what has been stored.
 extern "C" std::to_chars_result ke_real_to_chars(
     char* first, char* last, double value, std::chars_format format,
     int precision) __asm__("__real__ZSt8to_charsPcS_dSt12chars_formati");
@@ -61,7 +61,7 @@ void check(bool good) {
         abort();
 }
 
-// A text of the library's, its NUL included; released.
+// Checks a text that the library has returned, including its NUL, and releases it.
 void take_text(char* text) {
     if (text != nullptr)
         CHECK_WRITTEN(text, strlen(text) + 1);
@@ -152,7 +152,7 @@ void parse(char* text) {
     wiq_json_unref(root);
 }
 
-// The status of a parser of numbers, and what it stored, which must be something.
+// Checks the status of a function that parses a number, and that it has stored a number.
 template <class Number>
 void parse_number(i32 (*read)(const char*, Number*), const char* text) {
     Number number;
@@ -263,7 +263,7 @@ void fill_containers(const u8* data, size_t size, const char* text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
-    // The bytes up to a NUL, in a block of just that size.
+    // Copy the bytes up to a NUL into a block of exactly that size.
     const size_t length = strnlen(reinterpret_cast<const char*>(data), size);
     char* text = static_cast<char*>(malloc(length + 1));
     memcpy(text, data, length);

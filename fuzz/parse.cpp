@@ -1,5 +1,5 @@
-// String and stream must read a text alike: tree, status, line, column and position. What was read and
-// written must read and be written again as the same.
+// A string and a stream must be read in the same way: tree, status, line, column and position. A document
+// that is written must be read again as an equal one, and then be written as the same text.
 #include "input.h"
 
 int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
@@ -23,10 +23,11 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     }
     const std::string once = dump(a, 0);
     CHECK(once == dump(b, 0));
-    // What has an invalid member or a number that is none ("inf") is not written so that it can be read.
+    // A document with an invalid member, or with a number such as "inf", is written as text that cannot be
+    // read.
     wiq_json_t* again = wiq_json_loads(once.c_str(), 0, nullptr);
     if (again != nullptr) {
-        // Six decimals and the order of another history: the second writing is the one that stays.
+        // Because of six decimals and a different insertion order, only the second text stays the same.
         const u32 sorted = WIQ_JSON_DUMP_SORT_KEYS;
         const std::string twice = dump(again, sorted);
         wiq_json_t* third = wiq_json_loads(twice.c_str(), 0, nullptr);

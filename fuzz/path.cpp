@@ -1,5 +1,5 @@
-// Path texts by the rules of Windows, which hold on every platform: the functions that cut and join, beside models
-// that know paths as parts between separators.
+// Path texts by the rules of Windows, which apply on every platform: the functions that split and join paths,
+// compared with models that treat a path as parts between separators.
 #include <vector>
 
 #include "input.h"
@@ -11,7 +11,7 @@ size_t tail_of(const std::string& path) {
     return last == std::string::npos ? 0 : last + 1;
 }
 
-// "C:\\dir\\f" to "C:\\dir"; roots keep their separator.
+// Turns "C:\\dir\\f" into "C:\\dir"; roots keep their separator.
 std::string directory_of(const std::string& path) {
     const size_t tail = tail_of(path);
     const std::string head = path.substr(0, tail);
@@ -55,7 +55,7 @@ void check_joins(const std::string& first, const std::string& second) {
         append(model, part);
         CHECK(wiq_append_path(&buf, part.c_str()) == static_cast<i32>(model.size() - before));
     }
-    // Parts that lie in the buffer, which moves meanwhile: a tail of it, and all of it.
+    // Append parts that are in the buffer, which is reallocated meanwhile: a tail of it, and all of it.
     const std::string now = model;
     const std::string tail = now.substr(now.size() / 2);
     append(model, tail);
@@ -68,7 +68,7 @@ void check_joins(const std::string& first, const std::string& second) {
     wiq_strbuf_finalize(&buf);
 }
 
-// Valid UTF-8 comes back; anything else comes back with U+FFFD in the place of what is invalid.
+// Valid UTF-8 survives both conversions; in other text, U+FFFD replaces what is invalid.
 void check_conversion(const std::string& text) {
     u32 err = 7;
     wchar_t* wide = widen(text.c_str(), &err);

@@ -1,11 +1,11 @@
-// A pointer and a document: what was put is found again, by the pointer and by the name that the library
-// gives it.
+// A pointer and a document: a value that was stored is found again, by the pointer and by the library's own
+// pointer to it.
 #include "input.h"
 
 namespace {
 
-// The library's own name of a node leads to that node. A name with an empty step is none that can be read
-// back: an empty step ends a pointer.
+// The library's own pointer to a node leads to that node, unless it has an empty step, which would end the
+// pointer.
 void check_name(wiq_json_t* root, wiq_json_t* node) {
     char* name = nullptr;
     if (wiq_json_ptr(node, &name) < 0)
@@ -38,7 +38,8 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
         CHECK(wiq_json_parent_key(value) == nullptr && wiq_json_parent_index(value) < 0);
         wiq_json_unref(value);
     } else if (wiq_json_parent_key(value) != nullptr || wiq_json_parent_index(value) >= 0) {
-        // A step such as 18446744073709551615 is the index -1, and the value is told so: it has no name then.
+        // A step such as 18446744073709551615 is the index -1; the value records that index and has no
+        // pointer then.
         check_name(root, value);
     }
     dump(root, WIQ_JSON_DUMP_PRETTY);

@@ -1,5 +1,5 @@
-// Expansion: a document that could be expanded has no reference left, except as its root; one that could not
-// is still a document.
+// Expansion: a document that was expanded has no reference left, except possibly its root; one that could not
+// be expanded is still a valid document.
 #include "input.h"
 
 namespace {
@@ -23,7 +23,8 @@ bool has_reference(wiq_json_t* node) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
-    // Copies of copies grow exponentially with the text; what is nested deeper than the stack is no subject here.
+    // Copies of copies grow exponentially with the text, and nesting deeper than the stack is not tested
+    // here.
     if (size > 400)
         return 0;
     Input input(data, size);

@@ -1,5 +1,5 @@
-// Schema files: the name that a command's file has, and what is loaded of a file beside the program or beside its
-// folder: the same as of the text itself.
+// Schema files: the name of a command's file, and what is loaded from a file next to the program or one
+// folder up, which must equal the parsed text.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,7 +14,7 @@ std::string name_of(const std::string& command, bool input) {
     return name;
 }
 
-// A name of this process's own, since several may run at once.
+// A name that is unique to this process, since several may run at once.
 std::string file_name() {
     return "fuzz-" + std::to_string(getpid());
 }

@@ -1,6 +1,6 @@
-// Scripts of operations, for the targets that do many things to one object. An operation is six bytes, its code
-// and five operands, so that a script can be mutated by whole operations: a byte that is added or lost would turn
-// everything after it into something else. A target that includes this gets such a mutator.
+// Scripts of operations, for targets that do many things to one object. An operation has six bytes, its code
+// and five operands. A script must be mutated by whole operations, because inserting or removing one byte
+// would change the meaning of everything after it. A target that includes this header gets such a mutator.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +14,7 @@ struct Op {
 };
 using Script = std::vector<Op>;
 
-// Longer scripts find nothing that shorter ones do not, but slowly.
+// Longer scripts find nothing that shorter ones do not, and are slower.
 constexpr size_t kLongestScript = 200;
 
 inline Script script_of(const u8* data, size_t size) {
@@ -42,7 +42,7 @@ inline size_t below(Random& random, size_t limit) {
 }
 
 inline Op new_op(Random& random) {
-    // Small operands name the same few things again and again.
+    // With small operands, the same few things are named again and again.
     const auto small = [&] { return static_cast<u8>(random() % (random() % 4 == 0 ? 256 : 8)); };
     return {static_cast<u8>(random() % 64), small(), small(), small(), small(), small()};
 }
@@ -60,7 +60,7 @@ inline void change(Script& script, Random& random) {
         case 2:
             script.erase(script.begin() + static_cast<ptrdiff_t>(at));
             break;
-        case 3: {  // again, further on
+        case 3: {  // repeat it later
             const Op copy = op;
             script.insert(
                 script.begin() + static_cast<ptrdiff_t>(at + below(random, script.size() - at)),
@@ -70,7 +70,7 @@ inline void change(Script& script, Random& random) {
         case 4:
             std::swap(op, script[below(random, script.size())]);
             break;
-        case 5:  // the same on something else
+        case 5:  // apply it to something else
             (&op.a)[random() % 5] = new_op(random).a;
             break;
         default:
@@ -92,7 +92,7 @@ extern "C" inline size_t mutate_script(u8* data, size_t size, size_t room, unsig
     return write_script(script, data, room);
 }
 
-// The beginning of one script, the end of another.
+// Combines the beginning of one script with the end of another.
 extern "C" inline size_t cross_scripts(const u8* a, size_t size_a, const u8* b, size_t size_b,
                                        u8* out, size_t room, unsigned seed) {
     mutation::Random random(seed);
@@ -106,7 +106,7 @@ extern "C" inline size_t cross_scripts(const u8* a, size_t size_a, const u8* b, 
     return write_script(first, out, room);
 }
 
-// Each of these targets is one source file, so the definitions stand here.
+// Each of these targets is one source file, so the definitions can be in this header.
 extern "C" size_t LLVMFuzzerCustomMutator(u8* data, size_t size, size_t room, unsigned seed) {
     return mutate_script(data, size, room, seed);
 }

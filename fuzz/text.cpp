@@ -1,4 +1,5 @@
-// What changes, measures and compares texts, and what formats into buffers that grow, beside the standard library.
+// Functions that change, measure and compare texts, and those that format into growing buffers, compared with
+// the standard library.
 #include <algorithm>
 #include <cctype>
 #include <ctime>
@@ -26,7 +27,7 @@ char lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
-// A function that works in place, and what it should give.
+// Checks a function that works in place against the expected result.
 template <class Change>
 void check_change(const std::string& text, const std::string& expected, Change change) {
     std::vector<char> copy(text.c_str(), text.c_str() + text.size() + 1);
@@ -65,7 +66,7 @@ void check_order(std::string a, std::string b) {
 }
 
 void check_fields(const std::string& bytes) {
-    // A block of just the size: the field has no NUL of its own.
+    // A block of exactly this size: the field has no NUL of its own.
     const std::vector<char> field(bytes.begin(), bytes.end());
     const std::string text = std::string(bytes.c_str());
     CHECK(wiq_strnlen(field.data(), field.size()) == text.size());
@@ -126,10 +127,10 @@ void check_formats(const std::string& a, const std::string& b, i32 number) {
     wiq_strbuf_finalize(&buf);
 }
 
-// A format of the caller's: whatever it is, the buffer keeps its bounds.
+// A format from the input: whatever it is, the buffer keeps its bounds.
 void check_any_format(const std::string& format) {
     for (size_t at = format.find('%'); at != std::string::npos; at = format.find('%', at + 1)) {
-        // Only conversions of integers: what else there is would read arguments that are none.
+        // Only conversions of integers are tried: all others would read arguments that do not exist.
         at = format.find_first_not_of("-0+ #123456789$.", at + 1);
         if (at == std::string::npos ||
             (format[at] != 'd' && format[at] != 'x' && format[at] != '%'))
@@ -138,7 +139,7 @@ void check_any_format(const std::string& format) {
     for (size_t i = 1; i < format.size(); ++i) {
         if (isdigit(static_cast<u8>(format[i - 1])) != 0 &&
             isdigit(static_cast<u8>(format[i])) != 0)
-            return;  // a width of gigabytes, or an argument that is none
+            return;  // a width of gigabytes, or a missing argument
     }
     char* text = nullptr;
 #pragma clang diagnostic push
@@ -170,7 +171,7 @@ void check_list(const std::vector<std::string>& texts) {
 void check_escapes(const std::string& text) {
     char* escaped = wiq_json_escape_str(text.c_str());
     if (escaped == nullptr)
-        return;  // no valid UTF-8
+        return;  // invalid UTF-8
     bool ascii = true;
     for (const char c : text)
         ascii = ascii && c > 0;

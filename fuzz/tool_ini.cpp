@@ -18,7 +18,7 @@ bool operator==(const Entry& a, const Entry& b) {
            a.key == b.key && a.value == b.value;
 }
 
-// Sections without keys count as an entry without a key.
+// A section without keys counts as an entry without a key.
 std::vector<Entry> entries_of(const std::string& text) {
     std::vector<Entry> entries;
     tool::scan_ini(
@@ -40,8 +40,8 @@ bool is_in(const tool::IniName& a, const tool::IniName& b) {
     return a.section == b.section && a.argument == b.argument;
 }
 
-// The last of several equal keys counts. A new key goes to the end of the last section with the name, and a new
-// section to the end of the file.
+// Of several equal keys the last one counts. A new key goes to the end of the last section with that name,
+// and a new section to the end of the file.
 void set(std::vector<Entry>& entries, const Entry& wanted) {
     size_t found = entries.size();
     size_t behind = entries.size();
@@ -87,13 +87,13 @@ void check_json(const std::string& text) {
         const tool::Document a("json", plain);
         const tool::Document b("sorted", sorted);
         CHECK(tool::is_equal(a, a.root(), b, b.root()));
-        // Every value is there.
+        // Every value must be present.
         for (const Entry& entry : entries_of(text)) {
             if (!entry.key.empty())
                 CHECK(plain.find(tool::encode_string(entry.value)) != std::string::npos);
         }
     } catch (const tool::Failure& failure) {
-        // A name that is a key and an argument at once, or a text that is no UTF-8.
+        // A name is both a key and an argument, or a text is not valid UTF-8.
         CHECK(!failure.message.empty());
     }
 }

@@ -1,5 +1,5 @@
-// The tool's edits of JSON texts: a value that is set or removed is where the library's own edit has it, and a
-// patch that is made of two documents turns one into the other.
+// The tool's edits of JSON texts: a value that is set or removed is where the library's own edit puts it, and
+// a patch made from two documents turns one into the other.
 #include <memory>
 
 #include "failure.h"
@@ -21,8 +21,8 @@ Tree parse(const std::string& text) {
     return Tree(wiq_json_loads(text.c_str(), 0, nullptr));
 }
 
-// Empty steps mean other things to the tool, which has empty keys, and "#" is for reading only. A key beyond ASCII
-// is written as it stands, which the library does not read.
+// The tool treats empty steps differently, because it supports empty keys, and allows "#" only for reading.
+// It writes a non-ASCII key unescaped, which the library cannot read.
 bool is_plain(const std::string& pointer) {
     for (const char c : pointer) {
         if (c <= 0)
@@ -90,7 +90,7 @@ void check_difference(const std::string& a, const std::string& b) {
     CHECK(tool::is_equal(result, result.root(), to, to.root()));
 }
 
-// Merging twice is merging once, and what has no null in it is there afterwards.
+// Merging twice has the same result as merging once, and a patch without nulls is contained in it.
 void check_merge(const std::string& a, const std::string& b) {
     const tool::Document patch("patch", b);
     tool::Input first{"a", "", a, tool::Encoding::utf8};
@@ -102,7 +102,7 @@ void check_merge(const std::string& a, const std::string& b) {
     CHECK(tool::is_equal(x, x.root(), y, y.root()));
 }
 
-// Any patch is applied as a whole or not at all.
+// Any patch is applied completely or not at all.
 void try_patch(const std::string& text, const std::string& change) {
     try {
         const tool::Document patch("patch", change);
@@ -123,7 +123,7 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     const std::string pointer = input.line().c_str();
     const std::string value = input.line().c_str();
     const std::string text = input.rest().c_str();
-    // The library takes ASCII and no characters beyond it, the tool takes both.
+    // The library accepts only ASCII; the tool also accepts other characters.
     if (parse(text) == nullptr || parse(value) == nullptr)
         return 0;
     if (is_plain(pointer)) {

@@ -1,5 +1,5 @@
-// The tool's reading of JSON text: it takes and refuses what the library's parser takes and refuses, each token is
-// where it says, and a file that is read in blocks gives what the text gives.
+// The tool's scanner of JSON text: it accepts and rejects what the library's parser does, each token is where
+// it says, and a file that is read in blocks has the same tokens as the text in memory.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// The tokens of a text; false and the message of its mistake.
+// Collects the tokens of a text; returns false, with the message, at a mistake.
 bool scan(tool::Source& source, std::string* all) {
     try {
         tool::Scanner scanner(source);
@@ -40,7 +40,7 @@ bool scan_text(const std::string& text, std::string* all) {
     return scan(source, all);
 }
 
-// The bytes as a file.
+// Scans the bytes as a file.
 bool scan_file(const std::string& bytes, std::string* all) {
     const int file = memfd_create("ke-fuzz", 0);
     CHECK(file >= 0);
@@ -83,7 +83,7 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     if (is_ascii(text)) {
         const bool taken = scan_text(text, &tokens);
         CHECK(taken == is_taken_by_library(text));
-        // Across the border of two blocks.
+        // Move the text across the boundary of two blocks.
         if (flags % 8 == 0)
             text.insert(0, size_t{262144} - flags / 8 % 32, ' ');
         const bool taken_there = scan_file(text, &from_file);

@@ -1,4 +1,4 @@
-// 128-bit numbers against the compiler's.
+// 128-bit numbers compared with the compiler's.
 #include "input.h"
 
 namespace {

@@ -1,12 +1,12 @@
-// Visitors over a document: each slot is called with what the tree holds, in its order; a slot that ends the walk
-// ends it there, and one that changes what is walked does no harm.
+// Visitors of a document: each slot is called with what the tree contains, in order. A slot that ends the
+// walk ends it there, and one that changes what is walked does no harm.
 #include "input.h"
 
 namespace {
 
-std::string g_text;  // what the slots have seen, as JSON text
-int g_left;          // calls of slots until the walk is ended; negative: never
-int g_changes;       // slots that change what is walked; none: 0
+std::string g_text;  // what the slots have received, as JSON text
+int g_left;          // slot calls before the walk is ended; negative: never
+int g_changes;       // which slot changes the tree; 0: none
 constexpr i32 kEnded = -4711;
 
 const WiqJsonVisitorClass* base() {
@@ -143,7 +143,7 @@ WiqType g_type = [] {
 i32 walk(wiq_json_t* root, int left, int changes) {
     static const bool ready = [] {
         const i32 status = type_init(&g_type, &WiqJsonVisitorType);
-        object_delete(object_new(&WiqJsonVisitorType));  // so that its class is there
+        object_delete(object_new(&WiqJsonVisitorType));  // builds its class
         return status == 0;
     }();
     CHECK(ready);
@@ -161,7 +161,7 @@ i32 walk(wiq_json_t* root, int left, int changes) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
-    if (size > 2000)  // the base walk recurses
+    if (size > 2000)  // the base walk is recursive
         return 0;
     Input input(data, size);
     const u8 left = input.byte();
@@ -176,7 +176,7 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     CHECK(status == 0 || status == kEnded);
     CHECK(whole.compare(0, g_text.size(), g_text) == 0);
     CHECK((status == 0) == (g_text == whole && g_left < 0) || g_text == whole);
-    // Children that are gone when their turn comes are NULL, which the base class refuses.
+    // A child that no longer exists when its turn comes is NULL, which the base class refuses.
     const i32 changed = walk(root, -1, changes);
     CHECK(changed == 0 || (changes == 3 && changed == WIQ_ERR_INVALID_ARG));
     dump(root, WIQ_JSON_DUMP_PRETTY);
