@@ -138,8 +138,7 @@ struct owned_pair {
     std::unique_ptr<V> value;
 
     owned_pair(const text_arg& name, V&& from)
-        : key(name.c_str() == nullptr ? nullptr : copy(name.c_str())),
-          value(new (std::nothrow) V(std::move(from))) {}
+        : key(copy(name.c_str())), value(new (std::nothrow) V(std::move(from))) {}
     explicit operator bool() const noexcept { return key && value; }
     void release() noexcept {
         (void)key.release();
@@ -189,11 +188,11 @@ class map {
     const V* find(const text_arg& key) const noexcept { return static_cast<V*>(lookup(key)); }
 
     /** Stores a value under a key and replaces the value that is there. Returns 0;
-     *  WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_INVALID_ARG for a key with a NUL inside. After
-     *  a failure the map is unchanged. */
+     *  WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_INVALID_ARG for a key that is NULL or has a NUL
+     *  inside. After a failure the map is unchanged. */
     status set(const text_arg& key, V value) {
-        if (key.status() != 0)
-            return key.status();
+        if (key.c_str() == nullptr)
+            return key.status() != 0 ? key.status() : static_cast<i32>(WIQ_ERR_INVALID_ARG);
         if (!ready_ && !(ready_ = init() == 0))
             return WIQ_ERR_NO_MEMORY;
         if (V* there = find(key)) {
@@ -385,10 +384,12 @@ class locked_map {
     }
     /** Stores a value under a key and replaces the value that is there. Returns 0;
      *  WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_LOCK_INIT if the mutex could not be made;
-     *  WIQ_ERR_INVALID_ARG for a key with a NUL inside. */
+     *  WIQ_ERR_INVALID_ARG for a key that is NULL or has a NUL inside. */
     status set(const text_arg& key, V value) {
         if (status_ != 0 || key.status() != 0)
             return status_ != 0 ? status_ : key.status();
+        if (key.c_str() == nullptr)
+            return WIQ_ERR_INVALID_ARG;
         detail::owned_pair<V> pair(key, std::move(value));
         if (!pair)
             return WIQ_ERR_NO_MEMORY;

@@ -53,6 +53,7 @@ TEST(CppMap, StoresFindsAndRemoves) {
     EXPECT_EQ(names.set("a", "second"), 0);
     EXPECT_EQ(names.set(std::string_view("bb").substr(1), "other"), 0);
     EXPECT_EQ(names.set(std::string("a\0b", 3), "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(names.set(static_cast<const char*>(nullptr), "x"), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(names.size(), 2u);
     ASSERT_NE(names.find("a"), nullptr);
     EXPECT_EQ(*names.find("a"), "second");
@@ -94,6 +95,8 @@ TEST(CppLockedMap, StoresFindsAndRemoves) {
     EXPECT_EQ(names.set("a", "first"), 0);
     EXPECT_EQ(names.set("a", "second"), 0);
     EXPECT_EQ(names.set("b", "other"), 0);
+    EXPECT_EQ(names.set(std::string("a\0b", 3), "x"), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(names.set(static_cast<const char*>(nullptr), "x"), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(names.size(), 2u);
     EXPECT_EQ(names.find("a"), "second");
     EXPECT_TRUE(names.contains("b"));
