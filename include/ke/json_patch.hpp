@@ -144,11 +144,23 @@ inline result<json> patch_take(json& target, const std::string& where) {
     return target.take(pointer{where.c_str()});
 }
 
+inline bool is_patch_operation(std::string_view what) {
+    for (const char* known : {"add", "remove", "replace", "move", "copy", "test"}) {
+        if (what == known)
+            return true;
+    }
+    return false;
+}
+
 inline status patch_one(json& target, json_view step) {
     const auto what = step.get<std::string_view>("op");
+    if (!what)
+        return what.status();
+    if (!is_patch_operation(*what))
+        return WIQ_ERR_INVALID_ARG;
     const auto where = step.get<std::string>("path");
-    if (!what || !where)
-        return what ? where.status() : what.status();
+    if (!where)
+        return where.status();
     if (*what == "remove")
         return patch_take(target, *where).status();
     if (*what == "move" || *what == "copy") {
@@ -178,8 +190,6 @@ inline status patch_one(json& target, json_view step) {
         return copy.status();
     if (*what == "add")
         return patch_add(target, *where, *std::move(copy));
-    if (*what != "replace")
-        return WIQ_ERR_INVALID_ARG;
     if (where->empty())
         return patch_add(target, *where, *std::move(copy));
     const auto there = target.view().get<json_view>(pointer{where->c_str()});

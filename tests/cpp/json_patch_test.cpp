@@ -111,6 +111,8 @@ TEST(CppPatch, AFailureChangesNothing) {
         {R"([{"op":"replace","path":"/x","value":1}])", WIQ_ERR_KEY_NOT_FOUND},
         {R"([{"op":"test","path":"/n","value":2}])", WIQ_ERR_INVALID_VALUE},
         {R"([{"op":"other","path":"/n","value":2}])", WIQ_ERR_INVALID_ARG},
+        {R"([{"op":"other","path":"/n"}])", WIQ_ERR_INVALID_ARG},
+        {R"([{"op":"","value":1}])", WIQ_ERR_INVALID_ARG},
         {R"([{"op":"move","from":"/o","path":"/o/in"}])", WIQ_ERR_INVALID_ARG},
         {R"([{"path":"/n"}])", WIQ_ERR_KEY_NOT_FOUND},
         {R"([{"op":"remove"}])", WIQ_ERR_KEY_NOT_FOUND},
