@@ -124,14 +124,16 @@ constexpr pointer operator""_ptr(const char* text, std::size_t) noexcept {
 /**
  * A JSON pointer that is built from its steps and escapes them. For example,
  * `ke::path() / "sensors" / 0 / "a/b"` is "/sensors/0/a~1b". It can be passed wherever a
- * ke::pointer is taken. A path that has a step with a NUL inside names nothing.
+ * ke::pointer is taken. A path that begins with a NULL pointer, or has a step with a NUL inside,
+ * names nothing.
  */
 class KE_OWNS_ path {
   public:
     /** Makes a path that names the whole document. */
     path() = default;
-    /** Makes a path that begins with a pointer, whose text must not be NULL. */
-    path(pointer start) : text_(start.text) {}
+    /** Makes a path that begins with a pointer. */
+    path(pointer start)
+        : text_(start.text == nullptr ? "" : start.text), names_nothing_(start.text == nullptr) {}
     /** Appends a step to a member. */
     path& operator/=(std::string_view key) {
         text_ += '/';
@@ -212,10 +214,6 @@ constexpr bool index_of(I index, i32& out) noexcept {
     out = static_cast<i32>(index);
     return static_cast<I>(out) == index && (out < 0) == (index < I{});
 }
-
-struct c_callback {  // the user pointer of a walk of the C interface
-    void* state;
-};
 
 }  // namespace detail
 

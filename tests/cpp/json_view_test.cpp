@@ -313,6 +313,10 @@ TEST(CppView, PathsAreBuiltOfSteps) {
     EXPECT_FALSE(cut[nul]) << "not the member \"a\"";
     EXPECT_EQ(cut.set(nul / "c", 1), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(cut.erase(nul), WIQ_ERR_INVALID_ARG);
+    const ke::path none{ke::pointer{nullptr}};
+    EXPECT_FALSE(cut[none]) << "not the whole document";
+    EXPECT_FALSE(cut[none / "a"]);
+    EXPECT_EQ(cut.set(none / "a", 2), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(text_of(cut), R"({"a":1})");
 }
 
