@@ -1,16 +1,16 @@
-# ke_add_test(<family> SHARED|INTERNAL <files...>): a test program of a family.
+# ke_add_test(<family> SHARED|INTERNAL <files...>): a family's test program.
 #
 #   SHARED    test_<family>: uses the library as its users do, through the shared library.
 #   INTERNAL  test_<family>_internal: links the static library, may include headers of src/, and
-#             has every allocation go through tests/support/alloc_faults.cpp.
+#             routes every allocation through tests/support/alloc_faults.cpp.
 #
-# May be called several times for a family; later calls add files. ctest lists one entry for each
-# test suite, named <preset>/<program>/<suite>: entries per program would let one crash hide a
-# whole family, entries per test would start thousands of processes (30 ms and more under Wine).
-# A suite whose name contains "Threads" carries the label "threads".
+# It may be called several times for a family; later calls add files. ctest lists one entry for each test
+# suite, named <preset>/<program>/<suite>. With one entry per program, one crash would hide a whole family;
+# with one per test, thousands of processes would start (30 ms or more each under Wine). A suite whose name
+# contains "Threads" has the label "threads".
 
 set(KE_TEST_ONLY "" CACHE STRING "Register only the test suites whose name matches this expression")
-# Optimising instrumented tests takes longer than running them; the library is optimised in any case.
+# Optimising instrumented tests takes longer than running them; the library is always optimised.
 set(KE_TEST_FLAGS "" CACHE STRING "Further flags for compiling the tests")
 set(KE_TEST_TIMEOUT 120 CACHE STRING "Seconds that a test suite may take")
 
@@ -19,13 +19,14 @@ set(KE_WRAPPED_FUNCTIONS malloc calloc realloc free strdup)
 if(WIN32)
   list(APPEND KE_WRAPPED_FUNCTIONS _strdup)
 else()
-  # libuv's DLL is called past the linker's reach; elsewhere its mutexes can be made to fail, too.
+  # On Windows, the linker cannot intercept calls of libuv's DLL; elsewhere its mutexes can be made to fail,
+  # too.
   list(APPEND KE_WRAPPED_FUNCTIONS uv_mutex_init uv_mutex_init_recursive)
 endif()
 list(TRANSFORM KE_WRAPPED_FUNCTIONS PREPEND -Wl,--wrap= OUTPUT_VARIABLE KE_WRAP_FLAGS)
 
-# Settings that all test programs of a kind share; the first program of a kind compiles the
-# precompiled header, the others reuse it.
+# Settings that all test programs of a kind share. The first program of a kind compiles the precompiled
+# header; the others reuse it.
 function(ke_test_kind target kind)
   if(kind STREQUAL "SHARED")
     target_link_libraries(${target} PRIVATE ke_utils)
@@ -35,7 +36,7 @@ function(ke_test_kind target kind)
   endif()
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${target} PRIVATE ke_options GTest::gtest)
-  # GCC 12 is wrong about std::string at -O2 now and then; the library itself is checked in full.
+  # GCC 12 gives false warnings about std::string at -O2; the library itself is compiled with all warnings.
   target_compile_options(${target} PRIVATE
     $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow>)
   target_compile_options(${target} PRIVATE ${KE_TEST_FLAGS})
@@ -48,7 +49,7 @@ foreach(kind IN ITEMS shared internal)
   target_precompile_headers(ke_test_pch_${kind} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/pch.h)
 endforeach()
 
-# Leaves out of a list the files of tests that have no suite to register (KE_TEST_ONLY).
+# Removes from a list those test files that have no suite to register (KE_TEST_ONLY).
 function(ke_keep_wanted_tests files)
   set(kept)
   foreach(file IN LISTS ${files})
@@ -87,7 +88,7 @@ function(ke_add_test family kind)
   endif()
 endfunction()
 
-# A test program without tests, which is not built until it gets some.
+# Makes a test program without tests; it is not built until tests are added.
 function(ke_make_test target kind)
   add_executable(${target} EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/tests/support/pch.cpp)
   ke_test_kind(${target} ${kind})
@@ -100,7 +101,7 @@ function(ke_make_test target kind)
   if(kind STREQUAL "INTERNAL")
     target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/alloc_faults.cpp)
     set_target_properties(${target} PROPERTIES KE_SHARED_RUNTIME ON)
-    # -fno-lto: the linker replaces calls by name, so they must still be calls.
+    # -fno-lto: the linker replaces calls by name, so they must not be inlined.
     target_link_options(${target} PRIVATE ${KE_WRAP_FLAGS} -fno-lto)
   endif()
 endfunction()
@@ -113,7 +114,7 @@ endfunction()
 function(ke_register_program name program)
   set(environment)
   if(WIN32)
-    # So that a program can tell whose DLL it has loaded; see tests/os/loaded_dll_test.cpp.
+    # Tells a program whose DLL it should have loaded; see tests/os/loaded_dll_test.cpp.
     set(environment KE_TEST_PDB=$<IF:$<BOOL:${KE_PDB}>,ke_utils.pdb,none>)
   endif()
   set(emulator ${CMAKE_CROSSCOMPILING_EMULATOR})

@@ -1,18 +1,19 @@
-# Takes the test programs of another build and runs them on this build's DLL and tool: they load ke_utils.dll by its
-# name, and do not care which compiler has made it. Saves compiling the tests once more; what links the library
-# statically (the internal test programs) has nothing to find out here.
-#   KE_BORROWED_TESTS  the other build's folder; it has been built, with the same C runtime
+# Runs the test programs of another build with this build's DLL and tool: they load ke_utils.dll by its name,
+# and work with any compiler's DLL. This saves compiling the tests again. Programs that link the library
+# statically (the internal test programs) would test nothing new here.
+#   KE_BORROWED_TESTS  the other build's folder, which must be built, with the same C runtime
 set(borrowed)
 foreach(family IN ITEMS containers core cpp fs json object os text tools)
   set(file test_${family}.exe)
-  # None may go missing unnoticed.
+  # A missing program must not go unnoticed.
   if(NOT EXISTS ${KE_BORROWED_TESTS}/bin/${file})
     message(FATAL_ERROR "${KE_BORROWED_TESTS}/bin has no ${file}: build that preset first")
   endif()
   list(APPEND borrowed ${file})
 endforeach()
 
-# Besides, what the tests load or start. libuv is the other build's, for the programs that start threads by it.
+# Also copy what the tests load or start. libuv is that of the other build, for programs that start threads
+# with it.
 set(copies)
 foreach(file IN LISTS borrowed ITEMS ke_test_module.dll ke_ended.exe libuv.dll)
   set(copy ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${file})

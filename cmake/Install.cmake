@@ -1,11 +1,11 @@
-# What `cmake --install` puts where, and the files by which other projects find the library:
+# What `cmake --install` installs where, and the files with which other projects find the library:
 # find_package(ke_utils) and pkg-config. Components: runtime (the library), development, tool.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ke_utils)
 set(static_dir ${CMAKE_INSTALL_LIBDIR})
 if(WIN32)
-  # Not beside the import library: with -static MinGW's linker would take the one for the other.
+  # Not in the same folder as the import library: with -static, MinGW's linker would confuse them.
   set(static_dir ${CMAKE_INSTALL_LIBDIR}/static)
 endif()
 
@@ -35,8 +35,8 @@ configure_file(cmake/ke_utils.pc.in ke_utils.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ke_utils.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
 
-# Debuggers: GDB loads what stands beside the library under the library's own name with "-gdb.py" behind it.
-# Systems keep such files in a folder of their own, under the library's own path.
+# Debuggers: GDB loads a file next to the library whose name is that of the library followed by "-gdb.py".
+# Systems keep such files in a separate folder, under the library's own path.
 install(FILES tools/natvis/ke_utils.natvis DESTINATION ${CMAKE_INSTALL_DATADIR}/ke_utils
   COMPONENT development)
 if(NOT WIN32)
@@ -44,7 +44,7 @@ if(NOT WIN32)
   if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     set(gdb_dir ${CMAKE_INSTALL_DATADIR}/gdb/auto-load/usr/${CMAKE_INSTALL_LIBDIR})
   endif()
-  # LLDB loads no script by itself.
+  # LLDB does not load any script by itself.
   install(FILES tools/debuggers/ke_utils_printers.py DESTINATION ${CMAKE_INSTALL_DATADIR}/ke_utils
     COMPONENT development)
   install(FILES tools/debuggers/ke_utils_printers.py DESTINATION ${gdb_dir}
@@ -60,12 +60,12 @@ if(WIN32)
   list(TRANSFORM implibs PREPEND ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/)
   install(FILES ${implibs} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
   if(KE_PDB)
-    # A debugger looks for it beside the DLL.
+    # A debugger looks for the PDB next to the DLL.
     install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/ke_utils.pdb DESTINATION ${CMAKE_INSTALL_BINDIR}
       COMPONENT development)
   endif()
   if(KE_LINK_LIBUV)
-    # For the static library of ours.
+    # Needed by our static library.
     install(FILES ${KE_LIBUV_ARCHIVE} DESTINATION ${static_dir} RENAME libuv.a COMPONENT development)
   else()
     install(FILES ${KE_LIBUV_IMPLIB} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)

@@ -1,5 +1,5 @@
-# Runs before everything else that `cmake --install` does: what was not built is named before the first file is
-# copied, so that no prefix is left half filled.
+# Runs before everything else that `cmake --install` does. If something has not been built, it says so before
+# the first file is copied, so that no prefix is left half filled.
 set(needed_runtime $<TARGET_FILE:ke_utils>)
 set(needed_development)
 set(needed_tool)

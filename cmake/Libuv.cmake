@@ -1,5 +1,5 @@
-# Finds libuv as the imported target ke_libuv: the system's on Linux, the one that scripts/deps has built with
-# the same toolchain for Windows, there as a DLL or, with KE_LINK_LIBUV, as a static library.
+# Finds libuv as the imported target ke_libuv: on Linux the system's; for Windows the one that scripts/deps
+# has built with the same toolchain, as a DLL or, with KE_LINK_LIBUV, as a static library.
 if(NOT WIN32)
   find_package(PkgConfig REQUIRED)
   pkg_check_modules(KE_LIBUV REQUIRED IMPORTED_TARGET GLOBAL libuv)
@@ -15,7 +15,7 @@ find_path(KE_LIBUV_INCLUDE uv.h PATHS ${KE_WINDOWS_DEPS}/include NO_DEFAULT_PATH
 find_file(KE_LIBUV_DLL libuv.dll PATHS ${KE_WINDOWS_DEPS}/bin NO_DEFAULT_PATH REQUIRED)
 find_file(KE_LIBUV_IMPLIB libuv.dll.a PATHS ${KE_WINDOWS_DEPS}/lib NO_DEFAULT_PATH REQUIRED)
 find_file(KE_LIBUV_ARCHIVE libuv_a.a PATHS ${KE_WINDOWS_DEPS}/lib NO_DEFAULT_PATH REQUIRED)
-# What libuv itself calls of the system.
+# The system libraries that libuv itself calls.
 set(KE_LIBUV_SYSTEM_LIBRARIES psapi user32 advapi32 iphlpapi userenv ws2_32)
 if(KE_LINK_LIBUV)
   add_library(ke_libuv STATIC IMPORTED GLOBAL)

@@ -1,6 +1,6 @@
-# THIRD_PARTY_NOTICES.txt: what others wrote of the files that are installed, each part's exact version and its
-# license's text, as Debian's packages have it. Included last, when the parts are known. KE_PARTS keeps them for
-# the bill of materials: name|version|license|relation|supplier, one element each.
+# THIRD_PARTY_NOTICES.txt: which parts of the installed files others have written, with each part's exact
+# version and the text of its license, as in Debian's packages. Included last, when the parts are known.
+# KE_PARTS keeps them for the bill of materials, one element each: name|version|license|relation|supplier.
 set(KE_PARTS "")
 set(notices "What others wrote of the files of ke_utils ${PROJECT_VERSION}. Its own license is in the file LICENSE.\n")
 find_program(KE_DPKG_QUERY dpkg-query)
@@ -32,7 +32,7 @@ function(ke_part name version license relation package sentence)
   set(KE_PARTS "${KE_PARTS};${name}|${version}|${license}|${relation}|${packaged}" PARENT_SCOPE)
 endfunction()
 
-# What the header says behind "#define <name>", without quotes.
+# Returns what follows "#define <name>" in the header, without quotes.
 function(ke_defined_in header name result)
   file(STRINGS ${header} line REGEX "^# *define +${name}[ \t]" LIMIT_COUNT 1)
   string(REGEX REPLACE "^# *define +${name}[ \t]+\"?([^\" \t]*).*" "\\1" value "${line}")
@@ -57,7 +57,7 @@ if(WIN32)
   endforeach()
   ke_part(mingw-w64 ${mingw_MAJOR}.${mingw_MINOR}.${mingw_BUGFIX} "MIT AND BSD-3-Clause AND ZPL-2.1" CONTAINS mingw-w64-x86-64-dev
     "Its start-up code, its part of the C runtime and its threads are inside the programs and the DLL.")
-  # Debian's compiler answers -dumpfullversion with the name of its thread model.
+  # Debian's compiler appends the name of its thread model to the result of -dumpfullversion.
   execute_process(COMMAND ${gcc} -dM -E -x c /dev/null OUTPUT_VARIABLE defined COMMAND_ERROR_IS_FATAL ANY)
   foreach(number IN ITEMS GNUC GNUC_MINOR GNUC_PATCHLEVEL)
     string(REGEX MATCH "#define __${number}__ ([0-9]+)" unused "${defined}")
@@ -81,7 +81,7 @@ list(REMOVE_ITEM KE_PARTS "")
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/THIRD_PARTY_NOTICES.txt CONTENT "@notices@" @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/THIRD_PARTY_NOTICES.txt DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 
-# The bill of materials is made of the files as they were installed, so it comes last.
+# The bill of materials describes the files as installed, so it is made last.
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/sbom_settings.cmake @ONLY CONTENT
 "set(version [==[@PROJECT_VERSION@]==])
 set(supplier [==[@KE_MAINTAINER@]==])

@@ -1,5 +1,5 @@
-# Compiler settings that every target of this tree shares: language level, warnings, sanitizers.
-# Targets link ke_options (privately); nothing here reaches an installed target.
+# Compiler settings that all targets of this tree share: language level, warnings, sanitizers. Targets link
+# ke_options (privately); nothing here affects an installed target.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -19,21 +19,22 @@ if(KE_PDB AND NOT (WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
 endif()
 
 if(WIN32)
-  # The system that libuv asks for: Windows 8 and later.
+  # The version of Windows that libuv requires: Windows 8 or later.
   target_compile_definitions(ke_options INTERFACE _WIN32_WINNT=0x0602)
-  # One file to ship: the compiler's runtime goes into each program and DLL. The exception are
-  # tests that replace malloc at link time (KE_SHARED_RUNTIME): the runtime's own allocations are
-  # not theirs to count, and its thread-local variables are allocated by the functions replaced.
+  # The compiler's runtime is linked into each program and DLL, so that there is only one file to ship. The
+  # exceptions are tests that replace malloc at link time (KE_SHARED_RUNTIME): they must not count the
+  # runtime's own allocations, and its thread-local variables are allocated by the functions that they
+  # replace.
   target_link_options(ke_options INTERFACE
     $<$<NOT:$<BOOL:$<TARGET_PROPERTY:KE_SHARED_RUNTIME>>>:-static>
-    # The same sources give the same file, whenever it is linked.
+    # The same sources must produce the same file, whenever it is linked.
     -Wl,--no-insert-timestamp)
 endif()
 
 if(KE_SANITIZE)
   set(flags -fsanitize=${KE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    # Programs in C have not got the part of the runtime that this check calls.
+    # C programs lack the part of the runtime that this check calls.
     list(APPEND flags -fno-sanitize=function)
   endif()
   target_compile_options(ke_options INTERFACE ${flags})

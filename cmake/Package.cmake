@@ -1,5 +1,5 @@
-# Packages by `cpack` of what `cmake --install` installs: TGZ for Linux, ZIP for Windows. scripts/package-deb makes
-# the packages for Debian, scripts/release all of them.
+# Packages made by `cpack` from what `cmake --install` installs: TGZ for Linux, ZIP for Windows.
+# scripts/package-deb makes the Debian packages, scripts/release all of them.
 set(KE_MAINTAINER "ke_utils maintainers <maintainers@ke-utils.example>" CACHE STRING "Who answers for the packages")
 set(CPACK_PACKAGE_NAME ke-utils)
 set(CPACK_PACKAGE_VENDOR "the ke_utils authors")

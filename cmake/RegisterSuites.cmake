@@ -1,12 +1,12 @@
 # Read by ctest, not by CMake: adds one ctest entry for each suite of a GoogleTest program.
 #   name     first part of the entries' names
-#   emulator what starts the program (empty: nothing)
+#   emulator the command that starts the program (may be empty)
 #   program  the program's file
 #   only     expression that a suite's name must match ("" for all)
 #   timeout  seconds for each entry
 #   environment  variables for each entry, NAME=value
 if(NOT EXISTS ${program})
-  # A failing entry, so that a program that was never built is not taken for one that passed.
+  # A failing entry, so that a program that was never built does not count as passed.
   add_test(${name}/not_built ${program})
   return()
 endif()

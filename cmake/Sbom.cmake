@@ -1,15 +1,15 @@
-# Run by `cmake --install`, after everything else: writes a bill of materials (SPDX 2.3) of the files that were
-# installed and of what others wrote of them.
+# Run by `cmake --install`, after everything else: writes a bill of materials (SPDX 2.3) for the installed
+# files, including the parts that others have written.
 #   version, supplier, parts, output   see Notices.cmake
 #   CMAKE_INSTALL_MANIFEST_FILES       every file, from CMake
-# The time in it is the present, or SOURCE_DATE_EPOCH.
+# The time in it is the current time, or SOURCE_DATE_EPOCH.
 set(root "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
 set(files "")
 set(contained "")
 set(sums "")
 list(SORT CMAKE_INSTALL_MANIFEST_FILES)
 foreach(file IN LISTS CMAKE_INSTALL_MANIFEST_FILES)
-  # A link is another name of a file that is listed.
+  # A link is another name for a file that is already listed.
   if(IS_SYMLINK "$ENV{DESTDIR}${file}")
     continue()
   endif()

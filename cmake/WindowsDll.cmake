@@ -1,16 +1,17 @@
-# What the DLL has beyond the shared library of other systems: its plain name, a version resource, import
-# libraries for mingw-w64 (libke_utils.dll.a) and for MSVC (ke_utils.lib) with the .def file behind them, and
-# with KE_PDB what debuggers for Windows read.
+# What the DLL has in addition to the shared libraries of other systems: its plain name, a version resource,
+# import libraries for mingw-w64 (libke_utils.dll.a) and for MSVC (ke_utils.lib) with the .def file from which
+# they are made, and, with KE_PDB, debugging information for Windows debuggers.
 ke_add_resource(ke_utils ke_utils.dll "${PROJECT_DESCRIPTION}")
 target_sources(ke_utils PRIVATE os/windows_no_exceptions.cpp)
 target_compile_options(ke_utils PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
 set_target_properties(ke_utils PROPERTIES
   PREFIX ""
   IMPORT_PREFIX "lib"
-  # A DLL's name carries no version: tools load "ke_utils.dll".
+  # A DLL's name contains no version: tools load "ke_utils.dll".
   DLL_NAME_WITH_SOVERSION OFF)
 
-# The linker's list names no library, which a tool that makes an import library of it would have to guess.
+# The linker's list does not name the library, so a tool that makes an import library from it would have to
+# guess.
 set(def ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/ke_utils.def)
 set(raw_def ${CMAKE_CURRENT_BINARY_DIR}/exports.def)
 target_link_options(ke_utils PRIVATE -Wl,--output-def,${raw_def})
@@ -33,18 +34,18 @@ endif()
 if(KE_PDB)
   set(pdb ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/ke_utils.pdb)
   set(natvis ${PROJECT_SOURCE_DIR}/tools/natvis/ke_utils.natvis)
-  # Sources are named from the tree's root: where it stood is nobody's business.
+  # Sources are named relative to the tree's root, so that nothing reveals where it was.
   target_compile_options(ke_utils_objects PRIVATE -g -gcodeview
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= -ffile-compilation-dir=.)
   target_link_options(ke_utils PRIVATE -g -Wl,--pdb=${pdb} -Wl,-Xlink=-pdbaltpath:ke_utils.pdb
     -Wl,-Xlink=-natvis:${natvis} -Wl,-Xlink=-cetcompat)
   set_property(TARGET ke_utils APPEND PROPERTY LINK_DEPENDS ${natvis})
-  # The start-up code and libstdc++ bring debugging information of another kind (DWARF), which stays out.
+  # The start-up code and libstdc++ contain debugging information of another kind (DWARF), which is removed.
   find_program(KE_STRIP NAMES llvm-strip-14 llvm-strip REQUIRED)
   add_custom_command(TARGET ke_utils POST_BUILD
     COMMAND ${KE_STRIP} --strip-debug $<TARGET_FILE:ke_utils> VERBATIM)
   set_property(TARGET ke_utils APPEND PROPERTY ADDITIONAL_CLEAN_FILES ${pdb})
-  # No PDB holds what the static library would bring, and its records name the folder of the build.
+  # No PDB contains the static library's debugging information, and its records name the folder of the build.
   add_custom_command(TARGET ke_utils_static POST_BUILD
     COMMAND ${KE_STRIP} --strip-debug $<TARGET_FILE:ke_utils_static> VERBATIM)
 endif()

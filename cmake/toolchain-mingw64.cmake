@@ -1,8 +1,8 @@
 # Cross-builds 64-bit Windows programs with mingw-w64 (posix threads) and runs them under Wine.
-# KE_WINDOWS_RUNTIME says for which C runtime: "ucrt", the Universal C Runtime that today's compilers
-# for Windows use, or "msvcrt", the older one that Debian's mingw-w64 links by itself. What scripts/deps
-# has built for a runtime is found in KE_DEPS_DIR/windows-<runtime>. KE_WINDOWS_COMPILER is "gcc", or "clang",
-# which with lld also makes a PDB; it uses gcc's runtime and C++ library.
+# KE_WINDOWS_RUNTIME selects the C runtime: "ucrt", the Universal C Runtime that current compilers for Windows
+# use, or "msvcrt", the older one that Debian's mingw-w64 links by default. What scripts/deps has built for a
+# runtime is in KE_DEPS_DIR/windows-<runtime>. KE_WINDOWS_COMPILER is "gcc", or "clang", which with lld also
+# makes a PDB; it uses gcc's runtime and C++ library.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
@@ -33,18 +33,18 @@ if(NOT KE_WINDOWS_RUNTIME MATCHES "^(ucrt|msvcrt)$")
   message(FATAL_ERROR "KE_WINDOWS_RUNTIME is ${KE_WINDOWS_RUNTIME}, neither ucrt nor msvcrt")
 endif()
 set(KE_WINDOWS_DEPS ${KE_DEPS_DIR}/windows-${KE_WINDOWS_RUNTIME})
-# The compiler tests run in projects of their own and need these, too.
+# The compiler tests run in separate projects and need these, too.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KE_DEPS_DIR KE_WINDOWS_RUNTIME KE_WINDOWS_COMPILER)
 
-# The flags below are set for the directory and not in CMAKE_<LANG>_FLAGS_INIT, which a user's own flags would
-# take the place of.
+# The flags below are set for the directory and not in CMAKE_<LANG>_FLAGS_INIT, because a user's own flags
+# would replace those.
 if(KE_WINDOWS_RUNTIME STREQUAL "ucrt")
   add_compile_definitions(_UCRT)
 endif()
 if(KE_WINDOWS_COMPILER STREQUAL "clang")
   include(${CMAKE_CURRENT_LIST_DIR}/mingw64-clang.cmake)
 elseif(KE_WINDOWS_RUNTIME STREQUAL "ucrt")
-  # The compiler names its runtime in its specs, in one place; a copy of them names the other one.
+  # The compiler's specs name its runtime in one place; a copy of them names the other runtime.
   set(specs ${CMAKE_BINARY_DIR}/CMakeFiles/ucrt.specs)
   execute_process(COMMAND ${gcc} -dumpspecs OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
   string(REPLACE "-lmsvcrt" "-lucrt" ucrt_text "${text}")
@@ -52,7 +52,7 @@ elseif(KE_WINDOWS_RUNTIME STREQUAL "ucrt")
     message(FATAL_ERROR "The specs of ${gcc} do not name -lmsvcrt")
   endif()
   file(WRITE ${specs} "${ucrt_text}")
-  # libpthread.a calls _setjmp(), which the import library of this runtime has under another name.
+  # libpthread.a calls _setjmp(), which has another name in this runtime's import library.
   add_link_options(-specs=${specs} -Wl,--defsym=_setjmp=__intrinsic_setjmpex)
 endif()
 
