@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Puts the results of the benchmarks side by side, by the questions that a user asks.
+"""Compares the results of the benchmarks, arranged by the questions that a user asks.
 
 Benchmarks are named OPERATION/INPUT/LIBRARY. A ratio above 1 says that ke_utils takes so many times less time (or
 memory) than the peer. With --write FOLDER, BENCHMARKS.md there gets new figures, and its tables and pictures are
@@ -33,7 +33,7 @@ QUESTIONS = [
     ("How much memory does it take?", "Bytes of heap for the parsed document.", ["heap"], "size"),
 ]
 
-# (operations, inputs, peer, the least ratio, the goal in words)
+# (operations, inputs, library, the minimum ratio, the goal in words)
 GOALS = [
     ("parse\\+release", ".*", "cJSON", 1.3, "reading: 1.3 times cJSON"),
     ("parse\\+release", ".*", "json-c", 3.0, "reading: 3 times json-c"),
@@ -59,14 +59,14 @@ GOALS = [
 
 
 def quartile(values, which):
-    """The lower (1) or upper (3) quartile."""
+    """Returns the lower (1) or upper (3) quartile."""
     if len(values) == 1:
         return values[0]
     return statistics.quantiles(values, n=4, method="inclusive")[which - 1]
 
 
 class Results:
-    """Times in nanoseconds, or bytes, of each round: by operation, input, library."""
+    """Returns the times in nanoseconds, or the bytes, of each round: by operation, input, library."""
 
     def __init__(self, paths):
         self.samples = {}
@@ -98,7 +98,7 @@ class Results:
         return None if values is None else quartile(values, 3)
 
     def ratio(self, operation, name, peer):
-        """The peer's lower quartile in units of ours, and half the range of the middle half of the rounds' ratios."""
+        """Returns the other library's lower quartile divided by ours, and half the interquartile range of the ratios."""
         libraries = self.samples.get((operation, name), {})
         if peer not in libraries or OURS not in libraries:
             return None
@@ -170,7 +170,7 @@ def streams(results):
 
 
 def others(results):
-    """What is not about documents: a row an operation, its peers in one cell."""
+    """Returns the table of operations that do not concern documents: one row each, all other libraries in one cell."""
     rows = [["operation", "input", OURS, "beside"]]
     asked = {operation for question in QUESTIONS for operation in question[2]}
     for (operation, name), libraries in results.samples.items():
@@ -193,7 +193,7 @@ def goals(results):
             ratio = results.ratio(operation, name, peer)
             if ratio is None or not re.fullmatch(operations, operation) or not re.fullmatch(inputs, name):
                 continue
-            # What is shown is what is judged.
+            # Judge the rounded figure, which is the one that is shown.
             if round(ratio[0], 2) >= round(least, 2):
                 reached += 1
             else:
@@ -205,7 +205,7 @@ def goals(results):
 
 
 def growth(results):
-    """Rows of nanoseconds for an element, by operation and count."""
+    """Returns rows of nanoseconds per element, by operation and count."""
     found = {}
     for (operation, name), libraries in results.samples.items():
         if name.isdigit() and OURS in libraries and int(name) >= 1000 and operation[0].islower():
@@ -252,7 +252,7 @@ def growth_chart(found):
 
 
 def chart(results):
-    """A bar for each document and peer: how many times as long the peer takes to read it."""
+    """Draws a bar for each document and library: how many times as long that library takes to read it."""
     colours = ["#1b6ca8", "#7a9cc6", "#7ac68f", "#9a7ac6", "#c6a27a", "#c67a7a"]
     peers = [peer for peer in PEERS if peer in results.peers(["parse+release"])]
     rows = [name for name in results.inputs("parse+release") if results.ratio("parse+release", name, peers[0])]
@@ -303,7 +303,7 @@ def machine():
 
 
 def replace_between(path, marks, lines):
-    """Puts new lines between the two lines that mark their place."""
+    """Replaces the lines between the two lines that mark their place."""
     with open(path, encoding="utf-8") as file:
         text = file.read()
     begin, end = ("<!-- %s -->" % marks, "<!-- end of %s -->" % marks)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Measures ke beside jq on a large document: CPU seconds and peak memory of a whole run each.
+"""Compares ke with jq on a large document: CPU seconds and peak memory of a whole run.
 
     bench/tool.py KE [MEGABYTES [RUNS]]        default: 200 MB, the best of 3 runs
 
@@ -14,7 +14,7 @@ import tempfile
 
 
 def make_document(path, size):
-    """Drive reports, one after the other, as an array in the layout of a pretty printer."""
+    """Writes an array of drive reports in the layout of a pretty printer."""
     rng = random.Random(1)
     with open(path, "w") as out:
         out.write("[\n")
@@ -33,7 +33,7 @@ def make_document(path, size):
 
 
 def run(command, stdout):
-    """CPU seconds and peak memory in MB of a command that must succeed."""
+    """Returns the CPU seconds and the peak memory in MB of a command, which must succeed."""
     process = subprocess.Popen(command, stdout=stdout)
     _, status, usage = os.wait4(process.pid, 0)
     process.returncode = os.waitstatus_to_exitcode(status)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Measures the peak memory of ke on large documents and fails where a limit is passed.
+"""Measures the peak memory of ke with large documents, and fails if a limit is exceeded.
 
     bench/tool_memory.py KE [MEGABYTES]        default 200; of the documents for commands that pass on what they read
 
@@ -15,7 +15,7 @@ import tempfile
 
 
 def write_repeated(path, size, piece, last):
-    """An array of one element again and again, and a last one."""
+    """Writes an array of one element, repeated, and a last one."""
     block = piece * (1000000 // len(piece))
     with open(path, "w") as out:
         out.write("[")
@@ -25,7 +25,7 @@ def write_repeated(path, size, piece, last):
 
 
 def write_members(path, size):
-    """One object with a key for each member."""
+    """Writes one object with a different key for each member."""
     with open(path, "w") as out:
         out.write('{"k":0')
         number = 0
@@ -36,7 +36,7 @@ def write_members(path, size):
 
 
 def write_ini(path, size, line):
-    """A section of lines, which have a number of their own where they name one."""
+    """Writes a section of lines, each with its own number where the pattern has one."""
     with open(path, "w") as out:
         out.write("[a]\nk=0\n")
         number = 0
@@ -46,7 +46,7 @@ def write_ini(path, size, line):
 
 
 def peak(command):
-    """Peak memory in MB of a command that ends with 0 or, from a comparison, 1."""
+    """Returns the peak memory in MB of a command, which must end with 0 or, as a comparison, 1."""
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL)
     _, status, usage = os.wait4(process.pid, 0)
     process.returncode = os.waitstatus_to_exitcode(status)

@@ -1,11 +1,11 @@
-/* A visitor class of a program's own: it counts the values of a document by kind, and leaves the walk to
- * the library's base class. Without arguments it reads the reports beside it. */
+/* A program's own visitor class: it counts the values of a document by kind, and leaves the walk to the
+ * library's base class. Without arguments it reads the reports in this folder. */
 #include <stdio.h>
 #include <stdlib.h>
 
 #include "ke_utils.h"
 
-/* An instance begins with its parent's. */
+/* An instance begins with that of its parent. */
 typedef struct CountVisitor {
     WiqJsonVisitor base;
     int strings, numbers, references, others;
@@ -57,7 +57,7 @@ static i32 count_null(WiqJsonVisitor* self, wiq_json_t* node) {
     return 0;
 }
 
-/* Runs once, when the first visitor is made: the record holds the parent's slots already. */
+/* Runs once, when the first visitor is made; the record already contains the parent's slots. */
 static i32 count_class_init(WiqClass* klass) {
     WiqJsonVisitorClass* slots = (WiqJsonVisitorClass*)klass;
     slots->visit_string = count_string;

@@ -1,6 +1,6 @@
 /*
- * Builds a drive's report in memory, asks it for values, edits it and prints it: the document model
- * without any text to read. One status variable serves a whole series of calls, since each of them
+ * Builds a drive's report in memory, reads values from it, edits it and prints it: the document model
+ * without any text to parse. One status variable serves a whole series of calls, since each of them
  * does nothing once an earlier one has failed.
  */
 #include <inttypes.h>
@@ -28,7 +28,7 @@ static wiq_json_t* build(u32* err) {
     wiq_json_t* health = wiq_json_obj_put_obj(report, "health", err);
     wiq_json_obj_put_i64(health, "temperature", 38, err);
     wiq_json_obj_put_u128(health, "bytes_written", &written, err);
-    /* The same counter under its old name, for readers that still ask for it. */
+    /* The same counter under its old name, for readers that still use it. */
     wiq_json_obj_put_jref(report, "total_written", "#/health/bytes_written", err);
 
     wiq_json_t* log = wiq_json_obj_put_array(report, "self_tests", err);
@@ -43,7 +43,7 @@ static bool has_passed(wiq_json_t* test, void* user) {
     return wiq_json_obj_get_bool(test, "passed", NULL);
 }
 
-/* Prints what a tool would show of the report. */
+/* Prints what a tool would show from the report. */
 static void ask(const wiq_json_t* report, u32* err) {
     wiq_uint128 written;
     char digits[40];
@@ -55,13 +55,13 @@ static void ask(const wiq_json_t* report, u32* err) {
         printf("%s: %" PRIu64 " hours, %s bytes written\n", model, hours, digits);
     }
 
-    /* A value of another kind has a status of its own. */
+    /* A value of the wrong kind has its own status. */
     u32 kind_err = 0;
     wiq_json_obj_get_i64(report, "firmware", &kind_err);
     printf("firmware as an integer: status %d\n", (int)(i32)kind_err);
 }
 
-/* Drops the failed tests, moves the serial number away, and stamps the report. */
+/* Drops the failed tests, moves the serial number, and stamps the report. */
 static void edit(wiq_json_t* report, u32* err) {
     wiq_json_t* log = wiq_json_obj_get_array(report, "self_tests", err);
     if (*err == 0) {

@@ -1,4 +1,4 @@
-/* Loads a drive report, reads it by getter and by pointer, expands its references, edits it and writes it
+/* Loads a drive report, reads it with getters and pointers, expands its references, edits it and writes it
  * back to a file: the library's main job in one program. */
 #include <inttypes.h>
 #include <stdio.h>
@@ -19,7 +19,7 @@ static wiq_json_t* load(const char* name) {
     return report;
 }
 
-/* One status for the whole series; it is looked at once. */
+/* One status serves the whole series and is tested once. */
 static i32 edit(wiq_json_t* report) {
     u32 err = 0;
     wiq_json_t* controller = wiq_json_obj_get_obj(report, "Controller", &err);
@@ -39,7 +39,7 @@ static i32 edit(wiq_json_t* report) {
     i32 status = wiq_json_jref_expand(report);
     if (status != 0)
         return status;
-    /* These write the status without reading it first: the second is only called if the first went well. */
+    /* These set the status without reading it first, so the second is called only if the first succeeded. */
     if (wiq_json_ptr_put_str(report, "/Notes/-", "checked by edit_report", &err) != NULL)
         wiq_json_ptr_put_u64(report, "/Checks/PowerOnHours", hours.lo, &err);
     return (i32)err;

@@ -1,5 +1,5 @@
-/* Reads an INI file into a JSON document, one object a section, and shows a mistake where it stands: line,
- * column, and a caret under the place. Without arguments it reads drives.ini beside it. */
+/* Converts an INI file to a JSON document, one object per section, and shows where a mistake is: line,
+ * column, and a caret below it. Without arguments it reads drives.ini in this folder. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -37,7 +37,7 @@ static void on_error(const WiqIniLocation* location, void* user) {
     ((Reader*)user)->mistake = *location;
 }
 
-/* The line again, and a caret under the place. */
+/* Prints the line again, with a caret below the mistake. */
 static void show_mistake(const Reader* reader, FILE* file) {
     char* line = NULL;
     size_t size = 0;

@@ -1,5 +1,5 @@
 /* Finds what a program forgot to release: its allocations go through the library's hooks, and the leak
- * tracker counts. */
+ * tracker counts them. */
 #include <stdio.h>
 
 #include "ke_utils.h"

@@ -1,8 +1,8 @@
 /*
- * Reads drive reports with wiq_json_loadf() and prints what they say: fields through typed getters whose
- * calls share one status, counters of 128 bits, values behind "$ref" references, and a base64 log.
+ * Reads drive reports with wiq_json_loadf() and prints their contents: fields through typed getters that
+ * share one status, counters of 128 bits, values behind "$ref" references, and a base64 log.
  *
- *   load_report [FILE...]          without arguments: the reports beside this file
+ *   load_report [FILE...]          without arguments: the reports in this folder
  */
 #include <inttypes.h>
 #include <ke_utils.h>
@@ -16,7 +16,7 @@ static int print_load_error(const char* name, const wiq_json_load_error* err) {
     return 1;
 }
 
-/* Prints a counter of up to 128 bits where the report has it; not every drive counts everything. */
+/* Prints a counter of up to 128 bits if the report has it; not every drive counts everything. */
 static void print_counter(const wiq_json_t* health, const char* key) {
     u32 err = 0;
     wiq_uint128 value;
@@ -60,7 +60,7 @@ static void print_log(const wiq_json_t* report, u32* err) {
     free(bytes);
 }
 
-/* The getters share one status: after the first failure the others do nothing, so it is tested once. */
+/* The getters share one status: after the first failure the others do nothing, so testing it once is enough. */
 static int print_report(const wiq_json_t* report) {
     u32 err = 0;
     const wiq_json_t* controller = wiq_json_obj_get_obj(report, "Controller", &err);

@@ -1,6 +1,5 @@
-/* A visitor that changes what it walks: every string under a key that holds "serial" is replaced by
- * asterisks, so that a report can be shown around. It overrides one slot and calls its parent's for the
- * rest. */
+/* A visitor that changes what it walks: it replaces every string under a key that contains "serial" by
+ * asterisks, so that the report can be shared. It overrides one slot and calls its parent's for the rest. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -23,7 +22,7 @@ static i32 redact_member(WiqJsonVisitor* self, wiq_json_t* obj, const char* key,
         u32 err = 0;
         wiq_json_t* stars = wiq_json_str_new("********", &err);
         i32 status = stars == NULL ? (i32)err : wiq_json_swap_child(value, stars);
-        /* The old value is ours now. */
+        /* We own the old value now. */
         wiq_json_unref(status == 0 ? value : stars);
         return status;
     }

@@ -1,6 +1,6 @@
-// Hash maps side by side, one million integers and a hundred thousand strings: OPERATION/KEYS/LIBRARY. All
-// but abseil's and GLib's use the same hash; "chained" is the least that a table of entries in blocks of their
-// own can do.
+// Hash maps side by side, with one million integers and a hundred thousand strings: OPERATION/KEYS/LIBRARY.
+// All except abseil's and GLib's use the same hash. "chained" is the minimum that a table of separately
+// allocated entries must do.
 #include <benchmark/benchmark.h>
 
 #include <random>
@@ -22,7 +22,7 @@ void* as_pointer(u64 value) {
     return reinterpret_cast<void*>(value);
 }
 
-// Keys that are in the map, and as many that are not, both in random order.
+// Keys in the map, and as many that are not, both in random order.
 struct Keys {
     std::vector<void*> present;
     std::vector<void*> absent;
@@ -84,7 +84,7 @@ struct KeMap {
     wiq_map map;
 };
 
-// A bare chained table: entries in blocks of their own, nothing but find, append, grow and unlink.
+// A minimal chained table: separately allocated entries, and nothing but find, append, grow and unlink.
 class Chained {
   public:
     explicit Chained(bool text) : text_(text) {}

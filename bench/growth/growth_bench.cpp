@@ -1,5 +1,5 @@
-// Operations at 1,000 to 10,000,000 elements, each named OPERATION/COUNT/ke_utils, so that bench/report.py can draw
-// how the time for an element grows. A line that rises is an operation that is worse than linear.
+// Operations on 1,000 to 10,000,000 elements, named OPERATION/COUNT/ke_utils, so that bench/report.py can
+// draw how the time per element grows. A line that rises is an operation that takes more than linear time.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -87,7 +87,7 @@ Pair twice(int count) {
     return {members_of(count), members_of(count)};
 }
 
-// One by one, into a container that begins empty.
+// Adds elements one by one to a container that is empty at first.
 int no_input(int) {
     return 0;
 }
@@ -147,7 +147,7 @@ void add_all() {
     add("append to a string buffer", no_input, append, [](int) {});
 }
 
-// Runs before main(), which is the benchmark library's own.
+// Runs before main(), which the benchmark library defines.
 [[maybe_unused]] const bool added = (add_all(), true);
 
 }  // namespace

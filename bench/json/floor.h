@@ -1,6 +1,6 @@
-// The least that can be done: what a parser cannot avoid is to find every token, copy texts and keys, and hash the
-// keys; what a serializer cannot avoid is to write the bytes of every token. Memory comes in chunks, and there is no
-// tree.
+// The minimum of work: a parser cannot avoid finding every token, copying texts and keys, and hashing the
+// keys; a serializer cannot avoid writing the bytes of every token. Memory comes in chunks, and no tree is
+// built.
 #pragma once
 
 #include <cstdlib>
@@ -22,7 +22,7 @@ class Floor {
         });
     }
 
-    // Returns something that depends on every token, so that no work is left out.
+    // Returns a value that depends on every token, so that no work can be optimised away.
     u64 parse() {
         u64 sum = 0;
         std::vector<char*> chunks;
@@ -69,7 +69,7 @@ class Floor {
   private:
     static constexpr size_t kChunk = 16384;
 
-    // Calls token(first, last, is_key) for each. The text is a valid document.
+    // Calls token(first, last, is_key) for each token. The text must be a valid document.
     template <class Token>
     static void scan(const std::string& text, Token token) {
         const char* p = text.c_str();

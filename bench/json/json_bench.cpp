@@ -1,5 +1,5 @@
 // JSON documents, side by side: every benchmark is named OPERATION/CORPUS/LIBRARY, so that bench/report.py
-// can put the libraries beside each other. "heap" is no time: bytes of heap for a document.
+// can compare the libraries. "heap" is not a time: it is the bytes of heap for a document.
 #include <benchmark/benchmark.h>
 
 #include <memory>
@@ -17,7 +17,7 @@ void add(const std::string& operation, const std::string& corpus, const char* li
         ->Unit(benchmark::kMicrosecond);
 }
 
-// Whether a library can take the document at all; one that recurses cannot take the deepest.
+// Returns whether a library can process the document at all; one that recurses cannot process the deepest.
 template <class Library>
 bool takes(const Corpus& corpus) {
     return corpus.name != "nested" || std::string(Library::kName) == Ke::kName;
@@ -142,7 +142,7 @@ void add_floor(const Corpus& corpus) {
     });
 }
 
-// What only ours has, or what needs no peer.
+// Operations that only this library has, and those that are measured without other libraries.
 void add_own(const Corpus& corpus) {
     const char* text = corpus.text.c_str();
     add("parse stream", corpus.name, Ke::kName, [text](benchmark::State& state) {
@@ -163,7 +163,7 @@ void add_own(const Corpus& corpus) {
         Ke::release(doc);
     });
     if (corpus.name == "nested")
-        return;  // a base walk recurses
+        return;  // a base walk is recursive
     add("walk", corpus.name, Ke::kName, [text](benchmark::State& state) {
         wiq_json_t* doc = Ke::parse(text);
         WiqObject* visitor = object_new(&WiqJsonVisitorType);
@@ -238,7 +238,7 @@ void add_all() {
 #endif
 }
 
-// Runs before main(), which is the benchmark library's own.
+// Runs before main(), which the benchmark library defines.
 [[maybe_unused]] const bool added = (add_all(), true);
 
 }  // namespace

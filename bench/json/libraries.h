@@ -1,5 +1,5 @@
-// The JSON libraries side by side: what each benchmark asks of one, as static functions. A peer is there
-// if it was found when the benchmarks were configured.
+// The JSON libraries side by side: what each benchmark does with a library, as static functions. Another
+// library is included if it was found when the benchmarks were configured.
 #pragma once
 
 #include <algorithm>
@@ -31,7 +31,8 @@ struct Ke {
     static void dump_file(Doc doc, FILE* out) { wiq_json_fdump(doc, out, 0, 0); }
     static Doc copy(Doc doc) { return wiq_json_copy(doc, nullptr); }
     static bool equal(Doc a, Doc b) { return wiq_json_equal(a, b); }
-    // In the order of the text, as with the peers: members by where the parser put their nodes.
+    // Collects the members in the order of the text, as in the other libraries: by the addresses of the nodes
+    // that the parser made.
     static void collect(Doc doc, std::vector<Place>& places) {
         struct Step {
             wiq_json_t* node;
@@ -93,7 +94,7 @@ struct JsonC {
     using Place = std::pair<json_object*, std::string>;
 
     static Doc parse(const char* text) {
-        // Its own default depth of 32 is too little for some documents.
+        // The library's default depth of 32 is too small for some documents.
         json_tokener* tokener = json_tokener_new_ex(100000);
         Doc doc = json_tokener_parse_ex(tokener, text, static_cast<int>(strlen(text)) + 1);
         json_tokener_free(tokener);
@@ -182,8 +183,8 @@ struct CJson {
 #include <rapidjson/document.h>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
-// By its kinds of memory: a block of the runtime for each array, object and long string, as the other libraries have
-// it, or a pool that gives nothing back before the document goes.
+// The parameter is the kind of memory: a block of the runtime for each array, object and long string, as in
+// the other libraries; or a pool that frees nothing until the document is released.
 template <class Allocator>
 struct RapidWith {
     using Document = rapidjson::GenericDocument<rapidjson::UTF8<>, Allocator>;
@@ -230,7 +231,7 @@ struct Boost {
 
     static Doc parse(const char* text) {
         boost::json::parse_options options;
-        options.max_depth = 100000;  // its own default of 32 is too little for some documents
+        options.max_depth = 100000;  // the default of 32 is too small for some documents
         return new boost::json::value(boost::json::parse(text, {}, options));
     }
     static void release(Doc doc) { delete doc; }

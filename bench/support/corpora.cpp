@@ -39,7 +39,7 @@ std::string reports(std::mt19937& random) {
     });
 }
 
-// Objects of many shapes, numbers as keys, as catalogues have them.
+// Objects of many shapes, with numbers as keys, as in catalogues.
 std::string catalogue(std::mt19937& random) {
     return joined("{", 4000, "}", [&](int i) {
         return "\"" + std::to_string(138586341 + i) + "\":{\"id\":" + std::to_string(i) +
@@ -86,7 +86,7 @@ std::string nested() {
     return text;
 }
 
-// Characters beyond ASCII as escapes.
+// Returns the text with non-ASCII characters as escapes.
 std::string as_ascii(const std::string& text) {
     std::string out;
     for (size_t i = 0; i < text.size();) {

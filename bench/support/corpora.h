@@ -1,6 +1,6 @@
-// The documents that the JSON benchmarks read: some made here, always the same, and every *.json of the
-// folder that the environment variable KE_CORPORA names. All are ASCII, as every library takes it: other
-// characters of a file become \u escapes first.
+// The documents that the JSON benchmarks read: some are generated here and never change; others are all
+// *.json files of the folder that the environment variable KE_CORPORA names. All are ASCII, which every
+// library accepts; other characters of a file are converted to \u escapes first.
 #pragma once
 
 #include <string>

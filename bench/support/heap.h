@@ -1,5 +1,5 @@
-// Bytes of heap in use, counted alike for every library: the chunks of the C runtime's allocator with their
-// headers.
+// Bytes of heap in use, counted in the same way for every library: the chunks of the C runtime's allocator,
+// including their headers.
 #pragma once
 
 #include <malloc.h>
@@ -13,13 +13,14 @@ inline size_t heap_in_use() {
     return info.uordblks + info.hblkhd;
 }
 
-// Returns how many more bytes are in use after make(). It runs on a new thread: what a thread has freed lately stays
-// in its cache and counts as in use, so blocks that come from there would seem to cost nothing.
+// Returns how many more bytes are in use after make(), which runs on a new thread: blocks that a thread has
+// freed recently stay in its cache and count as in use, so blocks taken from there would appear to cost
+// nothing.
 template <class Make>
 size_t heap_of(Make make) {
     size_t bytes = 0;
     std::thread([&] {
-        free(malloc(1));  // makes the cache
+        free(malloc(1));  // creates the cache
         const size_t before = heap_in_use();
         make();
         bytes = heap_in_use() - before;

@@ -1,4 +1,4 @@
-// Base64 in both directions; bytes a second are those of the binary side.
+// Base64 in both directions; bytes per second are those of the binary data.
 #include <benchmark/benchmark.h>
 
 #include <vector>
@@ -30,7 +30,7 @@ void Encode(benchmark::State& state) {
 }
 BENCHMARK(Encode)->Arg(30)->Arg(3000)->Arg(3000000);
 
-// The second argument is the length of the text's lines; 0: one line.
+// The second argument is the length of the text's lines; 0 means a single line.
 void Decode(benchmark::State& state) {
     const std::vector<u8> bytes = some_bytes(static_cast<size_t>(state.range(0)));
     std::vector<char> text(wiq_base64_encode_len(bytes.size()));

@@ -1,4 +1,4 @@
-// Memory dumps; bytes a second are those of the hexadecimal text.
+// Memory dumps; bytes per second are those of the hexadecimal text.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -13,7 +13,7 @@ i32 count_text(void* user, u64, const char* hex, const char*) {
     return 0;
 }
 
-// Arguments: bytes in a line, group and block, whether there is a column of characters.
+// Arguments: bytes per line, group and block, and whether there is a column of characters.
 void Memdump(benchmark::State& state) {
     const std::vector<u8> data(1 << 20, 0x5a);
     u64 text = 0;

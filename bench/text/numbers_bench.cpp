@@ -1,4 +1,4 @@
-// Numbers from text, beside the runtime's own conversions.
+// Numbers from text, compared with the runtime's conversions.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>

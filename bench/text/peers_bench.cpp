@@ -1,5 +1,5 @@
-// Text functions side by side with what else does them: OPERATION/INPUT/LIBRARY. The other files here measure
-// ours alone, over more inputs.
+// Text functions compared with those of other libraries: OPERATION/INPUT/LIBRARY. The other files in this
+// folder measure only this library, with more inputs.
 #include <benchmark/benchmark.h>
 
 #include <charconv>
@@ -67,7 +67,7 @@ wiq_uint128 ours(Native value) {
     return {static_cast<u64>(value), static_cast<u64>(value >> 64)};
 }
 
-// Decimal digits by the compiler's division by 10^19, the largest power of ten in a word.
+// Writes decimal digits with the compiler's division by 10^19, the largest power of ten that fits in 64 bits.
 char* native_decimal(char* end, Native value) {
     constexpr u64 kChunk = 10000000000000000000u;
     while (value != 0) {
@@ -190,7 +190,7 @@ const bool added = [] {
                 wiq_memdump_ex(raw(bytes()), bytes().size(), 16, 1, 8, 1, ascii, true, count_line,
                                &length);
             }
-            // Of hexadecimal text, blanks included.
+            // Counts hexadecimal text, including blanks.
             state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(length));
         })->Unit(benchmark::kMicrosecond);
     }

@@ -82,14 +82,14 @@ class OutOfMemory(Error, MemoryError):
 
 
 class WrongType(Error, TypeError):
-    """A value is of another kind than the call needs."""
+    """A value is not of the kind that the call needs."""
 
 
 _KINDS = {-1037: MissingMember, -1038: MissingElement, -5000: OutOfMemory, -7018: WrongType}
 
 
 def error_of(status, what=None, place=None):
-    """The exception for a status, given as a signed or as an unsigned 32-bit number."""
+    """Returns the exception for a status, given as a signed or an unsigned 32-bit number."""
     if status >= 1 << 31:
         status -= 1 << 32
     return _KINDS.get(status, Error)(status, what, place)

@@ -1,4 +1,4 @@
-"""Finds and loads the shared library, and says what its functions take and return."""
+"""Finds and loads the shared library, and declares the arguments and results of its functions."""
 
 import ctypes
 import os
@@ -23,7 +23,7 @@ class LoadError(ctypes.Structure):
 MemberFn = ctypes.CFUNCTYPE(c_bool, c_char_p, c_void_p, c_void_p)
 KeepFn = ctypes.CFUNCTYPE(c_bool, c_void_p, c_void_p)
 
-# Result first, then the arguments. Texts that the library hands over are c_void_p, since they are to be freed.
+# The result type first, then the arguments. Strings that the caller must free are c_void_p.
 FUNCTIONS = {
     "wiq_json_loads": (c_void_p, c_char_p, c_int32, POINTER(LoadError)),
     "wiq_json_sdump": (c_int32, c_void_p, POINTER(c_void_p), c_uint32),
@@ -65,7 +65,7 @@ for _kind in ("null", "obj", "array", "str", "true", "false", "int", "num", "jre
 
 
 def _candidates():
-    """Names of the library, the most special one first."""
+    """Returns names for the library, the most specific one first."""
     name = "ke_utils.dll" if WINDOWS else "libke_utils.so.1"
     if os.environ.get("KE_UTILS_LIBRARY"):
         return [os.environ["KE_UTILS_LIBRARY"]]
@@ -90,14 +90,14 @@ def _load():
 
 
 lib = _load()
-# The library allocates by its own C runtime's malloc().
+# The library allocates with its own C runtime's malloc().
 free = (ctypes.CDLL("ucrtbase") if WINDOWS else ctypes.CDLL(None)).free
 free.restype = None
 free.argtypes = [c_void_p]
 
 
 def taken_text(pointer):
-    """The text of a block that the library has handed over; the block is freed."""
+    """Returns the text of a block that the library has handed over, and frees the block."""
     try:
         return ctypes.string_at(pointer).decode("utf-8", "surrogateescape")
     finally:

@@ -1,4 +1,4 @@
-"""Nodes of documents: each owns one reference of the library's, which it gives up when it is closed."""
+"""Nodes of documents: each owns one reference to a node of the library, and releases it when it is closed."""
 
 import json
 from ctypes import byref, c_uint32, c_void_p
@@ -13,14 +13,14 @@ _MISSING = object()
 
 
 def _c_text(text):
-    """Text for the library, where NUL ends it."""
+    """Converts a text for the library, for which a NUL would end it."""
     if "\0" in text:
         raise ValueError("text for the library must not hold NUL")
     return text.encode("utf-8", "surrogateescape")
 
 
 def _escaped(text):
-    """JSON text whose characters beyond ASCII are escapes, the form in which the parser takes them."""
+    """Returns JSON text with non-ASCII characters as escapes, which is the form that the parser accepts."""
     if text.isascii():
         return text
     return "".join(c if c < "\x80" else json.dumps(c)[1:-1] for c in text)
@@ -37,13 +37,13 @@ def parse(text, *, allow_trailing=False, reject_duplicates=False):
 
 
 def reference(uri):
-    """A new reference to the place that a JSON pointer names, to be stored in a document."""
+    """Returns a new reference to what a JSON pointer points to; it can be stored in a document."""
     err = c_uint32()
     return Node._own(lib.wiq_json_jref_new(_c_text(uri), byref(err)), err)
 
 
 def _refuse_large_integers(value):
-    """The parser would let an integer of more than 128 bits wrap."""
+    """Rejects an integer of more than 128 bits, which the parser would wrap."""
     waiting = [value]
     while waiting:
         one = waiting.pop()
@@ -56,7 +56,7 @@ def _refuse_large_integers(value):
 
 
 def _new(value):
-    """A free-standing node of the library's with a count of 0, made of a Python value or a copy of a Node."""
+    """Makes a node of the library from a Python value or as a copy of a Node; it has no parent and a count of 0."""
     if isinstance(value, Node):
         err = c_uint32()
         pointer = lib.wiq_json_copy(value._pointer(), byref(err))
@@ -72,7 +72,7 @@ def _new(value):
 
 
 def _scalar(pointer):
-    """The Python value of a node that is no container and no reference, else _MISSING."""
+    """Returns a node's Python value, or _MISSING for a container or a reference."""
     if lib.wiq_json_is_str(pointer):
         return lib.wiq_json_str_get(pointer).decode("utf-8", "surrogateescape")
     if lib.wiq_json_is_int(pointer):
@@ -91,7 +91,7 @@ def _scalar(pointer):
 
 
 def _members(pointer):
-    """The keys and children of an object, in its order; the children are lent."""
+    """Returns the keys and children of an object, in its order; the children are borrowed."""
     found = []
 
     @MemberFn
@@ -108,12 +108,12 @@ def _elements(pointer):
 
 
 class Node:
-    """A document, or a part of one. Its references to the library end with close(), with `with`, or with it."""
+    """A document, or a part of one. Its reference is released by close(), at the end of `with`, or when it is deleted."""
 
     __slots__ = ("_handle",)
 
     def __init__(self, value=None):
-        """A document of its own, made of a Python value or as a copy of another node."""
+        """Makes a separate document from a Python value or as a copy of another node."""
         self._handle = None
         self._handle = _new(value)
         lib.wiq_json_ref(self._handle)
@@ -133,7 +133,7 @@ class Node:
         return self._handle
 
     def close(self):
-        """Gives the node up; a second time does nothing."""
+        """Releases the node; closing it again does nothing."""
         handle, self._handle = self._handle, None
         if handle is not None:
             lib.wiq_json_unref(handle)
@@ -149,7 +149,7 @@ class Node:
         if getattr(self, "_handle", None) is not None:
             self.close()
 
-    # Places
+    # Access by pointer
 
     def _find(self, ptr):
         err = c_uint32()
@@ -161,13 +161,13 @@ class Node:
         return found
 
     def __getitem__(self, ptr):
-        """What a JSON pointer names: a Python value, or a Node for a container or a reference."""
+        """Returns what a JSON pointer points to: a Python value, or a Node for a container or a reference."""
         found = self._find(ptr)
         value = _scalar(found)
         return Node._own(found) if value is _MISSING else value
 
     def get(self, ptr, default=None):
-        """The same, and `default` where there is no such member or element."""
+        """Like `node[ptr]`, but returns `default` if there is no such member or element."""
         try:
             return self[ptr]
         except (KeyError, IndexError):
@@ -189,7 +189,7 @@ class Node:
             raise error_of(status, ptr)
 
     def __delitem__(self, ptr):
-        """Takes a member or an element out; nodes that refer to it keep it."""
+        """Removes a member or an element; it stays alive as long as a Node refers to it."""
         found = self._find(ptr)
         if found == self._handle:
             raise ValueError("a root cannot be removed from itself")
@@ -203,7 +203,7 @@ class Node:
 
     @property
     def pointer(self):
-        """The JSON pointer of the node in its document."""
+        """Returns the JSON pointer of the node in its document."""
         out = c_void_p()
         status = lib.wiq_json_ptr(self._pointer(), byref(out))
         if status < 0:
@@ -227,7 +227,7 @@ class Node:
         return None if uri is None else uri.decode("utf-8", "surrogateescape")
 
     def target(self):
-        """What a reference leads to in the end, as by `node[...]`."""
+        """Returns what a reference finally leads to, in the same form as `node[...]`."""
         err = c_uint32()
         found = lib.wiq_json_jref_deref(self._pointer(), byref(err))
         if not found or err.value:
@@ -246,13 +246,13 @@ class Node:
         return True
 
     def keys(self):
-        """The keys of an object, in its order."""
+        """Returns the keys of an object, in its order."""
         if not self.is_object:
             raise TypeError("only objects have keys")
         return [key for key, _ in _members(self._handle)]
 
     def value(self):
-        """All of it as a Python value, of any depth; a reference is {"$ref": its text}."""
+        """Returns everything as a Python value, of any depth; a reference becomes {"$ref": its text}."""
         result = [None]
         waiting = [(self._pointer(), result, 0)]
         while waiting:
@@ -273,7 +273,7 @@ class Node:
         return result[0]
 
     def dump(self, *, sort_keys=False, pretty=False):
-        """The node as JSON text."""
+        """Returns the node as JSON text."""
         out = c_void_p()
         flags = (SORT_KEYS if sort_keys else 0) | (PRETTY if pretty else 0)
         status = lib.wiq_json_sdump(self._pointer(), byref(out), flags)
@@ -282,11 +282,11 @@ class Node:
         return taken_text(out.value)
 
     def copy(self):
-        """A document of its own with the same contents."""
+        """Returns a separate document with the same contents."""
         return Node(self)
 
     def expand(self):
-        """Replaces every reference below by a copy of what it leads to."""
+        """Replaces every reference in this node by a copy of what it leads to."""
         status = lib.wiq_json_jref_expand(self._pointer())
         if status != 0:
             raise error_of(status)

@@ -171,7 +171,7 @@ class Ownership(unittest.TestCase):
             node["/a"] = 2
             self.assertEqual(part.value(), {"b": 1})
 
-    # In a process of its own, whose memory grows if anything is not released.
+    # Runs in a separate process, whose memory would grow if anything were not released.
     def test_nothing_leaks(self):
         program = """
 import gc, resource, ke_utils
@@ -203,7 +203,7 @@ print(resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before)
 
 
 class Agreement(unittest.TestCase):
-    """What stands here and in C is the same."""
+    """What is declared here must be the same as in C."""
 
     def setUp(self):
         root = os.path.dirname(os.path.dirname(os.path.dirname(HERE)))

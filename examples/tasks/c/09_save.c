@@ -1,7 +1,7 @@
 #include <ke_utils.h>
 #include <unistd.h>
 
-// Beside its place, flushed to the disk, then in its place in one step.
+// Writes a file next to the old one, flushes it to the disk, then replaces the old one in one step.
 static bool save(const char* name, wiq_json_t* value) {
     char fresh[256];
     snprintf(fresh, sizeof fresh, "%s.XXXXXX", name);
