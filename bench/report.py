@@ -98,7 +98,7 @@ class Results:
         return None if values is None else quartile(values, 3)
 
     def ratio(self, operation, name, peer):
-        """Returns the other library's lower quartile divided by ours, and half the interquartile range of the ratios."""
+        """Returns the peer's lower quartile divided by ours, and half the interquartile range of the ratios."""
         libraries = self.samples.get((operation, name), {})
         if peer not in libraries or OURS not in libraries:
             return None

@@ -1,5 +1,5 @@
 // Every system call of the library fails, once alone and once with all later ones: the header documents the
-// returned status, the library does not retry, no file is lost or left behind, and no descriptor stays open.
+// returned status, the library does not retry, no file is lost or left over, and no descriptor stays open.
 #include "support/system_faults.h"
 
 #include <dirent.h>

@@ -179,7 +179,7 @@ TEST(Lexer, Strings) {
     check_all(kRows);
 }
 
-// An invalid token leaves nothing behind that could become part of a later one.
+// No part of an invalid token remains that could become part of a later one.
 TEST(Lexer, GoesOnBehindAnInvalidToken) {
     constexpr char kText[] = "true tru 5 * \"a\" \"\\u0000\" ]";
     ScratchFile file;
@@ -320,7 +320,7 @@ TEST(Lexer, SpoiledNumbersAsTheirConversionsSay) {
     }
 }
 
-// If a token needs memory and there is none, the token is invalid, whatever it would have been. A token that
+// If a token cannot get the memory that it needs, it is invalid, whatever it would have been. A token that
 // needs no memory is not affected.
 TEST(LexerFaults, Tokens) {
     ScratchFile file(ScratchFile::kSmall);

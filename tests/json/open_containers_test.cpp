@@ -143,8 +143,8 @@ std::string nulls(int count) {
     return text;
 }
 
-// 2048 elements, 1024 members and 32 containers are held without memory of their own. In each of these texts,
-// the next one needs memory for something else.
+// 2048 elements, 1024 members and 32 containers fit in the inline storage. In each of these texts, the next one
+// needs memory for something else.
 TEST(OpenContainers, EveryWayToRunOut) {
     const std::string long_key(3000, 'k');
     sweep_load("[" + nulls(2100) + "null]");

@@ -13,7 +13,7 @@ namespace {
 
 using ke::os::SystemPath;
 
-// Returns the form in ASCII, which suffices for these tests; "(none)" if there is none.
+// Returns the form in ASCII, which suffices for these tests; "(none)" for NULL.
 std::string form_of(const std::string& path) {
     const SystemPath form(path.c_str());
     if (form.get() == nullptr)

@@ -27,7 +27,7 @@ struct DumpClass {
     i32 (*print_string)(WiqJsonVisitor* self, const char* text);
 };
 
-// Returns the registered type with this name, or NULL if there is none.
+// Returns the registered type with this name, or NULL if it is not found.
 inline WiqType* find_type(const char* name) {
     u32 count = 0;
     WiqType** types = type_list(&count);

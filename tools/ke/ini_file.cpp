@@ -77,7 +77,7 @@ bool is_quoted(const std::string& text, size_t value_offset) {
     return value_offset > 0 && text[value_offset - 1] == '"';
 }
 
-// Returns a value as it is written to the file, with quotes if it needs them or had them before.
+// Returns a value in the form that the file needs: with quotes if it requires them or had them before.
 std::string written(const std::string& value, bool quotes) {
     if (value.empty())
         throw Failure{"an INI file has no empty values; remove the key instead"};

@@ -26,7 +26,7 @@ class Replacement {
     explicit Replacement(const std::string& path);
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
-    // Without a commit(), the old file is unchanged and nothing else is left behind.
+    // Without a commit(), the old file is unchanged and no temporary file remains.
     ~Replacement();
 
     // Throws a Failure, for example if the disk is full.

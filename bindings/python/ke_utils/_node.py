@@ -108,7 +108,7 @@ def _elements(pointer):
 
 
 class Node:
-    """A document, or a part of one. Its reference is released by close(), at the end of `with`, or when it is deleted."""
+    """A document, or a part of one. close(), the end of `with`, or deletion releases its reference."""
 
     __slots__ = ("_handle",)
 
