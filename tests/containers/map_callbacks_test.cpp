@@ -363,7 +363,7 @@ void run_row(const Kind& kind, wiq_hash_fn hash, const Operation& operation, Cal
         look_through();
         kind.destroy(world.map);
     }
-    EXPECT_EQ(world.alive.size(), 0u) << "keys and values that nobody released";
+    EXPECT_EQ(world.alive.size(), 0u) << "keys and values that were never released";
     for (const void* left : world.alive)
         free(const_cast<void*>(left));
 }

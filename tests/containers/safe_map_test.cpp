@@ -116,7 +116,7 @@ TEST(SafeMapThreads, SizeIsNeverTorn) {
             for (u64 k = 1; k <= kEach; ++k) {
                 EXPECT_EQ(wiq_safe_map_put(map, number(i * kEach + k), number(k)), 0);
                 const u64 size = wiq_safe_map_size(map);
-                EXPECT_GT(size, last) << "a size only grows while nobody removes";
+                EXPECT_GT(size, last) << "while nothing is removed, the size only grows";
                 EXPECT_LE(size, 8 * kEach);
                 last = size;
                 EXPECT_EQ(wiq_safe_map_get(map, number(i * kEach + k)), number(k));

@@ -148,7 +148,7 @@ TEST_F(Strbuf, RwriteStartsAnew) {
     EXPECT_EQ(wiq_strbuf_rwrite(&buf_, "after", 5), 5);
     EXPECT_EQ(text(), "after");
     EXPECT_EQ(wiq_strbuf_rwrite(&buf_, nullptr, 5), WIQ_ERR_INVALID_ARG);
-    EXPECT_EQ(text(), "") << "emptied before the bytes are looked at";
+    EXPECT_EQ(text(), "") << "emptied before the bytes are checked";
     EXPECT_EQ(wiq_strbuf_rwrite(nullptr, "x", 1), WIQ_ERR_INVALID_ARG);
 }
 
@@ -192,7 +192,7 @@ TEST_F(Strbuf, RprintfStartsAnew) {
     EXPECT_EQ(wiq_strbuf_rprintf(nullptr, "x"), WIQ_ERR_INVALID_ARG);
     const char* no_format = nullptr;
     EXPECT_EQ(wiq_strbuf_rprintf(&buf_, no_format, 1), WIQ_ERR_INVALID_ARG);
-    EXPECT_EQ(text(), "") << "emptied before the format is looked at";
+    EXPECT_EQ(text(), "") << "emptied before the format is checked";
 }
 
 TEST_F(Strbuf, ResetAndTruncate) {

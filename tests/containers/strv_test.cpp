@@ -45,7 +45,7 @@ TEST_F(Strv, PushfFormats) {
     EXPECT_EQ(wiq_strv_pushf(nullptr, "x"), WIQ_ERR_NO_MEMORY);
     const char* no_format = nullptr;
     EXPECT_EQ(wiq_strv_pushf(&strv_, no_format, 1), WIQ_ERR_INVALID_ARG);
-    EXPECT_EQ(list(), (Strings{"7-x", "(null)"})) << "the slot stays";
+    EXPECT_EQ(list(), (Strings{"7-x", "(null)"})) << "the slot remains";
 }
 
 TEST_F(Strv, GetCountsFromBothEnds) {

@@ -284,7 +284,7 @@ TEST_F(Alloc, AnAlignmentOfZeroIsThatOfAPointer) {
     memset(block, 1, 24);
     wiq_real_aligned_free(block);
     ASSERT_EQ(wiq_wrap_aligned_alloc(&block, 24, 0, fail_hook, aligned_pre, aligned_post), 0);
-    EXPECT_EQ(g_log, (Log{"pre out 24 0", "post out 24 0"})) << "hooks see what was asked for";
+    EXPECT_EQ(g_log, (Log{"pre out 24 0", "post out 24 0"})) << "hooks receive the requested size";
     wiq_wrap_aligned_free(block, nullptr);
 }
 

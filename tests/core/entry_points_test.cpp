@@ -137,7 +137,7 @@ TEST(EntryPoints, MissingArgumentsAreAnswered) {
     wiq_lib lib = {};
     lib.handle = &lib;
     EXPECT_EQ(wiq_dlopen_real(nullptr, &lib), WIQ_ERR_INVALID_ARG);
-    EXPECT_EQ(lib.handle, &lib) << "the record is as it was";
+    EXPECT_EQ(lib.handle, &lib) << "the record is unchanged";
     EXPECT_EQ(wiq_dlopen_real("module", nullptr), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_dlopen_real(nullptr, nullptr), WIQ_ERR_INVALID_ARG);
     wiq_dlclose_real(nullptr);

@@ -18,8 +18,7 @@ TEST(CppVector, GrowsAndIterates) {
     EXPECT_EQ(numbers.at(0), nullptr);
     for (int i = 0; i < 100; ++i)
         EXPECT_EQ(numbers.push_back(i), 0);
-    EXPECT_EQ(numbers.push_back(numbers[0]), 0)
-        << "an element of its own, also when the block moves";
+    EXPECT_EQ(numbers.push_back(numbers[0]), 0) << "its own element, even if the block moves";
     EXPECT_EQ(numbers.size(), 101);
     EXPECT_EQ(*numbers.at(-2), 99);
     EXPECT_EQ(*std::as_const(numbers).at(0), 0);

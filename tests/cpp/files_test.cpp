@@ -27,7 +27,7 @@ class CppFiles : public testing::Test {
     ~CppFiles() override {
         for (const std::string& path : files_)
             (void)ke::remove_file(path);
-        EXPECT_EQ(ke::remove_directory(folder_), 0) << "something was left behind in " << folder_;
+        EXPECT_EQ(ke::remove_directory(folder_), 0) << "files remain in " << folder_;
     }
     std::string path(std::string_view name) {
         files_.push_back(ke::join_path(folder_, name).value());
@@ -45,7 +45,7 @@ TEST_F(CppFiles, DocumentsRoundTrip) {
     EXPECT_EQ(ke::save_file(name, root), 0);
     EXPECT_EQ(ke::load_file(name).value(), root);
     EXPECT_EQ(json::load_file(name).value(), root);
-    EXPECT_EQ(ke::save_file(name, json{1}, ke::pretty), 0) << "in the place of the first";
+    EXPECT_EQ(ke::save_file(name, json{1}, ke::pretty), 0) << "replaces the first file";
     EXPECT_EQ(ke::load_text(name).value(), "[\n  1\n]\n");
     EXPECT_EQ(ke::load_file(std::string_view(name)).value(), json{1});
 }
@@ -152,7 +152,7 @@ TEST_F(CppFiles, IniAsAMap) {
     EXPECT_EQ(drives->sections().size(), 2u);
     EXPECT_EQ(drives->sections().find("drive")->second.argument, "sda");
     EXPECT_EQ(drives->value_or("drive", "name", ""), "one two");
-    EXPECT_EQ(drives->value_or("drive", "hours", ""), "6") << "the last one holds";
+    EXPECT_EQ(drives->value_or("drive", "hours", ""), "6") << "the last value counts";
     EXPECT_EQ(drives->value_or("drive", "none", "else"), "else");
     EXPECT_EQ(drives->find("none", "x"), nullptr);
     const ke::ini_value* const x = drives->find("other", "x");

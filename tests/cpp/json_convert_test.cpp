@@ -68,7 +68,7 @@ TEST(CppBraces, ObjectsAndArrays) {
     EXPECT_EQ(text_of(json::object({{"a", 1}})), R"({"a":1})");
     EXPECT_EQ(text_of(json::array({})), "[]");
     EXPECT_EQ(text_of(json::object({})), "{}");
-    EXPECT_FALSE(json::object({1, 2})) << "no pairs of a key and a value";
+    EXPECT_FALSE(json::object({1, 2})) << "the list must contain pairs of a key and a value";
     const std::string key = "made";
     EXPECT_EQ(text_of(json{{key, std::vector<int>{1}}, {std::string_view("v"), 1_u128}}),
               R"({"made":[1],"v":1})");

@@ -90,7 +90,7 @@ TEST(CppSet, ListsInBraces) {
     EXPECT_EQ(root["list"].set(1, {6, 7}), 0);
     EXPECT_EQ(text_of(root), R"({"deep":{"object":{"a":1,"b":[2,3]}},)"
                              R"("list":[{"first":true},[6,7],"two",null,[4,5]]})");
-    EXPECT_EQ(root.set("empty", {}), ke::err_empty) << "neither an object nor an array";
+    EXPECT_EQ(root.set("empty", {}), ke::err_empty) << "{} is neither an object nor an array";
     EXPECT_FALSE(root.contains("empty"));
 }
 
@@ -105,7 +105,7 @@ TEST(CppSet, AValueThatLivesElsewhereIsCopied) {
 
     const json owner = root["a"];
     EXPECT_EQ(other.set("z", owner), 0);
-    EXPECT_EQ(other.set("moved", json(root["a"])), 0) << "it has a place: a copy";
+    EXPECT_EQ(other.set("moved", json(root["a"])), 0) << "it has a parent, so it is copied";
     EXPECT_EQ(text_of(root), R"({"a":{"n":1}})");
     EXPECT_EQ(root.set("own", root["a"]), 0);
     EXPECT_EQ(root.set("all", root), 0) << "a copy of itself as it was";
@@ -184,8 +184,9 @@ TEST(CppSet, ALiteralPointerWithoutItsSuffixIsRefused) {
     EXPECT_EQ(root.set("/a/b", 1), WIQ_ERR_PTR_SYNTAX);
     EXPECT_TRUE(root.empty());
     EXPECT_EQ(root.set(ke::key("/a/b"), 1), 0);
-    EXPECT_EQ(root.set(std::string("/c"), 2), 0) << "a key that is not written here is a key";
-    EXPECT_EQ(root["/a/b"], 1) << "looking up harms nobody";
+    EXPECT_EQ(root.set(std::string("/c"), 2), 0)
+        << "a key that is not a literal is never a pointer";
+    EXPECT_EQ(root["/a/b"], 1) << "a look-up takes any key";
     EXPECT_EQ(root["/c"], 2);
 }
 
@@ -236,7 +237,7 @@ TEST(CppTake, MembersElementsAndPlaces) {
     EXPECT_EQ(root.take_back().status(), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(root.take("none").status(), WIQ_ERR_KEY_NOT_FOUND);
     EXPECT_EQ(root["l"].take(0).status(), WIQ_ERR_INDEX_OUT_OF_RANGE);
-    EXPECT_EQ(root.take(""_ptr).status(), WIQ_ERR_INVALID_ARG) << "the whole has no place";
+    EXPECT_EQ(root.take(""_ptr).status(), WIQ_ERR_INVALID_ARG) << "the root has no position";
     json a = root.take("a").value();
     EXPECT_EQ(root.set("again", std::move(a)), 0);
     EXPECT_EQ(text_of(root), R"({"again":{},"l":[]})");
@@ -273,7 +274,8 @@ TEST(CppErase, ByTest) {
         return v == 5 ? throw std::runtime_error("no") : true;
     }),
                  std::runtime_error);
-    EXPECT_EQ(text_of(list), "[1,3,5]") << "nothing goes before all are asked";
+    EXPECT_EQ(text_of(list), "[1,3,5]")
+        << "nothing is erased before the predicate has seen all elements";
 }
 
 TEST(CppSort, IsStableAndMayThrow) {
@@ -305,7 +307,8 @@ TEST(CppReplace, InPlace) {
     EXPECT_EQ(text_of(old), "[1,2]");
     EXPECT_FALSE(old.parent());
     EXPECT_EQ(text_of(root), R"({"a":"new"})");
-    EXPECT_EQ(root.replace(1).status(), WIQ_ERR_INVALID_ARG) << "it stands free";
+    EXPECT_EQ(root.replace(1).status(), WIQ_ERR_INVALID_ARG)
+        << "a node without a parent cannot be replaced";
     json a = root["a"];
     EXPECT_EQ(a.orphan(), 0);
     EXPECT_EQ(text_of(root), "{}");
@@ -328,7 +331,7 @@ TEST(CppWeak, RefersWithoutOwningThePlace) {
     EXPECT_EQ(named.erase("first"), 0);
     EXPECT_EQ(weak.erase(0), 0);
     EXPECT_EQ(text_of(root), R"({"a":{"n":1},"b":[2]})")
-        << "erased from the list, not from its place";
+        << "erased from the weak list, not from its parent";
     EXPECT_EQ(text_of(weak), "[[2]]");
     EXPECT_EQ(weak.link_back(root["a"]), 0);
     EXPECT_EQ(weak.link_back(root["b"]), 0);

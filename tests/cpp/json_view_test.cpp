@@ -269,7 +269,7 @@ TEST(CppView, ComparesWithScalars) {
     EXPECT_NE(root["n"], nullptr);
     EXPECT_EQ(root["none"], nullptr) << "as a pointer to nothing";
     EXPECT_FALSE(root["none"] != nullptr);
-    EXPECT_FALSE(root["none"].is_null()) << "which tells it from null";
+    EXPECT_FALSE(root["none"].is_null()) << "this distinguishes it from null";
     EXPECT_EQ(root["r"], 2.5);
     EXPECT_NE(root["r"], 2);
     EXPECT_NE(root["none"], 0);
@@ -290,7 +290,7 @@ TEST(CppView, GetTellsWhatIsMissing) {
     EXPECT_EQ(root.value_or("/a/n"_ptr, 1), 300);
     EXPECT_EQ(root.value_or("/a/m"_ptr, 1), 1);
     EXPECT_EQ(root.value_or("b", "none"), "none");
-    EXPECT_EQ(root.value_or<ke::u8>("/a/n"_ptr, 7), 7) << "out of range is as missing";
+    EXPECT_EQ(root.value_or<ke::u8>("/a/n"_ptr, 7), 7) << "an out-of-range value counts as missing";
     EXPECT_EQ(root.get<int>("/a/n").status(), WIQ_ERR_PTR_SYNTAX) << "_ptr is missing";
     EXPECT_EQ(root.get<int>(ke::key("/a/n")).status(), WIQ_ERR_KEY_NOT_FOUND);
     EXPECT_EQ(root.get<int>(std::string("/a/n")).status(), WIQ_ERR_KEY_NOT_FOUND);
@@ -416,7 +416,7 @@ TEST(CppRanges, OutliveTheContainersPlace) {
     EXPECT_EQ(seen, 6);
     root = parsed(R"({"a":1,"b":2,"c":3})");
     for (auto [key, value] : root.members())
-        EXPECT_EQ(root.erase(std::string(key)), 0) << "the member at hand may go";
+        EXPECT_EQ(root.erase(std::string(key)), 0) << "the current member may be removed";
     EXPECT_TRUE(root.empty());
 }
 

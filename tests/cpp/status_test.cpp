@@ -103,7 +103,7 @@ TEST(CppResult, ParserFailuresTellThePlace) {
     EXPECT_EQ(root.column(), 2);
     EXPECT_EQ(root.position(), 4);
     EXPECT_EQ(root.describe(), std::string("line 2, column 2: ") + root.message());
-    EXPECT_EQ(root.status().line(), 2) << "the place stays with the status";
+    EXPECT_EQ(root.status().line(), 2) << "the position is kept with the status";
 }
 
 ke::status twice(json& to, bool fail) {

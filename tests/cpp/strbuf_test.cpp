@@ -70,7 +70,7 @@ TEST(CppStrbuf, NothingIsAppendedByHalves) {
     EXPECT_EQ(text.append("x", static_cast<const char*>(nullptr)), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(text.append_format("{}{}", "x", std::string("b\0c", 3)), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(text.view(), "kept");
-    EXPECT_EQ(text.append(std::string_view{}), 0) << "no text is a text";
+    EXPECT_EQ(text.append(std::string_view{}), 0) << "an empty view is a valid text";
     EXPECT_EQ(text.append(), 0);
     EXPECT_EQ(text.append_hex(nullptr, 0), 0);
     EXPECT_EQ(text.append_hex(nullptr, 1), WIQ_ERR_INVALID_ARG);

@@ -15,7 +15,7 @@ TEST(CppUtf8, RawTextRoundTrips) {
     const auto root = parse_utf8(text);
     ASSERT_TRUE(root) << root.describe();
     EXPECT_EQ((*root)["na\xC3\xAFve"][1], "\xF0\x9F\x98\x80");
-    EXPECT_EQ(root->dump().value(), text) << "written raw, as ever";
+    EXPECT_EQ(root->dump().value(), text) << "written unescaped, as always";
     EXPECT_FALSE(json::parse(text)) << "which the plain parser does not read";
     EXPECT_EQ(ke::dump_ascii(*root).value(),
               R"({"na\u00efve":["\u20ac","\ud83d\ude00","\ufffd"]})");

@@ -180,7 +180,7 @@ TEST(Encoding, Arrays) {
     EXPECT_EQ(err, kNoUnicodeTranslation);
     const wchar_t* with_null[] = {a.c_str(), nullptr};
     EXPECT_EQ(narrow_array(2, with_null, &err), nullptr);
-    EXPECT_EQ(err, 0u) << "nothing was wrong with the item that is not there";
+    EXPECT_EQ(err, 0u) << "there is nothing wrong with an item that does not exist";
     narrowed = narrow_array(4, with_gap, nullptr);
     ASSERT_NE(narrowed, nullptr);
     EXPECT_STREQ(narrowed[0], "a");

@@ -272,7 +272,7 @@ TEST(Streams, AFileThatIsShorterThanItSaid) {
     if (wiq_access(name, 4) != 0)
         name = "/sys/kernel/uevent_seqnum";
     if (wiq_access(name, 4) != 0)
-        GTEST_SKIP() << "the system shows none of its own files here";
+        GTEST_SKIP() << "the system has none of its special files here";
     EXPECT_EQ(wiq_load_file(name, &data, 1), WIQ_ERR_IO);
     free(data);
 }

@@ -35,7 +35,7 @@ class Filesystem : public testing::Test {
             if (wiq_unlink(it->c_str()) != 0)
                 wiq_rmdir(it->c_str());
         }
-        EXPECT_EQ(wiq_rmdir(root_.c_str()), 0) << "a test leaves nothing behind";
+        EXPECT_EQ(wiq_rmdir(root_.c_str()), 0) << "a test must remove its files";
     }
 
     // Returns a path below the test's folder, to be removed at the end.
@@ -142,7 +142,7 @@ TEST_F(Filesystem, NamesThatNoFileCanHave) {
         if (row.name != made + "\\") {
             EXPECT_EQ(wiq_rename(made.c_str(), row.name.c_str()), row.writing);
         }
-        EXPECT_EQ(read_all(made), "content") << "what cannot be renamed stays";
+        EXPECT_EQ(read_all(made), "content") << "a file that cannot be renamed is unchanged";
     }
 }
 
@@ -196,7 +196,7 @@ TEST_F(Filesystem, NamesAtTheSystemsLimit) {
     fclose(fp);
     EXPECT_EQ(wiq_rename(inside.c_str(), (dir + "\\" + std::string(256, 'f')).c_str()),
               WIQ_ERR_NOT_FOUND);
-    EXPECT_EQ(wiq_access(inside.c_str(), 0), 0) << "what cannot be renamed stays";
+    EXPECT_EQ(wiq_access(inside.c_str(), 0), 0) << "a file that cannot be renamed is unchanged";
     EXPECT_NE(wiq_mkdir((root_ + "\\" + std::string(256, 'd')).c_str()), 0);
     // Letters of two bytes each.
     std::string letters;
@@ -321,7 +321,7 @@ TEST_F(Filesystem, Access) {
     for (int mode : {0, 2, 4, 6})
         EXPECT_EQ(wiq_access(made.c_str(), mode), 0) << mode;
     EXPECT_EQ(wiq_access((root_ + "\\none").c_str(), 0), WIQ_ERR_ACCESS_DENIED);
-    EXPECT_EQ(wiq_access(nullptr, 0), 0) << "no path is no failure";
+    EXPECT_EQ(wiq_access(nullptr, 0), 0) << "a NULL path is not a failure";
 }
 
 #ifdef _WIN32
@@ -442,7 +442,8 @@ TEST_F(Filesystem, ANameIsRenamedOntoItself) {
     }
     EXPECT_EQ(wiq_rename(d.c_str(), (d + "\\").c_str()), 0);
     EXPECT_EQ(wiq_rename((d + "/").c_str(), d.c_str()), 0);
-    EXPECT_EQ(wiq_rename(f.c_str(), (d + "\\..\\f").c_str()), 0) << "by another way";
+    EXPECT_EQ(wiq_rename(f.c_str(), (d + "\\..\\f").c_str()), 0)
+        << "the same file by a different path";
     // The same last name in another directory is a different name.
     EXPECT_EQ(wiq_rename(f.c_str(), nested.c_str()), WIQ_ERR_IO);
     EXPECT_EQ(read_all(f), "f");
@@ -500,7 +501,7 @@ TEST_F(Filesystem, Unlink) {
     EXPECT_EQ(wiq_unlink(made.c_str()), 0);
     EXPECT_EQ(wiq_unlink(made.c_str()), WIQ_ERR_NOT_FOUND);
     EXPECT_EQ(wiq_unlink((root_ + "\\none\\f").c_str()), WIQ_ERR_NOT_FOUND);
-    EXPECT_EQ(wiq_unlink(root_.c_str()), WIQ_ERR_ACCESS_DENIED) << "a directory is no file";
+    EXPECT_EQ(wiq_unlink(root_.c_str()), WIQ_ERR_ACCESS_DENIED) << "a directory is not a file";
     EXPECT_EQ(wiq_unlink(nullptr), WIQ_ERR_INVALID_ARG);
 }
 

@@ -34,7 +34,7 @@ TEST(Line, OneThatIsTooLong) {
             EXPECT_EQ(most, line);
             EXPECT_EQ(ke::getline_locked(&line, &size, stream, longest), WIQ_ERR_IO);
             EXPECT_GT(size, longest);
-            EXPECT_EQ(std::string(longest, 'y'), line) << "as far as it got";
+            EXPECT_EQ(std::string(longest, 'y'), line) << "the part that was read";
             EXPECT_EQ(ke::getline_locked(&line, &size, stream, longest), 1) << "nothing is lost";
             EXPECT_STREQ(line, "\n");
             free(line);

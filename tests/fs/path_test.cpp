@@ -129,7 +129,7 @@ TEST_F(PathAppend, SeveralParts) {
     EXPECT_EQ(wiq_append_paths(&buf_, -1), 0);
     const char* none = nullptr;
     EXPECT_EQ(wiq_append_paths(&buf_, 3, "d", none, "e"), WIQ_ERR_INVALID_ARG);
-    EXPECT_STREQ(buf_.data, "a\\b\\c\\d") << "what came before it is there";
+    EXPECT_STREQ(buf_.data, "a\\b\\c\\d") << "what came before it was written";
     EXPECT_EQ(wiq_append_paths(nullptr, 1, "d"), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_append_paths(nullptr, 0), 0);
 }

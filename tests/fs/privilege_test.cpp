@@ -89,7 +89,7 @@ TEST_F(Privilege, TemporaryNamesAreRandom) {
         names.insert(tmpl);
         last = tmpl;
     }
-    EXPECT_EQ(names.size(), 200u) << "a name that is free again is not used again";
+    EXPECT_EQ(names.size(), 200u) << "a name must not be reused once it is free";
     // Of 1194 pairs of characters, one in 62 is equal by chance, with a standard deviation of 4.4.
     EXPECT_LT(same_places, 60);
 }

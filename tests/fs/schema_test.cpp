@@ -61,7 +61,7 @@ TEST_F(Schema, Filenames) {
     }
     u32 err = 9;
     EXPECT_EQ(wiq_schema_filename(nullptr, true, &err), nullptr);
-    EXPECT_EQ(err, 0u) << "no command is no failure";
+    EXPECT_EQ(err, 0u) << "a NULL command is not a failure";
     EXPECT_EQ(wiq_schema_filename(nullptr, true, nullptr), nullptr);
 }
 

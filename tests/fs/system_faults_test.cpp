@@ -122,7 +122,7 @@ TEST_F(SystemFaultsOfFiles, TemporaryFiles) {
             EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
             // If every call fails, the new file cannot be removed either.
             if (faults.fired().count("unlink") == 0) {
-                EXPECT_EQ(contents(), Files{}) << "a file is left behind";
+                EXPECT_EQ(contents(), Files{}) << "a file remains";
             }
         } else {
             EXPECT_EQ(err, 0u);
@@ -233,7 +233,8 @@ TEST_F(SystemFaultsOfFiles, RenamingInStepsLosesNothing) {
             Files after = contents();
             EXPECT_EQ(after["there"], "kept");
             EXPECT_NE(refused, 0);
-            EXPECT_TRUE(after["from"] == "moved" || after["to"] == "moved") << "the file is lost";
+            EXPECT_TRUE(after["from"] == "moved" || after["to"] == "moved")
+                << "the file has been lost";
             if (status == 0) {
                 EXPECT_EQ(after["to"], "moved");
             } else {
@@ -253,7 +254,7 @@ TEST_F(SystemFaultsOfFiles, Directories) {
         if (faults.fired().count("mkdir") != 0) {
             EXPECT_EQ(status, WIQ_ERR_IO);
         } else {
-            EXPECT_EQ(status, 0) << "a parent that seems missing is made again";
+            EXPECT_EQ(status, 0) << "a parent that appears to be missing is created again";
         }
         wiq_rmdir(in("d").c_str());
     });

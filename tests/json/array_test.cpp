@@ -335,7 +335,7 @@ TEST(JsonArrayPut, InAWeakArray) {
     Tree owner = make("[1,2]");
     Tree weak = make("w[]");
     EXPECT_EQ(wiq_json_array_put(weak.get(), 0, elem(owner, 0)), 0);
-    EXPECT_EQ(wiq_json_array_put(weak.get(), 0, elem(owner, 0)), 0) << "the same once more";
+    EXPECT_EQ(wiq_json_array_put(weak.get(), 0, elem(owner, 0)), 0) << "the same again";
     EXPECT_EQ(count(elem(owner, 0)), 2);
     EXPECT_EQ(wiq_json_array_put(weak.get(), 0, elem(owner, 1)), 0);
     EXPECT_EQ(count(elem(owner, 0)), 1);

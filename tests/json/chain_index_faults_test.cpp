@@ -70,7 +70,7 @@ TEST(JsonChainIndexFaults, Building) {
         }
         EXPECT_EQ(wiq_json_obj_size(obj.get()), 1);
     });
-    EXPECT_GE(without_index, 2u) << "the first index, and the one of the grown table";
+    EXPECT_GE(without_index, 2u) << "at least the first index and that of the grown table fail";
 }
 
 TEST(JsonChainIndexFaults, ParsingAndCopying) {

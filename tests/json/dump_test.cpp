@@ -565,7 +565,7 @@ TEST_F(DumpSlots, TheShortWayGivesTheSameText) {
         }
         wiq_json_unref(root);
     }
-    EXPECT_GT(failures, 0) << "some trees are to fail midway";
+    EXPECT_GT(failures, 0) << "some trees must fail midway";
 }
 
 i32 g_printed;

@@ -78,7 +78,7 @@ TEST(Escape, WhatStandsBeforeAFailureStays) {
     wiq_strbuf_write(&buf, "> ", 2);
     EXPECT_EQ(wiq_json_escape_str_ext("ab\n\xff rest", &buf), WIQ_ERR_BAD_FORMAT);
     EXPECT_STREQ(buf.data, "> ab\\n");
-    EXPECT_EQ(wiq_json_escape_str_ext("c", &buf), 7) << "the length of all that is there";
+    EXPECT_EQ(wiq_json_escape_str_ext("c", &buf), 7) << "the length of the whole text";
     EXPECT_EQ(wiq_json_escape_str_ext(nullptr, &buf), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_json_escape_str_ext("c", nullptr), WIQ_ERR_INVALID_ARG);
     wiq_strbuf_finalize(&buf);

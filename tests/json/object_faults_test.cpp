@@ -146,7 +146,7 @@ TEST(JsonObjFaults, ALargeTextHasABlockOfItsOwn) {
     ASSERT_NE(wiq_json_obj_put_str(obj.get(), "k", text.c_str(), nullptr), nullptr);
     const long before = live_blocks();
     ASSERT_NE(wiq_json_obj_put_i64(obj.get(), "k", 2, nullptr), nullptr);
-    EXPECT_EQ(live_blocks(), before) << "one came, one went";
+    EXPECT_EQ(live_blocks(), before) << "one block allocated, one freed";
 }
 
 TEST(JsonObjFaults, BuildersReleaseWhatTheyMade) {

@@ -232,7 +232,7 @@ TEST(ParserModel, RandomDocuments) {
         compare_string(mutate(text, random), random.one_of(kAllFlags));
         valid += load_string(text, 0).error.status == 0 ? 1 : 0;
     }
-    EXPECT_EQ(valid, 6000) << "the generator is to make valid documents";
+    EXPECT_EQ(valid, 6000) << "the generator must make valid documents";
 }
 
 TEST(ParserModel, Streams) {

@@ -305,7 +305,7 @@ TEST(PointerBuild, AppendsToABuffer) {
     EXPECT_STREQ(buf.data, "#/o/p");
     wiq_strbuf_reset(&buf);
     EXPECT_EQ(wiq_json_ptr_build_obj_ext(root, "x/y", &buf), 0);
-    EXPECT_STREQ(buf.data, "/x/y") << "the last key stands as it is given";
+    EXPECT_STREQ(buf.data, "/x/y") << "the last key is not escaped";
     wiq_strbuf_reset(&buf);
     EXPECT_EQ(wiq_json_ptr_build_obj_ext(inner, "", &buf), 0);
     EXPECT_STREQ(buf.data, "/o/p/");

@@ -290,7 +290,7 @@ TEST_F(Visitor, KeysDecideWhatIsWalked) {
     for (i32 status : {0, -5000}) {
         g_log.clear();
         g_keys_status = status;
-        EXPECT_EQ(walk_text(&g_keys_type, R"({"a":1})"), 0) << "as if it had no members";
+        EXPECT_EQ(walk_text(&g_keys_type, R"({"a":1})"), 0) << "is walked as if it had no members";
         EXPECT_EQ(g_log, (Log{"visit_object", "object_begin", "object_end"}));
     }
 }

@@ -284,7 +284,7 @@ TEST(Class, MistakesOfATypesAuthorAreAnswered) {
     Family& too_small = new_family();
     too_small.leaf.class_size = sizeof(WiqClass);
     too_small.init();
-    EXPECT_EQ(object_new(&too_small.leaf), nullptr) << "a record that cannot hold its parent's";
+    EXPECT_EQ(object_new(&too_small.leaf), nullptr) << "a record smaller than its parent's";
 
     Family& half = new_family();
     half.init();

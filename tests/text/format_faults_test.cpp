@@ -46,7 +46,7 @@ void sweep_block(Append append, const char* expected, i32 result_expected) {
         if (faults.fired()) {
             EXPECT_EQ(result, WIQ_ERR_NO_MEMORY);
             EXPECT_EQ(block, nullptr);
-            EXPECT_STREQ(old, "old") << "released behind its owner's back";
+            EXPECT_STREQ(old, "old") << "released although the caller still owns it";
             free(old);
         } else {
             EXPECT_EQ(result, result_expected);

@@ -61,7 +61,7 @@ TEST_F(KeFiles, StayAsTheyWereWhenACommandFails) {
     EXPECT_EQ(ke({"json", "set", "/a/b", "2", "--in-place", in("good.json")}).status, 2);
     EXPECT_EQ(ke({"json", "get", "/x", in("good.json"), "-o", in("good.json")}).status, 2);
     EXPECT_EQ(read_file(in("good.json")), "{\"a\":1}");
-    EXPECT_EQ(names().size(), 2u) << "nothing half-written is left";
+    EXPECT_EQ(names().size(), 2u) << "no partly written file remains";
 }
 
 TEST_F(KeFiles, AreWrittenByEveryCommand) {

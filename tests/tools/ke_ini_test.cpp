@@ -131,7 +131,7 @@ TEST_F(KeIniFiles, LeaveNoTemporaryFile) {
     SetEnvironmentVariableA("TMP", before);
     EXPECT_EQ(outcome.out, "1\n") << outcome.err;
     EXPECT_EQ(names(), std::vector<std::string>{"r.ini"});
-    EXPECT_EQ(nowhere.status, 2) << "that is where it would be";
+    EXPECT_EQ(nowhere.status, 2) << "the temporary file would be in TMP";
     EXPECT_EQ(nowhere.err.substr(0, 20), "ke: a temporary file") << nowhere.err;
 }
 #else
