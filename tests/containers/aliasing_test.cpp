@@ -163,7 +163,7 @@ std::string run_buffer_row(const BufferRow& row, u64 capacity, u64 length, u64 o
     return after;
 }
 
-TEST(Aliasing, WhatLiesInABufferIsAppendedAsItWas) {
+TEST(Aliasing, APartOfTheBufferIsAppendedUnchanged) {
     for (const BufferRow& row : kBufferRows) {
         for (const u64 capacity : {1, 64, 512, 1100, 4000}) {
             for (const u64 length : {0, 1, 15, 31, 32, 63, 90, 255, 256, 511, 512, 549, 1099}) {
@@ -180,7 +180,7 @@ TEST(Aliasing, WhatLiesInABufferIsAppendedAsItWas) {
     }
 }
 
-TEST(Aliasing, WhatLiesInALargeBufferIsAppendedAsItWas) {
+TEST(Aliasing, APartOfALargeBufferIsAppendedUnchanged) {
     for (const BufferRow& row : kBufferRows) {
         EXPECT_EQ(run_buffer_row(row, 64, 150000, 0, true),
                   run_buffer_row(row, 64, 150000, 0, false))
@@ -189,7 +189,7 @@ TEST(Aliasing, WhatLiesInALargeBufferIsAppendedAsItWas) {
 }
 
 // The buffer is emptied before the argument is read.
-TEST(Aliasing, WhatEmptiesTheBufferReadsWhatIsLeft) {
+TEST(Aliasing, AfterEmptyingTheBufferOnlyTheRestIsRead) {
     struct Row {
         u64 offset;
         u64 count;
@@ -235,7 +235,7 @@ TEST(Aliasing, AFieldInTheBuffer) {
 }
 
 // The block shrinks to what the digits need, and the bytes are after that.
-TEST(Aliasing, DigitsOfBytesBehindTheText) {
+TEST(Aliasing, DigitsOfBytesAfterTheText) {
     for (u64 offset = 3; offset != 60; ++offset) {
         wiq_strbuf buf;
         ASSERT_EQ(wiq_strbuf_init(&buf, 64), 0);
@@ -607,7 +607,7 @@ const Row kRows[] = {
      }},
 };
 
-TEST(Aliasing, AnArgumentOutOfWhatIsMovedOrReleased) {
+TEST(Aliasing, AnArgumentInMemoryThatIsMovedOrReleased) {
     for (const Row& row : kRows) {
         Args aliased(true);
         Args copied(false);

@@ -38,7 +38,7 @@ TEST(SmallBuffer, GrowsAndIsUsedAgain) {
     EXPECT_EQ(buffer.room(20), larger);
 }
 
-TEST(SmallBuffer, WithoutMemoryKeepsWhatItHas) {
+TEST(SmallBuffer, KeepsItsContentsWhenOutOfMemory) {
     SweepAllocations([](AllocFaults& faults) {
         SmallBuffer<16> buffer;
         char* block = buffer.room(20);

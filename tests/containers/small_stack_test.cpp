@@ -22,7 +22,7 @@ TEST(SmallStack, LastInFirstOut) {
     EXPECT_TRUE(stack.empty());
 }
 
-TEST(SmallStack, NeedsNoMemoryForItsInlinePlaces) {
+TEST(SmallStack, NeedsNoMemoryForItsInlineSlots) {
     AllocFaults faults(1, AllocFaults::kPersistent);
     faults.arm();
     ke::SmallStack<int, 4> stack;

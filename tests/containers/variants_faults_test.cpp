@@ -16,7 +16,7 @@ void* number(uintptr_t value) {
     return reinterpret_cast<void*>(value);
 }
 
-TEST(MapFaults, ReplaceKeepsTheMapAsItWas) {
+TEST(MapFaults, ReplaceLeavesTheMapUnchanged) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         wiq_map map;
         ASSERT_EQ(wiq_map_init(&map, 4, wiq_hash_int, wiq_cmp_int, nullptr, nullptr), 0);

@@ -263,7 +263,7 @@ void take_and_give_up(void* elem) {
     g_dropped.push_back(elem);
 }
 
-TEST_F(Vector, CallbacksMayTakeAReferenceAndGiveItUp) {
+TEST_F(Vector, CallbacksMayTakeAndReleaseAReference) {
     using End = void (*)(wiq_vector*);
     for (const End end : {End{wiq_vector_unref}, End{wiq_vector_delete}}) {
         g_dropped.clear();

@@ -28,7 +28,7 @@ const struct {
     {"malloc0", [] { return wiq_real_malloc0(10); }, 0},
 };
 
-TEST(AllocFaultsOfClients, GiveNullAndTell) {
+TEST(AllocFaultsOfClients, ReturnNullAndReportTheFailure) {
     for (const auto& row : kTable) {
         SCOPED_TRACE(row.name);
         const size_t points = SweepAllocations([&row](AllocFaults& faults) {

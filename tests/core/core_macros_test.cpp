@@ -28,7 +28,7 @@ TEST_F(CoreMacros, AllocationsPassTheHooksInTheSlots) {
     EXPECT_TRUE(core_macros_allocate());
 }
 
-TEST_F(CoreMacros, FailuresAreToldToTheClientsFunction) {
+TEST_F(CoreMacros, FailuresAreReportedToTheClientsFunction) {
     EXPECT_EQ(core_macros_told(), 4u);
 }
 

@@ -152,7 +152,7 @@ TEST(EntryPoints, MissingArgumentsAreAnswered) {
     EXPECT_EQ(wiq_get_tm(nullptr), WIQ_ERR_TIME_CONVERSION);
 }
 
-TEST(EntryPoints, AModuleThatIsNotThere) {
+TEST(EntryPoints, AMissingModule) {
     wiq_lib lib = {};
     EXPECT_EQ(wiq_dlopen_real("no_such_module.so", &lib), WIQ_ERR_DLOPEN);
     EXPECT_EQ(lib.errmsg, nullptr);

@@ -61,7 +61,7 @@ TEST_F(CppFiles, AFailureLeavesTheOldFile) {
     EXPECT_EQ(ke::save_text(std::string("a\0b", 3), "x"), WIQ_ERR_INVALID_ARG);
 }
 
-TEST_F(CppFiles, FailuresTellWhatAndWhere) {
+TEST_F(CppFiles, FailuresSayWhatAndWhere) {
     EXPECT_EQ(ke::load_file(path("none.json")).status(), WIQ_ERR_NOT_FOUND);
     const std::string name = path("broken.json");
     EXPECT_EQ(ke::save_text(name, "{\"\xC3\xA9\":\n  x}"), 0);

@@ -29,7 +29,7 @@ int count_of(json_view value) {
                : ke::detail::header_of(value.node()).count - 1;
 }
 
-TEST(CppView, EmptyAnswersEverything) {
+TEST(CppView, EmptyHandlesAnswerEveryCall) {
     const json nothing;
     EXPECT_FALSE(nothing);
     EXPECT_EQ(nothing.node(), nullptr);
@@ -60,7 +60,7 @@ TEST(CppView, EmptyAnswersEverything) {
     EXPECT_EQ(nothing, json());
 }
 
-TEST(CppView, LooksAreFree) {
+TEST(CppView, LookUpsCountNoReferences) {
     static_assert(sizeof(json_view) == sizeof(void*) && std::is_trivially_copyable_v<json_view>);
     static_assert(std::is_trivially_copyable_v<json_ref>);
     json root = parsed(R"({"a":{"b":[1,2,3]}})");
@@ -77,7 +77,7 @@ TEST(CppView, LooksAreFree) {
     EXPECT_EQ(count_of(b), 0);
 }
 
-TEST(CppView, LooksAreAsMutableAsTheirDocument) {
+TEST(CppView, LookUpsAreAsMutableAsTheirDocument) {
     json root = parsed(R"({"a":{}})");
     static_assert(std::is_same_v<decltype(root["a"]), json_ref>);
     static_assert(std::is_same_v<decltype(std::as_const(root)["a"]), json_view>);
@@ -95,7 +95,7 @@ TEST(CppView, LooksAreAsMutableAsTheirDocument) {
     static_assert(std::is_convertible_v<const json&, json_view>);
 }
 
-TEST(CppView, LooksIntoATemporaryOwnWhatTheyGive) {
+TEST(CppView, LookUpsInATemporaryOwnTheirResult) {
     const auto b = parsed(R"({"a":{"b":[1,2,3]}})")["a"]["b"];
     EXPECT_EQ(text_of(b), "[1,2,3]");
     const auto at = parsed(R"({"a":{"b":[1,2,3]}})").at("/a/b/0"_ptr);
@@ -277,7 +277,7 @@ TEST(CppView, ComparesWithScalars) {
                  std::numeric_limits<double>::quiet_NaN());
 }
 
-TEST(CppView, GetTellsWhatIsMissing) {
+TEST(CppView, GetSaysWhatIsMissing) {
     const json root = parsed(R"({"a":{"n":300},"l":[1]})");
     EXPECT_EQ(root.get<int>("/a/n"_ptr).value(), 300);
     EXPECT_EQ(root.get<int>("b").status(), WIQ_ERR_KEY_NOT_FOUND);
@@ -333,7 +333,7 @@ TEST(CppView, KnowsItsPlace) {
     EXPECT_EQ(root.location().value(), "");
 }
 
-TEST(CppView, LookUpsGiveWhatStandsThere) {
+TEST(CppView, LookUpsReturnTheStoredValue) {
     json root = parsed(R"({"a":[7],"b":{"$ref":"#/a"},"l":[{"$ref":"#/a"}],"c":{"$ref":"#/c"}})");
     EXPECT_TRUE(root["b"].is_reference());
     EXPECT_TRUE(root.at("/b"_ptr).is_reference());

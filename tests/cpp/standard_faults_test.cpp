@@ -133,7 +133,7 @@ TEST(CppStandardFaults, Reading) {
     });
 }
 
-TEST(CppStandardFaults, AStructThatCannotBeReadIsAsItWas) {
+TEST(CppStandardFaults, AStructThatCannotBeReadIsUnchanged) {
     const json made = *json::make(a_disk());
     SweepChange(
         "from_json",
@@ -258,7 +258,7 @@ TEST(CppStandardFaults, LockedMaps) {
 }
 
 // If the map cannot be allocated at first, the next call for which there is memory allocates it.
-TEST(CppStandardFaults, AMapWithoutMemoryForItself) {
+TEST(CppStandardFaults, AMapThatCannotBeAllocated) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         faults.arm();
         ke::map<int> map;

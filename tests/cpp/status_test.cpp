@@ -95,7 +95,7 @@ TEST(CppResult, NeedsNoDefaultConstructor) {
     EXPECT_EQ(*ke::result<std::unique_ptr<int>>(std::make_unique<int>(4)).value(), 4);
 }
 
-TEST(CppResult, ParserFailuresTellThePlace) {
+TEST(CppResult, ParserFailuresSayWhere) {
     const ke::result<json> root = json::parse("[\n x]");
     ASSERT_FALSE(root);
     EXPECT_EQ(root.status(), WIQ_ERR_JSON_BAD_TOKEN);

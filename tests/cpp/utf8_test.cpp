@@ -42,7 +42,7 @@ TEST(CppUtf8, EveryCodePointAtAnEdge) {
     }
 }
 
-TEST(CppUtf8, PlacesAreThoseOfTheText) {
+TEST(CppUtf8, PositionsAreThoseOfTheText) {
     const auto broken = parse_utf8("[\"\xC3\xA9\xF0\x9F\x98\x80\",\n\"\xC3\xA9\" x]");
     EXPECT_EQ(broken.code(), WIQ_ERR_JSON_UNEXPECTED_TOKEN);
     EXPECT_EQ(broken.line(), 2);

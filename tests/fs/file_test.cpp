@@ -265,7 +265,7 @@ TEST(Streams, AFullDisk) {
 
 // If a file is shorter than its reported size, for example because it shrinks while it is read, loading
 // fails.
-TEST(Streams, AFileThatIsShorterThanItSaid) {
+TEST(Streams, AFileShorterThanItsReportedSize) {
     void* data = nullptr;
     // Such files of the system report the size of a page and contain only a line.
     const char* name = "/sys/kernel/mm/transparent_hugepage/enabled";
@@ -289,7 +289,7 @@ TEST(Streams, ADocumentCutOffByItsWriter) {
     EXPECT_EQ(error.line, 2);
 }
 
-TEST(Streams, ADocumentForNobody) {
+TEST(Streams, ADocumentWithoutAReader) {
     [[maybe_unused]] const NoPipeSignal quiet;
     Pipe pipe;
     ASSERT_NE(pipe.writer, nullptr);

@@ -290,7 +290,7 @@ void as_plain_user(Body body) {
     ASSERT_EQ(seteuid(before), 0);
 }
 
-TEST_F(Filesystem, WhatPermissionsForbidIsDenied) {
+TEST_F(Filesystem, ForbiddenAccessIsDenied) {
     const std::string dir = path("closed");
     ASSERT_EQ(wiq_mkdir(dir.c_str()), 0);
     const std::string made = file("closed\\f.txt");

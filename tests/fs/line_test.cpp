@@ -22,7 +22,7 @@ FILE* stream_of(const std::string& content) {
     return stream;
 }
 
-TEST(Line, OneThatIsTooLong) {
+TEST(Line, ALineThatIsLongerThanTheLimit) {
     for (const size_t longest : {1, 2, 126, 127, 128, 300}) {
         const std::string most = std::string(longest - 1, 'x') + "\n";
         FILE* stream = stream_of(most + std::string(longest, 'y') + "\nlast");
@@ -43,7 +43,7 @@ TEST(Line, OneThatIsTooLong) {
     }
 }
 
-TEST(Line, AFreshBufferOfOneThatIsTooLong) {
+TEST(Line, AFreshBufferForALineThatIsTooLong) {
     FILE* stream = stream_of(std::string(1000, 'y'));
     char* line = nullptr;
     size_t size = 77;

@@ -38,7 +38,7 @@ class Privilege : public testing::Test {
     std::string root_;
 };
 
-TEST_F(Privilege, WhatIsOpenedIsNotInherited) {
+TEST_F(Privilege, OpenFilesAreNotInherited) {
     const std::string made = file("f");
     u32 err = 0;
     for (const char* mode : {"r", "rb", "r+", "w", "wb+", "a", "a+b"}) {

@@ -41,7 +41,7 @@ int read_on_another_thread(FILE* stream) {
     return shared.c;
 }
 
-TEST(StreamLockThreads, IsGivenUpAfterEachCall) {
+TEST(StreamLockThreads, IsReleasedAfterEachCall) {
     FILE* stream = stream_of("one\ntwo\n[a]\nk=v\n");
     char* line = nullptr;
     u64 size = 0;

@@ -394,7 +394,7 @@ TEST(SystemFaultsOfEntryPoints, HaveTheirStatuses) {
 }
 
 // This is the only call that continues after an interruption, because it promises a minimum duration.
-TEST(SystemFaultsOfEntryPoints, AnInterruptedSleepGoesOn) {
+TEST(SystemFaultsOfEntryPoints, AnInterruptedSleepContinues) {
     SystemFaults faults(1, SystemFaults::kTransient, EINTR);
     const auto before = std::chrono::steady_clock::now();
     faults.arm("nanosleep");
@@ -431,7 +431,7 @@ FILE* stream_of(Source* source) {
     return fopencookie(source, "r", functions);
 }
 
-TEST(SystemFaultsOfStreams, AnInterruptedLineIsReadOn) {
+TEST(SystemFaultsOfStreams, AnInterruptedLineIsCompleted) {
     const std::string text = "one\ntwo\n";
     for (size_t fails_at = 1; fails_at <= text.size() + 1; ++fails_at) {
         Source source{text, 0, 0, fails_at, EINTR};
@@ -460,7 +460,7 @@ TEST(SystemFaultsOfStreams, AnInterruptedLineIsReadOn) {
     }
 }
 
-TEST(SystemFaultsOfStreams, ADocumentThatBreaksOffIsNone) {
+TEST(SystemFaultsOfStreams, ADocumentThatBreaksOffIsRejected) {
     const std::string text = "{\"a\": [1, 2.5, \"text\\u00e9\", null]}";
     for (int reason : {EINTR, EIO}) {
         for (size_t fails_at = 0; fails_at <= text.size(); ++fails_at) {

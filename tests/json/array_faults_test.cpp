@@ -15,7 +15,7 @@ const char kFull[] = "[1,2,3]";
 
 using Attach = i32 (*)(wiq_json_t* array, wiq_json_t* child);
 
-TEST(JsonArrayFaults, AttachingLeavesArrayAndChildAsTheyWere) {
+TEST(JsonArrayFaults, AttachingLeavesArrayAndChildUnchanged) {
     const Attach attaches[] = {
         [](wiq_json_t* array, wiq_json_t* child) {
             u32 err = 0;
@@ -87,7 +87,7 @@ TEST(JsonArrayFaults, AStringElementMayLoseItsText) {
     });
 }
 
-TEST(JsonArrayFaults, AFilterOfAWeakArrayAsksNobodyWithoutMemory) {
+TEST(JsonArrayFaults, AFilterOfAWeakArrayWithoutMemoryCallsNothing) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         Tree weak = make("w[1,\"x\",2]");
         i32 asked = 0;

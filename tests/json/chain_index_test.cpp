@@ -53,7 +53,7 @@ class JsonCollidingKeysMany : public ::testing::Test {
 };
 
 // A duplicate key makes a member replace another one in a long chain.
-TEST(JsonCollidingKeys, ThatComeTwice) {
+TEST(JsonCollidingKeys, WhenDuplicated) {
     const std::vector<std::string> keys = colliding::keys(300);
     std::string text = colliding::object_text(keys);
     text.back() = ',';

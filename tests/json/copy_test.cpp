@@ -122,7 +122,7 @@ TEST(JsonCopy, MembersKeepTheOrderOfAnInsertionInMapOrder) {
     EXPECT_EQ(keys_of(copy), keys_of(expected));
 }
 
-TEST(JsonCopy, RefusesWhatIsNoValue) {
+TEST(JsonCopy, RefusesNullAndUnknownTags) {
     u32 err = 0;
     EXPECT_EQ(wiq_json_copy(nullptr, &err), nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INVALID_ARG);

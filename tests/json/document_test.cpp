@@ -234,7 +234,7 @@ const Step kSteps[] = {
      }},
 };
 
-TEST(JsonDocument, WhatTouchesOne) {
+TEST(JsonDocument, CallsThatTouchOne) {
     const std::string text = document("");
     // The first call of each of these allocates what stays until the end of the program.
     kSteps[3].run(parse(text));
@@ -261,7 +261,7 @@ TEST(JsonDocument, WhatTouchesOne) {
 }
 
 // What the parser itself releases on the way: objects that become references, and values of duplicate keys.
-TEST(JsonDocument, WhatTheParserGivesUp) {
+TEST(JsonDocument, WhatTheParserReleases) {
     const std::string uri(2000, 'u');
     const std::string key(1000, 'k');
     std::string references = "[" + list(100);

@@ -128,7 +128,7 @@ std::string fixed(double value) {
 }
 
 // Doubles of every magnitude, and those halfway between two texts: odd multiples of 1/128.
-TEST(Dump, DoublesAreTheRuntimesToTheLastDigit) {
+TEST(Dump, DoublesEqualTheRuntimesToTheLastDigit) {
     std::mt19937_64 random(7);
     for (int i = 0; i < 100000; ++i) {
         double value =
@@ -149,7 +149,7 @@ TEST(Dump, DoublesAreTheRuntimesToTheLastDigit) {
 }
 
 // The result is the same as for a walk slot by slot.
-TEST(Dump, TextsThatAreNotThere) {
+TEST(Dump, MissingTexts) {
     for (wiq_json_t* node :
          {wiq_json_str_new("text", nullptr), wiq_json_jref_new("#/a", nullptr)}) {
         wiq_json_finalize(node);

@@ -72,7 +72,7 @@ TEST(Escape, EveryPlaceInALongRun) {
     }
 }
 
-TEST(Escape, WhatStandsBeforeAFailureStays) {
+TEST(Escape, TextBeforeAFailureIsWritten) {
     wiq_strbuf buf;
     ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
     wiq_strbuf_write(&buf, "> ", 2);

@@ -180,7 +180,7 @@ TEST(Lexer, Strings) {
 }
 
 // No part of an invalid token remains that could become part of a later one.
-TEST(Lexer, GoesOnBehindAnInvalidToken) {
+TEST(Lexer, ContinuesAfterAnInvalidToken) {
     constexpr char kText[] = "true tru 5 * \"a\" \"\\u0000\" ]";
     ScratchFile file;
     StringLexer string(kText);
@@ -298,7 +298,7 @@ TEST(Lexer, WrapsIntegersAsTheirConversionDoes) {
 }
 
 // The status is the one that the conversions return for such a text.
-TEST(Lexer, SpoiledNumbersAsTheirConversionsSay) {
+TEST(Lexer, SpoiledNumbersHaveTheStatusOfTheirConversion) {
     for (const char* number :
          {"0", "-0", "1", "-1", "123456789", "9223372036854775807", "-9223372036854775808",
           "9223372036854775808", "-9223372036854775809", "99999999999999999999999999"}) {

@@ -182,7 +182,7 @@ std::string first_key(wiq_map* map) {
 }
 
 // A large table remembers where its first member is; the result is the same as without that.
-TEST(JsonMembers, TheFirstOneIsThatOfAMap) {
+TEST(JsonMembers, TheFirstOneIsThatOfAnEqualMap) {
     std::mt19937 random(1);
     std::vector<std::string> keys;
     for (int i = 0; i < 500; ++i)

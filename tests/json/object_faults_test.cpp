@@ -13,7 +13,7 @@ using tree::Tree;
 // This object is full: the next member makes its table grow.
 const char kFull[] = "{\"a\":1,\"b\":2,\"c\":3}";
 
-TEST(JsonObjFaults, PutLeavesObjectAndChildAsTheyWere) {
+TEST(JsonObjFaults, PutLeavesObjectAndChildUnchanged) {
     for (const i32 references : {0, 1, 2}) {
         const size_t points = SweepAllocations([&](AllocFaults& faults) {
             Tree obj = make(kFull);
@@ -182,7 +182,7 @@ TEST(JsonObjFaults, AStringMemberMayLoseItsText) {
     });
 }
 
-TEST(JsonObjFaults, KeysLeaveTheVectorAsItWas) {
+TEST(JsonObjFaults, KeysLeaveTheVectorUnchanged) {
     SweepAllocations([&](AllocFaults& faults) {
         Tree obj = make(kFull);
         wiq_strv keys;

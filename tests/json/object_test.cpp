@@ -69,7 +69,7 @@ TEST(JsonObjPut, RefusesWhatItCannotTake) {
     EXPECT_EQ(count(other.get()), 0);
 }
 
-TEST(JsonObjPut, NeverClosesARing) {
+TEST(JsonObjPut, NeverFormsACycle) {
     Tree root = make("{\"a\":{\"b\":[{}]}}");
     wiq_json_t* inner = member(root, "a");
     wiq_json_t* list = wiq_json_obj_get_array(inner, "b", nullptr);

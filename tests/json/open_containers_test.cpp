@@ -60,7 +60,7 @@ std::vector<std::string> keys_in_walking_order(const wiq_json_t* node) {
     return keys;
 }
 
-TEST(OpenContainers, TreesAreThoseOfCalls) {
+TEST(OpenContainers, TreesEqualThoseBuiltByCalls) {
     for (const auto& [depth, width] :
          {std::pair{1, 0}, {2, 1}, {3, 2}, {40, 3}, {9, 100}, {7, 700}, {3, 5000}, {300, 9}}) {
         const Twins twins = nested(depth, width);
@@ -218,14 +218,14 @@ void expect_twins(const Twins& twins) {
 }
 
 // A table that is built at the end is the same as one that has grown.
-TEST(OpenContainers, TablesOfEverySizeAreThoseOfGrowth) {
+TEST(OpenContainers, TablesOfEverySizeEqualGrownOnes) {
     for (int count = 0; count < 220; ++count)
         expect_twins(object_of(count, [](int i) { return "key " + std::to_string(i * 7919); }));
     expect_twins(object_of(3000, [](int i) { return std::to_string(i); }));
 }
 
 // Each duplicate replaces the previous value, in its position.
-TEST(OpenContainers, KeysThatComeAgain) {
+TEST(OpenContainers, DuplicateKeys) {
     for (const int keys : {1, 2, 3, 5, 24, 48, 49, 50, 100}) {
         for (const int count : {2, 3, 4, 7, 48, 49, 97, 98, 300})
             expect_twins(
@@ -233,7 +233,7 @@ TEST(OpenContainers, KeysThatComeAgain) {
     }
 }
 
-TEST(OpenContainers, KeysThatComeAgainWithoutMemory) {
+TEST(OpenContainers, DuplicateKeysWithoutMemory) {
     const std::string long_key(1500, 'k');
     for (const int count : {3, 60}) {
         const Twins twins =
@@ -249,7 +249,7 @@ TEST(OpenContainers, KeysThatComeAgainWithoutMemory) {
     sweep_load("{\"\\n\":{\"$ref\":\"#/a\",\"$ref\":\"#\"}}");
 }
 
-TEST(OpenContainers, AReferenceSaidTwiceIsOne) {
+TEST(OpenContainers, AReferenceWithADuplicateKeyIsOne) {
     for (const char* text :
          {"{\"$ref\":\"#\"}", "{\"$ref\":\"#/a\",\"$ref\":\"#\"}", "{\"$ref\":1,\"$ref\":\"#\"}"}) {
         Tree root(wiq_json_loads(text, 0, nullptr));
@@ -263,7 +263,7 @@ TEST(OpenContainers, AReferenceSaidTwiceIsOne) {
 }
 
 // Objects whose keys must be unique, keys in memory that is reused, and both.
-TEST(OpenContainers, ContainersThatAreMadeEarly) {
+TEST(OpenContainers, ContainersMadeBeforeTheirEnd) {
     const i32 unique = static_cast<i32>(WIQ_JSON_REJECT_DUPLICATES);
     const std::string long_key(1500, 'k');
     for (const std::string& key :

@@ -212,7 +212,7 @@ TEST_F(ParserTable, StringsRejected) {
 }
 
 // The first byte of a valid sequence becomes the status; no byte of an invalid sequence is counted.
-TEST_F(ParserTable, BeyondAsciiAtTheTop) {
+TEST_F(ParserTable, NonAsciiAtTheTop) {
     constexpr Rejected kRows[] = {
         {"\xC3\xA9", -61, 1},
         {"\xC2\x80", -62, 1},

@@ -237,7 +237,7 @@ TEST(PointerPut, Arguments) {
     wiq_json_unref(root);
 }
 
-TEST(PointerPut, TypedFormsAlwaysRunAndTellTheirOwnStatus) {
+TEST(PointerPut, TypedFormsAlwaysRunAndReportTheirOwnStatus) {
     wiq_json_t* root = parsed("{}");
     const wiq_uint128 big = {0, 1};
     u32 err = static_cast<u32>(-1037);

@@ -87,7 +87,7 @@ TEST(QuickNumber, Kinds) {
     }
 }
 
-TEST(QuickNumber, IntegersAreTheRuntimes) {
+TEST(QuickNumber, IntegersEqualTheRuntimes) {
     std::mt19937_64 random(1);
     for (int i = 0; i < 20000; ++i) {
         const std::string text =
@@ -98,7 +98,7 @@ TEST(QuickNumber, IntegersAreTheRuntimes) {
     }
 }
 
-TEST(QuickNumber, RealsAreTheRuntimesToTheLastBit) {
+TEST(QuickNumber, RealsEqualTheRuntimesToTheLastBit) {
     std::mt19937_64 random(2);
     int exact = 0;
     for (int i = 0; i < 20000; ++i) {
@@ -116,7 +116,7 @@ TEST(QuickNumber, RealsAreTheRuntimesToTheLastBit) {
 }
 
 // As many digits as a significand can have, and values halfway between two doubles, where rounding decides.
-TEST(QuickNumber, LongRealsAreTheRuntimesToTheLastBit) {
+TEST(QuickNumber, LongRealsEqualTheRuntimesToTheLastBit) {
     std::mt19937_64 random(3);
     for (int i = 0; i < 200000; ++i) {
         u64 significand = random() >> (random() % 12);
@@ -136,7 +136,7 @@ TEST(QuickNumber, LongRealsAreTheRuntimesToTheLastBit) {
 }
 
 // Every power of ten for which one multiplication suffices, with significands of every length.
-TEST(QuickNumber, AllPowersAreTheRuntimesToTheLastBit) {
+TEST(QuickNumber, AllPowersEqualTheRuntimesToTheLastBit) {
     std::mt19937_64 random(4);
     for (int power = ke::json::kLeastPower; power <= ke::json::kMostPower; ++power) {
         for (int i = 0; i < 2000; ++i) {

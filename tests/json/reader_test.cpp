@@ -120,7 +120,7 @@ TEST(Reader, Unread) {
 }
 
 // The end, invalid UTF-8 and a non-ASCII byte cannot be pushed back.
-TEST(Reader, UnreadTakesNoFailureBack) {
+TEST(Reader, UnreadDoesNotTakeBackFailures) {
     ScratchFile file;
     for (const auto& [text, c, place] : {
              std::tuple{"a", kEof, "1:1@1"},

@@ -130,7 +130,7 @@ TEST(Reference, DerefFollowsChains) {
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INVALID_ARG);
 }
 
-TEST(Reference, LongChainsAndLongRings) {
+TEST(Reference, LongChainsAndLongCycles) {
     std::string text = "{\"k0\":0";
     for (int i = 1; i <= 3000; ++i)
         text += ",\"k" + std::to_string(i) + "\":{\"$ref\":\"/k" + std::to_string(i - 1) + "\"}";
@@ -248,7 +248,7 @@ TEST(Expand, ManyReferencesInAChain) {
     }
 }
 
-TEST(Expand, RingsOfAnyLengthBehindAChain) {
+TEST(Expand, CyclesOfAnyLengthAfterAChain) {
     for (const int ring : {1, 2, 7, 1000}) {
         for (const int lead : {0, 1, 2, 1000}) {
             wiq_json_t* root = wiq_json_array_new(0, nullptr);

@@ -64,7 +64,7 @@ TEST(JsonEqual, Numbers) {
     }
 }
 
-TEST(JsonEqual, KindsThatAreNoNumbersEqualOnlyThemselves) {
+TEST(JsonEqual, NonNumericKindsEqualOnlyThemselves) {
     const char* values[] = {"null",   "true", "false", "\"\"",   "\"a\"",        "\"b\"", "@\"\"",
                             "@\"a\"", "[]",   "{}",    "[null]", "{\"a\":null}", "0",     "1.5"};
     for (const char* a : values) {

@@ -76,7 +76,7 @@ TEST(TextLimits, OfAnEscapedText) {
 }
 
 // A text that cannot be escaped is reported as invalid even if it is also too long.
-TEST(TextLimits, InvalidTextsAreThatFirst) {
+TEST(TextLimits, InvalidTextsAreReportedAsInvalid) {
     wiq_strbuf buf;
     ASSERT_EQ(wiq_strbuf_init(&buf, 0), 0);
     EXPECT_EQ(escape_within("ab\xff", &buf, 1), WIQ_ERR_BAD_FORMAT);

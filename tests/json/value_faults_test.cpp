@@ -79,7 +79,7 @@ TEST(JsonNewFaults, AStringWithoutMemoryForItsTextIsStillANode) {
     EXPECT_EQ(none, 1);
 }
 
-TEST(JsonNewFaults, ATextlessStringIsAValueLikeAnother) {
+TEST(JsonNewFaults, AStringWithoutATextIsAnOrdinaryValue) {
     AllocFaults faults(1, AllocFaults::kTransient);
     faults.arm();
     tree::Tree bare(wiq_json_str_new("text", nullptr));

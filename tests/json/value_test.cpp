@@ -224,7 +224,7 @@ TEST(JsonGet, KeepsTheBitsOfDoubles) {
     EXPECT_TRUE(std::isnan(wiq_json_double_get(nan.get())));
 }
 
-TEST(JsonTypeString, NamesWhatIsNoKind) {
+TEST(JsonTypeString, NullAndUnknownTags) {
     EXPECT_STREQ(wiq_json_type_string(nullptr), "<none>");
     Tree node = make("null");
     auto* type = reinterpret_cast<u16*>(node.get());

@@ -78,7 +78,7 @@ TEST_F(FormatLarge, LongerTextsAreRefused) {
     }
 }
 
-TEST_F(FormatLarge, AStringBehindAnother) {
+TEST_F(FormatLarge, AStringAfterAnother) {
     Text text(k2G, 'x');
     char* block = nullptr;
     u64 size = 0;

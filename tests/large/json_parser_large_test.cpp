@@ -64,7 +64,7 @@ TEST_F(JsonParserLargeThreads, PlacesInAStream) {
 }
 
 // The byte after a number is pushed back at a position that no number can express.
-TEST_F(JsonParserLargeThreads, ANumberBehindBlanks) {
+TEST_F(JsonParserLargeThreads, ANumberAfterBlanks) {
     for (const size_t blanks : kLarge) {
         Source source("", blanks, '\n', "17\n?");
         wiq_json_load_error err;
@@ -77,7 +77,7 @@ TEST_F(JsonParserLargeThreads, ANumberBehindBlanks) {
     }
 }
 
-TEST_F(JsonParserLarge, APositionBehindAValue) {
+TEST_F(JsonParserLarge, APositionAfterAValue) {
     Text text(k4G + 6, ' ');
     text.ending("1");
     for (const size_t blanks : kLarge) {

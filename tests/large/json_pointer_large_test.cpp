@@ -65,7 +65,7 @@ TEST_F(JsonPointerLarge, OfANode) {
     }
 }
 
-TEST_F(JsonPointerLarge, AKeyBehindIt) {
+TEST_F(JsonPointerLarge, AKeyAfterIt) {
     for (const size_t length : kLarge) {
         Text key(length, 'k');
         wiq_json_t* root = wiq_json_obj_new(0, nullptr);

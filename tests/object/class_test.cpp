@@ -244,7 +244,7 @@ TEST(Class, InitialisersCanMakeObjectsOfFinishedClassesOnly) {
 }
 
 // Two types whose initialisers make objects of each other: the second finds that the first is not ready.
-TEST(Class, InitialisersThatNeedOneAnotherAreAnswered) {
+TEST(Class, InitialisersThatNeedOneAnotherDoNotHang) {
     static WiqType first = {};
     static WiqType second = {};
     first.name = "First";
@@ -264,7 +264,7 @@ TEST(Class, InitialisersThatNeedOneAnotherAreAnswered) {
     EXPECT_EQ(g_made, (Log{"first not", "second"}));
 }
 
-TEST(Class, MistakesOfATypesAuthorAreAnswered) {
+TEST(Class, MistakesOfATypesAuthorHaveNoClass) {
     Family& uninitialised = new_family();
     uninitialised.leaf.parent = &uninitialised.base;
     EXPECT_EQ(object_new(&uninitialised.leaf), nullptr);

@@ -88,7 +88,7 @@ TEST_F(Mtype, EachTypeIsItselfOnly) {
     }
 }
 
-TEST_F(Mtype, NoValueIsAnswered) {
+TEST_F(Mtype, NullValues) {
     for (const Kind& kind : kKinds)
         EXPECT_EQ(kind.set(nullptr), WIQ_ERR_INVALID_ARG);
     wiq_mtype_init(nullptr);

@@ -201,7 +201,7 @@ TEST(MtypeFaults, Copies) {
     }
 }
 
-TEST(MtypeFaults, ACellThatCouldNotBeHadReadsAsZero) {
+TEST(MtypeFaults, ACellThatCouldNotBeAllocatedReadsAsZero) {
     wiq_mtype value;
     wiq_mtype_init(&value);
     ASSERT_EQ(wiq_mtype_set_uint128(&value, {1, 2}), 0);

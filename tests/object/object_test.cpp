@@ -118,7 +118,7 @@ void finalize_and_refer(WiqObject* object) {
     object_unref(object);
 }
 
-TEST_F(Object, FinalisersMayTakeAReferenceAndGiveItUp) {
+TEST_F(Object, FinalisersMayTakeAndReleaseAReference) {
     static WiqType parent = new_type<'p'>();
     static WiqType child = new_type<'q'>();
     parent.instance_finalize = finalize_and_refer<'p'>;
@@ -134,7 +134,7 @@ TEST_F(Object, FinalisersMayTakeAReferenceAndGiveItUp) {
     }
 }
 
-TEST_F(Object, InitialisersMayTakeAReferenceAndGiveItUp) {
+TEST_F(Object, InitialisersMayTakeAndReleaseAReference) {
     static WiqType type = {};
     type.name = "Referring";
     type.instance_init = [](WiqObject* object) {

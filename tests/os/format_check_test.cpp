@@ -9,7 +9,7 @@ namespace {
 
 using ke::os::is_refused_format;
 
-TEST(FormatCheck, WhatPrintsIsLetThrough) {
+TEST(FormatCheck, FormatsThatPrintAreAccepted) {
     for (const char* format : {"",          "n",           "%",
                                "%%",        "%%n",         "%%%%n",
                                "100%",      "%d%%n",       "%s",
@@ -29,7 +29,7 @@ TEST(FormatCheck, WhatPrintsIsLetThrough) {
         EXPECT_FALSE(is_refused_format(format)) << format;
 }
 
-TEST(FormatCheck, WhatStoresIsRefused) {
+TEST(FormatCheck, FormatsThatStoreAreRefused) {
     for (const char* format : {"%n",
                                "ab%n",
                                "%d%n",

@@ -28,7 +28,7 @@ class InvalidParameters : public testing::Test {
     _invalid_parameter_handler before_ = nullptr;
 };
 
-TEST_F(InvalidParameters, ModesThatAreNone) {
+TEST_F(InvalidParameters, InvalidModes) {
     for (const char* mode :
          {"", "q", "rq", "+", "wx?", "r,ccs=", "r,ccs=none", "rw", "r++", "wbt"}) {
         u32 err = 0;
@@ -51,7 +51,7 @@ TEST_F(InvalidParameters, ModesThatAreNone) {
     EXPECT_EQ(wiq_access("f", 0), WIQ_ERR_ACCESS_DENIED) << "and nothing was made";
 }
 
-TEST_F(InvalidParameters, AFileOfABadModeIsNotLeftBehind) {
+TEST_F(InvalidParameters, AFileWithAnInvalidModeIsRemoved) {
     for (const char* mode : {"wq", "w,ccs=none", "aa"}) {
         std::string tmpl = "invalid_XXXXXX";
         u32 err = 0;
@@ -67,7 +67,7 @@ TEST_F(InvalidParameters, AFileOfABadModeIsNotLeftBehind) {
     }
 }
 
-TEST_F(InvalidParameters, FormatsThatAreNone) {
+TEST_F(InvalidParameters, InvalidFormats) {
     for (const char* format :
          {"%y", "%5y", "%", "abc%", "%l", "%5", "%.", "%1$d %d", "%0$d", "%-5%", "%2147483648d",
           "%.2147483648d", "%99999999999d", "%1$y", "%101$d", "ab%n", "%1$d %3$d", "%I64n"}) {
@@ -107,7 +107,7 @@ void __cdecl hear(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uint
 }
 
 // A handler that the program has set stays set, and is called only for the program's own mistakes.
-TEST_F(InvalidParameters, TheProgramsHandlerIsAsItWas) {
+TEST_F(InvalidParameters, TheProgramsHandlerIsUnchanged) {
     _set_invalid_parameter_handler(hear);
     g_heard = 0;
     u32 err = 0;

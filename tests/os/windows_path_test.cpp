@@ -32,7 +32,7 @@ std::string current_directory() {
 
 const std::string kLong(200, 'n');
 
-TEST(WindowsPath, ShortNamesStayAsTheyStand) {
+TEST(WindowsPath, ShortNamesAreUnchanged) {
     for (const char* path :
          {"", "f", "dir\\f", "dir/f", ".\\..\\f", "C:\\dir\\f", "C:/dir/f", "C:f", "\\dir\\f",
           "\\\\server\\share\\f", "\\\\?\\C:\\f", "\\\\.\\pipe\\p", "NUL", "f\\"})
@@ -104,7 +104,7 @@ TEST(WindowsPath, NamesThatNoFileHas) {
     EXPECT_FALSE(is_too_long(path.substr(0, 32767).c_str()));
 }
 
-TEST(WindowsPathFaults, WithoutMemoryThereIsNone) {
+TEST(WindowsPathFaults, WithoutMemoryThereIsNoPath) {
     for (const std::string& path : {std::string("short"), kLong + "\\" + kLong}) {
         SweepAllocations([&path](AllocFaults& faults) {
             faults.arm();

@@ -215,7 +215,7 @@ TEST(Vsprintf, RefusedFormat) {
 }
 
 // This is the library's own rule: such a format never reaches a runtime, and nothing is stored or appended.
-TEST(Format, WhatStoresAndWhatLeavesPositionsOutIsRefusedByAll) {
+TEST(Format, FormatsThatStoreOrSkipPositionsAreRefusedByAll) {
     for (const char* format :
          {"%n", "ab%n", "%1$n", "%lln", "%*n", "%I64n", "%2$d", "%1$d %3$d", "%0$d", "%s %2$d"}) {
         SCOPED_TRACE(format);
@@ -262,7 +262,7 @@ TEST(Format, WhatStoresAndWhatLeavesPositionsOutIsRefusedByAll) {
     }
 }
 
-TEST(Format, WhatOnlyLooksLikeItIsFormatted) {
+TEST(Format, FormatsThatOnlyLookInvalidAreAccepted) {
     char buf[32];
     EXPECT_EQ(format_into(buf, sizeof buf, "%%n"), 2);
     EXPECT_STREQ(buf, "%n");
@@ -399,7 +399,7 @@ TEST_F(Block, TextsOfEveryLength) {
     }
 }
 
-TEST_F(Block, ABlockThatGotLost) {
+TEST_F(Block, ANullBlockWithASize) {
     size_ = 1000;
     const std::string text(600, 't');
     EXPECT_EQ(wiq_rapsprintf(&text_, &size_, "%s", text.c_str()), WIQ_ERR_NO_MEMORY);

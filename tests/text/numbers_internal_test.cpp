@@ -80,7 +80,7 @@ TEST(ParseDouble, EndsWhereTheNumberEnds) {
     }
 }
 
-TEST(ParseDouble, ReadsNothingBehindTheEnd) {
+TEST(ParseDouble, ReadsNothingAfterTheEnd) {
     const char text[] = "12345";
     double value = 0;
     EXPECT_EQ(ke::parse_double(text, text + 2, &value), text + 2);

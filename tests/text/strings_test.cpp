@@ -185,7 +185,7 @@ TEST_F(StructStr, WithoutASizeItAlwaysReallocates) {
     EXPECT_STREQ(block_, "xy");
 }
 
-TEST_F(StructStr, ABlockThatGotLostIsMadeAnew) {
+TEST_F(StructStr, ANullBlockWithASizeIsAllocated) {
     size_ = 100;
     ASSERT_EQ(wiq_struct_str("xy", 2, &block_, &size_, false), 0);
     EXPECT_STREQ(block_, "xy");

@@ -171,7 +171,7 @@ TEST(KeSchema, OfEveryCommand) {
     EXPECT_EQ(ke({"schema", "json-get"}).out, ke({"schema", "json", "get"}).out);
 }
 
-TEST(Ke, TellsItsVersion) {
+TEST(Ke, PrintsItsVersion) {
     const Outcome outcome = ke({"--version"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.out.substr(0, 3), "ke ");

@@ -44,7 +44,7 @@ TEST_F(KeFiles, HaveThePermissionsOfTheOldOrOfAnyNewFile) {
 }
 #endif
 
-TEST_F(KeFiles, StayAsTheyWereWhenACommandFails) {
+TEST_F(KeFiles, AreUnchangedWhenACommandFails) {
     const std::string before = "{\"a\": 1, // no comment\n}";
     write_file(in("r.json"), before);
     for (const std::vector<std::string>& args :

@@ -164,7 +164,7 @@ TEST(KeHelp, BashCompletesWords) {
 }
 #endif
 
-TEST(KeHelp, TellsTheExitStatuses) {
+TEST(KeHelp, DescribesTheExitStatuses) {
     const std::string page = man_page();
     const std::string statuses = page.substr(page.find(".SH EXIT STATUS"));
     for (const char* status : {"\n0\n", "\n1\n", "\n2\n", "\n64\n"})

@@ -48,7 +48,7 @@ TEST_F(KeIniFiles, BecomeJsonWithoutLoss) {
     });
 }
 
-TEST_F(KeIniFiles, TellWhatTheyHold) {
+TEST_F(KeIniFiles, ListTheirContents) {
     const std::string text = "[b]\n[a \"x y\"]\nk=1\nl=2\nk=3\n[b]\n";
     expect_rows({
         {{"ini", "sections"}, text, 0, "b\na\tx y\n"},

@@ -101,12 +101,12 @@ const char* const kTexts[] = {"null",
                               "\"\\\"\"",
                               "9999999999999999999999"};
 
-TEST(Scanner, TakesWhatTheLibraryTakes) {
+TEST(Scanner, AcceptsWhatTheLibraryAccepts) {
     for (const char* text : kTexts)
         EXPECT_EQ(is_taken(text), is_taken_by_library(text)) << text << scan_text(text);
 }
 
-TEST(Scanner, TakesWhatTheLibraryTakesOfDamagedTexts) {
+TEST(Scanner, AgreesWithTheLibraryOnDamagedTexts) {
     std::mt19937 random(19);
     const std::string letters = "{}[],:\"\\0123456789.eE+-tfnulr a/\n\x01";
     size_t taken = 0;
@@ -129,7 +129,7 @@ TEST(Scanner, TakesWhatTheLibraryTakesOfDamagedTexts) {
     EXPECT_LT(taken, 19000u);
 }
 
-TEST(Scanner, TakesUtf8AndRefusesWhatIsNone) {
+TEST(Scanner, AcceptsValidUtf8Only) {
     EXPECT_TRUE(is_taken("\"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\""));
     for (const char* bad : {"\"\xFF\"", "\"\xC0\x80\"", "\"\xE0\x80\x80\"", "\"\xED\xA0\x80\"",
                             "\"\xF4\x90\x80\x80\"", "\"\xC3\"", "\"\xC3", "\xC3\xA9"})
@@ -137,7 +137,7 @@ TEST(Scanner, TakesUtf8AndRefusesWhatIsNone) {
 }
 
 // A file is read in blocks; a token that extends across two of them is still read correctly.
-TEST(Scanner, ReadsFilesAsItReadsTexts) {
+TEST(Scanner, ReadsFilesLikeTexts) {
     const tool::Common common;
     for (size_t blanks : {262140u, 262143u, 262144u, 524280u}) {
         const std::string text = "[\n" + std::string(blanks, ' ') +
