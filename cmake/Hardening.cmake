@@ -9,7 +9,7 @@ if(NOT WIN32 AND CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT KE_SANITIZE AND NOT
   target_compile_definitions(ke_hardening INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(ke_hardening INTERFACE -Wl,-z,relro,-z,now)
   # The notes that permit indirect branch tracking and shadow stacks must be requested explicitly, because
-  # crti.o has none. It contains _init() and _fini(), which do not begin with landing pads. They do nothing
-  # for a library, and when the dynamic section names other functions, nobody calls them.
+  # crti.o has none. It contains _init() and _fini(), which do not begin with landing pads. They do nothing for
+  # a library. The linker is told other names, which do not exist, so that the loader never calls them.
   set(KE_CET_NOTES -Wl,-z,ibt,-z,shstk,-init=ke_no_init,-fini=ke_no_fini)
 endif()

@@ -13,7 +13,8 @@ namespace {
 
 class JsonArrayLarge : public Large {};
 
-// Leaves the first and last page of the block unchanged, because it may share them with others.
+// Remaps the block to pieces of shared memory. The ends of the block are unchanged, because it may share their
+// pages with other blocks.
 bool fold(void* block, size_t size) {
     constexpr size_t kPiece = size_t{256} << 20;
     constexpr size_t kPage = 4096;

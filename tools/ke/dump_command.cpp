@@ -21,7 +21,7 @@ struct DumpArgs {
 
 struct Lines {
     Sink& sink;
-    u64 base;  // the offset that the library counts from
+    u64 base;  // the file offset of the current piece
 };
 
 i32 add_dump_line(void* user, u64 offset, const char* hex, const char* ascii) {
