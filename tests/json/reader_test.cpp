@@ -188,8 +188,8 @@ TEST(Reader, SkipPlain) {
     }
 }
 
-// The stream is left as if each byte had been read from it only when it was needed; a valid sequence is read
-// as a whole, and of an invalid one only its first byte.
+// The stream is left as if each byte had been read from it only when it was needed. A multi-byte sequence is read
+// as a whole; a byte that cannot begin one is read alone.
 TEST(Reader, TakenFromStream) {
     struct Taken {
         const char* content;
