@@ -9,7 +9,7 @@ namespace {
 class Run : Pair {
   public:
     void step(const Op& op) {
-        if (document_.alive().size() > kMostNodes && op.code % 28 < 6)
+        if (document_.alive().size() > kMaxNodes && op.code % 28 < 6)
             return;
         do_step(op);
         check_all();

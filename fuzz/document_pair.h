@@ -9,7 +9,7 @@
 using model::Node;
 
 // After a script has made this many nodes, it makes no more.
-constexpr size_t kMostNodes = 160;
+constexpr size_t kMaxNodes = 160;
 // Walks that follow weak references can be endless, so only smaller documents are copied or compared.
 constexpr size_t kReach = 300;
 

@@ -15,17 +15,17 @@ struct Op {
 using Script = std::vector<Op>;
 
 // Longer scripts find nothing that shorter ones do not, and are slower.
-constexpr size_t kLongestScript = 200;
+constexpr size_t kMaxScript = 200;
 
 inline Script script_of(const u8* data, size_t size) {
-    Script script(std::min(size / sizeof(Op), kLongestScript));
+    Script script(std::min(size / sizeof(Op), kMaxScript));
     if (!script.empty())
         memcpy(script.data(), data, script.size() * sizeof(Op));
     return script;
 }
 
 inline size_t write_script(const Script& script, u8* data, size_t room) {
-    const size_t count = std::min({script.size(), room / sizeof(Op), kLongestScript});
+    const size_t count = std::min({script.size(), room / sizeof(Op), kMaxScript});
     if (count != 0)
         memcpy(data, script.data(), count * sizeof(Op));
     return count * sizeof(Op);

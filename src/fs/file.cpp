@@ -75,11 +75,11 @@ void trim_line(Line* line) {
 }
 
 // Reads a line that begins with the byte `c`. Returns its length; WIQ_ERR_NO_MEMORY; or WIQ_ERR_IO
-// for a line longer than `longest`, whose next byte is then still to be read. The buffer holds the
+// for a line longer than `max_length`, whose next byte is then still to be read. The buffer holds the
 // line as far as it was read, with a NUL unless memory ran out.
-i32 read_line(Line* line, int c, FILE* stream, size_t longest) {
+i32 read_line(Line* line, int c, FILE* stream, size_t max_length) {
     for (; c != EOF; c = ke::os::getc_locked(stream)) {
-        if (line->length == longest) {
+        if (line->length == max_length) {
             ungetc(c, stream);
             line->data[line->length] = '\0';
             return WIQ_ERR_IO;
@@ -99,7 +99,7 @@ i32 read_line(Line* line, int c, FILE* stream, size_t longest) {
 
 namespace ke {
 
-i32 getline_locked(char** line, size_t* size, FILE* stream, size_t longest) {
+i32 getline_locked(char** line, size_t* size, FILE* stream, size_t max_length) {
     const int c = ke::os::getc_locked(stream);
     if (c == EOF)
         return WIQ_ERR_EOF;
@@ -109,7 +109,7 @@ i32 getline_locked(char** line, size_t* size, FILE* stream, size_t longest) {
         reading = {static_cast<char*>(malloc(kLineStep)), kLineStep, 0, kLineStep};
     if (reading.data == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    const i32 result = read_line(&reading, c, stream, longest);
+    const i32 result = read_line(&reading, c, stream, max_length);
     if (is_fresh && result == WIQ_ERR_NO_MEMORY) {
         free(reading.data);
         return result;

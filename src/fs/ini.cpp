@@ -295,5 +295,5 @@ i32 ke::ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
 
 i32 wiq_ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
                   WiqIniErrorFn on_error, void* user) {
-    return ke::ini_parse(stream, on_section, on_key, on_error, user, ke::kLongestLine);
+    return ke::ini_parse(stream, on_section, on_key, on_error, user, ke::kMaxLineLength);
 }

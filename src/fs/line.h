@@ -10,11 +10,11 @@
 namespace ke {
 
 // The longest line whose length can be returned.
-constexpr size_t kLongestLine = INT32_MAX;
+constexpr size_t kMaxLineLength = INT32_MAX;
 
-// Does what wiq_getline() does, for valid arguments and a locked stream. `longest` is smaller only
+// Does what wiq_getline() does, for valid arguments and a locked stream. `max_length` is smaller only
 // in tests.
-i32 getline_locked(char** line, size_t* size, FILE* stream, size_t longest = kLongestLine);
+i32 getline_locked(char** line, size_t* size, FILE* stream, size_t max_length = kMaxLineLength);
 
 // Does what wiq_ini_parse() does, for lines of at most `longest_line` bytes.
 i32 ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,

@@ -67,7 +67,7 @@ i32 append(ArrayNode* array, wiq_json* child) {
 }  // namespace
 
 ArrayNode* new_array(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
-    const bool behind = capacity > 0 && static_cast<u64>(capacity) <= kFewPlaces;
+    const bool behind = capacity > 0 && static_cast<u64>(capacity) <= kMaxInlineSlots;
     auto* array = new_container<ArrayNode>(kJsonArray, behind ? static_cast<u64>(capacity) : 0,
                                            flags, key, chunks);
     if (array == nullptr) {

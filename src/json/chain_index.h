@@ -146,7 +146,7 @@ void index_again(Members* members, ChainIndex* old, u64 old_buckets);
 // Frees the index of a table that is about to be freed. The object may have no table.
 void free_index(const Members& members);
 inline void drop_index(const Members& members) {
-    if (members.mask >= kLeastWithTail - 1) [[unlikely]]
+    if (members.mask >= kMinBucketsWithTail - 1) [[unlikely]]
         free_index(members);
 }
 

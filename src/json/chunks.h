@@ -64,10 +64,10 @@ class Chunks {
   public:
     // The greatest distance of a node from its mark, and from the start of its block. A node whose
     // block directly follows a mark is within the first limit if it is within the second.
-    static constexpr size_t kFarthestMark = size_t{63} * 8;
-    static constexpr size_t kFarthest = kFarthestMark - sizeof(Chunk*);
+    static constexpr size_t kMaxDistance = size_t{63} * 8;
+    static constexpr size_t kMaxOffset = kMaxDistance - sizeof(Chunk*);
     // Larger blocks get a chunk of their own.
-    static constexpr size_t kLargestBlock = 1000;
+    static constexpr size_t kMaxBlockSize = 1000;
 
     Chunks() = default;
     Chunks(const Chunks&) = delete;
@@ -81,7 +81,7 @@ class Chunks {
     // `offset`. Returns nullptr when out of memory.
     char* take(size_t size, size_t offset) {
         if ((size > static_cast<size_t>(end_ - next_) ||
-             static_cast<size_t>(next_ - mark_) + offset > kFarthestMark) &&
+             static_cast<size_t>(next_ - mark_) + offset > kMaxDistance) &&
             !make_room(size))
             return nullptr;
         char* block = next_;

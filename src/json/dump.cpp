@@ -31,16 +31,16 @@ bool rounds_up(u128 scaled, int shift) {
 }  // namespace
 
 // A double is an integer, its mantissa, times a power of two. The mantissa times a million fits 128
-// bits. For a value below kMost, a shift of this product then gives the value in millionths, in 64
+// bits. For a value below kMaxMagnitude, a shift of this product then gives the value in millionths, in 64
 // bits, and the bits that are shifted out say exactly how to round it. The runtime's conversion
 // writes larger values, infinities and NaN.
 char* write_double(char* out, double value) {
     constexpr int kMantissa = 52;
     constexpr u64 kDecimals = 1000000;
-    constexpr double kMost = 9e12;  // times a million, this is below 2^63
+    constexpr double kMaxMagnitude = 9e12;  // times a million, this is below 2^63
     const u64 bits = std::bit_cast<u64>(value);
     const int exponent = static_cast<int>(bits >> kMantissa & 0x7FF) - 1023 - kMantissa;
-    if (!(std::fabs(value) < kMost))
+    if (!(std::fabs(value) < kMaxMagnitude))
         return std::to_chars(out, out + kMaxDoubleText, value, std::chars_format::fixed, 6).ptr;
     const u64 mantissa = (bits & ((u64{1} << kMantissa) - 1)) | u64{1} << kMantissa;
     const u128 scaled = static_cast<u128>(mantissa) * kDecimals;
@@ -105,7 +105,7 @@ i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 indent)
     return status;
 }
 
-i32 ke::json::sdump_within(wiq_json_t* node, char** out, u32 flags, u64 longest) {
+i32 ke::json::sdump_within(wiq_json_t* node, char** out, u32 flags, u64 max_length) {
     if (node == nullptr || out == nullptr)
         return WIQ_ERR_INVALID_ARG;
     wiq_strbuf buf;
@@ -113,13 +113,13 @@ i32 ke::json::sdump_within(wiq_json_t* node, char** out, u32 flags, u64 longest)
     if (status == 0)
         status = wiq_json_sdump_ext(node, &buf, flags, 0);
     if (status == 0)
-        status = take_text(&buf, out, longest);
+        status = take_text(&buf, out, max_length);
     wiq_strbuf_finalize(&buf);
     return status;
 }
 
 i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags) {
-    return ke::json::sdump_within(node, out, flags, ke::json::kLongestText);
+    return ke::json::sdump_within(node, out, flags, ke::json::kMaxTextLength);
 }
 
 i32 wiq_json_fdump(wiq_json_t* node, FILE* fp, u32 flags, u32 indent) {

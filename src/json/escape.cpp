@@ -55,23 +55,23 @@ struct CountingSink {
 };
 
 // Returns whether `used` bytes and the escaped form of a valid text are together more than
-// `longest`. The text is only examined if it is so long that this is possible.
-bool is_too_long(const char* text, size_t length, u64 used, u64 longest) {
-    if (used > longest)
+// `max_length`. The text is only examined if it is so long that this is possible.
+bool is_too_long(const char* text, size_t length, u64 used, u64 max_length) {
+    if (used > max_length)
         return true;
-    if (length <= (longest - used) / kMaxEscape)
+    if (length <= (max_length - used) / kMaxEscape)
         return false;
     CountingSink sink = {0};
-    return escape_text(text, text + length, sink) == 0 && sink.count > longest - used;
+    return escape_text(text, text + length, sink) == 0 && sink.count > max_length - used;
 }
 
 }  // namespace
 
-i32 escape_within(const char* text, wiq_strbuf* buf, u64 longest) {
+i32 escape_within(const char* text, wiq_strbuf* buf, u64 max_length) {
     if (text == nullptr || buf == nullptr)
         return WIQ_ERR_INVALID_ARG;
     const size_t length = strlen(text);
-    if (is_too_long(text, length, buf->len, longest))
+    if (is_too_long(text, length, buf->len, max_length))
         return WIQ_ERR_RANGE;
     // The text may lie in the buffer, and moves with it. A failure to append because of a lack of
     // memory is not reported.
@@ -96,7 +96,7 @@ i32 escape_within(const char* text, wiq_strbuf* buf, u64 longest) {
 }  // namespace ke::json
 
 i32 wiq_json_escape_str_ext(const char* text, wiq_strbuf* buf) {
-    return ke::json::escape_within(text, buf, ke::json::kLongestText);
+    return ke::json::escape_within(text, buf, ke::json::kMaxTextLength);
 }
 
 char* wiq_json_escape_str(const char* text) {

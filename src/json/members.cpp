@@ -45,11 +45,11 @@ inline bool build_with(Members* members, Member* const* list, u64 count, SlotOf 
 // would take quadratic time. The limit ends that. Tables without a tail are small and need no
 // limit.
 bool build_table(Members* members, Member* const* list, u64 count) {
-    if (members->mask < kLeastWithTail - 1)
+    if (members->mask < kMinBucketsWithTail - 1)
         return build_with(members, list, count,
                           [](const Members& in, const Key& key) { return slot_of(in, key); });
     return build_with(members, list, count, [](const Members& in, const Key& key) {
-        return slot_within(in, key, kLongChain);
+        return slot_within(in, key, kMaxChainWithoutIndex);
     });
 }
 

@@ -51,7 +51,7 @@ struct Member {
     }
 
   private:
-    // A key has at most kLongestKey bytes, so this bit is free for the mark.
+    // A key has at most kMaxKeyLength bytes, so this bit is free for the mark.
     static constexpr u32 kShared = u32{1} << 31;
 
     std::atomic_ref<u32> word() const {
@@ -97,10 +97,10 @@ inline bool has_key(const Member* member, const Key& key) {
 
 // Chains are longer than this only if somebody chose the keys for it. Such a chain gets an index
 // (chain_index.h).
-constexpr u32 kLongChain = 16;
+constexpr u32 kMaxChainWithoutIndex = 16;
 // Few chains have more members than this. A search passes this number of members before it asks for
 // an index.
-constexpr u32 kShortChain = 4;
+constexpr u32 kMaxStepsWithoutIndex = 4;
 
 // Walks a chain. Returns the link to the member with this key; if not found, the null link at
 // the end of the chain, where such a member would be added. The table must exist.
@@ -118,13 +118,13 @@ inline Member** slot_within(const Members& members, const Key& key, u32 limit) {
     return slot;
 }
 
-// These continue a search that has passed kShortChain members, at the next one.
+// These continue a search that has passed kMaxStepsWithoutIndex members, at the next one.
 Member* find_after(const Members& members, const Key& key, Member* from);
 Member** slot_after(const Members& members, const Key& key, Member** from);
 
 // As slot_of(), for a key that may be added: a long chain gets an index, if there is enough memory.
 inline Member** slot_to_add(const Members& members, const Key& key) {
-    Member** slot = slot_within(members, key, kShortChain);
+    Member** slot = slot_within(members, key, kMaxStepsWithoutIndex);
     return *slot == nullptr || has_key(*slot, key) ? slot : slot_after(members, key, slot);
 }
 
@@ -133,7 +133,7 @@ inline Member* find(const Members& members, const Key& key) {
     if (members.size == 0)
         return nullptr;
     Member* member = members.buckets[bucket_of(key.hash, members.mask)];
-    for (u32 left = kShortChain; member != nullptr && !has_key(member, key); --left) {
+    for (u32 left = kMaxStepsWithoutIndex; member != nullptr && !has_key(member, key); --left) {
         if (left == 0)
             return find_after(members, key, member);
         member = member->next;
@@ -149,15 +149,15 @@ struct TableTail {
     // removing one leaves it, as it may be too low but never too high.
     u64 first;
 };
-constexpr u64 kLeastWithTail = 128;  // buckets
+constexpr u64 kMinBucketsWithTail = 128;  // buckets
 
 // The number of pointers that the block of a table holds: its buckets, and its tail if it has one.
 constexpr u64 places_of_table(u64 buckets) {
     static_assert(sizeof(TableTail) == 2 * sizeof(Member*));
-    return buckets >= kLeastWithTail ? buckets + 2 : buckets;
+    return buckets >= kMinBucketsWithTail ? buckets + 2 : buckets;
 }
 inline bool has_tail(const Members& members) {
-    return u64{members.mask} + 1 >= kLeastWithTail;
+    return u64{members.mask} + 1 >= kMinBucketsWithTail;
 }
 inline TableTail* tail_of(const Members& members) {
     return reinterpret_cast<TableTail*>(members.buckets + members.mask + 1);
@@ -228,11 +228,11 @@ inline Member* make_member(void* block, const Key& key) {
 
 // The number of buckets of the largest table. Its members, at most three quarters of this number,
 // must be counted by an i32.
-constexpr u64 kMostBuckets = u64{1} << 31;
-static_assert(load_limit(kMostBuckets) <= INT32_MAX);
+constexpr u64 kMaxBuckets = u64{1} << 31;
+static_assert(load_limit(kMaxBuckets) <= INT32_MAX);
 
 // The longest key that a member can have.
-constexpr size_t kLongestKey = INT32_MAX;
+constexpr size_t kMaxKeyLength = INT32_MAX;
 
 // Returns the number of buckets of a table to which `size` members, at least one, were added one by
 // one.

@@ -209,7 +209,7 @@ inline void begin_node(wiq_json* node, u16 type, size_t home, bool in_chunk) {
 
 // The largest node that shares its block with its member. A member may keep the whole block after
 // the node is gone.
-constexpr size_t kLargestWithMember = 1024;
+constexpr size_t kMaxSizeWithMember = 1024;
 
 // The distance from a member to its node when both share a block: the member with its key and a
 // NUL, rounded up to a multiple of 8.
@@ -219,8 +219,8 @@ constexpr size_t member_span(size_t key_length) {
 static_assert(kHomeOfRoot < member_span(0) / 8, "no node with a member has a root's `home`");
 // The longest key whose member can share a block with its node. Even directly after a mark of a
 // chunk, the node's distance then fits the 6 bits of `home`.
-constexpr size_t kLongestWithNode = Chunks::kFarthest - sizeof(Member) - 1;
-static_assert(member_span(kLongestWithNode) == Chunks::kFarthest);
+constexpr size_t kMaxKeyLengthWithNode = Chunks::kMaxOffset - sizeof(Member) - 1;
+static_assert(member_span(kMaxKeyLengthWithNode) == Chunks::kMaxOffset);
 
 template <class Node>
 constexpr size_t kSizeInChunk = (sizeof(Node) + 7) / 8 * 8;
@@ -259,7 +259,7 @@ template <class Node>
 inline Node* new_node(u16 type, const Key* key = nullptr, Chunks* chunks = nullptr) {
     if (chunks != nullptr && key == nullptr)
         return new_elem<Node>(type, chunks);
-    if (chunks != nullptr && key->length <= kLongestWithNode)
+    if (chunks != nullptr && key->length <= kMaxKeyLengthWithNode)
         return new_member_node<Node>(type, *key, chunks);
     return static_cast<Node*>(allocate_node(type, sizeof(Node), key, chunks));
 }
@@ -279,7 +279,7 @@ wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* ke
                         Chunks* chunks = nullptr);
 
 // The largest table that can follow its node in the same block has this many slots or buckets.
-constexpr u64 kFewPlaces = 64;
+constexpr u64 kMaxInlineSlots = 64;
 
 // Returns a container of type `type` with room for a table of `places_behind` slots or buckets
 // directly after its node. Neither the table nor the fields after the header are set. Returns

@@ -34,7 +34,7 @@ wiq_json_t* make_object(i32 capacity, u8 flags, u32* err) {
     return obj;
 }
 
-static_assert(kFewPlaces < kLeastWithTail, "a table in its node's block has no tail");
+static_assert(kMaxInlineSlots < kMinBucketsWithTail, "a table in its node's block has no tail");
 
 // Doubles an object's table and renews its tail and its index. Returns false, with nothing changed,
 // when out of memory.
@@ -78,7 +78,7 @@ i32 add_member(ObjectNode* obj, Member** end, Member* member) {
     // The new member is linked into the old table first, so that growth moves it with the others:
     // the order of members depends on that.
     link_member(members, end, member);
-    if (members->size > load_limit(count) && (count == kMostBuckets || !grow_table(obj))) {
+    if (members->size > load_limit(count) && (count == kMaxBuckets || !grow_table(obj))) {
         unlink_member(members, member);
         return WIQ_ERR_NO_MEMORY;
     }
@@ -183,7 +183,7 @@ ObjectNode* new_object(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
 }
 
 ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key, Chunks* chunks) {
-    const u64 behind = buckets <= kFewPlaces ? buckets : 0;
+    const u64 behind = buckets <= kMaxInlineSlots ? buckets : 0;
     auto* obj = new_container<ObjectNode>(kJsonObject, behind, flags, key, chunks);
     if (obj == nullptr) {
         return nullptr;
@@ -201,7 +201,7 @@ ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key, Chunks* chunk
 }
 
 i32 make_table(ObjectNode* obj, u64 buckets) {
-    if (buckets > kMostBuckets) {
+    if (buckets > kMaxBuckets) {
         return WIQ_ERR_NO_MEMORY;
     }
     // calloc() also sets the tail: no index, and a first bucket of 0.
@@ -215,7 +215,7 @@ i32 make_table(ObjectNode* obj, u64 buckets) {
 
 Member* new_member(const Key& key) {
     void* block =
-        key.length <= kLongestKey ? std::malloc(sizeof(Member) + key.length + 1) : nullptr;
+        key.length <= kMaxKeyLength ? std::malloc(sizeof(Member) + key.length + 1) : nullptr;
     return block != nullptr ? make_member(block, key) : nullptr;
 }
 

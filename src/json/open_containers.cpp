@@ -196,7 +196,7 @@ i32 OpenContainers::finish_object(Frame* frame) {
     // The members of such a container are in the table already.
     if (frame->own_table)
         return list_table_of(*frame) ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
-    if (count > load_limit(kMostBuckets))
+    if (count > load_limit(kMaxBuckets))
         return WIQ_ERR_NO_MEMORY;
     const u64 buckets = count == 0 ? 0 : grown_buckets(count);
     const bool early = frame->node != nullptr;

@@ -142,7 +142,7 @@ inline i32 OpenContainers::give_elem(Frame& array, wiq_json* node) {
     }
     const size_t count = elems_.size() - array.first;
     if (array.node == nullptr)
-        return count > kFewPlaces ? make_now(&array) : 0;
+        return count > kMaxInlineSlots ? make_now(&array) : 0;
     settle(as<ArrayNode>(array.node), static_cast<i32>(count - 1), node);
     return 0;
 }
@@ -159,7 +159,7 @@ inline i32 OpenContainers::give_member(Frame& obj, wiq_json* node, Member* membe
     }
     if (obj.node != nullptr)
         settle(as<ObjectNode>(obj.node), member, node);
-    else if (members_.size() - obj.first > load_limit(kFewPlaces))
+    else if (members_.size() - obj.first > load_limit(kMaxInlineSlots))
         return make_now(&obj);
     return 0;
 }

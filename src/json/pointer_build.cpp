@@ -78,7 +78,7 @@ i32 append_pointer(const wiq_json* node, wiq_strbuf* buf, size_t extra) {
 
 }  // namespace
 
-i32 pointer_within(const wiq_json_t* node, char** out, u64 longest) {
+i32 pointer_within(const wiq_json_t* node, char** out, u64 max_length) {
     if (node == nullptr || out == nullptr)
         return WIQ_ERR_INVALID_ARG;
     wiq_strbuf buf;
@@ -86,7 +86,7 @@ i32 pointer_within(const wiq_json_t* node, char** out, u64 longest) {
     if (status == 0)
         status = append_pointer(node, &buf, 0);
     if (status == 0)
-        status = take_text(&buf, out, longest);
+        status = take_text(&buf, out, max_length);
     wiq_strbuf_finalize(&buf);
     return status;
 }
@@ -94,7 +94,7 @@ i32 pointer_within(const wiq_json_t* node, char** out, u64 longest) {
 }  // namespace ke::json
 
 i32 wiq_json_ptr(const wiq_json_t* node, char** out) {
-    return ke::json::pointer_within(node, out, ke::json::kLongestText);
+    return ke::json::pointer_within(node, out, ke::json::kMaxTextLength);
 }
 
 i32 wiq_json_ptr_ext(const wiq_json_t* node, wiq_strbuf* buf) {

@@ -34,8 +34,8 @@ inline constexpr double kPowersOfTen[kExactPower + 1] = {
 
 // The powers of five from 5^-27 to 5^55 as 128-bit significands whose highest bit is set. From 5^0
 // up they are exact. The reciprocals are rounded up, which is exact enough, see scale_by_power().
-constexpr int kLeastPower = -27;
-constexpr int kMostPower = 55;
+constexpr int kMinPower = -27;
+constexpr int kMaxPower = 55;
 struct PowersOfFive {
     struct Value {
         u64 hi;
@@ -43,14 +43,14 @@ struct PowersOfFive {
     };
     constexpr PowersOfFive() : values() {
         u128 power = 1;
-        for (int i = 0; i <= kMostPower; ++i, power *= 5) {
+        for (int i = 0; i <= kMaxPower; ++i, power *= 5) {
             u128 value = power;
             while (value >> 127 == 0)
                 value <<= 1;
             set(i, value);
         }
         power = 5;
-        for (int i = -1; i >= kLeastPower; --i, power *= 5) {
+        for (int i = -1; i >= kMinPower; --i, power *= 5) {
             // 2^(bits + 127) / power, one binary digit after another. The quotient has 128 digits
             // because 2^bits lies between the power and its double.
             int bits = 0;
@@ -66,20 +66,20 @@ struct PowersOfFive {
         }
     }
     constexpr void set(int power, u128 value) {
-        values[power - kLeastPower] = {static_cast<u64>(value >> 64), static_cast<u64>(value)};
+        values[power - kMinPower] = {static_cast<u64>(value >> 64), static_cast<u64>(value)};
     }
-    Value values[kMostPower - kLeastPower + 1];
+    Value values[kMaxPower - kMinPower + 1];
 };
 inline constexpr PowersOfFive kPowersOfFive;
 
 // Returns significand * 10^power, correctly rounded. The significand must not be 0, and the power
-// must lie between kLeastPower and kMostPower; all results are then normal numbers. This is
+// must lie between kMinPower and kMaxPower; all results are then normal numbers. This is
 // algorithm 1 of D. Lemire, "Number Parsing at a Gigabyte per Second", 2021. N. Mushtak and D.
 // Lemire, "Fast Number Parsing Without Fallback", 2023, explain why it needs no other conversion to
 // fall back on.
 [[gnu::always_inline]] inline double scale_by_power(u64 significand, int power) {
     constexpr int kMantissa = 52;  // bits stored
-    const PowersOfFive::Value five = kPowersOfFive.values[power - kLeastPower];
+    const PowersOfFive::Value five = kPowersOfFive.values[power - kMinPower];
     const int shift = std::countl_zero(significand);
     significand <<= shift;
     u128 product = static_cast<u128>(significand) * five.hi;
@@ -150,13 +150,13 @@ inline EightDigits read_eight_digits(const char* p) {
 // Reads an exponent after its "e". Returns its end, or nullptr if it is invalid or has more than
 // four digits.
 inline const char* read_exponent(const char* p, int* exponent) {
-    constexpr ptrdiff_t kMostDigits = 4;
+    constexpr ptrdiff_t kMaxDigits = 4;
     const bool negative = *p == '-';
     if (*p == '-' || *p == '+')
         ++p;
     u64 value = 0;
     const char* end = add_digits(p, p, &value);
-    if (end == p || end - p > kMostDigits)
+    if (end == p || end - p > kMaxDigits)
         return nullptr;
     *exponent = negative ? -static_cast<int>(value) : static_cast<int>(value);
     return end;
@@ -166,7 +166,7 @@ inline const char* read_exponent(const char* p, int* exponent) {
 // readable up to `safe_end`. Returns kNone for anything that the fast path cannot both validate and
 // convert, and for a number that is followed by a byte beyond ASCII, which makes it invalid.
 [[gnu::always_inline]] inline QuickNumber read_number(const char* first, const char* safe_end) {
-    constexpr ptrdiff_t kMostDigits = 19;  // of a significand: all of them fit
+    constexpr ptrdiff_t kMaxDigits = 19;  // of a significand: all of them fit
     const bool negative = *first == '-';
     const char* digits = negative ? first + 1 : first;
     u64 significand = 0;
@@ -183,7 +183,7 @@ inline const char* read_exponent(const char* p, int* exponent) {
             return {};
         count += p - fraction;
         // With more digits the significand and the power are not used.
-        power = count <= kMostDigits ? -static_cast<int>(p - fraction) : 0;
+        power = count <= kMaxDigits ? -static_cast<int>(p - fraction) : 0;
         is_real = true;
     }
     if (*p == 'e' || *p == 'E') {
@@ -198,17 +198,17 @@ inline const char* read_exponent(const char* p, int* exponent) {
         return {};
     if (!is_real) {
         const u64 limit = static_cast<u64>(INT64_MAX) + (negative ? 1 : 0);
-        if (count > kMostDigits || significand > limit)
+        if (count > kMaxDigits || significand > limit)
             return {};
         const u64 value = negative ? 0 - significand : significand;
         return {QuickNumber::kInteger, p, static_cast<i64>(value), 0};
     }
-    if (count > kMostDigits)
+    if (count > kMaxDigits)
         return {QuickNumber::kRealText, p, 0, 0};
     double value = static_cast<double>(significand);
     if (significand <= kExactSignificand && power <= kExactPower && power >= -kExactPower)
         value = power < 0 ? value / kPowersOfTen[-power] : value * kPowersOfTen[power];
-    else if (significand != 0 && power >= kLeastPower && power <= kMostPower)
+    else if (significand != 0 && power >= kMinPower && power <= kMaxPower)
         value = scale_by_power(significand, power);
     else
         return {QuickNumber::kRealText, p, 0, 0};

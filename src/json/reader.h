@@ -192,17 +192,17 @@ class StringReader {
         return static_cast<i8>(*next_++);
     }
 
-    // Finds text without a NUL after next_, each time twice as much as before, up to kLongest. So
+    // Finds text without a NUL after next_, each time twice as much as before, up to kMaxLookAhead. So
     // apart from the first piece, at most twice as much is examined as is consumed, and what was
     // examined is still in the nearest cache when it is read.
     void look_ahead() {
         const void* nul = memchr(next_, '\0', ahead_);
         plain_end_ = nul != nullptr ? static_cast<const char*>(nul) : next_ + ahead_;
-        if (ahead_ < kLongest)
+        if (ahead_ < kMaxLookAhead)
             ahead_ *= 2;
     }
 
-    static constexpr size_t kLongest = 16384;
+    static constexpr size_t kMaxLookAhead = 16384;
     static constexpr ptrdiff_t kLongRun = 16;
     static constexpr ptrdiff_t kLongNumber = 32;
 

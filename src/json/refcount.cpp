@@ -113,10 +113,10 @@ void order_by_address(const Members& members) {
 // or the capacity one of these values.
 constexpr u32 kChainedMembers = UINT32_MAX;
 constexpr i32 kChainedElems = -1;
-static_assert(kMostBuckets - 1 < kChainedMembers, "no table has this mask");
-// A container is turned into a chain if it has more than kFewPlaces children. Its table then has a
+static_assert(kMaxBuckets - 1 < kChainedMembers, "no table has this mask");
+// A container is turned into a chain if it has more than kMaxInlineSlots children. Its table then has a
 // block of its own and is freed without asking is_behind().
-static_assert(load_limit(kFewPlaces) <= kFewPlaces);
+static_assert(load_limit(kMaxInlineSlots) <= kMaxInlineSlots);
 
 // Turns an object's table into a chain, bucket by bucket from the highest addresses to the lowest.
 void chain_members(Members* members) {
@@ -155,13 +155,13 @@ void chain_elems(Elements* elems) {
 void begin_emptying(wiq_json* node) {
     if (node->type == kJsonArray) {
         Elements& elems = as<ArrayNode>(node)->elems;
-        if (elems.size > static_cast<i32>(kFewPlaces) && !is_weak(node)) {
+        if (elems.size > static_cast<i32>(kMaxInlineSlots) && !is_weak(node)) {
             chain_elems(&elems);
         }
         return;
     }
     Members& members = as<ObjectNode>(node)->members;
-    if (members.size > kFewPlaces) {
+    if (members.size > kMaxInlineSlots) {
         chain_members(&members);
     } else {
         members.size = members.buckets != nullptr ? members.mask + 1 : 0;

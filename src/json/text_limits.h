@@ -8,18 +8,18 @@
 
 namespace ke::json {
 
-constexpr u64 kLongestText = INT32_MAX;
+constexpr u64 kMaxTextLength = INT32_MAX;
 
 // Like the exported functions, but return WIQ_ERR_RANGE, with nothing changed, if the text is
-// longer than `longest` bytes.
-i32 sdump_within(wiq_json_t* node, char** out, u32 flags, u64 longest);
-i32 escape_within(const char* text, wiq_strbuf* buf, u64 longest);
-i32 pointer_within(const wiq_json_t* node, char** out, u64 longest);
+// longer than `max_length` bytes.
+i32 sdump_within(wiq_json_t* node, char** out, u32 flags, u64 max_length);
+i32 escape_within(const char* text, wiq_strbuf* buf, u64 max_length);
+i32 pointer_within(const wiq_json_t* node, char** out, u64 max_length);
 
 // Moves the buffer's text to *out and returns its length. Returns WIQ_ERR_RANGE or
 // WIQ_ERR_NO_MEMORY if that fails; *out is then unchanged and the text still belongs to the buffer.
-inline i32 take_text(wiq_strbuf* buf, char** out, u64 longest) {
-    if (buf->len > longest)
+inline i32 take_text(wiq_strbuf* buf, char** out, u64 max_length) {
+    if (buf->len > max_length)
         return WIQ_ERR_RANGE;
     const i32 length = static_cast<i32>(buf->len);
     char* text = wiq_strbuf_release(buf);

@@ -54,14 +54,14 @@ u64 truncate_unsigned(double value) {
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks) {
     constexpr size_t kUnit = 8;
     size_t offset = 0;
-    if (key != nullptr && key->length <= kLongestWithNode && size <= kLargestWithMember) {
+    if (key != nullptr && key->length <= kMaxKeyLengthWithNode && size <= kMaxSizeWithMember) {
         offset = member_span(key->length);
     }
     char* block = nullptr;
     size_t home = offset / kUnit;
     if (chunks == nullptr) {
         block = static_cast<char*>(std::malloc(offset + size));
-    } else if (offset + size <= Chunks::kLargestBlock && (key == nullptr || offset != 0)) {
+    } else if (offset + size <= Chunks::kMaxBlockSize && (key == nullptr || offset != 0)) {
         block = chunks->take((offset + size + kUnit - 1) / kUnit * kUnit, offset);
         home = block != nullptr ? chunks->distance(block + offset) : 0;
     } else {

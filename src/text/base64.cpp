@@ -184,8 +184,8 @@ i32 wiq_base64_encode(const u8* in, size_t n, char* out, size_t* out_len) {
     if (in == nullptr || out == nullptr || out_len == nullptr)
         return WIQ_ERR_INVALID_ARG;
     // Beyond this, the length of the text does not fit into a size_t.
-    constexpr size_t kLongest = SIZE_MAX / 4 * 3 - 3;
-    if (n > kLongest || *out_len < wiq_base64_encode_len(n)) {
+    constexpr size_t kMaxInput = SIZE_MAX / 4 * 3 - 3;
+    if (n > kMaxInput || *out_len < wiq_base64_encode_len(n)) {
         if (*out_len != 0)
             out[0] = '\0';
         return WIQ_ERR_BUFFER_TOO_SMALL;

@@ -40,19 +40,19 @@ u64 size_or(int size, u64 otherwise) {
 // Returns the largest number of separators between groups (or blocks) of `unit` cells that a line
 // of `cells` can contain. The whole dump has `total` cells. If the unit does not divide the line,
 // this is one more than the quotient.
-u64 most_separators(u64 cells, u64 unit, u64 total) {
+u64 max_separators(u64 cells, u64 unit, u64 total) {
     return unit >= total ? 0 : cells / unit + (cells % unit != 0);
 }
 
 // Computes the size in bytes of the text of one line with its NUL; returns false if it does not fit
 // into 64 bits.
 bool text_size(const Layout& layout, u64 cells, u64 total, u64* size) {
-    const u64 blocks = most_separators(cells, layout.block, total);
+    const u64 blocks = max_separators(cells, layout.block, total);
     u64 gaps = 0;
     return !__builtin_mul_overflow(cells, u64{2}, size) &&
            !__builtin_mul_overflow(blocks, layout.gap, &gaps) &&
            !__builtin_add_overflow(*size, gaps, size) &&
-           !__builtin_add_overflow(*size, most_separators(cells, layout.group, total) + 1, size);
+           !__builtin_add_overflow(*size, max_separators(cells, layout.group, total) + 1, size);
 }
 
 // Writes the characters of a line of `bytes`, padded with spaces to `cells`, and terminates them.

@@ -159,7 +159,7 @@ bool is_too_long(const char* first, const char* end, u32 base) {
 // zero.
 double read_too_long(const char* p, const char* end, u32 base) {
     constexpr size_t kDigits = 767;
-    constexpr i64 kLargest = 2000;  // greater than the exponent of any double, in either base
+    constexpr i64 kMaxOrder = 2000;  // greater than the exponent of any double, in either base
     const char mark = base == 16 ? 'p' : 'e';
     const i64 weight = base == 16 ? 4 : 1;
     const i64 order = order_of(p, end, base);
@@ -174,9 +174,9 @@ double read_too_long(const char* p, const char* end, u32 base) {
         else
             more = more || *p != '0';
     }
-    if (count == 0 || order < -kLargest)
+    if (count == 0 || order < -kMaxOrder)
         return 0.0;
-    if (order > kLargest)
+    if (order > kMaxOrder)
         return std::numeric_limits<double>::infinity();
     if (more)
         text[count++] = '1';

@@ -74,7 +74,7 @@ TEST(Line, TheIniParserPassesItOn) {
 }
 
 TEST(Line, TheLimitOfUsers) {
-    EXPECT_EQ(ke::kLongestLine, size_t{INT32_MAX});
+    EXPECT_EQ(ke::kMaxLineLength, size_t{INT32_MAX});
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ constexpr bool kOneBlockEach = true;
 constexpr bool kOneBlockEach = false;
 #endif
 
-constexpr long kLargestChunk = 16 * 1024;
+constexpr long kMaxChunkSize = 16 * 1024;
 
 Tree parse(const std::string& text) {
     return Tree(wiq_json_loads(text.c_str(), 0, nullptr));
@@ -71,7 +71,7 @@ TEST(Chunks, BlocksOfAllSizesFindTheirChunk) {
     {
         Chunks chunks;
         for (size_t i = 0; i < 20000; ++i) {
-            const size_t offset = random() % (Chunks::kFarthest / 8 + 1) * 8;
+            const size_t offset = random() % (Chunks::kMaxOffset / 8 + 1) * 8;
             const size_t node = random() % 4 == 0 ? random() % 512 : 24 + random() % 16;
             const size_t size = offset + (std::max<size_t>(node, 24) + 7) / 8 * 8;
             char* block = chunks.take(size, offset);
@@ -317,7 +317,7 @@ TEST(Chunks, WhatAKeptNodeKeepsOfALargeDocument) {
         wiq_json_ref(node);
         large.reset();
         EXPECT_GT(live_bytes(), before);
-        EXPECT_LE(live_bytes() - before, kLargestChunk) << kept;
+        EXPECT_LE(live_bytes() - before, kMaxChunkSize) << kept;
         wiq_json_unref(node);
         EXPECT_EQ(live_bytes(), before);
     }

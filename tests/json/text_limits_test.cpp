@@ -17,7 +17,7 @@ using ke::json::pointer_within;
 using ke::json::sdump_within;
 
 TEST(TextLimits, OfUsers) {
-    EXPECT_EQ(ke::json::kLongestText, u64{INT32_MAX});
+    EXPECT_EQ(ke::json::kMaxTextLength, u64{INT32_MAX});
 }
 
 // Calls a function with a limit that its text of `length` bytes just meets, and with a limit one lower.
