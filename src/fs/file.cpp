@@ -75,8 +75,8 @@ void trim_line(Line* line) {
 }
 
 // Reads a line that begins with the byte `c`. Returns its length; WIQ_ERR_NO_MEMORY; or WIQ_ERR_IO
-// for a line longer than `max_length`, whose next byte is then still to be read. The buffer holds the
-// line as far as it was read, with a NUL unless memory ran out.
+// for a line longer than `max_length`, whose next byte is then still to be read. The buffer holds
+// the line as far as it was read, with a NUL unless memory ran out.
 i32 read_line(Line* line, int c, FILE* stream, size_t max_length) {
     for (; c != EOF; c = ke::os::getc_locked(stream)) {
         if (line->length == max_length) {

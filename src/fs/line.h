@@ -12,8 +12,8 @@ namespace ke {
 // The longest line whose length can be returned.
 constexpr size_t kMaxLineLength = INT32_MAX;
 
-// Does what wiq_getline() does, for valid arguments and a locked stream. `max_length` is smaller only
-// in tests.
+// Does what wiq_getline() does, for valid arguments and a locked stream. `max_length` is smaller
+// only in tests.
 i32 getline_locked(char** line, size_t* size, FILE* stream, size_t max_length = kMaxLineLength);
 
 // Does what wiq_ini_parse() does, for lines of at most `longest_line` bytes.

@@ -49,7 +49,7 @@ wiq_json_t* make_array(i32 capacity, u8 flags, u32* err) {
 // and is neither the array itself nor one of its ancestors.
 bool may_take(const wiq_json_t* array, wiq_json_t* child) {
     return child != nullptr &&
-           (is_weak(array) || (child->parent == nullptr && !closes_ring(array, child)));
+           (is_weak(array) || (child->parent == nullptr && !would_form_cycle(array, child)));
 }
 
 // Puts a child after the last element. Returns 0, or WIQ_ERR_NO_MEMORY with the elements unchanged.
@@ -60,21 +60,21 @@ i32 append(ArrayNode* array, wiq_json* child) {
     }
     elems->data[elems->size] = child;
     touch_to_attach(array, child);
-    settle(array, elems->size++, child);
+    link_to_parent(array, elems->size++, child);
     return 0;
 }
 
 }  // namespace
 
 ArrayNode* new_array(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
-    const bool behind = capacity > 0 && static_cast<u64>(capacity) <= kMaxInlineSlots;
-    auto* array = new_container<ArrayNode>(kJsonArray, behind ? static_cast<u64>(capacity) : 0,
-                                           flags, key, chunks);
+    const bool inline_table = capacity > 0 && static_cast<u64>(capacity) <= kMaxInlineSlots;
+    auto* array = new_container<ArrayNode>(
+        kJsonArray, inline_table ? static_cast<u64>(capacity) : 0, flags, key, chunks);
     if (array == nullptr) {
         return nullptr;
     }
     array->elems = {};
-    if (behind) {
+    if (inline_table) {
         array->elems = {{reinterpret_cast<wiq_json**>(array + 1)}, 0, capacity};
     } else if (capacity > 0 && reserve(array, capacity) != 0) {
         free_node(array);
@@ -105,7 +105,7 @@ wiq_json* swap_elem(ArrayNode* array, i32 index, i32 position, wiq_json* child) 
     elems_of(array)[index] = child;
     touch_to_attach(array, child);
     count_up(child);
-    settle(array, position, child);
+    link_to_parent(array, position, child);
     return old;
 }
 
@@ -216,12 +216,12 @@ wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u32 flags
         return nullptr;
     }
     const ArrayNode* node = to_array(array);
-    const i32 place = node != nullptr ? resolve_index(node, index) : -1;
-    if (place < 0) {
+    const i32 slot = node != nullptr ? resolve_index(node, index) : -1;
+    if (slot < 0) {
         report(err, node != nullptr ? WIQ_ERR_INDEX_OUT_OF_RANGE : WIQ_ERR_INVALID_ARG);
         return nullptr;
     }
-    wiq_json_t* elem = elems_of(node)[place];
+    wiq_json_t* elem = elems_of(node)[slot];
     u32 status = 0;
     if ((flags & WIQ_JSON_FOLLOW_REFS) != 0 && elem->type == kJsonRef) {
         elem = wiq_json_jref_deref(elem, &status);
@@ -239,20 +239,20 @@ wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child,
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }
-    const i32 place = resolve_index(node, index);
-    if (place < 0) {
+    const i32 slot = resolve_index(node, index);
+    if (slot < 0) {
         report(err, WIQ_ERR_INDEX_OUT_OF_RANGE);
         return nullptr;
     }
     report(err, 0);
-    if (child == elems_of(node)[place]) {
+    if (child == elems_of(node)[slot]) {
         // Only in a weak array. The child stays, and the caller gets a reference to release as
         // always.
         count_up(child);
         return child;
     }
     // The child's position is the index as the caller gave it, even if it is negative.
-    return swap_elem(node, place, index, child);
+    return swap_elem(node, slot, index, child);
 }
 
 i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child) {

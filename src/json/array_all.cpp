@@ -60,10 +60,10 @@ i32 sort_marked(ArrayNode* array, i32 size, i32 marks) {
         std::sort(elems, elems + size_of(array), comes_before);
         return kept;
     }
-    i32 place = 0;
+    i32 slot = 0;
     for (i32 i = 0; i < size_of(array); ++i) {
         if (!is_marked(elems[i], size, marks)) {
-            std::swap(elems[place++], elems[i]);
+            std::swap(elems[slot++], elems[i]);
         }
     }
     return kept;
@@ -83,19 +83,19 @@ i32 filter_strong(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
 
 // Weak arrays: the positions belong to the elements' own parents, and the callback may use them. So
 // they are left alone until the callback has given its last answer. A weak array may list a node
-// more than once; if the node is dropped in one slot, its number counts in all slots. A Place
+// more than once; if the node is dropped in one slot, its number counts in all slots. A FilterSlot
 // stands for one slot.
-struct Place {
+struct FilterSlot {
     wiq_json* elem;
     // The pointer that was a dropped node's position. While it is kept here, the position leads to
-    // this Place.
+    // this FilterSlot.
     const char* key;
     i32 rank;
     u32 index : 31;
     u32 dropped : 1;
 };
 // A tagged pointer has its lowest bit set.
-static_assert(alignof(Place) % 2 == 0 && sizeof(Member) % 2 == 0);
+static_assert(alignof(FilterSlot) % 2 == 0 && sizeof(Member) % 2 == 0);
 
 // Returns whether an element's position is a pointer: a member's key, or the record of a root's
 // document.
@@ -103,32 +103,33 @@ bool has_pointer(const wiq_json* elem) {
     return wiq_json_is_obj(elem->parent) || has_document(elem);
 }
 
-// The address of a Place plus 1 can be stored in a position (tag()) and recognised there
-// (tagged_place()): it is odd. A key follows its member, and members and records are aligned as
+// The address of a FilterSlot plus 1 can be stored in a position (tag()) and recognised there
+// (tagged_slot()): it is odd. A key follows its member, and members and records are aligned as
 // blocks are, so their addresses are even.
-const char* tag(const Place* place) {
-    return reinterpret_cast<const char*>(place) + 1;
+const char* tag(const FilterSlot* slot) {
+    return reinterpret_cast<const char*>(slot) + 1;
 }
-const Place* tagged_place(const wiq_json* elem) {
+const FilterSlot* tagged_slot(const wiq_json* elem) {
     const char* key = elem->position.key;
-    return reinterpret_cast<u64>(key) % 2 != 0 ? reinterpret_cast<const Place*>(key - 1) : nullptr;
+    return reinterpret_cast<u64>(key) % 2 != 0 ? reinterpret_cast<const FilterSlot*>(key - 1)
+                                               : nullptr;
 }
 
 // Numbers the dropped nodes, in order, and writes the numbers into their positions; `key` keeps the
 // pointers that stood there.
-void number_dropped(Place* places, i32 size) {
+void number_dropped(FilterSlot* slots, i32 size) {
     i32 number = size;
     for (i32 i = 0; i < size; ++i) {
-        Place& place = places[i];
-        if (!place.dropped) {
+        FilterSlot& slot = slots[i];
+        if (!slot.dropped) {
             continue;
         }
-        place.rank = number++;
-        if (has_pointer(place.elem)) {
-            place.key = place.elem->position.key;
-            place.elem->position.key = tag(&place);
+        slot.rank = number++;
+        if (has_pointer(slot.elem)) {
+            slot.key = slot.elem->position.key;
+            slot.elem->position.key = tag(&slot);
         } else {
-            place.elem->position.index = static_cast<u32>(place.rank);
+            slot.elem->position.index = static_cast<u32>(slot.rank);
         }
     }
 }
@@ -139,42 +140,42 @@ i32 rank_of(const wiq_json* elem) {
     if (!has_pointer(elem)) {
         return static_cast<i32>(elem->position.index);
     }
-    const Place* place = tagged_place(elem);
-    return place != nullptr ? place->rank : 0;
+    const FilterSlot* slot = tagged_slot(elem);
+    return slot != nullptr ? slot->rank : 0;
 }
 
 // Restores the pointers, the last one first: a node that was dropped twice was tagged twice. Any
 // other node without a parent has no position; it is cleared, so that the node counts as 0 the next
 // time, too. A dropped node whose parent is an array keeps its number as its position.
-void restore_positions(Place* places, i32 size) {
+void restore_positions(FilterSlot* slots, i32 size) {
     for (i32 i = size - 1; i >= 0; --i) {
-        wiq_json* elem = places[i].elem;
-        if (places[i].key != nullptr) {
-            elem->position.key = places[i].key;
+        wiq_json* elem = slots[i].elem;
+        if (slots[i].key != nullptr) {
+            elem->position.key = slots[i].key;
         } else if (elem->parent == nullptr && !has_document(elem)) {
             unlink_from_parent(elem);
         }
     }
 }
 
-bool ranks_before(const Place& a, const Place& b) {
+bool ranks_before(const FilterSlot& a, const FilterSlot& b) {
     return a.rank != b.rank ? a.rank < b.rank : a.index < b.index;
 }
 
 // Sorts the first `size` elements by their ranks, which are read once the dropped nodes are
 // numbered. Elements of equal rank keep their order.
-void sort_by_rank(ArrayNode* array, Place* places, i32 size) {
+void sort_by_rank(ArrayNode* array, FilterSlot* slots, i32 size) {
     for (i32 i = 0; i < size; ++i) {
-        places[i].elem = elems_of(array)[i];
+        slots[i].elem = elems_of(array)[i];
     }
-    number_dropped(places, size);
+    number_dropped(slots, size);
     for (i32 i = 0; i < size; ++i) {
-        places[i].rank = rank_of(places[i].elem);
+        slots[i].rank = rank_of(slots[i].elem);
     }
-    restore_positions(places, size);
-    std::sort(places, places + size, ranks_before);
+    restore_positions(slots, size);
+    std::sort(slots, slots + size, ranks_before);
     for (i32 i = 0; i < size; ++i) {
-        elems_of(array)[i] = places[i].elem;
+        elems_of(array)[i] = slots[i].elem;
     }
 }
 
@@ -183,36 +184,37 @@ i32 filter_weak(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
     if (size == 0) {
         return 0;
     }
-    auto* places = static_cast<Place*>(std::malloc(static_cast<size_t>(size) * sizeof(Place)));
-    if (places == nullptr) {
+    auto* slots =
+        static_cast<FilterSlot*>(std::malloc(static_cast<size_t>(size) * sizeof(FilterSlot)));
+    if (slots == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
     i32 asked = 0;
     i32 dropped = 0;
     for (; asked < size && asked < size_of(array); ++asked) {
         const bool drop = !keep(elems_of(array)[asked], user);
-        places[asked] = {nullptr, nullptr, 0, static_cast<u32>(asked) & INT32_MAX, drop};
+        slots[asked] = {nullptr, nullptr, 0, static_cast<u32>(asked) & INT32_MAX, drop};
         dropped += drop ? 1 : 0;
     }
     if (dropped != 0) {
-        sort_by_rank(array, places, std::min(asked, size_of(array)));
+        sort_by_rank(array, slots, std::min(asked, size_of(array)));
     }
-    std::free(places);
+    std::free(slots);
     return dropped != 0 ? wiq_json_array_pop(array, dropped) : 0;
 }
 
 }  // namespace
 
-i32 place_of(const ArrayNode* array, const wiq_json* elem) {
+i32 slot_of(const ArrayNode* array, const wiq_json* elem) {
     const i32 guess = resolve_index(array, static_cast<i32>(elem->position.index));
     if (guess >= 0 && elems_of(array)[guess] == elem) {
         return guess;
     }
-    i32 place = 0;
-    while (elems_of(array)[place] != elem) {
-        ++place;
+    i32 slot = 0;
+    while (elems_of(array)[slot] != elem) {
+        ++slot;
     }
-    return place;
+    return slot;
 }
 
 void renumber(ArrayNode* array) {

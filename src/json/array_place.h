@@ -18,7 +18,7 @@ inline i32 resolve_index(const ArrayNode* array, i32 index) {
 // Returns the slot of an element of this array. The element's position is a first guess that is
 // confirmed: it may be a negative index that meant another slot when the array was shorter, or a
 // number that a filter of a weak array has left.
-i32 place_of(const ArrayNode* array, const wiq_json* elem);
+i32 slot_of(const ArrayNode* array, const wiq_json* elem);
 
 // Puts the child in the slot `index` and hands the old element over to the caller. The child's
 // position becomes `position`.

@@ -27,26 +27,26 @@ inline char* end_of(const Member* member) {
     return reinterpret_cast<char*>(const_cast<Member*>(member)) + member_span(member->key_length());
 }
 
-// Returns whether a node that may have been made with a key has no member in its block: it stands at
-// the start of the block or directly after the mark of its own chunk, or it is a root that has a
+// Returns whether a node that may have been made with a key has no member in its block: it stands
+// at the start of the block or directly after the mark of its own chunk, or it is a root that has a
 // record. Any other node with a key is farther from there, by at least the size of a member.
-inline bool is_without_member(const wiq_json* node) {
+inline bool has_own_block(const wiq_json* node) {
     static_assert(Chunks::kDistanceAlone < member_span(0) / 8);
     return node->home <= Chunks::kDistanceAlone;
 }
 
 // Returns whether a member and its child were made in one block, the node directly after its
-// member. No other node that may have a member directly follows one: in a chunk, a mark, the chunk's
-// header or another node precedes it.
-inline bool is_made_with(const Member* member, const wiq_json* child) {
-    return !is_without_member(child) && end_of(member) == reinterpret_cast<const char*>(child);
+// member. No other node that may have a member directly follows one: in a chunk, a mark, the
+// chunk's header or another node precedes it.
+inline bool shares_block(const Member* member, const wiq_json* child) {
+    return !has_own_block(child) && end_of(member) == reinterpret_cast<const char*>(child);
 }
 
 // Returns the member of a new node that was made with this key: the one in the node's block, or a
 // new one in a block of its own, which is listed if `chunks` is given. Returns nullptr when out of
 // memory.
-inline Member* member_of(wiq_json* node, const Key& key, Chunks* chunks = nullptr) {
-    if (!is_without_member(node))
+inline Member* member_for(wiq_json* node, const Key& key, Chunks* chunks = nullptr) {
+    if (!has_own_block(node))
         return reinterpret_cast<Member*>(reinterpret_cast<char*>(node) - member_span(key.length));
     Member* member = new_member(key);
     if (member == nullptr || chunks == nullptr || chunks->list(member))
@@ -61,11 +61,11 @@ inline Member* member_of(wiq_json* node, const Key& key, Chunks* chunks = nullpt
 inline bool list_table(Chunks* chunks, wiq_json* container) {
     if (container->type == kJsonArray) {
         const auto* array = as<ArrayNode>(container);
-        return array->elems.data == nullptr || is_behind(array, array->elems.data) ||
+        return array->elems.data == nullptr || is_inline(array, array->elems.data) ||
                chunks->list(array->elems.data);
     }
     const auto* obj = as<ObjectNode>(container);
-    if (obj->members.buckets == nullptr || is_behind(obj, obj->members.buckets))
+    if (obj->members.buckets == nullptr || is_inline(obj, obj->members.buckets))
         return true;
     const bool listed = chunks->list(obj->members.buckets);
     if (listed && index_of(obj->members) != nullptr)
@@ -137,7 +137,7 @@ inline void unshare_block(Member* member, wiq_json* node) {
 
 // Frees a node that is not in a chunk. If its block begins with a member that is still in an
 // object, the member frees the block later.
-inline void free_node_apart(wiq_json* node) {
+inline void free_node_outside_chunks(wiq_json* node) {
     void* block = home_of(node);
     if (node->home != 0 && static_cast<Member*>(block)->is_shared() &&
         static_cast<Member*>(block)->unshare())
@@ -148,22 +148,22 @@ inline void free_node(wiq_json* node) {
     if (node->in_chunk != 0)
         release_blocks(*mark_of(node), 1);
     else
-        free_node_apart(node);
+        free_node_outside_chunks(node);
 }
 // Frees a node without touching its document.
 inline void drop_node(wiq_json* node) {
     if (node->in_chunk != 0)
         drop_blocks(*mark_of(node), 1);
     else
-        free_node_apart(node);
+        free_node_outside_chunks(node);
 }
 
 // Frees a member that is in no table. Its child must be alive: the child's header says whether the
 // child owns the block, and then nothing is done.
-void free_member_apart(Member* member);
+void free_separate_member(Member* member);
 inline void free_member(Member* member) {
-    if (!is_made_with(member, member->child))
-        free_member_apart(member);
+    if (!shares_block(member, member->child))
+        free_separate_member(member);
 }
 
 }  // namespace ke::json

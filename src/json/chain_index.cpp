@@ -53,7 +53,7 @@ ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
 
 ChainIndex* ChainIndex::make(u64 buckets) {
     // One entry for each member that the table holds before it grows, and one for the member that
-    // makes it grow: that member is linked before the table grows (add_member() in object.cpp).
+    // makes it grow: that member is linked before the table grows (insert_member() in object.cpp).
     const size_t size =
         sizeof(ChainIndex) + 2 * buckets * sizeof(u32) + (load_limit(buckets) + 1) * sizeof(Entry);
     // calloc() takes large blocks from the system, which makes their pages zero when they are first
@@ -84,7 +84,7 @@ Member* ChainIndex::find(const Key& key) const {
     return found != nullptr ? found->member : nullptr;
 }
 
-Member** ChainIndex::slot_of(const Members& members, const Key& key) const {
+Member** ChainIndex::link_of(const Members& members, const Key& key) const {
     const u64 bucket = bucket_of(key.hash, members.mask);
     const Entry* found = entry_of(key);
     if (found == nullptr)
@@ -97,7 +97,7 @@ void ChainIndex::cover(Member* chain, u64 bucket) {
         append(chain, bucket);
 }
 
-void ChainIndex::cover_again(const ChainIndex& old, u64 old_bucket, u64 bucket) {
+void ChainIndex::cover_reversed(const ChainIndex& old, u64 old_bucket, u64 bucket) {
     // From the last member to the first: growth has reversed the chain.
     for (u32 number = old.tails()[old_bucket]; number != 0; number = old.entry(number)->previous) {
         const Entry* one = old.entry(number);
@@ -123,7 +123,7 @@ void ChainIndex::append(Member* member, u64 bucket, u32 hash) {
     *tail = number;
 }
 
-u32* ChainIndex::link_to(const Member* member) const {
+u32* ChainIndex::entry_link_to(const Member* member) const {
     u32* link = head_of(secret_hash(Key(member)));
     // Ends, since each member of a covered chain has an entry.
     while (entry(*link)->member != member)
@@ -133,7 +133,7 @@ u32* ChainIndex::link_to(const Member* member) const {
 
 void ChainIndex::unlink(Members* members, const Member* member) {
     const u64 bucket = bucket_of(member->hash, members->mask);
-    u32* link = link_to(member);
+    u32* link = entry_link_to(member);
     const u32 number = *link;
     Entry* gone = entry(number);
     *link = gone->link;
@@ -155,13 +155,13 @@ Member* find_after(const Members& members, const Key& key, Member* from) {
     return from;
 }
 
-Member** slot_after(const Members& members, const Key& key, Member** from) {
+Member** link_after(const Members& members, const Key& key, Member** from) {
     const u64 bucket = bucket_of(key.hash, members.mask);
     const ChainIndex* index = index_over(members, bucket);
     if (index == nullptr && is_long(members.buckets[bucket]))
         index = index_to_add_to(members, bucket);
     if (index != nullptr)
-        return index->slot_of(members, key);
+        return index->link_of(members, key);
     while (*from != nullptr && !has_key(*from, key))
         from = &(*from)->next;
     return from;
@@ -181,7 +181,7 @@ void append_member(Members* members, Member* member) {
     link_member(members, end, member);
 }
 
-void index_again(Members* members, ChainIndex* old, u64 old_buckets) {
+void rebuild_index(Members* members, ChainIndex* old, u64 old_buckets) {
     ChainIndex* index = ChainIndex::make(2 * old_buckets);
     tail_of(*members)->index = index;
     for (u64 from = 0; index != nullptr && from < old_buckets; ++from) {
@@ -189,13 +189,13 @@ void index_again(Members* members, ChainIndex* old, u64 old_buckets) {
             continue;
         for (const u64 bucket : {from, from + old_buckets}) {
             if (is_long(members->buckets[bucket]))
-                index->cover_again(*old, from, bucket);
+                index->cover_reversed(*old, from, bucket);
         }
     }
     free(old);
 }
 
-void free_index(const Members& members) {
+void free_index_of_large(const Members& members) {
     if (members.buckets != nullptr)
         free(tail_of(members)->index);
 }

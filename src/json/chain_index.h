@@ -41,7 +41,7 @@ class ChainIndex {
     // Returns the member with this key, otherwise nullptr. The key's chain must be covered.
     Member* find(const Key& key) const;
     // Returns the link to that member, or the null link at the end of the chain.
-    Member** slot_of(const Members& members, const Key& key) const;
+    Member** link_of(const Members& members, const Key& key) const;
     // Returns the link at the end of a covered chain.
     Member** end_of(u64 bucket) const { return &entry(tails()[bucket])->member->next; }
 
@@ -51,9 +51,9 @@ class ChainIndex {
     void append(Member* member, u64 bucket) { append(member, bucket, secret_hash(Key(member))); }
     // Covers a chain that growth has made from one that `old` covers: takes over the entries of the
     // members in this bucket, in reversed order, as growth has reversed the chain.
-    void cover_again(const ChainIndex& old, u64 old_bucket, u64 bucket);
+    void cover_reversed(const ChainIndex& old, u64 old_bucket, u64 bucket);
     // Lets the entry of `old` stand for the member that has replaced it and has the same key.
-    void replace(const Member* old, Member* member) { entry(*link_to(old))->member = member; }
+    void replace(const Member* old, Member* member) { entry(*entry_link_to(old))->member = member; }
     // Takes a member out of its chain, which must be covered.
     void unlink(Members* members, const Member* member);
 
@@ -81,7 +81,7 @@ class ChainIndex {
     }
     u32* head_of(u32 hash) const { return &heads()[hash & (buckets_ - 1)]; }
     // Returns the link, in a head or in an entry, to the member's entry. There must be one.
-    u32* link_to(const Member* member) const;
+    u32* entry_link_to(const Member* member) const;
 
     u64 buckets_;
     u32 used_;  // entries that have been in use: those with higher numbers were never touched
@@ -128,12 +128,12 @@ inline void unlink_member(Members* members, const Member* member) {
     --members->size;
 }
 
-// Puts a member in the place of the one at *place, which has the same key and then belongs to the
+// Puts a member in the place of the one at *link, which has the same key and then belongs to the
 // caller.
-inline void replace_member(const Members& members, Member** place, Member* member) {
-    Member* old = *place;
+inline void replace_member(const Members& members, Member** link, Member* member) {
+    Member* old = *link;
     member->next = old->next;
-    *place = member;
+    *link = member;
     if (ChainIndex* index = index_over(members, bucket_of(member->hash, members.mask)))
         index->replace(old, member);
 }
@@ -141,13 +141,13 @@ inline void replace_member(const Members& members, Member** place, Member* membe
 // Called after a table has grown from `old_buckets` buckets, with the index that it had. Frees that
 // index. Each chain that comes from a chain it covered gets a new index if it is still long and
 // there is enough memory.
-void index_again(Members* members, ChainIndex* old, u64 old_buckets);
+void rebuild_index(Members* members, ChainIndex* old, u64 old_buckets);
 
 // Frees the index of a table that is about to be freed. The object may have no table.
-void free_index(const Members& members);
-inline void drop_index(const Members& members) {
+void free_index_of_large(const Members& members);
+inline void free_index(const Members& members) {
     if (members.mask >= kMinBucketsWithTail - 1) [[unlikely]]
-        free_index(members);
+        free_index_of_large(members);
 }
 
 }  // namespace ke::json

@@ -109,7 +109,7 @@ char* Chunks::take_alone(size_t size) {
 }
 
 bool Chunks::list(void* block) {
-    return make_document() && list_apart(document_, block);
+    return make_document() && list_block(document_, block);
 }
 
 }  // namespace ke::json

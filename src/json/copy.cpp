@@ -9,18 +9,18 @@ namespace ke::json {
 namespace {
 
 // A container of the source whose children are being copied, and the next one.
-struct OpenSource {
+struct Frame {
     const wiq_json* container;
     const Member* member;  // of an object: the next one to be copied
     i32 index;             // of an array: the next element's
 };
 
-OpenSource open(const wiq_json* container) {
-    OpenSource source{container, nullptr, 0};
+Frame frame_of(const wiq_json* container) {
+    Frame frame{container, nullptr, 0};
     if (container->type == kJsonObject) {
-        source.member = first_member(as<ObjectNode>(container));
+        frame.member = first_member(as<ObjectNode>(container));
     }
-    return source;
+    return frame;
 }
 
 // Returns a copy of one node. A container's copy has no children yet, but a table with room for all
@@ -58,17 +58,17 @@ wiq_json* copy_node(const wiq_json* node, const Key* key, Chunks* chunks, i32* s
 
 // A container that was met while the children of another one were copied, and its copy. Its
 // children are copied next. nullptr if no container was met.
-struct Inside {
+struct NextContainer {
     const wiq_json* container;
     wiq_json* copy;
 };
 
 // Copies elements up to and including the first container. Returns 0, WIQ_ERR_NO_MEMORY or
 // WIQ_ERR_BAD_JSON_TYPE. The copy's table has room for all of them.
-i32 copy_elems(OpenSource* source, ArrayNode* parent, Chunks* chunks, Inside* inside) {
-    const auto* array = as<ArrayNode>(source->container);
+i32 copy_elems(Frame* frame, ArrayNode* parent, Chunks* chunks, NextContainer* next) {
+    const auto* array = as<ArrayNode>(frame->container);
     i32 status = 0;
-    for (i32& i = source->index; i < size_of(array);) {
+    for (i32& i = frame->index; i < size_of(array);) {
         const wiq_json* child = elems_of(array)[i];
         wiq_json* copy = copy_node(child, nullptr, chunks, &status);
         if (copy == nullptr) {
@@ -76,11 +76,11 @@ i32 copy_elems(OpenSource* source, ArrayNode* parent, Chunks* chunks, Inside* in
         }
         copy->refcount = 1;
         parent->elems.data[i] = copy;
-        settle(parent, i, copy);
+        link_to_parent(parent, i, copy);
         // Counted at once, so that a failure leaves a tree that can be released.
         parent->elems.size = ++i;
         if (is_container(child)) {
-            *inside = {child, copy};
+            *next = {child, copy};
             return 0;
         }
     }
@@ -89,25 +89,25 @@ i32 copy_elems(OpenSource* source, ArrayNode* parent, Chunks* chunks, Inside* in
 
 // As above, for members. The copy's table has room for all of them, and no two of the source's
 // members have the same key, so that append_member() need not search or grow.
-i32 copy_members(OpenSource* source, ObjectNode* parent, Chunks* chunks, Inside* inside) {
+i32 copy_members(Frame* frame, ObjectNode* parent, Chunks* chunks, NextContainer* next) {
     i32 status = 0;
-    while (const Member* member = source->member) {
-        source->member = next_member(as<ObjectNode>(source->container), member);
+    while (const Member* member = frame->member) {
+        frame->member = next_member(as<ObjectNode>(frame->container), member);
         const Key key(member);
         wiq_json* copy = copy_node(member->child, &key, chunks, &status);
         if (copy == nullptr) {
             return status;
         }
         copy->refcount = 1;
-        Member* placed = member_of(copy, key, chunks);
+        Member* placed = member_for(copy, key, chunks);
         if (placed == nullptr) {
             wiq_json_delete_impl(copy);
             return WIQ_ERR_NO_MEMORY;
         }
         append_member(&parent->members, placed);
-        settle(parent, placed, copy);
+        link_to_parent(parent, placed, copy);
         if (is_container(copy)) {
-            *inside = {member->child, copy};
+            *next = {member->child, copy};
             return 0;
         }
     }
@@ -117,32 +117,32 @@ i32 copy_members(OpenSource* source, ObjectNode* parent, Chunks* chunks, Inside*
 // Copies everything below the source's root into the root's copy. Tables are listed when their
 // containers are complete, except for the root's.
 i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
-    SmallStack<OpenSource, 32> outer;
+    SmallStack<Frame, 32> frames;
     Chunks chunks;
-    OpenSource source = open(root);
+    Frame frame = frame_of(root);
     wiq_json* parent = root_copy;
     for (;;) {
-        Inside inside = {nullptr, nullptr};
+        NextContainer next = {nullptr, nullptr};
         const i32 status = parent->type == kJsonArray
-                               ? copy_elems(&source, as<ArrayNode>(parent), &chunks, &inside)
-                               : copy_members(&source, as<ObjectNode>(parent), &chunks, &inside);
+                               ? copy_elems(&frame, as<ArrayNode>(parent), &chunks, &next)
+                               : copy_members(&frame, as<ObjectNode>(parent), &chunks, &next);
         if (status != 0) {
             return status;
         }
-        if (inside.copy != nullptr) {
-            if (!outer.push(source)) {
+        if (next.copy != nullptr) {
+            if (!frames.push(frame)) {
                 return WIQ_ERR_NO_MEMORY;
             }
-            source = open(inside.container);
-            parent = inside.copy;
-        } else if (outer.empty()) {
+            frame = frame_of(next.container);
+            parent = next.copy;
+        } else if (frames.empty()) {
             give_document(&chunks, root_copy);
             return 0;
         } else if (!list_table(&chunks, parent)) {
             return WIQ_ERR_NO_MEMORY;
         } else {
-            source = outer.top();
-            outer.pop();
+            frame = frames.top();
+            frames.pop();
             parent = parent->parent;
         }
     }

@@ -13,7 +13,7 @@ namespace ke::json {
 namespace {
 
 void free_record(Document* document) {
-    free(document->apart);
+    free(document->listed);
     free(document);
 }
 
@@ -32,27 +32,27 @@ void leave_document(Document* document) {
 void leave_touched_document(Document* document) {
     if (document == nullptr)
         return;
-    free(document->apart);
-    document->apart = nullptr;
+    free(document->listed);
+    document->listed = nullptr;
     leave_document(document);
 }
 
-bool list_apart(Document* document, void* block) {
-    if (document->apart_size == document->apart_capacity) {
-        const size_t capacity = document->apart_capacity == 0 ? 8 : 2 * document->apart_capacity;
-        auto** grown = static_cast<void**>(realloc(document->apart, capacity * sizeof(void*)));
+bool list_block(Document* document, void* block) {
+    if (document->listed_size == document->listed_capacity) {
+        const size_t capacity = document->listed_capacity == 0 ? 8 : 2 * document->listed_capacity;
+        auto** grown = static_cast<void**>(realloc(document->listed, capacity * sizeof(void*)));
         if (grown == nullptr)
             return false;
-        document->apart = grown;
-        document->apart_capacity = capacity;
+        document->listed = grown;
+        document->listed_capacity = capacity;
     }
-    document->apart[document->apart_size++] = block;
+    document->listed[document->listed_size++] = block;
     return true;
 }
 
 void free_document(Document* document) {
-    for (size_t i = 0; i < document->apart_size; ++i)
-        free(document->apart[i]);
+    for (size_t i = 0; i < document->listed_size; ++i)
+        free(document->listed[i]);
     // Untouched means that no chunk has been freed, so the links are valid, and that nobody else
     // owns a block, so the counts of the chunks need not be asked.
     for (Chunk* chunk = document->last; chunk != nullptr;) {

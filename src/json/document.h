@@ -20,10 +20,10 @@ struct Chunk;
 struct Document {
     std::atomic<u64> owners;  // its chunks, and the root or whoever fills the chunks
     std::atomic<bool> touched;
-    Chunk* last;   // of its chunks, each of which links to the one before
-    void** apart;  // the blocks outside of the chunks
-    size_t apart_size;
-    size_t apart_capacity;
+    Chunk* last;    // of its chunks, each of which links to the one before
+    void** listed;  // the blocks outside of the chunks
+    size_t listed_size;
+    size_t listed_capacity;
 };
 
 // Marks a document as touched; nullptr is ignored. The flag is only written once, so that threads
@@ -48,7 +48,7 @@ void leave_document(Document* document);
 void leave_touched_document(Document* document);
 
 // Lists a block outside of the chunks. Returns false when out of memory.
-bool list_apart(Document* document, void* block);
+bool list_block(Document* document, void* block);
 
 // Frees an untouched document: its chunks, all blocks that it lists, and the record. The root's own
 // node and table are not among them.

@@ -31,9 +31,9 @@ bool rounds_up(u128 scaled, int shift) {
 }  // namespace
 
 // A double is an integer, its mantissa, times a power of two. The mantissa times a million fits 128
-// bits. For a value below kMaxMagnitude, a shift of this product then gives the value in millionths, in 64
-// bits, and the bits that are shifted out say exactly how to round it. The runtime's conversion
-// writes larger values, infinities and NaN.
+// bits. For a value below kMaxMagnitude, a shift of this product then gives the value in
+// millionths, in 64 bits, and the bits that are shifted out say exactly how to round it. The
+// runtime's conversion writes larger values, infinities and NaN.
 char* write_double(char* out, double value) {
     constexpr int kMantissa = 52;
     constexpr u64 kDecimals = 1000000;
@@ -63,15 +63,15 @@ const Member** sorted_members(const ObjectNode* obj) {
     auto** members = static_cast<const Member**>(malloc(count * sizeof(Member*)));
     if (members == nullptr)
         return nullptr;
-    const Member** place = members;
+    const Member** end = members;
     for (const Member* member = first_member(obj); member != nullptr;
          member = next_member(obj, member)) {
-        *place++ = member;
+        *end++ = member;
     }
     // Not qsort(): in some runtimes that takes quadratic time for certain orders, which a hostile
     // document could bring about.
 #ifndef __clang_analyzer__  // the analyzer takes the list for uninitialised
-    std::sort(members, place, has_lesser_key);
+    std::sort(members, end, has_lesser_key);
 #endif
     return members;
 }

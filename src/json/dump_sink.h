@@ -1,4 +1,4 @@
-// Where the serializer writes: a string buffer, or a stream by way of a block of memory. Both show
+// Where the serializer writes: a string buffer, or a stream by way of a buffer. Both show
 // the room that is left as a window. So a few characters are written in place after one comparison,
 // and long runs are taken in one piece.
 #pragma once
@@ -16,12 +16,12 @@ template <class Derived>
 class WindowSink {
   public:
     // Returns room for n characters, or nullptr with the status in failure(). Commit what you wrote
-    // by passing its end to used().
+    // by passing its end to commit().
     char* room(size_t n) {
         return static_cast<size_t>(end_ - next_) >= n ? next_
                                                       : static_cast<Derived*>(this)->more_room(n);
     }
-    void used(char* end) { next_ = end; }
+    void commit(char* end) { next_ = end; }
     i32 failure() const { return failure_; }
 
     i32 write(const char* bytes, size_t count) {
@@ -29,14 +29,14 @@ class WindowSink {
         if (out == nullptr)
             return failure_;
         memcpy(out, bytes, count);
-        used(out + count);
+        commit(out + count);
         return 0;
     }
 
   protected:
     // Sets the window to the unused room after the text in a buffer, without the byte that the NUL
     // needs. Returns its start.
-    char* look_at(wiq_strbuf* buf) {
+    char* reset_window(wiq_strbuf* buf) {
         next_ = buf->data + buf->len;
         end_ = buf->data + (buf->capacity != 0 ? buf->capacity - 1 : 0);
         return next_;
@@ -55,7 +55,7 @@ class StrbufSink : public WindowSink<StrbufSink> {
     // Whether a string that cannot be written whole must not be written at all.
     static constexpr bool kWholeStrings = false;
 
-    explicit StrbufSink(wiq_strbuf* buf) : buf_(buf) { look_at(buf_); }
+    explicit StrbufSink(wiq_strbuf* buf) : buf_(buf) { reset_window(buf_); }
 
     char* more_room(size_t n) {
         buf_->len = length_in(buf_);
@@ -63,7 +63,7 @@ class StrbufSink : public WindowSink<StrbufSink> {
             fail(WIQ_ERR_NO_MEMORY);
             return nullptr;
         }
-        return look_at(buf_);
+        return reset_window(buf_);
     }
     // Terminates the text, also after a dump that failed midway.
     i32 finish() {
@@ -81,27 +81,27 @@ class StreamSink : public WindowSink<StreamSink> {
   public:
     static constexpr bool kWholeStrings = true;
 
-    // The block is an initialised buffer of the caller's. It grows to this size, and beyond that
+    // The caller has initialised the buffer. It grows to this size, and beyond that
     // only for a piece that needs more room at once.
-    static constexpr u64 kBlock = u64{32} * 1024;
+    static constexpr u64 kBufferSize = u64{32} * 1024;
 
-    StreamSink(FILE* stream, wiq_strbuf* block) : stream_(stream), block_(block) {
-        look_at(block_);
+    StreamSink(FILE* stream, wiq_strbuf* buffer) : stream_(stream), buffer_(buffer) {
+        reset_window(buffer_);
     }
 
     char* more_room(size_t n) {
-        if (length_in(block_) + n >= kBlock && flush() != 0)
+        if (length_in(buffer_) + n >= kBufferSize && flush() != 0)
             return nullptr;
-        block_->len = length_in(block_);
-        if (strbuf_reserve(block_, n + 1) != 0) {
+        buffer_->len = length_in(buffer_);
+        if (strbuf_reserve(buffer_, n + 1) != 0) {
             fail(WIQ_ERR_NO_MEMORY);
             return nullptr;
         }
-        return look_at(block_);
+        return reset_window(buffer_);
     }
 
     i32 write(const char* bytes, size_t count) {
-        if (count >= kBlock)
+        if (count >= kBufferSize)
             return flush() != 0 ? failure() : put(bytes, count);
         return WindowSink::write(bytes, count);
     }
@@ -112,10 +112,10 @@ class StreamSink : public WindowSink<StreamSink> {
 
   private:
     i32 flush() {
-        const u64 count = length_in(block_);
-        block_->len = 0;
-        look_at(block_);
-        return count == 0 ? 0 : put(block_->data, count);
+        const u64 count = length_in(buffer_);
+        buffer_->len = 0;
+        reset_window(buffer_);
+        return count == 0 ? 0 : put(buffer_->data, count);
     }
     i32 put(const char* bytes, size_t count) {
         if (os::write_stream(stream_, bytes, count) == count) {
@@ -126,7 +126,7 @@ class StreamSink : public WindowSink<StreamSink> {
     }
 
     FILE* stream_;
-    wiq_strbuf* block_;
+    wiq_strbuf* buffer_;
     u64 written_ = 0;
 };
 

@@ -41,17 +41,17 @@ class DumpWriter {
     DumpWriter(const DumpWriter&) = delete;
     DumpWriter& operator=(const DumpWriter&) = delete;
     ~DumpWriter() {
-        for (; !open_.empty(); open_.pop())
-            free(open_.top().members);
+        for (; !frames_.empty(); frames_.pop())
+            free(frames_.top().members);
     }
 
     i32 dump(const wiq_json* root) {
         i32 status = value(root);
-        while (status == 0 && !open_.empty()) {
-            Open& open = open_.top();
-            status = open.container->type == kJsonArray ? elements(&open)
-                     : open.members != nullptr          ? sorted(&open)
-                                                        : unsorted(&open);
+        while (status == 0 && !frames_.empty()) {
+            Frame& frame = frames_.top();
+            status = frame.container->type == kJsonArray ? elements(&frame)
+                     : frame.members != nullptr          ? sorted(&frame)
+                                                         : unsorted(&frame);
         }
         const i32 finished = sink_.finish();
         return status != 0 ? status : finished;
@@ -61,7 +61,7 @@ class DumpWriter {
     static constexpr size_t kQuotes = 2;
 
     // A sink with room that is known to be sufficient.
-    struct RoomSink {
+    struct UncheckedSink {
         char* out;
         i32 write(const char* bytes, size_t count) {
             memcpy(out, bytes, count);
@@ -71,7 +71,7 @@ class DumpWriter {
     };
 
     // A container whose children are being written.
-    struct Open {
+    struct Frame {
         const wiq_json* container;
         const Member** members;  // the sorted members, or nullptr to use map order
         const Member* member;    // in map order: the next one to be written
@@ -88,15 +88,15 @@ class DumpWriter {
             case kJsonFalse:
                 return sink_.write("false", 5);
             case kJsonI64:
-                return in_place(kMaxDecimalDigits64, [node](char* out) {
+                return write_in_place(kMaxDecimalDigits64, [node](char* out) {
                     return write_i64(out, as<I64Node>(node)->value);
                 });
             case kJsonU64:
-                return in_place(kMaxDecimalDigits64, [node](char* out) {
+                return write_in_place(kMaxDecimalDigits64, [node](char* out) {
                     return write_u64(out, as<U64Node>(node)->value);
                 });
             case kJsonDouble:
-                return in_place(kMaxDoubleText, [node](char* out) {
+                return write_in_place(kMaxDoubleText, [node](char* out) {
                     return write_double(out, as<DoubleNode>(node)->value);
                 });
             case kJsonU128:
@@ -106,9 +106,9 @@ class DumpWriter {
             case kJsonRef:
                 return single_member("$ref", as<TextNode>(node)->text, as<TextNode>(node)->length);
             case kJsonObject:
-                return open_object(as<ObjectNode>(node));
+                return begin_object(as<ObjectNode>(node));
             case kJsonArray:
-                return open_array(as<ArrayNode>(node));
+                return begin_array(as<ArrayNode>(node));
             default:
                 return WIQ_ERR_BAD_JSON_TYPE;
         }
@@ -116,12 +116,12 @@ class DumpWriter {
 
     // These write children of the innermost open container until one of them opens another
     // container. After the last child they close the container. Opening a container may move the
-    // stack, so `open` is not used after that.
-    i32 elements(Open* open) {
-        wiq_json** const elems = elems_of(as<ArrayNode>(open->container));
-        while (open->done != open->count) {
-            const wiq_json* elem = elems[open->done];
-            i32 status = separator(open->done++ != 0);
+    // stack, so `frame` is not used after that.
+    i32 elements(Frame* frame) {
+        wiq_json** const elems = elems_of(as<ArrayNode>(frame->container));
+        while (frame->done != frame->count) {
+            const wiq_json* elem = elems[frame->done];
+            i32 status = separator(frame->done++ != 0);
             if (status == 0)
                 status = value(elem);
             if (status != 0 || is_container(elem))
@@ -129,19 +129,19 @@ class DumpWriter {
         }
         return close(']');
     }
-    i32 sorted(Open* open) {
-        while (open->done != open->count) {
-            const Member* next = open->members[open->done];
-            const i32 status = member(next, open->done++ != 0);
+    i32 sorted(Frame* frame) {
+        while (frame->done != frame->count) {
+            const Member* next = frame->members[frame->done];
+            const i32 status = member(next, frame->done++ != 0);
             if (status != 0 || is_container(next->child))
                 return status;
         }
         return close('}');
     }
-    i32 unsorted(Open* open) {
-        while (const Member* next = open->member) {
-            open->member = next_member(as<ObjectNode>(open->container), next);
-            const i32 status = member(next, open->done++ != 0);
+    i32 unsorted(Frame* frame) {
+        while (const Member* next = frame->member) {
+            frame->member = next_member(as<ObjectNode>(frame->container), next);
+            const i32 status = member(next, frame->done++ != 0);
             if (status != 0 || is_container(next->child))
                 return status;
         }
@@ -155,25 +155,25 @@ class DumpWriter {
         return status != 0 ? status : value(next->child);
     }
 
-    i32 open_object(const ObjectNode* obj) {
-        Open open = {obj, nullptr, nullptr, 0, size_of(obj)};
+    i32 begin_object(const ObjectNode* obj) {
+        Frame frame = {obj, nullptr, nullptr, 0, size_of(obj)};
         if (!sorted_) {
-            open.member = first_member(obj);
-        } else if (open.count != 0) {
-            open.members = sorted_members(obj);
-            if (open.members == nullptr)
+            frame.member = first_member(obj);
+        } else if (frame.count != 0) {
+            frame.members = sorted_members(obj);
+            if (frame.members == nullptr)
                 return WIQ_ERR_NO_MEMORY;
         }
-        return begin('{', open);
+        return begin('{', frame);
     }
 
-    i32 open_array(const ArrayNode* array) {
-        return begin('[', Open{array, nullptr, nullptr, 0, size_of(array)});
+    i32 begin_array(const ArrayNode* array) {
+        return begin('[', Frame{array, nullptr, nullptr, 0, size_of(array)});
     }
 
-    i32 begin(char bracket, const Open& open) {
-        if (!open_.push(open)) {
-            free(open.members);
+    i32 begin(char bracket, const Frame& frame) {
+        if (!frames_.push(frame)) {
+            free(frame.members);
             return WIQ_ERR_NO_MEMORY;
         }
         indent_in();
@@ -181,8 +181,8 @@ class DumpWriter {
     }
 
     i32 close(char bracket) {
-        free(open_.top().members);
-        open_.pop();
+        free(frames_.top().members);
+        frames_.pop();
         return end(bracket);
     }
 
@@ -249,21 +249,21 @@ class DumpWriter {
             if (out == nullptr)
                 return sink_.failure();
             *out++ = '"';
-            RoomSink room = {out};
+            UncheckedSink room = {out};
             const i32 status = escape_text(text, text + length, room);
             out = room.out;
             if (status != 0) {
                 // For a sink that takes only whole strings nothing is committed, so the start of an
                 // invalid text is dropped.
                 if (!Sink::kWholeStrings)
-                    sink_.used(out);
+                    sink_.commit(out);
                 return status;
             }
         }
         *out++ = '"';
         for (size_t i = 0; i < tail_length; ++i)
             *out++ = tail[i];
-        sink_.used(out);
+        sink_.commit(out);
         return 0;
     }
 
@@ -284,7 +284,7 @@ class DumpWriter {
         constexpr size_t kAtOnce = 4096;
         size_t blanks = static_cast<size_t>(indent_ < 0 ? -i64{indent_} : i64{indent_});
         if (blanks <= kAtOnce) {
-            return in_place(blanks + 1, [blanks](char* out) {
+            return write_in_place(blanks + 1, [blanks](char* out) {
                 *out++ = '\n';
                 memset(out, ' ', blanks);
                 return out + blanks;
@@ -293,7 +293,7 @@ class DumpWriter {
         i32 status = put('\n');
         for (size_t some = kAtOnce; status == 0 && blanks != 0; blanks -= some) {
             some = blanks < some ? blanks : some;
-            status = in_place(some, [some](char* out) {
+            status = write_in_place(some, [some](char* out) {
                 memset(out, ' ', some);
                 return out + some;
             });
@@ -302,7 +302,7 @@ class DumpWriter {
     }
 
     i32 put(char c) {
-        return in_place(1, [c](char* out) {
+        return write_in_place(1, [c](char* out) {
             *out = c;
             return out + 1;
         });
@@ -310,11 +310,11 @@ class DumpWriter {
 
     // Lets `write` write at most n characters in place.
     template <class Write>
-    i32 in_place(size_t n, const Write& write) {
+    i32 write_in_place(size_t n, const Write& write) {
         char* out = sink_.room(n);
         if (out == nullptr)
             return sink_.failure();
-        sink_.used(write(out));
+        sink_.commit(write(out));
         return 0;
     }
 
@@ -323,7 +323,7 @@ class DumpWriter {
     bool pretty_;
     bool sorted_;
     bool u128_as_object_;
-    SmallStack<Open, 16> open_;
+    SmallStack<Frame, 16> frames_;
 };
 
 }  // namespace ke::json

@@ -17,7 +17,7 @@ namespace ke::json {
 namespace {
 
 // The capacity with which the two weak arrays begin.
-constexpr i32 kFirstPlaces = 5;
+constexpr i32 kFirstCapacity = 5;
 
 class Expansion {
   public:
@@ -37,7 +37,7 @@ class Expansion {
         i32 status = prepare();
         if (status == 0)
             status = enter(node);
-        while (status == 0 && !steps_.empty())
+        while (status == 0 && !frames_.empty())
             status = step();
         return status;
     }
@@ -63,7 +63,7 @@ class Expansion {
   private:
     // What the walk is in the middle of: a container and its next child, or, if `container` is
     // NULL, a node whose target has been walked.
-    struct Step {
+    struct Frame {
         wiq_json* container;
         const Member* member;
         i32 index;
@@ -149,7 +149,7 @@ class Expansion {
             if (status != 0)
                 return status;
         }
-        if (!steps_.push({nullptr, nullptr, 0, node}))
+        if (!frames_.push({nullptr, nullptr, 0, node}))
             return WIQ_ERR_NO_MEMORY;
         return walk(target);
     }
@@ -169,21 +169,21 @@ class Expansion {
     i32 walk(wiq_json_t* node) {
         switch (node->type) {
             case kJsonObject:
-                return steps_.push({node, first_member(as<ObjectNode>(node)), 0, nullptr})
+                return frames_.push({node, first_member(as<ObjectNode>(node)), 0, nullptr})
                            ? 0
                            : WIQ_ERR_NO_MEMORY;
             case kJsonArray:
-                return steps_.push({node, nullptr, 0, nullptr}) ? 0 : WIQ_ERR_NO_MEMORY;
+                return frames_.push({node, nullptr, 0, nullptr}) ? 0 : WIQ_ERR_NO_MEMORY;
             default:
                 return node->type > kJsonRef ? static_cast<i32>(WIQ_ERR_BAD_JSON_TYPE) : 0;
         }
     }
 
     i32 step() {
-        Step& now = steps_.top();
+        Frame& now = frames_.top();
         if (now.container == nullptr) {
             wiq_json* finished = now.finished;
-            steps_.pop();
+            frames_.pop();
             return leave(finished);
         }
         wiq_json* child = nullptr;
@@ -197,7 +197,7 @@ class Expansion {
         }
         if (child != nullptr)
             return visit(child);
-        steps_.pop();
+        frames_.pop();
         return 0;
     }
 
@@ -214,7 +214,7 @@ class Expansion {
     wiq_map targets_;
     bool states_ready_ = false;
     bool targets_ready_ = false;
-    SmallStack<Step, 32> steps_;
+    SmallStack<Frame, 32> frames_;
     SmallStack<wiq_json_t*, 32> chain_;
 };
 
@@ -263,8 +263,8 @@ i32 wiq_json_jref_expand(wiq_json_t* root) {
     // go.
     wiq_json_ref(root);
     u32 err = 0;
-    wiq_json_t* pending = wiq_json_array_weak_new(ke::json::kFirstPlaces, &err);
-    wiq_json_t* expanded = wiq_json_array_weak_new(ke::json::kFirstPlaces, &err);
+    wiq_json_t* pending = wiq_json_array_weak_new(ke::json::kFirstCapacity, &err);
+    wiq_json_t* expanded = wiq_json_array_weak_new(ke::json::kFirstCapacity, &err);
     if (err != 0) {
         wiq_json_unref(pending);
         wiq_json_unref(expanded);

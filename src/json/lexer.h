@@ -94,8 +94,8 @@ class Lexer {
         return held;
     }
 
-    Place place() const { return reader_.place(); }
-    i32 position() const { return reader_.position(); }
+    Location location() const { return reader_.location(); }
+    i32 offset() const { return reader_.offset(); }
 
   private:
     // Reads a token that is not a single character and begins with `c`, which may also be the end

@@ -14,10 +14,10 @@ namespace {
 // Each growth reverses every chain (chains.h). So a member that will live through an odd number of
 // growths is put at the front of its chain here, and any other one at the back. One round of the
 // outer loop covers the members that are added between two growths. The member that causes a growth
-// is linked before it (add_member() in object.cpp), so it is the last of its round. For example, a
-// table of 2 buckets grows when the second member is added: the first round has two members.
-template <class SlotOf>
-inline bool build_with(Members* members, Member* const* list, u64 count, SlotOf slot_of_key) {
+// is linked before it (insert_member() in object.cpp), so it is the last of its round. For example,
+// a table of 2 buckets grows when the second member is added: the first round has two members.
+template <class LinkOf>
+inline bool build_with(Members* members, Member* const* list, u64 count, LinkOf link_of_key) {
     const u64 buckets = u64{members->mask} + 1;
     bool in_front = std::countr_zero(buckets) % 2 == 0;
     u64 i = 0;
@@ -25,7 +25,7 @@ inline bool build_with(Members* members, Member* const* list, u64 count, SlotOf 
         const u64 round_end = size == buckets ? count : load_limit(size) + 1;
         for (; i < round_end; ++i) {
             Member* member = list[i];
-            Member** end = slot_of_key(*members, Key(member));
+            Member** end = link_of_key(*members, Key(member));
             if (*end != nullptr)
                 return false;
             Member** link =
@@ -47,9 +47,9 @@ inline bool build_with(Members* members, Member* const* list, u64 count, SlotOf 
 bool build_table(Members* members, Member* const* list, u64 count) {
     if (members->mask < kMinBucketsWithTail - 1)
         return build_with(members, list, count,
-                          [](const Members& in, const Key& key) { return slot_of(in, key); });
+                          [](const Members& in, const Key& key) { return link_of(in, key); });
     return build_with(members, list, count, [](const Members& in, const Key& key) {
-        return slot_within(in, key, kMaxChainWithoutIndex);
+        return link_within(in, key, kMaxChainWithoutIndex);
     });
 }
 

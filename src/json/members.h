@@ -104,28 +104,28 @@ constexpr u32 kMaxStepsWithoutIndex = 4;
 
 // Walks a chain. Returns the link to the member with this key; if not found, the null link at
 // the end of the chain, where such a member would be added. The table must exist.
-inline Member** slot_of(const Members& members, const Key& key) {
-    Member** slot = &members.buckets[bucket_of(key.hash, members.mask)];
-    while (*slot != nullptr && !has_key(*slot, key))
-        slot = &(*slot)->next;
-    return slot;
+inline Member** link_of(const Members& members, const Key& key) {
+    Member** link = &members.buckets[bucket_of(key.hash, members.mask)];
+    while (*link != nullptr && !has_key(*link, key))
+        link = &(*link)->next;
+    return link;
 }
 // The same, but gives up after `limit` members without the key. Returns the link after them then.
-inline Member** slot_within(const Members& members, const Key& key, u32 limit) {
-    Member** slot = &members.buckets[bucket_of(key.hash, members.mask)];
-    for (; *slot != nullptr && !has_key(*slot, key) && limit != 0; --limit)
-        slot = &(*slot)->next;
-    return slot;
+inline Member** link_within(const Members& members, const Key& key, u32 limit) {
+    Member** link = &members.buckets[bucket_of(key.hash, members.mask)];
+    for (; *link != nullptr && !has_key(*link, key) && limit != 0; --limit)
+        link = &(*link)->next;
+    return link;
 }
 
 // These continue a search that has passed kMaxStepsWithoutIndex members, at the next one.
 Member* find_after(const Members& members, const Key& key, Member* from);
-Member** slot_after(const Members& members, const Key& key, Member** from);
+Member** link_after(const Members& members, const Key& key, Member** from);
 
-// As slot_of(), for a key that may be added: a long chain gets an index, if there is enough memory.
-inline Member** slot_to_add(const Members& members, const Key& key) {
-    Member** slot = slot_within(members, key, kMaxStepsWithoutIndex);
-    return *slot == nullptr || has_key(*slot, key) ? slot : slot_after(members, key, slot);
+// As link_of(), for a key that may be added: a long chain gets an index, if there is enough memory.
+inline Member** link_to_add(const Members& members, const Key& key) {
+    Member** link = link_within(members, key, kMaxStepsWithoutIndex);
+    return *link == nullptr || has_key(*link, key) ? link : link_after(members, key, link);
 }
 
 // Returns the member with this key, or nullptr.
@@ -152,7 +152,7 @@ struct TableTail {
 constexpr u64 kMinBucketsWithTail = 128;  // buckets
 
 // The number of pointers that the block of a table holds: its buckets, and its tail if it has one.
-constexpr u64 places_of_table(u64 buckets) {
+constexpr u64 pointers_in_table(u64 buckets) {
     static_assert(sizeof(TableTail) == 2 * sizeof(Member*));
     return buckets >= kMinBucketsWithTail ? buckets + 2 : buckets;
 }
@@ -216,7 +216,7 @@ inline void copy_short(char* out, const char* text, size_t length) {
 
 // Makes a member with a copy of the key and no child in a block of at least sizeof(Member) plus the
 // key's length plus 1 bytes. `next` and `child` are not set.
-inline Member* make_member(void* block, const Key& key) {
+inline Member* init_member(void* block, const Key& key) {
     auto* member = static_cast<Member*>(block);
     member->hash = key.hash;
     member->length_and_mark = static_cast<u32>(key.length);

@@ -30,12 +30,12 @@
 // node's place, the member stays in the object and the block has two owners: the member and the
 // node. The one that leaves last frees the block. A member has a block of its own if its node was
 // made before it was put into the object, if the node is large, or if the key is long. The bit
-// `room_behind` says that there is room for a table after a container's node.
+// `has_inline_room` says that there is room for a table after a container's node.
 //
 // The parser and a copy place the blocks of all their nodes, except roots, in chunks (chunks.h).
 // The bit `in_chunk` says so, and `home` is then the distance from the last mark before the node.
 // The owners of a block are the same as above, but a member that stays when another child takes its
-// node's place counts as one more block of the chunk. `home`, `in_chunk` and `room_behind` are
+// node's place counts as one more block of the chunk. `home`, `in_chunk` and `has_inline_room` are
 // written when the node is made and do not change while it lives, except for `home` in a root:
 //
 // A root has a block of its own. If its document has a record (document.h), the root's `home` is
@@ -76,7 +76,7 @@ struct wiq_json {
     u8 flags;
     u8 home : 6;
     u8 in_chunk : 1;
-    u8 room_behind : 1;
+    u8 has_inline_room : 1;
     i32 refcount;
     wiq_json* parent;
     union {
@@ -197,12 +197,12 @@ inline void unlink_from_parent(wiq_json* child) {
 }
 
 // Writes the header of a new node, which has no parent and a count of 0.
-inline void begin_node(wiq_json* node, u16 type, size_t home, bool in_chunk) {
+inline void init_node(wiq_json* node, u16 type, size_t home, bool in_chunk) {
     node->type = type;
     node->flags = 0;
     node->home = home & 63;
     node->in_chunk = in_chunk;
-    node->room_behind = 0;
+    node->has_inline_room = 0;
     node->refcount = 0;
     unlink_from_parent(node);
 }
@@ -226,7 +226,7 @@ template <class Node>
 constexpr size_t kSizeInChunk = (sizeof(Node) + 7) / 8 * 8;
 
 // Returns a new node of `size` bytes; only its header is set. With a key, the node shares one block
-// with its member, unless the key is too long or the node too large; is_without_member() says
+// with its member, unless the key is too long or the node too large; has_own_block() says
 // which. If `chunks` is given, the block is taken from there. Returns nullptr when out of memory.
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
@@ -238,7 +238,7 @@ inline Node* new_elem(u16 type, Chunks* chunks) {
     if (block == nullptr)
         return nullptr;
     auto* node = reinterpret_cast<Node*>(block);
-    begin_node(node, type, chunks->distance(block), true);
+    init_node(node, type, chunks->distance(block), true);
     return node;
 }
 template <class Node>
@@ -247,9 +247,9 @@ inline Node* new_member_node(u16 type, const Key& key, Chunks* chunks) {
     char* block = chunks->take(offset + kSizeInChunk<Node>, offset);
     if (block == nullptr)
         return nullptr;
-    make_member(block, key);
+    init_member(block, key);
     auto* node = reinterpret_cast<Node*>(block + offset);
-    begin_node(node, type, chunks->distance(block + offset), true);
+    init_node(node, type, chunks->distance(block + offset), true);
     return node;
 }
 
@@ -281,33 +281,33 @@ wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* ke
 // The largest table that can follow its node in the same block has this many slots or buckets.
 constexpr u64 kMaxInlineSlots = 64;
 
-// Returns a container of type `type` with room for a table of `places_behind` slots or buckets
+// Returns a container of type `type` with room for a table of `inline_slots` slots or buckets
 // directly after its node. Neither the table nor the fields after the header are set. Returns
 // nullptr when out of memory.
 template <class Node>
-inline Node* new_container(u16 type, u64 places_behind, u8 flags, const Key* key, Chunks* chunks) {
+inline Node* new_container(u16 type, u64 inline_slots, u8 flags, const Key* key, Chunks* chunks) {
     auto* node = static_cast<Node*>(
-        allocate_node(type, sizeof(Node) + places_behind * sizeof(void*), key, chunks));
+        allocate_node(type, sizeof(Node) + inline_slots * sizeof(void*), key, chunks));
     if (node != nullptr) {
         node->flags = flags;
-        node->room_behind = places_behind != 0;
+        node->has_inline_room = inline_slots != 0;
     }
     return node;
 }
 
 // Returns whether a container's table stands directly after its node.
 template <class Node, class Slot>
-inline bool is_behind(const Node* node, const Slot* table) {
-    return node->room_behind != 0 && static_cast<const void*>(table) == node + 1;
+inline bool is_inline(const Node* node, const Slot* table) {
+    return node->has_inline_room != 0 && static_cast<const void*>(table) == node + 1;
 }
 
 // Returns a container's table with its first `used` bytes, grown to `size` bytes in a block of its
 // own; the caller stores it in the node. Returns nullptr when out of memory, with nothing changed.
 template <class Node, class Slot>
 inline Slot* grown_table(Node* node, Slot* table, size_t used, size_t size) {
-    const bool behind = is_behind(node, table);
-    auto* grown = static_cast<Slot*>(realloc(behind ? nullptr : table, size));
-    if (grown != nullptr && behind)
+    const bool inline_table = is_inline(node, table);
+    auto* grown = static_cast<Slot*>(realloc(inline_table ? nullptr : table, size));
+    if (grown != nullptr && inline_table)
         memcpy(grown, table, used);
     return grown;
 }
@@ -341,7 +341,7 @@ i32 attach_new_elem(ArrayNode* array, wiq_json* child);
 // caller has seen yet. The child's count must already include the object's reference. Returns 0, or
 // WIQ_ERR_NO_MEMORY with the object's members and the child unchanged; the member is then still the
 // caller's.
-i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child);
+i32 attach_member(ObjectNode* obj, Member* member, wiq_json* child);
 
 // Returns a member with a copy of the key and no child, in a block of its own. Returns nullptr when
 // out of memory.
@@ -349,14 +349,14 @@ Member* new_member(const Key& key);
 // The last step of attaching, once the child has its place in the table. A strong container becomes
 // the child's parent; a weak one leaves parent and position alone. For an object this also stores
 // the child in the member; for an array the caller stores it in the slot.
-inline void settle(ObjectNode* obj, Member* member, wiq_json* child) {
+inline void link_to_parent(ObjectNode* obj, Member* member, wiq_json* child) {
     member->child = child;
     if (!is_weak(obj)) {
         child->parent = obj;
         child->position.key = member->key();
     }
 }
-inline void settle(ArrayNode* array, i32 index, wiq_json* child) {
+inline void link_to_parent(ArrayNode* array, i32 index, wiq_json* child) {
     if (!is_weak(array)) {
         child->parent = array;
         child->position.index = static_cast<u32>(index);
@@ -372,12 +372,12 @@ void release_member(ObjectNode* obj, Member* member);
 
 // Takes a member out of its object, frees it and returns its child, whose count and parent are
 // unchanged.
-wiq_json* take_member(ObjectNode* obj, Member* member);
+wiq_json* detach_member(ObjectNode* obj, Member* member);
 
 // Returns whether attaching the child to the container would make the child its own ancestor, which
 // includes attaching a container to itself. Containers that form a cycle could be neither released
 // nor walked.
-bool closes_ring(const wiq_json* container, wiq_json* child);
+bool would_form_cycle(const wiq_json* container, wiq_json* child);
 
 // Gives up the container's reference to a child that it no longer holds, and destroys the child if
 // nobody else has a reference. A strong container also stops being the child's parent. A weak one

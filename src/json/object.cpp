@@ -44,7 +44,7 @@ bool grow_table(ObjectNode* obj) {
     // Read before the table grows: the new buckets overwrite the old tail.
     ChainIndex* index = index_of(members);
     Member** buckets = grown_table(obj, members.buckets, count * sizeof(Member*),
-                                   places_of_table(2 * count) * sizeof(Member*));
+                                   pointers_in_table(2 * count) * sizeof(Member*));
     if (buckets == nullptr) {
         return false;
     }
@@ -55,24 +55,24 @@ bool grow_table(ObjectNode* obj) {
         *tail_of(members) = {nullptr, 0};
     }
     if (index != nullptr) {
-        index_again(&members, index, count);
+        rebuild_index(&members, index, count);
     }
     return true;
 }
 
-// Returns the place of a key: the link to its member, or the null link at the end of the chain
-// where the member would be added. An object without a table gets its first one, of two buckets.
+// Returns the link of a key: the one to its member, or the null link at the end of the chain where
+// the member would be added. An object without a table gets its first one, of two buckets.
 // Returns nullptr if that cannot be allocated.
-Member** place_of_key(ObjectNode* obj, const Key& key) {
+Member** link_for_key(ObjectNode* obj, const Key& key) {
     if (obj->members.buckets == nullptr && make_table(obj, 2) != 0) {
         return nullptr;
     }
-    return slot_to_add(obj->members, key);
+    return link_to_add(obj->members, key);
 }
 
 // Links a member at `end`, the end of its chain, and grows the table if it has become too full.
 // Returns 0, or WIQ_ERR_NO_MEMORY with the members unchanged.
-i32 add_member(ObjectNode* obj, Member** end, Member* member) {
+i32 insert_member(ObjectNode* obj, Member** end, Member* member) {
     Members* members = &obj->members;
     const u64 count = u64{members->mask} + 1;
     // The new member is linked into the old table first, so that growth moves it with the others:
@@ -92,39 +92,39 @@ void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
     touch_to_attach(obj, child);
     wiq_json* old = member->child;
     // The block of the old child is also the member's, which stays: now it has two owners.
-    if (is_made_with(member, old)) {
+    if (shares_block(member, old)) {
         share_block(member, old);
     }
     // The child comes back to the member with which it was made: the block has one owner again.
-    if (is_made_with(member, child)) {
+    if (shares_block(member, child)) {
         unshare_block(member, child);
     }
-    settle(obj, member, child);
+    link_to_parent(obj, member, child);
     release_child(obj, old);
 }
 
 // Attaches a child; the caller has checked that it may be attached. Returns 0, or WIQ_ERR_NO_MEMORY
 // with the object's members and the child unchanged.
-i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
-    Member** place = place_of_key(obj, key);
-    if (place == nullptr) {
+i32 attach_child(ObjectNode* obj, const Key& key, wiq_json* child) {
+    Member** link = link_for_key(obj, key);
+    if (link == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
-    if (*place != nullptr) {
+    if (*link != nullptr) {
         // The count rises first: a weak object may already hold this child under this key, and then
         // gives up its old reference in replace_child().
         count_up(child);
-        replace_child(obj, *place, child);
+        replace_child(obj, *link, child);
         return 0;
     }
     Member* member = new_member(key);
-    if (member == nullptr || add_member(obj, place, member) != 0) {
+    if (member == nullptr || insert_member(obj, link, member) != 0) {
         std::free(member);
         return WIQ_ERR_NO_MEMORY;
     }
     touch_to_attach(obj, child);
     count_up(child);
-    settle(obj, member, child);
+    link_to_parent(obj, member, child);
     return 0;
 }
 
@@ -133,26 +133,26 @@ i32 attach_member(ObjectNode* obj, const Key& key, wiq_json* child) {
 i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
     ObjectNode* object = to_object(obj);
     if (object == nullptr || key == nullptr || child == nullptr ||
-        (!is_weak(obj) && (child->parent != nullptr || closes_ring(obj, child)))) {
+        (!is_weak(obj) && (child->parent != nullptr || would_form_cycle(obj, child)))) {
         return WIQ_ERR_INVALID_ARG;
     }
-    return attach_member(object, key_from(key), child);
+    return attach_child(object, key_from(key), child);
 }
 
 // Makes a node by `make` and puts it under the key. `make` gets the key if the node is to have a
 // member of its own, and nullptr if a member with this key exists. Returns nullptr when out of
 // memory, with the object's members unchanged.
 template <class Make>
-wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
-    Member** place = place_of_key(obj, key);
-    if (place == nullptr) {
+wiq_json* attach_new_child(ObjectNode* obj, const Key& key, Make make) {
+    Member** link = link_for_key(obj, key);
+    if (link == nullptr) {
         return nullptr;
     }
-    if (*place != nullptr) {
+    if (*link != nullptr) {
         wiq_json* node = make(nullptr);
         if (node != nullptr) {
             node->refcount = 1;
-            replace_child(obj, *place, node);
+            replace_child(obj, *link, node);
         }
         return node;
     }
@@ -160,17 +160,17 @@ wiq_json* attach_new(ObjectNode* obj, const Key& key, Make make) {
     if (node == nullptr) {
         return nullptr;
     }
-    const bool is_apart = is_without_member(node);
-    Member* member = member_of(node, key);
-    if (member == nullptr || add_member(obj, place, member) != 0) {
+    const bool is_separate = has_own_block(node);
+    Member* member = member_for(node, key);
+    if (member == nullptr || insert_member(obj, link, member) != 0) {
         // A member that shares its block with the node is freed with the node.
-        std::free(is_apart ? member : nullptr);
+        std::free(is_separate ? member : nullptr);
         free_node(node);
         return nullptr;
     }
     touch_to_attach(obj, node);
     node->refcount = 1;
-    settle(obj, member, node);
+    link_to_parent(obj, member, node);
     return node;
 }
 
@@ -183,13 +183,13 @@ ObjectNode* new_object(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
 }
 
 ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key, Chunks* chunks) {
-    const u64 behind = buckets <= kMaxInlineSlots ? buckets : 0;
-    auto* obj = new_container<ObjectNode>(kJsonObject, behind, flags, key, chunks);
+    const u64 inline_buckets = buckets <= kMaxInlineSlots ? buckets : 0;
+    auto* obj = new_container<ObjectNode>(kJsonObject, inline_buckets, flags, key, chunks);
     if (obj == nullptr) {
         return nullptr;
     }
     obj->members = {};
-    if (behind != 0) {
+    if (inline_buckets != 0) {
         obj->members.buckets = reinterpret_cast<Member**>(obj + 1);
         obj->members.mask = static_cast<u32>(buckets - 1);
         std::memset(obj->members.buckets, 0, buckets * sizeof(Member*));
@@ -205,7 +205,7 @@ i32 make_table(ObjectNode* obj, u64 buckets) {
         return WIQ_ERR_NO_MEMORY;
     }
     // calloc() also sets the tail: no index, and a first bucket of 0.
-    auto** table = static_cast<Member**>(std::calloc(places_of_table(buckets), sizeof(Member*)));
+    auto** table = static_cast<Member**>(std::calloc(pointers_in_table(buckets), sizeof(Member*)));
     if (table == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
@@ -216,24 +216,24 @@ i32 make_table(ObjectNode* obj, u64 buckets) {
 Member* new_member(const Key& key) {
     void* block =
         key.length <= kMaxKeyLength ? std::malloc(sizeof(Member) + key.length + 1) : nullptr;
-    return block != nullptr ? make_member(block, key) : nullptr;
+    return block != nullptr ? init_member(block, key) : nullptr;
 }
 
-i32 attach_made_member(ObjectNode* obj, Member* member, wiq_json* child) {
-    Member** place = place_of_key(obj, Key(member));
-    if (place == nullptr) {
+i32 attach_member(ObjectNode* obj, Member* member, wiq_json* child) {
+    Member** link = link_for_key(obj, Key(member));
+    if (link == nullptr) {
         return WIQ_ERR_NO_MEMORY;
     }
     // No caller has seen the object, so no walk has reached the old member, and it need not stay as
     // in replace_child().
-    Member* old = *place;
+    Member* old = *link;
     if (old != nullptr) {
-        replace_member(obj->members, place, member);
+        replace_member(obj->members, link, member);
         release_member(obj, old);
-    } else if (add_member(obj, place, member) != 0) {
+    } else if (insert_member(obj, link, member) != 0) {
         return WIQ_ERR_NO_MEMORY;
     }
-    settle(obj, member, child);
+    link_to_parent(obj, member, child);
     return 0;
 }
 
@@ -249,7 +249,7 @@ wiq_json* find_child(const ObjectNode* obj, const char* key) {
     return member != nullptr ? member->child : nullptr;
 }
 
-wiq_json* take_member(ObjectNode* obj, Member* member) {
+wiq_json* detach_member(ObjectNode* obj, Member* member) {
     wiq_json* child = member->child;
     unlink_member(&obj->members, member);
     free_member(member);
@@ -288,7 +288,7 @@ wiq_json_t* put_new(wiq_json_t* obj, const char* key, u32* err, Make make) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }
-    wiq_json* node = attach_new(object, key_from(key), make);
+    wiq_json* node = attach_new_child(object, key_from(key), make);
     report(err, node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
     return node;
 }

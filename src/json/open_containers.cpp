@@ -37,24 +37,24 @@ OpenContainers::~OpenContainers() {
     for (; !frames_.empty(); frames_.pop()) {
         const Frame& frame = frames_.top();
         // A member in a block of its own that was made early, and is in no list and no table yet.
-        if (is_apart(frame))
+        if (member_has_own_block(frame))
             free(frame.member);
-        abandon(frame);
+        discard_frame(frame);
     }
 }
 
 // Returns whether the member of a node that was made early has a block of its own.
-bool OpenContainers::is_apart(const Frame& frame) {
-    return frame.member != nullptr && is_without_member(frame.node);
+bool OpenContainers::member_has_own_block(const Frame& frame) {
+    return frame.member != nullptr && has_own_block(frame.node);
 }
 
 // Releases a container's children and the container, if it is made. A member in a block of its own
 // is kept for the caller.
 //
-// If fold() calls this, the member that is freed may be listed in the document's record. Then its
-// node is large, as the key "$ref" is short, and has a chunk of its own. Freeing that chunk touches
-// the document, which is then never freed by its list.
-void OpenContainers::abandon(const Frame& frame) {
+// If replace_by_reference() calls this, the member that is freed may be listed in the document's
+// record. Then its node is large, as the key "$ref" is short, and has a chunk of its own. Freeing
+// that chunk touches the document, which is then never freed by its list.
+void OpenContainers::discard_frame(const Frame& frame) {
     for (size_t i = count_of(frame); i-- != 0;) {
         if (frame.type == kJsonArray) {
             discard(elems_of(frame)[i]);
@@ -75,11 +75,11 @@ i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_k
     // `first` is still 0, so this is the number of all children in the list.
     frame.first = count_of(frame);
     const bool early = frame.own_table || (key != nullptr && !key_stays);
-    if (early && make_early(&frame, chunks()) != 0)
+    if (early && make_empty(&frame, chunks()) != 0)
         return WIQ_ERR_NO_MEMORY;
     if (frames_.push(frame))
         return 0;
-    if (is_apart(frame))
+    if (member_has_own_block(frame))
         free(frame.member);
     wiq_json_delete_impl(frame.node);
     return WIQ_ERR_NO_MEMORY;
@@ -87,7 +87,7 @@ i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_k
 
 // Makes a container without a table, and its member with a copy of the key. From then on the
 // frame's key is the member's. Returns 0, or WIQ_ERR_NO_MEMORY with the frame unchanged.
-i32 OpenContainers::make_early(Frame* frame, Chunks* chunks) {
+i32 OpenContainers::make_empty(Frame* frame, Chunks* chunks) {
     const Key* key = frame->is_member ? &frame->key : nullptr;
     wiq_json* node = frame->type == kJsonObject
                          ? static_cast<wiq_json*>(new_object(0, 0, key, chunks))
@@ -95,7 +95,7 @@ i32 OpenContainers::make_early(Frame* frame, Chunks* chunks) {
     if (node == nullptr)
         return WIQ_ERR_NO_MEMORY;
     if (key != nullptr) {
-        frame->member = member_of(node, *key, chunks);
+        frame->member = member_for(node, *key, chunks);
         if (frame->member == nullptr) {
             free_node(node);
             return WIQ_ERR_NO_MEMORY;
@@ -107,16 +107,16 @@ i32 OpenContainers::make_early(Frame* frame, Chunks* chunks) {
 }
 
 // As above, for the innermost container if it already has children, which learn their parent.
-i32 OpenContainers::make_now(Frame* frame) {
-    if (make_early(frame, chunks_of_top()) != 0)
+i32 OpenContainers::make_and_adopt(Frame* frame) {
+    if (make_empty(frame, chunks_of_top()) != 0)
         return WIQ_ERR_NO_MEMORY;
     const size_t count = count_of(*frame);
     for (size_t i = 0; i < count; ++i) {
         if (frame->type == kJsonArray) {
-            settle(as<ArrayNode>(frame->node), static_cast<i32>(i), elems_of(*frame)[i]);
+            link_to_parent(as<ArrayNode>(frame->node), static_cast<i32>(i), elems_of(*frame)[i]);
         } else {
             Member* member = members_of(*frame)[i];
-            settle(as<ObjectNode>(frame->node), member, member->child);
+            link_to_parent(as<ObjectNode>(frame->node), member, member->child);
         }
     }
     return 0;
@@ -127,7 +127,7 @@ i32 OpenContainers::close(wiq_json** root) {
     if (frame.type == kJsonObject) {
         const TextNode* uri = reference_in(frame);
         if (uri != nullptr)
-            return fold(uri, root);
+            return replace_by_reference(uri, root);
     }
     const i32 status = frame.type == kJsonArray ? finish_array(&frame) : finish_object(&frame);
     if (status != 0)
@@ -135,16 +135,17 @@ i32 OpenContainers::close(wiq_json** root) {
     // If a key came twice, an object may have one member now that had more before.
     const TextNode* uri = frame.own_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
-        return fold(uri, root);
+        return replace_by_reference(uri, root);
     // pop() only lowers the stack's size: the frame stays readable until another one is pushed, and
     // nothing below pushes one.
     frames_.pop();
     forget_children(frame);
-    return hand_over(frame.node, frame.member, frame, root);
+    return give_to_outer(frame.node, frame.member, frame, root);
 }
 
 // Gives a node to the container around a frame that is closed, or to *root.
-i32 OpenContainers::hand_over(wiq_json* node, Member* member, const Frame& frame, wiq_json** root) {
+i32 OpenContainers::give_to_outer(wiq_json* node, Member* member, const Frame& frame,
+                                  wiq_json** root) {
     if (!frames_.empty())
         return give(node, member, frame.is_member ? &frame.key : nullptr);
     *root = node;
@@ -173,7 +174,7 @@ i32 OpenContainers::finish_array(Frame* frame) {
         // Not made early, so there are so few children that the table follows the node in its
         // block, and need not be listed.
         for (i32 i = 0; i < size; ++i)
-            settle(array, i, children[i]);
+            link_to_parent(array, i, children[i]);
     }
     if (size == 0)
         return 0;
@@ -220,7 +221,7 @@ i32 OpenContainers::finish_object(Frame* frame) {
         chunks_.touch_document();
     // The children of a container that was made early know it already.
     for (size_t i = 0; i < count && !early; ++i)
-        settle(obj, members[i], members[i]->child);
+        link_to_parent(obj, members[i], members[i]->child);
     return 0;
 }
 
@@ -238,7 +239,7 @@ i32 OpenContainers::finish_with_duplicates(Frame* frame) {
     const size_t count = count_of(*frame);
     frame->own_table = true;
     size_t done = 0;
-    while (done < count && attach_made_member(obj, members[done], members[done]->child) == 0)
+    while (done < count && attach_member(obj, members[done], members[done]->child) == 0)
         ++done;
     memmove(members, members + done, (count - done) * sizeof(Member*));
     members_.truncate(members_.size() - done);
@@ -256,15 +257,15 @@ const TextNode* OpenContainers::reference_in(const Frame& frame) {
 }
 
 // Puts a reference in the place of the innermost object, whose only member holds `uri`.
-i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
+i32 OpenContainers::replace_by_reference(const TextNode* uri, wiq_json** root) {
     const Frame& frame = frames_.top();
     wiq_json* reference = new_text_node(kJsonRef, uri->text, uri->length,
                                         frame.is_member ? &frame.key : nullptr, chunks_of_top());
     if (reference == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    Member* member = is_apart(frame) ? frame.member : nullptr;
-    if (member == nullptr && frame.is_member && is_without_member(reference)) {
-        member = member_of(reference, frame.key, &chunks_);
+    Member* member = member_has_own_block(frame) ? frame.member : nullptr;
+    if (member == nullptr && frame.is_member && has_own_block(reference)) {
+        member = member_for(reference, frame.key, &chunks_);
         if (member == nullptr) {
             free_node(reference);
             return WIQ_ERR_NO_MEMORY;
@@ -272,9 +273,9 @@ i32 OpenContainers::fold(const TextNode* uri, wiq_json** root) {
     }
     // This may free the text of the frame's key. The reference or `member` has a copy, and give()
     // only reads the key's length from here on.
-    abandon(frame);
+    discard_frame(frame);
     frames_.pop();
-    return hand_over(reference, member, frame, root);
+    return give_to_outer(reference, member, frame, root);
 }
 
 }  // namespace ke::json

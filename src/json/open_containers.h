@@ -44,10 +44,10 @@ class OpenContainers {
     // must have been made with this key. Returns 0 or WIQ_ERR_NO_MEMORY; in both cases the node no
     // longer belongs to the caller.
     i32 add(wiq_json* node, const Key* key) {
-        if (key != nullptr && is_without_member(node))
+        if (key != nullptr && has_own_block(node))
             return give(node, nullptr, key);
         node->refcount = 1;
-        return key != nullptr ? give_member(frames_.top(), node, member_of(node, *key))
+        return key != nullptr ? give_member(frames_.top(), node, member_for(node, *key))
                               : give_elem(frames_.top(), node);
     }
 
@@ -101,19 +101,19 @@ class OpenContainers {
     // the root.
     Chunks* chunks_of_top() { return frames_.size() == 1 ? nullptr : &chunks_; }
 
-    static i32 make_early(Frame* frame, Chunks* chunks);
-    i32 make_now(Frame* frame);
+    static i32 make_empty(Frame* frame, Chunks* chunks);
+    i32 make_and_adopt(Frame* frame);
 
     bool list_table_of(const Frame& frame);
     i32 finish_array(Frame* frame);
     i32 finish_object(Frame* frame);
     i32 finish_with_duplicates(Frame* frame);
     const TextNode* reference_in(const Frame& frame);
-    i32 fold(const TextNode* uri, wiq_json** root);
+    i32 replace_by_reference(const TextNode* uri, wiq_json** root);
 
-    i32 hand_over(wiq_json* node, Member* member, const Frame& frame, wiq_json** root);
-    void abandon(const Frame& frame);
-    static bool is_apart(const Frame& frame);
+    i32 give_to_outer(wiq_json* node, Member* member, const Frame& frame, wiq_json** root);
+    void discard_frame(const Frame& frame);
+    static bool member_has_own_block(const Frame& frame);
 
     Chunks chunks_;
     SmallStack<Frame, 32> frames_;
@@ -127,7 +127,7 @@ inline i32 OpenContainers::give(wiq_json* node, Member* member, const Key* key) 
     if (key == nullptr)
         return give_elem(frame, node);
     if (member == nullptr)
-        member = member_of(node, *key, &chunks_);
+        member = member_for(node, *key, &chunks_);
     if (member == nullptr) {
         wiq_json_delete_impl(node);
         return WIQ_ERR_NO_MEMORY;
@@ -142,25 +142,24 @@ inline i32 OpenContainers::give_elem(Frame& array, wiq_json* node) {
     }
     const size_t count = elems_.size() - array.first;
     if (array.node == nullptr)
-        return count > kMaxInlineSlots ? make_now(&array) : 0;
-    settle(as<ArrayNode>(array.node), static_cast<i32>(count - 1), node);
+        return count > kMaxInlineSlots ? make_and_adopt(&array) : 0;
+    link_to_parent(as<ArrayNode>(array.node), static_cast<i32>(count - 1), node);
     return 0;
 }
 
 inline i32 OpenContainers::give_member(Frame& obj, wiq_json* node, Member* member) {
     member->child = node;
-    const bool kept = obj.own_table
-                          ? attach_made_member(as<ObjectNode>(obj.node), member, node) == 0
-                          : members_.push(member);
+    const bool kept = obj.own_table ? attach_member(as<ObjectNode>(obj.node), member, node) == 0
+                                    : members_.push(member);
     if (!kept) {
         free_member(member);
         wiq_json_delete_impl(node);
         return WIQ_ERR_NO_MEMORY;
     }
     if (obj.node != nullptr)
-        settle(as<ObjectNode>(obj.node), member, node);
+        link_to_parent(as<ObjectNode>(obj.node), member, node);
     else if (members_.size() - obj.first > load_limit(kMaxInlineSlots))
-        return make_now(&obj);
+        return make_and_adopt(&obj);
     return 0;
 }
 

@@ -9,7 +9,7 @@ using namespace ke::json;
 namespace {
 
 i32 orphan_elem(ArrayNode* array, const wiq_json_t* node) {
-    const i32 index = place_of(array, node);
+    const i32 index = slot_of(array, node);
     if (index == size_of(array) - 1) {
         pop_elem(array);
         return 0;
@@ -37,7 +37,7 @@ i32 wiq_json_make_orphan(wiq_json_t* node) {
         return orphan_elem(as<ArrayNode>(node->parent), node);
     }
     auto* parent = as<ObjectNode>(node->parent);
-    take_member(parent, member_of_key(node->position.key));
+    detach_member(parent, member_of_key(node->position.key));
     hand_over_child(parent, node);
     return 0;
 }
@@ -59,7 +59,7 @@ i32 wiq_json_swap_child(wiq_json_t* node, wiq_json_t* replacement) {
     }
     u32 err = 0;
     if (wiq_json_is_array(parent)) {
-        wiq_json_array_swap(parent, place_of(as<ArrayNode>(parent), node), replacement, &err);
+        wiq_json_array_swap(parent, slot_of(as<ArrayNode>(parent), node), replacement, &err);
         return static_cast<i32>(err);
     }
     // The added reference keeps the node alive when the object gives up its own. It is taken back

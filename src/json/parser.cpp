@@ -29,14 +29,14 @@ class Parser {
     wiq_json_t* parse(wiq_json_load_error* err) {
         const i32 status = document();
         if (status != 0) {
-            const Place place = lexer_.place();
-            *err = {status, place.line, place.column, place.position};
+            const Location at = lexer_.location();
+            *err = {status, at.line, at.column, at.offset};
             return nullptr;
         }
-        err->position = lexer_.position();
+        err->position = lexer_.offset();
         wiq_json_t* root = root_;
         root_ = nullptr;
-        open_.give_document_to(root);
+        containers_.give_document_to(root);
         return root;
     }
 
@@ -44,11 +44,11 @@ class Parser {
     i32 document() {
         i32 status = lexer_.scan();
         value_is_due_ = true;
-        while (status == 0 && (value_is_due_ || !open_.empty())) {
+        while (status == 0 && (value_is_due_ || !containers_.empty())) {
             if (value_is_due_)
                 status = value();
             else
-                status = open_.in_object() ? after_member() : after_element();
+                status = containers_.in_object() ? after_member() : after_element();
         }
         if (status != 0 || allow_trailing_)
             return status;
@@ -67,9 +67,9 @@ class Parser {
     // token begins a container, it is opened, and the loop in document() reads its children.
     i32 value() {
         value_is_due_ = false;
-        if (open_.empty())
+        if (containers_.empty())
             return root_value();
-        return open_.in_object() ? child_value(&key_) : child_value(nullptr);
+        return containers_.in_object() ? child_value(&key_) : child_value(nullptr);
     }
 
     [[gnu::noinline]] i32 root_value() {
@@ -89,8 +89,8 @@ class Parser {
         if (lexer_.token() == '[')
             return open_array(key);
         i32 status = 0;
-        wiq_json* node = new_value(key, open_.chunks_of_children(), &status);
-        return node != nullptr ? open_.add(node, key) : status;
+        wiq_json* node = new_value(key, containers_.chunks_of_children(), &status);
+        return node != nullptr ? containers_.add(node, key) : status;
     }
 
     // Returns a node for the current token, which must be a value without children; otherwise
@@ -125,21 +125,21 @@ class Parser {
     // These open a container and read what may follow its bracket: the closing bracket, or the
     // first child.
     i32 open_object(const Key* key) {
-        i32 status = open_.open(kJsonObject, key, key_stays_, reject_duplicates_);
+        i32 status = containers_.open(kJsonObject, key, key_stays_, reject_duplicates_);
         if (status == 0)
             status = scan_inside();
         if (status != 0)
             return status;
-        return lexer_.token() == '}' ? open_.close(&root_) : member_key(true);
+        return lexer_.token() == '}' ? containers_.close(&root_) : member_key(true);
     }
     i32 open_array(const Key* key) {
-        i32 status = open_.open(kJsonArray, key, key_stays_, false);
+        i32 status = containers_.open(kJsonArray, key, key_stays_, false);
         if (status == 0)
             status = scan_inside();
         if (status != 0)
             return status;
         if (lexer_.token() == ']')
-            return open_.close(&root_);
+            return containers_.close(&root_);
         return lexer_.token() == kTokenEnd ? static_cast<i32>(WIQ_ERR_JSON_UNEXPECTED_END)
                                            : expect_value();
     }
@@ -151,7 +151,7 @@ class Parser {
             if (status != 0)
                 return status;
             if (lexer_.token() == ']')
-                return open_.close(&root_);
+                return containers_.close(&root_);
             if (lexer_.token() != ',')
                 return unexpected();
         }
@@ -169,7 +169,7 @@ class Parser {
             if (status != 0)
                 return status;
             if (lexer_.token() == '}')
-                return open_.close(&root_);
+                return containers_.close(&root_);
             if (lexer_.token() != ',')
                 return unexpected();
         }
@@ -192,7 +192,7 @@ class Parser {
             return WIQ_ERR_NO_MEMORY;
         key_ = Key(text, lexer_.current().length);
         key_stays_ = lexer_.current().in_source;
-        if (reject_duplicates_ && open_.has_member(key_))
+        if (reject_duplicates_ && containers_.has_member(key_))
             return WIQ_ERR_JSON_DUPLICATE_KEY;
         i32 status = 0;
         if (!lexer_.take(':')) {
@@ -219,7 +219,7 @@ class Parser {
     wiq_json* root_ = nullptr;
     Key key_ = {nullptr, 0, 0};  // in an object: of the value that is expected
     bool key_stays_ = false;     // its text is in the source itself
-    OpenContainers open_;
+    OpenContainers containers_;
 };
 
 template <class Reader, class Source>

@@ -28,7 +28,7 @@ i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
 }
 
 // Returns the child that a token names in a container; nullptr if it has yet to be made.
-wiq_json* existing(const wiq_json* container, const WiqJsonPtrToken& token) {
+wiq_json* existing_child(const wiq_json* container, const WiqJsonPtrToken& token) {
     if (const ObjectNode* obj = to_object(container))
         return find_child(obj, token.name);
     if (token.kind != WIQ_JSON_PTR_TOK_INDEX)
@@ -36,9 +36,9 @@ wiq_json* existing(const wiq_json* container, const WiqJsonPtrToken& token) {
     return wiq_json_array_get_ext(container, static_cast<i32>(token.index), 0, nullptr);
 }
 
-class Writer {
+class PointerWriter {
   public:
-    Writer(wiq_json* root, char* scratch) : container_(root), scratch_(scratch) {}
+    PointerWriter(wiq_json* root, char* scratch) : container_(root), scratch_(scratch) {}
 
     i32 put(const char* ptr, wiq_json* value) {
         size_t position = 0;
@@ -68,7 +68,7 @@ class Writer {
             return WIQ_ERR_WRONG_TYPE;
         // Once a container has been made here, it and all that follow are empty, so nothing is
         // looked up.
-        wiq_json* child = created_ ? nullptr : existing(container_, previous_);
+        wiq_json* child = created_ ? nullptr : existing_child(container_, previous_);
         if (child == nullptr) {
             u32 err = 0;
             child = names_element(next_) ? wiq_json_array_new(1, &err) : wiq_json_obj_new(1, &err);
@@ -119,7 +119,7 @@ i32 wiq_json_ptr_put(wiq_json_t* root, const char* ptr, wiq_json_t* value) {
     ke::json::PointerScratch scratch(strlen(ptr) + 1);
     if (scratch.get() == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    return ke::json::Writer(root, scratch.get()).put(ptr, value);
+    return ke::json::PointerWriter(root, scratch.get()).put(ptr, value);
 }
 
 wiq_json_t* wiq_json_ptr_put_obj(wiq_json_t* root, const char* ptr, u32* err) {

@@ -1,6 +1,6 @@
 // A fast path for the usual numbers of JSON text, which reads them in one pass: signed 64-bit
-// integers, and reals of up to 19 digits whose value one multiplication or division gives. All other
-// numbers are left to the conversions of text/numbers.h.
+// integers, and reals of up to 19 digits whose value one multiplication or division gives. All
+// other numbers are left to the conversions of text/numbers.h.
 #pragma once
 
 #include <bit>

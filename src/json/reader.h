@@ -1,6 +1,6 @@
 // Where JSON text comes from: a string in memory, or an open stream (stream_reader.h). Both readers
-// give the lexer one byte at a time, checked as UTF-8. A place in the text is a line, a column and the
-// number of bytes consumed.
+// give the lexer one byte at a time, checked as UTF-8. A location in the text is a line, a column
+// and the number of bytes consumed.
 //
 // next() returns one of these:
 //   0 to 127                a byte
@@ -26,14 +26,14 @@
 namespace ke::json {
 
 // Each number stays at INT32_MAX if the text is too long for it.
-struct Place {
+struct Location {
     i32 line;
     i32 column;
-    i32 position;
+    i32 offset;
 };
 
 // Returns a count as an i32, INT32_MAX if it is larger.
-constexpr i32 told(i64 count) {
+constexpr i32 capped(i64 count) {
     return count < INT32_MAX ? static_cast<i32>(count) : INT32_MAX;
 }
 
@@ -61,7 +61,7 @@ inline bool take_plain(const char** next, const char* end, const char** text, si
     return true;
 }
 
-// Reads a NUL-terminated string. Lines and columns are not counted while reading; place() works
+// Reads a NUL-terminated string. Lines and columns are not counted while reading; location() works
 // them out from the text that was consumed. The length of the string is not determined either, so
 // that reading one value from the beginning of a long text takes no longer than the value needs.
 class StringReader {
@@ -146,7 +146,7 @@ class StringReader {
         next_ = skip_plain_ascii(next_, plain_end_);
     }
 
-    Place place() const {
+    Location location() const {
         i64 lines = 1;
         const char* line = start_;
         while (const void* feed = memchr(line, '\n', static_cast<size_t>(next_ - line))) {
@@ -156,9 +156,9 @@ class StringReader {
         i64 columns = 0;
         for (const char* p = line; p != next_; ++p)
             columns += starts_character(static_cast<u8>(*p)) ? 1 : 0;
-        return {told(lines), told(columns), position()};
+        return {capped(lines), capped(columns), offset()};
     }
-    i32 position() const { return told(next_ - start_); }
+    i32 offset() const { return capped(next_ - start_); }
 
   private:
     void skip_blanks() {
@@ -192,8 +192,8 @@ class StringReader {
         return static_cast<i8>(*next_++);
     }
 
-    // Finds text without a NUL after next_, each time twice as much as before, up to kMaxLookAhead. So
-    // apart from the first piece, at most twice as much is examined as is consumed, and what was
+    // Finds text without a NUL after next_, each time twice as much as before, up to kMaxLookAhead.
+    // So apart from the first piece, at most twice as much is examined as is consumed, and what was
     // examined is still in the nearest cache when it is read.
     void look_ahead() {
         const void* nul = memchr(next_, '\0', ahead_);

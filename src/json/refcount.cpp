@@ -51,7 +51,7 @@ bool has_one_owner(wiq_json* node) {
     return std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire) == 1;
 }
 // Gives up a reference and returns the count that is left.
-i32 drop_reference(wiq_json* node) {
+i32 give_up_reference(wiq_json* node) {
     if (has_one_owner(node)) {
         set_count(node, 0);
         return 0;
@@ -63,7 +63,7 @@ i32 drop_reference(wiq_json* node) {
 // strong container has the only reference, the child's header is left as it is: it is not worth
 // writing to memory that is about to be freed. (Its count then still is 1, and its parent the
 // container.)
-inline bool drop_child(bool weak, wiq_json* child) {
+inline bool give_up_child(bool weak, wiq_json* child) {
     if (!weak) {
         if (has_one_owner(child)) {
             return true;
@@ -71,7 +71,7 @@ inline bool drop_child(bool weak, wiq_json* child) {
         // Before the reference is given up: afterwards another owner may free the child.
         unlink_from_parent(child);
     }
-    return is_dead(child, drop_reference(child));
+    return is_dead(child, give_up_reference(child));
 }
 
 // Links the members anew, in the order of their addresses: bucket i holds a range of memory below
@@ -114,8 +114,8 @@ void order_by_address(const Members& members) {
 constexpr u32 kChainedMembers = UINT32_MAX;
 constexpr i32 kChainedElems = -1;
 static_assert(kMaxBuckets - 1 < kChainedMembers, "no table has this mask");
-// A container is turned into a chain if it has more than kMaxInlineSlots children. Its table then has a
-// block of its own and is freed without asking is_behind().
+// A container is turned into a chain if it has more than kMaxInlineSlots children. Its table then
+// has a block of its own and is freed without asking is_inline().
 static_assert(load_limit(kMaxInlineSlots) <= kMaxInlineSlots);
 
 // Turns an object's table into a chain, bucket by bucket from the highest addresses to the lowest.
@@ -130,7 +130,7 @@ void chain_members(Members* members) {
             member = next;
         }
     }
-    drop_index(*members);
+    free_index(*members);
     std::free(members->buckets);
     members->chain = chain;
     members->mask = kChainedMembers;
@@ -170,23 +170,23 @@ void begin_emptying(wiq_json* node) {
 
 // Frees nodes one after another. Neighbours in one chunk are released together, by one change of
 // the chunk's count.
-class Freed {
+class FreedNodes {
   public:
-    Freed() = default;
-    Freed(const Freed&) = delete;
-    Freed& operator=(const Freed&) = delete;
-    ~Freed() { give_up(); }
+    FreedNodes() = default;
+    FreedNodes(const FreedNodes&) = delete;
+    FreedNodes& operator=(const FreedNodes&) = delete;
+    ~FreedNodes() { flush(); }
 
     void add(wiq_json* node) {
         if (node->in_chunk == 0) {
-            free_node_apart(node);
+            free_node_outside_chunks(node);
             return;
         }
         Chunk* const* mark = mark_of(node);
         if (mark != mark_) {
             mark_ = mark;
             if (*mark != chunk_) {
-                give_up();
+                flush();
                 chunk_ = *mark;
             }
         }
@@ -194,7 +194,7 @@ class Freed {
     }
 
   private:
-    void give_up() {
+    void flush() {
         if (blocks_ != 0) {
             release_blocks(chunk_, blocks_);
         }
@@ -274,7 +274,7 @@ void release_children(wiq_json* top) {
     if (release_document(top)) {
         return;
     }
-    Freed freed;
+    FreedNodes freed;
     add_to_count(top, kDying);
     begin_emptying(top);
     wiq_json* node = top;
@@ -290,7 +290,7 @@ void release_children(wiq_json* top) {
             wiq_json* up = node->parent;
             freed.add(node);
             node = up;
-        } else if (drop_child(is_weak(node), child)) {
+        } else if (give_up_child(is_weak(node), child)) {
             if (!is_container(child)) {
                 freed.add(child);
             } else if (has_document(child) && release_document(child)) {
@@ -316,12 +316,12 @@ void release_children(wiq_json* top) {
 void drop_table(wiq_json* container) {
     if (container->type == kJsonArray) {
         auto* array = as<ArrayNode>(container);
-        std::free(is_behind(array, array->elems.data) ? nullptr : array->elems.data);
+        std::free(is_inline(array, array->elems.data) ? nullptr : array->elems.data);
         array->elems = {};
     } else {
         auto* obj = as<ObjectNode>(container);
-        if (!is_behind(obj, obj->members.buckets)) {
-            drop_index(obj->members);
+        if (!is_inline(obj, obj->members.buckets)) {
+            free_index(obj->members);
             std::free(obj->members.buckets);
         }
         obj->members = {};
@@ -329,7 +329,7 @@ void drop_table(wiq_json* container) {
 }
 
 void release_child(const wiq_json* container, wiq_json* child) {
-    if (drop_child(is_weak(container), child)) {
+    if (give_up_child(is_weak(container), child)) {
         wiq_json_delete_impl(child);
     }
 }
@@ -338,7 +338,7 @@ void release_child(const wiq_json* container, wiq_json* child) {
 // it shares one with an earlier child, with which it was made and which may have been freed
 // already. Only in the latter case is the member marked as shared. Then the header of that child
 // can still be read, since the member is an owner of the block.
-void free_member_apart(Member* member) {
+void free_separate_member(Member* member) {
     if (member->is_shared()) {
         auto* made_with = reinterpret_cast<wiq_json*>(end_of(member));
         // In a chunk, the member counts as one more block.
@@ -379,7 +379,7 @@ void wiq_json_ref(wiq_json_t* node) {
 }
 
 void wiq_json_unref(wiq_json_t* node) {
-    if (node != nullptr && is_dead(node, drop_reference(node))) {
+    if (node != nullptr && is_dead(node, give_up_reference(node))) {
         wiq_json_delete_impl(node);
     }
 }

@@ -102,22 +102,22 @@ class StreamReader {
 
     void skip_plain() { next_ = skip_plain_ascii(next_, end_); }
 
-    Place place() const {
+    Location location() const {
         Counters now = counters_;
         now.add(mark_, next_);
-        return {told(now.line), told(now.column), told(now.position)};
+        return {capped(now.line), capped(now.column), capped(now.offset)};
     }
-    i32 position() const { return told(counters_.position + (next_ - mark_)); }
+    i32 offset() const { return capped(counters_.offset + (next_ - mark_)); }
 
   private:
     struct Counters {
         i64 line = 1;
         i64 column = 0;
-        i64 position = 0;
+        i64 offset = 0;
 
         // Counts ASCII text, in which every byte is a character.
         void add(const char* first, const char* last) {
-            position += last - first;
+            offset += last - first;
             while (first != last) {
                 const void* feed = memchr(first, '\n', static_cast<size_t>(last - first));
                 if (feed == nullptr) {
@@ -213,7 +213,7 @@ class StreamReader {
         }
         if (!utf8_valid_sequence(sequence, length))
             return state_ = WIQ_ERR_JSON_BAD_UTF8;
-        ++counters_.position;
+        ++counters_.offset;
         ++counters_.column;
         const char byte = static_cast<char>(lead);
         keep(&byte, &byte + 1);

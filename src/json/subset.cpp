@@ -91,7 +91,7 @@ Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
     return same ? Answer::kYes : Answer::kNo;
 }
 
-bool has(u32 flags, u32 flag) {
+bool has_flag(u32 flags, u32 flag) {
     return (flags & flag) != 0;
 }
 
@@ -103,7 +103,7 @@ struct Pair {
 
 // Each of the three machines below works like this: start() and next() compare pairs of children
 // until the machine has an answer, or until they meet two containers. These are its question, and
-// next() returns kLookInside. go_on() takes the answer to the question and continues.
+// next() returns kLookInside. resume() takes the answer to the question and continues.
 
 // Objects: each member of a must have its counterpart, with the same key, in b.
 struct ObjectMatch {
@@ -115,8 +115,9 @@ struct ObjectMatch {
     const Member* likely;
 
     Answer start(u32 flags, Pair* question) {
-        const bool sizes_fit = has(flags, WIQ_JSON_SUBSET_SAME_SIZE) ? size_of(a) == size_of(b)
-                                                                     : size_of(a) <= size_of(b);
+        const bool sizes_fit = has_flag(flags, WIQ_JSON_SUBSET_SAME_SIZE)
+                                   ? size_of(a) == size_of(b)
+                                   : size_of(a) <= size_of(b);
         if (!sizes_fit) {
             return Answer::kNo;
         }
@@ -145,7 +146,7 @@ struct ObjectMatch {
         return Answer::kYes;
     }
 
-    Answer go_on(bool matched, Pair* question) { return matched ? next(question) : Answer::kNo; }
+    Answer resume(bool matched, Pair* question) { return matched ? next(question) : Answer::kNo; }
 };
 
 // Arrays in which b may have other elements between those that match: each element of a takes the
@@ -180,7 +181,7 @@ struct GapMatch {
         }
     }
 
-    Answer go_on(bool matched, Pair* question) {
+    Answer resume(bool matched, Pair* question) {
         step(matched);
         return next(question);
     }
@@ -204,8 +205,8 @@ struct RunMatch {
         index = 0;
         offset = 0;
         last_offset = size_of(b) - size_of(a);
-        if (has(flags, WIQ_JSON_SUBSET_PREFIX)) {
-            if (has(flags, WIQ_JSON_SUBSET_SAME_LENGTH) && last_offset != 0) {
+        if (has_flag(flags, WIQ_JSON_SUBSET_PREFIX)) {
+            if (has_flag(flags, WIQ_JSON_SUBSET_SAME_LENGTH) && last_offset != 0) {
                 return Answer::kNo;
             }
             last_offset = last_offset < 0 ? last_offset : 0;
@@ -228,7 +229,7 @@ struct RunMatch {
         return Answer::kNo;
     }
 
-    Answer go_on(bool matched, Pair* question) {
+    Answer resume(bool matched, Pair* question) {
         step(matched);
         return next(question);
     }
@@ -262,7 +263,7 @@ Answer start(Match* match, Pair containers, u32 flags, Pair* question) {
     }
     const auto* a = as<ArrayNode>(containers.a);
     const auto* b = as<ArrayNode>(containers.b);
-    if (has(flags, WIQ_JSON_SUBSET_CONTIGUOUS)) {
+    if (has_flag(flags, WIQ_JSON_SUBSET_CONTIGUOUS)) {
         match->kind = Match::kRun;
         match->run.a = a;
         match->run.b = b;
@@ -274,14 +275,14 @@ Answer start(Match* match, Pair containers, u32 flags, Pair* question) {
     return match->gaps.start(question);
 }
 
-Answer go_on(Match* match, bool matched, Pair* question) {
+Answer resume(Match* match, bool matched, Pair* question) {
     switch (match->kind) {
         case Match::kObjects:
-            return match->objects.go_on(matched, question);
+            return match->objects.resume(matched, question);
         case Match::kGaps:
-            return match->gaps.go_on(matched, question);
+            return match->gaps.resume(matched, question);
         default:
-            return match->run.go_on(matched, question);
+            return match->run.resume(matched, question);
     }
 }
 
@@ -305,7 +306,7 @@ bool compare_containers(Pair pair, u32 flags) {
             if (waiting.empty()) {
                 return answer == Answer::kYes;
             }
-            answer = go_on(&waiting.top(), answer == Answer::kYes, &pair);
+            answer = resume(&waiting.top(), answer == Answer::kYes, &pair);
             if (answer != Answer::kLookInside) {
                 waiting.pop();
             }

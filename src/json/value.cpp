@@ -75,9 +75,9 @@ wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks) {
         return nullptr;
     }
     auto* node = reinterpret_cast<wiq_json*>(block + offset);
-    begin_node(node, type, home, chunks != nullptr);
+    init_node(node, type, home, chunks != nullptr);
     if (offset != 0) {
-        make_member(block, *key);
+        init_member(block, *key);
     }
     return node;
 }

@@ -135,9 +135,9 @@ i64 order_of(const char* p, const char* end, u32 base) {
     return order + (negative ? -exponent : exponent);
 }
 
-// Whether std::from_chars() may read a number wrongly. Of a decimal exponent it reads no more digits
-// once those read make 2^28. In base 16 it counts the bits of the digits in an int, which 2^29 digits
-// overflow.
+// Whether std::from_chars() may read a number wrongly. Of a decimal exponent it reads no more
+// digits once those read make 2^28. In base 16 it counts the bits of the digits in an int, which
+// 2^29 digits overflow.
 bool is_too_long(const char* first, const char* end, u32 base) {
     constexpr i64 kTrustedHexDigits = 1'000'000;
     constexpr i64 kTrustedExponent = 8;  // digits

@@ -56,7 +56,7 @@ std::string all_tokens(SomeLexer& lexer) {
     std::string out;
     for (;;) {
         const std::string token = next_token(lexer);
-        out += (out.empty() ? "" : " ") + token + "@" + std::to_string(lexer.position());
+        out += (out.empty() ? "" : " ") + token + "@" + std::to_string(lexer.offset());
         if (lexer.token() == kTokenInvalid || lexer.token() == kTokenEnd)
             return out;
     }
@@ -192,18 +192,18 @@ TEST(Lexer, ContinuesAfterAnInvalidToken) {
     }
 }
 
-TEST(Lexer, Place) {
+TEST(Lexer, Location) {
     ScratchFile file;
     StringLexer string("[\n  1\n,");
     StreamLexer stream(file.with("[\n  1\n,"));
-    const std::vector<Place> expected = {{1, 1, 1}, {2, 3, 5}, {3, 1, 7}, {3, 1, 7}};
-    for (const Place& place : expected) {
+    const std::vector<Location> expected = {{1, 1, 1}, {2, 3, 5}, {3, 1, 7}, {3, 1, 7}};
+    for (const Location& location : expected) {
         EXPECT_EQ(string.scan(), 0);
         EXPECT_EQ(stream.scan(), 0);
-        for (const Place& actual : {string.place(), stream.place()}) {
-            EXPECT_EQ(actual.line, place.line);
-            EXPECT_EQ(actual.column, place.column);
-            EXPECT_EQ(actual.position, place.position);
+        for (const Location& actual : {string.location(), stream.location()}) {
+            EXPECT_EQ(actual.line, location.line);
+            EXPECT_EQ(actual.column, location.column);
+            EXPECT_EQ(actual.offset, location.offset);
         }
     }
 }

@@ -1,4 +1,4 @@
-// The two readers, byte by byte and side by side: what next() returns, the position after each byte, what can
+// The two readers, byte by byte and side by side: what next() returns, the location after each byte, what can
 // be taken back, and the text of a token. Tests of only one of them follow at the end.
 #include "json/reader.h"
 
@@ -11,19 +11,19 @@
 
 namespace {
 
-using ke::json::Place;
+using ke::json::Location;
 using ke::json::StreamReader;
 using ke::json::StringReader;
 
-std::string describe_place(const Place& place) {
-    return std::to_string(place.line) + ":" + std::to_string(place.column) + "@" +
-           std::to_string(place.position);
+std::string describe_location(const Location& location) {
+    return std::to_string(location.line) + ":" + std::to_string(location.column) + "@" +
+           std::to_string(location.offset);
 }
 
 // The result of one call of next(), and the position after it.
 struct Step {
     int c;
-    Place place;
+    Location location;
 };
 
 struct Row {
@@ -72,11 +72,11 @@ const Row kRows[] = {
 
 template <class Reader>
 void check_row(Reader& reader, const Row& row) {
-    EXPECT_EQ(describe_place(reader.place()), "1:0@0");
+    EXPECT_EQ(describe_location(reader.location()), "1:0@0");
     for (const Step& step : row.steps) {
         EXPECT_EQ(reader.next(), step.c);
-        EXPECT_EQ(describe_place(reader.place()), describe_place(step.place));
-        EXPECT_EQ(reader.position(), step.place.position);
+        EXPECT_EQ(describe_location(reader.location()), describe_location(step.location));
+        EXPECT_EQ(reader.offset(), step.location.offset);
     }
     EXPECT_FALSE(reader.failed());
 }
@@ -96,14 +96,14 @@ TEST(Reader, BytesAndPlaces) {
 template <class Reader>
 void check_unread(Reader& reader, const std::string& text) {
     for (char expected : text) {
-        const std::string before = describe_place(reader.place());
+        const std::string before = describe_location(reader.location());
         const int c = reader.next();
         EXPECT_EQ(c, expected);
-        const std::string behind = describe_place(reader.place());
+        const std::string behind = describe_location(reader.location());
         reader.unread(c);
-        EXPECT_EQ(describe_place(reader.place()), before);
+        EXPECT_EQ(describe_location(reader.location()), before);
         EXPECT_EQ(reader.next(), c);
-        EXPECT_EQ(describe_place(reader.place()), behind);
+        EXPECT_EQ(describe_location(reader.location()), behind);
     }
 }
 
@@ -122,7 +122,7 @@ TEST(Reader, Unread) {
 // The end, invalid UTF-8 and a non-ASCII byte cannot be pushed back.
 TEST(Reader, UnreadDoesNotTakeBackFailures) {
     ScratchFile file;
-    for (const auto& [text, c, place] : {
+    for (const auto& [text, c, location] : {
              std::tuple{"a", kEof, "1:1@1"},
              std::tuple{"a\xFF", kBad, "1:1@1"},
              std::tuple{"a\xC3\xA9", -61, "1:2@2"},
@@ -136,8 +136,8 @@ TEST(Reader, UnreadDoesNotTakeBackFailures) {
         EXPECT_EQ(stream.next(), c);
         string.unread(c);
         stream.unread(c);
-        EXPECT_EQ(describe_place(string.place()), place);
-        EXPECT_EQ(describe_place(stream.place()), place);
+        EXPECT_EQ(describe_location(string.location()), location);
+        EXPECT_EQ(describe_location(stream.location()), location);
     }
 }
 
@@ -179,8 +179,8 @@ TEST(Reader, SkipPlain) {
             const std::string text = std::string(run, 'x') + behind;
             StringReader reader(text.c_str());
             i32 before = -1;
-            while (reader.position() != before) {
-                before = reader.position();
+            while (reader.offset() != before) {
+                before = reader.offset();
                 reader.skip_plain();
             }
             EXPECT_EQ(before, static_cast<i32>(run)) << describe_text(behind);
@@ -223,10 +223,10 @@ TEST(Reader, NulInStream) {
     EXPECT_EQ(reader.next(), '1');
     EXPECT_EQ(reader.next(), 0);
     reader.unread(0);
-    EXPECT_EQ(describe_place(reader.place()), "1:2@2");
+    EXPECT_EQ(describe_location(reader.location()), "1:2@2");
     EXPECT_EQ(std::string(reader.token_text()), "1");
     EXPECT_EQ(reader.next(), '2');
-    EXPECT_EQ(describe_place(reader.place()), "1:3@3");
+    EXPECT_EQ(describe_location(reader.location()), "1:3@3");
 }
 
 // For the string reader, the text ends there.
@@ -235,7 +235,7 @@ TEST(Reader, NulInString) {
     EXPECT_EQ(reader.next(), '1');
     EXPECT_EQ(reader.next(), kEof);
     EXPECT_EQ(reader.next(), kEof);
-    EXPECT_EQ(describe_place(reader.place()), "1:1@1");
+    EXPECT_EQ(describe_location(reader.location()), "1:1@1");
 }
 
 // If memory for a token's text runs out, bytes and positions are still right, and the failure can be queried
@@ -255,7 +255,7 @@ TEST(ReaderFaults, TokenText) {
         EXPECT_EQ(reader.next(), kEof);
         faults.disarm();
         EXPECT_EQ(reader.failed(), faults.fired());
-        EXPECT_EQ(describe_place(reader.place()), "2:20000@20001");
+        EXPECT_EQ(describe_location(reader.location()), "2:20000@20001");
     });
     EXPECT_GE(points, 2u);
 }

@@ -34,8 +34,8 @@ wiq_json* next_sibling(const wiq_json* node) {
         return member != nullptr ? member->child : nullptr;
     }
     const auto* array = as<ArrayNode>(node->parent);
-    const i32 place = place_of(array, node) + 1;
-    return place < size_of(array) ? elems_of(array)[place] : nullptr;
+    const i32 slot = slot_of(array, node) + 1;
+    return slot < size_of(array) ? elems_of(array)[slot] : nullptr;
 }
 
 // Returns the node that follows `node` in a walk over everything below `top`, or nullptr at the
@@ -51,7 +51,7 @@ wiq_json* next_below(const wiq_json* top, wiq_json* node) {
 
 }  // namespace
 
-bool closes_ring(const wiq_json* container, wiq_json* child) {
+bool would_form_cycle(const wiq_json* container, wiq_json* child) {
     if (container == child) {
         return true;
     }

@@ -45,7 +45,7 @@ std::vector<wiq_json_t*> grow(wiq_json_t* root, i32 levels, std::mt19937* random
     return chain;
 }
 
-TEST(JsonRing, IsRefusedAtAnyDistance) {
+TEST(JsonCycle, IsRefusedAtAnyDistance) {
     std::mt19937 random(7);
     for (const i32 levels : {1, 2, 3, 60, 66, 100, 1000}) {
         for (i32 round = 0; round < 20; ++round) {
@@ -66,7 +66,7 @@ TEST(JsonRing, IsRefusedAtAnyDistance) {
     }
 }
 
-TEST(JsonRing, AnotherTreeIsAccepted) {
+TEST(JsonCycle, AnotherTreeIsAccepted) {
     std::mt19937 random(8);
     for (const i32 levels : {1, 3, 63, 64, 65, 66, 72, 73, 200, 1000}) {
         for (const i32 child_levels : {1, 2, 9, 200}) {
@@ -82,7 +82,7 @@ TEST(JsonRing, AnotherTreeIsAccepted) {
 }
 
 // A weak container is nobody's parent, so no cycle can go through it.
-TEST(JsonRing, WeakContainersFormNoCycle) {
+TEST(JsonCycle, WeakContainersFormNoCycle) {
     Tree root(wiq_json_array_new(0, nullptr));
     std::mt19937 random(9);
     wiq_json_t* deepest = grow(root.get(), 100, &random).back();
