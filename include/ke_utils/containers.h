@@ -56,8 +56,11 @@ KE_API i32 wiq_vector_init(wiq_vector* vec, u64 elem_size, i32 size, wiq_vector_
                            wiq_vector_elem_fn free_cb);
 
 /**
- * Makes a vector on the heap, with a reference count of 1. The arguments are those of
- * wiq_vector_init().
+ * Makes a vector on the heap, with a reference count of 1.
+ * @param elem_size as in wiq_vector_init()
+ * @param size      as in wiq_vector_init()
+ * @param init_cb   as in wiq_vector_init()
+ * @param free_cb   as in wiq_vector_init()
  * @return the vector, which wiq_vector_unref() or wiq_vector_delete() releases; NULL if
  *         wiq_vector_init() fails with these arguments, or when out of memory
  */
@@ -67,6 +70,7 @@ KE_API wiq_vector* wiq_vector_new(u64 elem_size, i32 size, wiq_vector_elem_fn in
 /**
  * Destroys all elements, last to first, and releases the block. The vector is then empty and can be
  * used again: its element size, callbacks and reference count stay.
+ * @param vec the vector
  * @return 0; WIQ_ERR_INVALID_ARG if `vec` is NULL; WIQ_ERR_FAILED if a callback changed the vector,
  *         in which case the block is not released
  */
@@ -99,13 +103,17 @@ KE_API i32 wiq_vector_resize(wiq_vector* vec, i32 size);
 
 /**
  * Appends one element, constructed by init_cb or, without one, not initialised.
+ * @param vec the vector
  * @return the address of the element, valid until the block is next reallocated; NULL if `vec` is
- *         NULL, when out of memory (nothing is changed then), or if a callback changed the vector
+ *         NULL, when out of memory or at 2^31 - 1 elements (nothing is changed then), or if a
+ *         callback changed the vector
  */
 KE_API void* wiq_vector_push(wiq_vector* vec);
 
 /**
  * Destroys the last `count` elements, last to first.
+ * @param vec   the vector
+ * @param count number of elements to destroy
  * @return 0; WIQ_ERR_INVALID_ARG if `vec` is NULL, `count` is negative or there are fewer elements,
  *         with nothing changed; WIQ_ERR_FAILED if a callback changed the vector
  */
@@ -120,15 +128,26 @@ KE_API i32 wiq_vector_pop(wiq_vector* vec, i32 count);
  */
 KE_API void* wiq_vector_get(const wiq_vector* vec, i32 index);
 
-/** The same function as wiq_vector_get(), under a second name for callers that only read. */
+/**
+ * The same function as wiq_vector_get(), under a second name for callers that only read.
+ * @param vec   as in wiq_vector_get()
+ * @param index as in wiq_vector_get()
+ * @return as wiq_vector_get()
+ */
 KE_API const void* wiq_vector_get_const(const wiq_vector* vec, i32 index);
 
-/** Returns the number of elements, or WIQ_ERR_INVALID_ARG if `vec` is NULL. */
+/**
+ * Returns the number of elements.
+ * @param vec the vector
+ * @return the number; WIQ_ERR_INVALID_ARG if `vec` is NULL
+ */
 KE_API i32 wiq_vector_size(const wiq_vector* vec);
 
 /**
  * Makes the block exactly large enough for `extra` more elements. This may also shrink it; an empty
  * vector with `extra` 0 releases its block.
+ * @param vec   the vector
+ * @param extra number of elements to have room for, beyond those in use
  * @return 0; WIQ_ERR_INVALID_ARG if `vec` is NULL or `extra` negative; WIQ_ERR_NO_MEMORY when out
  *         of memory or for a capacity of 2^31 or more, with nothing changed
  */
@@ -217,7 +236,12 @@ KE_API i32 wiq_map_init(wiq_map* map, u64 capacity, wiq_hash_fn hash, wiq_cmp_fn
                         wiq_release_fn key_free, wiq_release_fn value_free);
 
 /**
- * Makes a map on the heap, with a reference count of 1. The arguments are those of wiq_map_init().
+ * Makes a map on the heap, with a reference count of 1.
+ * @param capacity   as in wiq_map_init()
+ * @param hash       as in wiq_map_init()
+ * @param cmp        as in wiq_map_init()
+ * @param key_free   as in wiq_map_init()
+ * @param value_free as in wiq_map_init()
  * @return the map, which wiq_map_unref() or wiq_map_delete() releases; NULL if wiq_map_init() fails
  *         with these arguments, or when out of memory
  */
@@ -227,6 +251,7 @@ KE_API wiq_map* wiq_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp, wiq_
 /**
  * Releases all entries and the buckets of an embedded map. Entries that key_free and value_free
  * store meanwhile are released too. The map must be initialised before it is used again.
+ * @param map the map
  * @return 0
  */
 KE_API i32 wiq_map_finalize(wiq_map* map);
@@ -242,7 +267,10 @@ KE_API void wiq_map_unref(wiq_map* map);
 
 /**
  * Stores a value under a key; an old value is released through value_free.
- * @return as wiq_map_replace()
+ * @param map   the map
+ * @param key   as in wiq_map_replace()
+ * @param value as in wiq_map_replace()
+ * @return 0, or WIQ_ERR_NO_MEMORY as in wiq_map_replace()
  */
 KE_API i32 wiq_map_put(wiq_map* map, void* key, void* value);
 
@@ -282,8 +310,11 @@ KE_API void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory
                              i32* status);
 
 /**
- * Returns the value that is stored under an equal key, which the map keeps owning; NULL if there is
- * none.
+ * Returns the value under a key.
+ * @param map the map
+ * @param key any key that `hash` and `cmp` of the map accept
+ * @return the value that is stored under an equal key, which the map keeps owning; NULL if not
+ *         found
  */
 KE_API void* wiq_map_get(const wiq_map* map, const void* key);
 
@@ -292,8 +323,10 @@ KE_API bool wiq_map_test_key(const wiq_map* map, const void* key);
 
 /**
  * Removes an entry. Its key is released through key_free, and then its value through value_free.
+ * @param map the map
+ * @param key any key that `hash` and `cmp` of the map accept
  * @return the value if there is no value_free, now owned by the caller; NULL if value_free has
- *         released it, or if the key is not stored
+ *         released it, or if the key is not found
  */
 KE_API void* wiq_map_remove(wiq_map* map, const void* key);
 
@@ -361,8 +394,13 @@ typedef struct wiq_safe_map {
 } wiq_safe_map;
 
 /**
- * Prepares an embedded locked map, which wiq_safe_map_finalize() ends. The arguments are those of
- * wiq_map_init().
+ * Prepares an embedded locked map, which wiq_safe_map_finalize() ends.
+ * @param map        the record; what it held before is forgotten, not released
+ * @param capacity   as in wiq_map_init()
+ * @param hash       as in wiq_map_init()
+ * @param cmp        as in wiq_map_init()
+ * @param key_free   as in wiq_map_init()
+ * @param value_free as in wiq_map_init()
  * @return 0; WIQ_ERR_INVALID_ARG if the record, `hash` or `cmp` is NULL; WIQ_ERR_LOCK_INIT (-5007)
  *         if the mutex cannot be made; WIQ_ERR_NO_MEMORY when out of memory. On failure there is
  *         nothing to finalize.
@@ -371,7 +409,12 @@ KE_API i32 wiq_safe_map_init(wiq_safe_map* map, u64 capacity, wiq_hash_fn hash, 
                              wiq_release_fn key_free, wiq_release_fn value_free);
 
 /**
- * Makes a locked map on the heap. The arguments are those of wiq_map_init().
+ * Makes a locked map on the heap.
+ * @param capacity   as in wiq_map_init()
+ * @param hash       as in wiq_map_init()
+ * @param cmp        as in wiq_map_init()
+ * @param key_free   as in wiq_map_init()
+ * @param value_free as in wiq_map_init()
  * @return the map, which wiq_safe_map_delete() releases; NULL if wiq_safe_map_init() fails with
  *         these arguments, or when out of memory
  */
@@ -380,6 +423,7 @@ KE_API wiq_safe_map* wiq_safe_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn
 
 /**
  * Finalizes the map with wiq_map_finalize() and destroys the mutex.
+ * @param map the map
  * @return 0
  */
 KE_API i32 wiq_safe_map_finalize(wiq_safe_map* map);
@@ -387,29 +431,57 @@ KE_API i32 wiq_safe_map_finalize(wiq_safe_map* map);
 /** Finalizes a locked map of the heap and releases it. */
 KE_API void wiq_safe_map_delete(wiq_safe_map* map);
 
-/** Calls wiq_map_put() under the lock and returns its status. */
+/**
+ * Calls wiq_map_put() under the lock.
+ * @param map   the map
+ * @param key   as in wiq_map_replace()
+ * @param value as in wiq_map_replace()
+ * @return 0, or WIQ_ERR_NO_MEMORY as in wiq_map_replace()
+ */
 KE_API i32 wiq_safe_map_put(wiq_safe_map* map, void* key, void* value);
 
-/** Calls wiq_map_replace() under the lock and returns its status. */
+/**
+ * Calls wiq_map_replace() under the lock.
+ * @param map       the map
+ * @param key       as in wiq_map_replace()
+ * @param value     as in wiq_map_replace()
+ * @param old_value as in wiq_map_replace()
+ * @return 0, or WIQ_ERR_NO_MEMORY as in wiq_map_replace()
+ */
 KE_API i32 wiq_safe_map_replace(wiq_safe_map* map, void* key, void* value, void** old_value);
 
 /**
  * Calls wiq_map_memoize() under the lock, so that threads that ask for the same key have its value
  * made once.
+ * @param map     the map
+ * @param key     as in wiq_map_memoize()
+ * @param factory makes the value, under the lock
+ * @param user    passed on to `factory`
+ * @param status  receives 0, the factory's nonzero status, or WIQ_ERR_NO_MEMORY, as in
+ *                wiq_map_memoize(); may be NULL
+ * @return the stored value, or the one that was made
  */
 KE_API void* wiq_safe_map_memoize(wiq_safe_map* map, void* key, wiq_map_factory_fn factory,
                                   void* user, i32* status);
 
 /**
- * Calls wiq_map_get() under the lock. The value is valid as long as no other thread removes or
- * replaces it.
+ * Calls wiq_map_get() under the lock.
+ * @param map the map
+ * @param key as in wiq_map_get()
+ * @return the value, which is valid as long as no other thread removes or replaces it; NULL if not
+ *         found
  */
 KE_API void* wiq_safe_map_get(wiq_safe_map* map, const void* key);
 
 /** Calls wiq_map_test_key() under the lock. */
 KE_API bool wiq_safe_map_test_key(wiq_safe_map* map, const void* key);
 
-/** Calls wiq_map_remove() under the lock. */
+/**
+ * Calls wiq_map_remove() under the lock.
+ * @param map the map
+ * @param key as in wiq_map_remove()
+ * @return as wiq_map_remove()
+ */
 KE_API void* wiq_safe_map_remove(wiq_safe_map* map, const void* key);
 
 /** Calls wiq_map_size() under the lock. */
@@ -457,6 +529,7 @@ KE_API void wiq_strbuf_finalize(wiq_strbuf* buf);
 /**
  * Hands the text over to the caller, in a block that is cut to its length. The record is cleared
  * and may be used again.
+ * @param buf the buffer
  * @return the text, which the caller releases with free(); NULL if `buf` is NULL or when out of
  *         memory, with the buffer unchanged
  */
@@ -464,24 +537,30 @@ KE_API char* wiq_strbuf_release(wiq_strbuf* buf);
 
 /**
  * Empties the buffer and keeps its block.
+ * @param buf the buffer
  * @return 0, or WIQ_ERR_INVALID_ARG if `buf` is NULL
  */
 KE_API i32 wiq_strbuf_reset(wiq_strbuf* buf);
 
 /**
  * Cuts the text to a length.
+ * @param buf      the buffer
+ * @param position the new length in bytes, at most the present one
  * @return 0, or WIQ_ERR_INVALID_ARG if `buf` is NULL or `position` is after the end of the text
  */
 KE_API i32 wiq_strbuf_reset_pos(wiq_strbuf* buf, u64 position);
 
 /**
- * Removes the last `count` characters, or all if there are fewer. `buf` must not be NULL.
+ * Removes the last characters of the text.
+ * @param buf   must not be NULL
+ * @param count number of characters; if there are fewer, all are removed
  * @return 0
  */
 KE_API i32 wiq_strbuf_erase(wiq_strbuf* buf, u64 count);
 
 /**
- * Removes the last character if there is one. `buf` must not be NULL.
+ * Removes the last character if there is one.
+ * @param buf must not be NULL
  * @return 0
  */
 KE_API i32 wiq_strbuf_pop(wiq_strbuf* buf);
@@ -496,6 +575,8 @@ KE_API char wiq_strbuf_getc(const wiq_strbuf* buf, i32 index);
 
 /**
  * Appends a character. A NUL is accepted and appends nothing.
+ * @param buf the buffer
+ * @param c   the character
  * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL; WIQ_ERR_NO_MEMORY when out of memory, with
  *         nothing changed
  */
@@ -505,6 +586,8 @@ KE_API i32 wiq_strbuf_putc(wiq_strbuf* buf, char c);
  * Does what wiq_strbuf_putc() does, without a call if the buffer has room for the character.
  *
  * In C, a call of wiq_strbuf_putc() is a call of this function; in C++, call it by this name.
+ * @param buf the buffer
+ * @param c   the character
  * @return as wiq_strbuf_putc()
  */
 static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
@@ -526,6 +609,9 @@ static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
 
 /**
  * Appends bytes up to a count or up to the first NUL, whichever comes first.
+ * @param buf   the buffer
+ * @param bytes the bytes; may lie in the buffer
+ * @param count number of bytes to append at most
  * @return the number of bytes appended, of which an i32 holds the low 32 bits; WIQ_ERR_INVALID_ARG
  *         if an argument is NULL; WIQ_ERR_NO_MEMORY when out of memory, with nothing changed
  */
@@ -533,7 +619,10 @@ KE_API i32 wiq_strbuf_write(wiq_strbuf* buf, const char* bytes, u64 count);
 
 /**
  * Empties the buffer, then does what wiq_strbuf_write() does.
- * @return as wiq_strbuf_write()
+ * @param buf   the buffer
+ * @param bytes as in wiq_strbuf_write()
+ * @param count as in wiq_strbuf_write()
+ * @return as wiq_strbuf_write(), except that the buffer stays empty when out of memory
  */
 KE_API i32 wiq_strbuf_rwrite(wiq_strbuf* buf, const char* bytes, u64 count);
 
@@ -548,20 +637,28 @@ KE_API i32 wiq_strbuf_rwrite(wiq_strbuf* buf, const char* bytes, u64 count);
 KE_API i32 wiq_strbuf_printf(wiq_strbuf* buf, const char* format, ...) KE_PRINTF(2, 3);
 
 /**
- * Does what wiq_strbuf_printf() does, with the arguments in a list, which the call uses up.
+ * Does what wiq_strbuf_printf() does, with the arguments in a list.
+ * @param buf    the buffer
+ * @param format as in wiq_strbuf_printf()
+ * @param args   the arguments, which the call uses up
  * @return as wiq_strbuf_printf()
  */
 KE_API i32 wiq_strbuf_vprintf(wiq_strbuf* buf, const char* format, va_list args) KE_PRINTF(2, 0);
 
 /**
  * Empties the buffer, then does what wiq_strbuf_printf() does. No argument may lie in the buffer.
- * @return as wiq_strbuf_printf()
+ * @param buf    the buffer
+ * @param format as in wiq_strbuf_printf()
+ * @return as wiq_strbuf_printf(), except that the buffer stays empty when out of memory
  */
 KE_API i32 wiq_strbuf_rprintf(wiq_strbuf* buf, const char* format, ...) KE_PRINTF(2, 3);
 
 /**
  * Empties the buffer, then does what wiq_strbuf_vprintf() does. No argument may lie in the buffer.
- * @return as wiq_strbuf_printf()
+ * @param buf    the buffer
+ * @param format as in wiq_strbuf_printf()
+ * @param args   the arguments, which the call uses up
+ * @return as wiq_strbuf_printf(), except that the buffer stays empty when out of memory
  */
 KE_API i32 wiq_strbuf_rvprintf(wiq_strbuf* buf, const char* format, va_list args) KE_PRINTF(2, 0);
 
@@ -579,6 +676,8 @@ KE_API i32 wiq_strbuf_printhex(wiq_strbuf* buf, const void* bytes, u64 count);
 
 /**
  * Resizes the block to exactly the text, its NUL and `extra` bytes. This may also shrink it.
+ * @param buf   the buffer
+ * @param extra number of bytes to have room for, beyond the text and its NUL
  * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL; WIQ_ERR_NO_MEMORY when out of memory, with
  *         nothing changed
  */
@@ -607,12 +706,14 @@ typedef wiq_vector wiq_strv;
 
 /**
  * Prepares an empty string vector, which wiq_strv_finalize() ends.
+ * @param strv the record; what it held before is forgotten, not released
  * @return 0, or WIQ_ERR_INVALID_ARG if `strv` is NULL
  */
 KE_API i32 wiq_strv_init(wiq_strv* strv);
 
 /**
  * Releases every string, last to first, and the block.
+ * @param strv the vector
  * @return 0, or WIQ_ERR_INVALID_ARG if `strv` is NULL
  */
 KE_API i32 wiq_strv_finalize(wiq_strv* strv);
@@ -637,9 +738,10 @@ KE_API i32 wiq_strv_push(wiq_strv* strv, const char* str);
 KE_API i32 wiq_strv_pushf(wiq_strv* strv, const char* format, ...) KE_PRINTF(2, 3);
 
 /**
- * Returns the string in a slot, which the vector keeps owning. It may be NULL.
+ * Returns the string in a slot.
  * @param strv  the vector
  * @param index taken as a signed number: negative counts from the end. It must name a slot.
+ * @return the string, which the vector keeps owning; NULL if the slot holds NULL
  */
 KE_API char* wiq_strv_get(const wiq_strv* strv, u32 index);
 

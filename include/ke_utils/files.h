@@ -66,14 +66,16 @@ KE_API void free_narrow_array(int count, char** items, u32* err);
  *  @{ */
 
 /**
- * Returns the part of a path after the last "\\" or "/", inside `path`. That is all of it if there
- * is no separator. NULL for NULL.
+ * Returns the part of a path after the last "\\" or "/".
+ * @param path may be NULL
+ * @return the part, inside `path`: all of it if there is no separator; NULL for NULL
  */
 KE_API const char* wiq_basename(const char* path);
 
 /**
  * Cuts a path, in place, to the directory of its last part: "C:\\dir\\f" becomes "C:\\dir", "C:\\f"
  * becomes "C:\\", "\\f" becomes "\\", and "f" becomes "".
+ * @param path cut in place; may be NULL
  * @return `path`; NULL for NULL
  */
 KE_API char* wiq_dirname(char* path);
@@ -93,6 +95,8 @@ KE_API void wiq_trim_dirsep(char* path);
 /**
  * Joins a directory and a name with one "\\". If the directory ends in a separator, that one is
  * dropped first.
+ * @param dir  the directory; may be empty
+ * @param name appended as it is; may be empty
  * @return a new string, which the caller releases with free(); NULL if an argument is NULL or when
  *         out of memory
  */

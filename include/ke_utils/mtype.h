@@ -81,67 +81,88 @@ KE_API void wiq_mtype_init(wiq_mtype* value);
  *
  * The type tag stays, so the value must be set or initialised before it is read again. To finalize
  * a value twice is harmless.
+ * @param value the value
  * @return 0, or WIQ_ERR_INVALID_ARG (-7000) if `value` is NULL
  */
 KE_API i32 wiq_mtype_finalize(wiq_mtype* value);
 
 /**
  * Makes the value null.
+ * @param value an initialised value; what it owned is released
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_null(wiq_mtype* value);
 
 /**
- * Stores a boolean: 0 is false, any other byte is true.
+ * Stores a boolean.
+ * @param value   an initialised value; what it owned is released
+ * @param boolean 0 is false, any other byte is true
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_bool(wiq_mtype* value, u8 boolean);
 
 /**
  * Stores a signed 32-bit number.
+ * @param value  an initialised value; what it owned is released
+ * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_int32(wiq_mtype* value, i32 number);
 
 /**
  * Stores a signed 64-bit number.
+ * @param value  an initialised value; what it owned is released
+ * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_int64(wiq_mtype* value, i64 number);
 
 /**
  * Stores an unsigned 32-bit number.
+ * @param value  an initialised value; what it owned is released
+ * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_uint32(wiq_mtype* value, u32 number);
 
 /**
  * Stores an unsigned 64-bit number.
+ * @param value  an initialised value; what it owned is released
+ * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_uint64(wiq_mtype* value, u64 number);
 
 /**
  * Stores a 32-bit float.
+ * @param value  an initialised value; what it owned is released
+ * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_float(wiq_mtype* value, float number);
 
 /**
  * Stores a 64-bit float.
+ * @param value  an initialised value; what it owned is released
+ * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_double(wiq_mtype* value, double number);
 
 /**
  * Stores a status code.
+ * @param value  an initialised value; what it owned is released
+ * @param status any number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_status(wiq_mtype* value, i32 status);
 
 /**
  * Stores an unsigned 128-bit number in a block of its own, which the value always owns.
- * @return 0; WIQ_ERR_INVALID_ARG if `value` is NULL; WIQ_ERR_NO_MEMORY when out of memory
+ * @param value  an initialised value; what it owned is released
+ * @param number the number
+ * @return 0; WIQ_ERR_INVALID_ARG if `value` is NULL; WIQ_ERR_NO_MEMORY when out of memory, with the
+ *         old contents gone
  */
 KE_API i32 wiq_mtype_set_uint128(wiq_mtype* value, wiq_uint128 number);
 
@@ -150,12 +171,12 @@ KE_API i32 wiq_mtype_set_uint128(wiq_mtype* value, wiq_uint128 number);
  *
  * With `copy`, the string may be part of what the value owns, for example the value's own string.
  * Without it, it must not, since that is released.
- * @param value the value
+ * @param value an initialised value; what it owned is released
  * @param str   NUL-terminated; NULL is stored as it is
  * @param copy  nonzero to store a copy, which the value owns; 0 to store the pointer itself, which
  *              stays the caller's
  * @return 0; WIQ_ERR_INVALID_ARG if `value` is NULL; WIQ_ERR_NO_MEMORY when out of memory for the
- *         copy
+ *         copy, with the old contents gone
  */
 KE_API i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy);
 
@@ -164,20 +185,20 @@ KE_API i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy);
  *
  * With `copy`, the bytes may be part of what the value owns. Without it, they must not, since that
  * is released.
- * @param value the value
+ * @param value an initialised value; what it owned is released
  * @param data  may be NULL
  * @param size  number of bytes; a copy of no bytes is stored as NULL
  * @param copy  nonzero to store a copy, 0 to store the pointer itself
  * @param own   nonzero if the value is to release the bytes with free(), whether they were copied
  *              or not; with 0 it never releases them, not even a copy
  * @return 0; WIQ_ERR_INVALID_ARG if `value` is NULL; WIQ_ERR_NO_MEMORY when out of memory for the
- *         copy or the record
+ *         copy or the record, with the old contents gone
  */
 KE_API i32 wiq_mtype_set_blob(wiq_mtype* value, const void* data, u64 size, u8 copy, u8 own);
 
 /**
  * Stores a pointer. It must not be one that the value owns already, since that is released.
- * @param value the value
+ * @param value an initialised value; what it owned is released
  * @param ptr   any pointer; may be NULL
  * @param own   nonzero if the value is to release the pointer with free()
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
@@ -250,17 +271,26 @@ KE_API float wiq_mtype_get_float(const wiq_mtype* value);
 /** Returns a 64-bit float, or 0 if the value is of another type. */
 KE_API double wiq_mtype_get_double(const wiq_mtype* value);
 
-/** Returns the string, which the value keeps, or NULL if the value is of another type. */
+/**
+ * Returns the string.
+ * @param value the value; may be NULL
+ * @return the string, which the value keeps; NULL if the value is of another type
+ */
 KE_API const char* wiq_mtype_get_utf8(const wiq_mtype* value);
 
 /**
- * Returns the bytes of a blob, which the value keeps, or NULL if the value is of another type.
+ * Returns the bytes of a blob.
  * @param value  the value; may be NULL
  * @param length receives the number of bytes, 0 if the value is of another type; may be NULL
+ * @return the bytes, which the value keeps; NULL if the value is of another type
  */
 KE_API const void* wiq_mtype_get_blob(const wiq_mtype* value, u64* length);
 
-/** Returns the pointer, which the value keeps, or NULL if the value is of another type. */
+/**
+ * Returns the pointer.
+ * @param value the value; may be NULL
+ * @return the pointer, which the value keeps; NULL if the value is of another type
+ */
 KE_API void* wiq_mtype_get_ptr(const wiq_mtype* value);
 
 /** Returns the status code, or 0 if the value is of another type. */
@@ -299,7 +329,9 @@ KE_API i32 wiq_mtype_copy_ref(const wiq_mtype* src, wiq_mtype* dst);
  *
  * Numbers are compared as numbers (NaN equals nothing, +0 equals -0), strings and blobs by their
  * bytes, pointers by their address.
- * @return false too if `a` or `b` is NULL
+ * @param a may be NULL
+ * @param b may be NULL
+ * @return true if they are equal; false too if `a` or `b` is NULL
  */
 KE_API bool wiq_mtype_equal(const wiq_mtype* a, const wiq_mtype* b);
 
@@ -320,21 +352,29 @@ KE_API i32 wiq_mtype_to_uint32(const wiq_mtype* value, u32* out);
 /**
  * Does what wiq_mtype_to_uint32() does, with 64 bits. Of a double, exactly 2^64 is accepted and
  * gives 2^63.
+ * @param value the value
+ * @param out   receives the number on success only
  * @return as wiq_mtype_to_uint32()
  */
 KE_API i32 wiq_mtype_to_uint64(const wiq_mtype* value, u64* out);
 
 /**
  * Does what wiq_mtype_to_uint32() does, and tests the result.
- * @return as wiq_mtype_to_uint32(), and WIQ_ERR_RANGE for a result outside [min, max], which is
- *         stored all the same
+ * @param value the value
+ * @param out   receives the number on success, and if it is outside [min, max]
+ * @param min   the smallest number allowed
+ * @param max   the largest number allowed
+ * @return as wiq_mtype_to_uint32(); WIQ_ERR_RANGE also for a number outside [min, max]
  */
 KE_API i32 wiq_mtype_to_uint32_ext(const wiq_mtype* value, u32* out, u32 min, u32 max);
 
 /**
  * Does what wiq_mtype_to_uint64() does, and tests the result.
- * @return as wiq_mtype_to_uint64(), and WIQ_ERR_RANGE for a result outside [min, max], which is
- *         stored all the same
+ * @param value the value
+ * @param out   receives the number on success, and if it is outside [min, max]
+ * @param min   the smallest number allowed
+ * @param max   the largest number allowed
+ * @return as wiq_mtype_to_uint64(); WIQ_ERR_RANGE also for a number outside [min, max]
  */
 KE_API i32 wiq_mtype_to_uint64_ext(const wiq_mtype* value, u64* out, u64 min, u64 max);
 

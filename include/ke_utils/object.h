@@ -100,7 +100,7 @@ KE_API i32 type_init(WiqType* type, WiqType* parent);
 
 /**
  * Destroys the lock of an initialised type. Its class record and its place in the registry stay.
- * NULL is ignored.
+ * @param type the type; NULL, or a type that is not initialised, is ignored
  * @return 0
  */
 KE_API i32 type_uninit(WiqType* type);
@@ -109,7 +109,8 @@ KE_API i32 type_uninit(WiqType* type);
  * Returns the registered types in the order of their registration; the six built-in ones are the
  * first.
  * @param count receives their number; may be NULL
- * @return an array that the library owns, valid until the next type_init()
+ * @return an array that the library owns, valid until the next type_init(); NULL if there was no
+ *         memory for the registry
  */
 KE_API WiqType** type_list(u32* count);
 
@@ -120,14 +121,21 @@ KE_API WiqType** type_list(u32* count);
 KE_API bool type_is_child(const WiqType* parent, const WiqType* child);
 
 /**
- * Returns the class record if its type is the given type or derives from it, otherwise NULL. This
- * is a safe cast.
+ * Tests whether a class record belongs to a type or to one that derives from it. This is a safe
+ * cast.
+ * @param klass the class record; may be NULL
+ * @param type  the type; may be NULL
+ * @return `klass` if it does; otherwise NULL, also if an argument is NULL
  */
 KE_API WiqClass* class_check(WiqClass* klass, const WiqType* type);
 
 /**
- * Returns the class record of a type that is the class's own type or one of its ancestors,
- * otherwise NULL. The slots of an ancestor's record are the parent's implementations.
+ * Returns the class record of a type that is the class's own type or one of its ancestors. The
+ * slots of an ancestor's record are the parent's implementations.
+ * @param klass the class record; may be NULL
+ * @param type  the type; may be NULL
+ * @return the record, which the library owns; NULL if `type` is not an ancestor, or if an argument
+ *         is NULL
  */
 KE_API WiqClass* class_get_super_class(WiqClass* klass, const WiqType* type);
 
@@ -160,15 +168,27 @@ KE_API void object_unref(WiqObject* object);
 KE_API void object_delete(WiqObject* object);
 
 /**
- * Returns the object if its type is the given type or derives from it, otherwise NULL. `object` may
- * be NULL.
+ * Tests whether an object is an instance of a type or of one that derives from it. This is a safe
+ * cast.
+ * @param object the object; may be NULL
+ * @param type   the type; may be NULL
+ * @return `object` if it is; otherwise NULL, also if an argument is NULL
  */
 KE_API WiqObject* object_check(WiqObject* object, const WiqType* type);
 
-/** Returns the class record of an object, or NULL for NULL. */
+/**
+ * Returns the class record of an object.
+ * @param object the object; may be NULL
+ * @return the record, which the library owns; NULL for NULL
+ */
 KE_API WiqClass* object_get_class(const WiqObject* object);
 
-/** Calls class_get_super_class() for the class of the object, which may be NULL. */
+/**
+ * Calls class_get_super_class() for the class of an object.
+ * @param object the object; may be NULL
+ * @param type   the type; may be NULL
+ * @return as class_get_super_class(); NULL if `object` is NULL
+ */
 KE_API WiqClass* object_get_super_class(const WiqObject* object, const WiqType* type);
 
 /** @} */

@@ -116,7 +116,10 @@ KE_API i32 wiq_vsprintf(char* buf, u64 size, const char* format, va_list args) K
 KE_API i32 wiq_asprintf(char** out, const char* format, ...) KE_PRINTF(2, 3);
 
 /**
- * Does what wiq_asprintf() does, with the arguments in a list, which the call uses up.
+ * Does what wiq_asprintf() does, with the arguments in a list.
+ * @param out    as in wiq_asprintf()
+ * @param format as in wiq_asprintf()
+ * @param args   the arguments, which the call uses up
  * @return as wiq_asprintf()
  */
 KE_API i32 wiq_vasprintf(char** out, const char* format, va_list args) KE_PRINTF(2, 0);
@@ -135,7 +138,11 @@ KE_API i32 wiq_vasprintf(char** out, const char* format, va_list args) KE_PRINTF
 KE_API i32 wiq_rasprintf(char** block, u64* size, const char* format, ...) KE_PRINTF(3, 4);
 
 /**
- * Does what wiq_rasprintf() does, with the arguments in a list, which the call uses up.
+ * Does what wiq_rasprintf() does, with the arguments in a list.
+ * @param block  as in wiq_rasprintf()
+ * @param size   as in wiq_rasprintf()
+ * @param format as in wiq_rasprintf()
+ * @param args   the arguments, which the call uses up
  * @return as wiq_rasprintf()
  */
 KE_API i32 wiq_vrasprintf(char** block, u64* size, const char* format, va_list args)
@@ -189,17 +196,36 @@ KE_API i32 wiq_rastrcat(char** block, u64* size, const char* str);
  * Reads a signed 32-bit integer by the policy above.
  * @param text the text
  * @param out  receives the value, on most failures too
- * @return a status of the table above
+ * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_BAD_FORMAT, WIQ_ERR_RANGE or WIQ_ERR_TRAILING_CHARS by
+ *         the table above
  */
 KE_API i32 wiq_strtoint32(const char* text, i32* out);
 
-/** Reads a signed 64-bit integer. Arguments and statuses are those of wiq_strtoint32(). */
+/**
+ * Reads a signed 64-bit integer by the policy above.
+ * @param text the text
+ * @param out  receives the value, on most failures too
+ * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_BAD_FORMAT, WIQ_ERR_RANGE or WIQ_ERR_TRAILING_CHARS by
+ *         the table above
+ */
 KE_API i32 wiq_strtoint64(const char* text, i64* out);
 
-/** Reads an unsigned 16-bit integer. Arguments and statuses are those of wiq_strtoint32(). */
+/**
+ * Reads an unsigned 16-bit integer by the policy above.
+ * @param text the text
+ * @param out  receives the value, on most failures too
+ * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_BAD_FORMAT, WIQ_ERR_RANGE or WIQ_ERR_TRAILING_CHARS by
+ *         the table above
+ */
 KE_API i32 wiq_strtouint16(const char* text, u16* out);
 
-/** Reads an unsigned 32-bit integer. Arguments and statuses are those of wiq_strtoint32(). */
+/**
+ * Reads an unsigned 32-bit integer by the policy above.
+ * @param text the text
+ * @param out  receives the value, on most failures too
+ * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_BAD_FORMAT, WIQ_ERR_RANGE or WIQ_ERR_TRAILING_CHARS by
+ *         the table above
+ */
 KE_API i32 wiq_strtouint32(const char* text, u32* out);
 
 /**
@@ -210,6 +236,10 @@ KE_API i32 wiq_strtouint32(const char* text, u32* out);
  * - A minus sign after other white space is not noticed: "\n-5" gives status 0 and stores the
  *   wrapped value.
  * - A negative number is wrapped modulo 2^64; beyond 64 bits, the largest value is stored instead.
+ * @param text the text
+ * @param out  receives the value, on most failures too
+ * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_BAD_FORMAT, WIQ_ERR_RANGE or WIQ_ERR_TRAILING_CHARS by
+ *         the table and the list above
  */
 KE_API i32 wiq_strtouint64(const char* text, u64* out);
 
@@ -250,22 +280,26 @@ KE_API i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, b
 KE_API void trim_in_place(char* str);
 
 /**
- * Turns every ASCII letter of a string into upper case. NULL is allowed.
+ * Turns every ASCII letter of a string into upper case, in place.
+ * @param str may be NULL
  * @return `str`
  */
 KE_API char* wiq_upper_all(char* str);
 
 /**
  * Turns the first character of a string, and every character after a space, into upper case if it
- * is an ASCII letter. A tab or line feed does not begin a word. Nothing is turned into lower case.
- * NULL is allowed.
+ * is an ASCII letter, in place. A tab or line feed does not begin a word. Nothing is turned into
+ * lower case.
+ * @param str may be NULL
  * @return `str`
  */
 KE_API char* wiq_upper_first(char* str);
 
 /**
- * Replaces every byte `from` of a string by `to`. The NUL at its end is not replaced. NULL is
- * allowed.
+ * Replaces every byte `from` of a string by `to`, in place. The NUL at its end is not replaced.
+ * @param str  may be NULL
+ * @param from the byte to replace
+ * @param to   the byte to put in its place
  * @return `str`
  */
 KE_API char* wiq_strchr_replace(char* str, char from, char to);
@@ -289,6 +323,8 @@ KE_API u32 wiq_utf8_char_sz(u8 lead);
 /**
  * Compares two strings byte by byte, as unsigned numbers, as if their ASCII letters were lower
  * case.
+ * @param a may be NULL
+ * @param b may be NULL
  * @return a negative number, 0 or a positive number if `a` comes before, equals or comes after `b`.
  *         NULL equals NULL and comes before every string.
  */
@@ -500,6 +536,7 @@ KE_API i32 wiq_memdump_ex(const u8* data, size_t len, int line_bytes, int group_
  * Returns the number of logical blocks of a disk.
  * @param gb          the capacity in decimal gigabytes
  * @param sector_size size of a logical sector in bytes; selects the rule
+ * @return the number of blocks
  */
 KE_API u64 wiq_get_lba_count_idema(u64 gb, int sector_size);
 
@@ -509,6 +546,7 @@ KE_API u64 wiq_get_lba_count_idema(u64 gb, int sector_size);
  * @param sector_size size of a logical sector in bytes. It selects the rule, and the number of
  *                    blocks is multiplied by it as it is: the result for 520 is 520 times the
  *                    number of blocks for 512.
+ * @return the number of bytes
  */
 KE_API u64 wiq_gb_to_bytes_idema(u64 gb, int sector_size);
 
@@ -518,6 +556,7 @@ KE_API u64 wiq_gb_to_bytes_idema(u64 gb, int sector_size);
  * @param lba_count   number of logical blocks. If it is less than the rule gives for 50 GB, the
  *                    result wraps to a huge number.
  * @param sector_size size of a logical sector in bytes; selects the rule
+ * @return the capacity
  */
 KE_API u64 wiq_get_cap_idema(u64 lba_count, int sector_size);
 
