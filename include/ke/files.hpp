@@ -90,8 +90,8 @@ inline result<std::string> load_text(const text_arg& path) {
 
 namespace detail {
 
-// Replaces the file `to` by the file `from` in one step. On Linux it changes the two strings.
-inline i32 replace_file(std::string& from, std::string& to) noexcept {
+// Replaces the file `to` by the file `from` in one step.
+inline i32 replace_file(const std::string& from, const std::string& to) noexcept {
 #if defined(_WIN32)
     u32 err = 0;
     const owned<wchar_t, free_memory> wide_from(widen(from.c_str(), &err));
@@ -104,17 +104,48 @@ inline i32 replace_file(std::string& from, std::string& to) noexcept {
                ? 0
                : static_cast<i32>(WIQ_ERR_IO);
 #else
-    // Linux gets "/" for the library's separator "\", as from the functions of the library.
-    for (std::string* name : {&from, &to}) {
-        for (char& c : *name)
-            c = c == '\\' ? '/' : c;
-    }
     struct stat there;
     if (::stat(to.c_str(), &there) == 0)
         (void)::chmod(from.c_str(), there.st_mode & 07777);
     return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : static_cast<i32>(WIQ_ERR_IO);
 #endif
 }
+
+// What save() writes.
+struct save_target {
+    std::string path;
+    bool is_file;  // whether a new file takes its place; a device or a pipe is written to
+};
+#if defined(_WIN32)
+inline save_target target_of(const char* path) {
+    return {path, true};
+}
+#else
+// Returns the path that a chain of symbolic links ends in, where there need not be a file. Returns
+// "" if the chain does not end.
+inline std::string end_of_links(std::string path) {
+    constexpr int most = 40;  // as many as the system follows
+    char text[4096];          // the longest path that the system takes
+    for (int links = 0; links < most; ++links) {
+        const ssize_t length = ::readlink(path.c_str(), text, sizeof text);
+        if (length < 0)
+            return path;
+        path.resize(text[0] == '/' ? 0 : path.rfind('/') + 1);  // npos + 1 is 0
+        path.append(text, static_cast<std::size_t>(length));
+    }
+    return {};
+}
+inline save_target target_of(const char* text) {
+    std::string path(text);
+    // Linux gets "/" for the library's separator "\", as from the functions of the library.
+    for (char& c : path)
+        c = c == '\\' ? '/' : c;
+    struct stat there;
+    if (::stat(path.c_str(), &there) == 0 && !S_ISREG(there.st_mode) && !S_ISDIR(there.st_mode))
+        return {std::move(path), false};
+    return {end_of_links(std::move(path)), true};
+}
+#endif
 
 // Flushes a stream to the disk. Returns false on failure.
 inline bool sync(std::FILE* stream) noexcept {
@@ -136,19 +167,24 @@ status save(const text_arg& path, Write write) {
         return path.status() != 0 ? path.status() : static_cast<i32>(WIQ_ERR_INVALID_ARG);
     // The strings are made before the temporary file, since an exception after it was made would
     // leave it on the disk.
-    std::string target(path.c_str());
-    std::string name = target + ".XXXXXX";
+    const save_target target = target_of(path.c_str());
+    if (target.path.empty())
+        return WIQ_ERR_IO;
+    std::string name = target.is_file ? target.path + ".XXXXXX" : target.path;
     u32 err = 0;
-    std::FILE* const stream = wiq_mkstemp(name.data(), &err, "wb");
+    std::FILE* const stream =
+        target.is_file ? wiq_mkstemp(name.data(), &err, "wb") : wiq_fopen(name.c_str(), "wb", &err);
     if (stream == nullptr)
         return static_cast<i32>(err);
     status written = write(stream);
-    if (written.ok() && !sync(stream))
+    if (written.ok() && target.is_file && !sync(stream))
         written = WIQ_ERR_IO;
     if (std::fclose(stream) != 0 && written.ok())
         written = WIQ_ERR_IO;
+    if (!target.is_file)
+        return written;
     if (written.ok())
-        written = replace_file(name, target);
+        written = replace_file(name, target.path);
     if (written.failed())
         wiq_unlink(name.c_str());
     return written;
@@ -159,8 +195,12 @@ status save(const text_arg& path, Write write) {
 /**
  * Writes a file, and replaces one that is there. The text is written to a temporary file in the
  * same directory and flushed to the disk, and then that file takes the final name in one step.
- * After a failure the old file is unchanged. On Linux the new file gets the permissions of the one
- * that it replaces, and a symbolic link is replaced itself, not the file that it leads to.
+ * After a failure the old file is unchanged.
+ *
+ * On Linux the new file gets the permissions of the one that it replaces; if there is none, only its
+ * owner may read and write it. A symbolic link is followed, and the file that it leads to is
+ * replaced. What is not a file, such as a device or a named pipe, is written to as it is. On Windows
+ * a symbolic link is replaced itself, and a device is a failure.
  * @return 0; a status of wiq_fopen(); WIQ_ERR_IO (-3) if the file cannot be written or replaced
  */
 inline status save_text(const text_arg& path, std::string_view text) {

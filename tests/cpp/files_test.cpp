@@ -5,6 +5,13 @@
 #include <string>
 #include <vector>
 
+#if !defined(_WIN32)
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <algorithm>
+#endif
+
 namespace {
 
 using ke::json;
@@ -60,6 +67,61 @@ TEST_F(CppFiles, AFailureLeavesTheOldFile) {
     EXPECT_NE(ke::save_text(folder_, "x"), 0) << "a directory is not replaced";
     EXPECT_EQ(ke::save_text(std::string("a\0b", 3), "x"), WIQ_ERR_INVALID_ARG);
 }
+
+TEST_F(CppFiles, AnEmptyNameIsNoFile) {
+    EXPECT_EQ(ke::save_text("", "x"), WIQ_ERR_IO);
+}
+
+#if !defined(_WIN32)
+std::string native(std::string path) {
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+}
+
+TEST_F(CppFiles, SymbolicLinksAreFollowed) {
+    const std::string below = ke::join_path(folder_, "below").value();
+    ASSERT_EQ(ke::make_directory(below), 0);
+    const std::string file = path("file");
+    const std::string inner = path("below\\inner");
+    const std::string outer = path("outer");
+    const std::string circle = path("circle");
+    ASSERT_EQ(::symlink("../file", native(inner).c_str()), 0);
+    ASSERT_EQ(::symlink("below/inner", native(outer).c_str()), 0);
+    ASSERT_EQ(::symlink("circle", native(circle).c_str()), 0);
+    EXPECT_EQ(ke::save_text(outer, "first"), 0) << "makes the file that is not there yet";
+    EXPECT_EQ(ke::load_text(file).value(), "first");
+    EXPECT_EQ(ke::save_file(outer, json{1}), 0);
+    EXPECT_EQ(ke::load_text(file).value(), "[1]\n");
+    struct stat status;
+    ASSERT_EQ(::lstat(native(outer).c_str(), &status), 0);
+    EXPECT_TRUE(S_ISLNK(status.st_mode)) << "the link is still one";
+    EXPECT_EQ(ke::save_text(circle, "x"), WIQ_ERR_IO);
+    EXPECT_EQ(ke::remove_file(inner), 0);
+    EXPECT_EQ(ke::remove_directory(below), 0);
+}
+
+TEST_F(CppFiles, PipesAreWrittenTo) {
+    const std::string name = path("pipe");
+    ASSERT_EQ(::mkfifo(native(name).c_str(), 0600), 0);
+    // Opened to read and write, a pipe keeps what is written until it is read here.
+    const int reader = ::open(native(name).c_str(), O_RDWR | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    EXPECT_EQ(ke::save_text(name, "through"), 0);
+    char text[16] = {};
+    EXPECT_EQ(::read(reader, text, sizeof text), 7);
+    EXPECT_STREQ(text, "through");
+    EXPECT_EQ(ke::save_file(name, json::of("\xff")), WIQ_ERR_BAD_FORMAT);
+    EXPECT_TRUE(ke::has_access(name)) << "a failure does not remove it";
+    ::close(reader);
+    // The name of an open pipe is a link that leads to no path.
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_NONBLOCK), 0);
+    EXPECT_EQ(ke::save_text("/dev/fd/" + std::to_string(ends[1]), "there"), 0);
+    EXPECT_EQ(::read(ends[0], text, sizeof text), 5);
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+#endif
 
 TEST_F(CppFiles, FailuresSayWhatAndWhere) {
     EXPECT_EQ(ke::load_file(path("none.json")).status(), WIQ_ERR_NOT_FOUND);
