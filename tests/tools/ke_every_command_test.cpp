@@ -368,6 +368,25 @@ TEST_F(KeEveryCommand, LeavesNothingBehindWhenASignalEndsIt) {
 #endif
 
 #ifdef _WIN32
+// Wine shows the devices of Linux in drive Z. Windows itself has no disk that is always full.
+TEST_F(KeEveryCommand, SaysThatTheDiskIsFull) {
+    size_t seen = 0;
+    for (const Command& command : commands()) {
+        if (command.silent)
+            continue;
+        SCOPED_TRACE(name_of(command));
+        ++seen;
+        write_file(in("file"), good_text(command.format, 0));
+        std::vector<std::string> args = line(command, in("file"));
+        args.insert(args.end(), {"-o", "Z:/dev/full"});
+        const Outcome outcome = ke(args);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.err.substr(0, 16), "ke: Z:/dev/full:") << outcome.err;
+        EXPECT_NE(outcome.err.find("the disk is full"), std::string::npos) << outcome.err;
+    }
+    EXPECT_GT(seen, 20u);
+}
+
 TEST_F(KeEveryCommand, SaysThatItsReaderHasGone) {
     for (const Command& command : commands()) {
         if (command.silent)
