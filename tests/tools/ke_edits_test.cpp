@@ -150,6 +150,60 @@ TEST(KeValues, OfManyDocuments) {
     wiq_unlink("ke_2.json");
 }
 
+// Each document is edited by itself. Bytes outside of the edits stay, also those between the documents.
+TEST(KeValues, OfManyDocumentsAreEdited) {
+    const std::string lines = " {\"a\": 1.50}\r\n{\"a\":2,\"b\":[1e9]}\n\n{}{ }  \n";
+    write_file("ke_change.json", "{\"b\":null,\"c\":0}");
+    write_file("ke_patch.json", "[{\"op\":\"add\",\"path\":\"/c\",\"value\":[]}]");
+    write_file("ke_lines.jsonl", lines);
+    expect_rows({
+        {{"json", "set", "/c", "7", "--jsonl"},
+         lines,
+         0,
+         " {\"a\": 1.50, \"c\": 7}\r\n{\"a\":2,\"b\":[1e9],\"c\":7}\n\n{\"c\": 7}{\"c\": 7}  \n"},
+        {{"json", "set", "/c", "7", "--also", "/c", "8", "--jsonl", "--compact"},
+         lines,
+         0,
+         "{\"a\":1.50,\"c\":8}\n{\"a\":2,\"b\":[1e9],\"c\":8}\n{\"c\":8}\n{\"c\":8}\n"},
+        {{"json", "remove", "/a", "--jsonl"}, "{\"a\":1}\n{\"b\":2,\"a\":3}", 0, "{}\n{\"b\":2}"},
+        {{"json", "set", "", "7", "--jsonl"}, "1 2\n\"x\"", 0, "7 7\n7"},
+        {{"json", "merge", "ke_change.json", "--jsonl"},
+         "{\"b\":1}\n{\"a\":1.50}\n",
+         0,
+         "{\"c\":0}\n{\"a\":1.50,\"c\":0}\n"},
+        {{"json", "patch", "ke_patch.json", "--jsonl"},
+         "{}\n{\"a\":1.50}",
+         0,
+         "{\"c\": []}\n{\"a\":1.50,\"c\":[]}"},
+        {{"json", "set", "/c", "7", "--jsonl"}, "", 0, ""},
+        {{"json", "set", "/c", "7", "--jsonl"}, " \n", 0, " \n"},
+        // A failure names the document; before 256 KiB nothing of the output appears.
+        {{"json", "remove", "/b", "--jsonl"},
+         lines,
+         2,
+         "",
+         "standard input, document 1: pointer \"/b\": "},
+        {{"json", "remove", "/a", "--jsonl"},
+         lines,
+         2,
+         "",
+         "standard input, document 3: pointer \"/a\": "},
+        {{"json", "set", "/c", "7", "--jsonl"}, "{}\n{]", 2, "", "standard input:2:2: "},
+        {{"json", "patch", "ke_patch.json", "--jsonl"},
+         "{}\n7",
+         2,
+         "",
+         "standard input, document 2: "},
+        {{"json", "set", "/c", "7"}, lines, 2, "", "standard input:2:1: JSON text continues"},
+        {{"json", "set", "/c", "7", "--jsonl", "--in-place", "ke_lines.jsonl"}, "", 0, ""},
+    });
+    EXPECT_EQ(
+        read_file("ke_lines.jsonl"),
+        " {\"a\": 1.50, \"c\": 7}\r\n{\"a\":2,\"b\":[1e9],\"c\":7}\n\n{\"c\": 7}{\"c\": 7}  \n");
+    for (const char* name : {"ke_change.json", "ke_patch.json", "ke_lines.jsonl"})
+        wiq_unlink(name);
+}
+
 TEST(KeValues, AreReportedAsTheyPass) {
     expect_rows({
         {{"json", "paths"},

@@ -61,8 +61,8 @@ std::string explained(i32 status) {
 std::string_view advice(i32 status) {
     switch (status) {
         case WIQ_ERR_JSON_TRAILING_DATA:
-            return "a document is one value: remove what follows it; json format, get, paths and "
-                   "types read several with --jsonl";
+            return "a document is one value: remove what follows it; json format, get, paths, "
+                   "types, set, remove, merge and patch take several with --jsonl";
         case WIQ_ERR_JSON_UNEXPECTED_END:
             return "close what is open, or get the whole file again";
         case WIQ_ERR_JSON_CONTROL_CHAR:

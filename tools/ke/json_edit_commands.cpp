@@ -1,5 +1,5 @@
-// ke json set, remove, merge, patch: commands that change parts of a document and leave every other byte
-// unchanged.
+// ke json set, remove, merge, patch: commands that change parts of a document, or of each document of JSON
+// Lines, and leave every other byte unchanged.
 #include <memory>
 
 #include "commands.h"
@@ -9,19 +9,30 @@
 #include "json_patch.h"
 #include "json_select.h"
 #include "json_string.h"
+#include "scanner.h"
 
 namespace tool {
 
 namespace {
 
+// How an edited text is written, and whether the input is JSON Lines.
+struct Form {
+    Layout layout;
+    bool several = false;
+};
+
+// A file that is replaced keeps its encoding; so does an edited text that is not laid out anew, wherever
+// it goes.
+void keep_encoding(Sink& sink, const Input& input, const Layout& layout, const Common& common) {
+    if (common.in_place || !layout.is_asked_for)
+        sink.encode_as(input.encoding);
+}
+
 // Writes an edited text: unchanged, or in a new layout if that was asked for.
 void finish(const std::string& text, const Splices& splices, const Input& input,
             const Layout& layout, const Common& common) {
     Sink sink(common, input.path);
-    // A file that is replaced keeps its encoding; so does an edited text that is not laid out anew, wherever
-    // it goes.
-    if (common.in_place || !layout.is_asked_for)
-        sink.encode_as(input.encoding);
+    keep_encoding(sink, input, layout, common);
     if (layout.is_asked_for) {
         const std::string edited = spliced(text, splices);
         View everything;
@@ -32,15 +43,63 @@ void finish(const std::string& text, const Splices& splices, const Input& input,
     sink.finish();
 }
 
+// Changes each document of a JSON Lines text by itself; what is between the documents stays. change() takes
+// a document and returns its new text.
+template <class Change>
+int change_each(const Input& input, const Layout& layout, const Common& common, Change change) {
+    const std::string_view text = input.bytes;
+    Source source(input.name, text);
+    Scanner scanner(source, true);
+    Sink sink(common, input.path);
+    keep_encoding(sink, input, layout, common);
+    size_t done = 0;   // the text before it is written
+    size_t start = 0;  // of the document that is being read
+    bool inside = false;
+    u64 number = 0;
+    for (Token token = scanner.next(); token != Token::end; token = scanner.next()) {
+        if (!inside)
+            start = static_cast<size_t>(scanner.start());
+        inside = scanner.depth() != 0;
+        if (inside)
+            continue;
+        const size_t stop = static_cast<size_t>(scanner.stop());
+        Input document = {input.name + ", document " + std::to_string(++number), input.path,
+                          std::string(text.substr(start, stop - start)), input.encoding};
+        std::string changed;
+        try {
+            changed = change(document);
+        } catch (Failure& wrong) {
+            // Messages about a pointer or a patch do not say which document could not be changed.
+            if (wrong.message.compare(0, document.name.size(), document.name) != 0)
+                wrong.message.insert(0, document.name + ": ");
+            throw;
+        }
+        if (layout.is_asked_for) {
+            print_view(sink, changed, View(), layout);
+        } else {
+            sink.write(text.substr(done, start - done));
+            sink.write(changed);
+        }
+        done = stop;
+    }
+    if (!layout.is_asked_for)
+        sink.write(text.substr(done));
+    sink.finish();
+    return kExitOk;
+}
+
+void add_form(CLI::App& command, Form& form) {
+    add_layout(command, form.layout);
+    add_json_lines(command, form.several);
+}
+
 struct Edit {
     std::string pointer;
     std::string value;  // JSON text; unused by a removal
 };
 
-// Plans the edits one after the other, each on the result of the previous ones.
-int edit(const std::string& file, const std::vector<Edit>& edits, bool removal,
-         const Layout& layout, const Common& common) {
-    Input input = read_text(file, common);
+// Makes the edits one after the other, each on the result of the previous ones. The last one is only planned.
+Splices make_edits(Input& input, const std::vector<Edit>& edits, bool removal) {
     Splices splices;
     for (size_t i = 0; i < edits.size(); ++i) {
         if (i != 0)
@@ -50,7 +109,19 @@ int edit(const std::string& file, const std::vector<Edit>& edits, bool removal,
         splices =
             removal ? plan_remove(document, pointer) : plan_set(document, pointer, edits[i].value);
     }
-    finish(input.bytes, splices, input, layout, common);
+    return splices;
+}
+
+int edit(const std::string& file, const std::vector<Edit>& edits, bool removal, const Form& form,
+         const Common& common) {
+    Input input = read_text(file, common);
+    if (form.several)
+        return change_each(input, form.layout, common, [&](Input& document) {
+            const Splices splices = make_edits(document, edits, removal);
+            return spliced(document.bytes, splices);
+        });
+    const Splices splices = make_edits(input, edits, removal);
+    finish(input.bytes, splices, input, form.layout, common);
     return kExitOk;
 }
 
@@ -59,7 +130,7 @@ struct SetArgs {
     std::vector<std::string> also;
     std::string value_file;
     bool string = false;
-    Layout layout;
+    Form form;
 };
 
 std::string value_of(const SetArgs& args, const std::string& name, const std::string& text) {
@@ -75,7 +146,7 @@ int set_values(const SetArgs& args, const Common& common) {
     std::vector<Edit> edits = {{args.pointer, value_of(args, name, text)}};
     for (size_t i = 0; i + 1 < args.also.size(); i += 2)
         edits.push_back({args.also[i], value_of(args, "VALUE", args.also[i + 1])});
-    return edit(args.file, edits, false, args.layout, common);
+    return edit(args.file, edits, false, args.form, common);
 }
 
 // With --value-file, the words are POINTER [FILE] instead of POINTER VALUE [FILE].
@@ -116,7 +187,7 @@ void add_set(CLI::App& json, Session& session) {
         ->type_name("POINTER VALUE")
         ->type_size(2)
         ->allow_extra_args(false);
-    add_layout(*command, args->layout);
+    add_form(*command, args->form);
     add_in_place(*command, session);
     command->callback([args, command, &session] {
         sort_words(*args, *command);
@@ -127,7 +198,7 @@ void add_set(CLI::App& json, Session& session) {
 struct RemoveArgs {
     std::string pointer, file;
     std::vector<std::string> also;
-    Layout layout;
+    Form form;
 };
 
 void add_remove(CLI::App& json, Session& session) {
@@ -140,21 +211,21 @@ void add_remove(CLI::App& json, Session& session) {
     command->add_option("--also", args->also, "A further place, found after those before are gone")
         ->type_name("POINTER")
         ->allow_extra_args(false);
-    add_layout(*command, args->layout);
+    add_form(*command, args->form);
     add_in_place(*command, session);
     command->callback([args, &session] {
         session.action = [args, &session] {
             std::vector<Edit> edits = {{args->pointer, ""}};
             for (const std::string& pointer : args->also)
                 edits.push_back({pointer, ""});
-            return edit(args->file, edits, true, args->layout, session.common);
+            return edit(args->file, edits, true, args->form, session.common);
         };
     });
 }
 
 struct SecondArgs {
     std::string second, file;
-    Layout layout;
+    Form form;
 };
 
 using Apply = std::string (*)(Input& input, const Document& second);
@@ -165,7 +236,10 @@ int apply_second(const SecondArgs& args, Apply apply, const Common& common) {
     const Input second = read_text(args.second, common);
     const Document change(second.name, second.bytes);
     Input input = read_text(args.file, common);
-    finish(apply(input, change), {}, input, args.layout, common);
+    if (args.form.several)
+        return change_each(input, args.form.layout, common,
+                           [&](Input& document) { return apply(document, change); });
+    finish(apply(input, change), {}, input, args.form.layout, common);
     return kExitOk;
 }
 
@@ -178,7 +252,7 @@ void add_second(CLI::App& json, Session& session, const char* name, const char* 
         ->required()
         ->transform(CLI::Validator(refuse_empty, ""));
     add_input(*command, args->file);
-    add_layout(*command, args->layout);
+    add_form(*command, args->form);
     add_in_place(*command, session);
     command->callback([args, apply, &session] {
         session.action = [args, apply, &session] {
