@@ -215,6 +215,7 @@ KE_API bool wiq_json_has_weak_refs(const wiq_json_t* node);
  * @param ext  true to accept also any other integer of the range, and a whole double from -2^63 up
  *             to and including 2^63. (The upper bound is compared as a double, and is accepted
  *             although it does not fit.)
+ * @return true if it is; false also for NULL
  */
 KE_API bool wiq_json_is_i64_ext(const wiq_json_t* node, bool ext);
 
@@ -224,6 +225,7 @@ KE_API bool wiq_json_is_i64_ext(const wiq_json_t* node, bool ext);
  * @param node may be NULL
  * @param ext  true to accept also any other integer of the range, and a whole double from 0 up to
  *             and including 2^64
+ * @return true if it is; false also for NULL
  */
 KE_API bool wiq_json_is_u64_ext(const wiq_json_t* node, bool ext);
 
@@ -233,6 +235,7 @@ KE_API bool wiq_json_is_u64_ext(const wiq_json_t* node, bool ext);
  * @param node may be NULL
  * @param ext  true to accept also any other integer that is not negative, and a whole double from 0
  *             up to and including 2^64
+ * @return true if it is; false also for NULL
  */
 KE_API bool wiq_json_is_u128_ext(const wiq_json_t* node, bool ext);
 
@@ -241,6 +244,7 @@ KE_API bool wiq_json_is_u128_ext(const wiq_json_t* node, bool ext);
  * without loss.
  * @param node may be NULL
  * @param ext  true to accept also an integer with a magnitude of at most 2^53
+ * @return true if it is; false also for NULL
  */
 KE_API bool wiq_json_is_double_ext(const wiq_json_t* node, bool ext);
 
@@ -345,8 +349,11 @@ typedef bool (*WiqJsonMemberFn)(const char* key, wiq_json_t* child, void* user);
 KE_API wiq_json_t* wiq_json_obj_new(i32 capacity, u32* err);
 
 /**
- * Makes an empty weak object, which refers to nodes without becoming their parent. Arguments,
- * statuses and result are those of wiq_json_obj_new().
+ * Makes an empty weak object, which refers to nodes without becoming their parent.
+ * @param capacity as in wiq_json_obj_new()
+ * @param err      chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *                 wiq_json_obj_new()
+ * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_weak_new(i32 capacity, u32* err);
 
@@ -380,57 +387,104 @@ KE_API i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* ch
 KE_API wiq_json_t* wiq_json_obj_put_null(wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Puts a new true or false under a key. Statuses and result are those of wiq_json_obj_put_null().
+ * Puts a new true or false under a key.
+ * @param obj   as in wiq_json_obj_put_null()
+ * @param key   as in wiq_json_obj_put_null()
+ * @param value true or false
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_obj_put_null()
+ * @return the new node, which the object owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_put_bool(wiq_json_t* obj, const char* key, bool value, u32* err);
 
 /**
- * Puts a new signed 64-bit integer under a key. Statuses and result are those of
- * wiq_json_obj_put_null().
+ * Puts a new signed 64-bit integer under a key.
+ * @param obj   as in wiq_json_obj_put_null()
+ * @param key   as in wiq_json_obj_put_null()
+ * @param value the number
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_obj_put_null()
+ * @return the new node, which the object owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_put_i64(wiq_json_t* obj, const char* key, i64 value, u32* err);
 
 /**
- * Puts a new unsigned 64-bit integer under a key. Statuses and result are those of
- * wiq_json_obj_put_null().
+ * Puts a new unsigned 64-bit integer under a key.
+ * @param obj   as in wiq_json_obj_put_null()
+ * @param key   as in wiq_json_obj_put_null()
+ * @param value the number
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_obj_put_null()
+ * @return the new node, which the object owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_put_u64(wiq_json_t* obj, const char* key, u64 value, u32* err);
 
 /**
- * Puts a new unsigned 128-bit integer under a key. Statuses and result are those of
- * wiq_json_obj_put_null(), and WIQ_ERR_INVALID_ARG if `value`, which is copied, is NULL.
+ * Puts a new unsigned 128-bit integer under a key.
+ * @param obj   as in wiq_json_obj_put_null()
+ * @param key   as in wiq_json_obj_put_null()
+ * @param value the number, which is copied
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_obj_put_null(); WIQ_ERR_INVALID_ARG also if `value` is NULL
+ * @return the new node, which the object owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_put_u128(wiq_json_t* obj, const char* key, const wiq_uint128* value,
                                          u32* err);
 
-/** Puts a new double under a key. Statuses and result are those of wiq_json_obj_put_null(). */
+/**
+ * Puts a new double under a key.
+ * @param obj   as in wiq_json_obj_put_null()
+ * @param key   as in wiq_json_obj_put_null()
+ * @param value the number; NaN and infinities are accepted like any other
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_obj_put_null()
+ * @return the new node, which the object owns; NULL on failure
+ */
 KE_API wiq_json_t* wiq_json_obj_put_double(wiq_json_t* obj, const char* key, double value,
                                            u32* err);
 
 /**
- * Puts a new string under a key. Statuses and result are those of wiq_json_obj_put_null(), and
- * WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL. wiq_json_str_new() tells what happens if
- * the text cannot be allocated.
+ * Puts a new string under a key.
+ * @param obj  as in wiq_json_obj_put_null()
+ * @param key  as in wiq_json_obj_put_null()
+ * @param text UTF-8, which is copied and not checked; if only the copy cannot be allocated, the
+ *             result is that of wiq_json_str_new()
+ * @param err  chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *             wiq_json_obj_put_null(); WIQ_ERR_INVALID_ARG also if `text` is NULL
+ * @return the new node, which the object owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_put_str(wiq_json_t* obj, const char* key, const char* text,
                                         u32* err);
 
 /**
- * Puts a new reference under a key. Statuses and result are those of wiq_json_obj_put_null(), and
- * WIQ_ERR_INVALID_ARG if `target`, which is copied, is NULL. See wiq_json_jref_new().
+ * Puts a new reference under a key.
+ * @param obj    as in wiq_json_obj_put_null()
+ * @param key    as in wiq_json_obj_put_null()
+ * @param target a JSON pointer, which is copied; see wiq_json_jref_new()
+ * @param err    chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *               wiq_json_obj_put_null(); WIQ_ERR_INVALID_ARG also if `target` is NULL
+ * @return the new node, which the object owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_put_jref(wiq_json_t* obj, const char* key, const char* target,
                                          u32* err);
 
 /**
- * Puts a new, empty, strong object under a key. Statuses and result are those of
- * wiq_json_obj_put_null().
+ * Puts a new, empty, strong object under a key.
+ * @param obj as in wiq_json_obj_put_null()
+ * @param key as in wiq_json_obj_put_null()
+ * @param err chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *            wiq_json_obj_put_null()
+ * @return the new node, which the object owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_put_obj(wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Puts a new, empty, strong array under a key. Statuses and result are those of
- * wiq_json_obj_put_null().
+ * Puts a new, empty, strong array under a key.
+ * @param obj as in wiq_json_obj_put_null()
+ * @param key as in wiq_json_obj_put_null()
+ * @param err chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *            wiq_json_obj_put_null()
+ * @return the new node, which the object owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_put_array(wiq_json_t* obj, const char* key, u32* err);
 
@@ -459,55 +513,79 @@ KE_API wiq_json_t* wiq_json_obj_get_ext(const wiq_json_t* obj, const char* key, 
 KE_API wiq_json_t* wiq_json_obj_get_obj(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Returns the array under a key. References and statuses are handled as by wiq_json_obj_get_obj().
+ * Returns the array under a key. References are followed.
+ * @param obj the object to look into
+ * @param key the key
+ * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
+ *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
  * @return the array, which the tree keeps owning; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_get_array(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Returns the text of the string under a key. References and statuses are handled as by
- * wiq_json_obj_get_obj().
- * @return the text, which the tree keeps owning; NULL on failure
+ * Returns the text of the string under a key. References are followed.
+ * @param obj the object to look into
+ * @param key the key
+ * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
+ *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
+ * @return the text, which the tree keeps owning; NULL on failure, or if there was no memory for the
+ *         text when the node was made, for which the status is 0
  */
 KE_API const char* wiq_json_obj_get_str(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Returns the boolean under a key. References and statuses are handled as by
- * wiq_json_obj_get_obj().
+ * Returns the boolean under a key. References are followed.
+ * @param obj the object to look into
+ * @param key the key
+ * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
+ *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
  * @return true or false; false on failure
  */
 KE_API bool wiq_json_obj_get_bool(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Returns the number under a key, if wiq_json_is_i64_ext() with `ext` accepts it. References and
- * statuses are handled as by wiq_json_obj_get_obj().
+ * Returns the number under a key, if wiq_json_is_i64_ext() with `ext` accepts it. References are
+ * followed.
+ * @param obj the object to look into
+ * @param key the key
+ * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
+ *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
  * @return the number; 0 on failure
  */
 KE_API i64 wiq_json_obj_get_i64(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Returns the number under a key, if wiq_json_is_u64_ext() with `ext` accepts it. References and
- * statuses are handled as by wiq_json_obj_get_obj().
+ * Returns the number under a key, if wiq_json_is_u64_ext() with `ext` accepts it. References are
+ * followed.
+ * @param obj the object to look into
+ * @param key the key
+ * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
+ *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
  * @return the number; 0 on failure
  */
 KE_API u64 wiq_json_obj_get_u64(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Returns the number under a key, if wiq_json_is_u128_ext() with `ext` accepts it. References and
- * statuses are handled as by wiq_json_obj_get_obj().
+ * Returns the number under a key, if wiq_json_is_u128_ext() with `ext` accepts it. References are
+ * followed.
  * @param out receives the number, or 0 on failure, even if `err` held an earlier failure; must not
  *            be NULL
- * @param obj the object
+ * @param obj the object to look into
  * @param key the key
- * @param err chaining status
+ * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
+ *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
  * @return `out`
  */
 KE_API wiq_uint128* wiq_json_obj_get_u128(wiq_uint128* out, const wiq_json_t* obj, const char* key,
                                           u32* err);
 
 /**
- * Returns the number under a key, if wiq_json_is_double_ext() with `ext` accepts it. References and
- * statuses are handled as by wiq_json_obj_get_obj().
+ * Returns the number under a key, if wiq_json_is_double_ext() with `ext` accepts it. References are
+ * followed.
+ * @param obj the object to look into
+ * @param key the key
+ * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
+ *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
  * @return the number; 0.0 on failure
  */
 KE_API double wiq_json_obj_get_double(const wiq_json_t* obj, const char* key, u32* err);
@@ -540,7 +618,11 @@ KE_API wiq_json_t* wiq_json_obj_getd_obj(wiq_json_t* obj, const char* key, u32* 
 
 /**
  * Returns the array under a key, and puts a new, empty, strong one there if the key is absent.
- * References and statuses are handled as by wiq_json_obj_getd_obj().
+ * References are followed.
+ * @param obj the object to look into
+ * @param key the key
+ * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY, WIQ_ERR_WRONG_TYPE or a
+ *            status of wiq_json_jref_deref(), as in wiq_json_obj_getd_obj()
  * @return the array, which the tree keeps owning; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_getd_array(wiq_json_t* obj, const char* key, u32* err);
@@ -548,7 +630,11 @@ KE_API wiq_json_t* wiq_json_obj_getd_array(wiq_json_t* obj, const char* key, u32
 /** Tells whether an object has a key. False too if `obj` is not an object or `key` is NULL. */
 KE_API bool wiq_json_obj_has_key(const wiq_json_t* obj, const char* key);
 
-/** Returns the number of members, or WIQ_ERR_INVALID_ARG if `obj` is not an object. */
+/**
+ * Returns the number of members.
+ * @param obj the object
+ * @return the number; WIQ_ERR_INVALID_ARG if `obj` is not an object
+ */
 KE_API i32 wiq_json_obj_size(const wiq_json_t* obj);
 
 /**
@@ -563,6 +649,9 @@ KE_API i32 wiq_json_obj_keys(const wiq_json_t* obj, wiq_strv* keys);
 
 /**
  * Calls back for every member, in the object's order, until the callback returns false.
+ * @param obj      the object
+ * @param callback called for each member
+ * @param user     passed on to `callback`
  * @return 0, whether or not the callback ended the walk; WIQ_ERR_INVALID_ARG if `obj` is not an
  *         object or `callback` is NULL
  */
@@ -570,8 +659,10 @@ KE_API i32 wiq_json_obj_foreach(const wiq_json_t* obj, WiqJsonMemberFn callback,
 
 /**
  * Removes a member and releases its child.
- * @return 0; WIQ_ERR_INVALID_ARG if `obj` is not an object, `key` is NULL or the key is absent (not
- *         WIQ_ERR_KEY_NOT_FOUND)
+ * @param obj the object
+ * @param key the key
+ * @return 0; WIQ_ERR_INVALID_ARG if `obj` is not an object, `key` is NULL or the key is not found
+ *         (not WIQ_ERR_KEY_NOT_FOUND)
  */
 KE_API i32 wiq_json_obj_remove(wiq_json_t* obj, const char* key);
 
@@ -609,8 +700,11 @@ typedef int (*WiqJsonCompareFn)(const void* a, const void* b);
 KE_API wiq_json_t* wiq_json_array_new(i32 capacity, u32* err);
 
 /**
- * Makes an empty weak array, which refers to nodes without becoming their parent. Arguments,
- * statuses and result are those of wiq_json_array_new().
+ * Makes an empty weak array, which refers to nodes without becoming their parent.
+ * @param capacity as in wiq_json_array_new()
+ * @param err      chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *                 wiq_json_array_new()
+ * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_weak_new(i32 capacity, u32* err);
 
@@ -638,43 +732,79 @@ KE_API i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* er
 KE_API wiq_json_t* wiq_json_array_push_bool(wiq_json_t* array, bool value, u32* err);
 
 /**
- * Appends a new signed 64-bit integer. Statuses and result are those of wiq_json_array_push_bool().
+ * Appends a new signed 64-bit integer.
+ * @param array as in wiq_json_array_push_bool()
+ * @param value the number
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_array_push_bool()
+ * @return the new node, which the array owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_push_i64(wiq_json_t* array, i64 value, u32* err);
 
 /**
- * Appends a new unsigned 64-bit integer. Statuses and result are those of
- * wiq_json_array_push_bool().
+ * Appends a new unsigned 64-bit integer.
+ * @param array as in wiq_json_array_push_bool()
+ * @param value the number
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_array_push_bool()
+ * @return the new node, which the array owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_push_u64(wiq_json_t* array, u64 value, u32* err);
 
 /**
- * Appends a new unsigned 128-bit integer. Statuses and result are those of
- * wiq_json_array_push_bool(), and WIQ_ERR_INVALID_ARG if `value`, which is copied, is NULL.
+ * Appends a new unsigned 128-bit integer.
+ * @param array as in wiq_json_array_push_bool()
+ * @param value the number, which is copied
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_array_push_bool(); WIQ_ERR_INVALID_ARG also if `value` is NULL
+ * @return the new node, which the array owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_push_u128(wiq_json_t* array, const wiq_uint128* value, u32* err);
 
-/** Appends a new double. Statuses and result are those of wiq_json_array_push_bool(). */
+/**
+ * Appends a new double.
+ * @param array as in wiq_json_array_push_bool()
+ * @param value the number; NaN and infinities are accepted like any other
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_array_push_bool()
+ * @return the new node, which the array owns; NULL on failure
+ */
 KE_API wiq_json_t* wiq_json_array_push_double(wiq_json_t* array, double value, u32* err);
 
 /**
- * Appends a new string. Statuses and result are those of wiq_json_array_push_bool(), and
- * WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL. wiq_json_str_new() tells what happens if
- * the text cannot be allocated.
+ * Appends a new string.
+ * @param array as in wiq_json_array_push_bool()
+ * @param text  UTF-8, which is copied and not checked; if only the copy cannot be allocated, the
+ *              result is that of wiq_json_str_new()
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_array_push_bool(); WIQ_ERR_INVALID_ARG also if `text` is NULL
+ * @return the new node, which the array owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_push_str(wiq_json_t* array, const char* text, u32* err);
 
 /**
- * Appends a new, empty, strong object. Statuses and result are those of wiq_json_array_push_bool().
+ * Appends a new, empty, strong object.
+ * @param array as in wiq_json_array_push_bool()
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_array_push_bool()
+ * @return the new node, which the array owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_push_obj(wiq_json_t* array, u32* err);
 
 /**
- * Appends a new, empty, strong array. Statuses and result are those of wiq_json_array_push_bool().
+ * Appends a new, empty, strong array.
+ * @param array as in wiq_json_array_push_bool()
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_array_push_bool()
+ * @return the new node, which the array owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_push_array(wiq_json_t* array, u32* err);
 
-/** Returns the number of elements, or WIQ_ERR_INVALID_ARG if `array` is not an array. */
+/**
+ * Returns the number of elements.
+ * @param array the array
+ * @return the number; WIQ_ERR_INVALID_ARG if `array` is not an array
+ */
 KE_API i32 wiq_json_array_size(const wiq_json_t* array);
 
 /**
@@ -700,8 +830,8 @@ KE_API wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u3
  * @param index from 0; negative from the end. The child records the index as it is given, even a
  *              negative one (see wiq_json_parent_index()), until elements move and are numbered
  *              anew.
- * @param child as for wiq_json_array_push_ext()
- * @param err   chaining status: WIQ_ERR_INVALID_ARG as for wiq_json_array_push_ext();
+ * @param child as in wiq_json_array_push_ext()
+ * @param err   chaining status: WIQ_ERR_INVALID_ARG as in wiq_json_array_push_ext();
  *              WIQ_ERR_INDEX_OUT_OF_RANGE if there is no such element
  * @return the old element, which the caller releases with wiq_json_unref(); NULL on failure
  */
@@ -712,8 +842,8 @@ KE_API wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t*
  * `index` is the array's size. An old element that somebody else holds a reference to lives on.
  * @param array the array
  * @param index from 0 to the array's size; negative from the end
- * @param child as for wiq_json_array_push_ext()
- * @return 0; WIQ_ERR_INVALID_ARG as for wiq_json_array_push_ext(); WIQ_ERR_INDEX_OUT_OF_RANGE for
+ * @param child as in wiq_json_array_push_ext()
+ * @return 0; WIQ_ERR_INVALID_ARG as in wiq_json_array_push_ext(); WIQ_ERR_INDEX_OUT_OF_RANGE for
  *         any other index; WIQ_ERR_NO_MEMORY when out of memory to append. On failure the array and
  *         the child are unchanged.
  */
@@ -721,8 +851,10 @@ KE_API i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child);
 
 /**
  * Removes and releases the last `count` elements.
+ * @param array the array
+ * @param count number of elements to remove
  * @return 0; WIQ_ERR_INVALID_ARG if `array` is not an array, or `count` is negative or greater than
- *         the array's size
+ *         the array's size, with nothing changed
  */
 KE_API i32 wiq_json_array_pop(wiq_json_t* array, i32 count);
 
@@ -731,6 +863,7 @@ KE_API i32 wiq_json_array_pop(wiq_json_t* array, i32 count);
  *
  * The array gives up its reference to the element without destroying it, even if the count falls to
  * 0.
+ * @param array the array
  * @return the element, which the caller releases with wiq_json_unref(); NULL if `array` is empty or
  *         not an array
  */
@@ -739,6 +872,8 @@ KE_API wiq_json_t* wiq_json_array_pop_elem(wiq_json_t* array);
 /**
  * Finds the first element that is equal to a pattern: wiq_json_equal() of the element and the
  * pattern is true.
+ * @param array   the array
+ * @param pattern the pattern; may be NULL, which no element equals
  * @return the element, which the array keeps owning; NULL if not found or if `array` is not an
  *         array
  */
@@ -746,8 +881,10 @@ KE_API wiq_json_t* wiq_json_array_find(const wiq_json_t* array, const wiq_json_t
 
 /**
  * Finds the first element that is a string with this text.
- * @return the element, which the array keeps owning; NULL if not found, `array` is not an array
- *         or `text` is NULL
+ * @param array the array
+ * @param text  the text
+ * @return the element, which the array keeps owning; NULL if not found, `array` is not an array or
+ *         `text` is NULL
  */
 KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* text);
 
@@ -768,6 +905,9 @@ KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* 
  * the places at which the array lists such an element. So if a node is listed twice and dropped
  * once, its last place is the one that is lost. A dropped element of another array keeps its new
  * index, so that wiq_json_parent_index() is wrong from then on.
+ * @param array the array
+ * @param keep  tells whether an element stays
+ * @param user  passed on to `keep`
  * @return 0; WIQ_ERR_INVALID_ARG if `array` is not an array or `keep` is NULL; WIQ_ERR_NO_MEMORY
  *         when out of memory for a weak array, in which case the callback was not called and
  *         nothing is changed
@@ -776,6 +916,8 @@ KE_API i32 wiq_json_array_filter(wiq_json_t* array, WiqJsonKeepFn keep, void* us
 
 /**
  * Sorts the elements with the runtime's qsort(), which need not keep equal elements in order.
+ * @param array   the array
+ * @param compare compares two elements
  * @return 0; WIQ_ERR_INVALID_ARG if `array` is not an array or `compare` is NULL
  */
 KE_API i32 wiq_json_array_sort(wiq_json_t* array, WiqJsonCompareFn compare);
@@ -839,6 +981,7 @@ KE_API bool wiq_json_subset(const wiq_json_t* a, const wiq_json_t* b, u32 flags)
  * The parent gives up its reference without destroying the node, even if the count falls to 0. A
  * member is removed together with its key, and the last element of an array is removed too. Any
  * other element is replaced by a null, so that the elements after it keep their indices.
+ * @param node the node
  * @return 0, also for a node that has no parent; WIQ_ERR_INVALID_ARG if `node` is NULL;
  *         WIQ_ERR_NO_MEMORY when out of memory for that null, with nothing changed
  */
@@ -1141,8 +1284,9 @@ KE_API i32 wiq_json_escape_str_ext(const char* text, wiq_strbuf* buf);
 KE_API wiq_json_t* wiq_json_jref_new(const char* uri, u32* err);
 
 /**
- * Returns the pointer text of a reference, which the node keeps owning; NULL for any other node and
- * for NULL.
+ * Returns the pointer text of a reference.
+ * @param node may be NULL
+ * @return the text, which the node keeps owning; NULL for any other node and for NULL
  */
 KE_API const char* wiq_json_jref_uri(const wiq_json_t* node);
 
@@ -1173,6 +1317,7 @@ KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
  * The copies contain no references. A reference that somebody else holds survives as a
  * free-standing node. The root itself is never replaced: if it is a reference, only what its target
  * contains is expanded. Documents of any depth can be expanded.
+ * @param root the node to begin at
  * @return 0; WIQ_ERR_INVALID_ARG if `root` is NULL; WIQ_ERR_JREF_CYCLE for references that lead
  *         back to themselves; WIQ_ERR_BAD_JSON_TYPE for a damaged node; WIQ_ERR_NO_MEMORY when out
  *         of memory; or a status of wiq_json_ptr_get(). What was replaced before a failure stays
@@ -1217,7 +1362,7 @@ KE_API wiq_json_t* wiq_json_ptr_get(wiq_json_t* root, const char* ptr, u32* err,
  * For example, "/a/" stores at "/a/a".
  * @param root  the container at which the pointer begins
  * @param ptr   a JSON pointer that is not empty and does not begin with "#"
- * @param value a node that can be attached, as for wiq_json_obj_put_ext(); the container takes a
+ * @param value a node that can be attached, as in wiq_json_obj_put_ext(); the container takes a
  *              reference of its own
  * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL, the pointer (or its first step, for an
  *         object) is empty, or the value cannot be attached; WIQ_ERR_PTR_SYNTAX,
@@ -1232,62 +1377,97 @@ KE_API i32 wiq_json_ptr_put(wiq_json_t* root, const char* ptr, wiq_json_t* value
  * Makes an empty object and stores it as wiq_json_ptr_put() does.
  * @param root the container at which the pointer begins
  * @param ptr  the JSON pointer
- * @param err  receives the status of wiq_json_ptr_put(), or WIQ_ERR_NO_MEMORY if the value cannot
- *             be made. It does not chain: it is not read first. May be NULL.
+ * @param err  receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *             WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
+ *             wiq_json_ptr_put(); WIQ_ERR_NO_MEMORY also if the value cannot be made. It does not
+ *             chain: it is not read first. May be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_obj(wiq_json_t* root, const char* ptr, u32* err);
 
 /**
- * Makes an empty array and stores it as wiq_json_ptr_put() does. Statuses and result are those of
- * wiq_json_ptr_put_obj().
+ * Makes an empty array and stores it as wiq_json_ptr_put() does.
+ * @param root as in wiq_json_ptr_put_obj()
+ * @param ptr  as in wiq_json_ptr_put_obj()
+ * @param err  receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_array(wiq_json_t* root, const char* ptr, u32* err);
 
 /**
- * Makes a true or a false and stores it as wiq_json_ptr_put() does. Statuses and result are those
- * of wiq_json_ptr_put_obj().
+ * Makes a true or a false and stores it as wiq_json_ptr_put() does.
+ * @param root  as in wiq_json_ptr_put_obj()
+ * @param ptr   as in wiq_json_ptr_put_obj()
+ * @param value true or false
+ * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_bool(wiq_json_t* root, const char* ptr, bool value, u32* err);
 
 /**
- * Makes a double and stores it as wiq_json_ptr_put() does. Statuses and result are those of
- * wiq_json_ptr_put_obj().
+ * Makes a double and stores it as wiq_json_ptr_put() does.
+ * @param root  as in wiq_json_ptr_put_obj()
+ * @param ptr   as in wiq_json_ptr_put_obj()
+ * @param value the number; NaN and infinities are accepted like any other
+ * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_double(wiq_json_t* root, const char* ptr, double value,
                                            u32* err);
 
 /**
- * Makes a signed 64-bit integer and stores it as wiq_json_ptr_put() does. Statuses and result are
- * those of wiq_json_ptr_put_obj().
+ * Makes a signed 64-bit integer and stores it as wiq_json_ptr_put() does.
+ * @param root  as in wiq_json_ptr_put_obj()
+ * @param ptr   as in wiq_json_ptr_put_obj()
+ * @param value the number
+ * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_i64(wiq_json_t* root, const char* ptr, i64 value, u32* err);
 
 /**
- * Makes an unsigned 64-bit integer and stores it as wiq_json_ptr_put() does. Statuses and result
- * are those of wiq_json_ptr_put_obj().
+ * Makes an unsigned 64-bit integer and stores it as wiq_json_ptr_put() does.
+ * @param root  as in wiq_json_ptr_put_obj()
+ * @param ptr   as in wiq_json_ptr_put_obj()
+ * @param value the number
+ * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_u64(wiq_json_t* root, const char* ptr, u64 value, u32* err);
 
 /**
- * Makes an unsigned 128-bit integer and stores it as wiq_json_ptr_put() does. Statuses and result
- * are those of wiq_json_ptr_put_obj(), and WIQ_ERR_INVALID_ARG if `value`, which is copied, is
- * NULL.
+ * Makes an unsigned 128-bit integer and stores it as wiq_json_ptr_put() does.
+ * @param root  as in wiq_json_ptr_put_obj()
+ * @param ptr   as in wiq_json_ptr_put_obj()
+ * @param value the number, which is copied
+ * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if
+ *              `value` is NULL. Not read first; may be NULL.
+ * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_u128(wiq_json_t* root, const char* ptr,
                                          const wiq_uint128* value, u32* err);
 
 /**
- * Makes a string and stores it as wiq_json_ptr_put() does. Statuses and result are those of
- * wiq_json_ptr_put_obj(), and WIQ_ERR_INVALID_ARG if `text`, which is copied, is NULL.
- * wiq_json_str_new() tells what happens if the text cannot be allocated.
+ * Makes a string and stores it as wiq_json_ptr_put() does.
+ * @param root as in wiq_json_ptr_put_obj()
+ * @param ptr  as in wiq_json_ptr_put_obj()
+ * @param text UTF-8, which is copied and not checked; if only the copy cannot be allocated, the
+ *             result is that of wiq_json_str_new()
+ * @param err  receives 0 or a status as in wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if
+ *             `text` is NULL. Not read first; may be NULL.
+ * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_str(wiq_json_t* root, const char* ptr, const char* text,
                                         u32* err);
 
 /**
- * Makes a reference and stores it as wiq_json_ptr_put() does. Statuses and result are those of
- * wiq_json_ptr_put_obj(), and WIQ_ERR_INVALID_ARG if `uri`, which is copied, is NULL.
+ * Makes a reference and stores it as wiq_json_ptr_put() does.
+ * @param root as in wiq_json_ptr_put_obj()
+ * @param ptr  as in wiq_json_ptr_put_obj()
+ * @param uri  a JSON pointer, which is copied; see wiq_json_jref_new()
+ * @param err  receives 0 or a status as in wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if
+ *             `uri` is NULL. Not read first; may be NULL.
+ * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_jref(wiq_json_t* root, const char* ptr, const char* uri,
                                          u32* err);
@@ -1304,6 +1484,8 @@ KE_API i32 wiq_json_ptr(const wiq_json_t* node, char** out);
 
 /**
  * Appends the JSON pointer of a node to a buffer.
+ * @param node the node
+ * @param buf  the buffer
  * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL; WIQ_ERR_NO_MEMORY when out of memory, and
  *         WIQ_ERR_WRONG_TYPE as in wiq_json_ptr(), with nothing appended
  */
@@ -1322,6 +1504,8 @@ KE_API i32 wiq_json_ptr_build_obj_ext(const wiq_json_t* obj, const char* key, wi
 
 /**
  * Appends the JSON pointer of the place after the last element of an array to a buffer.
+ * @param array the array
+ * @param buf   the buffer
  * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL or `array` is not an array;
  *         WIQ_ERR_NO_MEMORY when out of memory, and WIQ_ERR_WRONG_TYPE as in wiq_json_ptr(), with
  *         nothing appended
