@@ -1,27 +1,20 @@
-// Arrays: how elements are attached, replaced and removed at an index. Operations over all elements
-// (search, filter, sort) are in array_all.cpp.
+// Arrays: how elements are attached, replaced and removed at an index. The getters are in
+// array_get.cpp; search, filter and sort, which go over all elements, in array_search.cpp.
+
+#include "json/array.h"
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "json/array_place.h"
 #include "json/blocks.h"
+#include "json/cycle.h"
+#include "json/err.h"
+#include "json/make.h"
+#include "json/refcount.h"
+#include "json/table.h"
 
 namespace ke::json {
 namespace {
-
-i32 reserve(ArrayNode* array, i32 capacity) {
-    Elements* elems = &array->elems;
-    wiq_json** data =
-        grown_table(array, elems->data, static_cast<size_t>(elems->size) * sizeof(wiq_json*),
-                    static_cast<size_t>(capacity) * sizeof(wiq_json*));
-    if (data == nullptr) {
-        return WIQ_ERR_NO_MEMORY;
-    }
-    elems->data = data;
-    elems->capacity = capacity;
-    return 0;
-}
 
 // Doubles the table, from three slots, which fill the smallest block of the usual allocators.
 // Returns 0, or WIQ_ERR_NO_MEMORY with nothing changed.
@@ -29,20 +22,7 @@ i32 grow(ArrayNode* array) {
     const i32 now = array->elems.capacity;
     const i64 doubled = now == 0 ? 3 : 2 * i64{now};
     const i32 capacity = static_cast<i32>(std::min<i64>(doubled, INT32_MAX));
-    return capacity == now ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : reserve(array, capacity);
-}
-
-wiq_json_t* make_array(i32 capacity, u8 flags, u32* err) {
-    if (has_failed(err)) {
-        return nullptr;
-    }
-    if (capacity < 0) {
-        report(err, WIQ_ERR_INVALID_ARG);
-        return nullptr;
-    }
-    wiq_json* array = new_array(capacity, flags);
-    report(err, array != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
-    return array;
+    return capacity == now ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : reserve_slots(array, capacity);
 }
 
 // Returns whether the array may take the node. A strong array only takes a node that has no parent
@@ -65,23 +45,6 @@ i32 append(ArrayNode* array, wiq_json* child) {
 }
 
 }  // namespace
-
-ArrayNode* new_array(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
-    const bool inline_table = capacity > 0 && static_cast<u64>(capacity) <= kMaxInlineSlots;
-    auto* array = new_container<ArrayNode>(
-        kJsonArray, inline_table ? static_cast<u64>(capacity) : 0, flags, key, chunks);
-    if (array == nullptr) {
-        return nullptr;
-    }
-    array->elems = {};
-    if (inline_table) {
-        array->elems = {{reinterpret_cast<wiq_json**>(array + 1)}, 0, capacity};
-    } else if (capacity > 0 && reserve(array, capacity) != 0) {
-        free_node(array);
-        return nullptr;
-    }
-    return array;
-}
 
 i32 attach_elem(ArrayNode* array, wiq_json* child) {
     const i32 status = append(array, child);
@@ -115,17 +78,30 @@ wiq_json* pop_elem(ArrayNode* array) {
     return elem;
 }
 
+i32 slot_of(const ArrayNode* array, const wiq_json* elem) {
+    const i32 guess = resolve_index(array, static_cast<i32>(elem->position.index));
+    if (guess >= 0 && elems_of(array)[guess] == elem) {
+        return guess;
+    }
+    i32 slot = 0;
+    while (elems_of(array)[slot] != elem) {
+        ++slot;
+    }
+    return slot;
+}
+
+void renumber(ArrayNode* array) {
+    for (i32 i = 0; i < size_of(array); ++i) {
+        wiq_json* elem = elems_of(array)[i];
+        if (elem->parent == array) {
+            elem->position.index = static_cast<u32>(i);
+        }
+    }
+}
+
 }  // namespace ke::json
 
 using namespace ke::json;
-
-wiq_json_t* wiq_json_array_new(i32 capacity, u32* err) {
-    return make_array(capacity, 0, err);
-}
-
-wiq_json_t* wiq_json_array_weak_new(i32 capacity, u32* err) {
-    return make_array(capacity, kJsonWeak, err);
-}
 
 i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* err) {
     if (has_failed(err)) {
@@ -204,30 +180,6 @@ wiq_json_t* wiq_json_array_push_obj(wiq_json_t* array, u32* err) {
 
 wiq_json_t* wiq_json_array_push_array(wiq_json_t* array, u32* err) {
     return push_new(array, err, [] { return new_array(0, 0); });
-}
-
-i32 wiq_json_array_size(const wiq_json_t* array) {
-    const ArrayNode* node = to_array(array);
-    return node != nullptr ? size_of(node) : WIQ_ERR_INVALID_ARG;
-}
-
-wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u32 flags, u32* err) {
-    if (has_failed(err)) {
-        return nullptr;
-    }
-    const ArrayNode* node = to_array(array);
-    const i32 slot = node != nullptr ? resolve_index(node, index) : -1;
-    if (slot < 0) {
-        report(err, node != nullptr ? WIQ_ERR_INDEX_OUT_OF_RANGE : WIQ_ERR_INVALID_ARG);
-        return nullptr;
-    }
-    wiq_json_t* elem = elems_of(node)[slot];
-    u32 status = 0;
-    if ((flags & WIQ_JSON_FOLLOW_REFS) != 0 && elem->type == kJsonRef) {
-        elem = wiq_json_jref_deref(elem, &status);
-    }
-    report(err, static_cast<i32>(status));
-    return elem;
 }
 
 wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child, u32* err) {

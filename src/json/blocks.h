@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "json/chain_index.h"
-#include "json/node.h"
+#include "json/make.h"
 
 namespace ke::json {
 

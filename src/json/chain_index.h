@@ -99,6 +99,33 @@ inline ChainIndex* index_over(const Members& members, u64 bucket) {
     return index != nullptr && index->covers(bucket) ? index : nullptr;
 }
 
+// Few chains have more members than this. A search passes this number of members before it asks for
+// an index.
+constexpr u32 kMaxStepsWithoutIndex = 4;
+
+// These continue a search that has passed kMaxStepsWithoutIndex members, at the next one.
+Member* find_after(const Members& members, const Key& key, Member* from);
+Member** link_after(const Members& members, const Key& key, Member** from);
+
+// As link_of(), for a key that may be added: a long chain gets an index, if there is enough memory.
+inline Member** link_to_add(const Members& members, const Key& key) {
+    Member** link = link_within(members, key, kMaxStepsWithoutIndex);
+    return *link == nullptr || has_key(*link, key) ? link : link_after(members, key, link);
+}
+
+// Returns the member with this key, or nullptr.
+inline Member* find(const Members& members, const Key& key) {
+    if (members.size == 0)
+        return nullptr;
+    Member* member = members.buckets[bucket_of(key.hash, members.mask)];
+    for (u32 left = kMaxStepsWithoutIndex; member != nullptr && !has_key(member, key); --left) {
+        if (left == 0)
+            return find_after(members, key, member);
+        member = member->next;
+    }
+    return member;
+}
+
 // Links a member at `end`, which must be the null link at the end of its chain.
 inline void link_member(Members* members, Member** end, Member* member) {
     member->next = nullptr;

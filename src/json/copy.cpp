@@ -4,6 +4,8 @@
 #include "containers/small_stack.h"
 #include "json/blocks.h"
 #include "json/chain_index.h"
+#include "json/err.h"
+#include "json/make.h"
 
 namespace ke::json {
 namespace {

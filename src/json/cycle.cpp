@@ -3,8 +3,9 @@
 // document. So both are searched at the same time, and the shorter search gives the answer. Neither
 // needs memory.
 
-#include "json/array_place.h"
-#include "json/node.h"
+#include "json/cycle.h"
+
+#include "json/array.h"
 
 namespace ke::json {
 namespace {

@@ -1,80 +1,11 @@
-// The exported dump functions: each makes a visitor, gives it its target, and starts the walk. The
-// conversion of doubles and the sorting of members, which all dumps share, are also here.
+// The exported dump functions: each makes a visitor, gives it its target, and starts the walk.
 
-#include <algorithm>
-#include <bit>
-#include <charconv>
-#include <cmath>
-#include <cstdlib>
-#include <cstring>
+#include "json/dump.h"
 
 #include "json/dump_visitor.h"
-#include "json/dump_writer.h"
 #include "json/text_limits.h"
 
 namespace ke::json {
-
-namespace {
-
-bool has_lesser_key(const Member* a, const Member* b) {
-    return strcmp(a->key(), b->key()) < 0;
-}
-
-// Returns whether a fraction is rounded up when its lowest `shift` bits are dropped: if they are
-// more than a half, or a half and the last digit that is kept is odd.
-bool rounds_up(u128 scaled, int shift) {
-    const u128 half = u128{1} << (shift - 1);
-    const u128 rest = scaled & (2 * half - 1);
-    return rest > half || (rest == half && (scaled >> shift & 1) != 0);
-}
-
-}  // namespace
-
-// A double is an integer, its mantissa, times a power of two. The mantissa times a million fits 128
-// bits. For a value below kMaxMagnitude, a shift of this product then gives the value in
-// millionths, in 64 bits, and the bits that are shifted out say exactly how to round it. The
-// runtime's conversion writes larger values, infinities and NaN.
-char* write_double(char* out, double value) {
-    constexpr int kMantissa = 52;
-    constexpr u64 kDecimals = 1000000;
-    constexpr double kMaxMagnitude = 9e12;  // times a million, this is below 2^63
-    const u64 bits = std::bit_cast<u64>(value);
-    const int exponent = static_cast<int>(bits >> kMantissa & 0x7FF) - 1023 - kMantissa;
-    if (!(std::fabs(value) < kMaxMagnitude))
-        return std::to_chars(out, out + kMaxDoubleText, value, std::chars_format::fixed, 6).ptr;
-    const u64 mantissa = (bits & ((u64{1} << kMantissa) - 1)) | u64{1} << kMantissa;
-    const u128 scaled = static_cast<u128>(mantissa) * kDecimals;
-    // The exponent is below 0, since 9e12 is less than 2^52. With a shift above 100, less than half
-    // a millionth is left; so the bit that a normal mantissa has may also be set for zero and for
-    // tiny numbers.
-    const int shift = -exponent;
-    u64 millionths = 0;
-    if (shift <= 100)
-        millionths = static_cast<u64>(scaled >> shift) + (rounds_up(scaled, shift) ? 1 : 0);
-    if (std::signbit(value))
-        *out++ = '-';
-    out = write_u64(out, millionths / kDecimals);
-    *out++ = '.';
-    return write_six_digits(out, static_cast<u32>(millionths % kDecimals));
-}
-
-const Member** sorted_members(const ObjectNode* obj) {
-    const size_t count = static_cast<size_t>(size_of(obj));
-    auto** members = static_cast<const Member**>(malloc(count * sizeof(Member*)));
-    if (members == nullptr)
-        return nullptr;
-    const Member** end = members;
-    for (const Member* member = first_member(obj); member != nullptr;
-         member = next_member(obj, member)) {
-        *end++ = member;
-    }
-    // Not qsort(): in some runtimes that takes quadratic time for certain orders, which a hostile
-    // document could bring about.
-#ifndef __clang_analyzer__  // the analyzer takes the list for uninitialised
-    std::sort(members, end, has_lesser_key);
-#endif
-    return members;
-}
 
 namespace {
 

@@ -18,13 +18,6 @@ inline i32 moved_indent(i32 indent, i32 by) {
     return static_cast<i32>(static_cast<u32>(indent) + static_cast<u32>(by));
 }
 
-// The longest text of a double: a sign, 309 digits, the point and six decimals.
-constexpr size_t kMaxDoubleText = 1 + 309 + 1 + 6;
-
-// Writes a double as "%f" does in the "C" locale; infinities and NaN are "inf" and "nan". Returns
-// the end. Up to kMaxDoubleText bytes must have room at `out`.
-char* write_double(char* out, double value);
-
 // Returns the members of an object, sorted by the bytes of their keys, in a block that the caller
 // frees. The object must have members. Returns nullptr when out of memory.
 const Member** sorted_members(const ObjectNode* obj);

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "json/escape_scan.h"
+#include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 #include "text/utf8.h"
 
@@ -75,5 +76,9 @@ i32 escape_text(const char* text, const char* end, Sink& sink) {
     }
     return 0;
 }
+
+// Like wiq_json_escape_str_ext(), but returns WIQ_ERR_RANGE, with nothing changed, if the text is
+// longer than `max_length` bytes.
+i32 escape_within(const char* text, wiq_strbuf* buf, u64 max_length);
 
 }  // namespace ke::json

@@ -98,10 +98,6 @@ inline bool has_key(const Member* member, const Key& key) {
 // Chains are longer than this only if somebody chose the keys for it. Such a chain gets an index
 // (chain_index.h).
 constexpr u32 kMaxChainWithoutIndex = 16;
-// Few chains have more members than this. A search passes this number of members before it asks for
-// an index.
-constexpr u32 kMaxStepsWithoutIndex = 4;
-
 // Walks a chain. Returns the link to the member with this key; if not found, the null link at
 // the end of the chain, where such a member would be added. The table must exist.
 inline Member** link_of(const Members& members, const Key& key) {
@@ -116,29 +112,6 @@ inline Member** link_within(const Members& members, const Key& key, u32 limit) {
     for (; *link != nullptr && !has_key(*link, key) && limit != 0; --limit)
         link = &(*link)->next;
     return link;
-}
-
-// These continue a search that has passed kMaxStepsWithoutIndex members, at the next one.
-Member* find_after(const Members& members, const Key& key, Member* from);
-Member** link_after(const Members& members, const Key& key, Member** from);
-
-// As link_of(), for a key that may be added: a long chain gets an index, if there is enough memory.
-inline Member** link_to_add(const Members& members, const Key& key) {
-    Member** link = link_within(members, key, kMaxStepsWithoutIndex);
-    return *link == nullptr || has_key(*link, key) ? link : link_after(members, key, link);
-}
-
-// Returns the member with this key, or nullptr.
-inline Member* find(const Members& members, const Key& key) {
-    if (members.size == 0)
-        return nullptr;
-    Member* member = members.buckets[bucket_of(key.hash, members.mask)];
-    for (u32 left = kMaxStepsWithoutIndex; member != nullptr && !has_key(member, key); --left) {
-        if (left == 0)
-            return find_after(members, key, member);
-        member = member->next;
-    }
-    return member;
 }
 
 // A large table is followed by this tail, in the same block.

@@ -4,11 +4,18 @@
 // An insertion hashes its key once, whatever it looks up on the way, and copies it once, into the
 // member's block.
 
+#include "json/object.h"
+
 #include <cstdlib>
 #include <cstring>
 
 #include "json/blocks.h"
 #include "json/chain_index.h"
+#include "json/cycle.h"
+#include "json/err.h"
+#include "json/make.h"
+#include "json/refcount.h"
+#include "json/table.h"
 
 namespace ke::json {
 namespace {
@@ -20,21 +27,6 @@ Key key_from(const char* text) {
 Member* find_member(const ObjectNode* obj, const char* key) {
     return find(obj->members, key_from(key));
 }
-
-wiq_json_t* make_object(i32 capacity, u8 flags, u32* err) {
-    if (has_failed(err)) {
-        return nullptr;
-    }
-    if (capacity < 0) {
-        report(err, WIQ_ERR_INVALID_ARG);
-        return nullptr;
-    }
-    wiq_json* obj = new_object(capacity, flags);
-    report(err, obj != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
-    return obj;
-}
-
-static_assert(kMaxInlineSlots < kMinBucketsWithTail, "a table in its node's block has no tail");
 
 // Doubles an object's table and renews its tail and its index. Returns false, with nothing changed,
 // when out of memory.
@@ -83,6 +75,14 @@ i32 insert_member(ObjectNode* obj, Member** end, Member* member) {
         return WIQ_ERR_NO_MEMORY;
     }
     return 0;
+}
+
+// Frees a member that is no longer in a table, and releases its child.
+void release_member(ObjectNode* obj, Member* member) {
+    wiq_json* child = member->child;
+    // The member first: free_member() reads the header of the child, which must be alive.
+    free_member(member);
+    release_child(obj, child);
 }
 
 // Puts a child in the place of another one, which is released. The child's count must already
@@ -176,49 +176,6 @@ wiq_json* attach_new_child(ObjectNode* obj, const Key& key, Make make) {
 
 }  // namespace
 
-ObjectNode* new_object(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
-    const u64 buckets = initial_buckets(static_cast<u64>(capacity));
-    // An object without a table behaves as if it had one bucket, so one bucket needs no table.
-    return new_object_with(buckets == 1 ? 0 : buckets, flags, key, chunks);
-}
-
-ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key, Chunks* chunks) {
-    const u64 inline_buckets = buckets <= kMaxInlineSlots ? buckets : 0;
-    auto* obj = new_container<ObjectNode>(kJsonObject, inline_buckets, flags, key, chunks);
-    if (obj == nullptr) {
-        return nullptr;
-    }
-    obj->members = {};
-    if (inline_buckets != 0) {
-        obj->members.buckets = reinterpret_cast<Member**>(obj + 1);
-        obj->members.mask = static_cast<u32>(buckets - 1);
-        std::memset(obj->members.buckets, 0, buckets * sizeof(Member*));
-    } else if (buckets != 0 && make_table(obj, buckets) != 0) {
-        free_node(obj);
-        return nullptr;
-    }
-    return obj;
-}
-
-i32 make_table(ObjectNode* obj, u64 buckets) {
-    if (buckets > kMaxBuckets) {
-        return WIQ_ERR_NO_MEMORY;
-    }
-    // calloc() also sets the tail: no index, and a first bucket of 0.
-    auto** table = static_cast<Member**>(std::calloc(pointers_in_table(buckets), sizeof(Member*)));
-    if (table == nullptr) {
-        return WIQ_ERR_NO_MEMORY;
-    }
-    obj->members = {{table}, static_cast<u32>(buckets - 1), 0};
-    return 0;
-}
-
-Member* new_member(const Key& key) {
-    void* block =
-        key.length <= kMaxKeyLength ? std::malloc(sizeof(Member) + key.length + 1) : nullptr;
-    return block != nullptr ? init_member(block, key) : nullptr;
-}
-
 i32 attach_member(ObjectNode* obj, Member* member, wiq_json* child) {
     Member** link = link_for_key(obj, Key(member));
     if (link == nullptr) {
@@ -237,13 +194,6 @@ i32 attach_member(ObjectNode* obj, Member* member, wiq_json* child) {
     return 0;
 }
 
-void release_member(ObjectNode* obj, Member* member) {
-    wiq_json* child = member->child;
-    // The member first: free_member() reads the header of the child, which must be alive.
-    free_member(member);
-    release_child(obj, child);
-}
-
 wiq_json* find_child(const ObjectNode* obj, const char* key) {
     const Member* member = find_member(obj, key);
     return member != nullptr ? member->child : nullptr;
@@ -259,14 +209,6 @@ wiq_json* detach_member(ObjectNode* obj, Member* member) {
 }  // namespace ke::json
 
 using namespace ke::json;
-
-wiq_json_t* wiq_json_obj_new(i32 capacity, u32* err) {
-    return make_object(capacity, 0, err);
-}
-
-wiq_json_t* wiq_json_obj_weak_new(i32 capacity, u32* err) {
-    return make_object(capacity, kJsonWeak, err);
-}
 
 i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* child, u32* err) {
     if (has_failed(err)) {

@@ -8,6 +8,8 @@
 
 #include "json/open_containers.h"
 
+#include "json/table.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <string_view>

@@ -16,6 +16,8 @@
 
 #include "containers/small_stack.h"
 #include "json/blocks.h"
+#include "json/make.h"
+#include "json/object.h"
 
 namespace ke::json {
 

@@ -1,8 +1,11 @@
 // Taking a node out of its parent, and putting another node in its place. In both cases the node
 // has no parent afterwards and belongs to the caller, even if its count is 0.
 
-#include "json/array_place.h"
+#include "json/array.h"
 #include "json/blocks.h"
+#include "json/err.h"
+#include "json/object.h"
+#include "json/refcount.h"
 
 using namespace ke::json;
 

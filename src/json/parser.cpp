@@ -7,7 +7,7 @@
 // of a text reports its own status. WIQ_ERR_NO_MEMORY is the exception: it is reported everywhere.
 
 #include "json/lexer.h"
-#include "json/node.h"
+#include "json/make.h"
 #include "json/open_containers.h"
 
 namespace ke::json {

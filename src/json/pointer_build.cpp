@@ -1,6 +1,8 @@
 // Builds the JSON pointer of a node from its parent links. The text is measured first and then
 // written from its end towards the root, with one reservation and no recursion.
 
+#include "json/pointer_build.h"
+
 #include <cstring>
 
 #include "containers/strbuf_core.h"

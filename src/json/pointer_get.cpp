@@ -3,7 +3,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "json/node.h"
+#include "json/array.h"
+#include "json/err.h"
+#include "json/object.h"
 #include "json/pointer_token.h"
 
 namespace ke::json {
@@ -17,13 +19,12 @@ wiq_json* step(wiq_json* node, const char* name, i32* status) {
         *status = child == nullptr ? static_cast<i32>(WIQ_ERR_KEY_NOT_FOUND) : 0;
         return child;
     }
-    if (wiq_json_is_array(node)) {
+    if (const ArrayNode* array = to_array(node)) {
         const WiqJsonPtrToken token = classify(name);
         if (token.kind == WIQ_JSON_PTR_TOK_INDEX || token.kind == WIQ_JSON_PTR_TOK_APPEND) {
-            wiq_json* child =
-                token.kind == WIQ_JSON_PTR_TOK_APPEND
-                    ? nullptr
-                    : wiq_json_array_get_ext(node, static_cast<i32>(token.index), 0, nullptr);
+            wiq_json* child = token.kind == WIQ_JSON_PTR_TOK_APPEND
+                                  ? nullptr
+                                  : elem_at(array, static_cast<i32>(token.index));
             *status = child == nullptr ? static_cast<i32>(WIQ_ERR_INDEX_OUT_OF_RANGE) : 0;
             return child;
         }

@@ -4,7 +4,9 @@
 
 #include <cstring>
 
-#include "json/node.h"
+#include "json/array.h"
+#include "json/err.h"
+#include "json/object.h"
 #include "json/pointer_token.h"
 
 namespace ke::json {
@@ -33,7 +35,7 @@ wiq_json* existing_child(const wiq_json* container, const WiqJsonPtrToken& token
         return find_child(obj, token.name);
     if (token.kind != WIQ_JSON_PTR_TOK_INDEX)
         return nullptr;
-    return wiq_json_array_get_ext(container, static_cast<i32>(token.index), 0, nullptr);
+    return elem_at(as<ArrayNode>(container), static_cast<i32>(token.index));
 }
 
 class PointerWriter {

@@ -6,6 +6,8 @@
 // `parent`, which it no longer needs, leads back to the dying container from which it was taken.
 // The order is that of a recursive release: the whole subtree of a child before the next child.
 
+#include "json/refcount.h"
+
 #include <algorithm>
 #include <atomic>
 #include <bit>
@@ -13,6 +15,7 @@
 
 #include "json/blocks.h"
 #include "json/chain_index.h"
+#include "json/table.h"
 
 namespace ke::json {
 namespace {
@@ -267,9 +270,9 @@ bool release_document(wiq_json* root) {
     return false;
 }
 
-}  // namespace
-
-// Everything below the children that dies with them is released, too.
+// Releases the children of a container that is about to be freed or emptied. What is left of the
+// table means nothing; the caller calls drop_table() next. Everything below the children that dies
+// with them is released, too.
 void release_children(wiq_json* top) {
     if (release_document(top)) {
         return;
@@ -311,46 +314,12 @@ void release_children(wiq_json* top) {
     add_to_count(top, -kDying);
 }
 
-// Serves both kinds of table. A large container was turned into a chain, which is empty by now: the
-// null pointer in the place of the table is freed without effect.
-void drop_table(wiq_json* container) {
-    if (container->type == kJsonArray) {
-        auto* array = as<ArrayNode>(container);
-        std::free(is_inline(array, array->elems.data) ? nullptr : array->elems.data);
-        array->elems = {};
-    } else {
-        auto* obj = as<ObjectNode>(container);
-        if (!is_inline(obj, obj->members.buckets)) {
-            free_index(obj->members);
-            std::free(obj->members.buckets);
-        }
-        obj->members = {};
-    }
-}
+}  // namespace
 
 void release_child(const wiq_json* container, wiq_json* child) {
     if (give_up_child(is_weak(container), child)) {
         wiq_json_delete_impl(child);
     }
-}
-
-// Frees a member that does not share a block with its child. Either it has a block of its own, or
-// it shares one with an earlier child, with which it was made and which may have been freed
-// already. Only in the latter case is the member marked as shared. Then the header of that child
-// can still be read, since the member is an owner of the block.
-void free_separate_member(Member* member) {
-    if (member->is_shared()) {
-        auto* made_with = reinterpret_cast<wiq_json*>(end_of(member));
-        // In a chunk, the member counts as one more block.
-        if (made_with->in_chunk != 0) {
-            release_blocks(*mark_of(made_with), 1);
-            return;
-        }
-        if (member->unshare()) {
-            return;
-        }
-    }
-    std::free(member);
 }
 
 void release_if_unreferenced(wiq_json* node) {

@@ -2,7 +2,8 @@
 
 #include <cstring>
 
-#include "json/node.h"
+#include "json/err.h"
+#include "json/make.h"
 
 namespace {
 

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "containers/small_stack.h"
+#include "json/chain_index.h"
 #include "json/node.h"
 
 namespace ke::json {

@@ -1,5 +1,6 @@
-// Limits of functions that return the length of a text as an i32. They refuse a text that is too
-// long for that. Here the limit is an argument, so that tests reach it with short texts.
+// The limit of functions that return the length of a text as an i32: they refuse a text that is too
+// long for that. Each has an inner form, declared with its source, to which the limit is an
+// argument, so that tests reach it with short texts.
 #pragma once
 
 #include "ke_utils/containers.h"
@@ -9,12 +10,6 @@
 namespace ke::json {
 
 constexpr u64 kMaxTextLength = INT32_MAX;
-
-// Like the exported functions, but return WIQ_ERR_RANGE, with nothing changed, if the text is
-// longer than `max_length` bytes.
-i32 sdump_within(wiq_json_t* node, char** out, u32 flags, u64 max_length);
-i32 escape_within(const char* text, wiq_strbuf* buf, u64 max_length);
-i32 pointer_within(const wiq_json_t* node, char** out, u64 max_length);
 
 // Moves the buffer's text to *out and returns its length. Returns WIQ_ERR_RANGE or
 // WIQ_ERR_NO_MEMORY if that fails; *out is then unchanged and the text still belongs to the buffer.

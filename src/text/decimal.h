@@ -1,4 +1,4 @@
-// Whole numbers as decimal digits, without a format string. Nothing here terminates the text.
+// Numbers as decimal digits, without a format string. Nothing here terminates the text.
 #pragma once
 
 #include <bit>
@@ -75,5 +75,12 @@ inline char* write_i64(char* out, i64 value) {
     *out = '-';
     return write_u64(out + 1, -static_cast<u64>(value));
 }
+
+// The longest text of a double: a sign, 309 digits, the point and six decimals.
+constexpr size_t kMaxDoubleText = 1 + 309 + 1 + 6;
+
+// Writes a double as "%f" does in the "C" locale; infinities and NaN are "inf" and "nan". Returns
+// the end. Up to kMaxDoubleText bytes must have room at `out`.
+char* write_double(char* out, double value);
 
 }  // namespace ke

@@ -8,6 +8,9 @@
 #include <cstring>
 #include <string>
 
+#include "json/dump.h"
+#include "json/escape.h"
+#include "json/pointer_build.h"
 #include "ke_utils/core.h"
 
 namespace {

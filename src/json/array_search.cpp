@@ -1,12 +1,10 @@
-// Operations over all elements of an array (search, filter, sort), and the positions of elements
-// that change with them.
+// Search, filter and sort, which go over all elements of an array.
 
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
 
-#include "json/array_place.h"
-#include "json/node.h"
+#include "json/array.h"
 
 namespace ke::json {
 namespace {
@@ -204,27 +202,6 @@ i32 filter_weak(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
 }
 
 }  // namespace
-
-i32 slot_of(const ArrayNode* array, const wiq_json* elem) {
-    const i32 guess = resolve_index(array, static_cast<i32>(elem->position.index));
-    if (guess >= 0 && elems_of(array)[guess] == elem) {
-        return guess;
-    }
-    i32 slot = 0;
-    while (elems_of(array)[slot] != elem) {
-        ++slot;
-    }
-    return slot;
-}
-
-void renumber(ArrayNode* array) {
-    for (i32 i = 0; i < size_of(array); ++i) {
-        wiq_json* elem = elems_of(array)[i];
-        if (elem->parent == array) {
-            elem->position.index = static_cast<u32>(i);
-        }
-    }
-}
 
 }  // namespace ke::json
 

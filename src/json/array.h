@@ -1,5 +1,5 @@
-// The positions of elements in an array, and the moves of single elements that several sources of
-// the document model need. Nothing is checked here; what callers may pass is in ke_utils/json.h.
+// What the sources of the document model do with the elements of arrays: attaching, finding, moving
+// them. Nothing is checked here; what callers may pass is in ke_utils/json.h.
 #pragma once
 
 #include "json/node.h"
@@ -15,10 +15,23 @@ inline i32 resolve_index(const ArrayNode* array, i32 index) {
     return index < size ? index : -1;
 }
 
+// Returns the element that an index names, nullptr if there is none.
+inline wiq_json* elem_at(const ArrayNode* array, i32 index) {
+    const i32 slot = resolve_index(array, index);
+    return slot >= 0 ? elems_of(array)[slot] : nullptr;
+}
+
 // Returns the slot of an element of this array. The element's position is a first guess that is
 // confirmed: it may be a negative index that meant another slot when the array was shorter, or a
 // number that a filter of a weak array has left.
 i32 slot_of(const ArrayNode* array, const wiq_json* elem);
+
+// Attach a child as the last element. Nothing is checked: the caller knows that a strong array may
+// become the child's parent. The array's reference adds 1 to the child's count; attach_new_elem(),
+// for a node that no caller has seen yet, sets the count to 1. Return 0, or WIQ_ERR_NO_MEMORY with
+// the array's elements and the child unchanged.
+i32 attach_elem(ArrayNode* array, wiq_json* child);
+i32 attach_new_elem(ArrayNode* array, wiq_json* child);
 
 // Puts the child in the slot `index` and hands the old element over to the caller. The child's
 // position becomes `position`.
