@@ -14,20 +14,38 @@
 
 namespace ke::json {
 
+// What the reader asks of a stream.
+struct SystemStream {
+    FILE* file;
+
+    void lock() const { os::lock_stream(file); }
+    void unlock() const { os::unlock_stream(file); }
+    int getc() const { return os::getc_locked(file); }
+    os::BufferedBytes buffered() const { return os::buffered_bytes(file); }
+    void skip(const char* end) const { os::skip_buffered(file, end); }
+};
+
+// The stream is an argument of the template so that a test can choose the stretches, also where the
+// runtime does not show the stream's buffer.
+//
 // Invariants: the bytes from next_ to end_ have not been read yet; those of the stretch before next_
 // are ASCII. The text of the current token is what kept_ holds, followed by the bytes from token_ to
 // next_. The counters cover everything before mark_.
-class StreamReader {
+template <class Stream>
+class BasicStreamReader {
   public:
     // A text in the stream's buffer is gone after the next token.
     static constexpr bool kTextStays = false;
 
-    explicit StreamReader(FILE* stream) : stream_(stream) { os::lock_stream(stream_); }
-    StreamReader(const StreamReader&) = delete;
-    StreamReader& operator=(const StreamReader&) = delete;
-    ~StreamReader() {
+    template <class Handle>
+    explicit BasicStreamReader(Handle* stream) : stream_{stream} {
+        stream_.lock();
+    }
+    BasicStreamReader(const BasicStreamReader&) = delete;
+    BasicStreamReader& operator=(const BasicStreamReader&) = delete;
+    ~BasicStreamReader() {
         return_stretch();
-        os::unlock_stream(stream_);
+        stream_.unlock();
         wiq_strbuf_finalize(&kept_);
     }
 
@@ -149,10 +167,10 @@ class StreamReader {
             return false;
         keep_token();
         return_stretch();
-        os::BufferedBytes bytes = os::buffered_bytes(stream_);
+        os::BufferedBytes bytes = stream_.buffered();
         in_buffer_ = bytes.first != bytes.last;
         if (!in_buffer_) {
-            const int c = os::getc_locked(stream_);
+            const int c = stream_.getc();
             if (c == EOF) {
                 state_ = WIQ_ERR_EOF;
                 return false;
@@ -181,7 +199,7 @@ class StreamReader {
         counters_.add(mark_, next_);
         mark_ = next_;
         if (in_buffer_)
-            os::skip_buffered(stream_, std::max(next_, read_to_));
+            stream_.skip(std::max(next_, read_to_));
     }
 
     // Reads a NUL, which is consumed but is not part of a token's text, or a byte beyond ASCII.
@@ -195,7 +213,7 @@ class StreamReader {
         // The sequence is read from the stream, since the stretch may end in the middle of it.
         return_stretch();
         if (in_buffer_)
-            os::skip_buffered(stream_, next_ + 1);
+            stream_.skip(next_ + 1);
         in_buffer_ = false;
         start_stretch(single_, single_);
         return fetch_sequence(byte);
@@ -206,7 +224,7 @@ class StreamReader {
         const u32 length = utf8_length(lead);
         u8 sequence[4] = {lead};
         for (u32 i = 1; i < length; ++i) {
-            const int c = os::getc_locked(stream_);
+            const int c = stream_.getc();
             if (c == EOF)
                 return state_ = WIQ_ERR_JSON_BAD_UTF8;
             sequence[i] = static_cast<u8>(c);
@@ -238,7 +256,7 @@ class StreamReader {
         kept_.len += count;
     }
 
-    FILE* stream_;
+    Stream stream_;
     const char* next_ = single_;
     const char* end_ = single_;
     const char* token_ = single_;
@@ -252,5 +270,7 @@ class StreamReader {
     wiq_strbuf kept_ = {};
     Counters counters_;
 };
+
+using StreamReader = BasicStreamReader<SystemStream>;
 
 }  // namespace ke::json

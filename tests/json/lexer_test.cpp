@@ -1,11 +1,14 @@
-// Tokens from both readers, one at a time: kind, value, status, and the position after each. Then the
-// conversions that make a token's value, with the sizes at which they change.
+// Tokens from both readers, and from streams whose buffers end anywhere, one at a time: kind, value, status, and the
+// position after each. Then the conversions that make a token's value, with the sizes at which they change.
 #include "json/lexer.h"
 
+#include <cstring>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "json/parser_support.h"
+#include "json/stretches.h"
 #include "support/alloc_faults.h"
 
 namespace {
@@ -16,6 +19,7 @@ using ke::u128;
 
 using StringLexer = Lexer<StringReader>;
 using StreamLexer = Lexer<StreamReader>;
+using StretchLexer = Lexer<StretchReader>;
 
 // Describes a token in one word: its character, its value, or the status if it is invalid.
 template <class SomeLexer>
@@ -71,10 +75,24 @@ template <size_t N>
 void check_all(const Row (&rows)[N]) {
     ScratchFile file;
     for (const Row& row : rows) {
+        std::set<size_t> consumed;
         StringLexer string(row.text);
         EXPECT_EQ(all_tokens(string), row.tokens) << describe_text(row.text) << " from a string";
         StreamLexer stream(file.with(row.text));
         EXPECT_EQ(all_tokens(stream), row.tokens) << describe_text(row.text) << " from a stream";
+        for (size_t size = 1; size <= strlen(row.text) + 1; size += size < 24 ? 1 : 17) {
+            Stretches source = {row.text, size};
+            {
+                StretchLexer stretches(&source);
+                EXPECT_EQ(all_tokens(stretches), row.tokens)
+                    << describe_text(row.text) << " from a buffer of " << size;
+                EXPECT_EQ(source.locks, 1);
+            }
+            EXPECT_EQ(source.locks, 0);
+            consumed.insert(source.at);
+        }
+        // However large the buffer is, the same bytes of the stream have been read.
+        EXPECT_EQ(consumed.size(), 1u) << describe_text(row.text);
     }
 }
 
