@@ -10,7 +10,6 @@
 #include <windows.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -18,6 +17,7 @@
 #include "os/invalid_parameters.h"
 #include "os/os.h"
 #include "os/windows_path.h"
+#include "os/windows_text.h"
 
 namespace ke::os {
 
@@ -101,74 +101,14 @@ FILE* open_with(OpenFn open, const char* path, const char* mode, FileResult* res
 // this many units. Even three units out of one stay below 2^31.
 constexpr size_t kPiece = size_t{1} << 28;
 
-bool continues(char byte) {
-    return (static_cast<u8>(byte) & 0xC0) == 0x80;
-}
-
-// Returns the length of the next piece, so that no sequence and no surrogate pair is cut in two. If
-// none of the last three bytes begins a sequence, the byte after them continues none, and the piece
-// may end there.
-size_t piece_of(const char* text, size_t left) {
-    if (left <= kPiece)
-        return left;
-    size_t end = kPiece;
-    while (end != kPiece - 3 && continues(text[end]))
-        --end;
-    return continues(text[end]) ? kPiece : end;
-}
-size_t piece_of(const wchar_t* text, size_t left) {
-    if (left <= kPiece)
-        return left;
-    return IS_HIGH_SURROGATE(text[kPiece - 1]) ? kPiece - 1 : kPiece;
-}
-
-// Converts a text of `length` units with `piece`, which converts one piece of it, or measures it if
-// there is no room. Returns a new text, or nullptr with the reason in *code. The first loop
-// measures, the second converts, so both must cut the text into the same pieces.
-template <class To, class From, class Convert>
-To* convert(const From* text, size_t length, const Convert& piece, u32* code) {
-    size_t size = 0;
-    for (size_t at = 0, some = 0; at != length; at += some) {
-        some = piece_of(text + at, length - at);
-        const int made = piece(text + at, static_cast<int>(some), nullptr, 0);
-        if (made == 0) {
-            *code = GetLastError();
-            return nullptr;
-        }
-        size += static_cast<size_t>(made);
-    }
-    To* converted = static_cast<To*>(malloc((size + 1) * sizeof(To)));
-    if (converted == nullptr) {
-        *code = kErrorNotEnoughMemory;
-        return nullptr;
-    }
-    To* out = converted;
-    To* const end = converted + size;
-    for (size_t at = 0, some = 0; at != length; at += some) {
-        some = piece_of(text + at, length - at);
-        const int room = end - out < INT_MAX ? static_cast<int>(end - out) : INT_MAX;
-        out += piece(text + at, static_cast<int>(some), out, room);
-    }
-    *end = 0;
-    *code = kErrorNone;
-    return converted;
-}
-
 }  // namespace
 
 char* narrow_text(const wchar_t* text, u32* code) {
-    const auto narrow = [](const wchar_t* from, int count, char* to, int room) {
-        return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, from, count, to, room, nullptr,
-                                   nullptr);
-    };
-    return convert<char>(text, wcslen(text), narrow, code);
+    return narrow_in_pieces<kPiece>(text, code);
 }
 
 wchar_t* widen_text(const char* text, u32* code) {
-    const auto widen = [](const char* from, int count, wchar_t* to, int room) {
-        return MultiByteToWideChar(CP_UTF8, 0, from, count, to, room);
-    };
-    return convert<wchar_t>(text, strlen(text), widen, code);
+    return widen_in_pieces<kPiece>(text, code);
 }
 
 FILE* open_file(const char* path, const char* mode, FileResult* result) {
