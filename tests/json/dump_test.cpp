@@ -568,6 +568,39 @@ TEST_F(DumpSlots, TheShortWayGivesTheSameText) {
     EXPECT_GT(failures, 0) << "some trees must fail midway";
 }
 
+// Through the slots, to a stream that takes nothing, and a format that the library refuses.
+TEST_F(DumpSlots, AStreamThatFails) {
+    FILE* made = fopen("dump_test_slots.tmp", "wb");
+    ASSERT_NE(made, nullptr);
+    fclose(made);
+    FILE* read_only = fopen("dump_test_slots.tmp", "rb");
+    ASSERT_NE(read_only, nullptr);
+    for (const char* text : {"[]", "\"text\"", "17", "1.5", "null"}) {
+        WiqObject* object = object_new(&g_file_subclass);
+        reinterpret_cast<DumpFileVisitor*>(object)->stream = read_only;
+        wiq_json_t* root = parsed(text);
+        EXPECT_LT(visit(object, root), 0) << text;
+        EXPECT_EQ(reinterpret_cast<DumpFileVisitor*>(object)->written, 0) << text;
+        wiq_json_unref(root);
+        object_unref(object);
+    }
+    fclose(read_only);
+    remove("dump_test_slots.tmp");
+    FILE* stream = nowhere();
+    ASSERT_NE(stream, nullptr);
+    WiqObject* object = object_new(&g_file_subclass);
+    auto* visitor = reinterpret_cast<DumpFileVisitor*>(object);
+    visitor->stream = stream;
+    const auto* slots = reinterpret_cast<DumpClass*>(object->klass);
+    int count = 0;
+    EXPECT_LT(slots->print(&visitor->base, "%n", &count), 0);
+    EXPECT_EQ(visitor->written, 0);
+    EXPECT_EQ(slots->print(&visitor->base, "%d", 17), 0);
+    EXPECT_EQ(visitor->written, 2);
+    object_unref(object);
+    fclose(stream);
+}
+
 i32 g_printed;
 
 i32 counting_print(WiqJsonVisitor*, const char*, ...) {
