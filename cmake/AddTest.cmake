@@ -18,9 +18,11 @@ find_package(GTest REQUIRED)
 set(KE_WRAPPED_FUNCTIONS malloc calloc realloc free strdup)
 if(WIN32)
   list(APPEND KE_WRAPPED_FUNCTIONS _strdup)
+endif()
+# The library calls functions of a DLL through pointers, which the linker can replace as well.
+if(WIN32 AND NOT KE_LINK_LIBUV)
+  list(APPEND KE_WRAPPED_FUNCTIONS __imp_uv_mutex_init __imp_uv_mutex_init_recursive)
 else()
-  # On Windows, the linker cannot intercept calls of libuv's DLL; elsewhere its mutexes can be made to fail,
-  # too.
   list(APPEND KE_WRAPPED_FUNCTIONS uv_mutex_init uv_mutex_init_recursive)
 endif()
 list(TRANSFORM KE_WRAPPED_FUNCTIONS PREPEND -Wl,--wrap= OUTPUT_VARIABLE KE_WRAP_FLAGS)
@@ -100,6 +102,7 @@ function(ke_make_test target kind)
   endif()
   if(kind STREQUAL "INTERNAL")
     target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/alloc_faults.cpp)
+    target_link_libraries(${target} PRIVATE ke_libuv)
     set_target_properties(${target} PROPERTIES KE_SHARED_RUNTIME ON)
     # -fno-lto: the linker replaces calls by name, so they must not be inlined.
     target_link_options(${target} PRIVATE ${KE_WRAP_FLAGS} -fno-lto)

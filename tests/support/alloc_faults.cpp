@@ -1,9 +1,8 @@
 // See alloc_faults.h.
 #include "support/alloc_faults.h"
 
-#if defined(_WIN32) && defined(__clang__)
-#include <windows.h>
-#endif
+// First, because libuv's header must be the one that includes the headers of the system.
+#include <uv.h>
 
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -192,12 +191,23 @@ void* malloc_without_fault(size_t size) {
     return counted(__real_malloc(size));
 }
 
-#ifndef _WIN32
-
-#include <uv.h>
-
 extern "C" {
 
+#ifdef USING_UV_SHARED
+// The pointers by which the functions of libuv's DLL are called.
+extern int (*__real___imp_uv_mutex_init)(uv_mutex_t* mutex);
+extern int (*__real___imp_uv_mutex_init_recursive)(uv_mutex_t* mutex);
+
+extern int (*__wrap___imp_uv_mutex_init)(uv_mutex_t* mutex);
+extern int (*__wrap___imp_uv_mutex_init_recursive)(uv_mutex_t* mutex);
+
+int (*__wrap___imp_uv_mutex_init)(uv_mutex_t* mutex) = [](uv_mutex_t* mutex) {
+    return g_fail_mutex_init ? UV_EAGAIN : __real___imp_uv_mutex_init(mutex);
+};
+int (*__wrap___imp_uv_mutex_init_recursive)(uv_mutex_t* mutex) = [](uv_mutex_t* mutex) {
+    return g_fail_mutex_init ? UV_EAGAIN : __real___imp_uv_mutex_init_recursive(mutex);
+};
+#else
 int __real_uv_mutex_init(uv_mutex_t* mutex);
 int __real_uv_mutex_init_recursive(uv_mutex_t* mutex);
 
@@ -208,7 +218,6 @@ int __wrap_uv_mutex_init(uv_mutex_t* mutex) {
 int __wrap_uv_mutex_init_recursive(uv_mutex_t* mutex) {
     return g_fail_mutex_init ? UV_EAGAIN : __real_uv_mutex_init_recursive(mutex);
 }
+#endif
 
 }  // extern "C"
-
-#endif

@@ -54,7 +54,7 @@ long live_blocks();
 // As above, in bytes, as rounded by the runtime.
 long live_bytes();
 
-// While this is true, libuv fails to initialise mutexes. Has no effect on Windows, where libuv is a DLL.
+// While this is true, libuv fails to initialise mutexes.
 extern bool g_fail_mutex_init;
 
 // Runs the body as described above. `limit` bounds the number of failure points: a body that has faults in
