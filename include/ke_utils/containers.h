@@ -339,6 +339,9 @@ KE_API void wiq_map_remove_all(wiq_map* map);
 /**
  * Calls back for every entry, until the callback returns false. The order is that of the buckets,
  * and in each bucket that of its chain.
+ * @param map      the map
+ * @param callback called for each entry
+ * @param user     passed on to `callback`
  */
 KE_API void wiq_map_foreach(const wiq_map* map, wiq_map_foreach_fn callback, void* user);
 
@@ -354,7 +357,13 @@ KE_API u64 wiq_map_capacity(const wiq_map* map);
 /** Returns the number of entries that are not the first of their chain. */
 KE_API u64 wiq_map_collisions(const wiq_map* map);
 
-/** Returns the MurmurHash3_x86_32 (Austin Appleby, 2011) of `length` bytes. */
+/**
+ * Returns the MurmurHash3_x86_32 (Austin Appleby, 2011) of bytes.
+ * @param data   the bytes
+ * @param length their number
+ * @param seed   starts the hash; another seed gives another hash
+ * @return the hash
+ */
 KE_API u32 wiq_murmur3_32(const void* data, u32 length, u32 seed);
 
 /** Returns the hash of the key itself, taken as a 64-bit number. For wiq_cmp_int(). */
@@ -487,7 +496,12 @@ KE_API void* wiq_safe_map_remove(wiq_safe_map* map, const void* key);
 /** Calls wiq_map_size() under the lock. */
 KE_API u64 wiq_safe_map_size(wiq_safe_map* map);
 
-/** Calls wiq_map_foreach() and holds the lock for the whole walk. */
+/**
+ * Calls wiq_map_foreach() and holds the lock for the whole walk.
+ * @param map      the map
+ * @param callback called for each entry, under the lock
+ * @param user     passed on to `callback`
+ */
 KE_API void wiq_safe_map_foreach(wiq_safe_map* map, wiq_map_foreach_fn callback, void* user);
 
 /** @} */
@@ -588,7 +602,7 @@ KE_API i32 wiq_strbuf_putc(wiq_strbuf* buf, char c);
  * In C, a call of wiq_strbuf_putc() is a call of this function; in C++, call it by this name.
  * @param buf the buffer
  * @param c   the character
- * @return as wiq_strbuf_putc()
+ * @return 0; WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as wiq_strbuf_putc()
  */
 static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
     if (!buf || buf->len + 1 >= buf->capacity)
@@ -622,7 +636,8 @@ KE_API i32 wiq_strbuf_write(wiq_strbuf* buf, const char* bytes, u64 count);
  * @param buf   the buffer
  * @param bytes as in wiq_strbuf_write()
  * @param count as in wiq_strbuf_write()
- * @return as wiq_strbuf_write(), except that the buffer stays empty when out of memory
+ * @return the number of bytes appended; WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as
+ *         wiq_strbuf_write(), with the buffer emptied
  */
 KE_API i32 wiq_strbuf_rwrite(wiq_strbuf* buf, const char* bytes, u64 count);
 
@@ -641,7 +656,8 @@ KE_API i32 wiq_strbuf_printf(wiq_strbuf* buf, const char* format, ...) KE_PRINTF
  * @param buf    the buffer
  * @param format as in wiq_strbuf_printf()
  * @param args   the arguments, which the call uses up
- * @return as wiq_strbuf_printf()
+ * @return the number of characters appended; WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY or
+ *         WIQ_ERR_FAILED as wiq_strbuf_printf()
  */
 KE_API i32 wiq_strbuf_vprintf(wiq_strbuf* buf, const char* format, va_list args) KE_PRINTF(2, 0);
 
@@ -649,7 +665,8 @@ KE_API i32 wiq_strbuf_vprintf(wiq_strbuf* buf, const char* format, va_list args)
  * Empties the buffer, then does what wiq_strbuf_printf() does. No argument may lie in the buffer.
  * @param buf    the buffer
  * @param format as in wiq_strbuf_printf()
- * @return as wiq_strbuf_printf(), except that the buffer stays empty when out of memory
+ * @return the number of characters appended; WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY or
+ *         WIQ_ERR_FAILED as wiq_strbuf_printf(), with the buffer emptied
  */
 KE_API i32 wiq_strbuf_rprintf(wiq_strbuf* buf, const char* format, ...) KE_PRINTF(2, 3);
 
@@ -658,7 +675,8 @@ KE_API i32 wiq_strbuf_rprintf(wiq_strbuf* buf, const char* format, ...) KE_PRINT
  * @param buf    the buffer
  * @param format as in wiq_strbuf_printf()
  * @param args   the arguments, which the call uses up
- * @return as wiq_strbuf_printf(), except that the buffer stays empty when out of memory
+ * @return the number of characters appended; WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY or
+ *         WIQ_ERR_FAILED as wiq_strbuf_printf(), with the buffer emptied
  */
 KE_API i32 wiq_strbuf_rvprintf(wiq_strbuf* buf, const char* format, va_list args) KE_PRINTF(2, 0);
 

@@ -121,8 +121,9 @@ KE_API i32 wiq_append_path(wiq_strbuf* buf, const char* part);
  * @param buf   holds the path
  * @param count number of parts that follow
  * @return the number of bytes appended in all; 0 for a count below 1; otherwise the first failure
- *         of wiq_append_path(), with the parts before it appended. WIQ_ERR_RANGE means that with
- *         this part, all parts together would have 2^31 bytes or more.
+ *         of wiq_append_path() (WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY or WIQ_ERR_RANGE), with the
+ *         parts before it appended. WIQ_ERR_RANGE means that with this part, all parts together
+ *         would have 2^31 bytes or more.
  */
 KE_API i32 wiq_append_paths(wiq_strbuf* buf, int count, ...);
 
@@ -169,7 +170,8 @@ KE_API FILE* wiq_fopen(const char* path, const char* mode, u32* err);
  * template in one thread while the files exist; after that the status is WIQ_ERR_IO.
  * @param tmpl a path that ends in six "X", which are replaced in place
  * @param err  receives 0 or the status; not read first; may be NULL. WIQ_ERR_INVALID_ARG for a NULL
- *             or bad template or a NULL mode; WIQ_ERR_IO if no name can be made; otherwise as in
+ *             or bad template or a NULL mode; WIQ_ERR_IO if no name can be made; otherwise
+ *             WIQ_ERR_ENCODING, WIQ_ERR_ACCESS_DENIED, WIQ_ERR_NOT_FOUND or WIQ_ERR_IO as in
  *             wiq_fopen().
  * @param mode as in fopen(). A mode that creates files ("w", "a") creates this one exclusively: a
  *             file that exists is never opened. A mode that only reads finds nothing
@@ -201,7 +203,9 @@ KE_API i32 wiq_mkdir(const char* path);
 /**
  * Makes the directory that is to contain a file, as wiq_mkdir() does.
  * @param path the path of the file; its directory is what is before the last "\\"
- * @return 0 if the path has no "\\"; otherwise as wiq_mkdir()
+ * @return 0, also if the path has no "\\"; WIQ_ERR_INVALID_ARG, WIQ_ERR_ALREADY_EXISTS,
+ *         WIQ_ERR_PATH_NOT_FOUND, WIQ_ERR_ACCESS_DENIED, WIQ_ERR_NO_MEMORY or WIQ_ERR_IO as
+ *         wiq_mkdir()
  */
 KE_API i32 wiq_mkdir_parents(const char* path);
 
@@ -255,7 +259,8 @@ KE_API i32 wiq_unlink(const char* path);
  * @return the size of the file in bytes; WIQ_ERR_INVALID_ARG if an argument is NULL;
  *         WIQ_ERR_FILE_EMPTY (-3001) for an empty file, with `*out` unchanged; WIQ_ERR_IO if the
  *         file cannot be measured or read, or has 2 GiB or more; WIQ_ERR_NO_MEMORY when out of
- *         memory; or a status of wiq_fopen()
+ *         memory; WIQ_ERR_ENCODING, WIQ_ERR_ACCESS_DENIED, WIQ_ERR_NOT_FOUND or WIQ_ERR_IO as in
+ *         wiq_fopen()
  */
 KE_API i32 wiq_load_file(const char* path, void** out, size_t pad);
 
@@ -359,8 +364,8 @@ KE_API char* wiq_schema_filename(const char* command, bool input, u32* err);
  * "..\\schemas".
  * @param filename a name as wiq_schema_filename() makes it
  * @param err      receives 0; WIQ_ERR_INVALID_ARG if `filename` is NULL; WIQ_ERR_NO_MEMORY when out
- *                 of memory; or the status of wiq_fopen() for the second folder. Not read first;
- *                 may be NULL.
+ *                 of memory; WIQ_ERR_ENCODING, WIQ_ERR_ACCESS_DENIED, WIQ_ERR_NOT_FOUND or
+ *                 WIQ_ERR_IO of wiq_fopen() for the second folder. Not read first; may be NULL.
  * @return a stream in text mode, which the caller closes with fclose(); NULL on failure
  */
 KE_API FILE* wiq_schema_open(const char* filename, u32* err);
@@ -369,7 +374,8 @@ KE_API FILE* wiq_schema_open(const char* filename, u32* err);
  * Loads a schema file as a document.
  * @param filename a name as wiq_schema_filename() makes it
  * @param err      receives 0; WIQ_ERR_INVALID_ARG if `filename` is NULL; WIQ_ERR_IO if no file
- *                 could be opened; or a status of wiq_json_loadf(). Not read first; may be NULL.
+ *                 could be opened; or a status of wiq_json_loadf() (::wiq_json_load_error lists
+ *                 them). Not read first; may be NULL.
  * @return the document, which the caller releases with wiq_json_unref(); NULL on failure
  */
 KE_API wiq_json_t* wiq_load_schema(const char* filename, u32* err);

@@ -990,7 +990,8 @@ KE_API i32 wiq_json_make_orphan(wiq_json_t* node);
 /**
  * Does what wiq_json_make_orphan() does, with a chaining status.
  * @param node the node
- * @param err  chaining status: that of wiq_json_make_orphan()
+ * @param err  chaining status: WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY as in
+ *             wiq_json_make_orphan()
  * @return the status in `err`
  */
 KE_API i32 wiq_json_make_orphan_ex(wiq_json_t* node, u32* err);
@@ -1214,10 +1215,11 @@ enum wiq_json_dump_flag {
  * @param node  the document
  * @param out   receives the string, which the caller releases with free(); unchanged on failure
  * @param flags of ::wiq_json_dump_flag; the text is compact without ::WIQ_JSON_DUMP_PRETTY
- * @return the length of the string; WIQ_ERR_INVALID_ARG if an argument is NULL; WIQ_ERR_NO_MEMORY
- *         when out of memory; WIQ_ERR_RANGE (-7001) for a text of 2^31 bytes or more, which
- *         wiq_json_sdump_ext() can write; WIQ_ERR_BAD_FORMAT for a string that is not valid UTF-8;
- *         WIQ_ERR_BAD_JSON_TYPE for a damaged node
+ * @return the length of the string; WIQ_ERR_INVALID_ARG if an argument is NULL, or for a string
+ *         that has no text (see wiq_json_str_new()); WIQ_ERR_NO_MEMORY when out of memory;
+ *         WIQ_ERR_RANGE (-7001) for a text of 2^31 bytes or more, which wiq_json_sdump_ext() can
+ *         write; WIQ_ERR_BAD_FORMAT for a string that is not valid UTF-8; WIQ_ERR_BAD_JSON_TYPE for
+ *         a damaged node
  */
 KE_API i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags);
 
@@ -1228,8 +1230,8 @@ KE_API i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags);
  * @param flags  of ::wiq_json_dump_flag
  * @param indent with ::WIQ_JSON_DUMP_PRETTY, the number of spaces before every line except the
  *               first
- * @return 0, or a status as in wiq_json_sdump(); the length is not limited. What was written before
- *         a failure stays.
+ * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY, WIQ_ERR_BAD_FORMAT or WIQ_ERR_BAD_JSON_TYPE as
+ *         in wiq_json_sdump(); the length is not limited. What was written before a failure stays.
  */
 KE_API i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 indent);
 
@@ -1241,10 +1243,10 @@ KE_API i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 
  * @param fp     open for writing
  * @param flags  of ::wiq_json_dump_flag
  * @param indent as in wiq_json_sdump_ext()
- * @return the number of bytes written, or 2^31 - 1 if there are more; a status as in
- *         wiq_json_sdump(), though the length is not limited; -1 if the stream failed. What was
- *         written before a failure stays; a string that is not valid UTF-8 is not written even in
- *         part.
+ * @return the number of bytes written, or 2^31 - 1 if there are more; WIQ_ERR_INVALID_ARG,
+ *         WIQ_ERR_NO_MEMORY, WIQ_ERR_BAD_FORMAT or WIQ_ERR_BAD_JSON_TYPE as in wiq_json_sdump(),
+ *         though the length is not limited; -1 if the stream failed. What was written before a
+ *         failure stays; a string that is not valid UTF-8 is not written even in part.
  */
 KE_API i32 wiq_json_fdump(wiq_json_t* node, FILE* fp, u32 flags, u32 indent);
 
@@ -1294,7 +1296,9 @@ KE_API const char* wiq_json_jref_uri(const wiq_json_t* node);
  * Follows a reference by one step, to what its pointer names in its own tree. That may be a
  * reference again.
  * @param node the reference
- * @param err  chaining status: WIQ_ERR_INVALID_ARG if `node` is not a reference; a status of
+ * @param err  chaining status: WIQ_ERR_INVALID_ARG if `node` is not a reference;
+ *             WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE, WIQ_ERR_KEY_NOT_FOUND,
+ *             WIQ_ERR_INDEX_OUT_OF_RANGE, WIQ_ERR_WRONG_TYPE or WIQ_ERR_NO_MEMORY as in
  *             wiq_json_ptr_get()
  * @return the node, which the tree keeps owning; NULL on failure
  */
@@ -1305,7 +1309,9 @@ KE_API wiq_json_t* wiq_json_jref_resolve(const wiq_json_t* node, u32* err);
  * @param node the first reference
  * @param err  chaining status: 0 if a reference was followed; WIQ_ERR_INVALID_ARG if `node` is not
  *             a reference, in which case it is returned all the same; WIQ_ERR_JREF_CYCLE (-1052) if
- *             the references lead back to themselves; a status of wiq_json_ptr_get()
+ *             the references lead back to themselves; WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *             WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_INDEX_OUT_OF_RANGE, WIQ_ERR_WRONG_TYPE or
+ *             WIQ_ERR_NO_MEMORY as in wiq_json_ptr_get()
  * @return the value, which the tree keeps owning; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
@@ -1320,9 +1326,10 @@ KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
  * @param root the node to begin at
  * @return 0; WIQ_ERR_INVALID_ARG if `root` is NULL; WIQ_ERR_JREF_CYCLE for references that lead
  *         back to themselves; WIQ_ERR_BAD_JSON_TYPE for a damaged node; WIQ_ERR_NO_MEMORY when out
- *         of memory; or a status of wiq_json_ptr_get(). What was replaced before a failure stays
- *         replaced. If memory runs out before the walk begins, `root` keeps one more reference than
- *         before.
+ *         of memory; WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE, WIQ_ERR_KEY_NOT_FOUND,
+ *         WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_WRONG_TYPE as in wiq_json_ptr_get(). What was
+ *         replaced before a failure stays replaced. If memory runs out before the walk begins,
+ *         `root` keeps one more reference than before.
  */
 KE_API i32 wiq_json_jref_expand(wiq_json_t* root);
 
@@ -1389,7 +1396,9 @@ KE_API wiq_json_t* wiq_json_ptr_put_obj(wiq_json_t* root, const char* ptr, u32* 
  * Makes an empty array and stores it as wiq_json_ptr_put() does.
  * @param root as in wiq_json_ptr_put_obj()
  * @param ptr  as in wiq_json_ptr_put_obj()
- * @param err  receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @param err  receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *             WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
+ *             wiq_json_ptr_put_obj(). Not read first; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_array(wiq_json_t* root, const char* ptr, u32* err);
@@ -1399,7 +1408,9 @@ KE_API wiq_json_t* wiq_json_ptr_put_array(wiq_json_t* root, const char* ptr, u32
  * @param root  as in wiq_json_ptr_put_obj()
  * @param ptr   as in wiq_json_ptr_put_obj()
  * @param value true or false
- * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_ptr_put_obj(). Not read first; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_bool(wiq_json_t* root, const char* ptr, bool value, u32* err);
@@ -1409,7 +1420,9 @@ KE_API wiq_json_t* wiq_json_ptr_put_bool(wiq_json_t* root, const char* ptr, bool
  * @param root  as in wiq_json_ptr_put_obj()
  * @param ptr   as in wiq_json_ptr_put_obj()
  * @param value the number; NaN and infinities are accepted like any other
- * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_ptr_put_obj(). Not read first; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_double(wiq_json_t* root, const char* ptr, double value,
@@ -1420,7 +1433,9 @@ KE_API wiq_json_t* wiq_json_ptr_put_double(wiq_json_t* root, const char* ptr, do
  * @param root  as in wiq_json_ptr_put_obj()
  * @param ptr   as in wiq_json_ptr_put_obj()
  * @param value the number
- * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_ptr_put_obj(). Not read first; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_i64(wiq_json_t* root, const char* ptr, i64 value, u32* err);
@@ -1430,7 +1445,9 @@ KE_API wiq_json_t* wiq_json_ptr_put_i64(wiq_json_t* root, const char* ptr, i64 v
  * @param root  as in wiq_json_ptr_put_obj()
  * @param ptr   as in wiq_json_ptr_put_obj()
  * @param value the number
- * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_ptr_put_obj(). Not read first; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_u64(wiq_json_t* root, const char* ptr, u64 value, u32* err);
@@ -1440,8 +1457,10 @@ KE_API wiq_json_t* wiq_json_ptr_put_u64(wiq_json_t* root, const char* ptr, u64 v
  * @param root  as in wiq_json_ptr_put_obj()
  * @param ptr   as in wiq_json_ptr_put_obj()
  * @param value the number, which is copied
- * @param err   receives 0 or a status as in wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if
- *              `value` is NULL. Not read first; may be NULL.
+ * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
+ *              wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if `value` is NULL. Not read first;
+ *              may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_u128(wiq_json_t* root, const char* ptr,
@@ -1453,8 +1472,10 @@ KE_API wiq_json_t* wiq_json_ptr_put_u128(wiq_json_t* root, const char* ptr,
  * @param ptr  as in wiq_json_ptr_put_obj()
  * @param text UTF-8, which is copied and not checked; if only the copy cannot be allocated, the
  *             result is that of wiq_json_str_new()
- * @param err  receives 0 or a status as in wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if
- *             `text` is NULL. Not read first; may be NULL.
+ * @param err  receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *             WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
+ *             wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if `text` is NULL. Not read first;
+ *             may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_str(wiq_json_t* root, const char* ptr, const char* text,
@@ -1465,8 +1486,10 @@ KE_API wiq_json_t* wiq_json_ptr_put_str(wiq_json_t* root, const char* ptr, const
  * @param root as in wiq_json_ptr_put_obj()
  * @param ptr  as in wiq_json_ptr_put_obj()
  * @param uri  a JSON pointer, which is copied; see wiq_json_jref_new()
- * @param err  receives 0 or a status as in wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if
- *             `uri` is NULL. Not read first; may be NULL.
+ * @param err  receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
+ *             WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
+ *             wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if `uri` is NULL. Not read first;
+ *             may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_jref(wiq_json_t* root, const char* ptr, const char* uri,

@@ -354,7 +354,8 @@ KE_API i32 wiq_mtype_to_uint32(const wiq_mtype* value, u32* out);
  * gives 2^63.
  * @param value the value
  * @param out   receives the number on success only
- * @return as wiq_mtype_to_uint32()
+ * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_RANGE, WIQ_ERR_NOT_INTEGRAL or WIQ_ERR_BAD_FORMAT as
+ *         wiq_mtype_to_uint32()
  */
 KE_API i32 wiq_mtype_to_uint64(const wiq_mtype* value, u64* out);
 
@@ -364,7 +365,8 @@ KE_API i32 wiq_mtype_to_uint64(const wiq_mtype* value, u64* out);
  * @param out   receives the number on success, and if it is outside [min, max]
  * @param min   the smallest number allowed
  * @param max   the largest number allowed
- * @return as wiq_mtype_to_uint32(); WIQ_ERR_RANGE also for a number outside [min, max]
+ * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_RANGE, WIQ_ERR_NOT_INTEGRAL or WIQ_ERR_BAD_FORMAT as
+ *         wiq_mtype_to_uint32(); WIQ_ERR_RANGE also for a number outside [min, max]
  */
 KE_API i32 wiq_mtype_to_uint32_ext(const wiq_mtype* value, u32* out, u32 min, u32 max);
 
@@ -374,7 +376,8 @@ KE_API i32 wiq_mtype_to_uint32_ext(const wiq_mtype* value, u32* out, u32 min, u3
  * @param out   receives the number on success, and if it is outside [min, max]
  * @param min   the smallest number allowed
  * @param max   the largest number allowed
- * @return as wiq_mtype_to_uint64(); WIQ_ERR_RANGE also for a number outside [min, max]
+ * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_RANGE, WIQ_ERR_NOT_INTEGRAL or WIQ_ERR_BAD_FORMAT as
+ *         wiq_mtype_to_uint64(); WIQ_ERR_RANGE also for a number outside [min, max]
  */
 KE_API i32 wiq_mtype_to_uint64_ext(const wiq_mtype* value, u64* out, u64 min, u64 max);
 

@@ -120,7 +120,8 @@ KE_API i32 wiq_asprintf(char** out, const char* format, ...) KE_PRINTF(2, 3);
  * @param out    as in wiq_asprintf()
  * @param format as in wiq_asprintf()
  * @param args   the arguments, which the call uses up
- * @return as wiq_asprintf()
+ * @return the length of the string; WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY or WIQ_ERR_FAILED as
+ *         wiq_asprintf()
  */
 KE_API i32 wiq_vasprintf(char** out, const char* format, va_list args) KE_PRINTF(2, 0);
 
@@ -143,7 +144,8 @@ KE_API i32 wiq_rasprintf(char** block, u64* size, const char* format, ...) KE_PR
  * @param size   as in wiq_rasprintf()
  * @param format as in wiq_rasprintf()
  * @param args   the arguments, which the call uses up
- * @return as wiq_rasprintf()
+ * @return the length of the text; WIQ_ERR_INVALID_ARG, WIQ_ERR_FAILED or WIQ_ERR_NO_MEMORY as
+ *         wiq_rasprintf()
  */
 KE_API i32 wiq_vrasprintf(char** block, u64* size, const char* format, va_list args)
     KE_PRINTF(3, 0);
@@ -156,7 +158,8 @@ KE_API i32 wiq_vrasprintf(char** block, u64* size, const char* format, va_list a
  *               string.
  * @param size   the size of the block in bytes; 0 if there is no string yet
  * @param format printf format; positional arguments are allowed
- * @return the number of characters appended, or a status as in wiq_rasprintf()
+ * @return the number of characters appended; WIQ_ERR_INVALID_ARG, WIQ_ERR_FAILED or
+ *         WIQ_ERR_NO_MEMORY as wiq_rasprintf()
  */
 KE_API i32 wiq_rapsprintf(char** block, u64* size, const char* format, ...) KE_PRINTF(3, 4);
 

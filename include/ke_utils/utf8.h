@@ -177,10 +177,11 @@ static inline char* ke_utf8_to_json_ascii(const char* text, size_t size, wiq_jso
  * @param text  the text, which needs no NUL after it and must not contain one
  * @param size  length of the text in bytes
  * @param flags of ::wiq_json_load_flag
- * @param err   receives what wiq_json_loads() stores, with the place in `text`: columns count
- *              characters, positions bytes (a byte order mark counts as bytes, but not as a
- *              character). Also the statuses of ke_utf8_to_json_ascii(). May be NULL.
- * @return as wiq_json_loads()
+ * @param err   receives how the load ended (::wiq_json_load_error lists every status; the text must
+ *              be valid UTF-8 as for ke_utf8_to_json_ascii()), with the place in `text`: columns
+ *              count characters, positions bytes (a byte order mark counts as bytes, but not as a
+ *              character). May be NULL.
+ * @return a new tree, which the caller releases with wiq_json_unref(); NULL on failure
  */
 static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 flags,
                                              wiq_json_load_error* err) {
@@ -213,7 +214,8 @@ static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 
  * @param node  the document
  * @param out   receives a new string, which the caller releases with free(); unchanged on failure
  * @param flags of ::wiq_json_dump_flag
- * @return the length of the string, or a status as in wiq_json_sdump()
+ * @return the length of the string; WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY, WIQ_ERR_RANGE (-7001),
+ *         WIQ_ERR_BAD_FORMAT (-7003) or WIQ_ERR_BAD_JSON_TYPE (-7014) as wiq_json_sdump()
  */
 static inline i32 ke_json_sdump_ascii(wiq_json_t* node, char** out, u32 flags) {
     char* text = NULL;
