@@ -180,7 +180,8 @@ static inline char* ke_utf8_to_json_ascii(const char* text, size_t size, wiq_jso
  * @param err   receives how the load ended (::wiq_json_load_error lists every status; the text must
  *              be valid UTF-8 as for ke_utf8_to_json_ascii()), with the place in `text`: columns
  *              count characters, positions bytes (a byte order mark counts as bytes, but not as a
- *              character). May be NULL.
+ *              character). If the text before the place has 2^31 - 1 bytes or more with its escapes,
+ *              the place is that in the escaped text, whose position stays at 2^31 - 1. May be NULL.
  * @return a new tree, which the caller releases with wiq_json_unref(); NULL on failure
  */
 static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 flags,
@@ -194,7 +195,8 @@ static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 
         return NULL;
     root = wiq_json_loads(ascii, flags, err);
     free(ascii);
-    {
+    /* A position at its limit no longer says where in the escaped text the place is. */
+    if (err->position < 0x7FFFFFFF) {
         const i32 status = err->status;
         const size_t start = size >= 3 && memcmp(text, "\xEF\xBB\xBF", 3) == 0 ? 3 : 0;
         ke_utf8_place_(text, size, start, KE_UTF8_CAST_(size_t, err->position), err);

@@ -37,6 +37,21 @@ TEST_F(Utf8Large, EscapedTexts) {
     }
 }
 
+// The place is that in the escaped text, whose position does not count further.
+TEST_F(Utf8Large, PlacesBeyondTheLimit) {
+    const size_t count = k2G / 6 + 1;
+    Text text(2 * count + 4, ' ');
+    for (size_t i = 1; i <= 2 * count; i += 2)
+        memcpy(text.data() + i, "\xc3\xa9", 2);
+    text.beginning("\"").ending("\"\nx");
+    wiq_json_load_error err;
+    EXPECT_EQ(ke_json_loads_utf8(text.data(), text.size(), 0, &err), nullptr);
+    EXPECT_EQ(err.status, WIQ_ERR_JSON_TRAILING_DATA);
+    EXPECT_EQ(err.line, 2);
+    EXPECT_EQ(err.column, 1);
+    EXPECT_EQ(err.position, INT32_MAX);
+}
+
 TEST_F(Utf8Large, PlacesOfBadBytes) {
     for (const size_t length : kLarge) {
         Text text(length, 'x');
