@@ -303,7 +303,7 @@ class DumpWriter {
 
     // Lets `write` write at most n characters in place.
     template <class Write>
-    i32 write_in_place(size_t n, const Write& write) {
+    [[gnu::always_inline]] i32 write_in_place(size_t n, const Write& write) {
         char* out = sink_.room(n);
         if (out == nullptr)
             return sink_.failure();

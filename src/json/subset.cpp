@@ -44,49 +44,47 @@ bool same_number_of_other_kind(const wiq_json* a, const wiq_json* b) {
     }
 }
 
-bool same_number(const wiq_json* a, const wiq_json* b) {
-    if (a->type != b->type) {
-        return same_number_of_other_kind(a, b);
-    }
-    switch (a->type) {
-        case kJsonI64:
-        case kJsonU64:
-            return as<U64Node>(a)->value == as<U64Node>(b)->value;
-        case kJsonU128:
-            return as<U128Node>(a)->value.lo == as<U128Node>(b)->value.lo &&
-                   as<U128Node>(a)->value.hi == as<U128Node>(b)->value.hi;
-        default:
-            // NaN is equal to nothing.
-            return as<DoubleNode>(a)->value == as<DoubleNode>(b)->value;
-    }
+// Whether nodes of different types are equal; only numbers can be.
+Answer compare_types(const wiq_json* a, const wiq_json* b) {
+    const bool is_number = a->type == kJsonI64 || a->type == kJsonU64 || a->type == kJsonU128 ||
+                           a->type == kJsonDouble;
+    return is_number && same_number_of_other_kind(a, b) ? Answer::kYes : Answer::kNo;
 }
 
 // Compares two nodes as far as that is possible without their children. Returns kLookInside for two
 // containers of one type.
-Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
+inline Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
     if (a == b) {
         return Answer::kYes;
     }
     if (a == nullptr || b == nullptr) {
         return Answer::kNo;
     }
-    bool same = false;
+    if (a->type != b->type) {
+        return compare_types(a, b);
+    }
+    bool same = true;
     switch (a->type) {
         case kJsonObject:
         case kJsonArray:
-            return a->type == b->type ? Answer::kLookInside : Answer::kNo;
+            return Answer::kLookInside;
         case kJsonI64:
         case kJsonU64:
+            same = as<U64Node>(a)->value == as<U64Node>(b)->value;
+            break;
         case kJsonU128:
+            same = as<U128Node>(a)->value.lo == as<U128Node>(b)->value.lo &&
+                   as<U128Node>(a)->value.hi == as<U128Node>(b)->value.hi;
+            break;
         case kJsonDouble:
-            same = same_number(a, b);
+            // NaN is equal to nothing.
+            same = as<DoubleNode>(a)->value == as<DoubleNode>(b)->value;
             break;
         case kJsonString:
         case kJsonRef:
-            same = a->type == b->type && same_text(as<TextNode>(a), as<TextNode>(b));
+            same = same_text(as<TextNode>(a), as<TextNode>(b));
             break;
         default:
-            same = a->type == b->type;
             break;
     }
     return same ? Answer::kYes : Answer::kNo;
@@ -216,16 +214,21 @@ struct RunMatch {
     }
 
     Answer next(Pair* question) {
+        const i32 size = size_of(a);
         while (offset <= last_offset) {
-            if (index == size_of(a)) {
-                return Answer::kYes;
+            Answer answer = Answer::kYes;
+            while (index != size) {
+                *question = {elems_of(a)[index], elems_of(b)[offset + index]};
+                answer = compare_nodes(question->a, question->b);
+                if (answer != Answer::kYes) {
+                    break;
+                }
+                ++index;
             }
-            *question = {elems_of(a)[index], elems_of(b)[offset + index]};
-            const Answer answer = compare_nodes(question->a, question->b);
-            if (answer == Answer::kLookInside) {
+            if (answer != Answer::kNo) {
                 return answer;
             }
-            step(answer == Answer::kYes);
+            step(false);
         }
         return Answer::kNo;
     }
