@@ -78,18 +78,6 @@ wiq_json* pop_elem(ArrayNode* array) {
     return elem;
 }
 
-i32 slot_of(const ArrayNode* array, const wiq_json* elem) {
-    const i32 guess = resolve_index(array, static_cast<i32>(elem->position.index));
-    if (guess >= 0 && elems_of(array)[guess] == elem) {
-        return guess;
-    }
-    i32 slot = 0;
-    while (elems_of(array)[slot] != elem) {
-        ++slot;
-    }
-    return slot;
-}
-
 void renumber(ArrayNode* array) {
     for (i32 i = 0; i < size_of(array); ++i) {
         wiq_json* elem = elems_of(array)[i];

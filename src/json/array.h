@@ -24,7 +24,17 @@ inline wiq_json* elem_at(const ArrayNode* array, i32 index) {
 // Returns the slot of an element of this array. The element's position is a first guess that is
 // confirmed: it may be a negative index that meant another slot when the array was shorter, or a
 // number that a filter of a weak array has left.
-i32 slot_of(const ArrayNode* array, const wiq_json* elem);
+inline i32 slot_of(const ArrayNode* array, const wiq_json* elem) {
+    const i32 guess = resolve_index(array, static_cast<i32>(elem->position.index));
+    if (guess >= 0 && elems_of(array)[guess] == elem) {
+        return guess;
+    }
+    i32 slot = 0;
+    while (elems_of(array)[slot] != elem) {
+        ++slot;
+    }
+    return slot;
+}
 
 // Attach a child as the last element. Nothing is checked: the caller knows that a strong array may
 // become the child's parent. The array's reference adds 1 to the child's count; attach_new_elem(),

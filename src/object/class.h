@@ -13,9 +13,9 @@ i32 build_class(WiqType* type);
 // same time.
 WiqClass* class_of(WiqType* type);
 
-// Registers the library's own types. The object system knows none of them: the topmost family that
-// has classes defines this function.
-void register_builtin_types();
+// The library's own types, in the order in which they are registered; nullptr ends the table. The
+// object system knows none of them: the topmost family that has classes defines the table.
+extern WiqType* const kBuiltinTypes[];
 
 // Calls visit(type) for every type from the root down to `type`. Stops at the first nonzero status,
 // and returns it.

@@ -35,9 +35,15 @@ i32 add_to_registry(WiqType* type) {
     return 0;
 }
 
+bool register_builtin_types() {
+    for (WiqType* const* type = ke::kBuiltinTypes; *type != nullptr; ++type)
+        type_init(*type, nullptr);
+    return true;
+}
+
 // This is here, and not beside the types, so that a program with the static library links it in
 // whenever it uses anything of the object system.
-[[maybe_unused]] const bool kBuiltinTypesRegistered = (ke::register_builtin_types(), true);
+[[maybe_unused]] const bool kBuiltinTypesRegistered = register_builtin_types();
 
 }  // namespace
 
