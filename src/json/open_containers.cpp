@@ -1,10 +1,13 @@
 // Collects the children of open containers, and makes each container when it closes.
 // open_containers.h explains why it is not made earlier, and when it is.
 //
-// Each child has exactly one owner at all times: the list of its kind or the table of its
-// container. So ~OpenContainers() can release whatever a failure leaves. While the document is
-// being made, the only owner of a node is this class, so children can be moved without a change of
-// their counts, which are 1.
+// Each child has exactly one owner at all times: elems_, members_ or the table of its container. So
+// ~OpenContainers() can release whatever a failure leaves. While the document is being made, nobody
+// else knows its nodes, so children are moved without changing their counts, which are 1.
+//
+// A block that is listed in the document's record may be freed here in two cases only: after a
+// failure, because the record is then dropped without freeing what it lists; and after the document
+// was touched, because a touched document never frees what its record lists.
 
 #include "json/open_containers.h"
 
@@ -25,8 +28,9 @@ const TextNode* uri_of(const Member* member) {
     return is_reference ? as<TextNode>(member->child) : nullptr;
 }
 
-// Releases a node while its document is still being made. The document is not touched by that,
-// because nobody else knows the node yet.
+// Releases a node while its document is still being made; nullptr is ignored. Freeing the node does
+// not touch the document, because nobody else knows the node yet. (Releasing the children of a
+// container may touch it. That costs time when the document is released, but it is correct.)
 void discard(wiq_json* node) {
     wiq_json_finalize(node);
     if (node != nullptr)
@@ -38,30 +42,32 @@ void discard(wiq_json* node) {
 OpenContainers::~OpenContainers() {
     for (; !frames_.empty(); frames_.pop()) {
         const Frame& frame = frames_.top();
-        // A member in a block of its own that was made early, and is in no list and no table yet.
+        // The container's own member is in neither members_ nor a table yet, so nothing else frees
+        // it.
         if (member_has_own_block(frame))
             free(frame.member);
         discard_frame(frame);
     }
 }
 
-// Returns whether the member of a node that was made early has a block of its own.
+// Returns whether the container was made early and has a member outside the node's block.
 bool OpenContainers::member_has_own_block(const Frame& frame) {
     return frame.member != nullptr && has_own_block(frame.node);
 }
 
-// Releases a container's children and the container, if it is made. A member in a block of its own
-// is kept for the caller.
+// Releases a container's children and the container, if it is made. The container's own member is
+// kept for the caller if it has a block of its own.
 //
-// If replace_by_reference() calls this, the member that is freed may be listed in the document's
-// record. Then its node is large, as the key "$ref" is short, and has a chunk of its own. Freeing
-// that chunk touches the document, which is then never freed by its list.
+// replace_by_reference() calls this without a failure, so the document must be touched if a listed
+// member is freed. The member "$ref" is listed only if its node is large, because its key is short.
+// A large node has a chunk of its own, and freeing that chunk touches the document.
 void OpenContainers::discard_frame(const Frame& frame) {
     for (size_t i = count_of(frame); i-- != 0;) {
         if (frame.type == kJsonArray) {
             discard(elems_of(frame)[i]);
         } else {
             Member* member = members_of(frame)[i];
+            // The member first: free_member() reads the header of the child.
             wiq_json* child = member->child;
             free_member(member);
             discard(child);
@@ -74,7 +80,7 @@ void OpenContainers::discard_frame(const Frame& frame) {
 i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_keys) {
     Frame frame = {nullptr, nullptr,        key != nullptr ? *key : Key(nullptr, 0, 0), 0,
                    type,    key != nullptr, unique_keys && type == kJsonObject};
-    // `first` is still 0, so this is the number of all children in the list.
+    // `first` is still 0, so this is the number of all children that wait in the list of this kind.
     frame.first = count_of(frame);
     const bool early = frame.own_table || (key != nullptr && !key_stays);
     if (early && make_empty(&frame, chunks()) != 0)
@@ -88,7 +94,7 @@ i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_k
 }
 
 // Makes a container without a table, and its member with a copy of the key. From then on the
-// frame's key is the member's. Returns 0, or WIQ_ERR_NO_MEMORY with the frame unchanged.
+// frame's key points to this copy. Returns 0, or WIQ_ERR_NO_MEMORY with `node` and `key` unchanged.
 i32 OpenContainers::make_empty(Frame* frame, Chunks* chunks) {
     const Key* key = frame->is_member ? &frame->key : nullptr;
     wiq_json* node = frame->type == kJsonObject
@@ -108,7 +114,8 @@ i32 OpenContainers::make_empty(Frame* frame, Chunks* chunks) {
     return 0;
 }
 
-// As above, for the innermost container if it already has children, which learn their parent.
+// As above, for the innermost container, which already has children. They stay in elems_ or
+// members_, but the new node becomes their parent.
 i32 OpenContainers::make_and_adopt(Frame* frame) {
     if (make_empty(frame, chunks_of_top()) != 0)
         return WIQ_ERR_NO_MEMORY;
@@ -134,7 +141,8 @@ i32 OpenContainers::close(wiq_json** root) {
     const i32 status = frame.type == kJsonArray ? finish_array(&frame) : finish_object(&frame);
     if (status != 0)
         return status;
-    // If a key came twice, an object may have one member now that had more before.
+    // If a key came twice, an object that had several members may have only one now. Then its table
+    // is not listed, so it may be freed with the object.
     const TextNode* uri = frame.own_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
         return replace_by_reference(uri, root);
@@ -154,8 +162,9 @@ i32 OpenContainers::give_to_outer(wiq_json* node, Member* member, const Frame& f
     return 0;
 }
 
-// Lists the table of the innermost container, unless it is the root's. It must be called while
-// either the table or the frame's list is empty, so that a failure leaves every child with one
+// Lists the table of the innermost container, unless it is the root's, which is freed with the
+// root. Returns false when out of memory. It must be called while either the table is empty or no
+// child of the frame waits in elems_ or members_, so that a failure leaves every child with one
 // owner.
 bool OpenContainers::list_table_of(const Frame& frame) {
     return frames_.size() == 1 || list_table(&chunks_, frame.node);
@@ -196,7 +205,7 @@ i32 OpenContainers::finish_array(Frame* frame) {
 
 i32 OpenContainers::finish_object(Frame* frame) {
     const size_t count = count_of(*frame);
-    // The members of such a container are in the table already.
+    // The members of such an object are in the table already, and know their parent.
     if (frame->own_table)
         return list_table_of(*frame) ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
     if (count > load_limit(kMaxBuckets))
@@ -218,7 +227,7 @@ i32 OpenContainers::finish_object(Frame* frame) {
     Member** const members = members_of(*frame);
     if (count != 0 && !build_table(&obj->members, members, count))
         return finish_with_duplicates(frame);
-    // An index is not listed.
+    // An index is never listed, so an untouched document would not free it.
     if (index_of(obj->members) != nullptr)
         chunks_.touch_document();
     // The children of a container that was made early know it already.
@@ -228,12 +237,15 @@ i32 OpenContainers::finish_object(Frame* frame) {
 }
 
 // Fills an object's table by adding the members one by one, so that later members replace earlier
-// ones with the same key. Members that share a long chain come here, too: the table then gets an
-// index.
+// ones with the same key. attach_member() also links each child to its parent. If an insertion
+// fails, the members that are not in the table yet stay in members_.
+//
+// build_table() also refuses members that share a long chain. They come here, too, and the table
+// gets an index.
 i32 OpenContainers::finish_with_duplicates(Frame* frame) {
     // The table may be listed and is freed now; replaced members and their children are freed, too.
-    // So the document must not be freed by its list. There is a record to be touched: the first
-    // chunk is too small for two members.
+    // So the record must never free what it lists. The touch is not lost: the first chunk is too
+    // small for two members, so the document already has a record.
     chunks_.touch_document();
     drop_table(frame->node);
     auto* obj = as<ObjectNode>(frame->node);
@@ -258,7 +270,8 @@ const TextNode* OpenContainers::reference_in(const Frame& frame) {
     return count_of(frame) == 1 ? uri_of(members_of(frame)[0]) : nullptr;
 }
 
-// Puts a reference in the place of the innermost object, whose only member holds `uri`.
+// Closes the innermost object, whose only member holds `uri`, and gives a reference to the outer
+// container in its place. The reference gets the object's key, if there is one.
 i32 OpenContainers::replace_by_reference(const TextNode* uri, wiq_json** root) {
     const Frame& frame = frames_.top();
     wiq_json* reference = new_text_node(kJsonRef, uri->text, uri->length,
@@ -273,8 +286,8 @@ i32 OpenContainers::replace_by_reference(const TextNode* uri, wiq_json** root) {
             return WIQ_ERR_NO_MEMORY;
         }
     }
-    // This may free the text of the frame's key. The reference or `member` has a copy, and give()
-    // only reads the key's length from here on.
+    // This may free `uri`, and the text of the frame's key. The reference has copied `uri`; it or
+    // `member` has copied the key, and give() reads only the key's length from here on.
     discard_frame(frame);
     frames_.pop();
     return give_to_outer(reference, member, frame, root);

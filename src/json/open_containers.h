@@ -12,6 +12,9 @@
 //   - one with more children than a table in the node's block can hold;
 //   - one whose key lies in memory that the next token overwrites;
 //   - an object whose keys must be unique. Its members go into its own table at once.
+//
+// "To list" a block always means to enter it in the document's record (document.h), which frees an
+// untouched document without visiting its nodes.
 #pragma once
 
 #include "containers/small_stack.h"
@@ -46,6 +49,7 @@ class OpenContainers {
     // must have been made with this key. Returns 0 or WIQ_ERR_NO_MEMORY; in both cases the node no
     // longer belongs to the caller.
     i32 add(wiq_json* node, const Key* key) {
+        // Such a node has no member in its block, so the member needs memory.
         if (key != nullptr && has_own_block(node))
             return give(node, nullptr, key);
         node->refcount = 1;
@@ -64,18 +68,19 @@ class OpenContainers {
     // WIQ_ERR_NO_MEMORY.
     i32 close(wiq_json** root);
 
-    // Gives the document's record to its root. Called when everything is closed.
+    // Gives the document's record to its root. Called when every container is closed. Without this
+    // call, the destructor drops the record and frees none of the blocks that it lists.
     void give_document_to(wiq_json* root) { give_document(&chunks_, root); }
 
   private:
     struct Frame {
         wiq_json* node;  // nullptr until it is made
-        Member* member;  // of a node that was made early
+        Member* member;  // the container's own; nullptr unless it was made early and is a member
         Key key;         // the container's own, if it is a member
-        size_t first;    // where its children begin in their list
+        size_t first;    // where its children begin in elems_ or members_
         u16 type;
         bool is_member;
-        bool own_table;  // its members are in its own table, not in the list
+        bool own_table;  // its members are in its own table, not in members_
     };
 
     wiq_json** elems_of(const Frame& array) { return elems_.data() + array.first; }
@@ -95,7 +100,8 @@ class OpenContainers {
     // in both cases node and member no longer belong to the caller.
     i32 give(wiq_json* node, Member* member, const Key* key);
     // As above, for a node whose count is set and whose member, if it is to have one, is made. If
-    // the container gets more children than a table in its node's block can hold, it is made now.
+    // the container now has more children than a table in its node's block can hold, its node is
+    // made.
     i32 give_elem(Frame& array, wiq_json* node);
     i32 give_member(Frame& obj, wiq_json* node, Member* member);
 
@@ -150,6 +156,7 @@ inline i32 OpenContainers::give_elem(Frame& array, wiq_json* node) {
 }
 
 inline i32 OpenContainers::give_member(Frame& obj, wiq_json* node, Member* member) {
+    // free_member() needs the child, too, if the member cannot be kept.
     member->child = node;
     const bool kept = obj.own_table ? attach_member(as<ObjectNode>(obj.node), member, node) == 0
                                     : members_.push(member);
