@@ -11,11 +11,18 @@ namespace ke::json {
 
 namespace {
 
-// Each growth reverses every chain (chains.h). So a member that will live through an odd number of
-// growths is put at the front of its chain here, and any other one at the back. One round of the
-// outer loop covers the members that are added between two growths. The member that causes a growth
-// is linked before it (insert_member() in object.cpp), so it is the last of its round. For example,
-// a table of 2 buckets grows when the second member is added: the first round has two members.
+// Adds the members in an order that makes growth unnecessary. Adding them one by one would grow the
+// table several times, and each growth reverses every chain (chains.h). So a member that would live
+// through an odd number of growths is put at the front of its chain here, and any other one at the
+// back. For example, let A, B and C share a chain of a table with 4 buckets. One by one, they give
+// A, then AB, after the growth to 4 buckets BA, and at last BAC. Here A and B are put at the front,
+// which gives A and BA; C is put at the back, which gives BAC.
+//
+// One round of the outer loop covers the members that would be added between two growths; `size` is
+// the number of buckets that the table would have at that time. The member that causes a growth is
+// linked before it (insert_member() in object.cpp), so it is the last of its round: a table of 2
+// buckets grows when the second member is added, so the first round has two members. `count` is
+// above the load limit of all smaller tables, so only the last round is incomplete.
 template <class LinkOf>
 inline bool build_with(Members* members, Member* const* list, u64 count, LinkOf link_of_key) {
     const u64 buckets = u64{members->mask} + 1;
@@ -42,8 +49,8 @@ inline bool build_with(Members* members, Member* const* list, u64 count, LinkOf 
 }  // namespace
 
 // A chain without an index is searched step by step, so a large table with many keys in one chain
-// would take quadratic time. The limit ends that. Tables without a tail are small and need no
-// limit.
+// would take quadratic time. The limit prevents that: at a link that does not end the chain,
+// build_with() gives up. Tables without a tail are small and need no limit.
 bool build_table(Members* members, Member* const* list, u64 count) {
     if (members->mask < kMinBucketsWithTail - 1)
         return build_with(members, list, count,

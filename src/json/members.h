@@ -6,8 +6,8 @@
 //                │ buckets │ mask │ size │ 16 bytes, in the object's node
 //                └────┬────┴──────┴──────┘
 //                     └► heads of the chains: mask + 1 of them, after the node or in a block of
-//                        their own. An object that never had a member has no array and mask 0,
-//                        which stand for its one bucket.
+//                        their own. An object without a table has no array. Its mask is 0, as if
+//                        it had one empty bucket.
 //   Member       ┌──────┬───────┬──────┬────────────┬──────────────┐
 //   (+ key)      │ next │ child │ hash │ key length │ k e y ... \0 │ (+ its child's node, node.h)
 //                └──────┴───────┴──────┴────────────┴▲─────────────┘
@@ -40,11 +40,11 @@ struct Member {
 
     // Returns whether the block has two owners that do not know of each other: this member, which
     // has another child now, and the node that was made with it and follows it in the block. The
-    // first to leave clears the mark, and the other one frees the block. They may belong to
-    // different threads.
+    // owner that leaves first clears the mark, and the other one frees the block. They may belong
+    // to different threads.
     bool is_shared() const { return (word().load(std::memory_order_acquire) & kShared) != 0; }
     void share() { word().fetch_or(kShared, std::memory_order_relaxed); }
-    // Clears the mark. Returns whether it was set, so whether the other owner still needs the
+    // Clears the mark. Returns whether it was set, that is, whether the other owner still needs the
     // block.
     bool unshare() {
         return (word().fetch_and(~kShared, std::memory_order_acq_rel) & kShared) != 0;
@@ -96,7 +96,7 @@ inline bool has_key(const Member* member, const Key& key) {
 }
 
 // Chains are longer than this only if somebody chose the keys for it. Such a chain gets an index
-// (chain_index.h).
+// (chain_index.h) when a member is added to it.
 constexpr u32 kMaxChainWithoutIndex = 16;
 // Walks a chain. Returns the link to the member with this key; if not found, the null link at
 // the end of the chain, where such a member would be added. The table must exist.
@@ -106,7 +106,8 @@ inline Member** link_of(const Members& members, const Key& key) {
         link = &(*link)->next;
     return link;
 }
-// The same, but gives up after `limit` members without the key. Returns the link after them then.
+// The same, but gives up after `limit` members without the key, and then returns the link after
+// them: a link to a member that does not have the key.
 inline Member** link_within(const Members& members, const Key& key, u32 limit) {
     Member** link = &members.buckets[bucket_of(key.hash, members.mask)];
     for (; *link != nullptr && !has_key(*link, key) && limit != 0; --limit)
@@ -118,11 +119,11 @@ inline Member** link_within(const Members& members, const Key& key, u32 limit) {
 class ChainIndex;
 struct TableTail {
     ChainIndex* index;  // of the long chains, or nullptr (chain_index.h)
-    // No bucket before this one has members. Adding a member to an earlier bucket lowers it;
-    // removing one leaves it, as it may be too low but never too high.
+    // No bucket before this one has members; it may itself be empty. So adding a member to an
+    // earlier bucket lowers `first`, and removing a member leaves it as it is.
     u64 first;
 };
-constexpr u64 kMinBucketsWithTail = 128;  // buckets
+constexpr u64 kMinBucketsWithTail = 128;
 
 // The number of pointers that the block of a table holds: its buckets, and its tail if it has one.
 constexpr u64 pointers_in_table(u64 buckets) {
@@ -187,8 +188,8 @@ inline void copy_short(char* out, const char* text, size_t length) {
     }
 }
 
-// Makes a member with a copy of the key and no child in a block of at least sizeof(Member) plus the
-// key's length plus 1 bytes. `next` and `child` are not set.
+// Makes a member with a copy of the key at the start of a block, which must have at least
+// sizeof(Member) + key.length + 1 bytes. `next` and `child` are not set.
 inline Member* init_member(void* block, const Key& key) {
     auto* member = static_cast<Member*>(block);
     member->hash = key.hash;
@@ -208,7 +209,7 @@ static_assert(load_limit(kMaxBuckets) <= INT32_MAX);
 constexpr size_t kMaxKeyLength = INT32_MAX;
 
 // Returns the number of buckets of a table to which `size` members, at least one, were added one by
-// one.
+// one. The first member makes a table of 2 buckets.
 constexpr u64 grown_buckets(u64 size) {
     u64 count = 2;
     while (load_limit(count) < size)
@@ -216,10 +217,10 @@ constexpr u64 grown_buckets(u64 size) {
     return count;
 }
 
-// Fills an empty table of grown_buckets(count) buckets so that it looks as if the members had been
-// added one by one. Returns false if two members have the same key, or if many of them share one
-// chain; the table and the members' links are then useless, and the caller starts again with an
-// empty table.
+// Fills an empty table, which must have grown_buckets(count) buckets, so that it looks as if the
+// members had been added one by one. Returns false if two members have the same key, or if a table
+// with a tail would get a chain of more than kMaxChainWithoutIndex members. The table and the
+// members' links are then useless, and the caller starts again with an empty table.
 bool build_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json
