@@ -1,6 +1,14 @@
-// Expands references in place. First every reference that can be reached is found, inner ones
-// before those that lead to them. Then each is replaced by a copy of its target, in that order, so
-// that no copy holds a reference.
+// Expands references in place, in two phases:
+//
+//   1. A walk from the root finds every reference that can be reached, also inside the targets of
+//      references. It lists a reference as expanded after everything that the reference leads to.
+//      This phase does not change the document.
+//   2. Each listed reference is replaced by a copy of its target, in the order of the list. So no
+//      copy contains a reference.
+//
+// For example, in {"a": {"$ref": "#/b"}, "b": [{"$ref": "#/c"}], "c": 1} the list is: the reference
+// to "c", the reference to "b", the root. Even if the walk enters the reference to "b" first, it
+// meets and finishes the reference to "c" in its target before it leaves.
 //
 // The walk uses an explicit stack: neither a deep document nor a chain of references that lead to
 // each other uses the thread's stack. The end of such a chain is remembered for each reference in
@@ -21,8 +29,9 @@ constexpr i32 kFirstCapacity = 5;
 
 class Expansion {
   public:
-    // The weak arrays belong to the caller. Nodes that they already hold count as in progress or
-    // finished.
+    // The weak arrays belong to the caller. `pending` holds the nodes whose expansion is in
+    // progress, the innermost last; `expanded` those whose expansion is finished, in that order.
+    // Nodes that they already hold count as such.
     Expansion(wiq_json_t* pending, wiq_json_t* expanded) : pending_(pending), expanded_(expanded) {}
     Expansion(const Expansion&) = delete;
     Expansion& operator=(const Expansion&) = delete;
@@ -33,6 +42,7 @@ class Expansion {
             wiq_map_finalize(&targets_);
     }
 
+    // The first phase, for everything that can be reached from `node`.
     i32 run(wiq_json_t* node) {
         i32 status = prepare();
         if (status == 0)
@@ -42,7 +52,7 @@ class Expansion {
         return status;
     }
 
-    // Puts a copy of a reference's final target in the place of the reference.
+    // The second phase, for one reference: puts a copy of its final target in its place.
     i32 replace(wiq_json_t* reference) {
         wiq_json_t* target = nullptr;
         const i32 followed = follow(reference, &target);
@@ -53,25 +63,26 @@ class Expansion {
         if (copy == nullptr)
             return static_cast<i32>(err);
         const i32 status = wiq_json_swap_child(reference, copy);
-        // A reference that only a weak container holds has no parent, so the copy has no place to
-        // go.
+        // The copy found no place if wiq_json_swap_child() failed, or if the reference has no
+        // parent because only a weak container holds it.
         if (copy->parent == nullptr)
             wiq_json_unref(copy);
         return status;
     }
 
   private:
-    // What the walk is in the middle of: a container and its next child, or, if `container` is
-    // NULL, a node whose target has been walked.
+    // What the walk is in the middle of: a container and its next child; or, if `container` is
+    // NULL, the expansion of a node, which is finished when this frame is on top again. The
+    // document does not change during the walk, so members and indexes stay valid.
     struct Frame {
         wiq_json* container;
-        const Member* member;
-        i32 index;
+        const Member* member;  // of an object: the next one
+        i32 index;             // of an array: the next one
         wiq_json* finished;
     };
 
-    // For every reference the walk asks whether a node is in one of the arrays. A map from
-    // addresses answers that.
+    // For every reference the walk asks whether it is in one of the arrays. A map from addresses
+    // answers that without a search.
     i32 prepare() {
         i32 status = wiq_map_init(&states_, 0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr);
         states_ready_ = status == 0;
@@ -96,11 +107,16 @@ class Expansion {
         return wiq_map_put(&states_, node, const_cast<char*>(state));
     }
 
-    // Follows a reference to the first node that is not a reference. The first step is resolved
-    // each time, because its target may have been replaced by now. The end of a longer chain is
-    // remembered: if a reference in the chain has been replaced, its replacement is a copy of that
-    // end. The remembered nodes exist until the end, since `expanded_` keeps the references that
-    // have been replaced.
+    // Follows a reference to the first node that is not a reference, the end of its chain. The
+    // first step is always resolved anew, because the second phase may have replaced its target
+    // since. For every further reference in the chain, targets_ remembers the end. That stays right
+    // in the second phase: a reference is only ever replaced by a copy of its end.
+    //
+    // No address in targets_ becomes that of another node: `expanded_` keeps the references that
+    // have been replaced, and other nodes stay where they are.
+    //
+    // While a chain is followed, its references are on chain_ and lead to themselves in targets_.
+    // After a failure they stay so, but then the whole expansion ends.
     i32 follow(wiq_json_t* reference, wiq_json_t** target) {
         i32 status = resolve(reference, target);
         while (status == 0 && (*target)->type == kJsonRef) {
@@ -131,7 +147,7 @@ class Expansion {
     }
 
     // Begins the expansion of a node, which is the root or a reference that the walk has met. The
-    // node is in progress from here until leave().
+    // node is in progress from here until leave(). To meet it again before that is a cycle.
     i32 enter(wiq_json_t* node) {
         const void* state = wiq_map_get(&states_, node);
         if (state == &kExpanded)
@@ -154,7 +170,8 @@ class Expansion {
         return walk(target);
     }
 
-    // Marks the expansion of a node as finished.
+    // Marks the expansion of a node as finished. It was begun last of those in progress, so it is
+    // the last in pending_.
     i32 leave(wiq_json_t* node) {
         i32 status = wiq_json_array_pop(pending_, 1);
         if (status == 0)
@@ -195,6 +212,7 @@ class Expansion {
         } else if (now.index < size_of(as<ArrayNode>(now.container))) {
             child = elems_of(as<ArrayNode>(now.container))[now.index++];
         }
+        // This may push a frame and move the stack, so `now` is not used after it.
         if (child != nullptr)
             return visit(child);
         frames_.pop();
@@ -209,8 +227,8 @@ class Expansion {
     wiq_json_t* expanded_;
     // The state of each node whose expansion is in progress or finished.
     wiq_map states_;
-    // Maps a reference to which another reference points to the end of its chain, and to itself as
-    // long as the end is not known.
+    // Maps each reference that is the target of another one to the end of its chain, and to itself
+    // as long as the end is not known.
     wiq_map targets_;
     bool states_ready_ = false;
     bool targets_ready_ = false;
@@ -221,13 +239,15 @@ class Expansion {
 i32 expand(wiq_json_t* root, wiq_json_t* pending, wiq_json_t* expanded) {
     Expansion expansion(pending, expanded);
     i32 status = expansion.run(root);
-    // The last one is the root, which is not replaced.
+    // The root was begun first, so it is finished last. It is not replaced, even if it is a
+    // reference.
     const i32 count = wiq_json_array_size(expanded) - 1;
     for (i32 i = 0; status == 0 && i < count; ++i)
         status = expansion.replace(elems_of(as<ArrayNode>(expanded))[i]);
     return status;
 }
 
+// Runs the first phase only: the visitor's owner finds the references in `expanded`.
 i32 visit_ref(WiqJsonVisitor* self, wiq_json_t* node, const char*) {
     const auto* visitor = reinterpret_cast<ExpandVisitor*>(self);
     return Expansion(visitor->pending, visitor->expanded).run(node);
@@ -259,13 +279,14 @@ constinit WiqType ExpandVisitorType = {
 i32 wiq_json_jref_expand(wiq_json_t* root) {
     if (root == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    // The root may have a count of 0. This reference keeps it while the arrays hold it and let it
-    // go.
+    // The root may have a count of 0. Without this reference, it would be destroyed when the arrays
+    // let it go.
     wiq_json_ref(root);
     u32 err = 0;
     wiq_json_t* pending = wiq_json_array_weak_new(ke::json::kFirstCapacity, &err);
     wiq_json_t* expanded = wiq_json_array_weak_new(ke::json::kFirstCapacity, &err);
     if (err != 0) {
+        // Deliberately, the root keeps the reference taken above.
         wiq_json_unref(pending);
         wiq_json_unref(expanded);
         return static_cast<i32>(err);

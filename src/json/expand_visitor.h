@@ -1,5 +1,6 @@
-// The instance of the reference expander's class, which clients can find in the registry. It
-// expands the references that a walk meets; wiq_json_jref_expand() does not need it.
+// The instance of the reference expander's class, which clients can find in the registry. It lists
+// the references that a walk meets, and those that can be reached from them, in the order in which
+// they are to be replaced; it replaces none. wiq_json_jref_expand() does not use it.
 #pragma once
 
 #include "json/builtin_types.h"
