@@ -1,7 +1,8 @@
-// Finds out whether one tree is contained in another. Two containers are compared by a small
-// machine that asks, one after the other, about the pairs of children whose answers it needs. If a
-// pair consists of containers, they get a machine of their own, and the machine that asked waits on
-// a stack. So even deep documents need no recursion.
+// Finds out whether one tree is contained in another. A pair of containers is compared by a small
+// state machine (ObjectMatch, GapMatch or RunMatch), which compares one pair of children after
+// another. If a pair of children are containers themselves, they get a machine of their own, and
+// the machine that asked about them waits on a stack for the answer. So even deep documents need no
+// recursion.
 
 #include <cmath>
 #include <cstring>
@@ -13,8 +14,8 @@
 namespace ke::json {
 namespace {
 
-// The answer to the question whether b contains a. kLookInside: it depends on the children of the
-// two.
+// The answer to the question whether b contains a. kLookInside means that it depends on the
+// children of the two. Throughout, `a` is the part and `b` is the whole.
 enum class Answer { kNo, kYes, kLookInside };
 
 bool same_text(const TextNode* a, const TextNode* b) {
@@ -44,7 +45,7 @@ bool same_number_of_other_kind(const wiq_json* a, const wiq_json* b) {
     }
 }
 
-// Whether nodes of different types are equal; only numbers can be.
+// Compares two nodes of different types: only numbers can be equal.
 Answer compare_types(const wiq_json* a, const wiq_json* b) {
     const bool is_number = a->type == kJsonI64 || a->type == kJsonU64 || a->type == kJsonU128 ||
                            a->type == kJsonDouble;
@@ -52,7 +53,7 @@ Answer compare_types(const wiq_json* a, const wiq_json* b) {
 }
 
 // Compares two nodes as far as that is possible without their children. Returns kLookInside for two
-// containers of one type.
+// containers of one type. A node contains itself, even if there is a NaN in it.
 inline Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
     if (a == b) {
         return Answer::kYes;
@@ -100,9 +101,10 @@ struct Pair {
     const wiq_json* b;
 };
 
-// Each of the three machines below works like this: start() and next() compare pairs of children
-// until the machine has an answer, or until they meet two containers. These are its question, and
-// next() returns kLookInside. resume() takes the answer to the question and continues.
+// The three machines below work alike. start() begins and next() continues: they compare pairs of
+// children until the machine has its answer, which they return, or until they meet two containers.
+// Then they store these in *question and return kLookInside. resume() takes the answer to the
+// question and continues.
 
 // Objects: each member of a must have its counterpart, with the same key, in b.
 struct ObjectMatch {
@@ -148,8 +150,9 @@ struct ObjectMatch {
     Answer resume(bool matched, Pair* question) { return matched ? next(question) : Answer::kNo; }
 };
 
-// Arrays in which b may have other elements between those that match: each element of a takes the
-// first element of b after the last match that contains it.
+// Arrays in which b may have other elements between those that match. Each element of a is matched
+// with the first element of b, after the last match, that contains it. To take a later one could
+// only leave less of b for the rest of a, so the machine never goes back.
 struct GapMatch {
     const ArrayNode* a;
     const ArrayNode* b;
@@ -192,13 +195,14 @@ struct GapMatch {
 };
 
 // Arrays in which a must be one run of b: all of a is tried at offset 0 of b, then at offset 1, and
-// so on.
+// so on. Only here do the flags for prefix and length have a meaning; the latter only with the
+// former.
 struct RunMatch {
     const ArrayNode* a;
     const ArrayNode* b;
-    i32 index;  // in a: the one that is being compared
-    i32 offset;
-    i32 last_offset;
+    i32 index;        // in a: the element that is being compared, with b[offset + index]
+    i32 offset;       // in b: where the run begins
+    i32 last_offset;  // the last to be tried; below 0 if a is longer than b
 
     Answer start(u32 flags, Pair* question) {
         index = 0;
@@ -304,8 +308,9 @@ bool compare_containers(Pair pair, u32 flags) {
             }
             continue;
         }
-        // Up: the answer goes to the machine that asked. If that machine now has its own answer,
-        // that goes to the machine above it.
+        // Up: the answer goes to the machine that asked. If that machine now has its own answer, it
+        // is done, and its answer goes to the machine that waits below it on the stack. Otherwise
+        // `pair` is its next question.
         while (answer != Answer::kLookInside) {
             if (waiting.empty()) {
                 return answer == Answer::kYes;
