@@ -41,11 +41,11 @@ inline char* write_six_digits(char* out, u32 value) {
     return out + 6;
 }
 
-// Writes up to eight digits without leading zeros, but overwrites eight bytes.
+// Writes up to eight digits without leading zeros, but overwrites eight bytes. The value must not be 0,
+// which would have no digit.
 inline char* write_up_to_eight_digits(char* out, u32 value) {
     const u64 digits = eight_digits(value);
-    // The last digit is written even if it is zero.
-    const int skipped = std::countr_zero(digits | u64{1} << 56) / 8;
+    const int skipped = std::countr_zero(digits) / 8;
     store_eight(out, (digits + kZeros) >> (8 * skipped));
     return out + 8 - skipped;
 }

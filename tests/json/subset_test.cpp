@@ -74,6 +74,22 @@ TEST(JsonEqual, NonNumericKindsEqualOnlyThemselves) {
     }
 }
 
+// What a getter returns for a node that is no number must not pass for the number 0.
+TEST(JsonEqual, ZeroEqualsNoOtherKind) {
+    const wiq_uint128 zero = {0, 0};
+    const Tree zeros[] = {Tree(wiq_json_u128_new(&zero, nullptr)),
+                          Tree(wiq_json_u64_new(0, nullptr)), Tree(wiq_json_i64_new(0, nullptr)),
+                          Tree(wiq_json_double_new(0, nullptr))};
+    for (const char* text : {"\"\"", "\"0\"", "null", "false", "true", "[]", "{}"}) {
+        const Tree other(wiq_json_loads(text, 0, nullptr));
+        ASSERT_TRUE(other);
+        for (const Tree& number : zeros) {
+            EXPECT_FALSE(wiq_json_equal(number.get(), other.get())) << text;
+            EXPECT_FALSE(wiq_json_equal(other.get(), number.get())) << text;
+        }
+    }
+}
+
 TEST(JsonEqual, ANodeEqualsItself) {
     for (const char* notation : {"nan", "[nan]", "{\"a\":nan}", "null"}) {
         Tree node = make(notation);

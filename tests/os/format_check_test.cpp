@@ -25,7 +25,8 @@ TEST(FormatCheck, FormatsThatPrintAreAccepted) {
                                "%2$d %1$d", "%1$s%1$s",    "%3$d%1$d%2$d",
                                "%1$*2$d",   "%2$*1$.*3$f", "%2$s%%%1$s",
                                "%1$5d",     "%1$-05d",     "%wf",
-                               "%w"})
+                               "%w",        "%wfn",        "%wd8n",
+                               "%lf5n",     "%:n",         "%/n"})
         EXPECT_FALSE(is_refused_format(format)) << format;
 }
 
@@ -95,13 +96,13 @@ TEST(FormatCheck, PositionsWithAGapAreRefused) {
     for (const char* format :
          {"%2$d", "%1$d %3$d", "%3$d %1$d", "%3$d %2$d", "%1$*3$d", "%1$.*3$d", "%0$d", "%0$d%1$d",
           "%0$d%2$d", "%00$d", "%4294967296$d", "%4294967297$d", "%18446744073709551617$d",
-          "%4097$d", "%1$d%1$d%3$d", "%s %2$d", "%%%2$s"})
+          "%4097$d", "%1$d%1$d%3$d", "%s %2$d", "%%%2$s", "%3$5d", "%1$d %3$-5d"})
         EXPECT_TRUE(is_refused_format(format)) << format;
 }
 
 TEST(FormatCheck, WidthsAndPrecisionsBeyond31BitsAreRefused) {
     for (const char* format : {"%2147483648d", "%.2147483648d", "%99999999999d", "%-5.99999999999s",
-                               "%18446744073709551617d", "%d %1$.2147483648d"})
+                               "%18446744073709551617d", "%d %1$.2147483648d", "%21474836470d"})
         EXPECT_TRUE(is_refused_format(format)) << format;
     for (const char* format : {"%2147483647d", "%.2147483647d", "2147483648", "%d2147483648"})
         EXPECT_FALSE(is_refused_format(format)) << format;
