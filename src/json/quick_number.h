@@ -13,13 +13,13 @@
 
 namespace ke::json {
 
-// What the fast path knows about a number. kNone: nothing; the general path must read it. kInteger
-// and kReal: it is valid and has this value. kRealText: it is a valid real that needs the general
-// conversion.
+// What the fast path knows about a number. kNone: nothing, not even that it is valid; the general
+// path must read it. kInteger and kReal: it is valid and has this value. kRealText: it is a valid
+// real whose text, up to `end`, needs the general conversion. `end` is set unless the kind is kNone.
 struct QuickNumber {
     enum Kind { kNone, kInteger, kReal, kRealText } kind = kNone;
     const char* end = nullptr;
-    i64 integer = 0;
+    i64 integer = 0;  // only of kInteger
     double real = 0;  // only of kReal
 };
 
@@ -33,7 +33,8 @@ inline constexpr double kPowersOfTen[kExactPower + 1] = {
     1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
 // The powers of five from 5^-27 to 5^55 as 128-bit significands whose highest bit is set. From 5^0
-// up they are exact. The reciprocals are rounded up, which is exact enough, see scale_by_power().
+// to 5^55, the last that has at most 128 bits, they are exact. The reciprocals are rounded up. For
+// all of these powers that is exact enough, see scale_by_power().
 constexpr int kMinPower = -27;
 constexpr int kMaxPower = 55;
 struct PowersOfFive {
@@ -51,8 +52,9 @@ struct PowersOfFive {
         }
         power = 5;
         for (int i = -1; i >= kMinPower; --i, power *= 5) {
-            // 2^(bits + 127) / power, one binary digit after another. The quotient has 128 digits
-            // because 2^bits lies between the power and its double.
+            // Long division of 2^(bits + 127) by the power, one binary digit after another. The
+            // quotient has 128 digits, because 2^bits is at least the power and less than its
+            // double. 5^27 has fewer than 64 bits, so `rest` cannot overflow.
             int bits = 0;
             while (u128{1} << bits < power)
                 ++bits;
@@ -83,43 +85,51 @@ inline constexpr PowersOfFive kPowersOfFive;
     const int shift = std::countl_zero(significand);
     significand <<= shift;
     u128 product = static_cast<u128>(significand) * five.hi;
-    // The low half of the power can only matter if all bits of the product below those that are
-    // kept are set.
+    // The low half of the power adds less than 1 to the upper half of the product. That can only
+    // matter if it carries into the bits that are kept, so if all bits below them are set.
     constexpr u64 kBelow = ~u64{0} >> (kMantissa + 3);
     if ((static_cast<u64>(product >> 64) & kBelow) == kBelow)
         product += static_cast<u128>(significand) * five.lo >> 64;
     const u64 hi = static_cast<u64>(product >> 64);
     const int upper = static_cast<int>(hi >> 63);
     const int extra = upper + 64 - kMantissa - 3;
-    u64 mantissa = hi >> extra;  // the bits that are kept, and one for rounding
+    // The 53 bits of the result, of which the highest is always set, and one more for rounding.
+    u64 mantissa = hi >> extra;
     // floor(power * log2(10)) by a multiplication, which is right for these powers.
     int exponent = ((217706 * power) >> 16) + 63 + upper - shift + 1023;
-    // A product halfway between two doubles, which only these powers can give, is rounded to the
-    // even one.
+    // The next step rounds up if the last bit is set. But a product halfway between two doubles,
+    // which only these powers can give, must be rounded to the even one. So if the result would
+    // become odd, its last bit is cleared. A product is halfway if no bit after the last one is set;
+    // the 1 allows for a reciprocal that was rounded up.
     if (static_cast<u64>(product) <= 1 && power >= -4 && power <= 23 && (mantissa & 3) == 1 &&
         mantissa << extra == hi)
         mantissa &= ~u64{1};
     mantissa = (mantissa + (mantissa & 1)) >> 1;
-    // A carry out of the mantissa leaves the mantissa 0 and adds 1 to the exponent, as it should.
+    // The highest bit of the mantissa is not stored: it adds 1 to the exponent, hence the -1. If
+    // rounding has carried to a higher bit, the mantissa is 2^53 and adds 2, as it should.
     return std::bit_cast<double>(mantissa + (static_cast<u64>(exponent - 1) << kMantissa));
 }
 
-// The digits with which eight characters begin: how many there are, and their value.
+// The digits with which eight characters begin: how many there are, and their value. For example,
+// "123,456]" begins with 3 digits of the value 123.
 struct EightDigits {
     int count;
     u64 value;
 };
+// All eight characters are examined at once, as the bytes of a number whose lowest byte is the first
+// character (so only on little-endian machines).
 inline EightDigits read_eight_digits(const char* p) {
     u64 bytes = 0;
     memcpy(&bytes, p, sizeof(bytes));
     constexpr u64 kOnes = 0x0101010101010101;
-    // The high bit of a byte is set if the character is above "9" or below "0". A carry out of a
-    // byte only reaches the bytes after the first such character.
+    // In `others`, the high bit of a byte is set if the character is above "9" or below "0". A carry
+    // only comes out of the byte of such a character, so all bytes up to the first one are right.
     const u64 digits = bytes ^ ('0' * kOnes);
     const u64 others = (digits | (digits + (0x7F - 9) * kOnes)) & (0x80 * kOnes);
     const int count = others == 0 ? 8 : std::countr_zero(others) / 8;
     // Shifts the digits to the end, with zeros before them, so that what followed them is lost.
-    // Then pairs, groups of four and all eight are combined.
+    // Then pairs, groups of four and all eight are combined. For example, 2561 is 10 * 256 + 1, so
+    // the first product adds ten times each digit to the one after it.
     u64 value = count == 0 ? 0 : digits << (8 * (8 - count));
     value = (value & (0x0F * kOnes)) * 2561 >> 8;
     value = (value & 0x00FF00FF00FF00FF) * 6553601 >> 16;
@@ -127,9 +137,10 @@ inline EightDigits read_eight_digits(const char* p) {
     return {count, value};
 }
 
-// Appends the digits at `p` to a significand and returns their end. If there are many digits, the
-// significand overflows and is useless, but the end is right. All bytes from `p` to `safe_end` must
-// be readable, if `safe_end` is after `p`; beyond, the text must end in a byte that is not a digit.
+// Appends the digits at `p` to a significand and returns their end. If there are more than 19
+// digits, the significand overflows and is useless, but the end is right. All bytes before
+// `safe_end` must be readable: there, eight are read at a time. From `safe_end` on, which may be
+// before `p`, the digits must be followed by a byte that is not a digit.
 [[gnu::always_inline]] inline const char* add_digits(const char* p, const char* safe_end,
                                                      u64* significand) {
     constexpr u64 kPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
@@ -148,7 +159,7 @@ inline EightDigits read_eight_digits(const char* p) {
 }
 
 // Reads an exponent after its "e". Returns its end, or nullptr if it is invalid or has more than
-// four digits.
+// four digits, which the general path reads. Exponents are short, so it reads byte by byte.
 inline const char* read_exponent(const char* p, int* exponent) {
     constexpr ptrdiff_t kMaxDigits = 4;
     const bool negative = *p == '-';
@@ -182,7 +193,8 @@ inline const char* read_exponent(const char* p, int* exponent) {
         if (p == fraction)
             return {};
         count += p - fraction;
-        // With more digits the significand and the power are not used.
+        // With more digits, neither the significand nor the power is used, and the number of digits
+        // may not fit an int.
         power = count <= kMaxDigits ? -static_cast<int>(p - fraction) : 0;
         is_real = true;
     }
@@ -194,6 +206,7 @@ inline const char* read_exponent(const char* p, int* exponent) {
         power += exponent;
         is_real = true;
     }
+    // A byte beyond ASCII is negative, because char is signed on all platforms of this library.
     if (*p < 0)
         return {};
     if (!is_real) {
