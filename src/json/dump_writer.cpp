@@ -10,6 +10,7 @@ namespace ke::json {
 
 namespace {
 
+// Compares the bytes as unsigned values. No key contains a NUL.
 bool has_lesser_key(const Member* a, const Member* b) {
     return strcmp(a->key(), b->key()) < 0;
 }

@@ -1,6 +1,9 @@
 // The serializer's walk. It writes the same text that the slots of the dump classes write one by
 // one, but without recursion and without a call for each token. The open containers are on an
 // explicit stack.
+//
+// The text goes to a sink (dump_sink.h). room(n) returns room for n characters, in which the writer
+// writes; commit(end) says where they end. Without a commit, the next call of room() discards them.
 #pragma once
 
 #include "containers/small_stack.h"
@@ -38,6 +41,9 @@ class DumpWriter {
             free(frames_.top().members);
     }
 
+    // Writes a node and everything below it. Returns 0, WIQ_ERR_NO_MEMORY, WIQ_ERR_BAD_JSON_TYPE,
+    // WIQ_ERR_INVALID_ARG for a string without text, WIQ_ERR_BAD_FORMAT for invalid UTF-8, or the
+    // failure of the sink. The sink finishes in any case, so the text before a failure is kept.
     i32 dump(const wiq_json* root) {
         i32 status = value(root);
         while (status == 0 && !frames_.empty()) {
@@ -53,7 +59,7 @@ class DumpWriter {
   private:
     static constexpr size_t kQuotes = 2;
 
-    // A sink with room that is known to be sufficient.
+    // A sink for escape_text(), with room that is known to be sufficient.
     struct UncheckedSink {
         char* out;
         i32 write(const char* bytes, size_t count) {
@@ -67,10 +73,13 @@ class DumpWriter {
     struct Frame {
         const wiq_json* container;
         const Member** members;  // the sorted members, or nullptr to use map order
-        const Member* member;    // in map order: the next one to be written
+        const Member* member;    // the next one to be written; used in map order only
         i32 done;                // number of children written
-        i32 count;
+        i32 count;               // number of children
     };
+
+    // Writes a value. Of a container it writes only the opening bracket and pushes a frame; dump()
+    // writes the rest.
 
     i32 value(const wiq_json* node) {
         switch (node->type) {
@@ -108,8 +117,9 @@ class DumpWriter {
     }
 
     // These write children of the innermost open container until one of them opens another
-    // container. After the last child they close the container. Opening a container may move the
-    // stack, so `frame` is not used after that.
+    // container, and continue there when dump() calls them again. After the last child they close
+    // the container. Opening a container may move the stack, so `frame` is not used after that;
+    // `done` and `member` are set for the next child before a child is written.
     i32 elements(Frame* frame) {
         wiq_json** const elems = elems_of(as<ArrayNode>(frame->container));
         while (frame->done != frame->count) {
@@ -179,6 +189,7 @@ class DumpWriter {
         return end(bracket);
     }
 
+    // Writes the closing bracket; if pretty, on a line of its own, even if the container is empty.
     i32 end(char bracket) {
         if (!pretty_)
             return put(bracket);
@@ -224,9 +235,9 @@ class DumpWriter {
                                : quoted(text, length, "", 0);
     }
 
-    // Writes a text in quotes, and `tail` after it. The usual text is short and plain ASCII: it is
-    // copied and checked at the same time. If it turns out not to be plain, it is written again
-    // with escapes.
+    // Writes a text in quotes, and after it the first `tail_length` characters of `tail`. The usual
+    // text is short and plain ASCII: it is copied and checked at the same time. If it turns out not
+    // to be plain, nothing has been committed, and it is written again with escapes.
     i32 quoted(const char* text, size_t length, const char* tail, size_t tail_length) {
         constexpr size_t kShort = 1024;
         if (length >= kShort)
@@ -246,8 +257,8 @@ class DumpWriter {
             const i32 status = escape_text(text, text + length, room);
             out = room.out;
             if (status != 0) {
-                // For a sink that takes only whole strings nothing is committed, so the start of an
-                // invalid text is dropped.
+                // The text is not valid UTF-8. Its start is written, except to a sink that takes
+                // only whole strings.
                 if (!Sink::kWholeStrings)
                     sink_.commit(out);
                 return status;
@@ -271,8 +282,8 @@ class DumpWriter {
         return status != 0 || tail_length == 0 ? status : sink_.write(tail, tail_length);
     }
 
-    // Writes a line feed and as many blanks as "%*s" does for the indentation. Usually these are
-    // few, but a caller may ask for billions.
+    // Writes a line feed and as many blanks as "%*s" does for the indentation: its absolute value.
+    // Usually these are few, but a caller may ask for billions.
     i32 newline() {
         constexpr size_t kAtOnce = 4096;
         size_t blanks = static_cast<size_t>(indent_ < 0 ? -i64{indent_} : i64{indent_});
@@ -301,7 +312,7 @@ class DumpWriter {
         });
     }
 
-    // Lets `write` write at most n characters in place.
+    // Calls `write` with room for n characters. It writes at most that many and returns their end.
     template <class Write>
     [[gnu::always_inline]] i32 write_in_place(size_t n, const Write& write) {
         char* out = sink_.room(n);
