@@ -2,6 +2,11 @@
 // token and then makes its value: it decodes a string's escapes; an integer becomes a signed 64-bit
 // number if it fits, otherwise a 128-bit number; a number with a fraction or an exponent becomes a
 // double.
+//
+// A reader's next() returns an ASCII byte or a negative number: WIQ_ERR_EOF, WIQ_ERR_JSON_BAD_UTF8,
+// or a byte beyond ASCII as a signed value (reader.h). Such a byte is an error wherever it is found.
+// In a word, in a string outside an escape, and where a token should begin, the negative number is
+// itself the status. In an escape, the status is that of a bad escape. A number ends before it.
 #pragma once
 
 #include <string_view>
@@ -33,14 +38,15 @@ enum Token : int {
 char* decode_string(const char* first, const char* last, char* out);
 
 // Returns the status of a number from `first` to `last` that is directly followed by a byte beyond
-// ASCII. It is the status of converting the number together with that byte: WIQ_ERR_TRAILING_CHARS
-// for an integer that fits an i64, WIQ_ERR_BAD_FORMAT for any other number.
+// ASCII, which spoils it. It is the status of converting the number together with that byte:
+// WIQ_ERR_TRAILING_CHARS for an integer that fits an i64, WIQ_ERR_BAD_FORMAT for any other number.
 i32 status_of_spoiled(const char* first, const char* last, bool is_real);
 
 // Returns the value of a decimal integer with an optional "-", modulo 2^128.
 wiq_uint128 wrap_u128(const char* first, const char* last);
 
-// A token and its value. Only the fields that belong to the token's kind are set.
+// A token and its value. Only the fields that belong to the token's kind are set: `text`, `length`
+// and `in_source` for a string, `integer`, `real` and `big` for the three kinds of numbers.
 struct Lexeme {
     int token = kTokenInvalid;
     const char* text = nullptr;  // not terminated; valid until the next token is read
@@ -60,8 +66,9 @@ class Lexer {
     Lexer(const Lexer&) = delete;
     Lexer& operator=(const Lexer&) = delete;
 
-    // Reads the next token. Returns 0, or the status of the failure. The token is then
-    // kTokenInvalid, but after WIQ_ERR_NO_MEMORY it may be any.
+    // Reads the next token. Returns 0, or the status of the failure; the token is then
+    // kTokenInvalid, except that it may be any after WIQ_ERR_NO_MEMORY. At the end of the text the
+    // token is kTokenEnd and the status 0.
     i32 scan() {
         const int c = reader_.first_of_token();
         switch (c) {
@@ -83,8 +90,8 @@ class Lexer {
     int token() const { return current_.token; }
     const Lexeme& current() const { return current_; }
 
-    // Returns the text of the current string in memory that is valid until the next call. Returns
-    // nullptr if there is no memory for that.
+    // Returns the text of the current string in memory that stays valid when the next tokens are
+    // read, until the next call of hold_text(). Returns nullptr when out of memory.
     const char* hold_text() {
         if (current_.in_source)
             return current_.text;
@@ -98,9 +105,10 @@ class Lexer {
     i32 offset() const { return reader_.offset(); }
 
   private:
-    // Reads a token that is not a single character and begins with `c`, which may also be the end
-    // or a failure. Not inline, so that scan() saves no registers for it when the token is a single
-    // character.
+    // Reads a token that is not a single character. `c` is what the reader returned for its first
+    // byte, so it may also be the end or a failure. Not inline, so that scan() saves no registers
+    // for it when the token is a single character. The functions below set the token only when they
+    // succeed, except as scan() says.
     [[gnu::noinline]] i32 scan_from(int c) {
         current_.token = kTokenInvalid;
         const i32 status = scan_longer(c);
@@ -110,6 +118,7 @@ class Lexer {
     i32 scan_longer(int c) {
         if (c == '"')
             return scan_string();
+        // kTokenEnd for the end; otherwise a failure or a byte beyond ASCII.
         if (c < 0) {
             current_.token = c == WIQ_ERR_EOF ? kTokenEnd : kTokenInvalid;
             return c == WIQ_ERR_EOF ? 0 : c;
@@ -120,7 +129,8 @@ class Lexer {
                                               : static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN);
     }
 
-    // Scans one of the words true, false and null.
+    // Scans one of the words true, false and null. The word ends before the first byte that is not a
+    // letter, so "nullx" is one invalid token.
     i32 scan_word() {
         int c = reader_.next();
         while (c >= 0 && is_alpha(static_cast<char>(c)))
@@ -139,12 +149,13 @@ class Lexer {
 
     // Returns the token's text after the byte `c` that follows it has been read, and takes that
     // byte back if possible. A byte beyond ASCII cannot be taken back and remains the last one of
-    // the text.
+    // the text. (A NUL from a stream cannot be taken back either, but is not part of the text.)
     std::string_view token_text(int c) {
         reader_.unread(c);
         return reader_.token_text();
     }
 
+    // For what next() returns, which may be negative.
     static bool is_digit_int(int c) { return c >= '0' && c <= '9'; }
 
     // Skips digits and returns the byte after them.
@@ -210,11 +221,13 @@ class Lexer {
         return convert_number(text, is_real);
     }
 
+    // Converts a number whose syntax was checked; only a byte beyond ASCII may still follow it.
     i32 convert_number(std::string_view text, bool is_real) {
         const char* first = text.data();
         const char* last = first + text.size();
         if (static_cast<i8>(last[-1]) < 0)
             return status_of_spoiled(first, last - 1, is_real);
+        // A valid number always converts. One beyond the range of double gives an infinity or zero.
         if (is_real) {
             parse_double(first, last, &current_.real);
             current_.token = kTokenReal;
@@ -256,6 +269,8 @@ class Lexer {
         return string_value(text.data() + 1, text.data() + text.size() - 1, escaped);
     }
 
+    // Checks the escape after a backslash. Whether a "\u" escape stands for a valid character is
+    // found out only by decode_string().
     bool scan_escape() {
         if (reader_.skip_unicode_escape())
             return true;
@@ -270,6 +285,7 @@ class Lexer {
         return true;
     }
 
+    // Makes the value of a string whose syntax was checked, from the text between its quotes.
     i32 string_value(const char* first, const char* last, bool escaped) {
         current_.text = first;
         current_.length = static_cast<size_t>(last - first);
@@ -290,7 +306,7 @@ class Lexer {
 
     Reader reader_;
     Lexeme current_;
-    SmallBuffer<2048> decoded_;  // a string whose escapes were decoded
+    SmallBuffer<2048> decoded_;  // the current string if its escapes were decoded
     SmallBuffer<256> held_;      // the copy that hold_text() makes
 };
 
