@@ -579,7 +579,14 @@ TEST_F(DumpSlots, AStreamThatFails) {
         WiqObject* object = object_new(&g_file_subclass);
         reinterpret_cast<DumpFileVisitor*>(object)->stream = read_only;
         wiq_json_t* root = parsed(text);
-        EXPECT_LT(visit(object, root), 0) << text;
+        const i32 status = visit(object, root);
+#ifdef _WIN32
+        // Wine's vfprintf() says only that nothing was written; strings and doubles go through fwrite().
+        const bool is_told = *text == '"' || strcmp(text, "1.5") == 0;
+#else
+        const bool is_told = true;
+#endif
+        EXPECT_TRUE(status < 0 || !is_told) << text;
         EXPECT_EQ(reinterpret_cast<DumpFileVisitor*>(object)->written, 0) << text;
         wiq_json_unref(root);
         object_unref(object);
