@@ -1,10 +1,15 @@
 // Reference counts and the release of whole trees.
 //
 // Releasing a tree needs neither recursion nor memory. A dying container remembers in its own
-// fields what is left of it: an array with a table counts its size down, an object with a table
-// counts its buckets down, and a large container is a chain of its children (begin_emptying()). Its
-// `parent`, which it no longer needs, leads back to the dying container from which it was taken.
-// The order is that of a recursive release: the whole subtree of a child before the next child.
+// fields which children are left (begin_emptying()):
+//
+//   an array with a table     `size` counts down: the slots before it are left
+//   an object with a table    `size` is the number of buckets that are left, and counts down
+//   a large container         the table is freed, and a chain links the children that are left
+//
+// The `parent` of a dying container, which it no longer needs, leads back to the dying container
+// from which it was taken. The order is that of a recursive release: the whole subtree of a child
+// before the next child.
 
 #include "json/refcount.h"
 
@@ -20,8 +25,8 @@
 namespace ke::json {
 namespace {
 
-// Added to the count of a container while it is being emptied. Something in its subtree may hold a
-// weak reference to it; when that is given up, the count stays far above 0, and the container is
+// Added to the count of a container while it is being emptied. A weak container in its subtree may
+// hold a reference to it. When that is given up, the count stays far above 0, so the container is
 // not released a second time.
 constexpr i32 kDying = 1 << 30;
 
@@ -33,9 +38,9 @@ void add_to_count(wiq_json* node, i32 difference) {
     std::atomic_ref<i32>(node->refcount).fetch_add(difference, std::memory_order_relaxed);
 }
 
-// Returns whether a node with this count is to be destroyed. A node that has a parent never is. If
-// its count is 0, somebody has given up one reference too many; the count is set back to 1, the
-// parent's reference.
+// Returns whether a node with this count is to be destroyed. A node that has a parent never is: its
+// parent has a reference. If its count is 0 all the same, somebody has given up one reference too
+// many, and the count is set back to 1.
 bool is_dead(wiq_json* node, i32 count) {
     if (count > 0) {
         return false;
@@ -53,6 +58,7 @@ bool is_dead(wiq_json* node, i32 count) {
 bool has_one_owner(wiq_json* node) {
     return std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire) == 1;
 }
+
 // Gives up a reference and returns the count that is left.
 i32 give_up_reference(wiq_json* node) {
     if (has_one_owner(node)) {
@@ -62,24 +68,25 @@ i32 give_up_reference(wiq_json* node) {
     return count_down(node);
 }
 
-// Gives up a container's reference to a child. Returns whether the child is to be destroyed. If a
-// strong container has the only reference, the child's header is left as it is: it is not worth
-// writing to memory that is about to be freed. (Its count then still is 1, and its parent the
-// container.)
+// Gives up a container's reference to a child; `weak` tells whether the container is weak. Returns
+// whether the child is to be destroyed; otherwise the child may be gone already, as another owner
+// may have freed it since. If a strong container has the only reference, the child's header is left
+// as it is, with a count of 1 and the container as parent: it is not worth writing to memory that
+// is about to be freed.
 inline bool give_up_child(bool weak, wiq_json* child) {
     if (!weak) {
         if (has_one_owner(child)) {
             return true;
         }
-        // Before the reference is given up: afterwards another owner may free the child.
+        // This must come before the reference is given up.
         unlink_from_parent(child);
     }
     return is_dead(child, give_up_reference(child));
 }
 
-// Links the members anew, in the order of their addresses: bucket i holds a range of memory below
-// that of bucket i + 1. Freeing blocks in the order of their hashes costs the allocator several
-// times as much as in the order of addresses.
+// Sorts the members of a table roughly by address: afterwards the members of bucket i lie before
+// those of bucket i + 1 in memory, and the table is no longer a hash table. Freeing blocks in the
+// order of their hashes costs the allocator several times as much as in the order of addresses.
 void order_by_address(const Members& members) {
     Member* all = nullptr;
     u64 lowest = UINT64_MAX;
@@ -112,16 +119,16 @@ void order_by_address(const Members& members) {
 
 // Freeing a large block makes malloc consolidate every free small block. So a container with many
 // children is turned into a chain of them before it is emptied, and its table is freed first, while
-// there are few such blocks. The field of the table then holds the chain, and the field of the mask
-// or the capacity one of these values.
+// there are few free small blocks. Then the chain takes the place of the table's address, and one
+// of these values that of an object's mask or an array's capacity.
 constexpr u32 kChainedMembers = UINT32_MAX;
 constexpr i32 kChainedElems = -1;
 static_assert(kMaxBuckets - 1 < kChainedMembers, "no table has this mask");
-// A container is turned into a chain if it has more than kMaxInlineSlots children. Its table then
-// has a block of its own and is freed without asking is_inline().
+// A container is turned into a chain if it has more than kMaxInlineSlots children. No table in a
+// node's block holds so many, so the table is freed without asking is_inline().
 static_assert(load_limit(kMaxInlineSlots) <= kMaxInlineSlots);
 
-// Turns an object's table into a chain, bucket by bucket from the highest addresses to the lowest.
+// Turns an object's table into a chain, roughly in the order of falling addresses.
 void chain_members(Members* members) {
     order_by_address(*members);
     Member* chain = nullptr;
@@ -139,8 +146,8 @@ void chain_members(Members* members) {
     members->mask = kChainedMembers;
 }
 
-// The elements are linked by their positions. They belong to the elements' own parents, so this is
-// not for a weak array.
+// Turns an array's table into a chain, the last element first. The elements are linked by their
+// `position`, so this is not for a weak array: there `position` belongs to the element's parent.
 void chain_elems(Elements* elems) {
     wiq_json* chain = nullptr;
     for (i32 i = 0; i < elems->size; ++i) {
@@ -152,9 +159,8 @@ void chain_elems(Elements* elems) {
     elems->capacity = kChainedElems;
 }
 
-// Prepares a container for take_next_child(). Here the fields change their meanings: a large strong
-// array and a large object become chains, and `size` of any other object is the number of buckets
-// that are still to be emptied.
+// Prepares a container for take_next_child(). From here on the fields have the meanings that the
+// top of this file lists. A large weak array keeps its table.
 void begin_emptying(wiq_json* node) {
     if (node->type == kJsonArray) {
         Elements& elems = as<ArrayNode>(node)->elems;
@@ -204,14 +210,15 @@ class FreedNodes {
         blocks_ = 0;
     }
 
-    // The last node's, if blocks_ is not 0. Comparing it avoids reading the chunk's address from
-    // memory. The blocks that are counted keep their chunk alive, so no mark of another chunk can
-    // have this address meanwhile.
+    // The mark of the last node. If the next node has the same mark, the chunk's address need not
+    // be read from memory. The blocks that are counted keep their chunk alive, so no mark of
+    // another chunk can have this address meanwhile.
     Chunk* const* mark_ = nullptr;
-    Chunk* chunk_ = nullptr;
-    u64 blocks_ = 0;
+    Chunk* chunk_ = nullptr;  // the chunk of the blocks that are counted
+    u64 blocks_ = 0;          // counted, but not released yet
 };
 
+// These take the next child out of what is left of a container; nullptr if nothing is left.
 wiq_json* take_next_elem(Elements& elems) {
     if (elems.capacity != kChainedElems) {
         return elems.size > 0 ? elems.data[--elems.size] : nullptr;
@@ -257,8 +264,8 @@ wiq_json* take_next_child(wiq_json* node) {
     return child;
 }
 
-// Takes the record from a root that dies, if it has one. Returns true if that has freed everything
-// below the root.
+// Takes the record from a root that dies, if it has one. If the document is untouched, everything
+// below the root is freed at once. Returns whether that was done.
 bool release_document(wiq_json* root) {
     Document* document = take_document(root);
     // Relaxed order is enough, see touch() in document.h.
@@ -270,9 +277,9 @@ bool release_document(wiq_json* root) {
     return false;
 }
 
-// Releases the children of a container that is about to be freed or emptied. What is left of the
-// table means nothing; the caller calls drop_table() next. Everything below the children that dies
-// with them is released, too.
+// Releases the children of a container that is about to be freed or emptied, and everything below
+// them that dies with them. Afterwards the container's fields mean nothing until the caller calls
+// drop_table(), which must come next.
 void release_children(wiq_json* top) {
     if (release_document(top)) {
         return;
@@ -297,13 +304,14 @@ void release_children(wiq_json* top) {
             if (!is_container(child)) {
                 freed.add(child);
             } else if (has_document(child) && release_document(child)) {
-                // A root that still has its record, with a weak container as its last owner: a
-                // strong container would have taken the record away.
+                // This child is a root that still has its record, so its last owner was a weak
+                // container: a strong one would have taken the record away (touch_to_attach()).
+                // Everything below the child is freed now.
                 drop_table(child);
                 freed.add(child);
             } else {
-                // From here on the child's count and parent serve the release; nobody else holds
-                // it.
+                // Nobody else holds the child, so its count and parent can serve the release. The
+                // loop goes down into it.
                 set_count(child, kDying);
                 child->parent = node;
                 begin_emptying(child);
