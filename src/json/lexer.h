@@ -4,9 +4,12 @@
 // double.
 //
 // A reader's next() returns an ASCII byte or a negative number: WIQ_ERR_EOF, WIQ_ERR_JSON_BAD_UTF8,
-// or a byte beyond ASCII as a signed value (reader.h). Such a byte is an error wherever it is found.
-// In a word, in a string outside an escape, and where a token should begin, the negative number is
-// itself the status. In an escape, the status is that of a bad escape. A number ends before it.
+// or a byte beyond ASCII as a signed value (reader.h). The last two are errors:
+//   - where a token should begin, in a word, and in a string outside an escape, the negative number
+//     is itself the status;
+//   - where an escape or a number needs another character, that escape or number is invalid;
+//   - after a complete number, a byte beyond ASCII makes it invalid (status_of_spoiled()). Invalid
+//     UTF-8 is left for the next token.
 #pragma once
 
 #include <string_view>
