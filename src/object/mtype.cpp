@@ -1,4 +1,11 @@
 // Tagged values: setting, clearing, copying and comparing them.
+//
+// What a value owns:
+//   - the block of a 128-bit number, always;
+//   - the record of a long blob (kLongBlob), always; WIQ_MTYPE_LONG_BLOB says that there is one;
+//   - a string, the data of a blob or a pointer, if WIQ_MTYPE_OWNED is set.
+// No setter keeps the old contents. A setter that fails because it is out of memory leaves a value
+// with the old type that owns nothing: it can be set or finalized, but not read.
 
 #include <cstdlib>
 #include <cstring>
@@ -8,16 +15,16 @@
 
 namespace {
 
-// Blobs of this size or more have a record of their own; blob_len is used for smaller sizes only.
+// Blobs of this size or more have a record with their length; blob_len holds smaller lengths only.
 constexpr u64 kLongBlob = 65535;
 
 bool has_flag(const wiq_mtype* value, u8 flag) {
     return (value->flags & flag) != 0;
 }
 
-// Gives up what the value owns. The tag stays until a new one is written. The cell of a 128-bit
-// number is always owned, whatever the flags say; so its pointer is set to NULL, and clearing the
-// value again releases nothing.
+// Releases what the value owns. The type stays until a setter writes a new one, and the payload may
+// point to freed memory. Clearing the value again releases nothing: the flags are 0, and the
+// pointer of a 128-bit number, which is released whatever the flags say, is NULL.
 void clear(wiq_mtype* value) {
     if (has_flag(value, WIQ_MTYPE_LONG_BLOB)) {
         if (has_flag(value, WIQ_MTYPE_OWNED))
@@ -55,8 +62,8 @@ i32 set_scalar(wiq_mtype* value, u8 type, const Store& store) {
     return 0;
 }
 
-// Stores data of any size in a cleared value, without copying it. Returns WIQ_ERR_NO_MEMORY if a
-// record is needed and cannot be allocated.
+// Stores data of any size in a cleared value, without copying it and without ownership. Returns 0;
+// WIQ_ERR_NO_MEMORY if a record is needed and cannot be allocated, with the value unchanged.
 i32 store_blob(wiq_mtype* value, void* data, u64 size) {
     if (size < kLongBlob) {
         value->blob_len = static_cast<u16>(size);
@@ -190,7 +197,8 @@ i32 wiq_mtype_set_blob(wiq_mtype* value, const void* data, u64 size, u8 copy, u8
             free(stored);
         return status;
     }
-    // The caller decides about ownership, even of a copy.
+    // `own` alone decides about ownership. Without it, the value does not release even a copy that
+    // was made here.
     if (own != 0)
         value->flags |= WIQ_MTYPE_OWNED;
     return 0;
@@ -208,7 +216,8 @@ i32 wiq_mtype_copy(const wiq_mtype* src, wiq_mtype* dst) {
         return WIQ_ERR_INVALID_ARG;
     if (src == dst)
         return 0;
-    // What is copied may be borrowed from the destination. These setters copy it before they clear.
+    // What `src` holds may be borrowed from `dst`. That is safe for the three types below, because
+    // they are read before `dst` is cleared.
     if (src->type == WIQ_MTYPE_UTF8)
         return wiq_mtype_set_utf8(dst, src->payload.utf8, 1);
     if (src->type == WIQ_MTYPE_BLOB) {
@@ -218,6 +227,7 @@ i32 wiq_mtype_copy(const wiq_mtype* src, wiq_mtype* dst) {
     }
     if (src->type == WIQ_MTYPE_UINT128)
         return wiq_mtype_set_uint128(dst, wiq_mtype_get_uint128(src));
+    // The flags are copied, too: both values own a pointer that `src` owns.
     clear(dst);
     *dst = *src;
     return 0;
@@ -234,6 +244,8 @@ i32 wiq_mtype_copy_ref(const wiq_mtype* src, wiq_mtype* dst) {
         void* data = const_cast<void*>(wiq_mtype_get_blob(src, &length));
         return store_blob(dst, data, length);
     }
+    // A 128-bit number is owned whatever the flags say, so now both values own it. The header tells
+    // callers not to finalize such a copy.
     *dst = *src;
     dst->flags &= static_cast<u8>(~WIQ_MTYPE_OWNED);
     return 0;
@@ -262,6 +274,7 @@ bool wiq_mtype_equal(const wiq_mtype* a, const wiq_mtype* b) {
             const wiq_uint128 y = wiq_mtype_get_uint128(b);
             return x.lo == y.lo && x.hi == y.hi;
         }
+        // NaN is equal to nothing.
         case WIQ_MTYPE_FLOAT:
             return a->payload.float32 == b->payload.float32;
         case WIQ_MTYPE_DOUBLE:
