@@ -1,8 +1,12 @@
-// Class records. The record of a type is built when its first object is made: a copy of the
-// parent's record, with the type's own operations on top. Each type has a lock. It is held while
-// the parent's class is built under the parent's lock, so locks are always taken from child to
-// parent. A class initialiser runs under the lock of its type, so an object of that type, or of one
-// that derives from it, cannot be made there.
+// Class records. The record of a type is built when its first object is made, and is never freed.
+// It starts as a copy of the parent's record. Then class_base_init of each ancestor changes it, from
+// the root down, and at last the type's own class_init. While the ancestors change it, its `type` is
+// still the parent.
+//
+// Each type has a lock. It is held while the parent's class is built under the parent's lock, so
+// locks are always taken from child to parent. An initialiser runs under the lock of the type that
+// is being built. So it cannot make an object of that type or of one that derives from it: the
+// thread would wait for a lock that it holds itself. build_class() detects that and fails.
 
 #include "object/class.h"
 
@@ -22,26 +26,30 @@ namespace {
 
 using SizeField = size_t WiqType::*;
 
-// The sizes are read and written atomically: another thread may be storing the size that it
-// found for an ancestor. It finds the same one, so it does not matter when it does so.
+// The sizes are read and written atomically: while this thread reads an ancestor's size, another one
+// may be replacing a 0 there by the size that it stands for. Both threads get the same result,
+// whichever comes first.
 std::atomic_ref<size_t> size_of(const WiqType* type, SizeField field) {
     return std::atomic_ref(const_cast<WiqType*>(type)->*field);
 }
 
-// What `initialised` holds: 0 before type_init(), kReady after it, and a negative number while the
-// class is built, which tells the thread that builds it from others. The builders take turns by
-// means of the lock; other threads only compare the number with their own.
+// What `initialised` holds: 0 before type_init(), kReady after it, and a negative number while a
+// thread is building the class: its building_state(). Only the thread that holds the type's lock
+// writes it here. Other threads compare it with 0 and with their own number; neither answer depends
+// on when they look, so relaxed order is enough.
 constexpr int kReady = 1;
 
 std::atomic_ref<int> state_of(WiqType* type) {
     return std::atomic_ref(type->initialised);
 }
 
+// Returns the number of this thread: negative, and different from that of all other threads.
 int building_state() {
     return -os::thread_id();
 }
 
-// Whether this thread is building the class of a type or of one of its ancestors.
+// Returns whether this thread is building the class of a type or of one of its ancestors, so that
+// it holds a lock that building the type would take.
 bool is_built_by_this_thread(WiqType* type) {
     const int own = building_state();
     for (; type != nullptr; type = type->parent) {
@@ -67,6 +75,7 @@ void store_resolved(const WiqType* type, SizeField field) {
 }
 
 // Copies the parent's record, whose class is built first, and lets the ancestors change the copy.
+// They do so in each record anew, although the parent's record already has what they changed there.
 i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
     WiqType* parent = type->parent;
     if (parent == nullptr)
@@ -83,7 +92,7 @@ i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
     });
 }
 
-// Fills a new record, up to and including the type's own class_init.
+// Fills a new record of zeros, up to and including the type's own class_init.
 i32 fill(WiqType* type, WiqClass* record) {
     const i32 status = fill_from_ancestors(type, record);
     if (status != 0)
@@ -92,7 +101,9 @@ i32 fill(WiqType* type, WiqClass* record) {
     return type->class_init == nullptr ? 0 : type->class_init(record);
 }
 
-// Builds the class of a type whose lock is held, and publishes it only when it is complete.
+// Builds the class of a type whose lock is held, and publishes it only when it is complete. After a
+// failure the type has no class record, but the sizes in its descriptor stay resolved, and the next
+// attempt starts again.
 i32 build_locked(WiqType* type) {
     if (type->name == nullptr || (type->parent == nullptr && type != &ObjectType))
         return WIQ_ERR_FAILED;
@@ -121,7 +132,8 @@ WiqClass* class_of(WiqType* type) {
 i32 build_class(WiqType* type) {  // NOLINT(misc-no-recursion): see above
     if (class_of(type) != nullptr)
         return 0;
-    // Tested before the lock is taken: this very thread may hold it and would wait for itself.
+    // These must be tested before the lock is taken: the lock exists only in an initialised type,
+    // and this very thread may hold it or a lock of an ancestor.
     if (state_of(type).load(std::memory_order_relaxed) == 0 || is_built_by_this_thread(type))
         return WIQ_ERR_FAILED;
     const os::MutexLock lock(&type->lock);
