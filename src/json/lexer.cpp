@@ -21,9 +21,9 @@ constexpr bool is_low_surrogate(u32 unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-// Reads an escape whose "\u" is before *p, and the second escape if the first is half of a surrogate
-// pair. Returns the code point, and moves *p after what was read. Returns 0 for "\u0000", which no
-// string may contain, and for a surrogate without its partner.
+// Reads an escape whose "\u" is before *p, and the second escape if the first is half of a
+// surrogate pair. Returns the code point, and moves *p after what was read. Returns 0 for "\u0000",
+// which no string may contain, and for a surrogate without its partner.
 u32 read_code_point(const char** p, const char* last) {
     const u32 unit = read_unit(*p);
     *p += 4;
@@ -58,7 +58,7 @@ char* write_utf8(char* out, u32 code_point) {
     return out;
 }
 
-// Returns what a backslash and `c` stand for. A quote, a slash and a backslash stand for themselves.
+// Returns what a backslash and `c` stand for: a quote, a slash and a backslash for themselves.
 char unescape(char c) {
     switch (c) {
         case 'b':

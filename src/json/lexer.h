@@ -132,7 +132,7 @@ class Lexer {
                                               : static_cast<i32>(WIQ_ERR_JSON_BAD_TOKEN);
     }
 
-    // Scans one of the words true, false and null. The word ends before the first byte that is not a
+    // Scans one of the words true, false and null. The word ends before the first byte that is no
     // letter, so "nullx" is one invalid token.
     i32 scan_word() {
         int c = reader_.next();

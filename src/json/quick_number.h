@@ -15,12 +15,12 @@ namespace ke::json {
 
 // What the fast path knows about a number. kNone: nothing, not even that it is valid; the general
 // path must read it. kInteger and kReal: it is valid and has this value. kRealText: it is a valid
-// real whose text, up to `end`, needs the general conversion. `end` is set unless the kind is kNone.
+// real whose text, up to `end`, needs the general conversion.
 struct QuickNumber {
     enum Kind { kNone, kInteger, kReal, kRealText } kind = kNone;
-    const char* end = nullptr;
-    i64 integer = 0;  // only of kInteger
-    double real = 0;  // only of kReal
+    const char* end = nullptr;  // not of kNone
+    i64 integer = 0;            // only of kInteger
+    double real = 0;            // only of kReal
 };
 
 // A significand of up to 2^53 and powers of ten up to 10^22 are doubles without rounding. So their
@@ -99,8 +99,8 @@ inline constexpr PowersOfFive kPowersOfFive;
     int exponent = ((217706 * power) >> 16) + 63 + upper - shift + 1023;
     // The next step rounds up if the last bit is set. But a product halfway between two doubles,
     // which only these powers can give, must be rounded to the even one. So if the result would
-    // become odd, its last bit is cleared. A product is halfway if no bit after the last one is set;
-    // the 1 allows for a reciprocal that was rounded up.
+    // become odd, its last bit is cleared. A product is halfway if no bit after the last one is
+    // set; the 1 allows for a reciprocal that was rounded up.
     if (static_cast<u64>(product) <= 1 && power >= -4 && power <= 23 && (mantissa & 3) == 1 &&
         mantissa << extra == hi)
         mantissa &= ~u64{1};
@@ -116,14 +116,14 @@ struct EightDigits {
     int count;
     u64 value;
 };
-// All eight characters are examined at once, as the bytes of a number whose lowest byte is the first
-// character (so only on little-endian machines).
+// All eight characters are examined at once, as the bytes of a number whose lowest byte is the
+// first character (so only on little-endian machines).
 inline EightDigits read_eight_digits(const char* p) {
     u64 bytes = 0;
     memcpy(&bytes, p, sizeof(bytes));
     constexpr u64 kOnes = 0x0101010101010101;
-    // In `others`, the high bit of a byte is set if the character is above "9" or below "0". A carry
-    // only comes out of the byte of such a character, so all bytes up to the first one are right.
+    // In `others`, the high bit of a byte is set if the character is above "9" or below "0". Only
+    // the byte of such a character can give a carry, so all bytes up to the first one are right.
     const u64 digits = bytes ^ ('0' * kOnes);
     const u64 others = (digits | (digits + (0x7F - 9) * kOnes)) & (0x80 * kOnes);
     const int count = others == 0 ? 8 : std::countr_zero(others) / 8;

@@ -1,7 +1,7 @@
 // Class records. The record of a type is built when its first object is made, and is never freed.
-// It starts as a copy of the parent's record. Then class_base_init of each ancestor changes it, from
-// the root down, and at last the type's own class_init. While the ancestors change it, its `type` is
-// still the parent.
+// It starts as a copy of the parent's record. Then class_base_init of each ancestor changes it,
+// from the root down, and at last the type's own class_init. While the ancestors change it, its
+// `type` is still the parent.
 //
 // Each type has a lock. It is held while the parent's class is built under the parent's lock, so
 // locks are always taken from child to parent. An initialiser runs under the lock of the type that
@@ -26,8 +26,8 @@ namespace {
 
 using SizeField = size_t WiqType::*;
 
-// The sizes are read and written atomically: while this thread reads an ancestor's size, another one
-// may be replacing a 0 there by the size that it stands for. Both threads get the same result,
+// The sizes are read and written atomically: while this thread reads an ancestor's size, another
+// one may be replacing a 0 there by the size that it stands for. Both threads get the same result,
 // whichever comes first.
 std::atomic_ref<size_t> size_of(const WiqType* type, SizeField field) {
     return std::atomic_ref(const_cast<WiqType*>(type)->*field);
