@@ -14,9 +14,9 @@ namespace {
 // Links each member where growth would have left it. Members that are added one by one make the
 // table grow several times, and each growth reverses every chain (chains.h). So a member that would
 // live through an odd number of growths is put at the front of its chain here, and any other one at
-// the back. For example, let A, B and C share a chain of a table with 4 buckets. One by one, they give
-// A, then AB, after the growth to 4 buckets BA, and at last BAC. Here A and B are put at the front,
-// which gives A and BA; C is put at the back, which gives BAC.
+// the back. For example, let A, B and C share a chain of a table with 4 buckets. One by one, they
+// give A, then AB, after the growth to 4 buckets BA, and at last BAC. Here A and B are put at the
+// front, which gives A and BA; C is put at the back, which gives BAC.
 //
 // One round of the outer loop covers the members that would be added between two growths; `size` is
 // the number of buckets that the table would have at that time. The member that causes a growth is
