@@ -43,7 +43,8 @@ char* write_step(const wiq_json* node, char* end) {
     *out++ = '/';
     if (wiq_json_is_array(node->parent)) {
         char digits[kMaxDecimalDigits64];
-        memcpy(out, digits, write_index(digits, node->position.index));
+        const size_t length = write_index(digits, node->position.index);
+        memcpy(out, digits, length);
         return start;
     }
     for (const char* key = node->position.key; *key != '\0'; ++key) {
