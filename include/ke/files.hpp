@@ -197,9 +197,9 @@ status save(const text_arg& path, Write write) {
  * same directory and flushed to the disk, and then that file takes the final name in one step.
  * After a failure the old file is unchanged.
  *
- * On Linux the new file gets the permissions of the one that it replaces; if there is none, only its
- * owner may read and write it. A symbolic link is followed, and the file that it leads to is
- * replaced. What is not a file, such as a device or a named pipe, is written to as it is. On Windows
+ * On Linux the new file gets the permissions of the one that it replaces; if it replaces none, only
+ * its owner may read and write it. A symbolic link is followed, and the file that it leads to is
+ * replaced. What is not a file, such as a device or a named pipe, is written to and not replaced. On Windows
  * a symbolic link is replaced itself, and a device is a failure.
  * @return 0; a status of wiq_fopen(); WIQ_ERR_IO (-3) if the file cannot be written or replaced
  */

@@ -15,7 +15,7 @@ inline i32 resolve_index(const ArrayNode* array, i32 index) {
     return index < size ? index : -1;
 }
 
-// Returns the element that an index names, nullptr if there is none.
+// Returns the element that an index names; otherwise returns nullptr.
 inline wiq_json* elem_at(const ArrayNode* array, i32 index) {
     const i32 slot = resolve_index(array, index);
     return slot >= 0 ? elems_of(array)[slot] : nullptr;

@@ -68,10 +68,10 @@ i32 give_up_reference(wiq_json* node) {
     return count_down(node);
 }
 
-// Gives up a container's reference to a child; `weak` tells whether the container is weak. Returns
+// Drops a container's reference to a child; `weak` tells whether the container is weak. Returns
 // whether the child is to be destroyed; otherwise the child may be gone already, as another owner
-// may have freed it since. If a strong container has the only reference, the child's header is left
-// as it is, with a count of 1 and the container as parent: it is not worth writing to memory that
+// may have freed it since. If a strong container has the only reference, the child's header stays
+// unchanged, with a count of 1 and the container as parent: it is not worth writing to memory that
 // is about to be freed.
 inline bool give_up_child(bool weak, wiq_json* child) {
     if (!weak) {

@@ -99,11 +99,11 @@ void check_unread(Reader& reader, const std::string& text) {
         const std::string before = describe_location(reader.location());
         const int c = reader.next();
         EXPECT_EQ(c, expected);
-        const std::string behind = describe_location(reader.location());
+        const std::string after = describe_location(reader.location());
         reader.unread(c);
         EXPECT_EQ(describe_location(reader.location()), before);
         EXPECT_EQ(reader.next(), c);
-        EXPECT_EQ(describe_location(reader.location()), behind);
+        EXPECT_EQ(describe_location(reader.location()), after);
     }
 }
 

@@ -1,5 +1,5 @@
 // Calls of Windows and of its runtime that fail, each in its turn: the status is the one that the header states, and no
-// file is made or left behind.
+// file is created or remains.
 #include <gtest/gtest.h>
 #include <windows.h>
 
