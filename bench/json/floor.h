@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "json/escape_scan.h"
+#include "json/read/escape_scan.h"
 #include "ke_utils/containers.h"
 
 class Floor {

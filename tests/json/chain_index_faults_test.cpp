@@ -2,8 +2,8 @@
 // step, and nothing else fails.
 #include <gtest/gtest.h>
 
-#include "json/chain_index.h"
-#include "json/node.h"
+#include "json/model/chain_index.h"
+#include "json/model/node.h"
 #include "json/tree.h"
 #include "support/alloc_faults.h"
 #include "support/colliding_keys.h"

@@ -1,13 +1,13 @@
 // Nodes in chunks: each node of a parsed or copied document can be kept, replaced and released separately; a
 // chunk is freed with its last node; and a kept node keeps only a limited amount of memory.
-#include "json/chunks.h"
+#include "json/model/chunks.h"
 
 #include <gtest/gtest.h>
 #include <uv.h>
 
 #include <random>
 
-#include "json/blocks.h"
+#include "json/model/blocks.h"
 #include "json/parse_and_copy_faults.h"
 #include "json/tree.h"
 #include "support/alloc_faults.h"

@@ -1,14 +1,14 @@
 // Documents that nobody has touched are released without visiting their nodes. These tests check which calls
 // leave a document untouched, and that all memory is freed either way, including that of nodes kept by
 // others.
-#include "json/document.h"
+#include "json/model/document.h"
 
 #include <gtest/gtest.h>
 #include <uv.h>
 
 #include <functional>
 
-#include "json/blocks.h"
+#include "json/model/blocks.h"
 #include "json/parse_and_copy_faults.h"
 #include "json/tree.h"
 #include "support/alloc_faults.h"

@@ -1,6 +1,6 @@
 // Compares the scanner of plain characters with its bytewise counterpart: every byte value at every offset
 // from the start, from the end, and from the blocks that are examined together.
-#include "json/escape_scan.h"
+#include "json/read/escape_scan.h"
 
 #include <string>
 

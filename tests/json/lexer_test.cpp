@@ -1,6 +1,6 @@
 // Tokens from both readers, and from streams whose buffers end anywhere, one at a time: kind, value, status, and the
 // position after each. Then the conversions that make a token's value, with the sizes at which they change.
-#include "json/lexer.h"
+#include "json/read/lexer.h"
 
 #include <cstring>
 #include <set>

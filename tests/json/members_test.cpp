@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "json/blocks.h"
+#include "json/model/blocks.h"
 #include "json/tree.h"
 #include "ke_utils/containers.h"
 

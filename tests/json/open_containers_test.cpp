@@ -2,7 +2,7 @@
 // built by calls, and duplicate keys.
 #include <gtest/gtest.h>
 
-#include "json/open_containers.h"
+#include "json/read/open_containers.h"
 #include "json/tree.h"
 #include "support/alloc_faults.h"
 

@@ -8,7 +8,7 @@
 #include <random>
 #include <string>
 
-#include "json/quick_number.h"
+#include "json/read/quick_number.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // The two readers, byte by byte and side by side: what next() returns, the location after each byte, what can
 // be taken back, and the text of a token. Tests of only one of them follow at the end.
-#include "json/reader.h"
+#include "json/read/reader.h"
 
 #include <string>
 #include <vector>
 
 #include "json/parser_support.h"
-#include "json/stream_reader.h"
+#include "json/read/stream_reader.h"
 #include "support/alloc_faults.h"
 
 namespace {

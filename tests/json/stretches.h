@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <string>
 
-#include "json/stream_reader.h"
+#include "json/read/stream_reader.h"
 
 struct Stretches {
     std::string text;

@@ -1,6 +1,6 @@
 // Texts that are longer than the result can express. The limit, which is 2^31 - 1 bytes for users, is an
 // argument inside the library, so short texts can reach it.
-#include "json/text_limits.h"
+#include "json/model/text_limits.h"
 
 #include <gtest/gtest.h>
 
@@ -8,9 +8,9 @@
 #include <cstring>
 #include <string>
 
-#include "json/dump.h"
-#include "json/escape.h"
-#include "json/pointer_build.h"
+#include "json/navigate/pointer_build.h"
+#include "json/write/dump.h"
+#include "json/write/escape.h"
 #include "ke_utils/core.h"
 
 namespace {

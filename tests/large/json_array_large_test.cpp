@@ -1,6 +1,6 @@
 // The largest array: 2^31 - 1 elements, all of them the same node. All parts of its table of 16 GiB are
 // mappings of one piece of 256 MiB of memory, since they contain the same pointer everywhere.
-#include "json/node.h"
+#include "json/model/node.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "large/large_test.h"

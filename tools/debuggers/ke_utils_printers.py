@@ -19,7 +19,7 @@ except ImportError:
     gdb = None
     import lldb
 
-# --- A node in memory (src/json/node.h, src/json/members.h): what the library's debug information would say ---
+# --- A node in memory (src/json/model/node.h, src/json/model/members.h): what the library's debug information would say ---
 
 JSON_NULL, JSON_OBJECT, JSON_ARRAY, JSON_I64, JSON_U64, JSON_U128 = range(6)
 JSON_DOUBLE, JSON_STRING, JSON_TRUE, JSON_FALSE, JSON_REF = range(6, 11)

@@ -4,7 +4,7 @@ The list is a text file. A line "unseen: REASON" or "open: REASON" opens a group
 begins with two spaces names a mutant by its name, which is followed by words for the reader:
 
     unseen: Only speed differs: the slow way gives the same answer.
-      1f00ba12 src/json/lexer.h Lexer::scan half: a && b => a
+      1f00ba12 src/json/read/lexer.h Lexer::scan half: a && b => a
 
 "unseen" mutants cannot be told from the library by any caller; "open" mutants could be, but no test does it yet."""
 
@@ -13,12 +13,14 @@ import re
 
 
 def named(mutants):
-    """Returns a dict of name -> mutant. A name depends on file, function, operator and text, not on lines."""
+    """Returns a dict of name -> mutant. A name depends on file, function, operator and text, not on lines, and not on
+    the folder within the family."""
     seen, names = {}, {}
     for mutant in sorted(mutants, key=lambda m: (m.path, m.start, -m.end, m.operator, m.text)):
-        key = (mutant.path, mutant.function, mutant.operator, mutant.shown)
+        path = re.sub(r"^(src/[a-z]+)/.*/", r"\1/", mutant.path)
+        key = (path, mutant.function, mutant.operator, mutant.shown)
         seen[key] = seen.get(key, 0) + 1
-        text = "\0".join((mutant.path, mutant.function, mutant.operator, *mutant.shown, str(seen[key])))
+        text = "\0".join((path, mutant.function, mutant.operator, *mutant.shown, str(seen[key])))
         names[hashlib.sha256(text.encode()).hexdigest()[:8]] = mutant
     return names
 

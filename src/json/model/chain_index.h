@@ -1,0 +1,180 @@
+// An index for the long chains of an object's table. The hash of keys and the order of members are
+// part of the interface, so whoever writes a document can choose keys that all fall into one chain.
+// Such a chain gets an index beside it, so that finding a key in it takes no longer than in other
+// chains. Ordinary objects have no chain of that length.
+//
+//   buckets   ┌───┬───┬─ ─┬───┬───────┬───────┐
+//             │ * │   │   │   │ index │ first │ the table's tail (members.h); most have no index
+//             └─┬─┴───┴─ ─┴───┴───┬───┴───────┘
+//               ▼                 ▼
+//             the chain        ┌────────┬───────┬───────┬─────────┐
+//                              │ counts │ tails │ heads │ entries │ in one block
+//                              └────────┴───────┴───────┴─────────┘
+//
+// An entry stands for a member of an indexed chain. It is found by another hash of the member's
+// key, with a secret key that is drawn at random once per process. It links to the previous and the
+// next entry of the chain, so that a member can be added and removed without a walk. The bucket's
+// tail is the entry of the chain's last member, or 0 if the index does not cover the chain. The
+// head of a secret hash is the first of the entries with such a hash.
+//
+// Only functions that change the object change its index, because several threads may read one
+// object at once. A chain gets its index when a member is added to it, and keeps it until the chain
+// is empty or the table grows. An index lasts as long as the table has its size, and has room for
+// all members that such a table can hold. If the index cannot be allocated, a long chain is
+// searched step by step, and the next addition tries again.
+#pragma once
+
+#include "json/model/members.h"
+
+namespace ke::json {
+
+class ChainIndex {
+  public:
+    // Returns an empty index for a table with this number of buckets, or nullptr when out of
+    // memory.
+    static ChainIndex* make(u64 buckets);
+
+    // Returns whether the index has all members of this bucket's chain. An empty chain is not
+    // covered.
+    bool covers(u64 bucket) const { return tails()[bucket] != 0; }
+
+    // Returns the member with this key, otherwise nullptr. The key's chain must be covered.
+    Member* find(const Key& key) const;
+    // Returns the link to that member, or the null link at the end of the chain.
+    Member** link_of(const Members& members, const Key& key) const;
+    // Returns the link at the end of a covered chain.
+    Member** end_of(u64 bucket) const { return &entry(tails()[bucket])->member->next; }
+
+    // Covers a chain, which must not be empty.
+    void cover(Member* chain, u64 bucket);
+    // Adds the member that has come to the end of a covered chain.
+    void append(Member* member, u64 bucket) { append(member, bucket, secret_hash(Key(member))); }
+    // Covers a chain that growth has made from one that `old` covers: takes over the entries of the
+    // members in this bucket, in reversed order, as growth has reversed the chain.
+    void cover_reversed(const ChainIndex& old, u64 old_bucket, u64 bucket);
+    // Lets the entry of `old` stand for the member that has replaced it and has the same key.
+    void replace(const Member* old, Member* member) { entry(*entry_link_to(old))->member = member; }
+    // Takes a member out of its chain, which must be covered.
+    void unlink(Members* members, const Member* member);
+
+  private:
+    // Entries are numbered from 1; 0 means none.
+    struct Entry {
+        Member* member;
+        u32 hash;      // of the member's key, with the secret key
+        u32 link;      // the next entry with this head, or the next free one
+        u32 previous;  // in the chain
+        u32 next;      // in the chain
+    };
+
+    static u32 secret_hash(const Key& key);
+
+    void append(Member* member, u64 bucket, u32 hash);
+    const Entry* entry_of(const Key& key) const;
+
+    // The entries follow the two arrays of `buckets_` u32, which together keep the alignment of a
+    // pointer.
+    u32* tails() const { return reinterpret_cast<u32*>(const_cast<ChainIndex*>(this) + 1); }
+    u32* heads() const { return tails() + buckets_; }
+    Entry* entry(u32 number) const {
+        return reinterpret_cast<Entry*>(heads() + buckets_) + (number - 1);
+    }
+    u32* head_of(u32 hash) const { return &heads()[hash & (buckets_ - 1)]; }
+    // Returns the link, in a head or in an entry, to the member's entry. There must be one.
+    u32* entry_link_to(const Member* member) const;
+
+    u64 buckets_;
+    u32 used_;  // entries that have been in use: those with higher numbers were never touched
+    u32 free_;  // the first entry that is no longer in use
+};
+
+// Returns a table's index, or nullptr if it has not been built. A table without a tail has few members, and
+// never has one.
+inline ChainIndex* index_of(const Members& members) {
+    return has_tail(members) ? tail_of(members)->index : nullptr;
+}
+// Returns the index only if it covers this chain.
+inline ChainIndex* index_over(const Members& members, u64 bucket) {
+    ChainIndex* index = index_of(members);
+    return index != nullptr && index->covers(bucket) ? index : nullptr;
+}
+
+// Few chains have more members than this. A search passes this number of members before it asks for
+// an index.
+constexpr u32 kMaxStepsWithoutIndex = 4;
+
+// These continue a search that has passed kMaxStepsWithoutIndex members, at the next one.
+Member* find_after(const Members& members, const Key& key, Member* from);
+Member** link_after(const Members& members, const Key& key, Member** from);
+
+// As link_of(), for a key that may be added: a long chain gets an index, if there is enough memory.
+inline Member** link_to_add(const Members& members, const Key& key) {
+    Member** link = link_within(members, key, kMaxStepsWithoutIndex);
+    return *link == nullptr || has_key(*link, key) ? link : link_after(members, key, link);
+}
+
+// Returns the member with this key, or nullptr.
+inline Member* find(const Members& members, const Key& key) {
+    if (members.size == 0)
+        return nullptr;
+    Member* member = members.buckets[bucket_of(key.hash, members.mask)];
+    for (u32 left = kMaxStepsWithoutIndex; member != nullptr && !has_key(member, key); --left) {
+        if (left == 0)
+            return find_after(members, key, member);
+        member = member->next;
+    }
+    return member;
+}
+
+// Links a member at `end`, which must be the null link at the end of its chain.
+inline void link_member(Members* members, Member** end, Member* member) {
+    member->next = nullptr;
+    *end = member;
+    if (has_tail(*members)) {
+        TableTail* tail = tail_of(*members);
+        const u64 bucket = bucket_of(member->hash, members->mask);
+        if (tail->index != nullptr && tail->index->covers(bucket))
+            tail->index->append(member, bucket);
+        if (bucket < tail->first)
+            tail->first = bucket;
+    }
+    ++members->size;
+}
+
+// Adds a member to a table that has room for it and no member with the same key.
+void append_member(Members* members, Member* member);
+
+// Takes a member out of its chain and out of the object's count. The member then belongs to the
+// caller.
+inline void unlink_member(Members* members, const Member* member) {
+    const u64 bucket = bucket_of(member->hash, members->mask);
+    if (ChainIndex* index = index_over(*members, bucket))
+        index->unlink(members, member);
+    else
+        remove_from_chain(&members->buckets[bucket], member);
+    --members->size;
+}
+
+// Puts a member in the place of the one at *link, which has the same key and then belongs to the
+// caller.
+inline void replace_member(const Members& members, Member** link, Member* member) {
+    Member* old = *link;
+    member->next = old->next;
+    *link = member;
+    if (ChainIndex* index = index_over(members, bucket_of(member->hash, members.mask)))
+        index->replace(old, member);
+}
+
+// Called after a table has grown from `old_buckets` buckets, with the index that it had. Frees that
+// index. Each chain that comes from a chain it covered gets a new index if it is still long and
+// there is enough memory.
+void rebuild_index(Members* members, ChainIndex* old, u64 old_buckets);
+
+// Frees the index of a table that is about to be freed. The object may have no table.
+void free_index_of_large(const Members& members);
+inline void free_index(const Members& members) {
+    if (members.mask >= kMinBucketsWithTail - 1) [[unlikely]]
+        free_index_of_large(members);
+}
+
+}  // namespace ke::json

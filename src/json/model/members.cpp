@@ -1,0 +1,63 @@
+// Builds an object's table from a list of members whose number is known. members.h explains the
+// table.
+
+#include "json/model/members.h"
+
+#include <bit>
+
+#include "json/model/chain_index.h"
+
+namespace ke::json {
+
+namespace {
+
+// Links each member where growth would have left it. Members that are added one by one make the
+// table grow several times, and each growth reverses every chain (chains.h). So a member that would
+// live through an odd number of growths is put at the front of its chain here, and any other one at
+// the back. For example, let A, B and C share a chain of a table with 4 buckets. One by one, they
+// give A, then AB, after the growth to 4 buckets BA, and at last BAC. Here A and B are put at the
+// front, which gives A and BA; C is put at the back, which gives BAC.
+//
+// One round of the outer loop covers the members that would be added between two growths; `size` is
+// the number of buckets that the table would have at that time. The member that causes a growth is
+// linked before it (insert_member() in object.cpp), so it is the last of its round: a table of 2
+// buckets grows when the second member is added, so the first round has two members. `count` is
+// above the load limit of all smaller tables, so only the last round is incomplete.
+template <class LinkOf>
+inline bool build_with(Members* members, Member* const* list, u64 count, LinkOf link_of_key) {
+    const u64 buckets = u64{members->mask} + 1;
+    bool in_front = std::countr_zero(buckets) % 2 == 0;
+    u64 i = 0;
+    for (u64 size = 2; i < count; size *= 2) {
+        const u64 round_end = size == buckets ? count : load_limit(size) + 1;
+        for (; i < round_end; ++i) {
+            Member* member = list[i];
+            Member** end = link_of_key(*members, Key(member));
+            if (*end != nullptr)
+                return false;
+            Member** link =
+                in_front ? &members->buckets[bucket_of(member->hash, members->mask)] : end;
+            member->next = *link;
+            *link = member;
+        }
+        in_front = !in_front;
+    }
+    members->size = static_cast<u32>(count);
+    return true;
+}
+
+}  // namespace
+
+// A chain without an index is searched step by step, so a large table with many keys in one chain
+// would take quadratic time. The limit prevents that: at a link that does not end the chain,
+// build_with() gives up. Tables without a tail are small and need no limit.
+bool build_table(Members* members, Member* const* list, u64 count) {
+    if (members->mask < kMinBucketsWithTail - 1)
+        return build_with(members, list, count,
+                          [](const Members& in, const Key& key) { return link_of(in, key); });
+    return build_with(members, list, count, [](const Members& in, const Key& key) {
+        return link_within(in, key, kMaxChainWithoutIndex);
+    });
+}
+
+}  // namespace ke::json

@@ -1,0 +1,383 @@
+// Reference counts and the release of whole trees.
+//
+// Releasing a tree needs neither recursion nor memory. A dying container remembers in its own
+// fields which children are left (begin_emptying()):
+//
+//   an array with a table     `size` counts down: the slots before it are left
+//   an object with a table    `size` is the number of buckets that are left, and counts down
+//   a large container         the table is freed, and a chain links the children that are left
+//
+// The `parent` of a dying container, which it no longer needs, leads back to the dying container
+// from which it was taken. The order is that of a recursive release: the whole subtree of a child
+// before the next child.
+
+#include "json/model/refcount.h"
+
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <cstdlib>
+
+#include "json/model/blocks.h"
+#include "json/model/chain_index.h"
+#include "json/model/table.h"
+
+namespace ke::json {
+namespace {
+
+// Added to the count of a container while it is being emptied. A weak container in its subtree may
+// hold a reference to it. When that is given up, the count stays far above 0, so the container is
+// not released a second time.
+constexpr i32 kDying = 1 << 30;
+
+void set_count(wiq_json* node, i32 count) {
+    std::atomic_ref<i32>(node->refcount).store(count, std::memory_order_relaxed);
+}
+
+void add_to_count(wiq_json* node, i32 difference) {
+    std::atomic_ref<i32>(node->refcount).fetch_add(difference, std::memory_order_relaxed);
+}
+
+// Returns whether a node with this count is to be destroyed. A node that has a parent never is: its
+// parent has a reference. If its count is 0 all the same, somebody has given up one reference too
+// many, and the count is set back to 1.
+bool is_dead(wiq_json* node, i32 count) {
+    if (count > 0) {
+        return false;
+    }
+    if (node->parent != nullptr) {
+        set_count(node, 1);
+        return false;
+    }
+    return true;
+}
+
+// Returns whether the caller's own reference is the only one. Nobody else can change the count
+// then, so the usual case, a value with one owner, needs no locked instruction. Acquire order:
+// whatever other owners did before they gave up their references happens before the node is freed.
+bool has_one_owner(wiq_json* node) {
+    return std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire) == 1;
+}
+
+// Gives up a reference and returns the count that is left.
+i32 give_up_reference(wiq_json* node) {
+    if (has_one_owner(node)) {
+        set_count(node, 0);
+        return 0;
+    }
+    return count_down(node);
+}
+
+// Drops a container's reference to a child; `weak` tells whether the container is weak. Returns
+// whether the child is to be destroyed; otherwise the child may be gone already, as another owner
+// may have freed it since. If a strong container has the only reference, the child's header stays
+// unchanged, with a count of 1 and the container as parent: it is not worth writing to memory that
+// is about to be freed.
+inline bool give_up_child(bool weak, wiq_json* child) {
+    if (!weak) {
+        if (has_one_owner(child)) {
+            return true;
+        }
+        // This must come before the reference is given up.
+        unlink_from_parent(child);
+    }
+    return is_dead(child, give_up_reference(child));
+}
+
+// Sorts the members of a table roughly by address: afterwards the members of bucket i lie before
+// those of bucket i + 1 in memory, and the table is no longer a hash table. Freeing blocks in the
+// order of their hashes costs the allocator several times as much as in the order of addresses.
+void order_by_address(const Members& members) {
+    Member* all = nullptr;
+    u64 lowest = UINT64_MAX;
+    u64 highest = 0;
+    for (u64 bucket = 0; bucket <= members.mask; ++bucket) {
+        if (is_large(members.mask)) {
+            fetch_ahead(members.buckets, members.mask, bucket);
+        }
+        for (Member* member = members.buckets[bucket]; member != nullptr;) {
+            Member* next = member->next;
+            member->next = all;
+            all = member;
+            lowest = std::min(lowest, reinterpret_cast<u64>(member));
+            highest = std::max(highest, reinterpret_cast<u64>(member));
+            member = next;
+        }
+        members.buckets[bucket] = nullptr;
+    }
+    // The shift leaves no more bits than the mask has, so the bucket is always in the table.
+    const int shift = std::max(0, static_cast<int>(std::bit_width(highest - lowest)) -
+                                      static_cast<int>(std::bit_width(members.mask)));
+    while (all != nullptr) {
+        Member* next = all->next;
+        Member** bucket = &members.buckets[(reinterpret_cast<u64>(all) - lowest) >> shift];
+        all->next = *bucket;
+        *bucket = all;
+        all = next;
+    }
+}
+
+// Freeing a large block makes malloc consolidate every free small block. So a container with many
+// children is turned into a chain of them before it is emptied, and its table is freed first, while
+// there are few free small blocks. Then the chain takes the place of the table's address, and one
+// of these values that of an object's mask or an array's capacity.
+constexpr u32 kChainedMembers = UINT32_MAX;
+constexpr i32 kChainedElems = -1;
+static_assert(kMaxBuckets - 1 < kChainedMembers, "no table has this mask");
+// A container is turned into a chain if it has more than kMaxInlineSlots children. No table in a
+// node's block holds so many, so the table is freed without asking is_inline().
+static_assert(load_limit(kMaxInlineSlots) <= kMaxInlineSlots);
+
+// Turns an object's table into a chain, roughly in the order of falling addresses.
+void chain_members(Members* members) {
+    order_by_address(*members);
+    Member* chain = nullptr;
+    for (u64 bucket = 0; bucket <= members->mask; ++bucket) {
+        for (Member* member = members->buckets[bucket]; member != nullptr;) {
+            Member* next = member->next;
+            member->next = chain;
+            chain = member;
+            member = next;
+        }
+    }
+    free_index(*members);
+    std::free(members->buckets);
+    members->chain = chain;
+    members->mask = kChainedMembers;
+}
+
+// Turns an array's table into a chain, the last element first. The elements are linked by their
+// `position`, so this is not for a weak array: there `position` belongs to the element's parent.
+void chain_elems(Elements* elems) {
+    wiq_json* chain = nullptr;
+    for (i32 i = 0; i < elems->size; ++i) {
+        elems->data[i]->position.next = chain;
+        chain = elems->data[i];
+    }
+    std::free(elems->data);
+    elems->chain = chain;
+    elems->capacity = kChainedElems;
+}
+
+// Prepares a container for take_next_child(). From here on the fields have the meanings that the
+// top of this file lists. A large weak array keeps its table.
+void begin_emptying(wiq_json* node) {
+    if (node->type == kJsonArray) {
+        Elements& elems = as<ArrayNode>(node)->elems;
+        if (elems.size > static_cast<i32>(kMaxInlineSlots) && !is_weak(node)) {
+            chain_elems(&elems);
+        }
+        return;
+    }
+    Members& members = as<ObjectNode>(node)->members;
+    if (members.size > kMaxInlineSlots) {
+        chain_members(&members);
+    } else {
+        members.size = members.buckets != nullptr ? members.mask + 1 : 0;
+    }
+}
+
+// Frees nodes one after another. Neighbours in one chunk are released together, by one change of
+// the chunk's count.
+class FreedNodes {
+  public:
+    FreedNodes() = default;
+    FreedNodes(const FreedNodes&) = delete;
+    FreedNodes& operator=(const FreedNodes&) = delete;
+    ~FreedNodes() { flush(); }
+
+    void add(wiq_json* node) {
+        if (node->in_chunk == 0) {
+            free_node_outside_chunks(node);
+            return;
+        }
+        Chunk* const* mark = mark_of(node);
+        if (mark != mark_) {
+            mark_ = mark;
+            if (*mark != chunk_) {
+                flush();
+                chunk_ = *mark;
+            }
+        }
+        ++blocks_;
+    }
+
+  private:
+    void flush() {
+        if (blocks_ != 0) {
+            release_blocks(chunk_, blocks_);
+        }
+        blocks_ = 0;
+    }
+
+    // The mark of the last node. If the next node has the same mark, the chunk's address need not
+    // be read from memory. The blocks that are counted keep their chunk alive, so no mark of
+    // another chunk can have this address meanwhile.
+    Chunk* const* mark_ = nullptr;
+    Chunk* chunk_ = nullptr;  // the chunk of the blocks that are counted
+    u64 blocks_ = 0;          // counted, but not released yet
+};
+
+// These take the next child out of what is left of a container; nullptr if nothing is left.
+wiq_json* take_next_elem(Elements& elems) {
+    if (elems.capacity != kChainedElems) {
+        return elems.size > 0 ? elems.data[--elems.size] : nullptr;
+    }
+    wiq_json* elem = elems.chain;
+    if (elem != nullptr) {
+        elems.chain = elem->position.next;
+    }
+    return elem;
+}
+
+Member* take_next_member(Members& members) {
+    if (members.mask == kChainedMembers) {
+        Member* member = members.chain;
+        if (member != nullptr) {
+            members.chain = member->next;
+        }
+        return member;
+    }
+    for (; members.size != 0; --members.size) {
+        Member* member = members.buckets[members.size - 1];
+        if (member != nullptr) {
+            members.buckets[members.size - 1] = member->next;
+            return member;
+        }
+    }
+    return nullptr;
+}
+
+// Takes a child out of a container that is being emptied, and frees its member. Returns nullptr
+// when no child is left.
+wiq_json* take_next_child(wiq_json* node) {
+    if (node->type == kJsonArray) {
+        return take_next_elem(as<ArrayNode>(node)->elems);
+    }
+    Member* member = take_next_member(as<ObjectNode>(node)->members);
+    if (member == nullptr) {
+        return nullptr;
+    }
+    // Frees the member while the child is alive: its header tells who owns the block.
+    wiq_json* child = member->child;
+    free_member(member);
+    return child;
+}
+
+// Takes the record from a root that dies, if it has one. If the document is untouched, everything
+// below the root is freed at once. Returns whether that was done.
+bool release_document(wiq_json* root) {
+    Document* document = take_document(root);
+    // Relaxed order is enough, see touch() in document.h.
+    if (document != nullptr && !document->touched.load(std::memory_order_relaxed)) {
+        free_document(document);
+        return true;
+    }
+    leave_touched_document(document);
+    return false;
+}
+
+// Releases the children of a container that is about to be freed or emptied, and everything below
+// them that dies with them. Afterwards the container's fields mean nothing until the caller calls
+// drop_table(), which must come next.
+void release_children(wiq_json* top) {
+    if (release_document(top)) {
+        return;
+    }
+    FreedNodes freed;
+    add_to_count(top, kDying);
+    begin_emptying(top);
+    wiq_json* node = top;
+    for (;;) {
+        // `node` is the dying container that is being emptied; `top` is the outermost one. The
+        // others were taken out of their containers, to which their `parent` leads.
+        wiq_json* child = take_next_child(node);
+        if (child == nullptr) {
+            if (node == top) {
+                break;
+            }
+            drop_table(node);
+            wiq_json* up = node->parent;
+            freed.add(node);
+            node = up;
+        } else if (give_up_child(is_weak(node), child)) {
+            if (!is_container(child)) {
+                freed.add(child);
+            } else if (has_document(child) && release_document(child)) {
+                // This child is a root that still has its record, so its last owner was a weak
+                // container: a strong one would have taken the record away (touch_to_attach()).
+                // Everything below the child is freed now.
+                drop_table(child);
+                freed.add(child);
+            } else {
+                // Nobody else holds the child, so its count and parent can serve the release. The
+                // loop goes down into it.
+                set_count(child, kDying);
+                child->parent = node;
+                begin_emptying(child);
+                node = child;
+            }
+        }
+    }
+    add_to_count(top, -kDying);
+}
+
+}  // namespace
+
+void release_child(const wiq_json* container, wiq_json* child) {
+    if (give_up_child(is_weak(container), child)) {
+        wiq_json_delete_impl(child);
+    }
+}
+
+void release_if_unreferenced(wiq_json* node) {
+    const i32 count = std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire);
+    if (is_dead(node, count)) {
+        wiq_json_delete_impl(node);
+    }
+}
+
+void hand_over_child(const wiq_json* container, wiq_json* child) {
+    touch(child);
+    if (child->parent == container) {
+        unlink_from_parent(child);
+    }
+    count_down(child);
+}
+
+}  // namespace ke::json
+
+using namespace ke::json;
+
+void wiq_json_ref(wiq_json_t* node) {
+    if (node != nullptr) {
+        count_up(node);
+    }
+}
+
+void wiq_json_unref(wiq_json_t* node) {
+    if (node != nullptr && is_dead(node, give_up_reference(node))) {
+        wiq_json_delete_impl(node);
+    }
+}
+
+void wiq_json_delete_impl(wiq_json_t* node) {
+    if (node != nullptr) {
+        wiq_json_finalize(node);
+        free_node(node);
+    }
+}
+
+void wiq_json_finalize(wiq_json_t* node) {
+    if (node == nullptr) {
+        return;
+    }
+    if (is_container(node)) {
+        release_children(node);
+        drop_table(node);
+    } else if (node->type == kJsonString || node->type == kJsonRef) {
+        // The text itself lies in the node's block and is freed with it.
+        as<TextNode>(node)->text = nullptr;
+        as<TextNode>(node)->length = 0;
+    }
+}

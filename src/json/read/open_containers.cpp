@@ -1,0 +1,296 @@
+// Collects the children of open containers, and makes each container when it closes.
+// open_containers.h explains why it is not made earlier, and when it is.
+//
+// Each child has exactly one owner at all times: elems_, members_ or the table of its container. So
+// ~OpenContainers() can release whatever a failure leaves. While the document is being made, nobody
+// else knows its nodes, so children are moved without changing their counts, which are 1.
+//
+// A block that is listed in the document's record may be freed here in two cases only: after a
+// failure, because the record is then dropped without freeing what it lists; and after the document
+// was touched, because a touched document never frees what its record lists.
+
+#include "json/read/open_containers.h"
+
+#include "json/model/table.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+namespace ke::json {
+
+namespace {
+
+// Returns the string of a member that makes its object a reference, nullptr if the member does not.
+const TextNode* uri_of(const Member* member) {
+    const bool is_reference = member->child->type == kJsonString &&
+                              std::string_view(member->key(), member->key_length()) == "$ref";
+    return is_reference ? as<TextNode>(member->child) : nullptr;
+}
+
+// Releases a node while its document is still being made; nullptr is ignored. Freeing the node does
+// not touch the document, because nobody else knows the node yet. (Releasing the children of a
+// container may touch it. That costs time when the document is released, but it is correct.)
+void discard(wiq_json* node) {
+    wiq_json_finalize(node);
+    if (node != nullptr)
+        drop_node(node);
+}
+
+}  // namespace
+
+OpenContainers::~OpenContainers() {
+    for (; !frames_.empty(); frames_.pop()) {
+        const Frame& frame = frames_.top();
+        // The container's own member is in neither members_ nor a table yet, so nothing else frees
+        // it.
+        if (member_has_own_block(frame))
+            free(frame.member);
+        discard_frame(frame);
+    }
+}
+
+// Returns whether the container was made early and has a member outside the node's block.
+bool OpenContainers::member_has_own_block(const Frame& frame) {
+    return frame.member != nullptr && has_own_block(frame.node);
+}
+
+// Releases a container's children and the container, if it is made. The container's own member is
+// kept for the caller if it has a block of its own.
+//
+// replace_by_reference() calls this without a failure, so the document must be touched if a listed
+// member is freed. The member "$ref" is listed only if its node is large, because its key is short.
+// A large node has a chunk of its own, and freeing that chunk touches the document.
+void OpenContainers::discard_frame(const Frame& frame) {
+    for (size_t i = count_of(frame); i-- != 0;) {
+        if (frame.type == kJsonArray) {
+            discard(elems_of(frame)[i]);
+        } else {
+            Member* member = members_of(frame)[i];
+            // The member first: free_member() reads the header of the child.
+            wiq_json* child = member->child;
+            free_member(member);
+            discard(child);
+        }
+    }
+    forget_children(frame);
+    discard(frame.node);
+}
+
+i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_keys) {
+    Frame frame = {nullptr, nullptr,        key != nullptr ? *key : Key(nullptr, 0, 0), 0,
+                   type,    key != nullptr, unique_keys && type == kJsonObject};
+    // `first` is still 0, so this is the number of all children that wait in the list of this kind.
+    frame.first = count_of(frame);
+    const bool early = frame.own_table || (key != nullptr && !key_stays);
+    if (early && make_empty(&frame, chunks()) != 0)
+        return WIQ_ERR_NO_MEMORY;
+    if (frames_.push(frame))
+        return 0;
+    if (member_has_own_block(frame))
+        free(frame.member);
+    wiq_json_delete_impl(frame.node);
+    return WIQ_ERR_NO_MEMORY;
+}
+
+// Makes a container without a table, and its member with a copy of the key. From then on the
+// frame's key points to this copy. Returns 0, or WIQ_ERR_NO_MEMORY with `node` and `key` unchanged.
+i32 OpenContainers::make_empty(Frame* frame, Chunks* chunks) {
+    const Key* key = frame->is_member ? &frame->key : nullptr;
+    wiq_json* node = frame->type == kJsonObject
+                         ? static_cast<wiq_json*>(new_object(0, 0, key, chunks))
+                         : new_array(0, 0, key, chunks);
+    if (node == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    if (key != nullptr) {
+        frame->member = member_for(node, *key, chunks);
+        if (frame->member == nullptr) {
+            free_node(node);
+            return WIQ_ERR_NO_MEMORY;
+        }
+        frame->key = Key(frame->member);
+    }
+    frame->node = node;
+    return 0;
+}
+
+// As above, for the innermost container, which already has children. They stay in elems_ or
+// members_, but the new node becomes their parent.
+i32 OpenContainers::make_and_adopt(Frame* frame) {
+    if (make_empty(frame, chunks_of_top()) != 0)
+        return WIQ_ERR_NO_MEMORY;
+    const size_t count = count_of(*frame);
+    for (size_t i = 0; i < count; ++i) {
+        if (frame->type == kJsonArray) {
+            link_to_parent(as<ArrayNode>(frame->node), static_cast<i32>(i), elems_of(*frame)[i]);
+        } else {
+            Member* member = members_of(*frame)[i];
+            link_to_parent(as<ObjectNode>(frame->node), member, member->child);
+        }
+    }
+    return 0;
+}
+
+i32 OpenContainers::close(wiq_json** root) {
+    Frame& frame = frames_.top();
+    if (frame.type == kJsonObject) {
+        const TextNode* uri = reference_in(frame);
+        if (uri != nullptr)
+            return replace_by_reference(uri, root);
+    }
+    const i32 status = frame.type == kJsonArray ? finish_array(&frame) : finish_object(&frame);
+    if (status != 0)
+        return status;
+    // If a key came twice, an object that had several members may have only one now. Then its table
+    // is not listed, so it may be freed with the object.
+    const TextNode* uri = frame.own_table ? reference_in(frame) : nullptr;
+    if (uri != nullptr)
+        return replace_by_reference(uri, root);
+    // pop() only lowers the stack's size: the frame stays readable until another one is pushed, and
+    // nothing below pushes one.
+    frames_.pop();
+    forget_children(frame);
+    return give_to_outer(frame.node, frame.member, frame, root);
+}
+
+// Gives a node to the container around a frame that is closed, or to *root.
+i32 OpenContainers::give_to_outer(wiq_json* node, Member* member, const Frame& frame,
+                                  wiq_json** root) {
+    if (!frames_.empty())
+        return give(node, member, frame.is_member ? &frame.key : nullptr);
+    *root = node;
+    return 0;
+}
+
+// Lists the table of the innermost container, unless it is the root's, which is freed with the
+// root. Returns false when out of memory. It must be called while either the table is empty or no
+// child of the frame waits in elems_ or members_, so that a failure leaves every child with one
+// owner.
+bool OpenContainers::list_table_of(const Frame& frame) {
+    return frames_.size() == 1 || list_table(&chunks_, frame.node);
+}
+
+i32 OpenContainers::finish_array(Frame* frame) {
+    const size_t count = count_of(*frame);
+    if (count > INT32_MAX)
+        return WIQ_ERR_NO_MEMORY;
+    const i32 size = static_cast<i32>(count);
+    wiq_json** const children = elems_of(*frame);
+    if (frame->node == nullptr) {
+        ArrayNode* array =
+            new_array(size, 0, frame->is_member ? &frame->key : nullptr, chunks_of_top());
+        if (array == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+        frame->node = array;
+        // Not made early, so there are so few children that the table follows the node in its
+        // block, and need not be listed.
+        for (i32 i = 0; i < size; ++i)
+            link_to_parent(array, i, children[i]);
+    }
+    if (size == 0)
+        return 0;
+    Elements& elems = as<ArrayNode>(frame->node)->elems;
+    if (elems.data == nullptr) {
+        elems.data = static_cast<wiq_json**>(malloc(count * sizeof(wiq_json*)));
+        if (elems.data == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+        elems.capacity = size;
+        if (!list_table_of(*frame))
+            return WIQ_ERR_NO_MEMORY;
+    }
+    memcpy(elems.data, children, count * sizeof(wiq_json*));
+    elems.size = size;
+    return 0;
+}
+
+i32 OpenContainers::finish_object(Frame* frame) {
+    const size_t count = count_of(*frame);
+    // The members of such an object are in the table already, and know their parent.
+    if (frame->own_table)
+        return list_table_of(*frame) ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
+    if (count > load_limit(kMaxBuckets))
+        return WIQ_ERR_NO_MEMORY;
+    const u64 buckets = count == 0 ? 0 : grown_buckets(count);
+    const bool early = frame->node != nullptr;
+    if (early) {
+        if (buckets != 0 && make_table(as<ObjectNode>(frame->node), buckets) != 0)
+            return WIQ_ERR_NO_MEMORY;
+        if (!list_table_of(*frame))
+            return WIQ_ERR_NO_MEMORY;
+    } else {
+        frame->node =
+            new_object_with(buckets, 0, frame->is_member ? &frame->key : nullptr, chunks_of_top());
+        if (frame->node == nullptr)
+            return WIQ_ERR_NO_MEMORY;
+    }
+    auto* obj = as<ObjectNode>(frame->node);
+    Member** const members = members_of(*frame);
+    if (count != 0 && !build_table(&obj->members, members, count))
+        return finish_with_duplicates(frame);
+    // An index is never listed, so an untouched document would not free it.
+    if (index_of(obj->members) != nullptr)
+        chunks_.touch_document();
+    // The children of a container that was made early know it already.
+    for (size_t i = 0; i < count && !early; ++i)
+        link_to_parent(obj, members[i], members[i]->child);
+    return 0;
+}
+
+// Fills an object's table by adding the members one by one, so that later members replace earlier
+// ones with the same key. attach_member() also links each child to its parent. If an insertion
+// fails, the members that are not in the table yet stay in members_.
+//
+// build_table() also refuses members that share a long chain. They come here, too, and the table
+// gets an index.
+i32 OpenContainers::finish_with_duplicates(Frame* frame) {
+    // The table may be listed and is freed now; replaced members and their children are freed, too.
+    // So the record must never free what it lists. The touch is not lost: the first chunk is too
+    // small for two members, so the document already has a record.
+    chunks_.touch_document();
+    drop_table(frame->node);
+    auto* obj = as<ObjectNode>(frame->node);
+    Member** const members = members_of(*frame);
+    const size_t count = count_of(*frame);
+    frame->own_table = true;
+    size_t done = 0;
+    while (done < count && attach_member(obj, members[done], members[done]->child) == 0)
+        ++done;
+    memmove(members, members + done, (count - done) * sizeof(Member*));
+    members_.truncate(members_.size() - done);
+    return done == count ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
+}
+
+// Returns the string of an object's only member if that makes the object a reference, otherwise
+// nullptr.
+const TextNode* OpenContainers::reference_in(const Frame& frame) {
+    if (frame.own_table) {
+        const auto* obj = as<ObjectNode>(frame.node);
+        return size_of(obj) == 1 ? uri_of(first_member(obj)) : nullptr;
+    }
+    return count_of(frame) == 1 ? uri_of(members_of(frame)[0]) : nullptr;
+}
+
+// Closes the innermost object, whose only member holds `uri`, and gives a reference to the outer
+// container in its place. The reference gets the object's key, if there is one.
+i32 OpenContainers::replace_by_reference(const TextNode* uri, wiq_json** root) {
+    const Frame& frame = frames_.top();
+    wiq_json* reference = new_text_node(kJsonRef, uri->text, uri->length,
+                                        frame.is_member ? &frame.key : nullptr, chunks_of_top());
+    if (reference == nullptr)
+        return WIQ_ERR_NO_MEMORY;
+    Member* member = member_has_own_block(frame) ? frame.member : nullptr;
+    if (member == nullptr && frame.is_member && has_own_block(reference)) {
+        member = member_for(reference, frame.key, &chunks_);
+        if (member == nullptr) {
+            free_node(reference);
+            return WIQ_ERR_NO_MEMORY;
+        }
+    }
+    // This may free `uri`, and the text of the frame's key. The reference has copied `uri`; it or
+    // `member` has copied the key, and give() reads only the key's length from here on.
+    discard_frame(frame);
+    frames_.pop();
+    return give_to_outer(reference, member, frame, root);
+}
+
+}  // namespace ke::json

@@ -1,0 +1,175 @@
+// The containers that the parser has opened and not closed yet. A container is made when it closes,
+// with its table after it in one block, because only then is the size of its table known. Until
+// then its children wait in a list, in the order in which they came.
+//
+//   frames           one for each open container: its type, its key, where its children begin
+//   elems, members   the children of the outermost container, then those of the next one, ...
+//
+// For example, after `{"a": [1, 2` there are two frames, the object's and the array's. The nodes 1
+// and 2 wait in elems; members is empty, as "a" gets its member when the array closes.
+//
+// Some containers are made earlier, and from then on their children have them as parent:
+//   - one with more children than a table in the node's block can hold;
+//   - one whose key lies in memory that the next token overwrites;
+//   - an object whose keys must be unique. Its members go into its own table at once.
+//
+// "To list" a block always means to enter it in the document's record (document.h), which frees an
+// untouched document without visiting its nodes.
+#pragma once
+
+#include "containers/small_stack.h"
+#include "json/model/blocks.h"
+#include "json/model/make.h"
+#include "json/model/object.h"
+
+namespace ke::json {
+
+class OpenContainers {
+  public:
+    OpenContainers() = default;
+    OpenContainers(const OpenContainers&) = delete;
+    OpenContainers& operator=(const OpenContainers&) = delete;
+    // Releases everything that is open.
+    ~OpenContainers();
+
+    bool empty() const { return frames_.empty(); }
+    bool in_object() { return frames_.top().type == kJsonObject; }
+
+    // Returns where the memory of the next value comes from: nullptr for the root, which has a
+    // block of its own.
+    Chunks* chunks() { return frames_.empty() ? nullptr : &chunks_; }
+    // The same if a container is open.
+    Chunks* chunks_of_children() { return &chunks_; }
+
+    // Opens a container. If it is to be a member, `key` is its key, and `key_stays` tells whether
+    // the key's text outlives the next token. Returns 0 or WIQ_ERR_NO_MEMORY.
+    i32 open(u16 type, const Key* key, bool key_stays, bool unique_keys);
+
+    // Gives a new node to the innermost container. With a key, it becomes a member, and the node
+    // must have been made with this key. Returns 0 or WIQ_ERR_NO_MEMORY; in both cases the node no
+    // longer belongs to the caller.
+    i32 add(wiq_json* node, const Key* key) {
+        // Such a node has no member in its block, so the member needs memory.
+        if (key != nullptr && has_own_block(node))
+            return give(node, nullptr, key);
+        node->refcount = 1;
+        return key != nullptr ? give_member(frames_.top(), node, member_for(node, *key))
+                              : give_elem(frames_.top(), node);
+    }
+
+    // Returns whether the innermost container has a member with this key. It must be an object
+    // whose keys must be unique.
+    bool has_member(const Key& key) {
+        return find(as<ObjectNode>(frames_.top().node)->members, key) != nullptr;
+    }
+
+    // Closes the innermost container and gives it to the one around it, or to *root. An object
+    // whose only member is "$ref" with a string becomes a reference. Returns 0 or
+    // WIQ_ERR_NO_MEMORY.
+    i32 close(wiq_json** root);
+
+    // Gives the document's record to its root. Called when every container is closed. Without this
+    // call, the destructor drops the record and frees none of the blocks that it lists.
+    void give_document_to(wiq_json* root) { give_document(&chunks_, root); }
+
+  private:
+    struct Frame {
+        wiq_json* node;  // nullptr until it is made
+        Member* member;  // the container's own; nullptr unless it was made early and is a member
+        Key key;         // the container's own, if it is a member
+        size_t first;    // where its children begin in elems_ or members_
+        u16 type;
+        bool is_member;
+        bool own_table;  // its members are in its own table, not in members_
+    };
+
+    wiq_json** elems_of(const Frame& array) { return elems_.data() + array.first; }
+    Member** members_of(const Frame& obj) { return members_.data() + obj.first; }
+    size_t count_of(const Frame& frame) const {
+        return (frame.type == kJsonArray ? elems_.size() : members_.size()) - frame.first;
+    }
+    void forget_children(const Frame& frame) {
+        if (frame.type == kJsonArray)
+            elems_.truncate(frame.first);
+        else
+            members_.truncate(frame.first);
+    }
+
+    // Gives a node to the innermost container. With a key it becomes a member; `member` is nullptr
+    // if the member shares the node's block or is still to be made. Returns 0 or WIQ_ERR_NO_MEMORY;
+    // in both cases node and member no longer belong to the caller.
+    i32 give(wiq_json* node, Member* member, const Key* key);
+    // As above, for a node whose count is set and whose member, if it is to have one, is made. If
+    // the container now has more children than a table in its node's block can hold, its node is
+    // made.
+    i32 give_elem(Frame& array, wiq_json* node);
+    i32 give_member(Frame& obj, wiq_json* node, Member* member);
+
+    // Returns where the memory of the innermost open container itself comes from: nullptr if it is
+    // the root.
+    Chunks* chunks_of_top() { return frames_.size() == 1 ? nullptr : &chunks_; }
+
+    static i32 make_empty(Frame* frame, Chunks* chunks);
+    i32 make_and_adopt(Frame* frame);
+
+    bool list_table_of(const Frame& frame);
+    i32 finish_array(Frame* frame);
+    i32 finish_object(Frame* frame);
+    i32 finish_with_duplicates(Frame* frame);
+    const TextNode* reference_in(const Frame& frame);
+    i32 replace_by_reference(const TextNode* uri, wiq_json** root);
+
+    i32 give_to_outer(wiq_json* node, Member* member, const Frame& frame, wiq_json** root);
+    void discard_frame(const Frame& frame);
+    static bool member_has_own_block(const Frame& frame);
+
+    Chunks chunks_;
+    SmallStack<Frame, 32> frames_;
+    SmallStack<wiq_json*, 2048> elems_;
+    SmallStack<Member*, 1024> members_;
+};
+
+inline i32 OpenContainers::give(wiq_json* node, Member* member, const Key* key) {
+    Frame& frame = frames_.top();
+    node->refcount = 1;
+    if (key == nullptr)
+        return give_elem(frame, node);
+    if (member == nullptr)
+        member = member_for(node, *key, &chunks_);
+    if (member == nullptr) {
+        wiq_json_delete_impl(node);
+        return WIQ_ERR_NO_MEMORY;
+    }
+    return give_member(frame, node, member);
+}
+
+inline i32 OpenContainers::give_elem(Frame& array, wiq_json* node) {
+    if (!elems_.push(node)) {
+        wiq_json_delete_impl(node);
+        return WIQ_ERR_NO_MEMORY;
+    }
+    const size_t count = elems_.size() - array.first;
+    if (array.node == nullptr)
+        return count > kMaxInlineSlots ? make_and_adopt(&array) : 0;
+    link_to_parent(as<ArrayNode>(array.node), static_cast<i32>(count - 1), node);
+    return 0;
+}
+
+inline i32 OpenContainers::give_member(Frame& obj, wiq_json* node, Member* member) {
+    // free_member() needs the child, too, if the member cannot be kept.
+    member->child = node;
+    const bool kept = obj.own_table ? attach_member(as<ObjectNode>(obj.node), member, node) == 0
+                                    : members_.push(member);
+    if (!kept) {
+        free_member(member);
+        wiq_json_delete_impl(node);
+        return WIQ_ERR_NO_MEMORY;
+    }
+    if (obj.node != nullptr)
+        link_to_parent(as<ObjectNode>(obj.node), member, node);
+    else if (members_.size() - obj.first > load_limit(kMaxInlineSlots))
+        return make_and_adopt(&obj);
+    return 0;
+}
+
+}  // namespace ke::json
