@@ -38,6 +38,11 @@ void add_parsing(const Corpus& corpus) {
             Library::release(Library::parse(text));
         state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(strlen(text)));
     });
+}
+
+template <class Library>
+void add_memory(const Corpus& corpus) {
+    const char* text = corpus.text.c_str();
     add("heap", corpus.name, Library::kName, [text](benchmark::State& state) {
         size_t bytes = 0;
         for (auto _ : state) {
@@ -238,7 +243,37 @@ void add_all() {
 #endif
 }
 
+template <class Library>
+void add_memory() {
+    for (const Corpus& corpus : corpora()) {
+        if (takes<Library>(corpus))
+            add_memory<Library>(corpus);
+    }
+}
+
+// Added after everything else, so that it also runs last: heap_of() starts a thread, and malloc() and free() take
+// locks from the first thread on.
+void add_memory_of_all() {
+    add_memory<Ke>();
+#if defined(KE_BENCH_JSONC)
+    add_memory<JsonC>();
+#endif
+#if defined(KE_BENCH_CJSON)
+    add_memory<CJson>();
+#endif
+#if defined(KE_BENCH_RAPIDJSON)
+    add_memory<Rapid>();
+    add_memory<RapidPool>();
+#endif
+#if defined(KE_BENCH_NLOHMANN)
+    add_memory<Nlohmann>();
+#endif
+#if defined(KE_BENCH_BOOST)
+    add_memory<Boost>();
+#endif
+}
+
 // Runs before main(), which the benchmark library defines.
-[[maybe_unused]] const bool added = (add_all(), true);
+[[maybe_unused]] const bool added = (add_all(), add_memory_of_all(), true);
 
 }  // namespace
