@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <charconv>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -162,8 +163,26 @@ void add_wide() {
     });
 }
 
+void add_format() {
+    add("asprintf", "1000", "ke_utils", [](benchmark::State&) {
+        for (int i = 0; i < 1000; ++i) {
+            char* text = nullptr;
+            benchmark::DoNotOptimize(wiq_asprintf(&text, "%s: %d of %u", "drive", i, 1000u));
+            free(text);
+        }
+    });
+    add("asprintf", "1000", "C library", [](benchmark::State&) {
+        for (int i = 0; i < 1000; ++i) {
+            char* text = nullptr;
+            benchmark::DoNotOptimize(asprintf(&text, "%s: %d of %u", "drive", i, 1000u));
+            free(text);
+        }
+    });
+}
+
 const bool added = [] {
     add_base64();
+    add_format();
     add_wide();
     add("number int64", "1000", "ke_utils", [](benchmark::State&) {
         i64 value = 0;
