@@ -55,7 +55,8 @@ if(WIN32)
   foreach(number IN ITEMS MAJOR MINOR BUGFIX)
     ke_defined_in(/usr/x86_64-w64-mingw32/include/_mingw_mac.h __MINGW64_VERSION_${number} mingw_${number})
   endforeach()
-  ke_part(mingw-w64 ${mingw_MAJOR}.${mingw_MINOR}.${mingw_BUGFIX} "MIT AND BSD-3-Clause AND ZPL-2.1" CONTAINS mingw-w64-x86-64-dev
+  ke_part(mingw-w64 ${mingw_MAJOR}.${mingw_MINOR}.${mingw_BUGFIX} "MIT AND BSD-3-Clause AND ZPL-2.1"
+    CONTAINS mingw-w64-x86-64-dev
     "Its start-up code, its part of the C runtime and its threads are inside the programs and the DLL.")
   # Debian's compiler appends the name of its thread model to the result of -dumpfullversion.
   execute_process(COMMAND ${gcc} -dM -E -x c /dev/null OUTPUT_VARIABLE defined COMMAND_ERROR_IS_FATAL ANY)
@@ -63,7 +64,8 @@ if(WIN32)
     string(REGEX MATCH "#define __${number}__ ([0-9]+)" unused "${defined}")
     set(${number} ${CMAKE_MATCH_1})
   endforeach()
-  ke_part(gcc-runtime ${GNUC}.${GNUC_MINOR}.${GNUC_PATCHLEVEL} "GPL-3.0-or-later WITH GCC-exception-3.1" CONTAINS g++-mingw-w64-x86-64-posix
+  ke_part(gcc-runtime ${GNUC}.${GNUC_MINOR}.${GNUC_PATCHLEVEL} "GPL-3.0-or-later WITH GCC-exception-3.1"
+    CONTAINS g++-mingw-w64-x86-64-posix
     "libgcc and libstdc++ are inside the programs and the DLL.")
 else()
   ke_part(libuv ${KE_LIBUV_VERSION} "MIT AND ISC AND BSD-2-Clause AND BSD-3-Clause" DYNAMIC_LINK libuv1-dev

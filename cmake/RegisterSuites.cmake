@@ -4,7 +4,7 @@
 #   program  the program's file
 #   only     expression that a suite's name must match ("" for all)
 #   timeout  seconds for each entry
-#   environment  variables for each entry, NAME=value
+#   test_environment   variables for each entry, NAME=value
 if(NOT EXISTS ${program})
   # A failing entry, so that a program that was never built does not count as passed.
   add_test(${name}/not_built ${program})
@@ -30,7 +30,7 @@ foreach(suite IN LISTS suites)
   endif()
   # A parameterised suite is listed as Instance/Suite; "/" in its name is kept.
   add_test(${name}/${suite} ${command} --gtest_filter=${suite}.* --gtest_brief=1)
-  set_tests_properties(${name}/${suite} PROPERTIES TIMEOUT ${timeout} ENVIRONMENT "${environment}")
+  set_tests_properties(${name}/${suite} PROPERTIES TIMEOUT ${timeout} ENVIRONMENT "${test_environment}")
   if(suite MATCHES "Threads")
     set_tests_properties(${name}/${suite} PROPERTIES LABELS threads)
   endif()

@@ -29,7 +29,8 @@ foreach(file IN LISTS CMAKE_INSTALL_MANIFEST_FILES)
       \"copyrightText\": \"NOASSERTION\"
     }")
   string(APPEND contained ",
-    {\"spdxElementId\": \"SPDXRef-Package-ke-utils\", \"relationshipType\": \"CONTAINS\", \"relatedSpdxElement\": \"SPDXRef-File-${id}\"}")
+    {\"spdxElementId\": \"SPDXRef-Package-ke-utils\", \"relationshipType\": \"CONTAINS\",
+     \"relatedSpdxElement\": \"SPDXRef-File-${id}\"}")
   set(comma ",\n")
 endforeach()
 list(SORT sums)
@@ -64,7 +65,8 @@ foreach(part IN LISTS parts)
       \"copyrightText\": \"NOASSERTION\"
     }")
   string(APPEND contained ",
-    {\"spdxElementId\": \"SPDXRef-Package-ke-utils\", \"relationshipType\": \"${relation}\", \"relatedSpdxElement\": \"SPDXRef-Package-${name}\"}")
+    {\"spdxElementId\": \"SPDXRef-Package-ke-utils\", \"relationshipType\": \"${relation}\",
+     \"relatedSpdxElement\": \"SPDXRef-Package-${name}\"}")
 endforeach()
 
 string(TIMESTAMP created "%Y-%m-%dT%H:%M:%SZ" UTC)
@@ -99,7 +101,8 @@ file(WRITE "${root}/${output}" "{
 ${files}
   ],
   \"relationships\": [
-    {\"spdxElementId\": \"SPDXRef-DOCUMENT\", \"relationshipType\": \"DESCRIBES\", \"relatedSpdxElement\": \"SPDXRef-Package-ke-utils\"}${contained}
+    {\"spdxElementId\": \"SPDXRef-DOCUMENT\", \"relationshipType\": \"DESCRIBES\",
+     \"relatedSpdxElement\": \"SPDXRef-Package-ke-utils\"}${contained}
   ]
 }
 ")

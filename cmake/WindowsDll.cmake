@@ -23,10 +23,10 @@ set_property(TARGET ke_utils APPEND PROPERTY ADDITIONAL_CLEAN_FILES ${def} ${raw
 
 find_program(KE_DLLTOOL NAMES llvm-dlltool-14 llvm-dlltool DOC "Makes the import library for MSVC")
 if(KE_DLLTOOL)
-  set(msvc_implib ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/ke_utils.lib)
+  set(library_for_msvc ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/ke_utils.lib)
   add_custom_command(TARGET ke_utils POST_BUILD
-    COMMAND ${KE_DLLTOOL} -m i386:x86-64 -D ke_utils.dll -d ${def} -l ${msvc_implib} VERBATIM)
-  set_property(TARGET ke_utils APPEND PROPERTY ADDITIONAL_CLEAN_FILES ${msvc_implib})
+    COMMAND ${KE_DLLTOOL} -m i386:x86-64 -D ke_utils.dll -d ${def} -l ${library_for_msvc} VERBATIM)
+  set_property(TARGET ke_utils APPEND PROPERTY ADDITIONAL_CLEAN_FILES ${library_for_msvc})
 else()
   message(STATUS "No llvm-dlltool: ke_utils.lib, the import library for MSVC, is not made")
 endif()

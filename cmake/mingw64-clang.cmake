@@ -23,7 +23,8 @@ file(CREATE_LINK /usr/x86_64-w64-mingw32 ${CMAKE_SYSROOT}/x86_64-w64-mingw32 SYM
 # By default clang would link msvcrt. libpthread.a calls _setjmp(), which has another name in the import
 # library of the Universal C Runtime.
 add_link_options(-fuse-ld=lld-14 -nodefaultlibs -Wl,-Xlink=/alternatename:_setjmp=__intrinsic_setjmpex)
-set(ke_runtime "-lmingw32 -lgcc -lgcc_eh -lmoldname -lmingwex -lucrt -lpthread -ladvapi32 -lshell32 -luser32 -lkernel32")
+set(ke_runtime "-lmingw32 -lgcc -lgcc_eh -lmoldname -lmingwex -lucrt -lpthread -ladvapi32 -lshell32 -luser32")
+string(APPEND ke_runtime " -lkernel32")
 foreach(language IN ITEMS C CXX)
   set(CMAKE_${language}_STANDARD_LIBRARIES "-lstdc++ ${ke_runtime} ${ke_runtime}" CACHE STRING
       "Libraries that are linked with every program")

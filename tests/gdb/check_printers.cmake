@@ -11,9 +11,9 @@ endif()
 # Debian's lldb looks for its own module in a folder that does not exist.
 file(GLOB lldb_module /usr/lib/llvm-14/lib/python3.*/dist-packages)
 
-# shows(<program> BY <gdb|lldb> PRINTED <expression>... EXPECTED <text>...): the debugger prints the
+# ke_shows(<program> BY <gdb|lldb> PRINTED <expression>... EXPECTED <text>...): the debugger prints the
 # expressions, numbered from $1 or $0, and its output must contain each expected text.
-function(shows program)
+function(ke_shows program)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "BY" "PRINTED;EXPECTED")
   set(option -ex)
   set(command ${GDB} -nx -batch -iex "set confirm off" ${loading} -ex "set print elements 0" -ex "break stop_here")
@@ -44,7 +44,7 @@ function(shows program)
   endforeach()
 endfunction()
 
-shows(${C} BY gdb
+ke_shows(${C} BY gdb
   PRINTED "*root" "big" "text" "numbers" "map"
   EXPECTED
     "$1 = object of 2 = {" "list = array of 7" "[0] = 1" "[1] = -2" "[2] = 2.5" "[3] = \"text\"" "[4] = true"
@@ -53,7 +53,7 @@ shows(${C} BY gdb
     "$3 = \"drive 7\" (length 7, capacity 64)"
     "$4 = wiq_vector of 3 elements of 4 bytes, capacity 4 = {0, 1, 4}"
     "$5 = wiq_map of 1 entries in 2 buckets = {\"model\": ")
-shows(${CPP} BY gdb
+ke_shows(${CPP} BY gdb
   PRINTED "report" "temps" "place" "empty" "parsed" "hours" "missing" "broken" "nothing" "good" "bad" "big" "text"
   EXPECTED
     "$1 = object of 2 = {" "hours = 12" "temps = array of 2 = {"
@@ -69,13 +69,15 @@ shows(${CPP} BY gdb
     "$11 = WIQ_ERR_RANGE (-7001)"
     "$12 = 18446744073709551621"
     "$13 = \"drive 7\" (length 7, capacity ")
-shows(${C} BY lldb
+ke_shows(${C} BY lldb
   PRINTED "*root" "root"
   EXPECTED
-    "$0 = object of 2 = {" "list = array of 7 = {[0] = 1, [1] = -2, [2] = 2.5, [3] = \"text\", [4] = true, [5] = null, [6] = 18446744073709551616}"
+    "$0 = object of 2 = {"
+    "list = array of 7 = {[0] = 1, [1] = -2, [2] = 2.5, [3] = \"text\", [4] = true, [5] = null, \
+[6] = 18446744073709551616}"
     "ref = $ref \"#/list\""
     "$1 = 0x")
-shows(${CPP} BY lldb
+ke_shows(${CPP} BY lldb
   PRINTED "report" "temps" "place" "empty" "parsed" "hours" "missing" "broken" "nothing" "good" "bad"
   EXPECTED
     "report = object of 2 = {" "hours = 12" "temps = array of 2 = {"
