@@ -3,8 +3,8 @@
  * Parses, owns and changes JSON documents: ke::json owns a value, and ke::json_ref is a borrowed
  * value that can be changed. This is the header to include; it includes the others of the family:
  * json_view.hpp reads documents, json_convert.hpp converts between C++ types and JSON values,
- * json_ranges.hpp has the ranges over elements and members, and json_edit.hpp implements the
- * changes.
+ * json_ranges.hpp has the ranges over elements and members, json_edit.hpp implements the changes,
+ * and json_expand.hpp the limit of expansions.
  *
  * @code
  * auto report = ke::json::parse(text);
@@ -182,8 +182,22 @@ class KE_BORROWS_ json_ref : public json_view {
     result<json> replace(V&& value);
     /** Replaces every reference that can be reached from this value by a copy of its target. The
      *  value itself is never replaced. References that were replaced before a failure stay
-     *  replaced. */
+     *  replaced. A small document can stand for a result that takes all memory; the overload with
+     *  a limit refuses it. */
     status expand() noexcept { return node_ == nullptr ? err_empty : wiq_json_jref_expand(node_); }
+    /**
+     * Does what expand() does, but first counts what that would make, and changes nothing if it is
+     * too much. Use it for documents from strangers. Counting takes time and memory linear in the
+     * document.
+     * @param max_values the most values that this value may have afterwards, itself included, as
+     *                   expanded_size() counts them. The copies that are made may together have as
+     *                   many values, too: outside this value, more can be copied than it holds in
+     *                   the end, since the references in the targets are also replaced.
+     * @return 0; WIQ_ERR_RANGE (-7001) if there would be more values; a status of expanded_size(),
+     *         in both cases with nothing changed; WIQ_ERR_NO_MEMORY when out of memory, in which
+     *         case references that were replaced before stay replaced
+     */
+    status expand(u64 max_values) noexcept;
 
   private:
     using made_at_fn = wiq_json_t* (*)(wiq_json_t*, const char*, u32*);
@@ -470,5 +484,7 @@ inline status json_view::dump_to(std::FILE* stream, dump_flags flags) const {
 #include "ke/json_convert.hpp"
 
 #include "ke/json_edit.hpp"
+
+#include "ke/json_expand.hpp"
 
 #endif

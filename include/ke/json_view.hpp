@@ -411,6 +411,22 @@ class KE_BORROWS_ json_view {
         return err == 0 ? result<json_view>(json_view(target))
                         : result<json_view>::failure(static_cast<i32>(err));
     }
+    /**
+     * Counts the values that this value would have after json_ref::expand(): itself, and every
+     * value below it. Nothing is made or changed. References to containers that hold references can
+     * multiply: 60 lines of text can stand for 2^60 values, which would take all memory. Measure
+     * documents from strangers before you expand them, or give expand() a limit.
+     *
+     * A text counts as one value, however long it is. If this value is a reference, which expand()
+     * leaves as it is, its target's values are counted. Time and extra memory are linear in the
+     * document, whatever the result, and documents of any depth can be counted.
+     * @return the number of values, or 2^64 - 1 if there are more; ke::err_empty for an empty view;
+     *         WIQ_ERR_JREF_CYCLE (-1052) for references, or weak containers, that lead back to
+     *         themselves; WIQ_ERR_BAD_JSON_TYPE for a damaged value; WIQ_ERR_NO_MEMORY (-5000) when
+     *         out of memory; for a reference that leads nowhere the status of the look-up, such as
+     *         WIQ_ERR_KEY_NOT_FOUND (-1037)
+     */
+    result<u64> expanded_size() const noexcept;
     /** @} */
 
     /** Returns an owner of the value, which may be in a container. Costs one atomic addition. */

@@ -109,6 +109,25 @@ TEST(CppFaults, Setting) {
     SweepDocument([&](ke::json& document) { return document.set(std::string_view(key), 1); });
 }
 
+// Enough containers and references for the tables of the count to grow several times.
+TEST(CppFaults, MeasuringExpansions) {
+    std::string text = "{\"a\":[1,2],\"list\":[[3]";
+    for (int i = 0; i < 300; ++i)
+        text += ",{\"b\":[{\"$ref\":\"/a\"}]}";
+    text += "]}";
+    SweepDocument([](ke::json& document) { return document.expanded_size(); }, text.c_str());
+    const size_t points = SweepAllocations([&](AllocFaults& faults) {
+        ke::json document = *ke::json::parse(text);
+        const ke::json before = *document.clone();
+        faults.arm();
+        const ke::status status = document.expand(1000);
+        faults.disarm();
+        EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : WIQ_ERR_RANGE);
+        EXPECT_EQ(document, before);
+    });
+    EXPECT_GT(points, 10u);
+}
+
 TEST(CppFaults, WhatNeedsNoMemoryOfTheLibrary) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         ke::json document = *ke::json::parse(kText);
