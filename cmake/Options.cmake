@@ -49,6 +49,7 @@ if(KE_BUILD_FUZZ)
 endif()
 
 if(KE_COVERAGE)
-  target_compile_options(ke_options INTERFACE --coverage)
+  # Some tests run a function in several threads; without atomic counters, lines that ran could appear not to.
+  target_compile_options(ke_options INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(ke_options INTERFACE --coverage)
 endif()
