@@ -285,6 +285,14 @@ TEST(JsonArrayFilter, WeakArrayOfManyMembers) {
     }
 }
 
+TEST(JsonArrayFilter, EmptyArrays) {
+    for (const char* text : {"[]", "w[]"}) {
+        Tree array = make(text);
+        EXPECT_EQ(wiq_json_array_filter(array.get(), is_even, nullptr), 0) << text;
+        EXPECT_EQ(text_of(array), text);
+    }
+}
+
 TEST(JsonArrayFilter, WeakArraySortsByPlacesElsewhere) {
     Tree owner = make("[10,20,31,40]");
     Tree weak = make("w[]");

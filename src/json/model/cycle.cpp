@@ -77,9 +77,8 @@ bool would_form_cycle(const wiq_json* container, wiq_json* child) {
         if (up->parent == nullptr) {
             return up == child;
         }
-        if (below == container) {
-            return true;
-        }
+        // The walk through the subtree need not look for the container: it meets a node of depth n
+        // after n steps at least, and by then the way up from that node has ended at the child.
         below = next_below(child, below);
         if (below == nullptr) {
             return false;
