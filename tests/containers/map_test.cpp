@@ -377,6 +377,32 @@ TEST_F(Map, OrderFollowsTheModel) {
     }
 }
 
+// Walks over large tables fetch ahead.
+TEST_F(Map, OrderInLargeTables) {
+    std::mt19937 random(6);
+    wiq_map map;
+    ASSERT_EQ(wiq_map_init(&map, 0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr), 0);
+    OrderModel model(map.bucket_count);
+    std::vector<uintptr_t> keys;
+    for (int i = 0; i < 13000; ++i) {
+        keys.push_back(random());
+        ASSERT_EQ(wiq_map_put(&map, reinterpret_cast<void*>(keys.back()), nullptr), 0);
+        model.put(keys.back());
+    }
+    EXPECT_EQ(map.bucket_count, 32768u);
+    EXPECT_EQ(order_of(map), model.order());
+    // Few entries are left, far from each other; at last none.
+    for (size_t i = 0; i < keys.size(); ++i) {
+        wiq_map_remove(&map, reinterpret_cast<void*>(keys[i]));
+        model.remove(keys[i]);
+        if (i + 5 >= keys.size()) {
+            EXPECT_EQ(order_of(map), model.order()) << i;
+        }
+    }
+    EXPECT_EQ(order_of(map), std::vector<uintptr_t>());
+    wiq_map_finalize(&map);
+}
+
 TEST_F(Map, UnrefDestroysWithTheLastOwner) {
     wiq_map* map = wiq_map_new(0, wiq_hash_str, wiq_cmp_str, release_key, nullptr);
     ASSERT_NE(map, nullptr);
