@@ -65,7 +65,7 @@ u64 siphash_with(const SipKey& key, const char* data, size_t length) {
     for (size_t words = length / 8; words != 0; --words, p += 8)
         state.add(siphash::load(p), kPerWord);
     u8 rest[8] = {};
-    std::memcpy(rest, p, length % 8);
+    memcpy(rest, p, length % 8);
     rest[7] = static_cast<u8>(length);
     state.add(siphash::load(rest), kPerWord);
     state.v2 ^= 0xff;

@@ -13,16 +13,16 @@
 namespace {
 
 enum TokenKind {
-    INI_TOK_NONE = 0,
-    INI_TOK_WORD = 1,
-    INI_TOK_QUOTED = 2,
-    INI_TOK_EQUALS = 3,
-    INI_TOK_COMMENT = 4,
-    INI_TOK_EOL = 5,
-    INI_TOK_LBRACKET = 6,
-    INI_TOK_RBRACKET = 7,
-    INI_TOK_UNTERMINATED = 8,
-    INI_TOK_BAD_CR = 9,
+    kIniNone = 0,
+    kIniWord = 1,
+    kIniQuoted = 2,
+    kIniEquals = 3,
+    kIniComment = 4,
+    kIniEol = 5,
+    kIniOpenBracket = 6,
+    kIniCloseBracket = 7,
+    kIniUnterminated = 8,
+    kIniBadCr = 9,
 };
 
 struct IniToken {
@@ -34,9 +34,10 @@ struct IniToken {
 // Tells which bytes end a word. This is a table, since it is asked about every byte of a file.
 struct WordEnds {
     constexpr WordEnds() : ends() {
-        for (int c = 0; c < 256; ++c)
+        for (int c = 0; c < 256; ++c) {
             ends[c] = ke::is_space(static_cast<char>(c)) || c == '"' || c == '#' || c == ';' ||
                       c == '=' || c == '[' || c == ']';
+        }
     }
     bool ends[256];
 };
@@ -51,13 +52,13 @@ class LineScanner {
   public:
     LineScanner(const char* line, u32 length) : line_(line), length_(length) {}
 
-    // Returns the next token; INI_TOK_EOL at the end of the line, as often as it is called there.
+    // Returns the next token; kIniEol at the end of the line, as often as it is called there.
     IniToken next() {
         while (position_ < length_ && (line_[position_] == ' ' || line_[position_] == '\t'))
             ++position_;
         const u32 start = position_;
         if (start >= length_)
-            return {INI_TOK_EOL, start, 0};
+            return {kIniEol, start, 0};
         const TokenKind kind = scan(line_[start]);
         return {kind, start, position_ - start};
     }
@@ -68,29 +69,29 @@ class LineScanner {
             case '#':
             case ';':
                 skip_while([](char c) { return c != '\r' && c != '\n'; });
-                return INI_TOK_COMMENT;
+                return kIniComment;
             case '"':
                 return scan_quoted();
             case '\n':
                 ++position_;
-                return INI_TOK_EOL;
+                return kIniEol;
             case '\r':
                 return scan_cr();
             case '=':
                 ++position_;
-                return INI_TOK_EQUALS;
+                return kIniEquals;
             case '[':
                 ++position_;
-                return INI_TOK_LBRACKET;
+                return kIniOpenBracket;
             case ']':
                 ++position_;
-                return INI_TOK_RBRACKET;
+                return kIniCloseBracket;
             default:
                 // A byte that only ends words (such as a form feed) begins a word here, so that
                 // every token has at least one byte.
                 ++position_;
                 skip_while([](char c) { return !ends_word(c); });
-                return INI_TOK_WORD;
+                return kIniWord;
         }
     }
 
@@ -98,18 +99,18 @@ class LineScanner {
         const void* close = memchr(line_ + position_ + 1, '"', length_ - position_ - 1);
         if (close == nullptr) {
             position_ = length_;
-            return INI_TOK_UNTERMINATED;
+            return kIniUnterminated;
         }
         position_ = static_cast<u32>(static_cast<const char*>(close) - line_) + 1;
-        return INI_TOK_QUOTED;
+        return kIniQuoted;
     }
 
     TokenKind scan_cr() {
         ++position_;
         if (position_ == length_ || line_[position_] != '\n')
-            return INI_TOK_BAD_CR;
+            return kIniBadCr;
         ++position_;
-        return INI_TOK_EOL;
+        return kIniEol;
     }
 
     template <class Test>
@@ -161,12 +162,12 @@ class IniParser {
         LineScanner scanner(line_, length);
         const IniToken first = scanner.next();
         switch (first.kind) {
-            case INI_TOK_WORD:
+            case kIniWord:
                 return parse_key(scanner, first);
-            case INI_TOK_LBRACKET:
+            case kIniOpenBracket:
                 return parse_section(scanner);
-            case INI_TOK_COMMENT:
-            case INI_TOK_EOL:
+            case kIniComment:
+            case kIniEol:
                 return 0;
             default:
                 return syntax_error(first);
@@ -176,16 +177,16 @@ class IniParser {
     // Parses what follows the first word of a line: "=" and a value.
     i32 parse_key(LineScanner& scanner, const IniToken& key) {
         if (!in_section_)
-            return syntax_error({INI_TOK_NONE, 0, 0});
+            return syntax_error({kIniNone, 0, 0});
         IniToken token = scanner.next();
-        if (token.kind != INI_TOK_EQUALS)
+        if (token.kind != kIniEquals)
             return syntax_error(token);
         IniToken value = scanner.next();
-        if (is_empty_quoted(value) || (value.kind != INI_TOK_WORD && value.kind != INI_TOK_QUOTED))
+        if (is_empty_quoted(value) || (value.kind != kIniWord && value.kind != kIniQuoted))
             return syntax_error(value);
         token = scanner.next();
         // An unquoted value extends to the end of the last of the words that follow it directly.
-        for (; value.kind == INI_TOK_WORD && token.kind == INI_TOK_WORD; token = scanner.next())
+        for (; value.kind == kIniWord && token.kind == kIniWord; token = scanner.next())
             value.length = token.start + token.length - value.start;
         if (!ends_statement(token))
             return syntax_error(token);
@@ -202,18 +203,18 @@ class IniParser {
     // Parses what follows the "[" of a section header.
     i32 parse_section(LineScanner& scanner) {
         const IniToken name = scanner.next();
-        if (name.kind != INI_TOK_WORD)
+        if (name.kind != kIniWord)
             return syntax_error(name);
         in_section_ = true;
         IniToken token = scanner.next();
-        IniToken argument = {INI_TOK_NONE, 0, 0};
+        IniToken argument = {kIniNone, 0, 0};
         if (is_empty_quoted(token))
             return syntax_error(token);
-        if (token.kind == INI_TOK_WORD || token.kind == INI_TOK_QUOTED) {
+        if (token.kind == kIniWord || token.kind == kIniQuoted) {
             argument = token;
             token = scanner.next();
         }
-        if (token.kind != INI_TOK_RBRACKET)
+        if (token.kind != kIniCloseBracket)
             return syntax_error(token);
         token = scanner.next();
         if (!ends_statement(token))
@@ -226,7 +227,7 @@ class IniParser {
         WiqIniLocation argument_location = {0, 0, 0, 0};
         const char* name_text = cut(name);
         const char* argument_text = nullptr;
-        if (argument.kind != INI_TOK_NONE) {
+        if (argument.kind != kIniNone) {
             argument_location = locate(inside(argument));
             argument_text = cut(inside(argument));
         }
@@ -243,16 +244,15 @@ class IniParser {
     }
 
     static bool is_empty_quoted(const IniToken& token) {
-        return token.kind == INI_TOK_QUOTED && token.length == 2;
+        return token.kind == kIniQuoted && token.length == 2;
     }
     static bool ends_statement(const IniToken& token) {
-        return token.kind == INI_TOK_COMMENT || token.kind == INI_TOK_EOL;
+        return token.kind == kIniComment || token.kind == kIniEol;
     }
     // Returns a quoted text without its quotes, and any other token as it is.
     static IniToken inside(const IniToken& token) {
-        return token.kind == INI_TOK_QUOTED
-                   ? IniToken{token.kind, token.start + 1, token.length - 2}
-                   : token;
+        return token.kind == kIniQuoted ? IniToken{token.kind, token.start + 1, token.length - 2}
+                                        : token;
     }
 
     WiqIniLocation locate(const IniToken& token) const {

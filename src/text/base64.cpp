@@ -174,8 +174,6 @@ class Decoder {
 
 }  // namespace
 
-extern "C" {
-
 size_t wiq_base64_encode_len(size_t n) {
     return (n + 2) / 3 * 4 + 1;
 }
@@ -227,5 +225,3 @@ i32 wiq_base64_decode(const char* in, size_t n, u8* out, size_t* out_len) {
         *out_len = decoder.written();
     return status;
 }
-
-}  // extern "C"

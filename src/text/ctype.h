@@ -34,11 +34,12 @@ constexpr char to_lower(char c) {
 // The value of each character as a hexadecimal digit, or -1 if it is not one.
 struct HexDigits {
     constexpr HexDigits() : values() {
-        for (int c = 0; c < 256; ++c)
+        for (int c = 0; c < 256; ++c) {
             values[c] = static_cast<i8>(c >= '0' && c <= '9'   ? c - '0'
                                         : c >= 'a' && c <= 'f' ? c - 'a' + 10
                                         : c >= 'A' && c <= 'F' ? c - 'A' + 10
                                                                : -1);
+        }
     }
     i8 values[256];
 };

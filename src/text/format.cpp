@@ -117,8 +117,6 @@ i32 overwrite_block(char** block, u64* size, const char* format, va_list args, v
 
 }  // namespace
 
-extern "C" {
-
 i32 wiq_snprintf(char* buf, u64 size, const char* format, ...) {
     va_list args;
     va_start(args, format);
@@ -211,5 +209,3 @@ i32 wiq_rastrcat(char** block, u64* size, const char* str) {
     (*block)[used + length] = '\0';
     return static_cast<i32>(length);
 }
-
-}  // extern "C"

@@ -235,8 +235,6 @@ const char* parse_double(const char* first, const char* last, double* out) {
 
 }  // namespace ke
 
-extern "C" {
-
 i32 wiq_strtoint32(const char* text, i32* out) {
     if (text == nullptr || out == nullptr)
         return WIQ_ERR_INVALID_ARG;
@@ -296,5 +294,3 @@ i32 wiq_strtodouble(const char* text, double* out) {
     *out = value;
     return 0;
 }
-
-}  // extern "C"

@@ -7,8 +7,6 @@
 #include "ke_utils/text.h"
 #include "text/ctype.h"
 
-extern "C" {
-
 i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, bool trim) {
     if (block == nullptr || (src == nullptr && width != 0))
         return WIQ_ERR_INVALID_ARG;
@@ -92,5 +90,3 @@ i32 wiq_strcasecmp(const char* a, const char* b) {
             return difference;
     }
 }
-
-}  // extern "C"

@@ -78,8 +78,6 @@ char* write_u128(char* out, wiq_uint128 value) {
 
 }  // namespace ke
 
-extern "C" {
-
 wiq_uint128 wiq_uint128_add(wiq_uint128 a, wiq_uint128 b) {
     return from_native(to_native(a) + to_native(b));
 }
@@ -180,5 +178,3 @@ wiq_uint48 wiq_uint48_init(u64 value) {
         packed.bytes[i] = static_cast<u8>(value >> (8 * i));
     return packed;
 }
-
-}  // extern "C"

@@ -35,9 +35,8 @@ bool may_take(const wiq_json_t* array, wiq_json_t* child) {
 // Puts a child after the last element. Returns 0, or WIQ_ERR_NO_MEMORY with the elements unchanged.
 i32 append(ArrayNode* array, wiq_json* child) {
     Elements* elems = &array->elems;
-    if (elems->size == elems->capacity && grow(array) != 0) {
+    if (elems->size == elems->capacity && grow(array) != 0)
         return WIQ_ERR_NO_MEMORY;
-    }
     elems->data[elems->size] = child;
     touch_to_attach(array, child);
     link_to_parent(array, elems->size++, child);
@@ -48,17 +47,15 @@ i32 append(ArrayNode* array, wiq_json* child) {
 
 i32 attach_elem(ArrayNode* array, wiq_json* child) {
     const i32 status = append(array, child);
-    if (status == 0) {
+    if (status == 0)
         count_up(child);
-    }
     return status;
 }
 
 i32 attach_new_elem(ArrayNode* array, wiq_json* child) {
     const i32 status = append(array, child);
-    if (status == 0) {
+    if (status == 0)
         child->refcount = 1;
-    }
     return status;
 }
 
@@ -81,9 +78,8 @@ wiq_json* pop_elem(ArrayNode* array) {
 void renumber(ArrayNode* array) {
     for (i32 i = 0; i < size_of(array); ++i) {
         wiq_json* elem = elems_of(array)[i];
-        if (elem->parent == array) {
+        if (elem->parent == array)
             elem->position.index = static_cast<u32>(i);
-        }
     }
 }
 
@@ -92,13 +88,11 @@ void renumber(ArrayNode* array) {
 using namespace ke::json;
 
 i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return static_cast<i32>(*err);
-    }
     ArrayNode* node = to_array(array);
-    if (node == nullptr || !may_take(array, child)) {
+    if (node == nullptr || !may_take(array, child))
         return report(err, WIQ_ERR_INVALID_ARG);
-    }
     return report(err, attach_elem(node, child));
 }
 
@@ -107,9 +101,8 @@ namespace {
 // What all typed builders share: `make` makes the node, which is then appended.
 template <class Make>
 wiq_json_t* push_new(wiq_json_t* array, u32* err, Make make) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     ArrayNode* elems = to_array(array);
     if (elems == nullptr) {
         report(err, WIQ_ERR_INVALID_ARG);
@@ -171,9 +164,8 @@ wiq_json_t* wiq_json_array_push_array(wiq_json_t* array, u32* err) {
 }
 
 wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     ArrayNode* node = to_array(array);
     if (node == nullptr || !may_take(array, child)) {
         report(err, WIQ_ERR_INVALID_ARG);
@@ -198,9 +190,8 @@ wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child,
 i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child) {
     u32 err = 0;
     wiq_json_t* old = wiq_json_array_swap(array, index, child, &err);
-    if (static_cast<i32>(err) == WIQ_ERR_INDEX_OUT_OF_RANGE && index == size_of(to_array(array))) {
+    if (static_cast<i32>(err) == WIQ_ERR_INDEX_OUT_OF_RANGE && index == size_of(to_array(array)))
         return attach_elem(to_array(array), child);
-    }
     if (old == child && child != nullptr) {
         count_down(child);
     } else if (old != nullptr) {
@@ -213,12 +204,10 @@ i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child) {
 
 i32 wiq_json_array_pop(wiq_json_t* array, i32 count) {
     ArrayNode* node = to_array(array);
-    if (node == nullptr || count < 0 || count > size_of(node)) {
+    if (node == nullptr || count < 0 || count > size_of(node))
         return WIQ_ERR_INVALID_ARG;
-    }
-    for (; count > 0; --count) {
+    for (; count > 0; --count)
         release_child(node, elems_of(node)[--node->elems.size]);
-    }
     return 0;
 }
 

@@ -9,9 +9,8 @@ namespace ke::json {
 // Returns the slot that an index names; otherwise returns -1. A negative index counts from the end.
 inline i32 resolve_index(const ArrayNode* array, i32 index) {
     const i32 size = size_of(array);
-    if (index < 0) {
+    if (index < 0)
         index = index < -size ? -1 : index + size;
-    }
     return index < size ? index : -1;
 }
 
@@ -26,13 +25,11 @@ inline wiq_json* elem_at(const ArrayNode* array, i32 index) {
 // number that a filter of a weak array has left.
 inline i32 slot_of(const ArrayNode* array, const wiq_json* elem) {
     const i32 guess = resolve_index(array, static_cast<i32>(elem->position.index));
-    if (guess >= 0 && elems_of(array)[guess] == elem) {
+    if (guess >= 0 && elems_of(array)[guess] == elem)
         return guess;
-    }
     i32 slot = 0;
-    while (elems_of(array)[slot] != elem) {
+    while (elems_of(array)[slot] != elem)
         ++slot;
-    }
     return slot;
 }
 

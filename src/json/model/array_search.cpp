@@ -10,10 +10,8 @@ namespace ke::json {
 namespace {
 
 void sort_elems(ArrayNode* array, WiqJsonCompareFn compare) {
-    if (size_of(array) > 1) {
-        std::qsort(elems_of(array), static_cast<size_t>(size_of(array)), sizeof(wiq_json*),
-                   compare);
-    }
+    if (size_of(array) > 1)
+        qsort(elems_of(array), static_cast<size_t>(size_of(array)), sizeof(wiq_json*), compare);
 }
 
 // Strong arrays: dropped elements are marked by their positions. The callback is asked about the
@@ -31,9 +29,8 @@ bool is_marked(const wiq_json* elem, i32 first_mark, i32 marks) {
 i32 mark_dropped(ArrayNode* array, i32 size, WiqJsonKeepFn keep, void* user) {
     i32 marks = 0;
     for (i32 i = 0; i < size_of(array); ++i) {
-        if (!keep(elems_of(array)[i], user) && i < size_of(array)) {
+        if (!keep(elems_of(array)[i], user) && i < size_of(array))
             elems_of(array)[i]->position.index = static_cast<u32>(size + marks++);
-        }
     }
     return marks;
 }
@@ -60,9 +57,8 @@ i32 sort_marked(ArrayNode* array, i32 size, i32 marks) {
     }
     i32 slot = 0;
     for (i32 i = 0; i < size_of(array); ++i) {
-        if (!is_marked(elems[i], size, marks)) {
+        if (!is_marked(elems[i], size, marks))
             std::swap(elems[slot++], elems[i]);
-        }
     }
     return kept;
 }
@@ -70,9 +66,8 @@ i32 sort_marked(ArrayNode* array, i32 size, i32 marks) {
 i32 filter_strong(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
     const i32 size = size_of(array);
     const i32 marks = mark_dropped(array, size, keep, user);
-    if (marks == 0) {
+    if (marks == 0)
         return 0;
-    }
     const i32 kept = sort_marked(array, size, marks);
     const i32 status = wiq_json_array_pop(array, size_of(array) - kept);
     renumber(array);
@@ -119,9 +114,8 @@ void number_dropped(FilterSlot* slots, i32 size) {
     i32 number = size;
     for (i32 i = 0; i < size; ++i) {
         FilterSlot& slot = slots[i];
-        if (!slot.dropped) {
+        if (!slot.dropped)
             continue;
-        }
         slot.rank = number++;
         if (has_pointer(slot.elem)) {
             slot.key = slot.elem->position.key;
@@ -135,9 +129,8 @@ void number_dropped(FilterSlot* slots, i32 size) {
 // Returns what orders the elements: the position in an array, or the number of a dropped node;
 // otherwise 0.
 i32 rank_of(const wiq_json* elem) {
-    if (!has_pointer(elem)) {
+    if (!has_pointer(elem))
         return static_cast<i32>(elem->position.index);
-    }
     const FilterSlot* slot = tagged_slot(elem);
     return slot != nullptr ? slot->rank : 0;
 }
@@ -148,11 +141,10 @@ i32 rank_of(const wiq_json* elem) {
 void restore_positions(FilterSlot* slots, i32 size) {
     for (i32 i = size - 1; i >= 0; --i) {
         wiq_json* elem = slots[i].elem;
-        if (slots[i].key != nullptr) {
+        if (slots[i].key != nullptr)
             elem->position.key = slots[i].key;
-        } else if (elem->parent == nullptr && !has_document(elem)) {
+        else if (elem->parent == nullptr && !has_document(elem))
             unlink_from_parent(elem);
-        }
     }
 }
 
@@ -163,30 +155,24 @@ bool ranks_before(const FilterSlot& a, const FilterSlot& b) {
 // Sorts the first `size` elements by their ranks, which are read once the dropped nodes are
 // numbered. Elements of equal rank keep their order.
 void sort_by_rank(ArrayNode* array, FilterSlot* slots, i32 size) {
-    for (i32 i = 0; i < size; ++i) {
+    for (i32 i = 0; i < size; ++i)
         slots[i].elem = elems_of(array)[i];
-    }
     number_dropped(slots, size);
-    for (i32 i = 0; i < size; ++i) {
+    for (i32 i = 0; i < size; ++i)
         slots[i].rank = rank_of(slots[i].elem);
-    }
     restore_positions(slots, size);
     std::sort(slots, slots + size, ranks_before);
-    for (i32 i = 0; i < size; ++i) {
+    for (i32 i = 0; i < size; ++i)
         elems_of(array)[i] = slots[i].elem;
-    }
 }
 
 i32 filter_weak(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
     const i32 size = size_of(array);
-    if (size == 0) {
+    if (size == 0)
         return 0;
-    }
-    auto* slots =
-        static_cast<FilterSlot*>(std::malloc(static_cast<size_t>(size) * sizeof(FilterSlot)));
-    if (slots == nullptr) {
+    auto* slots = static_cast<FilterSlot*>(malloc(static_cast<size_t>(size) * sizeof(FilterSlot)));
+    if (slots == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    }
     i32 asked = 0;
     i32 dropped = 0;
     for (; asked < size && asked < size_of(array); ++asked) {
@@ -194,10 +180,9 @@ i32 filter_weak(ArrayNode* array, WiqJsonKeepFn keep, void* user) {
         slots[asked] = {nullptr, nullptr, 0, static_cast<u32>(asked) & INT32_MAX, drop};
         dropped += drop ? 1 : 0;
     }
-    if (dropped != 0) {
+    if (dropped != 0)
         sort_by_rank(array, slots, std::min(asked, size_of(array)));
-    }
-    std::free(slots);
+    free(slots);
     return dropped != 0 ? wiq_json_array_pop(array, dropped) : 0;
 }
 
@@ -210,37 +195,33 @@ using namespace ke::json;
 wiq_json_t* wiq_json_array_find(const wiq_json_t* array, const wiq_json_t* pattern) {
     const ArrayNode* node = to_array(array);
     for (i32 i = 0; node != nullptr && i < size_of(node); ++i) {
-        if (wiq_json_equal(elems_of(node)[i], pattern)) {
+        if (wiq_json_equal(elems_of(node)[i], pattern))
             return elems_of(node)[i];
-        }
     }
     return nullptr;
 }
 
 wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* text) {
-    if (text == nullptr) {
+    if (text == nullptr)
         return nullptr;
-    }
     TextNode pattern{};
     pattern.type = kJsonString;
     pattern.text = const_cast<char*>(text);
-    pattern.length = std::strlen(text);
+    pattern.length = strlen(text);
     return wiq_json_array_find(array, &pattern);
 }
 
 i32 wiq_json_array_filter(wiq_json_t* array, WiqJsonKeepFn keep, void* user) {
     ArrayNode* node = to_array(array);
-    if (node == nullptr || keep == nullptr) {
+    if (node == nullptr || keep == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    }
     return is_weak(node) ? filter_weak(node, keep, user) : filter_strong(node, keep, user);
 }
 
 i32 wiq_json_array_sort(wiq_json_t* array, WiqJsonCompareFn compare) {
     ArrayNode* node = to_array(array);
-    if (node == nullptr || compare == nullptr) {
+    if (node == nullptr || compare == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    }
     sort_elems(node, compare);
     renumber(node);
     return 0;

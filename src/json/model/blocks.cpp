@@ -18,9 +18,8 @@ void free_separate_member(Member* member) {
             release_blocks(*mark_of(made_with), 1);
             return;
         }
-        if (member->unshare()) {
+        if (member->unshare())
             return;
-        }
     }
     free(member);
 }

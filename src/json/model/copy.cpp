@@ -19,9 +19,8 @@ struct Frame {
 
 Frame frame_of(const wiq_json* container) {
     Frame frame{container, nullptr, 0};
-    if (container->type == kJsonObject) {
+    if (container->type == kJsonObject)
         frame.member = first_member(as<ObjectNode>(container));
-    }
     return frame;
 }
 
@@ -73,9 +72,8 @@ i32 copy_elems(Frame* frame, ArrayNode* parent, Chunks* chunks, NextContainer* n
     for (i32& i = frame->index; i < size_of(array);) {
         const wiq_json* child = elems_of(array)[i];
         wiq_json* copy = copy_node(child, nullptr, chunks, &status);
-        if (copy == nullptr) {
+        if (copy == nullptr)
             return status;
-        }
         copy->refcount = 1;
         parent->elems.data[i] = copy;
         link_to_parent(parent, i, copy);
@@ -97,9 +95,8 @@ i32 copy_members(Frame* frame, ObjectNode* parent, Chunks* chunks, NextContainer
         frame->member = next_member(as<ObjectNode>(frame->container), member);
         const Key key(member);
         wiq_json* copy = copy_node(member->child, &key, chunks, &status);
-        if (copy == nullptr) {
+        if (copy == nullptr)
             return status;
-        }
         copy->refcount = 1;
         Member* placed = member_for(copy, key, chunks);
         if (placed == nullptr) {
@@ -128,13 +125,11 @@ i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
         const i32 status = parent->type == kJsonArray
                                ? copy_elems(&frame, as<ArrayNode>(parent), &chunks, &next)
                                : copy_members(&frame, as<ObjectNode>(parent), &chunks, &next);
-        if (status != 0) {
+        if (status != 0)
             return status;
-        }
         if (next.copy != nullptr) {
-            if (!frames.push(frame)) {
+            if (!frames.push(frame))
                 return WIQ_ERR_NO_MEMORY;
-            }
             frame = frame_of(next.container);
             parent = next.copy;
         } else if (frames.empty()) {
@@ -156,18 +151,16 @@ i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
 using namespace ke::json;
 
 wiq_json_t* wiq_json_copy(const wiq_json_t* node, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     if (node == nullptr) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }
     i32 status = 0;
     wiq_json_t* copy = copy_node(node, nullptr, nullptr, &status);
-    if (copy != nullptr) {
+    if (copy != nullptr)
         status = is_container(node) ? copy_children(node, copy) : 0;
-    }
     if (report(err, status) != 0) {
         wiq_json_delete_impl(copy);
         return nullptr;

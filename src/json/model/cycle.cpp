@@ -13,16 +13,14 @@ namespace {
 // Returns the first child, nullptr if the container is empty. A weak container is not the parent of its
 // children, so they are not below it.
 wiq_json* first_child(wiq_json* node) {
-    if (is_weak(node)) {
+    if (is_weak(node))
         return nullptr;
-    }
     if (node->type == kJsonObject) {
         const Member* member = first_member(as<ObjectNode>(node));
         return member != nullptr ? member->child : nullptr;
     }
-    if (node->type == kJsonArray && size_of(as<ArrayNode>(node)) > 0) {
+    if (node->type == kJsonArray && size_of(as<ArrayNode>(node)) > 0)
         return elems_of(as<ArrayNode>(node))[0];
-    }
     return nullptr;
 }
 
@@ -53,15 +51,13 @@ wiq_json* next_below(const wiq_json* top, wiq_json* node) {
 }  // namespace
 
 bool would_form_cycle(const wiq_json* container, wiq_json* child) {
-    if (container == child) {
+    if (container == child)
         return true;
-    }
     // Only a node that has children can be an ancestor. So a tree that is built from the root down
     // is never searched.
     wiq_json* below = first_child(child);
-    if (below == nullptr) {
+    if (below == nullptr)
         return false;
-    }
     // The way up is searched alone at first: most documents are not deep, and a step up is cheaper
     // than a step through the subtree. After these levels, each node of the subtree pays for a few
     // more levels.
@@ -69,20 +65,17 @@ bool would_form_cycle(const wiq_json* container, wiq_json* child) {
     constexpr i32 kLevelsPerNode = 8;
     i32 levels = kLevelsAlone;
     for (const wiq_json* up = container;;) {
-        for (; levels > 0 && up->parent != nullptr; --levels) {
+        for (; levels > 0 && up->parent != nullptr; --levels)
             up = up->parent;
-        }
         // Has the way up reached the root? The child has no parent, so it can only be an ancestor
         // if it is this root.
-        if (up->parent == nullptr) {
+        if (up->parent == nullptr)
             return up == child;
-        }
         // The walk through the subtree need not look for the container: it meets a node of depth n
         // after n steps at least, and by then the way up from that node has ended at the child.
         below = next_below(child, below);
-        if (below == nullptr) {
+        if (below == nullptr)
             return false;
-        }
         levels = kLevelsPerNode;
     }
 }

@@ -11,9 +11,8 @@ inline bool has_failed(const u32* err) {
     return err != nullptr && *err != 0;
 }
 inline i32 report(u32* err, i32 status) {
-    if (err != nullptr) {
+    if (err != nullptr)
         *err = static_cast<u32>(status);
-    }
     return status;
 }
 

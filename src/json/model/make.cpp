@@ -36,13 +36,12 @@ Node* new_container(u16 type, u64 inline_slots, u8 flags, const Key* key, Chunks
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks) {
     constexpr size_t kUnit = 8;
     size_t offset = 0;
-    if (key != nullptr && key->length <= kMaxKeyLengthWithNode && size <= kMaxSizeWithMember) {
+    if (key != nullptr && key->length <= kMaxKeyLengthWithNode && size <= kMaxSizeWithMember)
         offset = member_span(key->length);
-    }
     char* block = nullptr;
     size_t home = offset / kUnit;
     if (chunks == nullptr) {
-        block = static_cast<char*>(std::malloc(offset + size));
+        block = static_cast<char*>(malloc(offset + size));
     } else if (offset + size <= Chunks::kMaxBlockSize && (key == nullptr || offset != 0)) {
         block = chunks->take((offset + size + kUnit - 1) / kUnit * kUnit, offset);
         home = block != nullptr ? chunks->distance(block + offset) : 0;
@@ -53,14 +52,12 @@ wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks) {
         block = chunks->take_alone(size);
         home = Chunks::kDistanceAlone;
     }
-    if (block == nullptr) {
+    if (block == nullptr)
         return nullptr;
-    }
     auto* node = reinterpret_cast<wiq_json*>(block + offset);
     init_node(node, type, home, chunks != nullptr);
-    if (offset != 0) {
+    if (offset != 0)
         init_member(block, *key);
-    }
     return node;
 }
 
@@ -68,9 +65,8 @@ wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* ke
     const size_t text_size = text != nullptr ? length + 1 : 0;
     auto* node =
         static_cast<TextNode*>(allocate_node(type, sizeof(TextNode) + text_size, key, chunks));
-    if (node == nullptr) {
+    if (node == nullptr)
         return nullptr;
-    }
     node->text = nullptr;
     node->length = length;
     if (text != nullptr) {
@@ -82,7 +78,7 @@ wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* ke
 }
 
 wiq_json* new_string(const char* text, const Key* key) {
-    wiq_json* node = new_text_node(kJsonString, text, std::strlen(text), key);
+    wiq_json* node = new_text_node(kJsonString, text, strlen(text), key);
     return node != nullptr ? node : new_text_node(kJsonString, nullptr, 0, key);
 }
 
@@ -90,9 +86,8 @@ ArrayNode* new_array(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
     const bool inline_table = capacity > 0 && static_cast<u64>(capacity) <= kMaxInlineSlots;
     auto* array = new_container<ArrayNode>(
         kJsonArray, inline_table ? static_cast<u64>(capacity) : 0, flags, key, chunks);
-    if (array == nullptr) {
+    if (array == nullptr)
         return nullptr;
-    }
     array->elems = {};
     if (inline_table) {
         array->elems = {{reinterpret_cast<wiq_json**>(array + 1)}, 0, capacity};
@@ -112,14 +107,13 @@ ObjectNode* new_object(i32 capacity, u8 flags, const Key* key, Chunks* chunks) {
 ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key, Chunks* chunks) {
     const u64 inline_buckets = buckets <= kMaxInlineSlots ? buckets : 0;
     auto* obj = new_container<ObjectNode>(kJsonObject, inline_buckets, flags, key, chunks);
-    if (obj == nullptr) {
+    if (obj == nullptr)
         return nullptr;
-    }
     obj->members = {};
     if (inline_buckets != 0) {
         obj->members.buckets = reinterpret_cast<Member**>(obj + 1);
         obj->members.mask = static_cast<u32>(buckets - 1);
-        std::memset(obj->members.buckets, 0, buckets * sizeof(Member*));
+        memset(obj->members.buckets, 0, buckets * sizeof(Member*));
     } else if (buckets != 0 && make_table(obj, buckets) != 0) {
         free_node(obj);
         return nullptr;
@@ -128,8 +122,7 @@ ObjectNode* new_object_with(u64 buckets, u8 flags, const Key* key, Chunks* chunk
 }
 
 Member* new_member(const Key& key) {
-    void* block =
-        key.length <= kMaxKeyLength ? std::malloc(sizeof(Member) + key.length + 1) : nullptr;
+    void* block = key.length <= kMaxKeyLength ? malloc(sizeof(Member) + key.length + 1) : nullptr;
     return block != nullptr ? init_member(block, key) : nullptr;
 }
 
@@ -139,27 +132,24 @@ namespace {
 // report the status.
 template <class Node, class Value>
 wiq_json_t* make(u16 type, const Value& value, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     wiq_json* node = new_node_of<Node>(type, value);
     report(err, node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
     return node;
 }
 
 wiq_json_t* make_bare(u16 type, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     wiq_json* node = new_node<wiq_json>(type);
     report(err, node != nullptr ? 0 : WIQ_ERR_NO_MEMORY);
     return node;
 }
 
 wiq_json_t* make_array(i32 capacity, u8 flags, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     if (capacity < 0) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
@@ -170,9 +160,8 @@ wiq_json_t* make_array(i32 capacity, u8 flags, u32* err) {
 }
 
 wiq_json_t* make_object(i32 capacity, u8 flags, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     if (capacity < 0) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
@@ -217,9 +206,8 @@ wiq_json_t* wiq_json_double_new(double value, u32* err) {
 }
 
 wiq_json_t* wiq_json_str_new(const char* text, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     if (text == nullptr) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;

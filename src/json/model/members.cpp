@@ -52,9 +52,10 @@ inline bool build_with(Members* members, Member* const* list, u64 count, LinkOf 
 // would take quadratic time. The limit prevents that: at a link that does not end the chain,
 // build_with() gives up. Tables without a tail are small and need no limit.
 bool build_table(Members* members, Member* const* list, u64 count) {
-    if (members->mask < kMinBucketsWithTail - 1)
+    if (members->mask < kMinBucketsWithTail - 1) {
         return build_with(members, list, count,
                           [](const Members& in, const Key& key) { return link_of(in, key); });
+    }
     return build_with(members, list, count, [](const Members& in, const Key& key) {
         return link_within(in, key, kMaxChainWithoutIndex);
     });

@@ -21,7 +21,7 @@ namespace ke::json {
 namespace {
 
 Key key_from(const char* text) {
-    return {text, std::strlen(text)};
+    return {text, strlen(text)};
 }
 
 Member* find_member(const ObjectNode* obj, const char* key) {
@@ -37,18 +37,15 @@ bool grow_table(ObjectNode* obj) {
     ChainIndex* index = index_of(members);
     Member** buckets = grown_table(obj, members.buckets, count * sizeof(Member*),
                                    pointers_in_table(2 * count) * sizeof(Member*));
-    if (buckets == nullptr) {
+    if (buckets == nullptr)
         return false;
-    }
     split_chains(buckets, count);
     members.buckets = buckets;
     members.mask = static_cast<u32>(2 * count - 1);
-    if (has_tail(members)) {
+    if (has_tail(members))
         *tail_of(members) = {nullptr, 0};
-    }
-    if (index != nullptr) {
+    if (index != nullptr)
         rebuild_index(&members, index, count);
-    }
     return true;
 }
 
@@ -56,9 +53,8 @@ bool grow_table(ObjectNode* obj) {
 // the member would be added. An object without a table gets its first one, of two buckets.
 // Returns nullptr if that cannot be allocated.
 Member** link_for_key(ObjectNode* obj, const Key& key) {
-    if (obj->members.buckets == nullptr && make_table(obj, 2) != 0) {
+    if (obj->members.buckets == nullptr && make_table(obj, 2) != 0)
         return nullptr;
-    }
     return link_to_add(obj->members, key);
 }
 
@@ -92,13 +88,11 @@ void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
     touch_to_attach(obj, child);
     wiq_json* old = member->child;
     // The block of the old child is also the member's, which stays: now it has two owners.
-    if (shares_block(member, old)) {
+    if (shares_block(member, old))
         share_block(member, old);
-    }
     // The child comes back to the member with which it was made: the block has one owner again.
-    if (shares_block(member, child)) {
+    if (shares_block(member, child))
         unshare_block(member, child);
-    }
     link_to_parent(obj, member, child);
     release_child(obj, old);
 }
@@ -107,9 +101,8 @@ void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
 // with the object's members and the child unchanged.
 i32 attach_child(ObjectNode* obj, const Key& key, wiq_json* child) {
     Member** link = link_for_key(obj, key);
-    if (link == nullptr) {
+    if (link == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    }
     if (*link != nullptr) {
         // The count rises first: a weak object may already hold this child under this key, and then
         // gives up its old reference in replace_child().
@@ -119,7 +112,7 @@ i32 attach_child(ObjectNode* obj, const Key& key, wiq_json* child) {
     }
     Member* member = new_member(key);
     if (member == nullptr || insert_member(obj, link, member) != 0) {
-        std::free(member);
+        free(member);
         return WIQ_ERR_NO_MEMORY;
     }
     touch_to_attach(obj, child);
@@ -133,9 +126,8 @@ i32 attach_child(ObjectNode* obj, const Key& key, wiq_json* child) {
 i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
     ObjectNode* object = to_object(obj);
     if (object == nullptr || key == nullptr || child == nullptr ||
-        (!is_weak(obj) && (child->parent != nullptr || would_form_cycle(obj, child)))) {
+        (!is_weak(obj) && (child->parent != nullptr || would_form_cycle(obj, child))))
         return WIQ_ERR_INVALID_ARG;
-    }
     return attach_child(object, key_from(key), child);
 }
 
@@ -145,9 +137,8 @@ i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
 template <class Make>
 wiq_json* attach_new_child(ObjectNode* obj, const Key& key, Make make) {
     Member** link = link_for_key(obj, key);
-    if (link == nullptr) {
+    if (link == nullptr)
         return nullptr;
-    }
     if (*link != nullptr) {
         wiq_json* node = make(nullptr);
         if (node != nullptr) {
@@ -157,14 +148,13 @@ wiq_json* attach_new_child(ObjectNode* obj, const Key& key, Make make) {
         return node;
     }
     wiq_json* node = make(&key);
-    if (node == nullptr) {
+    if (node == nullptr)
         return nullptr;
-    }
     const bool is_separate = has_own_block(node);
     Member* member = member_for(node, key);
     if (member == nullptr || insert_member(obj, link, member) != 0) {
         // A member that shares its block with the node is freed with the node.
-        std::free(is_separate ? member : nullptr);
+        free(is_separate ? member : nullptr);
         free_node(node);
         return nullptr;
     }
@@ -178,9 +168,8 @@ wiq_json* attach_new_child(ObjectNode* obj, const Key& key, Make make) {
 
 i32 attach_member(ObjectNode* obj, Member* member, wiq_json* child) {
     Member** link = link_for_key(obj, Key(member));
-    if (link == nullptr) {
+    if (link == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    }
     // No caller has seen the object, so no walk has reached the old member, and it need not stay as
     // in replace_child().
     Member* old = *link;
@@ -211,9 +200,8 @@ wiq_json* detach_member(ObjectNode* obj, Member* member) {
 using namespace ke::json;
 
 i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* child, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return static_cast<i32>(*err);
-    }
     return report(err, put_child(obj, key, child));
 }
 
@@ -222,9 +210,8 @@ namespace {
 // What all typed builders share; `make` makes the node, as a member if it gets a key.
 template <class Make>
 wiq_json_t* put_new(wiq_json_t* obj, const char* key, u32* err, Make make) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     ObjectNode* object = to_object(obj);
     if (object == nullptr || key == nullptr) {
         report(err, WIQ_ERR_INVALID_ARG);
@@ -287,7 +274,7 @@ wiq_json_t* wiq_json_obj_put_str(wiq_json_t* obj, const char* key, const char* t
 
 wiq_json_t* wiq_json_obj_put_jref(wiq_json_t* obj, const char* key, const char* target, u32* err) {
     return put_new_from(obj, key, target, err, [target](const Key* k) {
-        return new_text_node(kJsonRef, target, std::strlen(target), k);
+        return new_text_node(kJsonRef, target, strlen(target), k);
     });
 }
 
@@ -311,16 +298,13 @@ i32 wiq_json_obj_size(const wiq_json_t* obj) {
 
 i32 wiq_json_obj_keys(const wiq_json_t* obj, wiq_strv* keys) {
     const ObjectNode* object = to_object(obj);
-    if (object == nullptr) {
+    if (object == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    }
     const i32 count = size_of(object);
-    if (count == 0) {
+    if (count == 0)
         return 0;
-    }
-    if (keys == nullptr) {
+    if (keys == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    }
     const i32 size_before = keys->size;
     for (const Member* member = first_member(object); member != nullptr;
          member = next_member(object, member)) {
@@ -335,14 +319,12 @@ i32 wiq_json_obj_keys(const wiq_json_t* obj, wiq_strv* keys) {
 
 i32 wiq_json_obj_foreach(const wiq_json_t* obj, WiqJsonMemberFn callback, void* user) {
     const ObjectNode* object = to_object(obj);
-    if (object == nullptr || callback == nullptr) {
+    if (object == nullptr || callback == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    }
     for (const Member* member = first_member(object); member != nullptr;
          member = next_member(object, member)) {
-        if (!callback(member->key(), member->child, user)) {
+        if (!callback(member->key(), member->child, user))
             break;
-        }
     }
     return 0;
 }
@@ -350,9 +332,8 @@ i32 wiq_json_obj_foreach(const wiq_json_t* obj, WiqJsonMemberFn callback, void* 
 i32 wiq_json_obj_remove(wiq_json_t* obj, const char* key) {
     ObjectNode* object = to_object(obj);
     Member* member = object != nullptr && key != nullptr ? find_member(object, key) : nullptr;
-    if (member == nullptr) {
+    if (member == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    }
     unlink_member(&object->members, member);
     release_member(object, member);
     return 0;

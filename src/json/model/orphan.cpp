@@ -21,24 +21,20 @@ i32 orphan_elem(ArrayNode* array, const wiq_json_t* node) {
     // place.
     u32 err = 0;
     wiq_json_t* placeholder = wiq_json_null_new(&err);
-    if (placeholder != nullptr) {
+    if (placeholder != nullptr)
         swap_elem(array, index, index, placeholder);
-    }
     return static_cast<i32>(err);
 }
 
 }  // namespace
 
 i32 wiq_json_make_orphan(wiq_json_t* node) {
-    if (node == nullptr) {
+    if (node == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    }
-    if (node->parent == nullptr) {
+    if (node->parent == nullptr)
         return 0;
-    }
-    if (wiq_json_is_array(node->parent)) {
+    if (wiq_json_is_array(node->parent))
         return orphan_elem(as<ArrayNode>(node->parent), node);
-    }
     auto* parent = as<ObjectNode>(node->parent);
     detach_member(parent, member_of_key(node->position.key));
     hand_over_child(parent, node);
@@ -46,20 +42,17 @@ i32 wiq_json_make_orphan(wiq_json_t* node) {
 }
 
 i32 wiq_json_make_orphan_ex(wiq_json_t* node, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return static_cast<i32>(*err);
-    }
     return report(err, wiq_json_make_orphan(node));
 }
 
 i32 wiq_json_swap_child(wiq_json_t* node, wiq_json_t* replacement) {
-    if (node == nullptr || replacement == nullptr) {
+    if (node == nullptr || replacement == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    }
     wiq_json_t* parent = node->parent;
-    if (parent == nullptr) {
+    if (parent == nullptr)
         return 0;
-    }
     u32 err = 0;
     if (wiq_json_is_array(parent)) {
         wiq_json_array_swap(parent, slot_of(as<ArrayNode>(parent), node), replacement, &err);

@@ -71,9 +71,8 @@ bool wiq_json_has_weak_refs(const wiq_json_t* node) {
 }
 
 bool wiq_json_is_i64_ext(const wiq_json_t* node, bool ext) {
-    if (node == nullptr || !ext) {
+    if (node == nullptr || !ext)
         return has_type(node, kJsonI64);
-    }
     switch (node->type) {
         case kJsonI64:
             return true;
@@ -89,9 +88,8 @@ bool wiq_json_is_i64_ext(const wiq_json_t* node, bool ext) {
 }
 
 bool wiq_json_is_u64_ext(const wiq_json_t* node, bool ext) {
-    if (node == nullptr || !ext) {
+    if (node == nullptr || !ext)
         return has_type(node, kJsonU64);
-    }
     switch (node->type) {
         case kJsonI64:
             return as<I64Node>(node)->value >= 0;
@@ -107,16 +105,14 @@ bool wiq_json_is_u64_ext(const wiq_json_t* node, bool ext) {
 }
 
 bool wiq_json_is_u128_ext(const wiq_json_t* node, bool ext) {
-    if (has_type(node, kJsonU128)) {
+    if (has_type(node, kJsonU128))
         return true;
-    }
     return ext && wiq_json_is_u64_ext(node, true);
 }
 
 bool wiq_json_is_double_ext(const wiq_json_t* node, bool ext) {
-    if (node == nullptr || !ext) {
+    if (node == nullptr || !ext)
         return has_type(node, kJsonDouble);
-    }
     switch (node->type) {
         case kJsonI64:
             return as<I64Node>(node)->value >= -kTwoTo53 && as<I64Node>(node)->value <= kTwoTo53;

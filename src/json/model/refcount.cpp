@@ -42,9 +42,8 @@ void add_to_count(wiq_json* node, i32 difference) {
 // parent has a reference. If its count is 0 all the same, somebody has given up one reference too
 // many, and the count is set back to 1.
 bool is_dead(wiq_json* node, i32 count) {
-    if (count > 0) {
+    if (count > 0)
         return false;
-    }
     if (node->parent != nullptr) {
         set_count(node, 1);
         return false;
@@ -75,9 +74,8 @@ i32 give_up_reference(wiq_json* node) {
 // is about to be freed.
 inline bool give_up_child(bool weak, wiq_json* child) {
     if (!weak) {
-        if (has_one_owner(child)) {
+        if (has_one_owner(child))
             return true;
-        }
         // This must come before the reference is given up.
         unlink_from_parent(child);
     }
@@ -92,9 +90,8 @@ void order_by_address(const Members& members) {
     u64 lowest = UINT64_MAX;
     u64 highest = 0;
     for (u64 bucket = 0; bucket <= members.mask; ++bucket) {
-        if (is_large(members.mask)) {
+        if (is_large(members.mask))
             fetch_ahead(members.buckets, members.mask, bucket);
-        }
         for (Member* member = members.buckets[bucket]; member != nullptr;) {
             Member* next = member->next;
             member->next = all;
@@ -141,7 +138,7 @@ void chain_members(Members* members) {
         }
     }
     free_index(*members);
-    std::free(members->buckets);
+    free(members->buckets);
     members->chain = chain;
     members->mask = kChainedMembers;
 }
@@ -154,7 +151,7 @@ void chain_elems(Elements* elems) {
         elems->data[i]->position.next = chain;
         chain = elems->data[i];
     }
-    std::free(elems->data);
+    free(elems->data);
     elems->chain = chain;
     elems->capacity = kChainedElems;
 }
@@ -164,17 +161,15 @@ void chain_elems(Elements* elems) {
 void begin_emptying(wiq_json* node) {
     if (node->type == kJsonArray) {
         Elements& elems = as<ArrayNode>(node)->elems;
-        if (elems.size > static_cast<i32>(kMaxInlineSlots) && !is_weak(node)) {
+        if (elems.size > static_cast<i32>(kMaxInlineSlots) && !is_weak(node))
             chain_elems(&elems);
-        }
         return;
     }
     Members& members = as<ObjectNode>(node)->members;
-    if (members.size > kMaxInlineSlots) {
+    if (members.size > kMaxInlineSlots)
         chain_members(&members);
-    } else {
+    else
         members.size = members.buckets != nullptr ? members.mask + 1 : 0;
-    }
 }
 
 // Frees nodes one after another. Neighbours in one chunk are released together, by one change of
@@ -204,9 +199,8 @@ class FreedNodes {
 
   private:
     void flush() {
-        if (blocks_ != 0) {
+        if (blocks_ != 0)
             release_blocks(chunk_, blocks_);
-        }
         blocks_ = 0;
     }
 
@@ -220,22 +214,19 @@ class FreedNodes {
 
 // These take the next child out of what is left of a container; nullptr if nothing is left.
 wiq_json* take_next_elem(Elements& elems) {
-    if (elems.capacity != kChainedElems) {
+    if (elems.capacity != kChainedElems)
         return elems.size > 0 ? elems.data[--elems.size] : nullptr;
-    }
     wiq_json* elem = elems.chain;
-    if (elem != nullptr) {
+    if (elem != nullptr)
         elems.chain = elem->position.next;
-    }
     return elem;
 }
 
 Member* take_next_member(Members& members) {
     if (members.mask == kChainedMembers) {
         Member* member = members.chain;
-        if (member != nullptr) {
+        if (member != nullptr)
             members.chain = member->next;
-        }
         return member;
     }
     for (; members.size != 0; --members.size) {
@@ -251,13 +242,11 @@ Member* take_next_member(Members& members) {
 // Takes a child out of a container that is being emptied, and frees its member. Returns nullptr
 // when no child is left.
 wiq_json* take_next_child(wiq_json* node) {
-    if (node->type == kJsonArray) {
+    if (node->type == kJsonArray)
         return take_next_elem(as<ArrayNode>(node)->elems);
-    }
     Member* member = take_next_member(as<ObjectNode>(node)->members);
-    if (member == nullptr) {
+    if (member == nullptr)
         return nullptr;
-    }
     // Frees the member while the child is alive: its header tells who owns the block.
     wiq_json* child = member->child;
     free_member(member);
@@ -281,9 +270,8 @@ bool release_document(wiq_json* root) {
 // them that dies with them. Afterwards the container's fields mean nothing until the caller calls
 // drop_table(), which must come next.
 void release_children(wiq_json* top) {
-    if (release_document(top)) {
+    if (release_document(top))
         return;
-    }
     FreedNodes freed;
     add_to_count(top, kDying);
     begin_emptying(top);
@@ -293,9 +281,8 @@ void release_children(wiq_json* top) {
         // others were taken out of their containers, to which their `parent` leads.
         wiq_json* child = take_next_child(node);
         if (child == nullptr) {
-            if (node == top) {
+            if (node == top)
                 break;
-            }
             drop_table(node);
             wiq_json* up = node->parent;
             freed.add(node);
@@ -325,23 +312,20 @@ void release_children(wiq_json* top) {
 }  // namespace
 
 void release_child(const wiq_json* container, wiq_json* child) {
-    if (give_up_child(is_weak(container), child)) {
+    if (give_up_child(is_weak(container), child))
         wiq_json_delete_impl(child);
-    }
 }
 
 void release_if_unreferenced(wiq_json* node) {
     const i32 count = std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire);
-    if (is_dead(node, count)) {
+    if (is_dead(node, count))
         wiq_json_delete_impl(node);
-    }
 }
 
 void hand_over_child(const wiq_json* container, wiq_json* child) {
     touch(child);
-    if (child->parent == container) {
+    if (child->parent == container)
         unlink_from_parent(child);
-    }
     count_down(child);
 }
 
@@ -350,15 +334,13 @@ void hand_over_child(const wiq_json* container, wiq_json* child) {
 using namespace ke::json;
 
 void wiq_json_ref(wiq_json_t* node) {
-    if (node != nullptr) {
+    if (node != nullptr)
         count_up(node);
-    }
 }
 
 void wiq_json_unref(wiq_json_t* node) {
-    if (node != nullptr && is_dead(node, give_up_reference(node))) {
+    if (node != nullptr && is_dead(node, give_up_reference(node)))
         wiq_json_delete_impl(node);
-    }
 }
 
 void wiq_json_delete_impl(wiq_json_t* node) {
@@ -369,9 +351,8 @@ void wiq_json_delete_impl(wiq_json_t* node) {
 }
 
 void wiq_json_finalize(wiq_json_t* node) {
-    if (node == nullptr) {
+    if (node == nullptr)
         return;
-    }
     if (is_container(node)) {
         release_children(node);
         drop_table(node);

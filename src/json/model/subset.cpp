@@ -19,10 +19,9 @@ namespace {
 enum class Answer { kNo, kYes, kLookInside };
 
 bool same_text(const TextNode* a, const TextNode* b) {
-    if (a->text == nullptr || b->text == nullptr) {
+    if (a->text == nullptr || b->text == nullptr)
         return a->text == b->text;
-    }
-    return a->length == b->length && std::memcmp(a->text, b->text, a->length) == 0;
+    return a->length == b->length && memcmp(a->text, b->text, a->length) == 0;
 }
 
 // Numbers of different types are equal if b can be read as a's type without loss and then has a's
@@ -55,15 +54,12 @@ Answer compare_types(const wiq_json* a, const wiq_json* b) {
 // Compares two nodes as far as that is possible without their children. Returns kLookInside for two
 // containers of one type. A node contains itself, even if there is a NaN in it.
 inline Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
-    if (a == b) {
+    if (a == b)
         return Answer::kYes;
-    }
-    if (a == nullptr || b == nullptr) {
+    if (a == nullptr || b == nullptr)
         return Answer::kNo;
-    }
-    if (a->type != b->type) {
+    if (a->type != b->type)
         return compare_types(a, b);
-    }
     bool same = true;
     switch (a->type) {
         case kJsonObject:
@@ -119,9 +115,8 @@ struct ObjectMatch {
         const bool sizes_fit = has_flag(flags, WIQ_JSON_SUBSET_SAME_SIZE)
                                    ? size_of(a) == size_of(b)
                                    : size_of(a) <= size_of(b);
-        if (!sizes_fit) {
+        if (!sizes_fit)
             return Answer::kNo;
-        }
         member = first_member(a);
         likely = first_member(b);
         return next(question);
@@ -132,9 +127,8 @@ struct ObjectMatch {
             const Key key(member);
             const Member* other =
                 likely != nullptr && has_key(likely, key) ? likely : find(b->members, key);
-            if (other == nullptr) {
+            if (other == nullptr)
                 return Answer::kNo;
-            }
             const wiq_json* child = member->child;
             likely = next_member(b, other);
             member = next_member(a, member);
@@ -168,17 +162,14 @@ struct GapMatch {
     Answer next(Pair* question) {
         for (;;) {
             const i32 a_left = size_of(a) - a_index;
-            if (a_left == 0) {
+            if (a_left == 0)
                 return Answer::kYes;
-            }
-            if (size_of(b) - b_index < a_left) {
+            if (size_of(b) - b_index < a_left)
                 return Answer::kNo;
-            }
             *question = {elems_of(a)[a_index], elems_of(b)[b_index]};
             const Answer answer = compare_nodes(question->a, question->b);
-            if (answer == Answer::kLookInside) {
+            if (answer == Answer::kLookInside)
                 return answer;
-            }
             step(answer == Answer::kYes);
         }
     }
@@ -209,9 +200,8 @@ struct RunMatch {
         offset = 0;
         last_offset = size_of(b) - size_of(a);
         if (has_flag(flags, WIQ_JSON_SUBSET_PREFIX)) {
-            if (has_flag(flags, WIQ_JSON_SUBSET_SAME_LENGTH) && last_offset != 0) {
+            if (has_flag(flags, WIQ_JSON_SUBSET_SAME_LENGTH) && last_offset != 0)
                 return Answer::kNo;
-            }
             last_offset = last_offset < 0 ? last_offset : 0;
         }
         return next(question);
@@ -224,14 +214,12 @@ struct RunMatch {
             while (index != size) {
                 *question = {elems_of(a)[index], elems_of(b)[offset + index]};
                 answer = compare_nodes(question->a, question->b);
-                if (answer != Answer::kYes) {
+                if (answer != Answer::kYes)
                     break;
-                }
                 ++index;
             }
-            if (answer != Answer::kNo) {
+            if (answer != Answer::kNo)
                 return answer;
-            }
             step(false);
         }
         return Answer::kNo;
@@ -303,22 +291,19 @@ bool compare_containers(Pair pair, u32 flags) {
         Match match;
         Answer answer = start(&match, pair, flags, &pair);
         if (answer == Answer::kLookInside) {
-            if (!waiting.push(match)) {
+            if (!waiting.push(match))
                 return false;
-            }
             continue;
         }
         // Up: the answer goes to the machine that asked. If that machine now has its own answer, it
         // is done, and its answer goes to the machine that waits below it on the stack. Otherwise
         // `pair` is its next question.
         while (answer != Answer::kLookInside) {
-            if (waiting.empty()) {
+            if (waiting.empty())
                 return answer == Answer::kYes;
-            }
             answer = resume(&waiting.top(), answer == Answer::kYes, &pair);
-            if (answer != Answer::kLookInside) {
+            if (answer != Answer::kLookInside)
                 waiting.pop();
-            }
         }
     }
 }

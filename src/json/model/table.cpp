@@ -11,14 +11,12 @@ namespace ke::json {
 static_assert(kMaxInlineSlots < kMinBucketsWithTail, "a table in its node's block has no tail");
 
 i32 make_table(ObjectNode* obj, u64 buckets) {
-    if (buckets > kMaxBuckets) {
+    if (buckets > kMaxBuckets)
         return WIQ_ERR_NO_MEMORY;
-    }
     // calloc() also sets the tail: no index, and a first bucket of 0.
     auto** table = static_cast<Member**>(calloc(pointers_in_table(buckets), sizeof(Member*)));
-    if (table == nullptr) {
+    if (table == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    }
     obj->members = {{table}, static_cast<u32>(buckets - 1), 0};
     return 0;
 }
@@ -28,9 +26,8 @@ i32 reserve_slots(ArrayNode* array, i32 capacity) {
     wiq_json** data =
         grown_table(array, elems->data, static_cast<size_t>(elems->size) * sizeof(wiq_json*),
                     static_cast<size_t>(capacity) * sizeof(wiq_json*));
-    if (data == nullptr) {
+    if (data == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    }
     elems->data = data;
     elems->capacity = capacity;
     return 0;

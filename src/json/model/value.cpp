@@ -14,16 +14,14 @@ constexpr double kTwoTo63 = 9223372036854775808.0;
 // Rounds towards zero. Values that do not fit, and NaN, give the smallest value, as the processor's
 // own conversion does.
 i64 truncate_signed(double value) {
-    if (!(value >= -kTwoTo63 && value < kTwoTo63)) {
+    if (!(value >= -kTwoTo63 && value < kTwoTo63))
         return INT64_MIN;
-    }
     return static_cast<i64>(value);
 }
 
 u64 truncate_unsigned(double value) {
-    if (value >= kTwoTo63) {
+    if (value >= kTwoTo63)
         return static_cast<u64>(truncate_signed(value - kTwoTo63)) + (u64{1} << 63);
-    }
     return static_cast<u64>(truncate_signed(value));
 }
 
@@ -80,9 +78,8 @@ const char* wiq_json_str_get(const wiq_json_t* node) {
 }
 
 const char* wiq_json_type_string(const wiq_json_t* node) {
-    if (node == nullptr) {
+    if (node == nullptr)
         return "<none>";
-    }
     switch (node->type) {
         case kJsonNull:
             return "null";
@@ -109,15 +106,13 @@ const char* wiq_json_type_string(const wiq_json_t* node) {
 }
 
 i32 wiq_json_parent_index(const wiq_json_t* node) {
-    if (node == nullptr || !wiq_json_is_array(node->parent)) {
+    if (node == nullptr || !wiq_json_is_array(node->parent))
         return -1;
-    }
     return static_cast<i32>(node->position.index);
 }
 
 const char* wiq_json_parent_key(const wiq_json_t* node) {
-    if (node == nullptr || !wiq_json_is_obj(node->parent)) {
+    if (node == nullptr || !wiq_json_is_obj(node->parent))
         return nullptr;
-    }
     return node->position.key;
 }

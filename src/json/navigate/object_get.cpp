@@ -18,39 +18,33 @@ struct Found {
 // those of wiq_json_jref_deref().
 Found look_up(const wiq_json_t* obj, const char* key, bool follow) {
     const ObjectNode* object = to_object(obj);
-    if (object == nullptr || key == nullptr) {
+    if (object == nullptr || key == nullptr)
         return {nullptr, WIQ_ERR_INVALID_ARG};
-    }
     wiq_json_t* value = find_child(object, key);
-    if (value == nullptr) {
+    if (value == nullptr)
         return {nullptr, WIQ_ERR_KEY_NOT_FOUND};
-    }
-    if (!follow || value->type != kJsonRef) {
+    if (!follow || value->type != kJsonRef)
         return {value, 0};
-    }
     u32 status = 0;
     value = wiq_json_jref_deref(value, &status);
     return {value, static_cast<i32>(status)};
 }
 
 void report_wrong_type(u32* err) {
-    if (!has_failed(err)) {
+    if (!has_failed(err))
         report(err, WIQ_ERR_WRONG_TYPE);
-    }
 }
 
 // What all typed getters share. Returns the value if it exists and `fits` accepts its type,
 // otherwise NULL with the status in `err`.
 template <class Fits>
 wiq_json_t* get(const wiq_json_t* obj, const char* key, u32* err, Fits fits) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     const Found found = look_up(obj, key, true);
     report(err, found.status);
-    if (found.value == nullptr || fits(found.value)) {
+    if (found.value == nullptr || fits(found.value))
         return found.value;
-    }
     report_wrong_type(err);
     return nullptr;
 }
@@ -60,22 +54,19 @@ wiq_json_t* get(const wiq_json_t* obj, const char* key, u32* err, Fits fits) {
 template <class Fits>
 wiq_json_t* get_or_create(wiq_json_t* obj, const char* key, u32* err, Fits fits,
                           wiq_json_t* (*create)(wiq_json_t*, const char*, u32*)) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     const ObjectNode* object = to_object(obj);
-    if (object != nullptr && key != nullptr && find_child(object, key) == nullptr) {
+    if (object != nullptr && key != nullptr && find_child(object, key) == nullptr)
         return create(obj, key, err);
-    }
     return get(obj, key, err, fits);
 }
 
 }  // namespace
 
 wiq_json_t* wiq_json_obj_get_ext(const wiq_json_t* obj, const char* key, u32 flags, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     const Found found = look_up(obj, key, (flags & WIQ_JSON_FOLLOW_REFS) != 0);
     report(err, found.status);
     return found.value;
@@ -114,9 +105,8 @@ wiq_uint128* wiq_json_obj_get_u128(wiq_uint128* out, const wiq_json_t* obj, cons
                                    u32* err) {
     const wiq_json_t* value =
         get(obj, key, err, [](const wiq_json_t* node) { return wiq_json_is_u128_ext(node, true); });
-    if (value != nullptr) {
+    if (value != nullptr)
         return wiq_json_u128_get(out, value);
-    }
     *out = {0, 0};
     return out;
 }
@@ -128,14 +118,12 @@ double wiq_json_obj_get_double(const wiq_json_t* obj, const char* key, u32* err)
 }
 
 wiq_json_t* wiq_json_obj_get_jref(const wiq_json_t* obj, const char* key, u32* err) {
-    if (has_failed(err)) {
+    if (has_failed(err))
         return nullptr;
-    }
     const Found found = look_up(obj, key, false);
     report(err, found.status);
-    if (found.value == nullptr || found.value->type == kJsonRef) {
+    if (found.value == nullptr || found.value->type == kJsonRef)
         return found.value;
-    }
     report_wrong_type(err);
     return nullptr;
 }

@@ -21,10 +21,9 @@ wiq_json* step(wiq_json* node, const char* name, i32* status) {
     }
     if (const ArrayNode* array = to_array(node)) {
         const WiqJsonPtrToken token = classify(name);
-        if (token.kind == WIQ_JSON_PTR_TOK_INDEX || token.kind == WIQ_JSON_PTR_TOK_APPEND) {
-            wiq_json* child = token.kind == WIQ_JSON_PTR_TOK_APPEND
-                                  ? nullptr
-                                  : elem_at(array, static_cast<i32>(token.index));
+        if (token.kind == kStepIndex || token.kind == kStepAppend) {
+            wiq_json* child =
+                token.kind == kStepAppend ? nullptr : elem_at(array, static_cast<i32>(token.index));
             *status = child == nullptr ? static_cast<i32>(WIQ_ERR_INDEX_OUT_OF_RANGE) : 0;
             return child;
         }

@@ -14,7 +14,7 @@ namespace ke::json {
 namespace {
 
 bool names_element(const WiqJsonPtrToken& token) {
-    return token.kind == WIQ_JSON_PTR_TOK_INDEX || token.kind == WIQ_JSON_PTR_TOK_APPEND;
+    return token.kind == kStepIndex || token.kind == kStepAppend;
 }
 
 // Stores a node in a container at the place that a token names. Returns 0, the failure of storing
@@ -22,9 +22,9 @@ bool names_element(const WiqJsonPtrToken& token) {
 i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
     if (wiq_json_is_obj(container))
         return wiq_json_obj_put_ext(container, token.name, node, nullptr);
-    if (wiq_json_is_array(container) && token.kind == WIQ_JSON_PTR_TOK_INDEX)
+    if (wiq_json_is_array(container) && token.kind == kStepIndex)
         return wiq_json_array_put(container, static_cast<i32>(token.index), node);
-    if (wiq_json_is_array(container) && token.kind == WIQ_JSON_PTR_TOK_APPEND)
+    if (wiq_json_is_array(container) && token.kind == kStepAppend)
         return wiq_json_array_push_ext(container, node, nullptr);
     return WIQ_ERR_WRONG_TYPE;
 }
@@ -33,7 +33,7 @@ i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
 wiq_json* existing_child(const wiq_json* container, const WiqJsonPtrToken& token) {
     if (const ObjectNode* obj = to_object(container))
         return find_child(obj, token.name);
-    if (token.kind != WIQ_JSON_PTR_TOK_INDEX)
+    if (token.kind != kStepIndex)
         return nullptr;
     return elem_at(as<ArrayNode>(container), static_cast<i32>(token.index));
 }
@@ -53,12 +53,12 @@ class PointerWriter {
             previous_ = next_;
             next_ = classify(scratch_ + position);
             position += static_cast<size_t>(count);
-            if (count != 0 && previous_.kind != WIQ_JSON_PTR_TOK_NONE) {
+            if (count != 0 && previous_.kind != kStepNone) {
                 const i32 status = step();
                 if (status != 0)
                     return status;
             }
-        } while (next_.kind != WIQ_JSON_PTR_TOK_NONE);
+        } while (next_.kind != kStepNone);
         return store(container_, previous_, value);
     }
 

@@ -40,13 +40,13 @@ i64 read_segment(const char* text, char* out) {
 
 WiqJsonPtrToken classify(const char* name) {
     if (name == nullptr || *name == '\0')
-        return {WIQ_JSON_PTR_TOK_NONE, 0, name};
+        return {kStepNone, 0, name};
     if (name[0] == '-' && name[1] == '\0')
-        return {WIQ_JSON_PTR_TOK_APPEND, 0, name};
+        return {kStepAppend, 0, name};
     u64 number = 0;
     if (wiq_strtouint64(name, &number) == 0)
-        return {WIQ_JSON_PTR_TOK_INDEX, static_cast<u32>(number), name};
-    return {WIQ_JSON_PTR_TOK_NAME, 0, name};
+        return {kStepIndex, static_cast<u32>(number), name};
+    return {kStepName, 0, name};
 }
 
 PointerScratch::PointerScratch(size_t size)

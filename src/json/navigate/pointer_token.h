@@ -7,10 +7,10 @@
 namespace ke::json {
 
 enum WiqJsonPtrTokenKind : u32 {
-    WIQ_JSON_PTR_TOK_NONE = 0,    // the end of the pointer, or an empty segment
-    WIQ_JSON_PTR_TOK_INDEX = 1,   // reads as an unsigned number
-    WIQ_JSON_PTR_TOK_NAME = 2,    // anything else
-    WIQ_JSON_PTR_TOK_APPEND = 3,  // "-", the place after an array's last element
+    kStepNone = 0,    // the end of the pointer, or an empty segment
+    kStepIndex = 1,   // reads as an unsigned number
+    kStepName = 2,    // anything else
+    kStepAppend = 3,  // "-", the place after an array's last element
 };
 
 struct WiqJsonPtrToken {

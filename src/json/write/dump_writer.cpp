@@ -24,12 +24,11 @@ const Member** sorted_members(const ObjectNode* obj) {
         return nullptr;
     const Member** end = members;
     for (const Member* member = first_member(obj); member != nullptr;
-         member = next_member(obj, member)) {
+         member = next_member(obj, member))
         *end++ = member;
-    }
+#ifndef __clang_analyzer__  // the analyzer takes the list for uninitialised
     // Not qsort(): in some runtimes that takes quadratic time for certain orders, which a hostile
     // document could bring about.
-#ifndef __clang_analyzer__  // the analyzer takes the list for uninitialised
     std::sort(members, end, has_lesser_key);
 #endif
     return members;
