@@ -248,9 +248,10 @@ int rename_in_steps(const char* from, const char* to) {
     if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EMLINK)
         return -1;
     struct stat status;
-    if (lstat(to, &status) != 0)
+    if (lstat(to, &status) == 0)
+        errno = EEXIST;
+    else if (errno == ENOENT)
         return rename(from, to);
-    errno = EEXIST;
     return -1;
 }
 

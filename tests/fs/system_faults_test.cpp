@@ -246,6 +246,24 @@ TEST_F(SystemFaultsOfFiles, RenamingInStepsLosesNothing) {
     }
 }
 
+// What has the new name stays, even if the system cannot tell that there is something.
+TEST_F(SystemFaultsOfFiles, RenamingBlindlyReplacesNothing) {
+    for (const int reason : {EIO, ENOMEM, EACCES, EPERM, ENOSYS}) {
+        SCOPED_TRACE(strerror(reason));
+        write("from", "moved");
+        write("there", "kept");
+        SystemFaults faults(1, SystemFaults::kPersistent, ENOSYS);
+        faults.fail_also("link", EPERM);
+        faults.fail_also("lstat", reason);
+        faults.arm("renameat2");
+        const i32 status = wiq_rename(in("from").c_str(), in("there").c_str());
+        faults.disarm();
+        EXPECT_EQ(status, reason == EACCES ? static_cast<i32>(WIQ_ERR_ACCESS_DENIED)
+                                           : static_cast<i32>(WIQ_ERR_IO));
+        EXPECT_EQ(contents(), (Files{{"from", "moved"}, {"there", "kept"}}));
+    }
+}
+
 TEST_F(SystemFaultsOfFiles, Directories) {
     const Names made = SweepSystemCalls([](SystemFaults& faults) {
         faults.arm();

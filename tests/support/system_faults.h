@@ -1,10 +1,11 @@
 // Makes system calls fail on purpose, for programs that link the library statically with -Wl,--wrap for each
-// of the functions named in system_faults.cpp. It works like alloc_faults.h: the first, second, third ...
+// of the functions in system_calls.h. It works like alloc_faults.h: the first, second, third ...
 // call in a body fails, once alone and once with all later ones, until a run in which none failed.
 #pragma once
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 
@@ -35,8 +36,7 @@ class SystemFaults {
     Mode mode_;
     int reason_;
     const char* only_ = nullptr;
-    const char* also_ = nullptr;
-    int also_reason_ = 0;
+    std::map<std::string, int> also_;
     size_t seen_ = 0;
     std::set<std::string> fired_;
 };
