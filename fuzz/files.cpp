@@ -1,13 +1,17 @@
 // A script of operations on files and folders, compared with a model of the folder's contents. It runs in a
-// separate folder, which is empty again afterwards.
-#include <sys/stat.h>
-#include <unistd.h>
-
+// separate folder, which is empty again afterwards. System calls may fail: then the status says so, and the folder's
+// contents are those before or after the operation.
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <optional>
 
+#include "failing_calls.h"
 #include "script.h"
+
+using failing::faulty;
+using failing::fired;
 
 namespace {
 
@@ -28,9 +32,15 @@ const std::string& base() {
 class Run {
   public:
     void step(const Op& op) {
+        if (op.code % 16 >= 9) {
+            failing::prepare(op.a, op.b, op.c);
+            if (op.d % 8 == 7)
+                places(op);
+            return;
+        }
         const std::string a = path_of(op.a);
         const std::string b = path_of(op.b);
-        switch (op.code % 9) {
+        switch (op.code % 16) {
             case 0:
             case 1:
                 make(a);
@@ -59,18 +69,40 @@ class Run {
         CHECK((wiq_access(real(a).c_str(), 0) == 0) == (tree_.count(a) != 0));
     }
     // Checks that everything in the model exists, and nothing else does.
-    void check() const {
-        size_t count = 0;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(base())) {
-            const auto found = tree_.find(entry.path().string().substr(base().size() + 1));
-            CHECK(found != tree_.end());
-            CHECK(entry.is_directory() == !found->second);
-            ++count;
-        }
-        CHECK(count == tree_.size());
-    }
+    void check() const { CHECK(actual() == tree_); }
 
   private:
+    // Reads what the folder holds.
+    static Tree actual() {
+        Tree tree;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(base())) {
+            std::optional<std::string> content;
+            if (!entry.is_directory()) {
+                std::ifstream stream(entry.path(), std::ios::binary);
+                content.emplace(std::istreambuf_iterator<char>(stream),
+                                std::istreambuf_iterator<char>());
+            }
+            tree[entry.path().string().substr(base().size() + 1)] = content;
+        }
+        return tree;
+    }
+    // After an operation in which system calls have failed: all that the folder holds was there before or is part of
+    // what the operation makes, and what both have is there.
+    void settle(const Tree& before, const Tree& after) {
+        tree_ = actual();
+        for (const auto& [path, content] : tree_) {
+            const bool old = before.count(path) != 0 && before.at(path) == content;
+            CHECK(old || (after.count(path) != 0 && after.at(path) == content));
+        }
+        for (const auto& [path, content] : before)
+            CHECK(after.count(path) == 0 || tree_.count(path) != 0);
+    }
+    // A status that a function may return when a system call fails.
+    static bool is_failure(i32 status) {
+        return status == WIQ_ERR_IO || status == WIQ_ERR_ACCESS_DENIED ||
+               status == WIQ_ERR_NOT_FOUND;
+    }
+
     // Makes a path of up to three parts from three names.
     static std::string path_of(u8 operand) {
         std::string path(1, static_cast<char>('a' + operand % 3));
@@ -110,18 +142,42 @@ class Run {
             if (is_file(parent))
                 expected = WIQ_ERR_PATH_NOT_FOUND;
         }
-        CHECK(wiq_mkdir(real(path).c_str()) == expected);
+        const bool parents_only = above(path).empty() ? false : path.back() == 'a';
+        const std::string file = real(path) + "\\file";
+        const i32 status = faulty([&] {
+            return parents_only ? wiq_mkdir_parents(file.c_str()) : wiq_mkdir(real(path).c_str());
+        });
+        CHECK(status == expected ||
+              (fired() && (status == 0 || status == WIQ_ERR_ALREADY_EXISTS ||
+                           status == WIQ_ERR_PATH_NOT_FOUND || status == WIQ_ERR_ACCESS_DENIED ||
+                           status == WIQ_ERR_IO)));
+        Tree after = tree_;
         for (std::string at = path; expected == 0 && !at.empty(); at = above(at))
-            tree_[at] = std::nullopt;
+            after[at] = std::nullopt;
+        if (fired())
+            settle(tree_, after);
+        else
+            tree_ = after;
+        CHECK(status != 0 || tree_ == after);
     }
     void write(const std::string& path, const std::string& content) {
         u32 err = 7;
-        FILE* fp = wiq_fopen(real(path).c_str(), "wb", &err);
+        FILE* fp = faulty([&] { return wiq_fopen(real(path).c_str(), "wb", &err); });
         const bool good = is_folder(above(path)) && !is_folder(path);
-        CHECK((fp != nullptr) == good);
-        CHECK(static_cast<i32>(err) == (good              ? 0
-                                        : is_folder(path) ? WIQ_ERR_ACCESS_DENIED
-                                                          : WIQ_ERR_NOT_FOUND));
+        if (fired()) {
+            CHECK((fp != nullptr) == (err == 0) && (err == 0 || is_failure(static_cast<i32>(err))));
+            CHECK(fp == nullptr || good);
+            // The file is emptied before it is looked at.
+            Tree after = tree_;
+            if (good)
+                after[path] = "";
+            settle(tree_, after);
+        } else {
+            CHECK((fp != nullptr) == good);
+            CHECK(static_cast<i32>(err) == (good              ? 0
+                                            : is_folder(path) ? WIQ_ERR_ACCESS_DENIED
+                                                              : WIQ_ERR_NOT_FOUND));
+        }
         if (fp != nullptr) {
             fwrite(content.data(), 1, content.size(), fp);
             fclose(fp);
@@ -130,8 +186,10 @@ class Run {
     }
     void read(const std::string& path, size_t pad) const {
         void* block = nullptr;
-        const i32 size = wiq_load_file(real(path).c_str(), &block, pad);
-        if (is_file(path)) {
+        const i32 size = faulty([&] { return wiq_load_file(real(path).c_str(), &block, pad); });
+        if (fired() && size < 0) {
+            CHECK(is_failure(size));
+        } else if (is_file(path)) {
             const std::string& content = *tree_.at(path);
             CHECK(size ==
                   (content.empty() ? WIQ_ERR_FILE_EMPTY : static_cast<i32>(content.size())));
@@ -145,7 +203,8 @@ class Run {
         free(block);
     }
     void lines(const std::string& path) const {
-        FILE* fp = wiq_fopen(real(path).c_str(), "r", nullptr);
+        FILE* fp = faulty([&] { return wiq_fopen(real(path).c_str(), "r", nullptr); });
+        CHECK((fp != nullptr) == is_file(path) || fired());
         if (fp == nullptr)
             return;
         char* line = nullptr;
@@ -160,50 +219,103 @@ class Run {
     }
     void remove_folder(const std::string& path) {
         const bool good = tree_.count(path) != 0 && is_folder(path) && !has_children(path);
-        CHECK(wiq_rmdir(real(path).c_str()) == (good ? 0 : WIQ_ERR_IO));
-        if (good)
-            tree_.erase(path);
-    }
-    void remove_file(const std::string& path) {
-        const i32 status = wiq_unlink(real(path).c_str());
-        CHECK(status == (is_file(path)     ? 0
-                         : is_folder(path) ? WIQ_ERR_ACCESS_DENIED
-                                           : WIQ_ERR_NOT_FOUND));
+        const i32 status = faulty([&] { return wiq_rmdir(real(path).c_str()); });
+        CHECK(status == (good && !fired() ? 0 : WIQ_ERR_IO));
         if (status == 0)
             tree_.erase(path);
+        CHECK(!fired() || actual() == tree_);
+    }
+    void remove_file(const std::string& path) {
+        const i32 status = faulty([&] { return wiq_unlink(real(path).c_str()); });
+        CHECK(fired() ? is_failure(status)
+                      : status == (is_file(path)     ? 0
+                                   : is_folder(path) ? WIQ_ERR_ACCESS_DENIED
+                                                     : WIQ_ERR_NOT_FOUND));
+        if (status == 0)
+            tree_.erase(path);
+        CHECK(!fired() || actual() == tree_);
     }
     void rename(const std::string& from, const std::string& to) {
         const bool there = tree_.count(from) != 0;
         const bool inside = to.compare(0, from.size() + 1, from + "/") == 0;
         const bool free = tree_.count(to) == 0 && is_folder(above(to)) && !inside;
         const bool good = there && (from == to || free);
-        const i32 status = wiq_rename(real(from).c_str(), real(to).c_str());
-        CHECK((status == 0) == good);
-        if (status != 0 || from == to)
+        const i32 status = faulty([&] { return wiq_rename(real(from).c_str(), real(to).c_str()); });
+        CHECK(fired() ? status == 0 ? good : is_failure(status) : (status == 0) == good);
+        if (status == 0 && from != to)
+            tree_ = moved(from, to);
+        if (!fired())
             return;
-        Tree moved;
-        for (auto entry = tree_.begin(); entry != tree_.end();) {
-            const bool below = entry->first.compare(0, from.size() + 1, from + "/") == 0;
-            if (below || entry->first == from) {
-                moved[to + entry->first.substr(from.size())] = entry->second;
-                entry = tree_.erase(entry);
-            } else {
-                ++entry;
-            }
+        // If the old name could not be removed, nor then the new one, the file has both.
+        Tree both = tree_;
+        if (status != 0 && good && failing::g_fired.count("unlink") != 0 && is_file(from))
+            both[to] = tree_.at(from);
+        const Tree now = actual();
+        CHECK(now == tree_ || now == both);
+        tree_ = now;
+    }
+    // Returns what the folder holds after a renaming.
+    Tree moved(const std::string& from, const std::string& to) const {
+        Tree tree;
+        for (const auto& [path, content] : tree_) {
+            const bool moves = path == from || path.compare(0, from.size() + 1, from + "/") == 0;
+            tree[moves ? to + path.substr(from.size()) : path] = content;
         }
-        tree_.insert(moved.begin(), moved.end());
+        return tree;
     }
     // Creates a file with a new name, and removes it again.
     void temporary(const std::string& path) const {
         std::string name = real(path) + "\\XXXXXX";
         u32 err = 7;
-        FILE* fp = wiq_mkstemp(name.data(), &err, "w+b");
-        CHECK((fp != nullptr) == is_folder(path));
-        if (fp == nullptr)
+        FILE* fp = faulty([&] { return wiq_mkstemp(name.data(), &err, "w+b"); });
+        CHECK(fp != nullptr ? is_folder(path) : !is_folder(path) || fired());
+        if (fp == nullptr) {
+            CHECK(is_failure(static_cast<i32>(err)));
+            // The file stays only if it could not be removed.
+            const bool left =
+                failing::g_fired.count("fdopen") != 0 && failing::g_fired.count("unlink") != 0;
+            CHECK(fired() ? left == (wiq_unlink(name.c_str()) == 0) : true);
+            CHECK(!fired() || actual() == tree_);
             return;
+        }
         CHECK(err == 0 && name.find("XXXXXX") == std::string::npos);
         fclose(fp);
         CHECK(wiq_unlink(name.c_str()) == 0);
+    }
+
+    // Asks for folders, times and modules while system calls fail.
+    static void places(const Op& op) {
+        if (op.e % 8 < 3) {
+            char* text = faulty(op.e % 8 == 0 ? wiq_install_dir : wiq_home_dir);
+            CHECK((text == nullptr) == fired());
+            free(text);
+        } else if (op.e % 8 == 3) {
+            struct tm now;
+            CHECK(faulty([&] { return wiq_get_tm(&now); }) ==
+                  (fired() ? WIQ_ERR_TIME_CONVERSION : 0));
+        } else if (op.e % 8 == 4) {
+            // It sleeps on after an interruption.
+            failing::g_bad = std::min(failing::g_bad, 3);
+            faulty([] {
+                wiq_sleep_real(0);
+                return 0;
+            });
+        } else if (op.e % 8 == 5) {
+            u32 err = 7;
+            CHECK(faulty([&] { return wiq_schema_open("no such schema.json", &err); }) == nullptr);
+            CHECK(is_failure(static_cast<i32>(err)));
+        } else {
+            wiq_lib lib = {};
+            const i32 status = faulty([&] { return wiq_dlopen_real("libm.so.6", &lib); });
+            CHECK(status == (fired() ? WIQ_ERR_DLOPEN : 0));
+            failing::prepare(op.a, op.b, op.c);
+            void* symbol = nullptr;
+            if (status == 0) {
+                const i32 found = faulty([&] { return wiq_dlsym_real(&lib, "cos", &symbol); });
+                CHECK(found == (fired() ? WIQ_ERR_DLSYM : 0) && (symbol == nullptr) == fired());
+            }
+            wiq_dlclose_real(&lib);
+        }
     }
 
     Tree tree_;
@@ -213,6 +325,7 @@ class Run {
 
 int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     Run run;
+    failing::prepare(0, 0, 0);
     Script script = script_of(data, size);
     script.resize(std::min<size_t>(script.size(), 40));
     for (const Op& op : script)

@@ -1,0 +1,74 @@
+// Makes some of the library's next system calls fail, in one of the library's functions. After that no descriptor may
+// be open that was not open before.
+#pragma once
+
+#include <dirent.h>
+
+#include <iterator>
+#include <set>
+#include <type_traits>
+
+#include "input.h"
+#include "support/system_calls.h"
+
+namespace failing {
+
+inline bool g_armed;
+inline int g_good;    // calls that succeed before one fails
+inline int g_bad;     // calls that fail then
+inline int g_reason;  // for which they do
+inline std::set<std::string> g_fired;
+
+inline size_t open_descriptors() {
+    size_t count = 0;
+    DIR* dir = opendir("/proc/self/fd");
+    CHECK(dir != nullptr);
+    while (readdir(dir) != nullptr)
+        ++count;
+    closedir(dir);
+    return count;
+}
+
+// The calls of the next function of the library fail as these operands say.
+inline void prepare(u8 good, u8 bad, u8 reason) {
+    constexpr int kReasons[] = {EIO,        EACCES, ENOENT,       EEXIST, EINVAL, ENOSYS,
+                                EOPNOTSUPP, EPERM,  ENOMEM,       ENOSPC, EROFS,  EISDIR,
+                                ENOTDIR,    EMLINK, ENAMETOOLONG, EINTR};
+    g_good = good % 16;
+    g_bad = bad % 8 == 7 ? INT32_MAX : bad % 8;
+    g_reason = kReasons[reason % std::size(kReasons)];
+}
+
+// Makes a call of the library. Returns its result; fired() tells whether a system call has failed in it.
+template <class Call>
+auto faulty(Call call) {
+    const size_t before = open_descriptors();
+    g_fired.clear();
+    g_armed = true;
+    const auto result = call();
+    g_armed = false;
+    g_bad = 0;
+    // A stream that the call has returned is open.
+    size_t returned = 0;
+    if constexpr (std::is_same_v<decltype(call()), FILE*>)
+        returned = result != nullptr ? 1 : 0;
+    CHECK(open_descriptors() == before + returned);
+    return result;
+}
+inline bool fired() {
+    return !g_fired.empty();
+}
+
+}  // namespace failing
+
+int reason_to_fail(const char* function) {
+    if (!failing::g_armed || failing::g_bad == 0)
+        return 0;
+    if (failing::g_good > 0) {
+        --failing::g_good;
+        return 0;
+    }
+    --failing::g_bad;
+    failing::g_fired.insert(function);
+    return failing::g_reason;
+}
