@@ -25,7 +25,7 @@ i32 expected_at(const List& list, i32 index) {
     const i32 size = static_cast<i32>(list.model.size());
     return index < -size || index >= size ? static_cast<i32>(WIQ_ERR_INDEX_OUT_OF_RANGE) : 0;
 }
-std::vector<i64>::iterator place(List& list, i32 index) {
+std::vector<i64>::iterator elem_at(List& list, i32 index) {
     return index < 0 ? list.model.end() + index : list.model.begin() + index;
 }
 
@@ -83,19 +83,19 @@ void step(List& list, const Op& op) {
                 break;
             CHECK(list.real.set(index, value) == there);
             if (there == 0)
-                *place(list, index) = value;
+                *elem_at(list, index) = value;
             break;
         case 3:
             CHECK(list.real.erase(index) == there);
             if (there == 0)
-                list.model.erase(place(list, index));
+                list.model.erase(elem_at(list, index));
             break;
         case 4: {
             const auto taken = list.real.take(index);
             CHECK(taken.status() == there);
             if (there == 0) {
-                CHECK(*taken == *place(list, index));
-                list.model.erase(place(list, index));
+                CHECK(*taken == *elem_at(list, index));
+                list.model.erase(elem_at(list, index));
             }
             break;
         }

@@ -13,7 +13,7 @@ class Run : Pair {
             return;
         do_step(op);
         check_all();
-        document_.bury();
+        document_.forget_dead();
     }
     void finish() {
         // A weak container can hold a container that holds it; the caller must break such cycles.
@@ -25,14 +25,14 @@ class Run : Pair {
                 found = true;
                 ++node->count;
                 wiq_json_ref(node->real);
-                empty(node);
+                remove_children(node);
                 wiq_json_unref(node->real);
                 document_.unref(node);
                 break;
             }
         }
         for (size_t i = 0; i < kHandles; ++i)
-            hold(i, nullptr);
+            set_handle(i, nullptr);
         check_all();
         CHECK(document_.alive().empty());
     }
@@ -46,9 +46,9 @@ class Run : Pair {
         if (from != nullptr && from->tag == model::kArray) {
             const i32 index = static_cast<i8>(operand) % 12;
             node = wiq_json_array_get_ext(from->real, index, 0, &err);
-            const i32 place = model::Document::resolve(from, index);
-            status = place < 0 ? WIQ_ERR_INDEX_OUT_OF_RANGE : 0;
-            found = place < 0 ? nullptr : from->elems[static_cast<size_t>(place)];
+            const i32 slot = model::Document::resolve(from, index);
+            status = slot < 0 ? WIQ_ERR_INDEX_OUT_OF_RANGE : 0;
+            found = slot < 0 ? nullptr : from->elems[static_cast<size_t>(slot)];
         } else {
             node = wiq_json_obj_get_ext(real(from), key_of(operand).c_str(), 0, &err);
             if (from != nullptr && from->tag == model::kObject) {
@@ -60,7 +60,7 @@ class Run : Pair {
         CHECK(static_cast<i32>(err) == status);
         CHECK(node == real(found));
         if (found != nullptr)
-            hold(to, found);
+            set_handle(to, found);
     }
 
     void copy(u8 to, const Node* from) {
@@ -68,7 +68,7 @@ class Run : Pair {
             return;
         Node* node = document_.copy(from);
         match(node, wiq_json_copy(from->real, nullptr));
-        hold(to, node);
+        set_handle(to, node);
     }
     void parse_again(u8 to, const Node* from) {
         if (from == nullptr || reach(from, kReach) == kReach)
@@ -79,7 +79,7 @@ class Run : Pair {
         match(node, wiq_json_loads(text.c_str(), WIQ_JSON_REJECT_DUPLICATES, &error));
         CHECK(error.position == static_cast<i32>(text.size()));
         // A handle holds the caller's reference.
-        hold(to, node);
+        set_handle(to, node);
     }
     void compare(const Node* a, const Node* b) {
         if (a == nullptr || b == nullptr || reach(a, kReach) == kReach ||
@@ -141,9 +141,9 @@ class Run : Pair {
         }
         if (node->tag != model::kArray || !names_element(step))
             return nullptr;
-        const i32 place = step == "-" ? -1 : model::Document::resolve(node, step[0] - '0');
-        *status = place < 0 ? WIQ_ERR_INDEX_OUT_OF_RANGE : 0;
-        return place < 0 ? nullptr : node->elems[static_cast<size_t>(place)];
+        const i32 slot = step == "-" ? -1 : model::Document::resolve(node, step[0] - '0');
+        *status = slot < 0 ? WIQ_ERR_INDEX_OUT_OF_RANGE : 0;
+        return slot < 0 ? nullptr : node->elems[static_cast<size_t>(slot)];
     }
     i32 store(Node* container, const std::string& step, Node* node) {
         if (container->tag == model::kObject)
@@ -203,7 +203,7 @@ class Run : Pair {
         CHECK(wiq_json_ptr_get(root->real, pointer_to(steps).c_str(), &err, nullptr) == real(node));
         CHECK(static_cast<i32>(err) == status);
         if (node != nullptr)
-            hold(to, node);
+            set_handle(to, node);
     }
     static void name(const Node* node) {
         if (node == nullptr)
@@ -211,7 +211,7 @@ class Run : Pair {
         std::string expected;
         for (const Node* at = node; at->parent != nullptr; at = at->parent) {
             expected.insert(0, at->parent->tag == model::kObject ? pointer_to({at->key})
-                                                                 : "/" + std::to_string(at->place));
+                                                                 : "/" + std::to_string(at->index));
         }
         char* text = nullptr;
         CHECK(wiq_json_ptr(node->real, &text) == static_cast<i32>(expected.size()));
@@ -284,10 +284,10 @@ class Run : Pair {
         u32 err = 0;
         switch (op.code % 28) {
             case 0:
-                hold(op.a, scalar(op.b, op.c));
+                set_handle(op.a, scalar(op.b, op.c));
                 break;
             case 1:
-                hold(op.a, container(op.b, op.c));
+                set_handle(op.a, container(op.b, op.c));
                 break;
             case 2:
                 put_new(a, key_of(op.b), op.c, op.d);
@@ -374,7 +374,7 @@ class Run : Pair {
                 compare(a, handle(op.b));
                 break;
             case 21:
-                hold(op.a, nullptr);
+                set_handle(op.a, nullptr);
                 break;
             case 22:
                 pointer_put(a, op, handle(op.d));
@@ -398,7 +398,7 @@ class Run : Pair {
     // A handle takes a node that the library has handed over, possibly with a count of 0.
     void take_over(u8 to, Node* node) {
         if (node != nullptr)
-            hold(to, node);
+            set_handle(to, node);
     }
 };
 

@@ -87,7 +87,7 @@ struct Node {
     i64 count = 0;
     Node* parent = nullptr;
     std::string key;  // in an object
-    i32 place = 0;    // in an array; the index as it was given
+    i32 index = 0;    // in an array; as it was given, so perhaps negative
     bool dead = false;
     wiq_json_t* real = nullptr;  // the library's node that this one models
 
@@ -115,7 +115,7 @@ class Document {
         return result;
     }
     // Forgets dead nodes; after that, their addresses must not be compared any more.
-    void bury() {
+    void forget_dead() {
         nodes_.erase(std::remove_if(nodes_.begin(), nodes_.end(),
                                     [](const auto& node) { return node->dead; }),
                      nodes_.end());
@@ -160,33 +160,33 @@ class Document {
             return WIQ_ERR_INVALID_ARG;
         ++child->count;
         array->elems.push_back(child);
-        settle(array, child, static_cast<i32>(array->elems.size()) - 1);
+        link_to_parent(array, child, static_cast<i32>(array->elems.size()) - 1);
         return 0;
     }
-    // Returns the position for an index; -1 if it is out of range.
+    // Returns the slot for an index; -1 if it is out of range.
     static i32 resolve(const Node* array, i32 index) {
         const i32 size = static_cast<i32>(array->elems.size());
-        const i32 place = index < 0 ? index + size : index;
-        return place >= 0 && place < size ? place : -1;
+        const i32 slot = index < 0 ? index + size : index;
+        return slot >= 0 && slot < size ? slot : -1;
     }
     // The old element is handed over, even with a count of 0.
     Node* swap(Node* array, i32 index, Node* child, i32* status) {
         *status = WIQ_ERR_INVALID_ARG;
         if (array == nullptr || array->tag != kArray || !may_take(array, child))
             return nullptr;
-        const i32 place = resolve(array, index);
-        *status = place < 0 ? WIQ_ERR_INDEX_OUT_OF_RANGE : 0;
-        if (place < 0)
+        const i32 slot = resolve(array, index);
+        *status = slot < 0 ? WIQ_ERR_INDEX_OUT_OF_RANGE : 0;
+        if (slot < 0)
             return nullptr;
-        Node* old = array->elems[static_cast<size_t>(place)];
+        Node* old = array->elems[static_cast<size_t>(slot)];
         if (old == child) {
             ++child->count;
             return child;
         }
         hand_over(array, old);
         ++child->count;
-        array->elems[static_cast<size_t>(place)] = child;
-        settle(array, child, index);
+        array->elems[static_cast<size_t>(slot)] = child;
+        link_to_parent(array, child, index);
         return old;
     }
     i32 put_elem(Node* array, i32 index, Node* child) {
@@ -262,7 +262,7 @@ class Document {
     bool can_filter(const Node* array, Keep keep) const {
         std::set<i32> negative;
         for (const Node* elem : array->elems) {
-            if (keep(elem) && elem->place < 0 && !negative.insert(elem->place).second)
+            if (keep(elem) && elem->index < 0 && !negative.insert(elem->index).second)
                 return false;
         }
         return true;
@@ -276,7 +276,7 @@ class Document {
         if (gone.empty())
             return;
         std::stable_sort(kept.begin(), kept.end(),
-                         [](const Node* a, const Node* b) { return a->place < b->place; });
+                         [](const Node* a, const Node* b) { return a->index < b->index; });
         array->elems = kept;
         for (Node* elem : gone)
             release(array, elem);
@@ -316,15 +316,15 @@ class Document {
         }
         return child->parent == nullptr;
     }
-    static void settle(Node* array, Node* child, i32 place) {
+    static void link_to_parent(Node* array, Node* child, i32 index) {
         if (!array->weak) {
             child->parent = array;
-            child->place = place;
+            child->index = index;
         }
     }
     static void number(Node* array) {
         for (size_t i = 0; i < array->elems.size(); ++i)
-            settle(array, array->elems[i], static_cast<i32>(i));
+            link_to_parent(array, array->elems[i], static_cast<i32>(i));
     }
     static void hand_over(const Node* container, Node* child) {
         if (child->parent == container)

@@ -38,18 +38,18 @@ class Pair {
     static wiq_json_t* real(const Node* node) { return node == nullptr ? nullptr : node->real; }
 
     // A handle owns one reference.
-    void hold(size_t place, Node* node) {
+    void set_handle(size_t slot, Node* node) {
         if (node != nullptr) {
             ++node->count;
             wiq_json_ref(node->real);
         }
-        Node* old = handles_[place % kHandles];
-        handles_[place % kHandles] = node;
+        Node* old = handles_[slot % kHandles];
+        handles_[slot % kHandles] = node;
         // The library's reference is released first, since that may end the node.
         wiq_json_unref(real(old));
         document_.unref(old);
     }
-    void empty(Node* node) {
+    void remove_children(Node* node) {
         for (const model::Member& member : node->members.all()) {
             const std::string key = member.key;
             CHECK(wiq_json_obj_remove(node->real, key.c_str()) == document_.remove(node, key));
@@ -263,7 +263,7 @@ class Pair {
         const bool elem = node->parent != nullptr && !member;
         const char* key = wiq_json_parent_key(node->real);
         CHECK(member ? key != nullptr && node->key == key : key == nullptr);
-        CHECK(wiq_json_parent_index(node->real) == (elem ? node->place : -1));
+        CHECK(wiq_json_parent_index(node->real) == (elem ? node->index : -1));
         if (node->tag == model::kObject)
             check_members(node);
         else if (node->tag == model::kArray)

@@ -8,15 +8,15 @@ struct Seen {
     bool failed;
 };
 
-void check_place(const Seen& seen, const char* word, const WiqIniLocation* place) {
-    CHECK(place->line >= 1 && place->column >= 1);
+void check_location(const Seen& seen, const char* word, const WiqIniLocation* location) {
+    CHECK(location->line >= 1 && location->column >= 1);
     size_t start = 0;
-    for (u32 line = 1; line < place->line; ++line) {
+    for (u32 line = 1; line < location->line; ++line) {
         start = seen.text.find('\n', start);
         CHECK(start != std::string::npos);
         ++start;
     }
-    const size_t at = start + place->column - 1;
+    const size_t at = start + location->column - 1;
     CHECK(at <= seen.text.size());
     CHECK(word == nullptr || strlen(word) <= seen.text.size() - at);
 }
@@ -30,22 +30,22 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
                                      : fmemopen(seen.text.data(), seen.text.size(), "r");
     const i32 status = wiq_ini_parse(
         stream,
-        [](const char* name, const WiqIniLocation* name_place, const char* argument,
-           const WiqIniLocation* argument_place, void* user) {
-            check_place(*static_cast<Seen*>(user), name, name_place);
+        [](const char* name, const WiqIniLocation* name_location, const char* argument,
+           const WiqIniLocation* argument_location, void* user) {
+            check_location(*static_cast<Seen*>(user), name, name_location);
             if (argument != nullptr)
-                check_place(*static_cast<Seen*>(user), argument, argument_place);
+                check_location(*static_cast<Seen*>(user), argument, argument_location);
             return 0;
         },
-        [](const char* key, const WiqIniLocation* key_place, const char* value,
-           const WiqIniLocation* value_place, void* user) {
-            check_place(*static_cast<Seen*>(user), key, key_place);
-            check_place(*static_cast<Seen*>(user), value, value_place);
+        [](const char* key, const WiqIniLocation* key_location, const char* value,
+           const WiqIniLocation* value_location, void* user) {
+            check_location(*static_cast<Seen*>(user), key, key_location);
+            check_location(*static_cast<Seen*>(user), value, value_location);
             return 0;
         },
-        [](const WiqIniLocation* place, void* user) {
+        [](const WiqIniLocation* location, void* user) {
             static_cast<Seen*>(user)->failed = true;
-            check_place(*static_cast<Seen*>(user), nullptr, place);
+            check_location(*static_cast<Seen*>(user), nullptr, location);
         },
         &seen);
     fclose(stream);

@@ -122,24 +122,25 @@ void parse(char* text) {
     rewind(stream);
     const i32 status = wiq_ini_parse(
         stream,
-        [](const char* word, const WiqIniLocation* place, const char* argument,
+        [](const char* word, const WiqIniLocation* location, const char* argument,
            const WiqIniLocation* argument_place, void*) {
             CHECK_WRITTEN(word, strlen(word) + 1);
-            CHECK_WRITTEN(place, sizeof(*place));
+            CHECK_WRITTEN(location, sizeof(*location));
             CHECK_WRITTEN(argument_place, sizeof(*argument_place));
             if (argument != nullptr)
                 CHECK_WRITTEN(argument, strlen(argument) + 1);
             return 0;
         },
-        [](const char* key, const WiqIniLocation* place, const char* value,
+        [](const char* key, const WiqIniLocation* location, const char* value,
            const WiqIniLocation* value_place, void*) {
             CHECK_WRITTEN(key, strlen(key) + 1);
-            CHECK_WRITTEN(place, sizeof(*place));
+            CHECK_WRITTEN(location, sizeof(*location));
             CHECK_WRITTEN(value, strlen(value) + 1);
             CHECK_WRITTEN(value_place, sizeof(*value_place));
             return 0;
         },
-        [](const WiqIniLocation* place, void*) { CHECK_WRITTEN(place, sizeof(*place)); }, nullptr);
+        [](const WiqIniLocation* location, void*) { CHECK_WRITTEN(location, sizeof(*location)); },
+        nullptr);
     check(status == 0 || status == WIQ_ERR_INI_SYNTAX);
     rewind(stream);
     char* line = nullptr;

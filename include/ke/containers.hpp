@@ -239,7 +239,7 @@ class map {
         using reference = map_entry<T>;
 
         walk() noexcept = default;
-        walk(const wiq_map* map, u64 bucket) noexcept : map_(map), bucket_(bucket) { settle(); }
+        walk(const wiq_map* map, u64 bucket) noexcept : map_(map), bucket_(bucket) { find_entry(); }
         reference operator*() const noexcept {
             return {static_cast<const char*>(entry_->key), *static_cast<T*>(entry_->value)};
         }
@@ -247,7 +247,7 @@ class map {
             entry_ = entry_->next;
             if (entry_ == nullptr) {
                 ++bucket_;
-                settle();
+                find_entry();
             }
             return *this;
         }
@@ -263,7 +263,7 @@ class map {
         /** @} */
 
       private:
-        void settle() noexcept {
+        void find_entry() noexcept {
             while (bucket_ < map_->bucket_count && map_->buckets[bucket_] == nullptr)
                 ++bucket_;
             entry_ = bucket_ < map_->bucket_count ? map_->buckets[bucket_] : nullptr;

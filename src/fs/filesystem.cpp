@@ -14,7 +14,7 @@ using ke::os::FileResult;
 namespace {
 
 constexpr size_t kMaxHomeDir = 260;
-constexpr size_t kTemplatePlaces = 6;
+constexpr size_t kSuffixLength = 6;
 
 void report(u32* err, i32 status) {
     if (err != nullptr)
@@ -126,7 +126,7 @@ FILE* wiq_fopen(const char* path, const char* mode, u32* err) {
 
 FILE* wiq_mkstemp(char* tmpl, u32* err, const char* mode) {
     const size_t length = tmpl == nullptr ? 0 : strlen(tmpl);
-    if (length < kTemplatePlaces || strcmp(tmpl + length - kTemplatePlaces, "XXXXXX") != 0 ||
+    if (length < kSuffixLength || strcmp(tmpl + length - kSuffixLength, "XXXXXX") != 0 ||
         mode == nullptr) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;

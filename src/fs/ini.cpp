@@ -1,5 +1,5 @@
 // The INI parser. It reads one line at a time and cuts names and values out of the buffer of the
-// line. Each token comes with its place in the file.
+// line. Each token comes with its location in the file.
 
 #include <cstdlib>
 #include <cstring>
@@ -124,8 +124,8 @@ class LineScanner {
     u32 position_ = 0;
 };
 
-// Places are reported in 32 bits. In a larger file they stop at the largest value.
-u32 told(u64 count) {
+// Lines and offsets are reported in 32 bits. In a larger file they stop at the largest value.
+u32 clamp_to_u32(u64 count) {
     return count < UINT32_MAX ? static_cast<u32>(count) : UINT32_MAX;
 }
 
@@ -192,9 +192,9 @@ class IniParser {
             return syntax_error(token);
         // All tokens are known now, so the line may be cut.
         const WiqIniLocation key_location = locate(key);
-        const WiqIniLocation value_location = locate(inside(value));
+        const WiqIniLocation value_location = locate(without_quotes(value));
         const char* key_text = cut(key);
-        const char* value_text = cut(inside(value));
+        const char* value_text = cut(without_quotes(value));
         if (on_key_ == nullptr)
             return 0;
         return on_key_(key_text, &key_location, value_text, &value_location, user_);
@@ -228,8 +228,8 @@ class IniParser {
         const char* name_text = cut(name);
         const char* argument_text = nullptr;
         if (argument.kind != kIniNone) {
-            argument_location = locate(inside(argument));
-            argument_text = cut(inside(argument));
+            argument_location = locate(without_quotes(argument));
+            argument_text = cut(without_quotes(argument));
         }
         if (on_section_ == nullptr)
             return 0;
@@ -250,14 +250,14 @@ class IniParser {
         return token.kind == kIniComment || token.kind == kIniEol;
     }
     // Returns a quoted text without its quotes, and any other token as it is.
-    static IniToken inside(const IniToken& token) {
+    static IniToken without_quotes(const IniToken& token) {
         return token.kind == kIniQuoted ? IniToken{token.kind, token.start + 1, token.length - 2}
                                         : token;
     }
 
     WiqIniLocation locate(const IniToken& token) const {
-        return {told(line_number_), token.start + 1, token.length,
-                told(line_offset_ + token.start)};
+        return {clamp_to_u32(line_number_), token.start + 1, token.length,
+                clamp_to_u32(line_offset_ + token.start)};
     }
 
     // Ends the text of a token with a NUL and returns it. That overwrites the byte after the token,

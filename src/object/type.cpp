@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr i32 kFirstTypes = 40;
+constexpr i32 kInitialCapacity = 40;
 
 // Every type that was ever initialised, in that order; allocated for the first one.
 wiq_vector* registry = nullptr;
@@ -22,7 +22,7 @@ i32 add_to_registry(WiqType* type) {
         wiq_vector* made = wiq_vector_new(sizeof(WiqType*), 0, nullptr, nullptr);
         if (made == nullptr)
             return WIQ_ERR_NO_MEMORY;
-        if (wiq_vector_extra_capacity(made, kFirstTypes) != 0) {
+        if (wiq_vector_extra_capacity(made, kInitialCapacity) != 0) {
             wiq_vector_delete(made);
             return WIQ_ERR_NO_MEMORY;
         }

@@ -158,14 +158,14 @@ FileResult make_temp_name(char* tmpl) {
     static constexpr char kLetters[] =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
     constexpr int kTries = 100;
-    constexpr size_t kPlaces = 6;
-    char* places = tmpl + strlen(tmpl) - kPlaces;
+    constexpr size_t kSuffixLength = 6;
+    char* suffix = tmpl + strlen(tmpl) - kSuffixLength;
     for (int i = 0; i < kTries; ++i) {
-        u8 random[kPlaces];
+        u8 random[kSuffixLength];
         if (getrandom(random, sizeof(random), 0) != static_cast<ssize_t>(sizeof(random)))
             return FileResult::kOther;
-        for (size_t k = 0; k < kPlaces; ++k)
-            places[k] = kLetters[random[k] % (sizeof(kLetters) - 1)];
+        for (size_t k = 0; k < kSuffixLength; ++k)
+            suffix[k] = kLetters[random[k] % (sizeof(kLetters) - 1)];
         if (check_access(tmpl, F_OK) != FileResult::kOk)
             return FileResult::kOk;
     }
@@ -197,37 +197,37 @@ FileResult remove_file(const char* path) {
 namespace {
 
 // The last name in a path without the separators at its end, and the directory that contains it.
-struct Place {
+struct DirectoryEntry {
     struct stat directory;
     const char* name;
     size_t length;
 };
 
-bool find_place(const char* path, Place* place) {
+bool find_entry(const char* path, DirectoryEntry* entry) {
     size_t end = strlen(path);
     while (end > 0 && path[end - 1] == '/')
         --end;
     size_t start = end;
     while (start > 0 && path[start - 1] != '/')
         --start;
-    place->name = path + start;
-    place->length = end - start;
+    entry->name = path + start;
+    entry->length = end - start;
     if (start == 0)
-        return stat(".", &place->directory) == 0;
+        return stat(".", &entry->directory) == 0;
     char directory[PATH_MAX];  // as long as the longest path that the system takes
     if (start >= sizeof(directory))
         return false;
     memcpy(directory, path, start);
     directory[start] = '\0';
-    return stat(directory, &place->directory) == 0;
+    return stat(directory, &entry->directory) == 0;
 }
 
 // Whether two paths spell the same name in the same directory. Two names of one file (hard links)
 // are not the same name.
 bool is_same_name(const char* a, const char* b) {
-    Place at;
-    Place bt;
-    return find_place(a, &at) && find_place(b, &bt) && at.directory.st_dev == bt.directory.st_dev &&
+    DirectoryEntry at;
+    DirectoryEntry bt;
+    return find_entry(a, &at) && find_entry(b, &bt) && at.directory.st_dev == bt.directory.st_dev &&
            at.directory.st_ino == bt.directory.st_ino && at.length == bt.length &&
            memcmp(at.name, bt.name, at.length) == 0;
 }
@@ -359,8 +359,8 @@ int getc_locked(FILE* fp) {
     return getc_unlocked(fp);
 }
 
-// glibc's header declares these two fields for its own getc_unlocked(), so they are part of its binary interface.
-// MemorySanitizer does not see how the buffer is filled.
+// glibc's header declares these two fields for its own getc_unlocked(), so they are part of its
+// binary interface. MemorySanitizer does not see how the buffer is filled.
 #if defined(__has_feature)
 #if __has_feature(memory_sanitizer)
 #define KE_HIDE_STREAM_BUFFERS

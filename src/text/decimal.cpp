@@ -27,14 +27,14 @@ bool rounds_up(u128 scaled, int shift) {
 // millionths, in 64 bits, and the bits that are shifted out say exactly how to round it. The
 // runtime's conversion writes larger values, infinities and NaN.
 char* write_double(char* out, double value) {
-    constexpr int kMantissa = 52;
+    constexpr int kMantissaBits = 52;
     constexpr u64 kDecimals = 1000000;
     constexpr double kMaxMagnitude = 9e12;  // times a million, this is below 2^63
     const u64 bits = std::bit_cast<u64>(value);
-    const int exponent = static_cast<int>(bits >> kMantissa & 0x7FF) - 1023 - kMantissa;
+    const int exponent = static_cast<int>(bits >> kMantissaBits & 0x7FF) - 1023 - kMantissaBits;
     if (!(std::fabs(value) < kMaxMagnitude))
         return std::to_chars(out, out + kMaxDoubleText, value, std::chars_format::fixed, 6).ptr;
-    const u64 mantissa = (bits & ((u64{1} << kMantissa) - 1)) | u64{1} << kMantissa;
+    const u64 mantissa = (bits & ((u64{1} << kMantissaBits) - 1)) | u64{1} << kMantissaBits;
     const u128 scaled = static_cast<u128>(mantissa) * kDecimals;
     // The exponent is below 0, since 9e12 is less than 2^52. With a shift above 100, less than half
     // a millionth is left; so the bit that a normal mantissa has may also be set for zero and for

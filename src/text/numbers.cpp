@@ -104,7 +104,7 @@ i32 convert_narrow_unsigned(const char* text, Unsigned* out) {
 // The text from `p` to `end` is a valid number in the base (10 or 16), with an exponent after its
 // mark ("e" or "p").
 i64 order_of(const char* p, const char* end, u32 base) {
-    constexpr i64 kEnough = i64{1} << 56;  // no text is that long, and the sums stay in range
+    constexpr i64 kMaxExponent = i64{1} << 56;  // no text is that long, and the sums stay in range
     const i64 weight = base == 16 ? 4 : 1;
     const char mark = base == 16 ? 'p' : 'e';
     i64 order = 0;
@@ -129,7 +129,7 @@ i64 order_of(const char* p, const char* end, u32 base) {
         ++p;
     i64 exponent = 0;
     for (; p != end; ++p) {
-        if (exponent < kEnough)
+        if (exponent < kMaxExponent)
             exponent = exponent * 10 + (*p - '0');
     }
     return order + (negative ? -exponent : exponent);

@@ -17,7 +17,7 @@ using tree::text_of;
 using tree::Tree;
 
 bool shares_block(const wiq_json_t* node) {
-    return !ke::json::has_own_block(node);
+    return ke::json::has_member_in_block(node);
 }
 
 wiq_json_t* child(const Tree& obj, const char* key) {

@@ -379,7 +379,7 @@ class ParserModel {
             }
             scan();
             if (token_ != ',')
-                return token_ == '}' ? fold(node) : fail_at_end(node);
+                return token_ == '}' ? as_reference(node) : fail_at_end(node);
             scan();
             if (token_ != kString) {
                 wiq_json_unref(node);
@@ -403,7 +403,7 @@ class ParserModel {
         return child != nullptr && wiq_json_obj_put_ext(node, key.c_str(), child, nullptr) == 0;
     }
 
-    static wiq_json_t* fold(wiq_json_t* node) {
+    static wiq_json_t* as_reference(wiq_json_t* node) {
         u32 err = 0;
         const char* uri = nullptr;
         if (wiq_json_obj_size(node) == 1)

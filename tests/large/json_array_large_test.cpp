@@ -15,7 +15,7 @@ class JsonArrayLarge : public Large {};
 
 // Remaps the block to pieces of shared memory. The ends of the block are unchanged, because it may share their
 // pages with other blocks.
-bool fold(void* block, size_t size) {
+bool map_to_one_piece(void* block, size_t size) {
     constexpr size_t kPiece = size_t{256} << 20;
     constexpr size_t kPage = 4096;
     const int fd = memfd_create("table", 0);
@@ -60,7 +60,8 @@ void expect_dumped(wiq_json_t* array, size_t elements) {
 TEST_F(JsonArrayLarge, AsManyElementsAsThereCanBe) {
     wiq_json_t* array = wiq_json_array_weak_new(INT32_MAX, nullptr);
     ASSERT_NE(array, nullptr);
-    ASSERT_TRUE(fold(ke::json::elems_of(ke::json::to_array(array)), size_t{8} * INT32_MAX));
+    ASSERT_TRUE(
+        map_to_one_piece(ke::json::elems_of(ke::json::to_array(array)), size_t{8} * INT32_MAX));
     wiq_json_t* node = wiq_json_null_new(nullptr);
     i32 failed = 0;
     for (i32 i = 0; i < INT32_MAX - 1; ++i)

@@ -242,7 +242,7 @@ TEST_F(KeEveryCommand, KeepsAWholeFileWhereverItEnds) {
         ASSERT_EQ(run_program("ke_ended", args).status, 0) << name_of(command);
         const std::string after = read_file(in("file"));
         EXPECT_NE(after, before);
-        for (const char* step : {"created", "written", "flushed", "dressed", "named", "renamed"}) {
+        for (const char* step : {"created", "written", "flushed", "metadata", "named", "renamed"}) {
             SCOPED_TRACE(name_of(command) + " ended when " + step);
             write_file(in("file"), before);
             set_variable("KE_END_AT", step);
@@ -341,7 +341,7 @@ TEST_F(KeEveryCommand, LeavesNothingBehindWhenASignalEndsIt) {
             first ? std::vector<int>{SIGTERM, SIGINT, SIGHUP, SIGQUIT} : std::vector<int>{SIGTERM};
         for (const bool named : {false, true}) {
             for (const char* step :
-                 {"created", "written", "flushed", "dressed", "named", "renamed"}) {
+                 {"created", "written", "flushed", "metadata", "named", "renamed"}) {
                 for (int number : signals) {
                     SCOPED_TRACE(name_of(command) + ", signal " + std::to_string(number) +
                                  " when " + step + (named ? ", named" : ""));

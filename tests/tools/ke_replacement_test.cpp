@@ -34,7 +34,7 @@ TEST_F(KeReplacement, IsOldOrNewWhereverItEnds) {
     const std::string after = "{\"a\": 2}\n";
     bool old_seen = false;
     bool new_seen = false;
-    for (const char* step : {"created", "written", "flushed", "dressed", "named", "renamed"}) {
+    for (const char* step : {"created", "written", "flushed", "metadata", "named", "renamed"}) {
         SCOPED_TRACE(step);
         write_file(in("r.json"), before);
         set_end(step);
@@ -48,7 +48,8 @@ TEST_F(KeReplacement, IsOldOrNewWhereverItEnds) {
         // Only between naming and renaming does the complete file have a second name.
         for (const std::string& name : names()) {
             if (name != "r.json") {
-                EXPECT_TRUE(std::string(step) == "named" || std::string(step) == "dressed") << name;
+                EXPECT_TRUE(std::string(step) == "named" || std::string(step) == "metadata")
+                    << name;
                 EXPECT_EQ(read_file(in(name)), after);
                 wiq_unlink(in(name).c_str());
             }

@@ -8,7 +8,7 @@ namespace tool {
 
 namespace {
 
-struct Place {
+struct Command {
     std::string path;   // "json get"; "" before any command
     std::string words;  // the words that may follow, separated by blanks
 };
@@ -22,9 +22,9 @@ std::vector<std::string> options_of(const CLI::App& app) {
     return words;
 }
 
-std::vector<Place> all_places(const CLI::App& root) {
+std::vector<Command> all_commands(const CLI::App& root) {
     const std::vector<std::string> general = options_of(root);
-    std::vector<Place> places;
+    std::vector<Command> commands;
     std::vector<std::pair<const CLI::App*, std::string>> waiting = {{&root, ""}};
     for (size_t i = 0; i < waiting.size(); ++i) {
         const auto [app, path] = waiting[i];
@@ -42,17 +42,21 @@ std::vector<Place> all_places(const CLI::App& root) {
         }
         for (const std::string& option : general)
             words += " " + option;
-        places.push_back({path, words.substr(1)});
+        commands.push_back({path, words.substr(1)});
     }
-    return places;
+    return commands;
 }
 
-// Returns the branches of a script: one line per place, with the path and the words filled in.
-std::string branches(const std::vector<Place>& places, const std::string& before,
+// Returns the branches of a script: one line per command, with the path and the words filled in.
+std::string branches(const std::vector<Command>& commands, const std::string& before,
                      const std::string& between, const std::string& after) {
     std::string text;
-    for (const Place& place : places)
-        text.append(before).append(place.path).append(between).append(place.words).append(after);
+    for (const Command& command : commands)
+        text.append(before)
+            .append(command.path)
+            .append(between)
+            .append(command.words)
+            .append(after);
     return text;
 }
 
@@ -114,14 +118,14 @@ std::vector<std::string> shells_with_completion() {
 }
 
 std::string completion_script(const CLI::App& app, const std::string& shell) {
-    const std::vector<Place> places = all_places(app);
+    const std::vector<Command> commands = all_commands(app);
     if (shell == "bash")
-        return kBash + branches(places, "        \"", "\") words=\"", "\" ;;\n") +
+        return kBash + branches(commands, "        \"", "\") words=\"", "\" ;;\n") +
                "        *) return 1 ;;\n    esac\n}\ncomplete -o filenames -F _ke ke\n";
     if (shell == "zsh")
-        return kZsh + branches(places, "        \"", "\") found=\"", "\" ;;\n") +
+        return kZsh + branches(commands, "        \"", "\") found=\"", "\" ;;\n") +
                "        *) return 1 ;;\n    esac\n}\n_ke \"$@\"\n";
-    return kPowerShell + branches(places, "        '", "' = '", "'\n") + kPowerShellEnd;
+    return kPowerShell + branches(commands, "        '", "' = '", "'\n") + kPowerShellEnd;
 }
 
 }  // namespace tool

@@ -251,7 +251,7 @@ std::vector<NodeId> Document::members(NodeId object) const {
     return all;
 }
 
-std::vector<NodeId> Document::with_namesakes(NodeId object, std::vector<NodeId> chosen) const {
+std::vector<NodeId> Document::with_duplicates(NodeId object, std::vector<NodeId> chosen) const {
     if (chosen.empty())
         return chosen;
     std::sort(chosen.begin(), chosen.end());

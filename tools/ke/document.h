@@ -70,7 +70,7 @@ class Document {
                        std::vector<NodeId>& list) const;
     // Given members that are the last of their keys, returns them together with all other members with the
     // same keys.
-    std::vector<NodeId> with_namesakes(NodeId object, std::vector<NodeId> chosen) const;
+    std::vector<NodeId> with_duplicates(NodeId object, std::vector<NodeId> chosen) const;
     // Compares the decoded keys of two members. Returns a value below 0, 0, or a value above 0.
     int compare_keys(NodeId member, const Document& other, NodeId member_of_other) const;
 

@@ -27,8 +27,8 @@ struct Lines {
 i32 add_dump_line(void* user, u64 offset, const char* hex, const char* ascii) {
     auto& lines = *static_cast<Lines*>(user);
     char number[24];
-    const unsigned long long place = lines.base + offset;
-    wiq_snprintf(number, sizeof(number), "%08llx  ", place);
+    const unsigned long long file_offset = lines.base + offset;
+    wiq_snprintf(number, sizeof(number), "%08llx  ", file_offset);
     lines.sink.write(number);
     lines.sink.write(hex);
     if (ascii != nullptr) {

@@ -21,9 +21,9 @@ size_t count_characters(std::string_view text) {
            static_cast<size_t>(std::count_if(text.begin(), text.end(), continues_character));
 }
 
-// Returns the line that contains `offset`, without its line end, cut to fit the screen. *place is the
+// Returns the line that contains `offset`, without its line end, cut to fit the screen. *position is the
 // offset's position in the returned text.
-std::string_view shown_line(std::string_view text, size_t offset, size_t* place) {
+std::string_view shown_line(std::string_view text, size_t offset, size_t* position) {
     const size_t start = text.rfind('\n', offset == 0 ? std::string_view::npos : offset - 1);
     size_t first = offset == 0 || start == std::string_view::npos ? 0 : start + 1;
     size_t last = std::min(text.find('\n', offset), text.size());
@@ -38,7 +38,7 @@ std::string_view shown_line(std::string_view text, size_t offset, size_t* place)
         while (last > offset && last < text.size() && continues_character(text[last]))
             --last;
     }
-    *place = offset - first;
+    *position = offset - first;
     return text.substr(first, last - first);
 }
 
@@ -128,11 +128,11 @@ Failure failure_at(std::string_view file, const Excerpt& excerpt, size_t offset,
     const u64 column =
         1 + count_characters(before.substr(line_start)) + (lines == 0 ? excerpt.columns_before : 0);
 
-    size_t place = 0;
-    const std::string_view shown = shown_line(text, offset, &place);
+    size_t position = 0;
+    const std::string_view shown = shown_line(text, offset, &position);
     std::string whole = std::string(file) + ":" + std::to_string(1 + lines + excerpt.lines_before) +
                         ":" + std::to_string(column) + ": " + message;
-    whole += "\n" + std::string(shown) + "\n" + blank_like(shown.substr(0, place)) + "^";
+    whole += "\n" + std::string(shown) + "\n" + blank_like(shown.substr(0, position)) + "^";
     return {whole, exit_status};
 }
 

@@ -25,12 +25,12 @@ struct IniArgs {
 class Lines {
   public:
     void add(std::string_view line) {
-        if ((count_ + 1) * 4 > places_.size() * 3)
+        if ((count_ + 1) * 4 > slots_.size() * 3)
             grow();
-        u32& place = place_of(line);
-        if (place != kFree)
+        u32& slot = slot_of(line);
+        if (slot != kFree)
             return;
-        place = static_cast<u32>(text_.size());
+        slot = static_cast<u32>(text_.size());
         text_.append(line).append("\n");
         ++count_;
     }
@@ -44,21 +44,21 @@ class Lines {
     }
 
     // Returns the slot that holds the start of this line, or the free slot where it belongs.
-    u32& place_of(std::string_view line) {
-        size_t at = std::hash<std::string_view>()(line) & (places_.size() - 1);
-        while (places_[at] != kFree && line_at(places_[at]) != line)
-            at = (at + 1) & (places_.size() - 1);
-        return places_[at];
+    u32& slot_of(std::string_view line) {
+        size_t at = std::hash<std::string_view>()(line) & (slots_.size() - 1);
+        while (slots_[at] != kFree && line_at(slots_[at]) != line)
+            at = (at + 1) & (slots_.size() - 1);
+        return slots_[at];
     }
 
     void grow() {
-        places_.assign(std::max<size_t>(64, places_.size() * 2), kFree);
+        slots_.assign(std::max<size_t>(64, slots_.size() * 2), kFree);
         for (size_t start = 0; start < text_.size(); start = text_.find('\n', start) + 1)
-            place_of(line_at(start)) = static_cast<u32>(start);
+            slot_of(line_at(start)) = static_cast<u32>(start);
     }
 
     std::string text_;
-    std::vector<u32> places_;
+    std::vector<u32> slots_;
     size_t count_ = 0;
 };
 

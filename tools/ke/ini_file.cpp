@@ -26,8 +26,8 @@ struct Handler {
     WiqIniLocation mistake = {};
     std::exception_ptr thrown = nullptr;
 
-    std::string_view at(const WiqIniLocation& place) const {
-        return text.substr(place.offset, place.length);
+    std::string_view at(const WiqIniLocation& location) const {
+        return text.substr(location.offset, location.length);
     }
     template <class Report>
     i32 guard(const Report& report) {
@@ -113,7 +113,7 @@ std::string new_section(const std::string& text, const IniName& name, const std:
 Splice new_key(const Input& input, const IniSection& section, const std::optional<IniKey>& model,
                const std::string& key, const std::string& value) {
     const std::string& text = input.bytes;
-    const size_t place = next_line(text, offset_in(input, model ? model->value : section.name));
+    const size_t offset = next_line(text, offset_in(input, model ? model->value : section.name));
     std::string line = key + " = ";
     if (model) {
         const size_t name = offset_in(input, model->name);
@@ -125,8 +125,8 @@ Splice new_key(const Input& input, const IniSection& section, const std::optiona
                text.substr(behind, value_start - margin - behind);
     }
     const std::string end = line_end_of(text);
-    const bool unended = place == text.size() && text.back() != '\n';
-    return {place, place,
+    const bool unended = offset == text.size() && text.back() != '\n';
+    return {offset, offset,
             (unended ? end : "") + line + written(value, false) + (unended ? "" : end)};
 }
 

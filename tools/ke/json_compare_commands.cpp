@@ -34,7 +34,7 @@ void refuse_two_standard_inputs(const Pair& pair) {
         throw Failure{"only one of the documents can be standard input", kExitUsage};
 }
 
-int tell_equality(const Pair& pair, const Common& common) {
+int report_equality(const Pair& pair, const Common& common) {
     refuse_two_standard_inputs(pair);
     const Input a = read_text(pair.a, common);
     const Input b = read_text(pair.b, common);
@@ -54,7 +54,7 @@ void add_equal(CLI::App& json, Session& session) {
         "equal", "Exit status 0 if two documents are equal, else 1 and the first difference");
     add_pair(*command, *pair);
     command->callback([pair, &session] {
-        session.action = [pair, &session] { return tell_equality(*pair, session.common); };
+        session.action = [pair, &session] { return report_equality(*pair, session.common); };
     });
 }
 
@@ -91,7 +91,7 @@ struct SubsetArgs {
     bool contiguous = false, prefix = false, same_length = false, same_size = false;
 };
 
-int tell_subset(const SubsetArgs& args, const Common& common) {
+int report_subset(const SubsetArgs& args, const Common& common) {
     refuse_two_standard_inputs(args.pair);
     const Input a = read_text(args.pair.a, common);
     const Input b = read_text(args.pair.b, common);
@@ -115,7 +115,7 @@ void add_subset(CLI::App& json, Session& session) {
                       "With --contiguous and --prefix: arrays of equal length");
     command->add_flag("--same-size", args->same_size, "Objects of equal size");
     command->callback([args, &session] {
-        session.action = [args, &session] { return tell_subset(*args, session.common); };
+        session.action = [args, &session] { return report_subset(*args, session.common); };
     });
 }
 

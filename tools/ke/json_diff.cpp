@@ -98,13 +98,13 @@ class Difference {
         while (back < shorter - front &&
                is_equal(a_, of_a[of_a.size() - 1 - back], b_, of_b[of_b.size() - 1 - back]))
             ++back;
-        const auto place = [&](size_t i) { return pair.pointer + "/" + std::to_string(i); };
+        const auto pointer_of = [&](size_t i) { return pair.pointer + "/" + std::to_string(i); };
         for (size_t i = front; i < shorter - back; ++i)
-            add(of_a[i], of_b[i], place(i));
+            add(of_a[i], of_b[i], pointer_of(i));
         for (size_t i = of_a.size() - back; i > shorter - back; --i)
-            operation("remove", place(i - 1), "");
+            operation("remove", pointer_of(i - 1), "");
         for (size_t i = shorter - back; i + back < of_b.size(); ++i)
-            operation("add", place(i), b_.text_of(of_b[i]));
+            operation("add", pointer_of(i), b_.text_of(of_b[i]));
     }
 
     const Document& a_;

@@ -183,8 +183,8 @@ Splices plan_insert(const Document& document, NodeId array, u64 index, std::stri
     const std::optional<NodeId> next = document.element(array, index);
     if (!next)
         return plan_container(Style(document), array, adding("", std::string(value)));
-    const size_t place = document.start(*next);
-    return {{place, place, std::string(value) + Style(document).separator(array)}};
+    const size_t offset = document.start(*next);
+    return {{offset, offset, std::string(value) + Style(document).separator(array)}};
 }
 
 std::string spliced(std::string_view text, const Splices& splices) {

@@ -8,20 +8,20 @@
 
 namespace tool {
 
-PlaceFinder::PlaceFinder(Pointer pointer)
+PointerFinder::PointerFinder(Pointer pointer)
     : pointer_(std::move(pointer)), status_(WIQ_ERR_KEY_NOT_FOUND) {}
 
-Failure PlaceFinder::failure() const {
+Failure PointerFinder::failure() const {
     return pointer_failure(pointer_, step_, status_);
 }
 
-void PlaceFinder::miss(size_t step, i32 status) {
+void PointerFinder::miss(size_t step, i32 status) {
     step_ = step;
     status_ = status;
     text_.clear();
 }
 
-void PlaceFinder::add(Token token, std::string_view text) {
+void PointerFinder::add(Token token, std::string_view text) {
     const bool opens = token == Token::open_object || token == Token::open_array;
     const bool closes = token == Token::close_object || token == Token::close_array;
     if (capturing_) {
@@ -41,7 +41,7 @@ void PlaceFinder::add(Token token, std::string_view text) {
 }
 
 // Returns whether the value that starts now matches the next step.
-bool PlaceFinder::matches_here() {
+bool PointerFinder::matches_here() {
     Level& level = levels_.back();
     if (level.object)
         return level.key_matches;
@@ -49,7 +49,7 @@ bool PlaceFinder::matches_here() {
     return level.index++ == step.index && step.is_index;
 }
 
-void PlaceFinder::start_value(Token token, std::string_view text) {
+void PointerFinder::start_value(Token token, std::string_view text) {
     const bool opens = token == Token::open_object || token == Token::open_array;
     if (!levels_.empty()) {
         levels_.back().has_members = true;
@@ -76,7 +76,7 @@ void PlaceFinder::start_value(Token token, std::string_view text) {
     }
 }
 
-void PlaceFinder::capture(Token token, std::string_view text) {
+void PointerFinder::capture(Token token, std::string_view text) {
     writer_->add(token, text);
     if (token == Token::open_object || token == Token::open_array)
         ++capture_depth_;
@@ -88,7 +88,7 @@ void PlaceFinder::capture(Token token, std::string_view text) {
     capturing_ = false;
 }
 
-void PlaceFinder::end_container() {
+void PointerFinder::end_container() {
     const Level level = levels_.back();
     levels_.pop_back();
     const size_t step = levels_.size();

@@ -11,9 +11,9 @@
 
 namespace tool {
 
-class PlaceFinder {
+class PointerFinder {
   public:
-    explicit PlaceFinder(Pointer pointer);
+    explicit PointerFinder(Pointer pointer);
 
     void add(Token token, std::string_view text);
 

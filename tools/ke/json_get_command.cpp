@@ -46,9 +46,9 @@ class Printer {
 };
 
 // Passes the next document through the finders; returns false at the end of the input.
-bool pass(Scanner& scanner, std::vector<PlaceFinder>& finders) {
+bool pass(Scanner& scanner, std::vector<PointerFinder>& finders) {
     for (Token token = scanner.next(); token != Token::end; token = scanner.next()) {
-        for (PlaceFinder& finder : finders)
+        for (PointerFinder& finder : finders)
             finder.add(token, scanner.text());
         if (scanner.depth() == 0)
             return true;
@@ -58,12 +58,12 @@ bool pass(Scanner& scanner, std::vector<PlaceFinder>& finders) {
 
 void get_in_stream(Scanner& scanner, const GetArgs& args, Printer& printer, u64& number) {
     for (;; ++number) {
-        std::vector<PlaceFinder> finders;
+        std::vector<PointerFinder> finders;
         for (const std::string& pointer : args.pointers)
             finders.emplace_back(parse_pointer(pointer));
         if (!pass(scanner, finders))
             return;
-        for (const PlaceFinder& finder : finders) {
+        for (const PointerFinder& finder : finders) {
             if (finder.found())
                 printer.print(finder.text());
             else if (!printer.print_fallback())
@@ -75,7 +75,7 @@ void get_in_stream(Scanner& scanner, const GetArgs& args, Printer& printer, u64&
 // A pattern matches any number of places, possibly none.
 void get_by_pattern(Scanner& scanner, const GetArgs& args, Printer& printer, u64& number) {
     for (;; ++number) {
-        std::vector<PlaceFinder> whole;
+        std::vector<PointerFinder> whole;
         whole.emplace_back(parse_pointer(""));
         if (!pass(scanner, whole))
             return;

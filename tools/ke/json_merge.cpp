@@ -31,7 +31,7 @@ std::string without_nulls(const Style& patch, NodeId top) {
             else if (document.kind(member) == Kind::object)
                 todo.push_back(member);
         }
-        const ContainerEdit edit = {document.with_namesakes(object, std::move(nulls))};
+        const ContainerEdit edit = {document.with_duplicates(object, std::move(nulls))};
         const Splices some = plan_container(patch, object, edit);
         splices.insert(splices.end(), some.begin(), some.end());
     }
@@ -101,7 +101,7 @@ class Merge {
         if (!added.empty())
             edit.add = [&](std::string& text, const std::string& separator,
                            const std::string& colon) { add(added, text, separator, colon); };
-        edit.removed = target_.with_namesakes(pair.target, std::move(edit.removed));
+        edit.removed = target_.with_duplicates(pair.target, std::move(edit.removed));
         Splices some = plan_container(target_style_, pair.target, edit);
         std::move(some.begin(), some.end(), std::back_inserter(splices_));
     }

@@ -14,21 +14,21 @@ namespace {
 
 // The position of the current value in the document. The pointer is kept as one string, so memory grows only
 // with the depth.
-class Place {
+class Position {
   public:
     const std::string& pointer() const { return pointer_; }
     size_t depth() const { return levels_.size(); }
     // Returns whether the container that is about to close has no children.
     bool is_empty() const { return levels_.back().count == 0; }
 
-    void key(std::string_view token) { step(escaped_step(decode_string(token))); }
+    void key(std::string_view token) { set_last_step(escaped_step(decode_string(token))); }
 
     // Must be called before each value, including the opening bracket of a container.
     void value() {
         if (levels_.empty())
             return;
         if (!levels_.back().object)
-            step("/" + std::to_string(levels_.back().count));
+            set_last_step("/" + std::to_string(levels_.back().count));
         ++levels_.back().count;
     }
 
@@ -46,7 +46,7 @@ class Place {
         size_t length;  // of the pointer to the container
     };
 
-    void step(const std::string& text) {
+    void set_last_step(const std::string& text) {
         pointer_.resize(levels_.back().length);
         pointer_ += text;
     }
@@ -60,29 +60,29 @@ class Place {
 template <class Report>
 void follow(Scanner& scanner, Report& report) {
     FoldedTokens tokens(scanner);
-    Place place;
+    Position position;
     for (Token token = tokens.next(); token != Token::end; token = tokens.next()) {
         switch (token) {
             case Token::key:
-                place.key(tokens.text());
+                position.key(tokens.text());
                 break;
             case Token::open_object:
             case Token::open_array:
-                place.value();
-                place.open(token == Token::open_object);
-                report.container(token, place);
+                position.value();
+                position.open(token == Token::open_object);
+                report.container(token, position);
                 break;
             case Token::close_object:
             case Token::close_array: {
-                const bool empty = place.is_empty();
-                place.close();
+                const bool empty = position.is_empty();
+                position.close();
                 if (empty)
-                    report.empty(token, place);
+                    report.empty(token, position);
                 break;
             }
             default:
-                place.value();
-                report.leaf(token, tokens.text(), place);
+                position.value();
+                report.leaf(token, tokens.text(), position);
         }
     }
 }
@@ -92,12 +92,12 @@ class Paths {
   public:
     explicit Paths(Sink& sink) : sink_(sink) {}
 
-    void container(Token, const Place&) {}
-    void empty(Token token, const Place& place) {
-        leaf(token, token == Token::close_object ? "{}" : "[]", place);
+    void container(Token, const Position&) {}
+    void empty(Token token, const Position& position) {
+        leaf(token, token == Token::close_object ? "{}" : "[]", position);
     }
-    void leaf(Token, std::string_view text, const Place& place) {
-        sink_.write(place.pointer());
+    void leaf(Token, std::string_view text, const Position& position) {
+        sink_.write(position.pointer());
         sink_.put('\t');
         sink_.write(text);
         sink_.put('\n');
@@ -108,15 +108,15 @@ class Paths {
 };
 
 // Counts values by kind, and finds the depth and the largest number.
-class Census {
+class Statistics {
   public:
-    void container(Token token, const Place& place) {
+    void container(Token token, const Position& position) {
         ++(token == Token::open_object ? objects_ : arrays_);
-        deepest_ = std::max<u64>(deepest_, place.depth());
+        deepest_ = std::max<u64>(deepest_, position.depth());
     }
-    void empty(Token, const Place&) {}
-    void leaf(Token token, std::string_view text, const Place& place) {
-        deepest_ = std::max<u64>(deepest_, place.depth() + 1);
+    void empty(Token, const Position&) {}
+    void leaf(Token token, std::string_view text, const Position& position) {
+        deepest_ = std::max<u64>(deepest_, position.depth() + 1);
         switch (token) {
             case Token::string:
                 ++strings_;
@@ -128,7 +128,7 @@ class Census {
                 ++(text == "null" ? nulls_ : booleans_);
                 break;
             default:
-                number(text, place);
+                number(text, position);
         }
     }
 
@@ -144,22 +144,22 @@ class Census {
               Row{"booleans", booleans_}, Row{"nulls", nulls_}, Row{"depth", deepest_}})
             text += std::string(row.name) + "\t" + std::to_string(row.count) + "\n";
         if (!largest_.empty())
-            text += "largest\t" + largest_ + "\t" + place_of_largest_ + "\n";
+            text += "largest\t" + largest_ + "\t" + pointer_of_largest_ + "\n";
         return text;
     }
 
   private:
-    void number(std::string_view text, const Place& place) {
+    void number(std::string_view text, const Position& position) {
         ++(text.find_first_of(".eE") == std::string_view::npos ? integers_ : reals_);
         if (!largest_.empty() && compare_numbers(text, largest_) <= 0)
             return;
         largest_ = text;
-        place_of_largest_ = place.pointer();
+        pointer_of_largest_ = position.pointer();
     }
 
     u64 objects_ = 0, arrays_ = 0, strings_ = 0, integers_ = 0, reals_ = 0, references_ = 0,
         booleans_ = 0, nulls_ = 0, deepest_ = 0;
-    std::string largest_, place_of_largest_;
+    std::string largest_, pointer_of_largest_;
 };
 
 struct ReportArgs {
@@ -179,14 +179,14 @@ int list_paths(const ReportArgs& args, const Common& common) {
     return kExitOk;
 }
 
-int take_census(const ReportArgs& args, const Common& common) {
-    Census census;
+int print_statistics(const ReportArgs& args, const Common& common) {
+    Statistics statistics;
     for (const std::string& file : args.files) {
         Source source(file, common);
         Scanner scanner(source, args.several);
-        follow(scanner, census);
+        follow(scanner, statistics);
     }
-    write_output(census.text(), common);
+    write_output(statistics.text(), common);
     return kExitOk;
 }
 
@@ -211,7 +211,7 @@ void add_json_report_commands(CLI::App& json, Session& session) {
     add_report(json, session, "paths", "Print the pointer of every leaf with its value",
                list_paths);
     add_report(json, session, "types", "Count values by kind; tell depth and largest number",
-               take_census);
+               print_statistics);
 }
 
 }  // namespace tool

@@ -57,7 +57,7 @@ void add_all(CLI::App& app, Session& session) {
 
 // Prints "ke: " and the message. On a terminal the name is highlighted, unless NO_COLOR is set. A message may
 // quote any bytes of a file or an argument: none of them may end the message or control the terminal.
-void complain(std::string message) {
+void print_failure(std::string message) {
     std::replace_if(
         message.begin(), message.end(),
         [](char c) {
@@ -76,14 +76,15 @@ int answer_usage(const CLI::App& app, const CLI::ParseError& error,
                  const std::vector<std::string>& args) {
     if (error.get_exit_code() == 0)
         return app.exit(error);
-    complain(usage_mistake(app, error, args) + "\nTry \"ke --help\" or \"ke COMMAND --help\".");
+    print_failure(usage_mistake(app, error, args) +
+                  "\nTry \"ke --help\" or \"ke COMMAND --help\".");
     return kExitUsage;
 }
 
 // Where an option or a command takes several values, the argument parser splits "[a,b]" into two, although it
 // may be the name of a file. A zero byte, which no argument contains, prevents that until each option has its
 // own values.
-std::vector<std::string> shielded(const std::vector<std::string>& args) {
+std::vector<std::string> with_protected_brackets(const std::vector<std::string>& args) {
     std::vector<std::string> reversed(args.rbegin(), args.rend());  // as the parser wants them
     for (std::string& arg : reversed) {
         if (!arg.empty() && arg.front() == '[' && arg.back() == ']')
@@ -92,18 +93,18 @@ std::vector<std::string> shielded(const std::vector<std::string>& args) {
     return reversed;
 }
 
-std::string take_shield(std::string& text) {
+std::string remove_protection(std::string& text) {
     if (!text.empty() && text.back() == '\0')
         text.pop_back();
     return "";
 }
 
-void expect_shields(CLI::App& root) {
+void remove_protection_from_all(CLI::App& root) {
     std::vector<CLI::App*> apps = {&root};
     for (size_t i = 0; i < apps.size(); ++i) {
         CLI::App* app = apps[i];
         for (CLI::Option* option : app->get_options())
-            option->transform(CLI::Validator(take_shield, ""));
+            option->transform(CLI::Validator(remove_protection, ""));
         const std::vector<CLI::App*> below =
             app->get_subcommands([](const CLI::App*) { return true; });
         apps.insert(apps.end(), below.begin(), below.end());
@@ -117,9 +118,9 @@ int run_command(const std::vector<std::string>& args) {
     app.fallthrough();
     Session session;
     add_all(app, session);
-    expect_shields(app);
+    remove_protection_from_all(app);
     try {
-        app.parse(shielded(args));
+        app.parse(with_protected_brackets(args));
         if (session.common.in_place && !session.common.output.empty())
             throw CLI::ExcludesError("--in-place", "--output");
         if (limits().memory != 0 && !limit_memory(limits().memory))
@@ -128,10 +129,10 @@ int run_command(const std::vector<std::string>& args) {
     } catch (const CLI::ParseError& error) {
         return answer_usage(app, error, args);
     } catch (const Failure& failure) {
-        complain(failure.message);
+        print_failure(failure.message);
         return failure.exit_status;
     } catch (const std::bad_alloc&) {
-        complain("not enough memory");
+        print_failure("not enough memory");
         return kExitData;
     }
 }

@@ -33,25 +33,25 @@ struct CapacityArgs {
 };
 
 // The IDEMA rule: a fixed number of blocks for the first 50 GB, and a fixed number for each further GB.
-constexpr u64 kLeastGb = 50;
+constexpr u64 kMinGb = 50;
 
-u64 least_blocks(int sector) {
-    return wiq_get_lba_count_idema(kLeastGb, sector);
+u64 min_blocks(int sector) {
+    return wiq_get_lba_count_idema(kMinGb, sector);
 }
 
 // Returns the largest capacity whose size in bytes fits in 64 bits.
-u64 most_gb(int sector) {
+u64 max_gb(int sector) {
     const u64 step =
-        wiq_gb_to_bytes_idema(kLeastGb + 1, sector) - wiq_gb_to_bytes_idema(kLeastGb, sector);
-    return kLeastGb + (~u64{0} - wiq_gb_to_bytes_idema(kLeastGb, sector)) / step;
+        wiq_gb_to_bytes_idema(kMinGb + 1, sector) - wiq_gb_to_bytes_idema(kMinGb, sector);
+    return kMinGb + (~u64{0} - wiq_gb_to_bytes_idema(kMinGb, sector)) / step;
 }
 
 int show_capacity(const CapacityArgs& args, const Session& session) {
     const bool by_size = args.lba.empty();
     const u64 given = by_size ? to_u64("capacity", args.gb) : to_u64("--lba", args.lba);
     const auto sector = static_cast<u64>(args.sector);
-    const u64 least = by_size ? kLeastGb : least_blocks(args.sector);
-    const u64 most = by_size ? most_gb(args.sector) : ~u64{0} / sector;
+    const u64 least = by_size ? kMinGb : min_blocks(args.sector);
+    const u64 most = by_size ? max_gb(args.sector) : ~u64{0} / sector;
     if (given < least || given > most)
         throw Failure{std::string(by_size ? "capacity \"" : "--lba \"") + std::to_string(given) +
                       "\": is out of range; the rule for drives of " + std::to_string(sector) +

@@ -44,7 +44,7 @@ void buffer_whole_texts(FILE* fp) {
     setvbuf(fp, nullptr, _IOFBF, size_t{1} << 16);
 }
 
-BOOL WINAPI restore_and_go_on(DWORD) {
+BOOL WINAPI restore_on_interrupt(DWORD) {
     restore_console();
     return FALSE;
 }
@@ -82,7 +82,7 @@ void prepare_console() {
         SetConsoleOutputCP(CP_UTF8);
     g_console.stdout_mode = switch_escapes_on(STD_OUTPUT_HANDLE);
     g_console.stderr_mode = switch_escapes_on(STD_ERROR_HANDLE);
-    SetConsoleCtrlHandler(restore_and_go_on, TRUE);
+    SetConsoleCtrlHandler(restore_on_interrupt, TRUE);
 }
 
 void restore_console() {

@@ -14,7 +14,7 @@
 
 namespace tool {
 
-// If set, is called with the name of each step after it: "created", "written", "flushed", "dressed" (mode and
+// If set, is called with the name of each step after it: "created", "written", "flushed", "metadata" (mode and
 // owner set), "named" (the temporary file has a name), "renamed". Tests end the program here.
 extern void (*on_replacement_step)(const char* step);
 // For tests: if set, the temporary file has a name from the start, as on file systems without unnamed files.

@@ -26,7 +26,7 @@ bool temporary_is_named = false;
 
 namespace {
 
-constexpr int kEndings[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGXCPU, SIGXFSZ};
+constexpr int kTerminatingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGXCPU, SIGXFSZ};
 
 void step_done(const char* step) {
     if (on_replacement_step != nullptr)
@@ -39,29 +39,29 @@ Failure system_failure(const std::string& path, const char* action) {
 }
 
 // The name of the temporary file, as long as it must be removed if a signal ends the program.
-char g_stray[PATH_MAX];
+char g_temporary[PATH_MAX];
 
-void remove_stray(int signal_number) {
-    if (g_stray[0] != '\0')
-        unlink(g_stray);
+void remove_temporary(int signal_number) {
+    if (g_temporary[0] != '\0')
+        unlink(g_temporary);
     signal(signal_number, SIG_DFL);
     raise(signal_number);
 }
 
-void watch_stray(const std::string& name) {
-    if (name.size() >= sizeof(g_stray))
+void remove_on_signal(const std::string& name) {
+    if (name.size() >= sizeof(g_temporary))
         return;
-    memcpy(g_stray, name.c_str(), name.size() + 1);
-    for (int number : kEndings) {
+    memcpy(g_temporary, name.c_str(), name.size() + 1);
+    for (int number : kTerminatingSignals) {
         struct sigaction old = {};
         // A signal that was ignored when the program started stays ignored.
         if (sigaction(number, nullptr, &old) == 0 && old.sa_handler == SIG_DFL)
-            signal(number, remove_stray);
+            signal(number, remove_temporary);
     }
 }
 
-void forget_stray() {
-    g_stray[0] = '\0';
+void keep_on_signal() {
+    g_temporary[0] = '\0';
 }
 
 // Blocks the signals that would end the program between naming the temporary file and renaming it.
@@ -70,7 +70,7 @@ class HeldSignals {
     HeldSignals() {
         sigset_t all;
         sigemptyset(&all);
-        for (int number : kEndings)
+        for (int number : kTerminatingSignals)
             sigaddset(&all, number);
         sigprocmask(SIG_BLOCK, &all, &before_);
     }
@@ -162,7 +162,7 @@ struct Replacement::State {
     bool unnamed = false;  // the temporary file has no name yet
     struct stat old = {};
 
-    void look_at_target() {
+    void inspect_target() {
         if (stat(target.c_str(), &old) != 0) {
             if (errno != ENOENT)
                 throw system_failure(shown, "cannot be written");
@@ -196,7 +196,7 @@ struct Replacement::State {
             const HeldSignals held;
             fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
             if (fd >= 0)
-                watch_stray(temporary);
+                remove_on_signal(temporary);
             else if (errno != EEXIST)
                 break;
         }
@@ -215,7 +215,7 @@ struct Replacement::State {
     }
 
     // Gives the new file the mode, owner and attributes of the old one.
-    void dress() const {
+    void copy_metadata() const {
         if (!exists)
             return;
         copy_extended_attributes(target, fd);
@@ -249,7 +249,7 @@ struct Replacement::State {
         if (rename(temporary.c_str(), target.c_str()) != 0)
             throw system_failure(shown, "cannot be replaced");
         temporary.clear();
-        forget_stray();
+        keep_on_signal();
         step_done("renamed");
         const int folder = open(folder_of(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (folder >= 0) {
@@ -272,7 +272,7 @@ Replacement::Replacement(const std::string& path) : state_(std::make_unique<Stat
             throw system_failure(path, "cannot be written");
         return;
     }
-    state_->look_at_target();
+    state_->inspect_target();
     if (state_->into) {
         state_->fd = open(state_->target.c_str(), O_WRONLY | O_CLOEXEC);
         if (state_->fd < 0)
@@ -288,7 +288,7 @@ Replacement::~Replacement() {
         close(state_->fd);
     if (!state_->temporary.empty()) {
         unlink(state_->temporary.c_str());
-        forget_stray();
+        keep_on_signal();
     }
 }
 
@@ -303,8 +303,8 @@ void Replacement::commit() {
         if (fsync(state.fd) != 0)
             throw system_failure(state.shown, "cannot be written");
         step_done("flushed");
-        state.dress();
-        step_done("dressed");
+        state.copy_metadata();
+        step_done("metadata");
         const HeldSignals held;
         if (state.unnamed)
             state.give_name();

@@ -105,7 +105,7 @@ struct Replacement::State {
     bool exists = false;
     DWORD attributes = INVALID_FILE_ATTRIBUTES;
 
-    void look_at_target() {
+    void inspect_target() {
         attributes = GetFileAttributesW(target.c_str());
         exists = attributes != INVALID_FILE_ATTRIBUTES;
         if (!exists) {
@@ -154,7 +154,7 @@ struct Replacement::State {
     }
 
     // Copies the access rights and attributes of the old file.
-    void dress() const {
+    void copy_metadata() const {
         if (!exists)
             return;
         DWORD size = 0;
@@ -171,7 +171,7 @@ Replacement::Replacement(const std::string& path) : state_(std::make_unique<Stat
     State& state = *state_;
     state.shown = path;
     state.target = wide(path);
-    state.look_at_target();
+    state.inspect_target();
     if (!state.into) {
         state.open_temporary();
         step_done("created");
@@ -218,8 +218,8 @@ void Replacement::commit() {
     if (state.into)
         return;
     step_done("named");
-    state.dress();
-    step_done("dressed");
+    state.copy_metadata();
+    step_done("metadata");
     if (MoveFileExW(state.temporary.c_str(), state.target.c_str(),
                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0)
         throw system_failure(state.shown, "cannot be replaced");

@@ -91,7 +91,8 @@ void Scanner::fail(i32 status, std::string_view found) {
 
 // Reports that the text ends within a value, or is empty.
 void Scanner::fail_at_end() {
-    if (due_ == Due::document || due_ == Due::value || due_ == Due::key)
+    if (expected_ == Expected::document || expected_ == Expected::value ||
+        expected_ == Expected::key)
         fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN, "the text ends where a value is due");
     fail(WIQ_ERR_JSON_UNEXPECTED_END,
          open_.back() == '{' ? "a \"}\" is missing" : "a \"]\" is missing");
@@ -100,14 +101,14 @@ void Scanner::fail_at_end() {
 // Reports a character that cannot occur here.
 void Scanner::fail_unexpected() {
     const std::string found = *p_ == '"' ? "a text" : quoted(std::string_view(p_, 1));
-    switch (due_) {
-        case Due::comma:
+    switch (expected_) {
+        case Expected::comma:
             fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN,
                  static_cast<u8>(*p_) >= 0x80
                      ? std::string("a comma or the closing bracket is due")
                      : "found " + found + " where a comma or the closing bracket is due");
-        case Due::key:
-        case Due::first_key:
+        case Expected::key:
+        case Expected::first_key:
             fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN, "a key in double quotes is due");
         default:
             fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN, "found " + found + " where a value is due");
@@ -126,12 +127,12 @@ Token Scanner::next() {
 Token Scanner::scan() {
     if (!skip_blanks()) {
         token_ = p_;
-        if (due_ == Due::document && (seen_ || several_))
+        if (expected_ == Expected::document && (seen_ || several_))
             return Token::end;
         fail_at_end();
     }
     token_ = p_;
-    if (due_ == Due::comma) {
+    if (expected_ == Expected::comma) {
         if (*p_ == '}' && open_.back() == '{')
             return close('{', Token::close_object);
         if (*p_ == ']' && open_.back() == '[')
@@ -139,18 +140,18 @@ Token Scanner::scan() {
         if (*p_ != ',')
             fail_unexpected();
         ++p_;
-        due_ = open_.back() == '{' ? Due::key : Due::value;
+        expected_ = open_.back() == '{' ? Expected::key : Expected::value;
         if (!skip_blanks())
             fail_at_end();
         token_ = p_;
-    } else if (due_ == Due::document && seen_ && !several_) {
+    } else if (expected_ == Expected::document && seen_ && !several_) {
         fail(WIQ_ERR_JSON_TRAILING_DATA);
     }
     const char c = *p_;
-    if (due_ == Due::key || due_ == Due::first_key) {
+    if (expected_ == Expected::key || expected_ == Expected::first_key) {
         if (c == '"')
             return scan_string(true);
-        if (c == '}' && due_ == Due::first_key)
+        if (c == '}' && expected_ == Expected::first_key)
             return close('{', Token::close_object);
         fail_unexpected();
     }
@@ -158,11 +159,11 @@ Token Scanner::scan() {
         case '"':
             return scan_string(false);
         case '{':
-            return open('{', Due::first_key, Token::open_object);
+            return open('{', Expected::first_key, Token::open_object);
         case '[':
-            return open('[', Due::first_value, Token::open_array);
+            return open('[', Expected::first_value, Token::open_array);
         case ']':
-            if (due_ == Due::first_value)
+            if (expected_ == Expected::first_value)
                 return close('[', Token::close_array);
             fail_unexpected();
         case '}':
@@ -176,13 +177,13 @@ Token Scanner::scan() {
     }
 }
 
-Token Scanner::open(char bracket, Due due, Token token) {
+Token Scanner::open(char bracket, Expected expected, Token token) {
     if (limits().depth != 0 && open_.size() >= limits().depth)
         throw failure("deeper than the " + std::to_string(limits().depth) +
                       " levels that --max-depth allows");
     ++p_;
     open_.push_back(bracket);
-    due_ = due;
+    expected_ = expected;
     return token;
 }
 
@@ -195,7 +196,7 @@ Token Scanner::close(char, Token token) {
 
 // Sets what may follow a value.
 void Scanner::finish_value() {
-    due_ = open_.empty() ? Due::document : Due::comma;
+    expected_ = open_.empty() ? Expected::document : Expected::comma;
     seen_ = true;
 }
 
@@ -211,7 +212,7 @@ void Scanner::expect_colon() {
     if (c != ':')
         fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN, "a colon is due behind a key");
     ++p_;
-    due_ = Due::value;
+    expected_ = Expected::value;
     text_ = std::string_view(source_.at_offset(key), length);
 }
 

@@ -47,10 +47,10 @@ class Scanner {
     Failure failure(const std::string& message, int exit_status = kExitData);
 
   private:
-    enum class Due : u8 { document, value, first_value, key, first_key, comma };
+    enum class Expected : u8 { document, value, first_value, key, first_key, comma };
 
     Token scan();
-    Token open(char bracket, Due due, Token token);
+    Token open(char bracket, Expected expected, Token token);
     Token close(char bracket, Token token);
     Token scan_string(bool is_key);
     Token scan_number();
@@ -77,7 +77,7 @@ class Scanner {
     const char* p_;
     const char* end_;
     const char* token_;  // where the current token starts in the window
-    Due due_ = Due::document;
+    Expected expected_ = Expected::document;
     bool several_;
     bool seen_ = false;  // a document has been read
 };

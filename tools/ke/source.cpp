@@ -137,7 +137,7 @@ bool Source::more(const char* keep) {
     begin_ = buffer_.data();
     end_ = begin_ + held;
     if (!started_)
-        take_mark();
+        skip_byte_order_mark();
     if (end_ - begin_ > static_cast<std::ptrdiff_t>(held))
         return true;
     if (ended_)
@@ -155,7 +155,7 @@ bool Source::more(const char* keep) {
 }
 
 // Reads the first bytes and recognises a byte order mark.
-void Source::take_mark() {
+void Source::skip_byte_order_mark() {
     started_ = true;
     char first[4];
     const std::string_view mark(first, raw_->read(first, sizeof(first)));

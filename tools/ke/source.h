@@ -85,7 +85,7 @@ class Source {
     u64 size() const { return raw_ ? raw_->size() : 0; }  // 0 where it is not known
 
   private:
-    void take_mark();
+    void skip_byte_order_mark();
     void append_decoded(std::string_view raw, bool last);
     u32 unit_at(std::string_view raw, size_t at) const;
     void drop(const char* keep);

@@ -146,7 +146,7 @@ def start_worker(suites, count, nice):
     multiprocessing.util.Finalize(None, STATE["runner"].close, exitpriority=10)
 
 
-def look_at(index):
+def baseline_of(index):
     return index, STATE["runner"].baseline(STATE["suites"][index], STATE["count"])
 
 
@@ -185,7 +185,7 @@ def judge(task):
 def look_at_all(suites, count, arguments):
     """Runs every suite without a mutant, to find out what it costs and which mutants it reaches."""
     with multiprocessing.Pool(arguments.jobs, start_worker, (suites, count, arguments.nice)) as pool:
-        for index, suite in pool.imap_unordered(look_at, range(len(suites))):
+        for index, suite in pool.imap_unordered(baseline_of, range(len(suites))):
             suites[index] = suite
             if not suite.passes:
                 raise SystemExit(f"mutate: {suite} fails without a mutant\n{suite.log}")

@@ -27,50 +27,52 @@ inline char* end_of(const Member* member) {
     return reinterpret_cast<char*>(const_cast<Member*>(member)) + member_span(member->key_length());
 }
 
-// Returns whether a node that may have been made with a key has no member in its block: it stands
-// at the start of the block or directly after the mark of its own chunk, or it is a root that has a
-// record. Any other node with a key is farther from there, by at least the size of a member.
-inline bool has_own_block(const wiq_json* node) {
-    static_assert(Chunks::kDistanceAlone < member_span(0) / 8);
-    return node->home <= Chunks::kDistanceAlone;
+// Returns whether a node that was made with a key has its member before it in its block. Such a
+// node is at least the size of a member away from the start of the block or from its mark. A node
+// without one stands at the start of its block or directly after the mark of its own chunk, or it
+// is a root that has a record. The answer says nothing about a node that was made without a key in
+// a chunk.
+inline bool has_member_in_block(const wiq_json* node) {
+    static_assert(Chunks::kDistanceAlone < member_span(0) / 8 && kHomeOfRoot < member_span(0) / 8);
+    return node->home > Chunks::kDistanceAlone;
 }
 
 // Returns whether a member and its child were made in one block, the node directly after its
 // member. No other node that may have a member directly follows one: in a chunk, a mark, the
 // chunk's header or another node precedes it.
 inline bool shares_block(const Member* member, const wiq_json* child) {
-    return !has_own_block(child) && end_of(member) == reinterpret_cast<const char*>(child);
+    return has_member_in_block(child) && end_of(member) == reinterpret_cast<const char*>(child);
 }
 
 // Returns the member of a new node that was made with this key: the one in the node's block, or a
-// new one in a block of its own, which is listed if `chunks` is given. Returns nullptr when out of
-// memory.
+// new one in a block of its own, which is recorded if `chunks` is given. Returns nullptr when out
+// of memory.
 inline Member* member_for(wiq_json* node, const Key& key, Chunks* chunks = nullptr) {
-    if (!has_own_block(node))
+    if (has_member_in_block(node))
         return reinterpret_cast<Member*>(reinterpret_cast<char*>(node) - member_span(key.length));
     Member* member = new_member(key);
-    if (member == nullptr || chunks == nullptr || chunks->list(member))
+    if (member == nullptr || chunks == nullptr || chunks->record(member))
         return member;
     free(member);
     return nullptr;
 }
 
-// Lists a container's table if it has a block of its own, so that an untouched document can free
+// Records a container's table if it has a block of its own, so that an untouched document can free
 // it. Callers leave out the root, whose table is freed with it. Indexes of long chains are not
-// listed, so a document with such an index counts as touched. Returns false when out of memory.
-inline bool list_table(Chunks* chunks, wiq_json* container) {
+// recorded, so a document with such an index counts as touched. Returns false when out of memory.
+inline bool record_table(Chunks* chunks, wiq_json* container) {
     if (container->type == kJsonArray) {
         const auto* array = as<ArrayNode>(container);
         return array->elems.data == nullptr || is_inline(array, array->elems.data) ||
-               chunks->list(array->elems.data);
+               chunks->record(array->elems.data);
     }
     const auto* obj = as<ObjectNode>(container);
     if (obj->members.buckets == nullptr || is_inline(obj, obj->members.buckets))
         return true;
-    const bool listed = chunks->list(obj->members.buckets);
-    if (listed && index_of(obj->members) != nullptr)
+    const bool recorded = chunks->record(obj->members.buckets);
+    if (recorded && index_of(obj->members) != nullptr)
         chunks->touch_document();
-    return listed;
+    return recorded;
 }
 
 // Gives a finished document's record to its root. A root that is no container has no document.

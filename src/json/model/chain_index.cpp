@@ -27,10 +27,10 @@ u64 secret_word(std::atomic<u64>* word) {
 std::atomic<u64> g_secret0;
 std::atomic<u64> g_secret1;
 
-// Returns whether a chain has more than kMaxChainWithoutIndex members.
+// Returns whether a chain has more than kMaxShortChain members.
 bool is_long(const Member* chain) {
     for (u32 passed = 0; chain != nullptr; chain = chain->next) {
-        if (++passed > kMaxChainWithoutIndex)
+        if (++passed > kMaxShortChain)
             return true;
     }
     return false;
@@ -171,7 +171,7 @@ void append_member(Members* members, Member* member) {
     const u64 bucket = bucket_of(member->hash, members->mask);
     Member** end = &members->buckets[bucket];
     for (u32 passed = 0; *end != nullptr; end = &(*end)->next) {
-        if (passed++ != kMaxChainWithoutIndex)
+        if (passed++ != kMaxShortChain)
             continue;
         if (const ChainIndex* index = index_to_add_to(*members, bucket)) {
             end = index->end_of(bucket);

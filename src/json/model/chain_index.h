@@ -88,8 +88,8 @@ class ChainIndex {
     u32 free_;  // the first entry that is no longer in use
 };
 
-// Returns a table's index, or nullptr if it has not been built. A table without a tail has few members, and
-// never has one.
+// Returns a table's index, or nullptr if it has not been built. A table without a tail has few
+// members, and never has one.
 inline ChainIndex* index_of(const Members& members) {
     return has_tail(members) ? tail_of(members)->index : nullptr;
 }
@@ -101,15 +101,15 @@ inline ChainIndex* index_over(const Members& members, u64 bucket) {
 
 // Few chains have more members than this. A search passes this number of members before it asks for
 // an index.
-constexpr u32 kMaxStepsWithoutIndex = 4;
+constexpr u32 kMaxStepsBeforeIndex = 4;
 
-// These continue a search that has passed kMaxStepsWithoutIndex members, at the next one.
+// These continue a search that has passed kMaxStepsBeforeIndex members, at the next one.
 Member* find_after(const Members& members, const Key& key, Member* from);
 Member** link_after(const Members& members, const Key& key, Member** from);
 
 // As link_of(), for a key that may be added: a long chain gets an index, if there is enough memory.
 inline Member** link_to_add(const Members& members, const Key& key) {
-    Member** link = link_within(members, key, kMaxStepsWithoutIndex);
+    Member** link = link_within(members, key, kMaxStepsBeforeIndex);
     return *link == nullptr || has_key(*link, key) ? link : link_after(members, key, link);
 }
 
@@ -118,7 +118,7 @@ inline Member* find(const Members& members, const Key& key) {
     if (members.size == 0)
         return nullptr;
     Member* member = members.buckets[bucket_of(key.hash, members.mask)];
-    for (u32 left = kMaxStepsWithoutIndex; member != nullptr && !has_key(member, key); --left) {
+    for (u32 left = kMaxStepsBeforeIndex; member != nullptr && !has_key(member, key); --left) {
         if (left == 0)
             return find_after(members, key, member);
         member = member->next;

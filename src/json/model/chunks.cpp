@@ -108,8 +108,8 @@ char* Chunks::take_alone(size_t size) {
     return chunk != nullptr ? reinterpret_cast<char*>(chunk + 1) : nullptr;
 }
 
-bool Chunks::list(void* block) {
-    return make_document() && list_block(document_, block);
+bool Chunks::record(void* block) {
+    return make_document() && record_block(document_, block);
 }
 
 }  // namespace ke::json

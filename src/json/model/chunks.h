@@ -100,9 +100,9 @@ class Chunks {
     // The distance of such a node from its mark.
     static constexpr size_t kDistanceAlone = sizeof(Chunk*) / 8;
 
-    // Lists a block outside of the chunks that an untouched document frees with free(). Returns
-    // false when out of memory.
-    bool list(void* block);
+    // Enters a block outside of the chunks in the document's record; an untouched document frees it
+    // with free(). Returns false when out of memory.
+    bool record(void* block);
     void touch_document() { touch(document_); }
 
     // Returns the document's record, which then belongs to the caller; nullptr for a document that

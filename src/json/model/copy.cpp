@@ -1,4 +1,4 @@
-// Deep copy without recursion. A list of the source's open containers leads back up in the source;
+// Deep copy without recursion. A stack of the source's open containers leads back up in the source;
 // in the copy, the parent links do.
 
 #include "containers/small_stack.h"
@@ -113,7 +113,7 @@ i32 copy_members(Frame* frame, ObjectNode* parent, Chunks* chunks, NextContainer
     return 0;
 }
 
-// Copies everything below the source's root into the root's copy. Tables are listed when their
+// Copies everything below the source's root into the root's copy. Tables are recorded when their
 // containers are complete, except for the root's.
 i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
     SmallStack<Frame, 32> frames;
@@ -135,7 +135,7 @@ i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
         } else if (frames.empty()) {
             give_document(&chunks, root_copy);
             return 0;
-        } else if (!list_table(&chunks, parent)) {
+        } else if (!record_table(&chunks, parent)) {
             return WIQ_ERR_NO_MEMORY;
         } else {
             frame = frames.top();

@@ -1,4 +1,4 @@
-// Makes and frees the record of a document and its list of blocks. document.h explains what it is
+// Makes and frees the record of a document and its array of blocks. document.h explains what it is
 // for.
 
 #include "json/model/document.h"
@@ -13,7 +13,7 @@ namespace ke::json {
 namespace {
 
 void free_record(Document* document) {
-    free(document->listed);
+    free(document->blocks);
     free(document);
 }
 
@@ -32,27 +32,27 @@ void leave_document(Document* document) {
 void leave_touched_document(Document* document) {
     if (document == nullptr)
         return;
-    free(document->listed);
-    document->listed = nullptr;
+    free(document->blocks);
+    document->blocks = nullptr;
     leave_document(document);
 }
 
-bool list_block(Document* document, void* block) {
-    if (document->listed_size == document->listed_capacity) {
-        const size_t capacity = document->listed_capacity == 0 ? 8 : 2 * document->listed_capacity;
-        auto** grown = static_cast<void**>(realloc(document->listed, capacity * sizeof(void*)));
+bool record_block(Document* document, void* block) {
+    if (document->block_count == document->block_capacity) {
+        const size_t capacity = document->block_capacity == 0 ? 8 : 2 * document->block_capacity;
+        auto** grown = static_cast<void**>(realloc(document->blocks, capacity * sizeof(void*)));
         if (grown == nullptr)
             return false;
-        document->listed = grown;
-        document->listed_capacity = capacity;
+        document->blocks = grown;
+        document->block_capacity = capacity;
     }
-    document->listed[document->listed_size++] = block;
+    document->blocks[document->block_count++] = block;
     return true;
 }
 
 void free_document(Document* document) {
-    for (size_t i = 0; i < document->listed_size; ++i)
-        free(document->listed[i]);
+    for (size_t i = 0; i < document->block_count; ++i)
+        free(document->blocks[i]);
     // Untouched means that no chunk has been freed, so the links are valid, and that nobody else
     // owns a block, so the counts of the chunks need not be asked.
     for (Chunk* chunk = document->last; chunk != nullptr;) {

@@ -4,7 +4,7 @@
 // A document is touched when a node below its root gets another reference, leaves its place or is
 // released, or when a container in it gets another child. Until then nobody else holds any of its
 // nodes, and all its chunks exist. So do the few blocks outside of the chunks: large tables, and
-// members whose key is long or whose value is large. The record lists these chunks and blocks for
+// members whose key is long or whose value is large. The record holds these chunks and blocks for
 // the root. A touched document is released node by node; its record then only waits for the last
 // chunk.
 #pragma once
@@ -21,9 +21,9 @@ struct Document {
     std::atomic<u64> owners;  // its chunks, and the root or whoever fills the chunks
     std::atomic<bool> touched;
     Chunk* last;    // of its chunks, each of which links to the one before
-    void** listed;  // the blocks outside of the chunks
-    size_t listed_size;
-    size_t listed_capacity;
+    void** blocks;  // those outside of the chunks
+    size_t block_count;
+    size_t block_capacity;
 };
 
 // Marks a document as touched; nullptr is ignored. The flag is only written once, so that threads
@@ -43,14 +43,14 @@ Document* new_document();
 // Gives up an owner; the last one frees the record. nullptr is ignored.
 void leave_document(Document* document);
 
-// Gives up the root's ownership of a touched document, and frees the list of blocks, which only the
-// root reads. nullptr is ignored.
+// Gives up the root's ownership of a touched document, and frees its array of blocks, which only
+// the root reads. nullptr is ignored.
 void leave_touched_document(Document* document);
 
-// Lists a block outside of the chunks. Returns false when out of memory.
-bool list_block(Document* document, void* block);
+// Enters a block outside of the chunks in the record. Returns false when out of memory.
+bool record_block(Document* document, void* block);
 
-// Frees an untouched document: its chunks, all blocks that it lists, and the record. The root's own
+// Frees an untouched document: its chunks, all recorded blocks, and the record. The root's own
 // node and table are not among them.
 void free_document(Document* document);
 

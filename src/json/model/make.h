@@ -20,8 +20,9 @@ template <class Node>
 constexpr size_t kSizeInChunk = (sizeof(Node) + 7) / 8 * 8;
 
 // Returns a new node of `size` bytes; only its header is set. With a key, the node shares one block
-// with its member, unless the key is too long or the node too large; has_own_block() says
-// which. If `chunks` is given, the block is taken from there. Returns nullptr when out of memory.
+// with its member, unless the key is too long or the node too large; has_member_in_block()
+// says which. If `chunks` is given, the block is taken from there. Returns nullptr when out of
+// memory.
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
 // These two make a node in a chunk. They serve the usual elements and members of a document, whose

@@ -24,7 +24,7 @@ namespace {
 // buckets grows when the second member is added, so the first round has two members. `count` is
 // above the load limit of all smaller tables, so only the last round is incomplete.
 template <class LinkOf>
-inline bool build_with(Members* members, Member* const* list, u64 count, LinkOf link_of_key) {
+inline bool fill_table(Members* members, Member* const* list, u64 count, LinkOf link_of_key) {
     const u64 buckets = u64{members->mask} + 1;
     bool in_front = std::countr_zero(buckets) % 2 == 0;
     u64 i = 0;
@@ -50,14 +50,14 @@ inline bool build_with(Members* members, Member* const* list, u64 count, LinkOf 
 
 // A chain without an index is searched step by step, so a large table with many keys in one chain
 // would take quadratic time. The limit prevents that: at a link that does not end the chain,
-// build_with() gives up. Tables without a tail are small and need no limit.
+// fill_table() gives up. Tables without a tail are small and need no limit.
 bool build_table(Members* members, Member* const* list, u64 count) {
     if (members->mask < kMinBucketsWithTail - 1) {
-        return build_with(members, list, count,
+        return fill_table(members, list, count,
                           [](const Members& in, const Key& key) { return link_of(in, key); });
     }
-    return build_with(members, list, count, [](const Members& in, const Key& key) {
-        return link_within(in, key, kMaxChainWithoutIndex);
+    return fill_table(members, list, count, [](const Members& in, const Key& key) {
+        return link_within(in, key, kMaxShortChain);
     });
 }
 

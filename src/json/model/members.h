@@ -97,7 +97,7 @@ inline bool has_key(const Member* member, const Key& key) {
 
 // Chains are longer than this only if somebody chose the keys for it. Such a chain gets an index
 // (chain_index.h) when a member is added to it.
-constexpr u32 kMaxChainWithoutIndex = 16;
+constexpr u32 kMaxShortChain = 16;
 // Walks a chain. Returns the link to the member with this key; if not found, the null link at
 // the end of the chain, where such a member would be added. The table must exist.
 inline Member** link_of(const Members& members, const Key& key) {
@@ -219,7 +219,7 @@ constexpr u64 grown_buckets(u64 size) {
 
 // Fills an empty table, which must have grown_buckets(count) buckets, so that it looks as if the
 // members had been added one by one. Returns false if two members have the same key, or if a table
-// with a tail would get a chain of more than kMaxChainWithoutIndex members. The table and the
+// with a tail would get a chain of more than kMaxShortChain members. The table and the
 // members' links are then useless, and the caller starts again with an empty table.
 bool build_table(Members* members, Member* const* list, u64 count);
 

@@ -150,7 +150,7 @@ wiq_json* attach_new_child(ObjectNode* obj, const Key& key, Make make) {
     wiq_json* node = make(&key);
     if (node == nullptr)
         return nullptr;
-    const bool is_separate = has_own_block(node);
+    const bool is_separate = !has_member_in_block(node);
     Member* member = member_for(node, key);
     if (member == nullptr || insert_member(obj, link, member) != 0) {
         // A member that shares its block with the node is freed with the node.

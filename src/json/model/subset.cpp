@@ -107,9 +107,9 @@ struct ObjectMatch {
     const ObjectNode* a;
     const ObjectNode* b;
     const Member* member;  // of a: the one to be compared next
-    // Of b: tried before b is searched, because in objects with the same history the members come
-    // in the same order.
-    const Member* likely;
+    // Of b: the counterpart of `member` if both objects have their members in the same order, as
+    // objects with the same history do. It is tried before b is searched.
+    const Member* expected;
 
     Answer start(u32 flags, Pair* question) {
         const bool sizes_fit = has_flag(flags, WIQ_JSON_SUBSET_SAME_SIZE)
@@ -118,7 +118,7 @@ struct ObjectMatch {
         if (!sizes_fit)
             return Answer::kNo;
         member = first_member(a);
-        likely = first_member(b);
+        expected = first_member(b);
         return next(question);
     }
 
@@ -126,11 +126,11 @@ struct ObjectMatch {
         while (member != nullptr) {
             const Key key(member);
             const Member* other =
-                likely != nullptr && has_key(likely, key) ? likely : find(b->members, key);
+                expected != nullptr && has_key(expected, key) ? expected : find(b->members, key);
             if (other == nullptr)
                 return Answer::kNo;
             const wiq_json* child = member->child;
-            likely = next_member(b, other);
+            expected = next_member(b, other);
             member = next_member(a, member);
             const Answer answer = compare_nodes(child, other->child);
             if (answer != Answer::kYes) {
@@ -170,16 +170,17 @@ struct GapMatch {
             const Answer answer = compare_nodes(question->a, question->b);
             if (answer == Answer::kLookInside)
                 return answer;
-            step(answer == Answer::kYes);
+            advance(answer == Answer::kYes);
         }
     }
 
     Answer resume(bool matched, Pair* question) {
-        step(matched);
+        advance(matched);
         return next(question);
     }
 
-    void step(bool matched) {
+    // Goes on to the next pair after one that matched or did not.
+    void advance(bool matched) {
         a_index += matched ? 1 : 0;
         ++b_index;
     }
@@ -220,17 +221,18 @@ struct RunMatch {
             }
             if (answer != Answer::kNo)
                 return answer;
-            step(false);
+            advance(false);
         }
         return Answer::kNo;
     }
 
     Answer resume(bool matched, Pair* question) {
-        step(matched);
+        advance(matched);
         return next(question);
     }
 
-    void step(bool matched) {
+    // Goes on to the next pair of the run; or, if the last one did not match, to the next offset.
+    void advance(bool matched) {
         if (matched) {
             ++index;
         } else {

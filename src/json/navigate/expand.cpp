@@ -7,8 +7,8 @@
 //      copy contains a reference.
 //
 // For example, in {"a": {"$ref": "#/b"}, "b": [{"$ref": "#/c"}], "c": 1} the list is: the reference
-// to "c", the reference to "b", the root. Even if the walk enters the reference to "b" first, it
-// meets and finishes the reference to "c" in its target before it leaves.
+// to "c", the reference to "b", the root. Even if the walk meets the reference to "b" first, the
+// expansion of "c", which it meets in the target of "b", is finished before that of "b".
 //
 // The walk uses an explicit stack: neither a deep document nor a chain of references that lead to
 // each other uses the thread's stack. The end of such a chain is remembered for each reference in
@@ -25,7 +25,7 @@ namespace ke::json {
 namespace {
 
 // The capacity with which the two weak arrays begin.
-constexpr i32 kFirstCapacity = 5;
+constexpr i32 kInitialCapacity = 5;
 
 class Expansion {
   public:
@@ -46,9 +46,9 @@ class Expansion {
     i32 run(wiq_json_t* node) {
         i32 status = prepare();
         if (status == 0)
-            status = enter(node);
+            status = begin_expansion(node);
         while (status == 0 && !frames_.empty())
-            status = step();
+            status = advance();
         return status;
     }
 
@@ -146,9 +146,9 @@ class Expansion {
         return static_cast<i32>(err);
     }
 
-    // Begins the expansion of a node, which is the root or a reference that the walk has met. The
-    // node is in progress from here until leave(). To meet it again before that is a cycle.
-    i32 enter(wiq_json_t* node) {
+    // Begins the expansion of a node, which is the root or a reference that the walk has met. It is
+    // in progress from here until finish_expansion(). To meet it again before that is a cycle.
+    i32 begin_expansion(wiq_json_t* node) {
         const void* state = wiq_map_get(&states_, node);
         if (state == &kExpanded)
             return 0;
@@ -167,23 +167,25 @@ class Expansion {
         }
         if (!frames_.push({nullptr, nullptr, 0, node}))
             return WIQ_ERR_NO_MEMORY;
-        return walk(target);
+        return walk_into(target);
     }
 
     // Marks the expansion of a node as finished. It was begun last of those in progress, so it is
     // the last in pending_.
-    i32 leave(wiq_json_t* node) {
+    i32 finish_expansion(wiq_json_t* node) {
         i32 status = wiq_json_array_pop(pending_, 1);
         if (status == 0)
             status = wiq_json_array_push_ext(expanded_, node, nullptr);
         return status != 0 ? status : set_state(node, &kExpanded);
     }
 
-    i32 visit(wiq_json_t* node) { return node->type == kJsonRef ? enter(node) : walk(node); }
+    i32 visit(wiq_json_t* node) {
+        return node->type == kJsonRef ? begin_expansion(node) : walk_into(node);
+    }
 
-    // Walks a node that is not a reference: a container is put on the stack, any other value needs
-    // nothing.
-    i32 walk(wiq_json_t* node) {
+    // Continues the walk in a node that is not a reference: a container is put on the stack; any
+    // other value has nothing to walk.
+    i32 walk_into(wiq_json_t* node) {
         switch (node->type) {
             case kJsonObject:
                 return frames_.push({node, first_member(as<ObjectNode>(node)), 0, nullptr})
@@ -196,12 +198,13 @@ class Expansion {
         }
     }
 
-    i32 step() {
+    // Visits the next child of the container on top, or finishes the expansion that is on top.
+    i32 advance() {
         Frame& now = frames_.top();
         if (now.container == nullptr) {
             wiq_json* finished = now.finished;
             frames_.pop();
-            return leave(finished);
+            return finish_expansion(finished);
         }
         wiq_json* child = nullptr;
         if (now.container->type == kJsonObject) {
@@ -283,8 +286,8 @@ i32 wiq_json_jref_expand(wiq_json_t* root) {
     // let it go.
     wiq_json_ref(root);
     u32 err = 0;
-    wiq_json_t* pending = wiq_json_array_weak_new(ke::json::kFirstCapacity, &err);
-    wiq_json_t* expanded = wiq_json_array_weak_new(ke::json::kFirstCapacity, &err);
+    wiq_json_t* pending = wiq_json_array_weak_new(ke::json::kInitialCapacity, &err);
+    wiq_json_t* expanded = wiq_json_array_weak_new(ke::json::kInitialCapacity, &err);
     if (err != 0) {
         // Deliberately, the root keeps the reference taken above.
         wiq_json_unref(pending);

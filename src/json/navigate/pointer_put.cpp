@@ -17,8 +17,8 @@ bool names_element(const WiqJsonPtrToken& token) {
     return token.kind == kStepIndex || token.kind == kStepAppend;
 }
 
-// Stores a node in a container at the place that a token names. Returns 0, the failure of storing
-// it, or WIQ_ERR_WRONG_TYPE if the token names no place in this container.
+// Stores a node in a container under the key or at the index that a token names. Returns 0, the
+// failure of storing it, or WIQ_ERR_WRONG_TYPE if the token names neither in this container.
 i32 store(wiq_json* container, const WiqJsonPtrToken& token, wiq_json* node) {
     if (wiq_json_is_obj(container))
         return wiq_json_obj_put_ext(container, token.name, node, nullptr);

@@ -103,7 +103,7 @@ char* decode_string(const char* first, const char* last, char* out) {
     return out;
 }
 
-i32 status_of_spoiled(const char* first, const char* last, bool is_real) {
+i32 status_before_non_ascii(const char* first, const char* last, bool is_real) {
     i64 value = 0;
     return !is_real && parse_i64(first, last, &value) ? WIQ_ERR_TRAILING_CHARS : WIQ_ERR_BAD_FORMAT;
 }

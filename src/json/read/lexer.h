@@ -8,8 +8,8 @@
 //   - where a token should begin, in a word, and in a string outside an escape, the negative number
 //     is itself the status;
 //   - where an escape or a number needs another character, that escape or number is invalid;
-//   - after a complete number, a byte beyond ASCII makes it invalid (status_of_spoiled()). Invalid
-//     UTF-8 is left for the next token.
+//   - after a complete number, a byte beyond ASCII makes it invalid (status_before_non_ascii()).
+//     Invalid UTF-8 is left for the next token.
 #pragma once
 
 #include <string_view>
@@ -41,9 +41,9 @@ enum Token : int {
 char* decode_string(const char* first, const char* last, char* out);
 
 // Returns the status of a number from `first` to `last` that is directly followed by a byte beyond
-// ASCII, which spoils it. It is the status of converting the number together with that byte:
+// ASCII, which makes it invalid. It is the status of converting the number together with that byte:
 // WIQ_ERR_TRAILING_CHARS for an integer that fits an i64, WIQ_ERR_BAD_FORMAT for any other number.
-i32 status_of_spoiled(const char* first, const char* last, bool is_real);
+i32 status_before_non_ascii(const char* first, const char* last, bool is_real);
 
 // Returns the value of a decimal integer with an optional "-", modulo 2^128.
 wiq_uint128 wrap_u128(const char* first, const char* last);
@@ -229,7 +229,7 @@ class Lexer {
         const char* first = text.data();
         const char* last = first + text.size();
         if (static_cast<i8>(last[-1]) < 0)
-            return status_of_spoiled(first, last - 1, is_real);
+            return status_before_non_ascii(first, last - 1, is_real);
         // A valid number always converts. One beyond the range of double gives an infinity or zero.
         if (is_real) {
             parse_double(first, last, &current_.real);

@@ -5,9 +5,9 @@
 // ~OpenContainers() can release whatever a failure leaves. While the document is being made, nobody
 // else knows its nodes, so children are moved without changing their counts, which are 1.
 //
-// A block that is listed in the document's record may be freed here in two cases only: after a
-// failure, because the record is then dropped without freeing what it lists; and after the document
-// was touched, because a touched document never frees what its record lists.
+// A recorded block may be freed here in two cases only: after a failure, because the record is then
+// dropped without freeing the blocks in it; and after the document was touched, because a touched
+// document never frees the blocks in its record.
 
 #include "json/read/open_containers.h"
 
@@ -52,15 +52,15 @@ OpenContainers::~OpenContainers() {
 
 // Returns whether the container was made early and has a member outside the node's block.
 bool OpenContainers::member_has_own_block(const Frame& frame) {
-    return frame.member != nullptr && has_own_block(frame.node);
+    return frame.member != nullptr && !has_member_in_block(frame.node);
 }
 
 // Releases a container's children and the container, if it is made. The container's own member is
 // kept for the caller if it has a block of its own.
 //
-// replace_by_reference() calls this without a failure, so the document must be touched if a listed
-// member is freed. The member "$ref" is listed only if its node is large, because its key is short.
-// A large node has a chunk of its own, and freeing that chunk touches the document.
+// replace_by_reference() calls this without a failure, so the document must be touched if a
+// recorded member is freed. The member "$ref" is recorded only if its node is large, because its
+// key is short. A large node has a chunk of its own, and freeing that chunk touches the document.
 void OpenContainers::discard_frame(const Frame& frame) {
     for (size_t i = count_of(frame); i-- != 0;) {
         if (frame.type == kJsonArray) {
@@ -82,7 +82,7 @@ i32 OpenContainers::open(u16 type, const Key* key, bool key_stays, bool unique_k
                    type,    key != nullptr, unique_keys && type == kJsonObject};
     // `first` is still 0, so this is the number of all children that wait in the list of this kind.
     frame.first = count_of(frame);
-    const bool early = frame.own_table || (key != nullptr && !key_stays);
+    const bool early = frame.members_in_table || (key != nullptr && !key_stays);
     if (early && make_empty(&frame, chunks()) != 0)
         return WIQ_ERR_NO_MEMORY;
     if (frames_.push(frame))
@@ -142,32 +142,32 @@ i32 OpenContainers::close(wiq_json** root) {
     if (status != 0)
         return status;
     // If a key came twice, an object that had several members may have only one now. Then its table
-    // is not listed, so it may be freed with the object.
-    const TextNode* uri = frame.own_table ? reference_in(frame) : nullptr;
+    // is not recorded, so it may be freed with the object.
+    const TextNode* uri = frame.members_in_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
         return replace_by_reference(uri, root);
     // pop() only lowers the stack's size: the frame stays readable until another one is pushed, and
     // nothing below pushes one.
     frames_.pop();
     forget_children(frame);
-    return give_to_outer(frame.node, frame.member, frame, root);
+    return add_to_outer(frame.node, frame.member, frame, root);
 }
 
 // Gives a node to the container around a frame that is closed, or to *root.
-i32 OpenContainers::give_to_outer(wiq_json* node, Member* member, const Frame& frame,
-                                  wiq_json** root) {
+i32 OpenContainers::add_to_outer(wiq_json* node, Member* member, const Frame& frame,
+                                 wiq_json** root) {
     if (!frames_.empty())
-        return give(node, member, frame.is_member ? &frame.key : nullptr);
+        return add_child(node, member, frame.is_member ? &frame.key : nullptr);
     *root = node;
     return 0;
 }
 
-// Lists the table of the innermost container, unless it is the root's, which is freed with the
+// Records the table of the innermost container, unless it is the root's, which is freed with the
 // root. Returns false when out of memory. It must be called while either the table is empty or no
 // child of the frame waits in elems_ or members_, so that a failure leaves every child with one
 // owner.
-bool OpenContainers::list_table_of(const Frame& frame) {
-    return frames_.size() == 1 || list_table(&chunks_, frame.node);
+bool OpenContainers::record_table_of(const Frame& frame) {
+    return frames_.size() == 1 || record_table(&chunks_, frame.node);
 }
 
 i32 OpenContainers::finish_array(Frame* frame) {
@@ -183,7 +183,7 @@ i32 OpenContainers::finish_array(Frame* frame) {
             return WIQ_ERR_NO_MEMORY;
         frame->node = array;
         // Not made early, so there are so few children that the table follows the node in its
-        // block, and need not be listed.
+        // block, and need not be recorded.
         for (i32 i = 0; i < size; ++i)
             link_to_parent(array, i, children[i]);
     }
@@ -195,7 +195,7 @@ i32 OpenContainers::finish_array(Frame* frame) {
         if (elems.data == nullptr)
             return WIQ_ERR_NO_MEMORY;
         elems.capacity = size;
-        if (!list_table_of(*frame))
+        if (!record_table_of(*frame))
             return WIQ_ERR_NO_MEMORY;
     }
     memcpy(elems.data, children, count * sizeof(wiq_json*));
@@ -206,8 +206,8 @@ i32 OpenContainers::finish_array(Frame* frame) {
 i32 OpenContainers::finish_object(Frame* frame) {
     const size_t count = count_of(*frame);
     // The members of such an object are in the table already, and know their parent.
-    if (frame->own_table)
-        return list_table_of(*frame) ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
+    if (frame->members_in_table)
+        return record_table_of(*frame) ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY);
     if (count > load_limit(kMaxBuckets))
         return WIQ_ERR_NO_MEMORY;
     const u64 buckets = count == 0 ? 0 : grown_buckets(count);
@@ -215,7 +215,7 @@ i32 OpenContainers::finish_object(Frame* frame) {
     if (early) {
         if (buckets != 0 && make_table(as<ObjectNode>(frame->node), buckets) != 0)
             return WIQ_ERR_NO_MEMORY;
-        if (!list_table_of(*frame))
+        if (!record_table_of(*frame))
             return WIQ_ERR_NO_MEMORY;
     } else {
         frame->node =
@@ -227,7 +227,7 @@ i32 OpenContainers::finish_object(Frame* frame) {
     Member** const members = members_of(*frame);
     if (count != 0 && !build_table(&obj->members, members, count))
         return finish_with_duplicates(frame);
-    // An index is never listed, so an untouched document would not free it.
+    // An index is never recorded, so an untouched document would not free it.
     if (index_of(obj->members) != nullptr)
         chunks_.touch_document();
     // The children of a container that was made early know it already.
@@ -243,15 +243,15 @@ i32 OpenContainers::finish_object(Frame* frame) {
 // build_table() also refuses members that share a long chain. They come here, too, and the table
 // gets an index.
 i32 OpenContainers::finish_with_duplicates(Frame* frame) {
-    // The table may be listed and is freed now; replaced members and their children are freed, too.
-    // So the record must never free what it lists. The touch is not lost: the first chunk is too
-    // small for two members, so the document already has a record.
+    // The table may be recorded and is freed now; replaced members and their children are freed,
+    // too. So the record must never free the blocks in it. The touch is not lost: the first chunk
+    // is too small for two members, so the document already has a record.
     chunks_.touch_document();
     drop_table(frame->node);
     auto* obj = as<ObjectNode>(frame->node);
     Member** const members = members_of(*frame);
     const size_t count = count_of(*frame);
-    frame->own_table = true;
+    frame->members_in_table = true;
     size_t done = 0;
     while (done < count && attach_member(obj, members[done], members[done]->child) == 0)
         ++done;
@@ -263,7 +263,7 @@ i32 OpenContainers::finish_with_duplicates(Frame* frame) {
 // Returns the string of an object's only member if that makes the object a reference, otherwise
 // nullptr.
 const TextNode* OpenContainers::reference_in(const Frame& frame) {
-    if (frame.own_table) {
+    if (frame.members_in_table) {
         const auto* obj = as<ObjectNode>(frame.node);
         return size_of(obj) == 1 ? uri_of(first_member(obj)) : nullptr;
     }
@@ -279,7 +279,7 @@ i32 OpenContainers::replace_by_reference(const TextNode* uri, wiq_json** root) {
     if (reference == nullptr)
         return WIQ_ERR_NO_MEMORY;
     Member* member = member_has_own_block(frame) ? frame.member : nullptr;
-    if (member == nullptr && frame.is_member && has_own_block(reference)) {
+    if (member == nullptr && frame.is_member && !has_member_in_block(reference)) {
         member = member_for(reference, frame.key, &chunks_);
         if (member == nullptr) {
             free_node(reference);
@@ -287,10 +287,10 @@ i32 OpenContainers::replace_by_reference(const TextNode* uri, wiq_json** root) {
         }
     }
     // This may free `uri`, and the text of the frame's key. The reference has copied `uri`; it or
-    // `member` has copied the key, and give() reads only the key's length from here on.
+    // `member` has copied the key, and add_child() reads only the key's length from here on.
     discard_frame(frame);
     frames_.pop();
-    return give_to_outer(reference, member, frame, root);
+    return add_to_outer(reference, member, frame, root);
 }
 
 }  // namespace ke::json

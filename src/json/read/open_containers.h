@@ -13,7 +13,7 @@
 //   - one whose key lies in memory that the next token overwrites;
 //   - an object whose keys must be unique. Its members go into its own table at once.
 //
-// "To list" a block always means to enter it in the document's record (document.h), which frees an
+// To record a block always means to enter it in the document's record (document.h), which frees an
 // untouched document without visiting its nodes.
 #pragma once
 
@@ -50,11 +50,11 @@ class OpenContainers {
     // longer belongs to the caller.
     i32 add(wiq_json* node, const Key* key) {
         // Such a node has no member in its block, so the member needs memory.
-        if (key != nullptr && has_own_block(node))
-            return give(node, nullptr, key);
+        if (key != nullptr && !has_member_in_block(node))
+            return add_child(node, nullptr, key);
         node->refcount = 1;
-        return key != nullptr ? give_member(frames_.top(), node, member_for(node, *key))
-                              : give_elem(frames_.top(), node);
+        return key != nullptr ? add_member(frames_.top(), node, member_for(node, *key))
+                              : add_elem(frames_.top(), node);
     }
 
     // Returns whether the innermost container has a member with this key. It must be an object
@@ -69,7 +69,7 @@ class OpenContainers {
     i32 close(wiq_json** root);
 
     // Gives the document's record to its root. Called when every container is closed. Without this
-    // call, the destructor drops the record and frees none of the blocks that it lists.
+    // call, the destructor drops the record and frees none of the blocks in it.
     void give_document_to(wiq_json* root) { give_document(&chunks_, root); }
 
   private:
@@ -80,7 +80,7 @@ class OpenContainers {
         size_t first;    // where its children begin in elems_ or members_
         u16 type;
         bool is_member;
-        bool own_table;  // its members are in its own table, not in members_
+        bool members_in_table;  // its members are in the node's table already, not in members_
     };
 
     wiq_json** elems_of(const Frame& array) { return elems_.data() + array.first; }
@@ -98,12 +98,12 @@ class OpenContainers {
     // Gives a node to the innermost container. With a key it becomes a member; `member` is nullptr
     // if the member shares the node's block or is still to be made. Returns 0 or WIQ_ERR_NO_MEMORY;
     // in both cases node and member no longer belong to the caller.
-    i32 give(wiq_json* node, Member* member, const Key* key);
+    i32 add_child(wiq_json* node, Member* member, const Key* key);
     // As above, for a node whose count is set and whose member, if it is to have one, is made. If
     // the container now has more children than a table in its node's block can hold, its node is
     // made.
-    i32 give_elem(Frame& array, wiq_json* node);
-    i32 give_member(Frame& obj, wiq_json* node, Member* member);
+    i32 add_elem(Frame& array, wiq_json* node);
+    i32 add_member(Frame& obj, wiq_json* node, Member* member);
 
     // Returns where the memory of the innermost open container itself comes from: nullptr if it is
     // the root.
@@ -112,14 +112,14 @@ class OpenContainers {
     static i32 make_empty(Frame* frame, Chunks* chunks);
     i32 make_and_adopt(Frame* frame);
 
-    bool list_table_of(const Frame& frame);
+    bool record_table_of(const Frame& frame);
     i32 finish_array(Frame* frame);
     i32 finish_object(Frame* frame);
     i32 finish_with_duplicates(Frame* frame);
     const TextNode* reference_in(const Frame& frame);
     i32 replace_by_reference(const TextNode* uri, wiq_json** root);
 
-    i32 give_to_outer(wiq_json* node, Member* member, const Frame& frame, wiq_json** root);
+    i32 add_to_outer(wiq_json* node, Member* member, const Frame& frame, wiq_json** root);
     void discard_frame(const Frame& frame);
     static bool member_has_own_block(const Frame& frame);
 
@@ -129,21 +129,21 @@ class OpenContainers {
     SmallStack<Member*, 1024> members_;
 };
 
-inline i32 OpenContainers::give(wiq_json* node, Member* member, const Key* key) {
+inline i32 OpenContainers::add_child(wiq_json* node, Member* member, const Key* key) {
     Frame& frame = frames_.top();
     node->refcount = 1;
     if (key == nullptr)
-        return give_elem(frame, node);
+        return add_elem(frame, node);
     if (member == nullptr)
         member = member_for(node, *key, &chunks_);
     if (member == nullptr) {
         wiq_json_delete_impl(node);
         return WIQ_ERR_NO_MEMORY;
     }
-    return give_member(frame, node, member);
+    return add_member(frame, node, member);
 }
 
-inline i32 OpenContainers::give_elem(Frame& array, wiq_json* node) {
+inline i32 OpenContainers::add_elem(Frame& array, wiq_json* node) {
     if (!elems_.push(node)) {
         wiq_json_delete_impl(node);
         return WIQ_ERR_NO_MEMORY;
@@ -155,11 +155,12 @@ inline i32 OpenContainers::give_elem(Frame& array, wiq_json* node) {
     return 0;
 }
 
-inline i32 OpenContainers::give_member(Frame& obj, wiq_json* node, Member* member) {
+inline i32 OpenContainers::add_member(Frame& obj, wiq_json* node, Member* member) {
     // free_member() needs the child, too, if the member cannot be kept.
     member->child = node;
-    const bool kept = obj.own_table ? attach_member(as<ObjectNode>(obj.node), member, node) == 0
-                                    : members_.push(member);
+    const bool kept = obj.members_in_table
+                          ? attach_member(as<ObjectNode>(obj.node), member, node) == 0
+                          : members_.push(member);
     if (!kept) {
         free_member(member);
         wiq_json_delete_impl(node);

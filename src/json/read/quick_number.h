@@ -80,19 +80,19 @@ inline constexpr PowersOfFive kPowersOfFive;
 // Lemire, "Fast Number Parsing Without Fallback", 2023, explain why it needs no other conversion to
 // fall back on.
 [[gnu::always_inline]] inline double scale_by_power(u64 significand, int power) {
-    constexpr int kMantissa = 52;  // bits stored
+    constexpr int kMantissaBits = 52;  // bits stored
     const PowersOfFive::Value five = kPowersOfFive.values[power - kMinPower];
     const int shift = std::countl_zero(significand);
     significand <<= shift;
     u128 product = static_cast<u128>(significand) * five.hi;
     // The low half of the power adds less than 1 to the upper half of the product. That can only
     // matter if it carries into the bits that are kept, so if all bits below them are set.
-    constexpr u64 kBelow = ~u64{0} >> (kMantissa + 3);
+    constexpr u64 kBelow = ~u64{0} >> (kMantissaBits + 3);
     if ((static_cast<u64>(product >> 64) & kBelow) == kBelow)
         product += static_cast<u128>(significand) * five.lo >> 64;
     const u64 hi = static_cast<u64>(product >> 64);
     const int upper = static_cast<int>(hi >> 63);
-    const int extra = upper + 64 - kMantissa - 3;
+    const int extra = upper + 64 - kMantissaBits - 3;
     // The 53 bits of the result, of which the highest is always set, and one more for rounding.
     u64 mantissa = hi >> extra;
     // floor(power * log2(10)) by a multiplication, which is right for these powers.
@@ -107,7 +107,7 @@ inline constexpr PowersOfFive kPowersOfFive;
     mantissa = (mantissa + (mantissa & 1)) >> 1;
     // The highest bit of the mantissa is not stored: it adds 1 to the exponent, hence the -1. If
     // rounding has carried to a higher bit, the mantissa is 2^53 and adds 2, as it should.
-    return std::bit_cast<double>(mantissa + (static_cast<u64>(exponent - 1) << kMantissa));
+    return std::bit_cast<double>(mantissa + (static_cast<u64>(exponent - 1) << kMantissaBits));
 }
 
 // The digits with which eight characters begin: how many there are, and their value. For example,

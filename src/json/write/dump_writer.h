@@ -108,9 +108,9 @@ class DumpWriter {
             case kJsonRef:
                 return single_member("$ref", as<TextNode>(node)->text, as<TextNode>(node)->length);
             case kJsonObject:
-                return begin_object(as<ObjectNode>(node));
+                return open_object(as<ObjectNode>(node));
             case kJsonArray:
-                return begin_array(as<ArrayNode>(node));
+                return open_array(as<ArrayNode>(node));
             default:
                 return WIQ_ERR_BAD_JSON_TYPE;
         }
@@ -130,7 +130,7 @@ class DumpWriter {
             if (status != 0 || is_container(elem))
                 return status;
         }
-        return close(']');
+        return close_container(']');
     }
     i32 sorted(Frame* frame) {
         while (frame->done != frame->count) {
@@ -139,7 +139,7 @@ class DumpWriter {
             if (status != 0 || is_container(next->child))
                 return status;
         }
-        return close('}');
+        return close_container('}');
     }
     i32 unsorted(Frame* frame) {
         while (const Member* next = frame->member) {
@@ -148,7 +148,7 @@ class DumpWriter {
             if (status != 0 || is_container(next->child))
                 return status;
         }
-        return close('}');
+        return close_container('}');
     }
 
     i32 member(const Member* next, bool comma) {
@@ -158,7 +158,7 @@ class DumpWriter {
         return status != 0 ? status : value(next->child);
     }
 
-    i32 begin_object(const ObjectNode* obj) {
+    i32 open_object(const ObjectNode* obj) {
         Frame frame = {obj, nullptr, nullptr, 0, size_of(obj)};
         if (!sorted_) {
             frame.member = first_member(obj);
@@ -167,14 +167,14 @@ class DumpWriter {
             if (frame.members == nullptr)
                 return WIQ_ERR_NO_MEMORY;
         }
-        return begin('{', frame);
+        return open_container('{', frame);
     }
 
-    i32 begin_array(const ArrayNode* array) {
-        return begin('[', Frame{array, nullptr, nullptr, 0, size_of(array)});
+    i32 open_array(const ArrayNode* array) {
+        return open_container('[', Frame{array, nullptr, nullptr, 0, size_of(array)});
     }
 
-    i32 begin(char bracket, const Frame& frame) {
+    i32 open_container(char bracket, const Frame& frame) {
         if (!frames_.push(frame)) {
             free(frame.members);
             return WIQ_ERR_NO_MEMORY;
@@ -183,14 +183,14 @@ class DumpWriter {
         return put(bracket);
     }
 
-    i32 close(char bracket) {
+    i32 close_container(char bracket) {
         free(frames_.top().members);
         frames_.pop();
-        return end(bracket);
+        return write_closing_bracket(bracket);
     }
 
     // Writes the closing bracket; if pretty, on a line of its own, even if the container is empty.
-    i32 end(char bracket) {
+    i32 write_closing_bracket(char bracket) {
         if (!pretty_)
             return put(bracket);
         indent_ = moved_indent(indent_, -kIndentStep);
@@ -220,7 +220,7 @@ class DumpWriter {
             status = quoted(name, strlen(name), ": ", pretty_ ? 2 : 1);
         if (status == 0)
             status = string(text, length);
-        return status != 0 ? status : end('}');
+        return status != 0 ? status : write_closing_bracket('}');
     }
 
     i32 number_128(wiq_uint128 number) {
