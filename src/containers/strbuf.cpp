@@ -8,6 +8,7 @@
 #include "ke_utils/text.h"
 #include "text/ctype.h"
 #include "text/format.h"
+#include "text/trim.h"
 
 namespace {
 
@@ -220,7 +221,6 @@ i32 wiq_strbuf_rprintf(wiq_strbuf* buf, const char* format, ...) {
 }
 
 i32 wiq_strbuf_printhex(wiq_strbuf* buf, const void* bytes, u64 count) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
     if (buf == nullptr)
         return WIQ_ERR_INVALID_ARG;
     if (count > (UINT64_MAX - buf->len) / 2 - 1)
@@ -239,8 +239,8 @@ i32 wiq_strbuf_printhex(wiq_strbuf* buf, const void* bytes, u64 count) {
     char* out = buf->data + buf->len;
     for (u64 i = count; i-- != 0;) {
         const u8 byte = static_cast<u8>(source[i]);
-        out[2 * i] = kDigits[byte >> 4];
-        out[2 * i + 1] = kDigits[byte & 0xF];
+        out[2 * i] = ke::kDigits[byte >> 4];
+        out[2 * i + 1] = ke::kDigits[byte & 0xF];
     }
     buf->len += 2 * count;
     buf->data[buf->len] = '\0';
@@ -264,14 +264,10 @@ i32 wiq_strbuf_struct_str(wiq_strbuf* buf, const void* bytes, u64 width, bool tr
                                            : ke::strbuf_reserve(buf, width + 1);
     if (status != 0)
         return status;
-    const char* first = arg.now(buf);
-    const char* last = first + width;
-    while (trim && first != last && ke::is_space(*first))
-        ++first;
-    last = first + wiq_strnlen(first, static_cast<u64>(last - first));
-    while (trim && last != first && ke::is_space(last[-1]))
-        --last;
-    if (last != first)
-        append(buf, first, static_cast<u64>(last - first));
+    std::string_view field(arg.now(buf), wiq_strnlen(arg.now(buf), width));
+    if (trim)
+        field = ke::trimmed(field);
+    if (!field.empty())
+        append(buf, field.data(), field.size());
     return 0;
 }

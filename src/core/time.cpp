@@ -1,6 +1,7 @@
 // Time helpers: the current time broken down, milliseconds since midnight, and the text of a time
 // of day.
 
+#include "core/padded_decimal.h"
 #include "ke_utils/core.h"
 
 namespace {
@@ -9,15 +10,6 @@ constexpr u32 kMsPerSecond = 1000;
 constexpr u32 kMsPerMinute = 60 * kMsPerSecond;
 constexpr u32 kMsPerHour = 60 * kMsPerMinute;
 constexpr u64 kNsPerMs = 1000000;
-
-// Writes a value with exactly `width` decimal digits, which must be enough for it; returns the end.
-char* put_digits(char* dst, u32 value, int width) {
-    for (int i = width - 1; i >= 0; --i) {
-        dst[i] = static_cast<char>('0' + value % 10);
-        value /= 10;
-    }
-    return dst + width;
-}
 
 }  // namespace
 
@@ -40,13 +32,13 @@ i32 time_ms_to_string(u64 ms, u64 ns, char* dst) {
         return WIQ_ERR_INVALID_ARG;
     // The sum is cut to 32 bits on purpose: it wraps after 49 days.
     const u32 time = static_cast<u32>(ms + ns / kNsPerMs);
-    char* end = put_digits(dst, time / kMsPerHour % 24, 2);
+    char* end = ke::write_padded(dst, time / kMsPerHour % 24, 2);
     *end++ = ':';
-    end = put_digits(end, time / kMsPerMinute % 60, 2);
+    end = ke::write_padded(end, time / kMsPerMinute % 60, 2);
     *end++ = ':';
-    end = put_digits(end, time / kMsPerSecond % 60, 2);
+    end = ke::write_padded(end, time / kMsPerSecond % 60, 2);
     *end++ = '.';
-    end = put_digits(end, time % kMsPerSecond, 3);
+    end = ke::write_padded(end, time % kMsPerSecond, 3);
     *end++ = ' ';
     *end = '\0';
     return static_cast<i32>(end - dst);

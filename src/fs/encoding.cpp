@@ -3,17 +3,11 @@
 
 #include <cstdlib>
 
+#include "core/err.h"
 #include "ke_utils/files.h"
 #include "os/os.h"
 
-namespace {
-
-void report(u32* err, u32 code) {
-    if (err != nullptr)
-        *err = code;
-}
-
-}  // namespace
+using ke::report;
 
 char* narrow(const wchar_t* w, u32* err) {
     u32 code = ke::os::kErrorNone;

@@ -5,21 +5,18 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/err.h"
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "os/os.h"
 
+using ke::report;
 using ke::os::FileResult;
 
 namespace {
 
 constexpr size_t kMaxHomeDir = 260;
 constexpr size_t kSuffixLength = 6;
-
-void report(u32* err, i32 status) {
-    if (err != nullptr)
-        *err = static_cast<u32>(status);
-}
 
 i32 status_of(FileResult result) {
     switch (result) {

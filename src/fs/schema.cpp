@@ -3,19 +3,17 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/err.h"
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "ke_utils/text.h"
+
+using ke::report;
 
 namespace {
 
 constexpr u64 kPathSize = 260;
 constexpr const char* kSchemaDirs[] = {"schemas", "..\\schemas"};
-
-void report(u32* err, i32 status) {
-    if (err != nullptr)
-        *err = static_cast<u32>(status);
-}
 
 // Returns the text of a directory for a path. If there is no directory, the path names no file.
 const char* text_of(const char* dir) {

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "os/file_result.h"
 #include "os/module.h"
 #include "os/os.h"
 
@@ -43,19 +44,6 @@ class NativePath {
     char inline_[512];
     char* text_;
 };
-
-FileResult result_of_errno() {
-    switch (errno) {
-        case ENOENT:
-            return FileResult::kNotFound;
-        case EACCES:
-            return FileResult::kAccessDenied;
-        case EINVAL:
-            return FileResult::kInvalid;
-        default:
-            return FileResult::kOther;
-    }
-}
 
 FileResult result_of(int returned) {
     return returned == 0 ? FileResult::kOk : result_of_errno();

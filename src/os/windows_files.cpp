@@ -14,6 +14,7 @@
 #include <cstring>
 #include <cwchar>
 
+#include "os/file_result.h"
 #include "os/invalid_parameters.h"
 #include "os/os.h"
 #include "os/windows_path.h"
@@ -22,19 +23,6 @@
 namespace ke::os {
 
 namespace {
-
-FileResult result_of_errno() {
-    switch (errno) {
-        case ENOENT:
-            return FileResult::kNotFound;
-        case EACCES:
-            return FileResult::kAccessDenied;
-        case EINVAL:
-            return FileResult::kInvalid;
-        default:
-            return FileResult::kOther;
-    }
-}
 
 FileResult result_of_last_error() {
     switch (GetLastError()) {

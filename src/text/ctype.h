@@ -49,6 +49,9 @@ constexpr i32 hex_digit_value(char c) {
     return kHexDigits.values[static_cast<u8>(c)];
 }
 
+// The digits of bases up to 36.
+inline constexpr char kDigits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+
 // Returns the value of a digit in bases up to 36, with letters in either case, or -1 for any other
 // character.
 constexpr i32 digit_value(char c) {

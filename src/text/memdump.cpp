@@ -15,10 +15,10 @@ namespace {
 
 // The two digits of each byte value.
 constexpr std::array<std::array<char, 2>, 256> make_digits() {
-    constexpr char kDigits[] = "0123456789abcdef";
     std::array<std::array<char, 2>, 256> digits{};
     for (size_t byte = 0; byte < digits.size(); ++byte)
-        digits[byte] = {kDigits[byte >> 4], kDigits[byte & 0xf]};
+        digits[byte] = {ke::to_lower(ke::kDigits[byte >> 4]),
+                        ke::to_lower(ke::kDigits[byte & 0xf])};
     return digits;
 }
 constexpr std::array<std::array<char, 2>, 256> kByteDigits = make_digits();

@@ -158,18 +158,18 @@ bool is_too_long(const char* first, const char* end, u32 base) {
 // as many digits as can matter: 767, and one more that says whether any digit after them is not
 // zero.
 double read_too_long(const char* p, const char* end, u32 base) {
-    constexpr size_t kDigits = 767;
+    constexpr size_t kMaxDigits = 767;
     constexpr i64 kMaxOrder = 2000;  // greater than the exponent of any double, in either base
     const char mark = base == 16 ? 'p' : 'e';
     const i64 weight = base == 16 ? 4 : 1;
     const i64 order = order_of(p, end, base);
-    char text[kDigits + 16] = {};
+    char text[kMaxDigits + 16] = {};
     size_t count = 0;
     bool more = false;
     for (; p != end && to_lower(*p) != mark; ++p) {
         if (*p == '.' || (*p == '0' && count == 0))
             continue;
-        if (count < kDigits)
+        if (count < kMaxDigits)
             text[count++] = *p;
         else
             more = more || *p != '0';

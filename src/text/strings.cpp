@@ -6,6 +6,7 @@
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
 #include "text/ctype.h"
+#include "text/trim.h"
 
 i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, bool trim) {
     if (block == nullptr || (src == nullptr && width != 0))
@@ -21,17 +22,13 @@ i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, bool tri
         if (size != nullptr)
             *size = width + 1;
     }
-    const char* first = static_cast<const char*>(src);
-    u64 length = wiq_strnlen(first, width);
-    while (trim && length != 0 && ke::is_space(*first)) {
-        ++first;
-        --length;
-    }
-    while (trim && length != 0 && ke::is_space(first[length - 1]))
-        --length;
-    if (length != 0)
-        memmove(*block, first, length);  // the field may lie in the block
-    (*block)[length] = '\0';
+    const char* text = static_cast<const char*>(src);
+    std::string_view field(text, wiq_strnlen(text, width));
+    if (trim)
+        field = ke::trimmed(field);
+    if (!field.empty())
+        memmove(*block, field.data(), field.size());  // the field may lie in the block
+    (*block)[field.size()] = '\0';
     free(old);
     return 0;
 }
@@ -39,14 +36,9 @@ i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, bool tri
 void trim_in_place(char* str) {
     if (str == nullptr)
         return;
-    const char* first = str;
-    while (ke::is_space(*first))
-        ++first;
-    size_t length = strlen(first);
-    while (length != 0 && ke::is_space(first[length - 1]))
-        --length;
-    memmove(str, first, length);
-    str[length] = '\0';
+    const std::string_view text = ke::trimmed(str);
+    memmove(str, text.data(), text.size());
+    str[text.size()] = '\0';
 }
 
 char* wiq_upper_all(char* str) {

@@ -4,11 +4,13 @@
 
 #include <cstring>
 
+#include "core/padded_decimal.h"
 #include "ke_utils/core.h"
 #include "text/ctype.h"
 #include "text/decimal.h"
 
 using ke::from_native;
+using ke::kDigits;
 using ke::to_native;
 using ke::u128;
 
@@ -19,20 +21,9 @@ namespace {
 constexpr u64 kChunk = 10000000000000000000u;
 constexpr int kChunkDigits = 19;
 
-// Writes any chunk but the first: all of its digits, leading zeros included. Returns the end.
-char* write_chunk(char* out, u64 chunk) {
-    for (int i = kChunkDigits - 1; i >= 0; --i) {
-        out[i] = static_cast<char>('0' + chunk % 10);
-        chunk /= 10;
-    }
-    return out + kChunkDigits;
-}
-
-// A digit of value 36, which occurs in base 37, is the table's terminating NUL.
-constexpr char kDigits[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-
-// Writes the digits of `value` so that they end at `end`; returns their start. The first loop
-// divides 128 bits, the second only the 64 that are left, which is much faster.
+// Writes the digits of `value` so that they end at `end`; returns their start. A digit of value 36,
+// which occurs in base 37, is the NUL that terminates kDigits. The first loop divides 128 bits, the
+// second only the 64 that are left, which is much faster.
 char* write_digits_before(char* end, u128 value, u32 base) {
     u64 low = static_cast<u64>(value);
     for (; value >> 64 != 0; low = static_cast<u64>(value)) {
@@ -71,9 +62,9 @@ char* write_u128(char* out, wiq_uint128 value) {
         out = write_u64(out, static_cast<u64>(upper));
     } else {
         out = write_u64(out, static_cast<u64>(upper / kChunk));
-        out = write_chunk(out, static_cast<u64>(upper % kChunk));
+        out = ke::write_padded(out, static_cast<u64>(upper % kChunk), kChunkDigits);
     }
-    return write_chunk(out, lowest);
+    return ke::write_padded(out, lowest, kChunkDigits);
 }
 
 }  // namespace ke

@@ -25,13 +25,6 @@ i32 grow(ArrayNode* array) {
     return capacity == now ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : reserve_slots(array, capacity);
 }
 
-// Returns whether the array may take the node. A strong array only takes a node that has no parent
-// and is neither the array itself nor one of its ancestors.
-bool may_take(const wiq_json_t* array, wiq_json_t* child) {
-    return child != nullptr &&
-           (is_weak(array) || (child->parent == nullptr && !would_form_cycle(array, child)));
-}
-
 // Puts a child after the last element. Returns 0, or WIQ_ERR_NO_MEMORY with the elements unchanged.
 i32 append(ArrayNode* array, wiq_json* child) {
     Elements* elems = &array->elems;
@@ -91,7 +84,7 @@ i32 wiq_json_array_push_ext(wiq_json_t* array, wiq_json_t* child, u32* err) {
     if (has_failed(err))
         return static_cast<i32>(*err);
     ArrayNode* node = to_array(array);
-    if (node == nullptr || !may_take(array, child))
+    if (node == nullptr || !may_attach(array, child))
         return report(err, WIQ_ERR_INVALID_ARG);
     return report(err, attach_elem(node, child));
 }
@@ -167,7 +160,7 @@ wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child,
     if (has_failed(err))
         return nullptr;
     ArrayNode* node = to_array(array);
-    if (node == nullptr || !may_take(array, child)) {
+    if (node == nullptr || !may_attach(array, child)) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }

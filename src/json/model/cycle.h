@@ -1,4 +1,4 @@
-// The test that keeps containers from forming cycles.
+// The tests that keep containers from forming cycles.
 #pragma once
 
 #include "json/model/node.h"
@@ -9,5 +9,12 @@ namespace ke::json {
 // includes attaching a container to itself. Containers that form a cycle could be neither released
 // nor walked.
 bool would_form_cycle(const wiq_json* container, wiq_json* child);
+
+// Returns whether a container may take a child; nullptr is none. A strong container only takes a
+// child that has no parent and is neither the container itself nor one of its ancestors.
+inline bool may_attach(const wiq_json* container, wiq_json* child) {
+    return child != nullptr && (is_weak(container) ||
+                                (child->parent == nullptr && !would_form_cycle(container, child)));
+}
 
 }  // namespace ke::json

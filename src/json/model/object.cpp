@@ -121,12 +121,10 @@ i32 attach_child(ObjectNode* obj, const Key& key, wiq_json* child) {
     return 0;
 }
 
-// Checks what a caller passes, and attaches the child. A strong object only takes a child that has
-// no parent and is neither the object itself nor one of its ancestors.
+// Checks what a caller passes, and attaches the child.
 i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
     ObjectNode* object = to_object(obj);
-    if (object == nullptr || key == nullptr || child == nullptr ||
-        (!is_weak(obj) && (child->parent != nullptr || would_form_cycle(obj, child))))
+    if (object == nullptr || key == nullptr || !may_attach(obj, child))
         return WIQ_ERR_INVALID_ARG;
     return attach_child(object, key_from(key), child);
 }

@@ -94,9 +94,12 @@ class PointerWriter {
     bool created_ = false;
 };
 
-// What the typed functions share: stores a value that was just made, or releases it if it cannot be
-// stored. `made` is the status of making it.
-wiq_json_t* put_new(wiq_json_t* root, const char* ptr, wiq_json_t* value, u32 made, u32* err) {
+// What the typed functions share: stores the value that `make` makes, or releases it if it cannot be
+// stored. `make` gets a pointer to the status of making it.
+template <class Make>
+wiq_json_t* put_new(wiq_json_t* root, const char* ptr, u32* err, Make make) {
+    u32 made = 0;
+    wiq_json_t* value = make(&made);
     i32 status = static_cast<i32>(made);
     if (value != nullptr) {
         status = wiq_json_ptr_put(root, ptr, value);
@@ -125,56 +128,40 @@ i32 wiq_json_ptr_put(wiq_json_t* root, const char* ptr, wiq_json_t* value) {
 }
 
 wiq_json_t* wiq_json_ptr_put_obj(wiq_json_t* root, const char* ptr, u32* err) {
-    u32 made = 0;
-    wiq_json_t* value = wiq_json_obj_new(0, &made);
-    return put_new(root, ptr, value, made, err);
+    return put_new(root, ptr, err, [](u32* made) { return wiq_json_obj_new(0, made); });
 }
 
 wiq_json_t* wiq_json_ptr_put_array(wiq_json_t* root, const char* ptr, u32* err) {
-    u32 made = 0;
-    wiq_json_t* value = wiq_json_array_new(0, &made);
-    return put_new(root, ptr, value, made, err);
+    return put_new(root, ptr, err, [](u32* made) { return wiq_json_array_new(0, made); });
 }
 
 wiq_json_t* wiq_json_ptr_put_bool(wiq_json_t* root, const char* ptr, bool boolean, u32* err) {
-    u32 made = 0;
-    wiq_json_t* value = wiq_json_bool_new(boolean, &made);
-    return put_new(root, ptr, value, made, err);
+    return put_new(root, ptr, err,
+                   [boolean](u32* made) { return wiq_json_bool_new(boolean, made); });
 }
 
 wiq_json_t* wiq_json_ptr_put_double(wiq_json_t* root, const char* ptr, double number, u32* err) {
-    u32 made = 0;
-    wiq_json_t* value = wiq_json_double_new(number, &made);
-    return put_new(root, ptr, value, made, err);
+    return put_new(root, ptr, err,
+                   [number](u32* made) { return wiq_json_double_new(number, made); });
 }
 
 wiq_json_t* wiq_json_ptr_put_i64(wiq_json_t* root, const char* ptr, i64 number, u32* err) {
-    u32 made = 0;
-    wiq_json_t* value = wiq_json_i64_new(number, &made);
-    return put_new(root, ptr, value, made, err);
+    return put_new(root, ptr, err, [number](u32* made) { return wiq_json_i64_new(number, made); });
 }
 
 wiq_json_t* wiq_json_ptr_put_u64(wiq_json_t* root, const char* ptr, u64 number, u32* err) {
-    u32 made = 0;
-    wiq_json_t* value = wiq_json_u64_new(number, &made);
-    return put_new(root, ptr, value, made, err);
+    return put_new(root, ptr, err, [number](u32* made) { return wiq_json_u64_new(number, made); });
 }
 
 wiq_json_t* wiq_json_ptr_put_u128(wiq_json_t* root, const char* ptr, const wiq_uint128* number,
                                   u32* err) {
-    u32 made = 0;
-    wiq_json_t* value = wiq_json_u128_new(number, &made);
-    return put_new(root, ptr, value, made, err);
+    return put_new(root, ptr, err, [number](u32* made) { return wiq_json_u128_new(number, made); });
 }
 
 wiq_json_t* wiq_json_ptr_put_str(wiq_json_t* root, const char* ptr, const char* text, u32* err) {
-    u32 made = 0;
-    wiq_json_t* value = wiq_json_str_new(text, &made);
-    return put_new(root, ptr, value, made, err);
+    return put_new(root, ptr, err, [text](u32* made) { return wiq_json_str_new(text, made); });
 }
 
 wiq_json_t* wiq_json_ptr_put_jref(wiq_json_t* root, const char* ptr, const char* uri, u32* err) {
-    u32 made = 0;
-    wiq_json_t* value = wiq_json_jref_new(uri, &made);
-    return put_new(root, ptr, value, made, err);
+    return put_new(root, ptr, err, [uri](u32* made) { return wiq_json_jref_new(uri, made); });
 }

@@ -7,11 +7,11 @@
 #include "containers/strbuf_core.h"
 #include "json/model/text_limits.h"
 #include "ke_utils/json.h"
+#include "text/ctype.h"
 
 namespace ke::json {
 
 char* write_escape(char* out, u8 c) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
     *out++ = '\\';
     switch (c) {
         case '"':
