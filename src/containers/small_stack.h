@@ -26,7 +26,8 @@ class SmallStack {
     bool empty() const { return size_ == 0; }
     size_t size() const { return size_; }
     T& top() { return items_[size_ - 1]; }
-    void pop() { --size_; }
+    // Removes the top item and returns it. It stays valid until the next push().
+    const T& pop() { return items_[--size_]; }
     // The items, the lowest first.
     T* data() { return items_; }
     // Keeps the lowest `size` items.

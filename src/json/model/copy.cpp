@@ -138,8 +138,7 @@ i32 copy_children(const wiq_json* root, wiq_json* root_copy) {
         } else if (!record_table(&chunks, parent)) {
             return WIQ_ERR_NO_MEMORY;
         } else {
-            frame = frames.top();
-            frames.pop();
+            frame = frames.pop();
             parent = parent->parent;
         }
     }

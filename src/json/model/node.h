@@ -193,8 +193,12 @@ static_assert(kHomeOfRoot < member_span(0) / 8, "no node with a member has a roo
 constexpr size_t kMaxKeyLengthWithNode = Chunks::kMaxOffset - sizeof(Member) - 1;
 static_assert(member_span(kMaxKeyLengthWithNode) == Chunks::kMaxOffset);
 
-// The largest table that can follow its node in the same block has this many slots or buckets.
+// The largest table that can follow its node in the same block has this many slots or buckets. An
+// object with so many buckets has at most kMaxInlineMembers members; one more makes the table grow.
 constexpr u64 kMaxInlineSlots = 64;
+constexpr u64 kMaxInlineMembers = load_limit(kMaxInlineSlots);
+static_assert(grown_buckets(kMaxInlineMembers) == kMaxInlineSlots &&
+              grown_buckets(kMaxInlineMembers + 1) > kMaxInlineSlots);
 
 // Returns whether a container's table stands directly after its node.
 template <class Node, class Slot>

@@ -1,15 +1,9 @@
 // Reference counts and the release of whole trees.
 //
 // Releasing a tree needs neither recursion nor memory. A dying container remembers in its own
-// fields which children are left (begin_emptying()):
-//
-//   an array with a table     `size` counts down: the slots before it are left
-//   an object with a table    `size` is the number of buckets that are left, and counts down
-//   a large container         the table is freed, and a chain links the children that are left
-//
-// The `parent` of a dying container, which it no longer needs, leads back to the dying container
-// from which it was taken. The order is that of a recursive release: the whole subtree of a child
-// before the next child.
+// fields which children are left, and the way back to the dying container from which it was taken.
+// What the fields then stand for is declared in `namespace dying`. The order is that of a recursive
+// release: the whole subtree of a child before the next child.
 
 #include "json/model/refcount.h"
 
@@ -114,16 +108,57 @@ void order_by_address(const Members& members) {
     }
 }
 
+// What the fields of a container stand for while it dies, until drop_table() zeroes them. Whoever
+// still holds a reference to it (a weak container in its subtree may) uses nothing but its count in
+// that time.
+//
 // Freeing a large block makes malloc consolidate every free small block. So a container with many
 // children is turned into a chain of them before it is emptied, and its table is freed first, while
-// there are few free small blocks. Then the chain takes the place of the table's address, and one
-// of these values that of an object's mask or an array's capacity.
+// there are few free small blocks. The chain is in the same union as the table's address.
+namespace dying {
+
+// The dying container from which this one was taken. Not used for the outermost one.
+wiq_json*& container_above(wiq_json* node) {
+    return node->parent;
+}
+
+// Of an array with a table: the slots before this number hold the elements that are left.
+i32& slots_left(Elements& elems) {
+    return elems.size;
+}
+
+// Of an object with a table: the buckets before this number hold the members that are left. It is
+// not the number of members.
+u32& buckets_left(Members& members) {
+    return members.size;
+}
+
+// These say that a container is a chain of the children that are left, without a table.
 constexpr u32 kChainedMembers = UINT32_MAX;
 constexpr i32 kChainedElems = -1;
 static_assert(kMaxBuckets - 1 < kChainedMembers, "no table has this mask");
-// A container is turned into a chain if it has more than kMaxInlineSlots children. No table in a
-// node's block holds so many, so the table is freed without asking is_inline().
-static_assert(load_limit(kMaxInlineSlots) <= kMaxInlineSlots);
+
+bool is_chain(const Members& members) {
+    return members.mask == kChainedMembers;
+}
+bool is_chain(const Elements& elems) {
+    return elems.capacity == kChainedElems;
+}
+void set_chain(Members& members, Member* chain) {
+    members.chain = chain;
+    members.mask = kChainedMembers;
+}
+void set_chain(Elements& elems, wiq_json* chain) {
+    elems.chain = chain;
+    elems.capacity = kChainedElems;
+}
+
+// A container with more children than this becomes a chain. No inline table holds so many, so the
+// table is freed without asking is_inline().
+constexpr u64 kMaxChildrenInTable = kMaxInlineSlots;
+static_assert(kMaxInlineMembers <= kMaxChildrenInTable && kMaxInlineSlots <= kMaxChildrenInTable);
+
+}  // namespace dying
 
 // Turns an object's table into a chain, roughly in the order of falling addresses.
 void chain_members(Members* members) {
@@ -139,8 +174,7 @@ void chain_members(Members* members) {
     }
     free_index(*members);
     free(members->buckets);
-    members->chain = chain;
-    members->mask = kChainedMembers;
+    dying::set_chain(*members, chain);
 }
 
 // Turns an array's table into a chain, the last element first. The elements are linked by their
@@ -152,24 +186,23 @@ void chain_elems(Elements* elems) {
         chain = elems->data[i];
     }
     free(elems->data);
-    elems->chain = chain;
-    elems->capacity = kChainedElems;
+    dying::set_chain(*elems, chain);
 }
 
-// Prepares a container for take_next_child(). From here on the fields have the meanings that the
-// top of this file lists. A large weak array keeps its table.
+// Prepares a container for take_next_child(). From here on its fields have the meanings that
+// `namespace dying` gives them. A large weak array keeps its table, of which every slot is left.
 void begin_emptying(wiq_json* node) {
     if (node->type == kJsonArray) {
         Elements& elems = as<ArrayNode>(node)->elems;
-        if (elems.size > static_cast<i32>(kMaxInlineSlots) && !is_weak(node))
+        if (elems.size > static_cast<i32>(dying::kMaxChildrenInTable) && !is_weak(node))
             chain_elems(&elems);
         return;
     }
     Members& members = as<ObjectNode>(node)->members;
-    if (members.size > kMaxInlineSlots)
+    if (members.size > dying::kMaxChildrenInTable)
         chain_members(&members);
     else
-        members.size = members.buckets != nullptr ? members.mask + 1 : 0;
+        dying::buckets_left(members) = members.buckets != nullptr ? members.mask + 1 : 0;
 }
 
 // Frees nodes one after another. Neighbours in one chunk are released together, by one change of
@@ -214,8 +247,10 @@ class FreedNodes {
 
 // These take the next child out of what is left of a container; nullptr if nothing is left.
 wiq_json* take_next_elem(Elements& elems) {
-    if (elems.capacity != kChainedElems)
-        return elems.size > 0 ? elems.data[--elems.size] : nullptr;
+    if (!dying::is_chain(elems)) {
+        i32& left = dying::slots_left(elems);
+        return left > 0 ? elems.data[--left] : nullptr;
+    }
     wiq_json* elem = elems.chain;
     if (elem != nullptr)
         elems.chain = elem->position.next;
@@ -223,16 +258,16 @@ wiq_json* take_next_elem(Elements& elems) {
 }
 
 Member* take_next_member(Members& members) {
-    if (members.mask == kChainedMembers) {
+    if (dying::is_chain(members)) {
         Member* member = members.chain;
         if (member != nullptr)
             members.chain = member->next;
         return member;
     }
-    for (; members.size != 0; --members.size) {
-        Member* member = members.buckets[members.size - 1];
+    for (u32& left = dying::buckets_left(members); left != 0; --left) {
+        Member* member = members.buckets[left - 1];
         if (member != nullptr) {
-            members.buckets[members.size - 1] = member->next;
+            members.buckets[left - 1] = member->next;
             return member;
         }
     }
@@ -277,14 +312,13 @@ void release_children(wiq_json* top) {
     begin_emptying(top);
     wiq_json* node = top;
     for (;;) {
-        // `node` is the dying container that is being emptied; `top` is the outermost one. The
-        // others were taken out of their containers, to which their `parent` leads.
+        // `node` is the dying container that is being emptied; `top` is the outermost one.
         wiq_json* child = take_next_child(node);
         if (child == nullptr) {
             if (node == top)
                 break;
             drop_table(node);
-            wiq_json* up = node->parent;
+            wiq_json* up = dying::container_above(node);
             freed.add(node);
             node = up;
         } else if (give_up_child(is_weak(node), child)) {
@@ -300,7 +334,7 @@ void release_children(wiq_json* top) {
                 // Nobody else holds the child, so its count and parent can serve the release. The
                 // loop goes down into it.
                 set_count(child, kDying);
-                child->parent = node;
+                dying::container_above(child) = node;
                 begin_emptying(child);
                 node = child;
             }

@@ -39,6 +39,13 @@ void discard(wiq_json* node) {
 
 }  // namespace
 
+i32 OpenContainers::discard_child(wiq_json* node, Member* member) {
+    // The member first: free_member() reads the header of the child.
+    free_member(member);
+    wiq_json_delete_impl(node);
+    return WIQ_ERR_NO_MEMORY;
+}
+
 OpenContainers::~OpenContainers() {
     for (; !frames_.empty(); frames_.pop()) {
         const Frame& frame = frames_.top();
@@ -146,14 +153,14 @@ i32 OpenContainers::close(wiq_json** root) {
     const TextNode* uri = frame.members_in_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
         return replace_by_reference(uri, root);
-    // pop() only lowers the stack's size: the frame stays readable until another one is pushed, and
-    // nothing below pushes one.
-    frames_.pop();
-    forget_children(frame);
-    return add_to_outer(frame.node, frame.member, frame, root);
+    // Nothing below pushes a frame, so this one stays valid.
+    const Frame& closed = frames_.pop();
+    forget_children(closed);
+    return add_to_outer(closed.node, closed.member, closed, root);
 }
 
-// Gives a node to the container around a frame that is closed, or to *root.
+// Gives a node to the container around a frame that was closed, or to *root. It pushes no frame, so
+// the closed one may be what pop() returned.
 i32 OpenContainers::add_to_outer(wiq_json* node, Member* member, const Frame& frame,
                                  wiq_json** root) {
     if (!frames_.empty())
@@ -182,8 +189,8 @@ i32 OpenContainers::finish_array(Frame* frame) {
         if (array == nullptr)
             return WIQ_ERR_NO_MEMORY;
         frame->node = array;
-        // Not made early, so there are so few children that the table follows the node in its
-        // block, and need not be recorded.
+        // Not made early, so there are at most kMaxInlineSlots children: the table is inline, and
+        // need not be recorded.
         for (i32 i = 0; i < size; ++i)
             link_to_parent(array, i, children[i]);
     }
@@ -218,6 +225,8 @@ i32 OpenContainers::finish_object(Frame* frame) {
         if (!record_table_of(*frame))
             return WIQ_ERR_NO_MEMORY;
     } else {
+        // Not made early, so there are at most kMaxInlineMembers members: the table is inline, and
+        // need not be recorded.
         frame->node =
             new_object_with(buckets, 0, frame->is_member ? &frame->key : nullptr, chunks_of_top());
         if (frame->node == nullptr)
@@ -289,8 +298,7 @@ i32 OpenContainers::replace_by_reference(const TextNode* uri, wiq_json** root) {
     // This may free `uri`, and the text of the frame's key. The reference has copied `uri`; it or
     // `member` has copied the key, and add_child() reads only the key's length from here on.
     discard_frame(frame);
-    frames_.pop();
-    return add_to_outer(reference, member, frame, root);
+    return add_to_outer(reference, member, frames_.pop(), root);
 }
 
 }  // namespace ke::json

@@ -109,6 +109,9 @@ class OpenContainers {
     // the root.
     Chunks* chunks_of_top() { return frames_.size() == 1 ? nullptr : &chunks_; }
 
+    // Frees a member that could not be added, and its child. Returns WIQ_ERR_NO_MEMORY.
+    static i32 discard_child(wiq_json* node, Member* member);
+
     static i32 make_empty(Frame* frame, Chunks* chunks);
     i32 make_and_adopt(Frame* frame);
 
@@ -156,19 +159,19 @@ inline i32 OpenContainers::add_elem(Frame& array, wiq_json* node) {
 }
 
 inline i32 OpenContainers::add_member(Frame& obj, wiq_json* node, Member* member) {
-    // free_member() needs the child, too, if the member cannot be kept.
+    // discard_child() needs this if the member cannot be kept.
     member->child = node;
-    const bool kept = obj.members_in_table
-                          ? attach_member(as<ObjectNode>(obj.node), member, node) == 0
-                          : members_.push(member);
-    if (!kept) {
-        free_member(member);
-        wiq_json_delete_impl(node);
-        return WIQ_ERR_NO_MEMORY;
+    if (obj.members_in_table) {
+        // This also links the node to its parent.
+        return attach_member(as<ObjectNode>(obj.node), member, node) == 0
+                   ? 0
+                   : discard_child(node, member);
     }
+    if (!members_.push(member))
+        return discard_child(node, member);
     if (obj.node != nullptr)
         link_to_parent(as<ObjectNode>(obj.node), member, node);
-    else if (members_.size() - obj.first > load_limit(kMaxInlineSlots))
+    else if (members_.size() - obj.first > kMaxInlineMembers)
         return make_and_adopt(&obj);
     return 0;
 }

@@ -206,8 +206,8 @@ inline const char* read_exponent(const char* p, int* exponent) {
         power += exponent;
         is_real = true;
     }
-    // A byte beyond ASCII is negative, because char is signed on all platforms of this library.
-    if (*p < 0)
+    // A byte beyond ASCII.
+    if (static_cast<i8>(*p) < 0)
         return {};
     if (!is_real) {
         const u64 limit = static_cast<u64>(INT64_MAX) + (negative ? 1 : 0);
