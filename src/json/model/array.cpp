@@ -36,8 +36,10 @@ i32 append(ArrayNode* array, wiq_json* child) {
     return 0;
 }
 
-}  // namespace
-
+// Attach a child as the last element. Nothing is checked: the caller knows that a strong array may
+// become the child's parent. The array's reference adds 1 to the child's count; attach_new_elem(),
+// for a node that no caller has seen yet, sets the count to 1. Return 0, or WIQ_ERR_NO_MEMORY with
+// the array's elements and the child unchanged.
 i32 attach_elem(ArrayNode* array, wiq_json* child) {
     const i32 status = append(array, child);
     if (status == 0)
@@ -51,6 +53,8 @@ i32 attach_new_elem(ArrayNode* array, wiq_json* child) {
         child->refcount = 1;
     return status;
 }
+
+}  // namespace
 
 wiq_json* swap_elem(ArrayNode* array, i32 index, i32 position, wiq_json* child) {
     wiq_json* old = elems_of(array)[index];

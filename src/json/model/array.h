@@ -1,4 +1,4 @@
-// What the sources of the document model do with the elements of arrays: attaching, finding, moving
+// What the sources of the document model do with the elements of arrays: finding, replacing, moving
 // them. Nothing is checked here; what callers may pass is in ke_utils/json.h.
 #pragma once
 
@@ -32,13 +32,6 @@ inline i32 slot_of(const ArrayNode* array, const wiq_json* elem) {
         ++slot;
     return slot;
 }
-
-// Attach a child as the last element. Nothing is checked: the caller knows that a strong array may
-// become the child's parent. The array's reference adds 1 to the child's count; attach_new_elem(),
-// for a node that no caller has seen yet, sets the count to 1. Return 0, or WIQ_ERR_NO_MEMORY with
-// the array's elements and the child unchanged.
-i32 attach_elem(ArrayNode* array, wiq_json* child);
-i32 attach_new_elem(ArrayNode* array, wiq_json* child);
 
 // Puts the child in the slot `index` and hands the old element over to the caller. The child's
 // position becomes `position`.
