@@ -17,7 +17,8 @@ TEST(SmallStack, LastInFirstOut) {
     }
     for (int i = 999; i >= 0; --i) {
         EXPECT_EQ(stack.top(), i);
-        stack.pop();
+        const int& popped = stack.pop();
+        EXPECT_EQ(popped, i) << "valid until the next push";
     }
     EXPECT_TRUE(stack.empty());
 }
