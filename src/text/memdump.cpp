@@ -16,9 +16,9 @@ namespace {
 // The two digits of each byte value.
 constexpr std::array<std::array<char, 2>, 256> make_digits() {
     std::array<std::array<char, 2>, 256> digits{};
+    const auto digit = [](size_t value) { return ke::to_lower(ke::kDigits[value]); };
     for (size_t byte = 0; byte < digits.size(); ++byte)
-        digits[byte] = {ke::to_lower(ke::kDigits[byte >> 4]),
-                        ke::to_lower(ke::kDigits[byte & 0xf])};
+        digits[byte] = {digit(byte >> 4), digit(byte & 0xf)};
     return digits;
 }
 constexpr std::array<std::array<char, 2>, 256> kByteDigits = make_digits();
