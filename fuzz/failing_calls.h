@@ -14,10 +14,10 @@
 namespace failing {
 
 inline bool g_armed;
-inline int g_good;    // calls that succeed before one fails
-inline int g_bad;     // calls that fail then
+inline int g_good;   // calls that succeed before one fails
+inline u32 g_which;  // which of the calls after them fail: the first one if bit 0 is set, and so on
 inline int g_reason;  // for which they do
-inline std::set<std::string> g_fired;
+inline std::multiset<std::string> g_fired;
 
 inline size_t open_descriptors() {
     size_t count = 0;
@@ -30,12 +30,12 @@ inline size_t open_descriptors() {
 }
 
 // The calls of the next function of the library fail as these operands say.
-inline void prepare(u8 good, u8 bad, u8 reason) {
+inline void prepare(u8 good, u8 which, u8 reason) {
     constexpr int kReasons[] = {EIO,        EACCES, ENOENT,       EEXIST, EINVAL, ENOSYS,
                                 EOPNOTSUPP, EPERM,  ENOMEM,       ENOSPC, EROFS,  EISDIR,
                                 ENOTDIR,    EMLINK, ENAMETOOLONG, EINTR};
     g_good = good % 16;
-    g_bad = bad % 8 == 7 ? INT32_MAX : bad % 8;
+    g_which = which == 255 ? UINT32_MAX : which;
     g_reason = kReasons[reason % std::size(kReasons)];
 }
 
@@ -47,7 +47,7 @@ auto faulty(Call call) {
     g_armed = true;
     const auto result = call();
     g_armed = false;
-    g_bad = 0;
+    g_which = 0;
     // A stream that the call has returned is open.
     size_t returned = 0;
     if constexpr (std::is_same_v<decltype(call()), FILE*>)
@@ -62,13 +62,17 @@ inline bool fired() {
 }  // namespace failing
 
 int reason_to_fail(const char* function) {
-    if (!failing::g_armed || failing::g_bad == 0)
+    if (!failing::g_armed)
         return 0;
     if (failing::g_good > 0) {
         --failing::g_good;
         return 0;
     }
-    --failing::g_bad;
+    const bool is_bad = failing::g_which % 2 != 0;
+    // If all calls fail, so do those after the last bit.
+    failing::g_which = failing::g_which == UINT32_MAX ? UINT32_MAX : failing::g_which / 2;
+    if (!is_bad)
+        return 0;
     failing::g_fired.insert(function);
     return failing::g_reason;
 }

@@ -359,7 +359,8 @@ inline void filter(const Op& op) {
             },
             nullptr);
     });
-    CHECK(wiq_json_array_size(weak) == before - (is_starved(status) ? 0 : dropped));
+    CHECK(asked - op.e == (is_starved(status) ? 0 : before));
+    CHECK(wiq_json_array_size(weak) == before - dropped);
     wiq_json_unref(weak);
     CHECK(document.text() == document.before);
 }
