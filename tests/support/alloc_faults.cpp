@@ -16,6 +16,7 @@ namespace {
 
 std::atomic<long> g_live{0};
 std::atomic<long> g_bytes{0};
+std::atomic<long> g_peak{0};
 // Faults apply only to the thread that armed them; allocations of a test's other threads succeed.
 thread_local AllocFaults* t_armed = nullptr;
 
@@ -33,10 +34,17 @@ long size_of_block(void* block) {
 #endif
 }
 
+void add_bytes(long bytes) {
+    const long now = g_bytes.fetch_add(bytes, std::memory_order_relaxed) + bytes;
+    long peak = g_peak.load(std::memory_order_relaxed);
+    while (now > peak && !g_peak.compare_exchange_weak(peak, now, std::memory_order_relaxed)) {
+    }
+}
+
 void* counted(void* block) {
     if (block != nullptr) {
         g_live.fetch_add(1, std::memory_order_relaxed);
-        g_bytes.fetch_add(size_of_block(block), std::memory_order_relaxed);
+        add_bytes(size_of_block(block));
     }
     return block;
 }
@@ -67,6 +75,14 @@ long live_blocks() {
 
 long live_bytes() {
     return g_bytes.load(std::memory_order_relaxed);
+}
+
+long peak_bytes() {
+    return g_peak.load(std::memory_order_relaxed);
+}
+
+void begin_peak() {
+    g_peak.store(live_bytes(), std::memory_order_relaxed);
 }
 
 namespace {
@@ -161,8 +177,10 @@ void* __wrap_realloc(void* ptr, size_t size) {
         return counted(block);
     if (size == 0)
         g_live.fetch_sub(1, std::memory_order_relaxed);
-    if (size == 0 || block != nullptr)
-        g_bytes.fetch_add(size_of_block(block) - size_before, std::memory_order_relaxed);
+    if (size == 0 || block != nullptr) {
+        add_bytes(size_of_block(block));
+        add_bytes(-size_before);
+    }
     return block;
 }
 

@@ -53,6 +53,10 @@ void* malloc_without_fault(size_t size);
 long live_blocks();
 // As above, in bytes, as rounded by the runtime.
 long live_bytes();
+// The most bytes that were live at the same time since begin_peak(). While a block is reallocated, the old and
+// the new one both count, as if it had to be copied.
+long peak_bytes();
+void begin_peak();
 
 // While this is true, libuv fails to initialise mutexes.
 extern bool g_fail_mutex_init;
