@@ -91,4 +91,30 @@ TEST(KeLimits, OfExpansion) {
     });
 }
 
+// Each of these would take hours if every reference were followed to the end of its chain, or looked for its
+// target among all members.
+TEST(KeLimits, OfTimeToExpand) {
+    const int count = 20000;
+    std::string chain = "[0";
+    std::string members = "{\"last\":0";
+    std::string references;
+    for (int i = 0; i < count; ++i) {
+        const std::string number = std::to_string(i);
+        chain += ",{\"$ref\":\"/" + number + "\"}";
+        members += ",\"" + number + "\":1";
+        references += (i == 0 ? "" : ",") + std::string("{\"$ref\":\"/last\"}");
+    }
+    std::string zeros = "[0";
+    for (int i = 0; i < count; ++i)
+        zeros += ",0";
+    expect_rows({
+        {{"json", "expand", "--compact"}, chain + "]", 0, zeros + "]\n"},
+        {{"json", "expand", "--max-values", std::to_string(2 * count + 2)},
+         members + ",\"list\":[" + references + "]}",
+         2,
+         "",
+         "standard input: expands to more than " + std::to_string(2 * count + 2) + " values"},
+    });
+}
+
 }  // namespace

@@ -18,31 +18,108 @@ Failure cycle(const Document& document, NodeId reference) {
     return document.failure(reference, failure("a reference", WIQ_ERR_JREF_CYCLE).message);
 }
 
-// Returns the end of the chain of references that starts here.
-NodeId target_of(const Document& document, NodeId reference) {
-    std::set<NodeId> seen;
-    NodeId node = reference;
-    while (document.is_reference(node)) {
-        if (!seen.insert(node).second)
-            throw cycle(document, reference);
-        const NodeId last = *document.member(node, "$ref");
-        size_t step = 0;
-        const Pointer pointer = parse_pointer(decode_string(document.text_of(last)));
-        NodeId found = 0;
-        const i32 status = document.find(pointer, &found, &step);
-        if (status != 0)
-            throw document.failure(
-                node, "a reference: " + pointer_failure(pointer, step, status).message);
-        node = found;
+// Follows references. It remembers where each chain of them ends, and the children of the containers that
+// their pointers pass. Otherwise a small document could take hours: each of many references would be followed
+// to the end of a chain of many others, or look for its target among many members.
+class References {
+  public:
+    explicit References(const Document& document) : document_(document) {}
+
+    // Returns the end of the chain of references that starts here.
+    NodeId target_of(NodeId reference) {
+        std::vector<NodeId> chain;
+        NodeId node = reference;
+        for (;;) {
+            const auto [end, is_new] = ends_.emplace(node, kPending);
+            if (!is_new) {
+                if (end->second == kPending)
+                    throw cycle(document_, reference);
+                node = end->second;
+                break;
+            }
+            chain.push_back(node);
+            if (!document_.is_reference(node))
+                break;
+            node = follow(node);
+        }
+        for (const NodeId passed : chain)
+            ends_[passed] = node;
+        return node;
     }
-    return node;
-}
+
+  private:
+    static constexpr NodeId kPending = 0xFFFFFFFF;
+
+    struct Children {
+        bool is_reference = false;
+        std::map<std::string, NodeId> members;  // of those with equal keys, the last
+        std::vector<NodeId> elements;
+    };
+
+    // Goes one step, to what the reference's pointer names.
+    NodeId follow(NodeId reference) {
+        const NodeId last = *document_.member(reference, "$ref");
+        const Pointer pointer = parse_pointer(decode_string(document_.text_of(last)));
+        NodeId node = document_.root();
+        for (size_t step = 0; step < pointer.steps.size(); ++step) {
+            const i32 status = enter(pointer, pointer.steps[step], &node);
+            if (status != 0)
+                throw document_.failure(
+                    reference, "a reference: " + pointer_failure(pointer, step, status).message);
+        }
+        return node;
+    }
+
+    // Goes from a container to the child that a step names, as Document::find() does.
+    i32 enter(const Pointer& pointer, const Step& wanted, NodeId* node) {
+        const Kind kind = document_.kind(*node);
+        if (kind != Kind::object && kind != Kind::array)
+            return WIQ_ERR_WRONG_TYPE;
+        const Children& children = children_of(*node, kind);
+        if (kind == Kind::object) {
+            if (children.is_reference && !pointer.enters_references)
+                return WIQ_ERR_WRONG_TYPE;
+            const auto found = children.members.find(wanted.name);
+            if (found == children.members.end())
+                return WIQ_ERR_KEY_NOT_FOUND;
+            *node = found->second;
+            return 0;
+        }
+        if (!wanted.is_index && !wanted.is_append)
+            return WIQ_ERR_WRONG_TYPE;
+        if (!wanted.is_index || wanted.index >= children.elements.size())
+            return WIQ_ERR_INDEX_OUT_OF_RANGE;
+        *node = children.elements[static_cast<size_t>(wanted.index)];
+        return 0;
+    }
+
+    const Children& children_of(NodeId container, Kind kind) {
+        const auto [known, is_new] = children_.try_emplace(container);
+        Children& children = known->second;
+        if (!is_new)
+            return children;
+        children.is_reference = document_.is_reference(container);
+        for (NodeId child = document_.first_child(container); child != document_.end_of(container);
+             child = document_.next(child)) {
+            if (kind == Kind::object)
+                children.members[decode_string(document_.key(child))] = child;
+            else
+                children.elements.push_back(child);
+        }
+        return children;
+    }
+
+    const Document& document_;
+    std::map<NodeId, NodeId> ends_;
+    std::map<NodeId, Children> children_;
+};
 
 // Counts the values of an expansion before any is made. Each target is counted only once and counting stops
 // at the limit, so it takes no longer than the expansion itself would.
 class ExpandedSize {
   public:
-    ExpandedSize(const Document& document, u64 limit) : document_(document), limit_(limit) {}
+    ExpandedSize(const Document& document, References& references, u64 limit)
+        : document_(document), references_(references), limit_(limit) {}
 
     // Throws a Failure if there are more values than the limit allows, or if there is a cycle.
     void check() {
@@ -82,7 +159,7 @@ class ExpandedSize {
             return add(1);
         }
         subtree.next = document_.next(node);
-        const NodeId target = target_of(document_, node);
+        const NodeId target = references_.target_of(node);
         const auto known = sizes_.find(target);
         if (known == sizes_.end())
             begin(target);
@@ -101,6 +178,7 @@ class ExpandedSize {
     }
 
     const Document& document_;
+    References& references_;
     u64 limit_;
     std::vector<Subtree> open_;
     std::map<NodeId, u64> sizes_;
@@ -110,7 +188,8 @@ class ExpandedSize {
 // kept in a list, so depth is not limited by the stack.
 class Expander {
   public:
-    Expander(const Document& document, JsonWriter& writer) : document_(document), writer_(writer) {}
+    Expander(const Document& document, References& references, JsonWriter& writer)
+        : document_(document), references_(references), writer_(writer) {}
 
     void run() {
         write(document_.root());
@@ -144,7 +223,7 @@ class Expander {
         NodeId reference = kNone;
         if (document_.is_reference(node)) {
             reference = node;
-            node = target_of(document_, node);
+            node = references_.target_of(node);
             if (!pending_.insert(reference).second)
                 throw cycle(document_, reference);
         }
@@ -167,6 +246,7 @@ class Expander {
     }
 
     const Document& document_;
+    References& references_;
     JsonWriter& writer_;
     std::vector<Level> levels_;
     std::set<NodeId> pending_;  // references that are being written
@@ -181,20 +261,21 @@ struct ExpandArgs {
 int expand(const ExpandArgs& args, const Common& common) {
     const Input input = read_text(args.file, common);
     const Document document(input.name, input.bytes);
+    References references(document);
     if (args.max_values != 0)
-        ExpandedSize(document, args.max_values).check();
+        ExpandedSize(document, references, args.max_values).check();
     Sink sink(common, input.path);
     if (common.in_place)
         sink.encode_as(input.encoding);
     if (!args.layout.sort_keys) {
         JsonWriter writer(sink, args.layout);
-        Expander(document, writer).run();
+        Expander(document, references, writer).run();
         writer.end_document();
     } else {
         std::string text;
         Sink to_text(&text);
         JsonWriter expanded(to_text, args.layout);
-        Expander(document, expanded).run();
+        Expander(document, references, expanded).run();
         to_text.finish();
         const Document sorted(input.name, text);
         JsonWriter writer(sink, args.layout);
