@@ -1033,6 +1033,11 @@ KE_API i32 wiq_json_swap_child(wiq_json_t* node, wiq_json_t* replacement);
  *
  *  Nesting is limited only by memory: nothing recurses, so the stack of the thread may be small.
  *
+ *  A document takes up to 30 bytes of memory for each byte of its text, beside some kilobytes: most
+ *  if arrays are nested deeply. While a text is parsed, it can be up to 175 bytes for each byte: a
+ *  text of nothing but opening brackets makes the list of open containers grow. Refuse texts from
+ *  strangers that are too long before you parse them.
+ *
  *  Threads: a load uses nothing but its own arguments, so loads may run at the same time on
  *  different records and streams. A stream stays locked while it is loaded.
  *
@@ -1323,6 +1328,12 @@ KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
  * The copies contain no references. A reference that somebody else holds survives as a
  * free-standing node. The root itself is never replaced: if it is a reference, only what its target
  * contains is expanded. Documents of any depth can be expanded.
+ *
+ * The result may be exponentially larger than the document: sixty lists, each of two references to
+ * the one before, stand for 2^60 values, and expanding them fails only when all memory is taken.
+ * Check documents from strangers first, or follow single references with wiq_json_jref_deref(). The
+ * C++ layer counts the values of the result before it makes any (`ke::json_ref::expand` with a
+ * limit).
  * @param root the node to begin at
  * @return 0; WIQ_ERR_INVALID_ARG if `root` is NULL; WIQ_ERR_JREF_CYCLE for references that lead
  *         back to themselves; WIQ_ERR_BAD_JSON_TYPE for a damaged node; WIQ_ERR_NO_MEMORY when out
