@@ -236,9 +236,7 @@ i32 OpenContainers::finish_object(Frame* frame) {
     Member** const members = members_of(*frame);
     if (count != 0 && !build_table(&obj->members, members, count))
         return finish_with_duplicates(frame);
-    // An index is never recorded, so an untouched document would not free it.
-    if (index_of(obj->members) != nullptr)
-        chunks_.touch_document();
+    // The table has no index, since build_table() refuses long chains.
     // The children of a container that was made early know it already.
     for (size_t i = 0; i < count && !early; ++i)
         link_to_parent(obj, members[i], members[i]->child);
