@@ -3,7 +3,7 @@
 // them, a few per cent above what was measured.
 //
 // Small documents cost more for each byte, since the last chunk is not full. So the bounds are for the bytes
-// of the text, after a constant.
+// of the text, after a constant. The test prints what it measures if KE_SHOW_MEMORY is set.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -39,6 +39,7 @@ std::string object_of(const std::string& value, size_t count) {
         text += (i == 0 ? "\"" : ",\"") + short_key(i) + "\":" + value;
     return text + "}";
 }
+
 // The lists of the parser hold the open containers and their children, not what is in children that are
 // closed: as long as no container has many children, they stay small, whatever the document.
 TEST(ParserMemory, ScratchIsBoundedByWhatIsOpen) {
