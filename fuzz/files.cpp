@@ -257,7 +257,9 @@ class Run {
             both[to] = tree_.at(from);
         const Tree now = actual();
         CHECK(now == tree_ || now == both);
-        tree_ = now;
+        // One of two names goes: what is written to the file by one of them, the other one shows, too.
+        if (now != tree_)
+            CHECK(std::filesystem::remove(base() + "/" + to));
     }
     // Returns what the folder holds after a renaming.
     Tree moved(const std::string& from, const std::string& to) const {
