@@ -195,8 +195,8 @@ KE_API i32 wiq_access(const char* path, int mode);
  * @return 0; WIQ_ERR_INVALID_ARG if `path` is NULL; WIQ_ERR_ALREADY_EXISTS (-3005) if the directory
  *         exists; WIQ_ERR_PATH_NOT_FOUND (-3003) if a parent cannot be made, or if something that
  *         is not a directory has this name; WIQ_ERR_ACCESS_DENIED if access is denied;
- *         WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_IO for anything else. Parents that were
- *         made before a failure stay.
+ *         WIQ_ERR_NO_MEMORY when out of memory to copy the path; WIQ_ERR_IO for anything else.
+ *         Parents that were made before a failure stay.
  */
 KE_API i32 wiq_mkdir(const char* path);
 
