@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "containers/strbuf_core.h"
+#include "containers/strbuf.h"
 #include "ke_utils/text.h"
 #include "text/ctype.h"
 #include "text/format.h"

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "fs/line.h"
+#include "fs/file.h"
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "os/os.h"

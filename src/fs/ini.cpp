@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "fs/line.h"
+#include "fs/file.h"
+#include "fs/ini.h"
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "os/os.h"
@@ -133,20 +134,20 @@ u32 clamp_to_u32(u64 count) {
 class IniParser {
   public:
     IniParser(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,
-              void* user, size_t longest_line)
+              void* user, size_t max_length)
         : stream_(stream),
           on_section_(on_section),
           on_key_(on_key),
           on_error_(on_error),
           user_(user),
-          longest_line_(longest_line) {}
+          max_length_(max_length) {}
     IniParser(const IniParser&) = delete;
     IniParser& operator=(const IniParser&) = delete;
     ~IniParser() { free(line_); }
 
     i32 parse() {
         for (;;) {
-            const i32 length = ke::getline_locked(&line_, &line_size_, stream_, longest_line_);
+            const i32 length = ke::getline_locked(&line_, &line_size_, stream_, max_length_);
             if (length < 0)
                 return length == WIQ_ERR_EOF ? 0 : length;
             ++line_number_;
@@ -272,7 +273,7 @@ class IniParser {
     WiqIniKeyFn on_key_;
     WiqIniErrorFn on_error_;
     void* user_;
-    size_t longest_line_;
+    size_t max_length_;
     char* line_ = nullptr;
     size_t line_size_ = 0;
     u64 line_number_ = 0;
@@ -283,12 +284,12 @@ class IniParser {
 }  // namespace
 
 i32 ke::ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key,
-                  WiqIniErrorFn on_error, void* user, size_t longest_line) {
+                  WiqIniErrorFn on_error, void* user, size_t max_length) {
     if (stream == nullptr)
         return WIQ_ERR_INVALID_ARG;
     // Locked once for the file, not for each line.
     ke::os::lock_stream(stream);
-    const i32 status = IniParser(stream, on_section, on_key, on_error, user, longest_line).parse();
+    const i32 status = IniParser(stream, on_section, on_key, on_error, user, max_length).parse();
     ke::os::unlock_stream(stream);
     return status;
 }

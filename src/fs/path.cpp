@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "containers/strbuf_core.h"
+#include "containers/strbuf.h"
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "ke_utils/text.h"

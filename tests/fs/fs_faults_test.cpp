@@ -127,10 +127,8 @@ TEST(FileFaults, LoadFile) {
 TEST(FileFaults, GetlineKeepsTheCallersBuffer) {
     const std::string content = std::string(300, 'x') + "\n";
     const size_t points = SweepAllocations([&content](AllocFaults& faults) {
-        FILE* stream = temporary_stream();
+        FILE* stream = stream_of(content);
         ASSERT_NE(stream, nullptr);
-        fputs(content.c_str(), stream);
-        rewind(stream);
         char* line = static_cast<char*>(malloc(4));
         size_t size = 4;
         faults.arm();
@@ -148,10 +146,8 @@ TEST(FileFaults, GetlineKeepsTheCallersBuffer) {
 TEST(FileFaults, GetlineWithoutABufferLeavesNone) {
     const std::string content = std::string(300, 'x') + "\n";
     const size_t points = SweepAllocations([&content](AllocFaults& faults) {
-        FILE* stream = temporary_stream();
+        FILE* stream = stream_of(content);
         ASSERT_NE(stream, nullptr);
-        fputs(content.c_str(), stream);
-        rewind(stream);
         char* line = nullptr;
         size_t size = 77;
         faults.arm();
@@ -169,10 +165,8 @@ TEST(FileFaults, GetlineWithoutABufferLeavesNone) {
 TEST(IniFaults, TheLineBufferCannotGrow) {
     const std::string content = "[s]\nk=" + std::string(300, 'v') + "\n";
     SweepAllocations([&content](AllocFaults& faults) {
-        FILE* stream = temporary_stream();
+        FILE* stream = stream_of(content);
         ASSERT_NE(stream, nullptr);
-        fputs(content.c_str(), stream);
-        rewind(stream);
         faults.arm();
         const i32 status = wiq_ini_parse(stream, nullptr, nullptr, nullptr, nullptr);
         faults.disarm();

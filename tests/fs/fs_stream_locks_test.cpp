@@ -14,14 +14,6 @@
 
 namespace {
 
-FILE* stream_of(const std::string& text) {
-    FILE* stream = temporary_stream();
-    EXPECT_NE(stream, nullptr);
-    fwrite(text.data(), 1, text.size(), stream);
-    rewind(stream);
-    return stream;
-}
-
 // Returns what another thread reads next. If the stream is still locked, this waits forever.
 int read_on_another_thread(FILE* stream) {
     struct Shared {

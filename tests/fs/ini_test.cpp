@@ -63,14 +63,6 @@ void on_error(const WiqIniLocation* location, void* user) {
                                                    std::to_string(location->length));
 }
 
-FILE* stream_of(const std::string& text) {
-    FILE* stream = temporary_stream();
-    EXPECT_NE(stream, nullptr);
-    fwrite(text.data(), 1, text.size(), stream);
-    rewind(stream);
-    return stream;
-}
-
 i32 parse(const std::string& text, ParseRun* run) {
     run->text = text;
     FILE* stream = stream_of(text);

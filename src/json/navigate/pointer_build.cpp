@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "containers/strbuf_core.h"
+#include "containers/strbuf.h"
 #include "json/model/node.h"
 #include "json/model/text_limits.h"
 #include "text/decimal.h"

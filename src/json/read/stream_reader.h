@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "containers/strbuf_core.h"
+#include "containers/strbuf.h"
 #include "json/read/reader.h"
 #include "os/os.h"
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "containers/strbuf_core.h"
+#include "containers/strbuf.h"
 #include "os/os.h"
 
 namespace ke::json {

@@ -4,7 +4,7 @@
 
 #include "json/write/escape.h"
 
-#include "containers/strbuf_core.h"
+#include "containers/strbuf.h"
 #include "json/model/text_limits.h"
 #include "ke_utils/json.h"
 #include "text/ctype.h"

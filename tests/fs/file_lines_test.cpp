@@ -1,6 +1,6 @@
 // Lines that are longer than a length can express. The limit, which is 2^31 - 1 bytes for users, is an
 // argument inside the library, so short lines can reach it.
-#include "fs/line.h"
+#include "fs/file.h"
 
 #include <gtest/gtest.h>
 
@@ -14,15 +14,7 @@
 
 namespace {
 
-FILE* stream_of(const std::string& content) {
-    FILE* stream = temporary_stream();
-    EXPECT_NE(stream, nullptr);
-    EXPECT_EQ(fwrite(content.data(), 1, content.size(), stream), content.size());
-    rewind(stream);
-    return stream;
-}
-
-TEST(Line, ALineThatIsLongerThanTheLimit) {
+TEST(FileLines, ALineThatIsLongerThanTheLimit) {
     for (const size_t longest : {1, 2, 126, 127, 128, 300}) {
         const std::string most = std::string(longest - 1, 'x') + "\n";
         FILE* stream = stream_of(most + std::string(longest, 'y') + "\nlast");
@@ -43,7 +35,7 @@ TEST(Line, ALineThatIsLongerThanTheLimit) {
     }
 }
 
-TEST(Line, AFreshBufferForALineThatIsTooLong) {
+TEST(FileLines, AFreshBufferForALineThatIsTooLong) {
     FILE* stream = stream_of(std::string(1000, 'y'));
     char* line = nullptr;
     size_t size = 77;
@@ -55,25 +47,7 @@ TEST(Line, AFreshBufferForALineThatIsTooLong) {
     fclose(stream);
 }
 
-TEST(Line, TheIniParserPassesItOn) {
-    FILE* stream =
-        stream_of("[section]\nkey = value\nkey = " + std::string(100, 'v') + "\nk = v\n");
-    std::string seen;
-    const auto on_key = [](const char* key, const WiqIniLocation*, const char* value,
-                           const WiqIniLocation*, void* user) {
-        *static_cast<std::string*>(user) += std::string(key) + "=" + value + ";";
-        return i32{0};
-    };
-    EXPECT_EQ(ke::ini_parse(stream, nullptr, on_key, nullptr, &seen, 50), WIQ_ERR_IO);
-    EXPECT_EQ(seen, "key=value;");
-    rewind(stream);
-    seen.clear();
-    EXPECT_EQ(ke::ini_parse(stream, nullptr, on_key, nullptr, &seen, 107), 0);
-    EXPECT_EQ(seen, "key=value;key=" + std::string(100, 'v') + ";k=v;");
-    fclose(stream);
-}
-
-TEST(Line, TheLimitOfUsers) {
+TEST(FileLines, TheLimitOfUsers) {
     EXPECT_EQ(ke::kMaxLineLength, size_t{INT32_MAX});
 }
 
