@@ -157,7 +157,12 @@ struct back_place {
 struct index_place {
     wiq_json_t* array;
     i32 index;
-    i32 node(wiq_json_t* value) const noexcept { return wiq_json_array_put(array, index, value); }
+    // wiq_json_array_put() would record a negative index as the element's position, and
+    // wiq_json_array_filter() would then move the element to the front.
+    i32 node(wiq_json_t* value) const noexcept {
+        const i32 from_start = index < 0 ? index + wiq_json_array_size(array) : index;
+        return wiq_json_array_put(array, from_start < 0 ? index : from_start, value);
+    }
 };
 struct pointer_place {
     wiq_json_t* root;

@@ -195,7 +195,9 @@ TEST(CppSet, ByIndex) {
     EXPECT_EQ(list.set(0, "one"), 0);
     EXPECT_EQ(list.set(2u, "three"), 0);
     EXPECT_EQ(list.set(-1, 3), 0);
+    EXPECT_EQ(list[-1].parent_index(), 2);
     EXPECT_EQ(list.set(9, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
+    EXPECT_EQ(list.set(-4, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
     EXPECT_EQ(list.set(ke::u64{1} << 32, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
     EXPECT_EQ(text_of(list), R"(["one",2,3])");
     EXPECT_EQ(list.insert(0, 0), 0);
@@ -276,6 +278,15 @@ TEST(CppErase, ByTest) {
                  std::runtime_error);
     EXPECT_EQ(text_of(list), "[1,3,5]")
         << "nothing is erased before the predicate has seen all elements";
+}
+
+TEST(CppErase, ByTestKeepsTheOrderOfElementsSetFromTheEnd) {
+    json list = parsed("[1,2,3,4,5]");
+    EXPECT_EQ(list.set(-1, 6), 0);
+    EXPECT_EQ(list.set(-3, 7), 0);
+    EXPECT_EQ(list.push_back(8), 0);
+    EXPECT_EQ(list.erase_if([](json_view v) { return v == 2; }).value(), 1);
+    EXPECT_EQ(text_of(list), "[1,7,4,6,8]");
 }
 
 TEST(CppSort, IsStableAndMayThrow) {
