@@ -7,7 +7,7 @@
  *
  * 1. Status. A function that can fail returns an `i32`: 0 for success, a negative number for each
  *    kind of failure (core.h lists them all). A function that counts returns the count, or a
- *    negative status in its place. Nothing is logged, nothing is thrown, nothing aborts.
+ *    negative status instead. Nothing is logged, nothing is thrown, nothing aborts.
  *
  * 2. The err argument. A function that returns a pointer or a value takes the address of a `u32` as
  *    its last argument (a few take it elsewhere; their comment says so) and stores the status
@@ -26,11 +26,11 @@
  *
  * 3. Ownership. Whoever receives something releases it: plain memory with the runtime's free(),
  *    heap objects with the family's `_delete` or `_unref`, embedded records with `_finalize`. What
- *    a getter returns stays owned by whatever contains it, and is valid as long as that keeps it. A
- *    new JSON value has a reference count of 0; either release it with one wiq_json_unref(), or
- *    give it to a container, which then owns it. What a function copies may be part of what it
- *    changes: a key or text of the tree, a string of the vector, text in the buffer it is appended
- *    to. The few functions to which this does not apply say so.
+ *    a getter returns is still owned by its container, and is valid as long as the container keeps
+ *    it. A new JSON value has a reference count of 0; either release it with one wiq_json_unref(),
+ *    or give it to a container, which then owns it. An argument that a function copies may be part
+ *    of what the function changes: a key or text in the tree, a string in the vector, text in the
+ *    buffer that it is appended to. The few functions to which this does not apply say so.
  *
  * 4. NULL. Constructors, and functions that return a status, test their arguments and return
  *    WIQ_ERR_INVALID_ARG (-7000). Plain accessors of containers do not test the container.
@@ -41,19 +41,21 @@
  *    WIQ_ERR_NO_MEMORY (-5000).
  *
  * 6. Strings are NUL-terminated bytes in UTF-8. Sizes are in bytes and do not count the terminator
- *    unless said. Character classes and the texts of numbers are those of the "C" locale, whatever
- *    locale the process has set. Paths are written with "\\" as the separator on every platform.
+ *    unless stated otherwise. Character classes and number formats are those of the "C" locale,
+ *    whatever locale the process has set. Paths are written with "\\" as the separator on every
+ *    platform.
  *
  * 7. Threads. The library starts none. Reference counts are atomic, building a class is locked, and
  *    a locked map holds its mutex for the whole of each call. Everything else (a tree, a container,
  *    a buffer) belongs to one thread at a time. The slots for hooks and entry points are plain
- *    data; set them before other threads run. JSON objects need random numbers against chosen keys.
- *    These are drawn once in a process, by whichever thread is first; nothing that a caller sees
- *    depends on them.
+ *    data; set them before other threads run. JSON objects use random numbers to defend against
+ *    maliciously chosen keys. The first thread that needs these numbers draws them, once per
+ *    process; nothing that a caller sees depends on them.
  *
  * 8. Binary interface. Statuses are `i32`, booleans one byte, integers of fixed width; 128-bit
- *    numbers are passed by value. Records that callers embed have the fields and the order shown
- *    here. The library and its user share one C runtime, since each frees what the other allocated.
+ *    numbers are passed by value. Records that callers embed have the fields shown here, in this
+ *    order. The library and its user share one C runtime, since each frees what the other
+ *    allocated.
  */
 #ifndef KE_UTILS_H
 #define KE_UTILS_H

@@ -15,8 +15,8 @@
  * value() that throws ke::bad_result, which needs exceptions.
  *
  * Functions use and return strings and containers of the standard library, which may throw
- * std::bad_alloc. Then nothing leaks, and what was to be changed is unchanged, unless a function's
- * comment says otherwise.
+ * std::bad_alloc. In that case nothing leaks, and what was to be changed is unchanged, unless a
+ * function's comment says otherwise.
  */
 #ifndef KE_UTILS_HPP
 #define KE_UTILS_HPP

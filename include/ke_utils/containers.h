@@ -19,10 +19,10 @@ extern "C" {
  * Called with the address of an element inside the block, when the element is created or destroyed.
  *
  * The callback must not use the vector that it is called from, except that it may take a reference
- * and release it: the vector's size is set only after the last call, so until then the size
- * and the elements do not match. Where the library notices that a callback has changed the vector,
- * the function stops and returns WIQ_ERR_FAILED (-7), or NULL if it returns a pointer, and the
- * vector stays as the callback left it.
+ * and release it: the vector's size is set only after the last call, so until then the size and the
+ * elements do not match. If the library notices that a callback has changed the vector, the
+ * function stops and returns WIQ_ERR_FAILED (-7), or NULL if it returns a pointer, and the vector
+ * stays as the callback left it.
  */
 typedef void (*wiq_vector_elem_fn)(void* elem);
 
@@ -35,19 +35,19 @@ typedef struct wiq_vector {
     i32 capacity;               /**< number of elements that the block has room for */
     i32 size;                   /**< number of elements in use */
     wiq_vector_elem_fn init_cb; /**< called on each new element; may be NULL */
-    wiq_vector_elem_fn free_cb; /**< called on each element before it goes; may be NULL */
+    wiq_vector_elem_fn free_cb; /**< called on each element before it is removed; may be NULL */
     void* data;                 /**< the block; NULL while the capacity is 0 */
     i32 refcount;               /**< number of owners; changed atomically */
 } wiq_vector;
 
 /**
- * Prepares an embedded vector, which wiq_vector_finalize() ends.
+ * Initialises an embedded vector, which wiq_vector_finalize() releases.
  * @param vec       the record; what it held before is forgotten, not released
  * @param elem_size size of one element in bytes, not 0
  * @param size      number of elements to begin with, which are constructed in ascending order
  * @param init_cb   called on each new element; if NULL, the memory of new elements is not
  *                  initialised
- * @param free_cb   called on each element before it goes; may be NULL
+ * @param free_cb   called on each element before it is removed; may be NULL
  * @return 0; WIQ_ERR_INVALID_ARG (-7000) for a NULL record, a negative size or an element size of
  *         0; WIQ_ERR_NO_MEMORY (-5000) when out of memory, in which case the vector is empty and
  *         valid; WIQ_ERR_FAILED if a callback changed the vector
@@ -147,7 +147,7 @@ KE_API i32 wiq_vector_size(const wiq_vector* vec);
  * Makes the block exactly large enough for `extra` more elements. This may also shrink it; an empty
  * vector with `extra` 0 releases its block.
  * @param vec   the vector
- * @param extra number of elements to have room for, beyond those in use
+ * @param extra number of elements to make room for, in addition to those in use
  * @return 0; WIQ_ERR_INVALID_ARG if `vec` is NULL or `extra` negative; WIQ_ERR_NO_MEMORY when out
  *         of memory or for a capacity of 2^31 or more, with nothing changed
  */
@@ -156,9 +156,9 @@ KE_API i32 wiq_vector_extra_capacity(wiq_vector* vec, i32 extra);
 /** @} */
 
 /** @defgroup map Hash map
- *  Callbacks may read the map that they are called from, and may take a reference to it and give it
- *  up again. None of them may finalize or delete the map, or give up the last owner's reference.
- *  What else a callback may do is said where its type is declared.
+ *  Callbacks may read the map that they are called from, and may take a reference to it and release
+ *  it again. None of them may finalize or delete the map, or release the last owner's reference.
+ *  What else a callback may do is stated where its type is declared.
  *
  *  Keys with the same hash share a chain, which is searched from its beginning, so an operation on
  *  such a key takes time proportional to the length of the chain. The hash functions below have a
@@ -184,8 +184,8 @@ typedef bool (*wiq_cmp_fn)(const void* stored_key, const void* probe_key);
 typedef void (*wiq_release_fn)(void* key_or_value);
 
 /**
- * Makes the value for a key that the map does not have. A nonzero `*status` keeps the value from
- * being stored. It may change the map.
+ * Makes the value for a key that the map does not have. If it sets `*status` to a nonzero number,
+ * the value is not stored. It may change the map.
  */
 typedef void* (*wiq_map_factory_fn)(const void* key, void* user, i32* status);
 
@@ -219,16 +219,16 @@ typedef struct wiq_map {
 } wiq_map;
 
 /**
- * Prepares an embedded map, which wiq_map_finalize() ends.
+ * Initialises an embedded map, which wiq_map_finalize() releases.
  * @param map        the record; what it held before is forgotten, not released
  * @param capacity   number of entries to expect. The number of buckets is the smallest power of two
  *                   above four thirds of it, computed in 64 bits, which wraps from 2^62 on.
  * @param hash       required
  * @param cmp        required
- * @param key_free   called for each key that the map gives up; if NULL, keys stay the caller's to
- *                   release
- * @param value_free called for each value that the map gives up; if NULL, values stay the caller's
- *                   to release
+ * @param key_free   called for each key that the map gives up; if NULL, the caller releases the
+ *                   keys
+ * @param value_free called for each value that the map gives up; if NULL, the caller releases the
+ *                   values
  * @return 0; WIQ_ERR_INVALID_ARG if the record, `hash` or `cmp` is NULL; WIQ_ERR_NO_MEMORY when out
  *         of memory. On failure there is nothing to finalize.
  */
@@ -286,9 +286,9 @@ KE_API i32 wiq_map_put(wiq_map* map, void* key, void* value);
  *                  there was none. If this argument is NULL, an old value is released through
  *                  value_free.
  * @return 0; WIQ_ERR_NO_MEMORY when out of memory for an entry, in which case nothing is changed,
- *         and the key and the value stay the caller's. WIQ_ERR_NO_MEMORY is also returned if the
- *         entry was stored, but the table could not grow; wiq_map_size() tells which of the two it
- *         was.
+ *         and the caller still owns the key and the value. WIQ_ERR_NO_MEMORY is also returned if
+ *         the entry was stored, but the table could not grow; wiq_map_size() tells the two cases
+ *         apart.
  */
 KE_API i32 wiq_map_replace(wiq_map* map, void* key, void* value, void** old_value);
 
@@ -298,12 +298,12 @@ KE_API i32 wiq_map_replace(wiq_map* map, void* key, void* value, void** old_valu
  * The new value is stored as by wiq_map_put(). So if the factory itself has stored something under
  * the key, the new value replaces it.
  * @param map     the map
- * @param key     the map's from the moment it is stored
+ * @param key     owned by the map once it is stored
  * @param factory makes the value
  * @param user    passed on to `factory`
  * @param status  receives 0; the factory's nonzero status, in which case nothing is stored and the
- *                value is the caller's; or WIQ_ERR_NO_MEMORY as in wiq_map_replace(). Not read
- *                first; may be NULL.
+ *                caller owns the value; or WIQ_ERR_NO_MEMORY as in wiq_map_replace(). Not read on
+ *                entry; may be NULL.
  * @return the stored value, or the one that was made
  */
 KE_API void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory, void* user,
@@ -313,7 +313,7 @@ KE_API void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory
  * Returns the value under a key.
  * @param map the map
  * @param key any key that `hash` and `cmp` of the map accept
- * @return the value that is stored under an equal key, which the map keeps owning; NULL if not
+ * @return the value that is stored under an equal key and that the map still owns; NULL if not
  *         found
  */
 KE_API void* wiq_map_get(const wiq_map* map, const void* key);
@@ -331,14 +331,14 @@ KE_API bool wiq_map_test_key(const wiq_map* map, const void* key);
 KE_API void* wiq_map_remove(wiq_map* map, const void* key);
 
 /**
- * Removes every entry; of each, the key is released and then the value. The number of buckets
- * stays. What key_free and value_free store meanwhile may be removed or stay.
+ * Removes every entry: releases its key and then its value. The number of buckets stays. Entries
+ * that key_free and value_free store meanwhile may be removed or stay.
  */
 KE_API void wiq_map_remove_all(wiq_map* map);
 
 /**
- * Calls back for every entry, until the callback returns false. The order is that of the buckets,
- * and in each bucket that of its chain.
+ * Calls the callback for every entry until it returns false: bucket by bucket, and within a bucket
+ * in the order of its chain.
  * @param map      the map
  * @param callback called for each entry
  * @param user     passed on to `callback`
@@ -366,13 +366,15 @@ KE_API u64 wiq_map_collisions(const wiq_map* map);
  */
 KE_API u32 wiq_murmur3_32(const void* data, u32 length, u32 seed);
 
-/** Returns the hash of the key itself, taken as a 64-bit number. For wiq_cmp_int(). */
+/** Returns the hash of the key itself, taken as a 64-bit number. Use it with wiq_cmp_int(). */
 KE_API u32 wiq_hash_int(const void* key);
 
 /** Returns the hash of the eight bytes that the key points at (not of the pointer). */
 KE_API u32 wiq_hash_ptr(const void* key);
 
-/** Returns the hash of a string with its NUL, or of no bytes for NULL. For wiq_cmp_str(). */
+/**
+ * Returns the hash of a string with its NUL, or of no bytes for NULL. Use it with wiq_cmp_str().
+ */
 KE_API u32 wiq_hash_str(const void* key);
 
 /** Tells whether two keys are the same number. */
@@ -390,9 +392,9 @@ KE_API bool wiq_cmp_str(const void* a, const void* b);
  *  A hash map with a mutex. Every function except init and new holds the mutex while it works on
  *  the map, callbacks included.
  *
- *  The thread that holds the mutex may take it again, so a callback may do to the map whatever the
- *  same callback of a plain map may do. It must not wait for another thread that needs the map.
- *  While init, new, finalize or delete runs, no other thread may use the map. Except for
+ *  The thread that holds the mutex may take it again, so a callback may use the map as freely as
+ *  the same callback of a plain map. It must not wait for another thread that needs the map. While
+ *  init, new, finalize or delete runs, no other thread may use the map. Except for
  *  wiq_safe_map_init() and wiq_safe_map_new(), no function tests whether the map is NULL.
  *  @{ */
 
@@ -403,7 +405,7 @@ typedef struct wiq_safe_map {
 } wiq_safe_map;
 
 /**
- * Prepares an embedded locked map, which wiq_safe_map_finalize() ends.
+ * Initialises an embedded locked map, which wiq_safe_map_finalize() releases.
  * @param map        the record; what it held before is forgotten, not released
  * @param capacity   as in wiq_map_init()
  * @param hash       as in wiq_map_init()
@@ -437,7 +439,7 @@ KE_API wiq_safe_map* wiq_safe_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn
  */
 KE_API i32 wiq_safe_map_finalize(wiq_safe_map* map);
 
-/** Finalizes a locked map of the heap and releases it. */
+/** Finalizes a locked map on the heap and releases it. */
 KE_API void wiq_safe_map_delete(wiq_safe_map* map);
 
 /**
@@ -460,8 +462,8 @@ KE_API i32 wiq_safe_map_put(wiq_safe_map* map, void* key, void* value);
 KE_API i32 wiq_safe_map_replace(wiq_safe_map* map, void* key, void* value, void** old_value);
 
 /**
- * Calls wiq_map_memoize() under the lock, so that threads that ask for the same key have its value
- * made once.
+ * Calls wiq_map_memoize() under the lock, so that the value is made only once even if several
+ * threads ask for the same key.
  * @param map     the map
  * @param key     as in wiq_map_memoize()
  * @param factory makes the value, under the lock
@@ -516,9 +518,9 @@ KE_API void wiq_safe_map_foreach(wiq_safe_map* map, wiq_map_foreach_fn callback,
  *  What is appended may lie in the buffer itself: wiq_strbuf_write(), the printing functions,
  *  wiq_strbuf_printhex() and the appending functions of other headers take the text as it was
  *  before the call. The functions that empty the buffer first are different. wiq_strbuf_rwrite()
- *  and wiq_strbuf_struct_str() read such bytes after the buffer was emptied, when the first byte of
- *  its text is the NUL. wiq_strbuf_rprintf() and wiq_strbuf_rvprintf() must not be given arguments
- *  that lie in the buffer.
+ *  and wiq_strbuf_struct_str() read such bytes after the buffer has been emptied, when its first
+ *  byte is the NUL. wiq_strbuf_rprintf() and wiq_strbuf_rvprintf() must not be given arguments that
+ *  lie in the buffer.
  *  @{ */
 
 /** A growable text, followed by a NUL. */
@@ -529,7 +531,7 @@ typedef struct wiq_strbuf {
 } wiq_strbuf;
 
 /**
- * Prepares an empty buffer, which wiq_strbuf_finalize() or wiq_strbuf_release() ends.
+ * Initialises an empty buffer, which wiq_strbuf_finalize() or wiq_strbuf_release() ends.
  * @param buf      the record; what it held before is forgotten, not released
  * @param capacity size of the first block in bytes; 0 stands for 64
  * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL; WIQ_ERR_NO_MEMORY when out of memory, in which
@@ -541,8 +543,8 @@ KE_API i32 wiq_strbuf_init(wiq_strbuf* buf, u64 capacity);
 KE_API void wiq_strbuf_finalize(wiq_strbuf* buf);
 
 /**
- * Hands the text over to the caller, in a block that is cut to its length. The record is cleared
- * and may be used again.
+ * Hands the text over to the caller, in a block that is shrunk to fit. The record is cleared and
+ * may be used again.
  * @param buf the buffer
  * @return the text, which the caller releases with free(); NULL if `buf` is NULL or when out of
  *         memory, with the buffer unchanged
@@ -557,7 +559,7 @@ KE_API char* wiq_strbuf_release(wiq_strbuf* buf);
 KE_API i32 wiq_strbuf_reset(wiq_strbuf* buf);
 
 /**
- * Cuts the text to a length.
+ * Truncates the text to a length.
  * @param buf      the buffer
  * @param position the new length in bytes, at most the present one
  * @return 0, or WIQ_ERR_INVALID_ARG if `buf` is NULL or `position` is after the end of the text
@@ -626,8 +628,8 @@ static inline i32 wiq_strbuf_putc_inline(wiq_strbuf* buf, char c) {
  * @param buf   the buffer
  * @param bytes the bytes; may lie in the buffer
  * @param count number of bytes to append at most
- * @return the number of bytes appended, of which an i32 holds the low 32 bits; WIQ_ERR_INVALID_ARG
- *         if an argument is NULL; WIQ_ERR_NO_MEMORY when out of memory, with nothing changed
+ * @return the low 32 bits of the number of bytes appended; WIQ_ERR_INVALID_ARG if an argument is
+ *         NULL; WIQ_ERR_NO_MEMORY when out of memory, with nothing changed
  */
 KE_API i32 wiq_strbuf_write(wiq_strbuf* buf, const char* bytes, u64 count);
 
@@ -695,14 +697,14 @@ KE_API i32 wiq_strbuf_printhex(wiq_strbuf* buf, const void* bytes, u64 count);
 /**
  * Resizes the block to exactly the text, its NUL and `extra` bytes. This may also shrink it.
  * @param buf   the buffer
- * @param extra number of bytes to have room for, beyond the text and its NUL
+ * @param extra number of bytes to make room for, in addition to the text and its NUL
  * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL; WIQ_ERR_NO_MEMORY when out of memory, with
  *         nothing changed
  */
 KE_API i32 wiq_strbuf_extra_capacity(wiq_strbuf* buf, u64 extra);
 
 /**
- * Replaces the text by that of a fixed-width field, which need not be NUL-terminated.
+ * Replaces the text with that of a fixed-width field, which need not be NUL-terminated.
  * @param buf   the buffer
  * @param bytes the field; NULL only if `width` is 0
  * @param width size of the field in bytes; the text ends at the first NUL in it
@@ -723,7 +725,7 @@ KE_API i32 wiq_strbuf_struct_str(wiq_strbuf* buf, const void* bytes, u64 width, 
 typedef wiq_vector wiq_strv;
 
 /**
- * Prepares an empty string vector, which wiq_strv_finalize() ends.
+ * Initialises an empty string vector, which wiq_strv_finalize() releases.
  * @param strv the record; what it held before is forgotten, not released
  * @return 0, or WIQ_ERR_INVALID_ARG if `strv` is NULL
  */
@@ -750,16 +752,17 @@ KE_API i32 wiq_strv_push(wiq_strv* strv, const char* str);
  * @param strv   the vector
  * @param format printf format; positional arguments ("%1$s") are allowed
  * @return the length of the text; WIQ_ERR_NO_MEMORY as in wiq_strv_push(); WIQ_ERR_INVALID_ARG if
- *         `format` is NULL; WIQ_ERR_FAILED if the runtime refuses the format. After the last two,
- *         the new slot stays and holds NULL.
+ *         `format` is NULL; WIQ_ERR_FAILED if the runtime refuses the format. In the last two
+ *         cases, the new slot stays and holds NULL.
  */
 KE_API i32 wiq_strv_pushf(wiq_strv* strv, const char* format, ...) KE_PRINTF(2, 3);
 
 /**
  * Returns the string in a slot.
  * @param strv  the vector
- * @param index taken as a signed number: negative counts from the end. It must name a slot.
- * @return the string, which the vector keeps owning; NULL if the slot holds NULL
+ * @param index taken as a signed number; a negative one counts from the end. There must be such a
+ *              slot.
+ * @return the string, still owned by the vector; NULL if the slot holds NULL
  */
 KE_API char* wiq_strv_get(const wiq_strv* strv, u32 index);
 

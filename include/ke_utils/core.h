@@ -16,8 +16,7 @@ extern "C" {
 #endif
 
 /** @defgroup version Version
- *  The version of these headers. The version of the library that a program has loaded is that of
- *  its file.
+ *  The version of these headers. The version of a loaded library is the one that its file has.
  *  @{ */
 
 #define KE_VERSION_MAJOR 1 /**< changes when the binary interface breaks */
@@ -29,7 +28,7 @@ extern "C" {
 /** The version as text, such as "1.0.0". */
 #define KE_VERSION_STRING KE_VERSION_EXPAND_(KE_VERSION_MAJOR, KE_VERSION_MINOR, KE_VERSION_PATCH)
 
-/** The version as one number that grows with it: 10203 stands for 1.2.3. */
+/** The version as one number that grows with the version: 10203 stands for 1.2.3. */
 #define KE_UTILS_VERSION (KE_VERSION_MAJOR * 10000 + KE_VERSION_MINOR * 100 + KE_VERSION_PATCH)
 
 /**
@@ -107,7 +106,8 @@ enum wiq_status { KE_STATUS_TABLE(KE_STATUS_ENUMERATOR_) };
 
 /**
  * Tells whether an `i32` result, or a `u32` that a function stored through its `err` argument, is a
- * failure. 0 and counts are not. Not for the system error codes that narrow() and widen() store.
+ * failure. 0 and counts are not failures. Do not use it for the system error codes that narrow()
+ * and widen() store.
  */
 #ifdef __cplusplus
 #define KE_FAILED(err) (static_cast<i32>(err) < 0)
@@ -293,7 +293,7 @@ KE_API char* wiq_wrap_strdup(const char* str, wiq_alloc_fail_fn fail, wiq_malloc
                              wiq_malloc_post_fn post);
 
 /**
- * Releases a block and calls a hook before.
+ * Calls a hook, then releases a block.
  * @param ptr  may be NULL
  * @param hook called with the address of a copy of `ptr`. The pointer that it leaves there is
  *             released; if it leaves NULL, nothing is. May be NULL.
@@ -317,7 +317,7 @@ KE_API i32 wiq_wrap_aligned_alloc(void** out, size_t size, size_t alignment, wiq
                                   wiq_aligned_alloc_fn pre, wiq_aligned_alloc_fn post);
 
 /**
- * Releases an aligned block and calls a hook before.
+ * Calls a hook, then releases an aligned block.
  * @param ptr  from wiq_wrap_aligned_alloc(); may be NULL
  * @param hook called with the address of a copy of `ptr`. If it sets the copy to NULL, the block is
  *             kept; any other change is ignored, and `ptr` itself is released. May be NULL.
@@ -346,13 +346,13 @@ KE_API i32 wiq_real_aligned_alloc(void** out, size_t size, size_t alignment);
 KE_API void wiq_real_aligned_free(void* ptr);
 
 /**
- * Starts the leak tracker, or starts its counts again from 0.
+ * Starts the leak tracker, or resets its counts to 0.
  *
  * Sets the tracker's two counts and its pause depth to 0 and stores its hooks in eight of the
  * slots, all but wiq_malloc_pre_cb and wiq_aligned_alloc_pre_cb. No function removes the hooks
  * again; a client clears the slots itself.
  *
- * A reallocation counts as a release and an allocation, and if it fails, as a release all the same.
+ * A reallocation counts as a release and an allocation; one that fails still counts as a release.
  * While the tracker is in the slots, wiq_wrap_aligned_alloc() must not be called with a NULL `out`.
  * The counts are plain 32-bit numbers, which are approximate if several threads allocate.
  */
@@ -395,14 +395,15 @@ KE_API i32 wiq_memleak_count(void);
 /** Calls wiq_wrap_aligned_free() with the hook in its slot. */
 #define KE_ALIGNED_FREE(ptr) wiq_wrap_aligned_free((ptr), wiq_aligned_free_cb)
 /**
- * Leaves the following allocations out of the leak count, if one is kept. A statement. Pauses nest.
+ * Leaves the allocations that follow out of the leak count, if there is one. This is a statement.
+ * Pauses nest.
  */
 #define KE_ALLOC_TRACK_PAUSE()                \
     do {                                      \
         if (wiq_alloc_track_pause_cb != NULL) \
             wiq_alloc_track_pause_cb();       \
     } while (0)
-/** Ends what KE_ALLOC_TRACK_PAUSE() began. A statement. */
+/** Ends a pause that KE_ALLOC_TRACK_PAUSE() began. This is a statement. */
 #define KE_ALLOC_TRACK_RESUME()                \
     do {                                       \
         if (wiq_alloc_track_resume_cb != NULL) \
@@ -436,8 +437,8 @@ KE_API i64 wiq_time_real(i64* t);
 /**
  * Converts a time to broken-down UTC time.
  *
- * Every platform converts 0 to 32535215999, the end of the year 3000. Linux goes on to 32535244799.
- * Before and after that, a Windows runtime may convert what Linux refuses.
+ * Every platform converts 0 to 32535215999, the end of the year 3000. Linux also converts times up
+ * to 32535244799. A Windows runtime may convert times that Linux refuses: earlier and later ones.
  * @param t   seconds since 1970-01-01 00:00:00 UTC
  * @param out receives the fields; undefined on failure
  * @return 0; WIQ_ERR_TIME_CONVERSION if the time cannot be expressed or an argument is NULL
@@ -473,10 +474,9 @@ KE_API i32 wiq_dlsym_real(wiq_lib* lib, const char* name, void** sym);
 /**
  * The replaceable entry point of wiq_sleep_real().
  *
- * This is the first of six slots. Each holds the address of the function that is named like it
- * without `_ptr`, until a caller stores another function of the same signature. Callers call
- * through the slots; the library itself calls the plain functions. Replace them before other
- * threads run.
+ * This is the first of six slots. Each holds the address of the function of the same name without
+ * `_ptr`, until a caller stores another function with the same signature. Callers call through the
+ * slots; the library itself calls the plain functions. Replace them before other threads run.
  */
 extern KE_API void (*wiq_sleep_real_ptr)(u32 ms);
 
@@ -505,8 +505,8 @@ KE_API i32 wiq_get_tm(struct tm* out);
 /**
  * Returns the milliseconds since midnight of a broken-down time.
  *
- * They are computed from the hours, minutes and seconds, whatever these hold, in 32-bit arithmetic
- * that wraps.
+ * They are computed from the hours, minutes and seconds, whatever their values, in 32-bit
+ * arithmetic that wraps.
  * @param tm the time of day
  * @return the milliseconds; WIQ_ERR_INVALID_ARG if `tm` is NULL
  */
@@ -515,7 +515,7 @@ KE_API int calc_tm_to_ms(const struct tm* tm);
 /**
  * Writes a time of day as "hh:mm:ss.mmm ", with the space at the end.
  * @param ms  milliseconds
- * @param ns  nanoseconds, of which the whole milliseconds are added to `ms`. The sum is cut to 32
+ * @param ns  nanoseconds, whose whole milliseconds are added to `ms`. The sum is truncated to 32
  *            bits, and full days are dropped from it.
  * @param dst receives 14 bytes, the NUL included
  * @return the number of characters, 13; WIQ_ERR_INVALID_ARG if `dst` is NULL

@@ -19,7 +19,7 @@ extern "C" {
 
 /** @defgroup encoding Text conversions
  *  The `err` of these functions receives a system error code of Windows, not a status. It is not
- *  read first.
+ *  read on entry.
  *  @{ */
 
 /**
@@ -62,13 +62,13 @@ KE_API void free_narrow_array(int count, char** items, u32* err);
 /** @} */
 
 /** @defgroup path Path strings
- *  These functions do not look at the file system. A separator that they write is always "\\".
+ *  These functions do not access the file system. A separator that they write is always "\\".
  *  @{ */
 
 /**
  * Returns the part of a path after the last "\\" or "/".
  * @param path may be NULL
- * @return the part, inside `path`: all of it if there is no separator; NULL for NULL
+ * @return a pointer into `path`, to its beginning if there is no separator; NULL for NULL
  */
 KE_API const char* wiq_basename(const char* path);
 
@@ -93,8 +93,8 @@ KE_API bool wiq_filename_only(const char* s);
 KE_API void wiq_trim_dirsep(char* path);
 
 /**
- * Joins a directory and a name with one "\\". If the directory ends in a separator, that one is
- * dropped first.
+ * Joins a directory and a name with one "\\". If the directory ends in a separator, that separator
+ * is dropped first.
  * @param dir  the directory; may be empty
  * @param name appended as it is; may be empty
  * @return a new string, which the caller releases with free(); NULL if an argument is NULL or when
@@ -137,7 +137,7 @@ KE_API i32 wiq_append_paths(wiq_strbuf* buf, int count, ...);
  *
  * On Windows, the path of the executable is cut to 259 characters.
  * @return a new string, which the caller releases with free(); NULL if the directory cannot be
- *         found out or when out of memory
+ *         determined or when out of memory
  */
 KE_API char* wiq_install_dir(void);
 
@@ -152,25 +152,25 @@ KE_API char* wiq_home_dir(void);
  * Opens a stream. On Linux, programs that this one starts do not inherit it.
  * @param path UTF-8, with either separator
  * @param mode as in fopen()
- * @param err  receives 0 or the status; not read first; may be NULL. WIQ_ERR_INVALID_ARG if `path`
- *             or `mode` is NULL; WIQ_ERR_ENCODING (-5006) if the path cannot be converted;
+ * @param err  receives 0 or the status; not read on entry; may be NULL. WIQ_ERR_INVALID_ARG if
+ *             `path` or `mode` is NULL; WIQ_ERR_ENCODING (-5006) if the path cannot be converted;
  *             WIQ_ERR_ACCESS_DENIED (-4) if access is denied, or for a directory, whatever the
- *             mode; WIQ_ERR_NOT_FOUND (-3002) if there is no such file, and for a name below a file
- *             and a name that is too long; WIQ_ERR_IO (-3) for anything else, such as an invalid
- *             mode.
+ *             mode; WIQ_ERR_NOT_FOUND (-3002) if there is no such file, for a name below a file,
+ *             and for a name that is too long; WIQ_ERR_IO (-3) for anything else, such as an
+ *             invalid mode.
  * @return the stream, which the caller closes with fclose(); NULL on failure
  */
 KE_API FILE* wiq_fopen(const char* path, const char* mode, u32* err);
 
 /**
- * Opens a file under a name that no file has had.
+ * Opens a file under a name that no file has yet.
  *
  * On Linux the name is random, only the owner of the file may read and write it, and programs that
  * this one starts do not inherit it. On Windows the runtime makes at most 26 names from one
  * template in one thread while the files exist; after that the status is WIQ_ERR_IO.
  * @param tmpl a path that ends in six "X", which are replaced in place
- * @param err  receives 0 or the status; not read first; may be NULL. WIQ_ERR_INVALID_ARG for a NULL
- *             or bad template or a NULL mode; WIQ_ERR_IO if no name can be made; otherwise
+ * @param err  receives 0 or the status; not read on entry; may be NULL. WIQ_ERR_INVALID_ARG for a
+ *             NULL or bad template or a NULL mode; WIQ_ERR_IO if no name can be made; otherwise
  *             WIQ_ERR_ENCODING, WIQ_ERR_ACCESS_DENIED, WIQ_ERR_NOT_FOUND or WIQ_ERR_IO as in
  *             wiq_fopen().
  * @param mode as in fopen(). A mode that creates files ("w", "a") creates this one exclusively: a
@@ -202,7 +202,7 @@ KE_API i32 wiq_mkdir(const char* path);
 
 /**
  * Makes the directory that is to contain a file, as wiq_mkdir() does.
- * @param path the path of the file; its directory is what is before the last "\\"
+ * @param path the path of the file; its directory is the part before the last "\\"
  * @return 0, also if the path has no "\\"; WIQ_ERR_INVALID_ARG, WIQ_ERR_ALREADY_EXISTS,
  *         WIQ_ERR_PATH_NOT_FOUND, WIQ_ERR_ACCESS_DENIED, WIQ_ERR_NO_MEMORY or WIQ_ERR_IO as
  *         wiq_mkdir()
@@ -220,14 +220,14 @@ KE_API i32 wiq_rmdir(const char* path);
 /**
  * Renames a file or directory.
  *
- * What already has the new name is never replaced, not even for a moment. (There is one exception:
- * on a Linux file system that cannot rename without replacing, an empty directory that is made
- * meanwhile.) Renaming something to its own name succeeds.
+ * A file or directory that already has the new name is never replaced, not even for a moment.
+ * (There is one exception: on a Linux file system that cannot rename without replacing, an empty
+ * directory that is made in the meantime is replaced.) Renaming something to its own name succeeds.
  * @param from the old name: UTF-8, with either separator
  * @param to   the new name: UTF-8, with either separator
  * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL; WIQ_ERR_ENCODING if neither name can be
  *         converted; WIQ_ERR_ACCESS_DENIED if access is denied; WIQ_ERR_NOT_FOUND if there is
- *         nothing under the old name, and for a name below a file and a name that is too long;
+ *         nothing under the old name, for a name below a file, and for a name that is too long;
  *         WIQ_ERR_IO for anything else: something has the new name, or one of the names cannot be
  *         converted
  */
@@ -253,7 +253,7 @@ KE_API i32 wiq_unlink(const char* path);
  * @param out  receives the block, which the caller releases with free(). It is written as soon as
  *             the size of the file is known (with NULL when out of memory), and keeps a block that
  *             is only partly filled if reading fails.
- * @param pad  0 for a block of the file's size. Otherwise the block is filled up with zero bytes to
+ * @param pad  0 for a block of the file's size. Otherwise the block is padded with zero bytes to
  *             the next multiple of `pad` above the file's size; so 1 makes the file a
  *             NUL-terminated text.
  * @return the size of the file in bytes; WIQ_ERR_INVALID_ARG if an argument is NULL;
@@ -270,13 +270,13 @@ KE_API i32 wiq_load_file(const char* path, void** out, size_t pad);
  *               128 bytes at a time.
  * @param size   size of the block in bytes; ignored if the block is NULL
  * @param stream open for reading
- * @return the number of bytes stored before the terminating NUL; NUL bytes of the line count.
+ * @return the number of bytes stored before the terminating NUL; NUL bytes in the line count.
  *         WIQ_ERR_INVALID_ARG if an argument is NULL. WIQ_ERR_EOF (-3004) at the end of the stream,
  *         or on a read error before any byte, with nothing changed. WIQ_ERR_NO_MEMORY when out of
- *         memory: what was read of the line is lost; a NULL block is still NULL; a block that was
- *         given is valid with its size, though both may be new. WIQ_ERR_IO for a line of 2^31 bytes
- *         or more: its first 2^31 - 1 bytes are in the block, and the next byte is still to be read
- *         from the stream.
+ *         memory: the part of the line that was read is lost; a NULL block is still NULL; any other
+ *         block and its size are valid, though both may have changed. WIQ_ERR_IO for a line of 2^31
+ *         bytes or more: its first 2^31 - 1 bytes are in the block, and the next byte is still to
+ *         be read from the stream.
  */
 KE_API i32 wiq_getline(char** line, size_t* size, FILE* stream);
 
@@ -319,7 +319,7 @@ typedef i32 (*WiqIniKeyFn)(const char* key, const WiqIniLocation* key_location, 
                            const WiqIniLocation* value_location, void* user);
 
 /**
- * Receives the place of a syntax error.
+ * Receives the location of a syntax error.
  * @param location valid only during the call; its `offset` has no meaning
  * @param user     the pointer that was given to wiq_ini_parse()
  */
@@ -328,8 +328,8 @@ typedef void (*WiqIniErrorFn)(const WiqIniLocation* location, void* user);
 /**
  * Reads an INI file line by line.
  *
- * It knows [name], [name argument], [name "argument"], key = value, key = "value", and comments
- * from "#" or ";" on. Keys must be in a section; an empty value is a syntax error.
+ * It accepts [name], [name argument], [name "argument"], key = value, key = "value", and comments,
+ * which "#" or ";" begins. Keys must be in a section; an empty value is a syntax error.
  * @param stream     read from its position to the end or to the first syntax error; it stays open
  * @param on_section called for each section header; may be NULL
  * @param on_key     called for each key; may be NULL
@@ -353,7 +353,7 @@ KE_API i32 wiq_ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn o
  * @param command the name of the command; for NULL the result is NULL
  * @param input   true for the schema of the input, false for that of the output
  * @param err     receives 0, also for a NULL command, or WIQ_ERR_NO_MEMORY when out of memory; not
- *                read first; may be NULL
+ *                read on entry; may be NULL
  * @return a new string, which the caller releases with free(); NULL for a NULL command or when out
  *         of memory
  */
@@ -365,7 +365,7 @@ KE_API char* wiq_schema_filename(const char* command, bool input, u32* err);
  * @param filename a name as wiq_schema_filename() makes it
  * @param err      receives 0; WIQ_ERR_INVALID_ARG if `filename` is NULL; WIQ_ERR_NO_MEMORY when out
  *                 of memory; WIQ_ERR_ENCODING, WIQ_ERR_ACCESS_DENIED, WIQ_ERR_NOT_FOUND or
- *                 WIQ_ERR_IO of wiq_fopen() for the second folder. Not read first; may be NULL.
+ *                 WIQ_ERR_IO of wiq_fopen() for the second folder. Not read on entry; may be NULL.
  * @return a stream in text mode, which the caller closes with fclose(); NULL on failure
  */
 KE_API FILE* wiq_schema_open(const char* filename, u32* err);
@@ -375,7 +375,7 @@ KE_API FILE* wiq_schema_open(const char* filename, u32* err);
  * @param filename a name as wiq_schema_filename() makes it
  * @param err      receives 0; WIQ_ERR_INVALID_ARG if `filename` is NULL; WIQ_ERR_IO if no file
  *                 could be opened; or a status of wiq_json_loadf() (::wiq_json_load_error lists
- *                 them). Not read first; may be NULL.
+ *                 them). Not read on entry; may be NULL.
  * @return the document, which the caller releases with wiq_json_unref(); NULL on failure
  */
 KE_API wiq_json_t* wiq_load_schema(const char* filename, u32* err);

@@ -24,8 +24,8 @@ extern "C" {
 #endif
 
 /** @defgroup json_value JSON values
- *  A value is one node of a document and has one of eleven kinds. A number keeps the kind in which
- *  it was made.
+ *  A value is one node of a document and has one of eleven kinds. A number keeps the kind with
+ *  which it was made.
  *
  *  | tag  | kind                      | made by                                              |
  *  |------|---------------------------|------------------------------------------------------|
@@ -44,24 +44,24 @@ extern "C" {
  *  strong container (object or array) takes one reference to each child and becomes its parent; a
  *  node has at most one parent. A weak container takes a reference too, but does not become the
  *  parent, so it can list nodes of another tree. wiq_json_unref() never frees a node that has a
- *  parent. A container that lets go of a child first stops being its parent; the child then dies
- *  with its last reference, or lives on free-standing.
+ *  parent. A container that releases a child first stops being its parent; the child is then
+ *  destroyed with its last reference, or lives on free-standing.
  *
  *  In memory, a node begins with its tag (u16), its flags (u8; 2 marks a weak container), its count
- *  (i32), its parent, and its place there (a u32 index, or the key that the parent holds).
+ *  (i32), its parent, and its position there (a u32 index, or the key that the parent holds).
  *
- *  Threads: the count is atomic, so threads may hold and drop references to the same node. Threads
- *  may read the same tree at the same time (getters, pointers, references, walks, dumps, copies,
- *  comparisons) as long as none of them changes it. Everything else, including the fall of a
- *  child's count to 0, belongs to one thread at a time.
+ *  Threads: the count is atomic, so threads may take and release references to the same node.
+ *  Threads may read the same tree at the same time (getters, pointers, references, walks, dumps,
+ *  copies, comparisons) as long as none of them changes it. Everything else, including a release
+ *  that takes a child's count to 0, belongs to one thread at a time.
  *
  *  No depth of nesting can overflow the stack: releasing, copying, comparing and searching do not
  *  recurse.
  *
- *  Callbacks: the nodes that a call was given must stay alive until the call returns. A callback or
- *  slot that takes such a node out of its tree, or gives up the last reference to it or to the tree
- *  around it, must hold a reference of its own until then. What else a callback may change is said
- *  where its type is declared.
+ *  Callbacks: the nodes that were passed to a call must stay alive until the call returns. A
+ *  callback or slot that takes such a node out of its tree, or releases the last reference to it or
+ *  to the tree around it, must hold a reference of its own until then. What else a callback may
+ *  change is stated where its type is declared.
  *  @{ */
 
 /** An opaque node of a document. */
@@ -131,7 +131,7 @@ KE_API wiq_json_t* wiq_json_str_new(const char* text, u32* err);
  * Returns a number as a signed 64-bit integer.
  *
  * An unsigned number gives its low 64 bits, reinterpreted. A double is truncated towards zero; it
- * gives -2^63 if the result does not fit or it is NaN. If loss matters, ask wiq_json_is_i64_ext()
+ * gives -2^63 if the result does not fit or it is NaN. If loss matters, call wiq_json_is_i64_ext()
  * first.
  * @param node must not be NULL
  * @return the number; 0 if the node is not a number
@@ -160,21 +160,21 @@ KE_API u64 wiq_json_u64_get(const wiq_json_t* node);
 KE_API wiq_uint128* wiq_json_u128_get(wiq_uint128* out, const wiq_json_t* node);
 
 /**
- * Returns a number as a double. Of a 128-bit integer, only the low half counts.
+ * Returns a number as a double. Only the low half of a 128-bit integer counts.
  * @param node must not be NULL
  * @return the number; 0.0 if the node is not a number
  */
 KE_API double wiq_json_double_get(const wiq_json_t* node);
 
 /**
- * Returns the text of a string or a reference, which the node keeps owning.
+ * Returns the text of a string or a reference. The node still owns it.
  * @param node must be a string or a reference; this is not tested
  * @return the text; NULL if there was no memory for it when the node was made
  */
 KE_API const char* wiq_json_str_get(const wiq_json_t* node);
 
 /**
- * Tells whether the node is a null. For a NULL `node` this test, like all that follow, is false.
+ * Tells whether the node is a null. For a NULL `node` this test, like all those below, is false.
  */
 KE_API bool wiq_json_is_null(const wiq_json_t* node);
 
@@ -190,13 +190,13 @@ KE_API bool wiq_json_is_str(const wiq_json_t* node);
 /** Tells whether the node is a true. */
 KE_API bool wiq_json_is_true(const wiq_json_t* node);
 
-/** Tells whether the node is a false. (This is not the same as not being a true.) */
+/** Tells whether the node is a false. (A node that is not a true need not be a false.) */
 KE_API bool wiq_json_is_false(const wiq_json_t* node);
 
 /** Tells whether the node is a true or a false. */
 KE_API bool wiq_json_is_bool(const wiq_json_t* node);
 
-/** Tells whether the node is an integer of any width. A double never is. */
+/** Tells whether the node is an integer of any width. A double is not, whatever its value. */
 KE_API bool wiq_json_is_int(const wiq_json_t* node);
 
 /** Tells whether the node is a number of any kind. */
@@ -212,7 +212,7 @@ KE_API bool wiq_json_has_weak_refs(const wiq_json_t* node);
  * Tells whether the node is a signed 64-bit integer or, with `ext`, a number that
  * wiq_json_i64_get() returns without loss.
  * @param node may be NULL
- * @param ext  true to accept also any other integer of the range, and a whole double from -2^63 up
+ * @param ext  true to accept any other integer in the range, too, and a whole double from -2^63 up
  *             to and including 2^63. (The upper bound is compared as a double, and is accepted
  *             although it does not fit.)
  * @return true if it is; false also for NULL
@@ -223,7 +223,7 @@ KE_API bool wiq_json_is_i64_ext(const wiq_json_t* node, bool ext);
  * Tells whether the node is an unsigned 64-bit integer or, with `ext`, a number that
  * wiq_json_u64_get() returns without loss.
  * @param node may be NULL
- * @param ext  true to accept also any other integer of the range, and a whole double from 0 up to
+ * @param ext  true to accept any other integer in the range, too, and a whole double from 0 up to
  *             and including 2^64
  * @return true if it is; false also for NULL
  */
@@ -233,7 +233,7 @@ KE_API bool wiq_json_is_u64_ext(const wiq_json_t* node, bool ext);
  * Tells whether the node is an unsigned 128-bit integer or, with `ext`, a number that
  * wiq_json_u128_get() returns without loss.
  * @param node may be NULL
- * @param ext  true to accept also any other integer that is not negative, and a whole double from 0
+ * @param ext  true to accept any other integer that is not negative, too, and a whole double from 0
  *             up to and including 2^64
  * @return true if it is; false also for NULL
  */
@@ -243,7 +243,7 @@ KE_API bool wiq_json_is_u128_ext(const wiq_json_t* node, bool ext);
  * Tells whether the node is a double or, with `ext`, a number that wiq_json_double_get() returns
  * without loss.
  * @param node may be NULL
- * @param ext  true to accept also an integer with a magnitude of at most 2^53
+ * @param ext  true to accept an integer with a magnitude of at most 2^53, too
  * @return true if it is; false also for NULL
  */
 KE_API bool wiq_json_is_double_ext(const wiq_json_t* node, bool ext);
@@ -268,7 +268,7 @@ KE_API const char* wiq_json_type_string(const wiq_json_t* node);
 KE_API void wiq_json_ref(wiq_json_t* node);
 
 /**
- * Gives up a reference to a node. Any thread may call it as long as no other thread changes the
+ * Releases a reference to a node. Any thread may call it as long as no other thread changes the
  * tree. NULL is ignored.
  *
  * If the count falls to 0 or below, a free-standing node is destroyed together with everything that
@@ -295,13 +295,14 @@ KE_API void wiq_json_finalize(wiq_json_t* node);
 /**
  * Returns the index of a node in its parent array.
  * @param node may be NULL
- * @return the index. If wiq_json_array_swap() put the node there, it is the index that was given to
- *         it, even a negative one. -1 if the node is NULL, has no parent, or is in an object.
+ * @return the index. If wiq_json_array_swap() put the node there, it is the index that was passed
+ *         to that function, even a negative one. -1 if the node is NULL, has no parent, or is in an
+ *         object.
  */
 KE_API i32 wiq_json_parent_index(const wiq_json_t* node);
 
 /**
- * Returns the key of a node in its parent object, which keeps owning the key.
+ * Returns the key of a node in its parent object. The object still owns the key.
  * @param node may be NULL
  * @return the key; NULL if the node is NULL, has no parent, or is in an array
  */
@@ -311,8 +312,8 @@ KE_API const char* wiq_json_parent_key(const wiq_json_t* node);
 
 /** @defgroup json_object JSON objects
  *  An object holds members by key, in a hash map. The order of its members is that of a ::wiq_map
- *  with the same history and wiq_hash_str(), not that of insertion. Keys are copied; keys with the
- *  same bytes are the same key.
+ *  with the same history and wiq_hash_str(), not the order of insertion. Keys are copied; keys with
+ *  the same bytes are the same key.
  *
  *  Unlike a ::wiq_map, an object stays fast even if its keys were chosen to have the same hash: the
  *  members of a long chain are also found through an index, which takes up to 26 bytes per bucket.
@@ -341,7 +342,7 @@ typedef bool (*WiqJsonMemberFn)(const char* key, wiq_json_t* child, void* user);
 
 /**
  * Makes an empty strong object.
- * @param capacity number of members to make room for at once, from 0 up
+ * @param capacity number of members to make room for in advance; 0 or more
  * @param err      chaining status: WIQ_ERR_INVALID_ARG for a negative capacity; WIQ_ERR_NO_MEMORY
  *                 when out of memory
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
@@ -364,7 +365,7 @@ KE_API wiq_json_t* wiq_json_obj_weak_new(i32 capacity, u32* err);
  * that was there before is released: it is destroyed unless somebody else holds a reference to it.
  * Replacing a child needs no memory.
  * @param obj   a strong or weak object
- * @param key   copied if it is new; less than 2 GiB
+ * @param key   copied if it is new; must be shorter than 2 GiB
  * @param child for a strong object, a free-standing node
  * @param err   chaining status
  * @return the status, which is also stored in `err`: 0; WIQ_ERR_INVALID_ARG if `obj` is not an
@@ -378,7 +379,7 @@ KE_API i32 wiq_json_obj_put_ext(wiq_json_t* obj, const char* key, wiq_json_t* ch
 /**
  * Puts a new null under a key.
  * @param obj a strong or weak object
- * @param key copied if it is new; less than 2 GiB
+ * @param key copied if it is new; must be shorter than 2 GiB
  * @param err chaining status: WIQ_ERR_INVALID_ARG if `obj` is not an object or `key` is NULL;
  *            WIQ_ERR_NO_MEMORY when out of memory, or if a new key is too long. On failure the
  *            object is unchanged.
@@ -489,53 +490,53 @@ KE_API wiq_json_t* wiq_json_obj_put_obj(wiq_json_t* obj, const char* key, u32* e
 KE_API wiq_json_t* wiq_json_obj_put_array(wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Returns the value under a key, of whatever kind it is.
+ * Returns the value under a key, whatever its kind.
  * @param obj   the object
  * @param key   the key
  * @param flags ::WIQ_JSON_FOLLOW_REFS, or 0 to return a reference itself; other bits are ignored
  * @param err   chaining status: WIQ_ERR_INVALID_ARG if `obj` is not an object or `key` is NULL;
  *              WIQ_ERR_KEY_NOT_FOUND (-1037) if the key is absent; a status of
  *              wiq_json_jref_deref() if a reference is followed
- * @return the value, which the tree keeps owning; NULL on failure
+ * @return the value, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_get_ext(const wiq_json_t* obj, const char* key, u32 flags,
                                         u32* err);
 
 /**
  * Returns the object under a key. References are followed.
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG if `obj` is not an object or `key` is NULL;
  *            WIQ_ERR_KEY_NOT_FOUND if the key is absent; a status of wiq_json_jref_deref() if a
  *            reference is followed; WIQ_ERR_WRONG_TYPE (-7018) for a value of another kind
- * @return the object, which the tree keeps owning; NULL on failure
+ * @return the object, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_get_obj(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
  * Returns the array under a key. References are followed.
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
  *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
- * @return the array, which the tree keeps owning; NULL on failure
+ * @return the array, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_get_array(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
  * Returns the text of the string under a key. References are followed.
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
  *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
- * @return the text, which the tree keeps owning; NULL on failure, or if there was no memory for the
- *         text when the node was made, for which the status is 0
+ * @return the text, still owned by the tree; NULL on failure, or if there was no memory for the
+ *         text when the node was made, in which case the status is 0
  */
 KE_API const char* wiq_json_obj_get_str(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
  * Returns the boolean under a key. References are followed.
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
  *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
@@ -546,7 +547,7 @@ KE_API bool wiq_json_obj_get_bool(const wiq_json_t* obj, const char* key, u32* e
 /**
  * Returns the number under a key, if wiq_json_is_i64_ext() with `ext` accepts it. References are
  * followed.
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
  *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
@@ -557,7 +558,7 @@ KE_API i64 wiq_json_obj_get_i64(const wiq_json_t* obj, const char* key, u32* err
 /**
  * Returns the number under a key, if wiq_json_is_u64_ext() with `ext` accepts it. References are
  * followed.
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
  *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
@@ -570,7 +571,7 @@ KE_API u64 wiq_json_obj_get_u64(const wiq_json_t* obj, const char* key, u32* err
  * followed.
  * @param out receives the number, or 0 on failure, even if `err` held an earlier failure; must not
  *            be NULL
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
  *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
@@ -582,7 +583,7 @@ KE_API wiq_uint128* wiq_json_obj_get_u128(wiq_uint128* out, const wiq_json_t* ob
 /**
  * Returns the number under a key, if wiq_json_is_double_ext() with `ext` accepts it. References are
  * followed.
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_WRONG_TYPE or a
  *            status of wiq_json_jref_deref(), as in wiq_json_obj_get_obj()
@@ -597,33 +598,33 @@ KE_API double wiq_json_obj_get_double(const wiq_json_t* obj, const char* key, u3
  * @param err chaining status: WIQ_ERR_INVALID_ARG if `obj` is not an object or `key` is NULL;
  *            WIQ_ERR_KEY_NOT_FOUND if the key is absent; WIQ_ERR_WRONG_TYPE for a value of another
  *            kind
- * @return the reference, which the tree keeps owning; NULL on failure
+ * @return the reference, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_get_jref(const wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Returns the object under a key, and puts a new, empty, strong one there if the key is absent.
- * References are followed.
+ * Returns the object under a key. If the key is absent, first puts a new, empty, strong object
+ * there. References are followed.
  *
  * A reference that leads nowhere is a failure, not an absent key, and stays as it is.
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG if `obj` is not an object or `key` is NULL;
  *            WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_WRONG_TYPE for a value of another kind;
  *            a status of wiq_json_jref_deref(), such as WIQ_ERR_KEY_NOT_FOUND, if a reference is
  *            followed
- * @return the object, which the tree keeps owning; NULL on failure
+ * @return the object, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_getd_obj(wiq_json_t* obj, const char* key, u32* err);
 
 /**
- * Returns the array under a key, and puts a new, empty, strong one there if the key is absent.
+ * Returns the array under a key. If the key is absent, first puts a new, empty, strong array there.
  * References are followed.
- * @param obj the object to look into
+ * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY, WIQ_ERR_WRONG_TYPE or a
  *            status of wiq_json_jref_deref(), as in wiq_json_obj_getd_obj()
- * @return the array, which the tree keeps owning; NULL on failure
+ * @return the array, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_obj_getd_array(wiq_json_t* obj, const char* key, u32* err);
 
@@ -640,7 +641,7 @@ KE_API i32 wiq_json_obj_size(const wiq_json_t* obj);
 /**
  * Appends a copy of every key to a string vector, in the object's order.
  * @param obj  the object
- * @param keys an initialised vector; what is in it stays
+ * @param keys an initialised vector; the strings in it stay
  * @return the number of members; for an empty object 0, with the vector untouched.
  *         WIQ_ERR_INVALID_ARG if `obj` is not an object or `keys` is NULL; WIQ_ERR_NO_MEMORY when
  *         out of memory, with the strings of the vector as they were.
@@ -648,7 +649,7 @@ KE_API i32 wiq_json_obj_size(const wiq_json_t* obj);
 KE_API i32 wiq_json_obj_keys(const wiq_json_t* obj, wiq_strv* keys);
 
 /**
- * Calls back for every member, in the object's order, until the callback returns false.
+ * Calls the callback for every member, in the object's order, until it returns false.
  * @param obj      the object
  * @param callback called for each member
  * @param user     passed on to `callback`
@@ -684,7 +685,7 @@ KE_API i32 wiq_json_obj_remove(wiq_json_t* obj, const char* key);
 typedef bool (*WiqJsonKeepFn)(wiq_json_t* elem, void* user);
 
 /**
- * Compares two elements as qsort() asks: each argument is the address of a `wiq_json_t *`.
+ * Compares two elements as qsort() requires: each argument is the address of a `wiq_json_t *`.
  *
  * It must not add elements to the array, remove any or replace any.
  */
@@ -692,7 +693,7 @@ typedef int (*WiqJsonCompareFn)(const void* a, const void* b);
 
 /**
  * Makes an empty strong array.
- * @param capacity number of elements to make room for at once, from 0 up
+ * @param capacity number of elements to make room for in advance; 0 or more
  * @param err      chaining status: WIQ_ERR_INVALID_ARG for a negative capacity; WIQ_ERR_NO_MEMORY
  *                 when out of memory
  * @return a free-standing node, which wiq_json_unref() releases; NULL on failure
@@ -808,28 +809,26 @@ KE_API wiq_json_t* wiq_json_array_push_array(wiq_json_t* array, u32* err);
 KE_API i32 wiq_json_array_size(const wiq_json_t* array);
 
 /**
- * Returns the element at an index, of whatever kind it is.
+ * Returns the element at an index, whatever its kind.
  * @param array the array
  * @param index from 0; negative from the end
  * @param flags ::WIQ_JSON_FOLLOW_REFS, or 0 to return a reference itself; other bits are ignored
  * @param err   chaining status: WIQ_ERR_INVALID_ARG if `array` is not an array;
  *              WIQ_ERR_INDEX_OUT_OF_RANGE (-1038) if there is no such element; a status of
  *              wiq_json_jref_deref() if a reference is followed
- * @return the element, which the tree keeps owning; NULL on failure
+ * @return the element, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u32 flags, u32* err);
 
 /**
- * Puts a child in the place of an element and hands that element over to the caller. Needs no
- * memory.
+ * Replaces an element with a child and hands the element over to the caller. Needs no memory.
  *
  * The array gives up its reference to the old element without destroying it, even if the count
  * falls to 0. If a weak array is given the element that it has at this index, it keeps its
  * reference, and the caller gets another one.
  * @param array the array
- * @param index from 0; negative from the end. The child records the index as it is given, even a
- *              negative one (see wiq_json_parent_index()), until elements move and are numbered
- *              anew.
+ * @param index from 0; negative from the end. The child records the index as it is passed, even a
+ *              negative one (see wiq_json_parent_index()), until elements move and are renumbered.
  * @param child as in wiq_json_array_push_ext()
  * @param err   chaining status: WIQ_ERR_INVALID_ARG as in wiq_json_array_push_ext();
  *              WIQ_ERR_INDEX_OUT_OF_RANGE if there is no such element
@@ -838,8 +837,8 @@ KE_API wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u3
 KE_API wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child, u32* err);
 
 /**
- * Puts a child in the place of an element and releases that element, or appends the child if
- * `index` is the array's size. An old element that somebody else holds a reference to lives on.
+ * Replaces an element with a child and releases the element, or appends the child if `index` is the
+ * array's size. The old element lives on if somebody else holds a reference to it.
  * @param array the array
  * @param index from 0 to the array's size; negative from the end
  * @param child as in wiq_json_array_push_ext()
@@ -859,7 +858,7 @@ KE_API i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child);
 KE_API i32 wiq_json_array_pop(wiq_json_t* array, i32 count);
 
 /**
- * Takes the last element off and hands it over to the caller.
+ * Removes the last element and hands it over to the caller.
  *
  * The array gives up its reference to the element without destroying it, even if the count falls to
  * 0.
@@ -874,7 +873,7 @@ KE_API wiq_json_t* wiq_json_array_pop_elem(wiq_json_t* array);
  * pattern is true.
  * @param array   the array
  * @param pattern the pattern; may be NULL, which no element equals
- * @return the element, which the array keeps owning; NULL if not found or if `array` is not an
+ * @return the element, still owned by the array; NULL if not found or if `array` is not an
  *         array
  */
 KE_API wiq_json_t* wiq_json_array_find(const wiq_json_t* array, const wiq_json_t* pattern);
@@ -883,7 +882,7 @@ KE_API wiq_json_t* wiq_json_array_find(const wiq_json_t* array, const wiq_json_t
  * Finds the first element that is a string with this text.
  * @param array the array
  * @param text  the text
- * @return the element, which the array keeps owning; NULL if not found, `array` is not an array or
+ * @return the element, still owned by the array; NULL if not found, `array` is not an array or
  *         `text` is NULL
  */
 KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* text);
@@ -895,16 +894,16 @@ KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* 
  * last call. The kept elements stay in order. There is one exception: elements that
  * wiq_json_array_swap() put in at a negative index come first, ordered by that index.
  *
- * The answer is about the element that is in the place when the callback returns. If an element is
- * replaced after it was dropped, a weak array drops it all the same, while in a strong array the
- * new element stays.
+ * The callback's answer applies to the element that is at the index when the callback returns. If
+ * an element is replaced after it was dropped, a weak array drops the new element, while a strong
+ * array keeps it.
  *
  * Meant for strong arrays, and for weak arrays whose elements are not in other arrays. A weak array
  * is sorted by the indices that its elements have in their own parent arrays (0 for an element that
- * has none). There, dropped elements get indices from this array's size upwards, which count in all
- * the places at which the array lists such an element. So if a node is listed twice and dropped
- * once, its last place is the one that is lost. A dropped element of another array keeps its new
- * index, so that wiq_json_parent_index() is wrong from then on.
+ * has none). There, dropped elements get indices from this array's size upwards, and such an index
+ * counts wherever the array lists the element. So if a node is listed twice and dropped once, its
+ * last occurrence is the one that is lost. A dropped element whose parent is another array keeps
+ * its new index, so that wiq_json_parent_index() is wrong from then on.
  * @param array the array
  * @param keep  tells whether an element stays
  * @param user  passed on to `keep`
@@ -915,7 +914,7 @@ KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* 
 KE_API i32 wiq_json_array_filter(wiq_json_t* array, WiqJsonKeepFn keep, void* user);
 
 /**
- * Sorts the elements with the runtime's qsort(), which need not keep equal elements in order.
+ * Sorts the elements with the runtime's qsort(), which may reorder equal elements.
  * @param array   the array
  * @param compare compares two elements
  * @return 0; WIQ_ERR_INVALID_ARG if `array` is not an array or `compare` is NULL
@@ -928,11 +927,11 @@ KE_API i32 wiq_json_array_sort(wiq_json_t* array, WiqJsonCompareFn compare);
  *  @{ */
 
 /**
- * Flags of wiq_json_subset(). All four together mean equality. The first three are about arrays;
- * each of them counts only together with those before it.
+ * Flags of wiq_json_subset(). All four together mean equality. The first three apply to arrays;
+ * each of them takes effect only together with those before it.
  */
 enum wiq_json_subset_flag {
-    WIQ_JSON_SUBSET_CONTIGUOUS = 1,  /**< the elements of a match consecutive elements of b */
+    WIQ_JSON_SUBSET_CONTIGUOUS = 1,  /**< the elements of `a` match consecutive ones of `b` */
     WIQ_JSON_SUBSET_PREFIX = 2,      /**< the match begins at the first element of b */
     WIQ_JSON_SUBSET_SAME_LENGTH = 4, /**< b has no more elements than a */
     WIQ_JSON_SUBSET_SAME_SIZE = 8    /**< objects have the same number of members */
@@ -964,13 +963,13 @@ KE_API bool wiq_json_equal(const wiq_json_t* a, const wiq_json_t* b);
  * - An object is contained in an object that has each of its keys, with a value that contains the
  *   value in `a`.
  * - An array is contained in an array whose elements contain its elements, in the same order. Other
- *   elements may stand between them, unless the flags forbid it. Each element of `a` takes the
- *   first element of `b` that contains it and comes after the last one taken.
- * - Anything else is contained in what has the same tag.
+ *   elements may lie between them, unless the flags forbid it. Each element of `a` is matched with
+ *   the first element of `b` that contains it and comes after the previous match.
+ * - Any other node is contained in a node with the same tag.
  * @param a     may be NULL
  * @param b     may be NULL
  * @param flags of ::wiq_json_subset_flag; they apply at every level
- * @return the answer; false also if there is no memory for the walk of a very deep tree
+ * @return the answer; also false when out of memory to walk a very deep tree
  */
 KE_API bool wiq_json_subset(const wiq_json_t* a, const wiq_json_t* b, u32 flags);
 
@@ -997,8 +996,8 @@ KE_API i32 wiq_json_make_orphan(wiq_json_t* node);
 KE_API i32 wiq_json_make_orphan_ex(wiq_json_t* node, u32* err);
 
 /**
- * Puts a replacement in a node's place in its parent, and hands the node over to the caller as
- * wiq_json_make_orphan() does. Needs no memory.
+ * Replaces a node in its parent, and hands the node over to the caller as wiq_json_make_orphan()
+ * does. Needs no memory.
  * @param node        the node to replace
  * @param replacement a free-standing node that is not one of the containers around `node`
  * @return 0, also for a node that has no parent, in which case nothing is done; WIQ_ERR_INVALID_ARG
@@ -1011,32 +1010,33 @@ KE_API i32 wiq_json_swap_child(wiq_json_t* node, wiq_json_t* replacement);
 /** @defgroup json_parser JSON parser
  *  Reads a JSON text (RFC 8259) into a tree of values, from a string or from a stream.
  *
- *  This is what becomes of the text:
+ *  The text is converted as follows:
  *  - An integer from -2^63 to 2^63 - 1 becomes a signed 64-bit integer.
- *  - Any other integer becomes an unsigned 128-bit integer, modulo 2^128: `18446744073709551615` is
- *    that number, `-9223372036854775809` is 2^128 less 9223372036854775809, and 2^128 is 0.
+ *  - Any other integer becomes an unsigned 128-bit integer, modulo 2^128: `18446744073709551615`
+ *    becomes that number, `-9223372036854775809` becomes 2^128 minus 9223372036854775809, and 2^128
+ *    becomes 0.
  *  - A number with a fraction or an exponent becomes a double, correctly rounded, whatever the
  *    locale. A magnitude that is too large becomes an infinity, one that is too small becomes a
  *    zero.
  *  - `{"$ref": "text"}`, an object with no other member, becomes a reference to "text" (see
  *    wiq_json_jref_new()).
- *  - Any other object becomes an object. Of members with equal keys the last one stays, unless
- *    ::WIQ_JSON_REJECT_DUPLICATES is given.
+ *  - Any other object becomes an object. If several members have the same key, the last one is
+ *    kept, unless ::WIQ_JSON_REJECT_DUPLICATES is given.
  *
  *  The parser is stricter than RFC 8259 in one thing: the text must be ASCII. Any other character
  *  is written as a `\u` escape (`\u00e9`, `\ud83d\ude00`) and becomes UTF-8 in the value; written
  *  raw it is a failure, even if it is valid UTF-8. (The serializer writes such characters raw, so
  *  its output can be read back only if it has none; utf8.h has functions that do without this
- *  limit.) `\u0000` and unpaired surrogates are failures too: no string contains a NUL. Any value
- *  may stand alone. There are no comments, no trailing commas, and no other words than `true`,
- *  `false` and `null`.
+ *  limit.) `\u0000` and unpaired surrogates are failures too: no string contains a NUL. The text
+ *  may be a value of any kind. There are no comments, no trailing commas, and no words except
+ *  `true`, `false` and `null`.
  *
  *  Nesting is limited only by memory: nothing recurses, so the stack of the thread may be small.
  *
- *  A document takes up to 30 bytes of memory for each byte of its text, beside some kilobytes: most
- *  if arrays are nested deeply. While a text is parsed, it can be up to 175 bytes for each byte: a
- *  text of nothing but opening brackets makes the list of open containers grow. Refuse texts from
- *  strangers that are too long before you parse them.
+ *  A document takes up to 30 bytes of memory for each byte of its text, plus a few kilobytes;
+ *  deeply nested arrays take the most. During parsing it can be up to 175 bytes for each byte,
+ *  since a text of nothing but opening brackets makes the list of open containers grow. Before you
+ *  parse an untrusted text, refuse it if it is too long.
  *
  *  Threads: a load uses nothing but its own arguments, so loads may run at the same time on
  *  different records and streams. A stream stays locked while it is loaded.
@@ -1056,13 +1056,14 @@ KE_API i32 wiq_json_swap_child(wiq_json_t* node, wiq_json_t* replacement);
 /** Flags of wiq_json_loads() and wiq_json_loadf(), which `|` combines. Other bits are ignored. */
 enum wiq_json_load_flag {
     /**
-     * Reads one value and stops. What follows is not looked at, except for the one character after
-     * a number or a word that shows where it ends. wiq_json_load_error::position is then the end of
+     * Reads one value and stops. What follows is not read, except for the one character after a
+     * number or a word that shows where it ends. wiq_json_load_error::position is then the end of
      * the value, from where the next value can be read.
      */
     WIQ_JSON_ALLOW_TRAILING = 1,
     /**
-     * Makes it a failure (WIQ_ERR_JSON_DUPLICATE_KEY (-1047)) if an object has the same key twice.
+     * Makes the load fail with WIQ_ERR_JSON_DUPLICATE_KEY (-1047) if an object has the same key
+     * twice.
      */
     WIQ_JSON_REJECT_DUPLICATES = 2
 };
@@ -1072,27 +1073,28 @@ enum wiq_json_load_flag {
  *
  * A load first sets status 0, line 1, column 0 and position 0, whatever the record held. So unlike
  * a chaining status, an old failure in the record does not keep the load from running. A successful
- * load then sets only `position`; a load that fails sets all four fields to the place of the
- * failure.
+ * load then sets only `position`; a load that fails sets all four fields, to the status and the
+ * location of the failure.
  *
- * The character at which the failure was noticed has been consumed, so its own place is reported:
- * in `[1,]` this is column 4. Only the character after a number or a word is not counted: `[nul]`
- * fails at column 4.
+ * The character at which the failure was noticed has been consumed, so its own location is
+ * reported: in `[1,]` this is column 4. Only the character after a number or a word is not counted:
+ * `[nul]` fails at column 4.
  *
  * A load fails with one of these statuses:
  * - WIQ_ERR_JSON_TRAILING_DATA (-1040): something follows the value, whether it can be read or not.
  * - WIQ_ERR_JSON_UNEXPECTED_END (-1041): the text ends inside an array or object where a comma or
  *   the closing bracket is expected, or an array's first or next element, or an object's first key.
- * - WIQ_ERR_JSON_UNEXPECTED_TOKEN (-1045): there is something else than expected, or the text ends;
- *   also for an empty text.
+ * - WIQ_ERR_JSON_UNEXPECTED_TOKEN (-1045): there is something other than what is expected, or the
+ *   text ends; also for an empty text.
  * - WIQ_ERR_JSON_BAD_TOKEN (-1046): a value is expected, and what is there cannot be read.
  * - WIQ_ERR_JSON_DUPLICATE_KEY: see ::WIQ_JSON_REJECT_DUPLICATES.
  * - WIQ_ERR_NO_MEMORY: out of memory.
  * - WIQ_ERR_INVALID_ARG: the text or stream is NULL.
  *
- * Only if the first token of the text cannot be read does the status tell why. Inside an array or
- * object it is WIQ_ERR_JSON_BAD_TOKEN where a value is expected, and WIQ_ERR_JSON_UNEXPECTED_TOKEN
- * where a key, colon, comma or bracket is expected. For the first token it is one of these:
+ * The status tells why a token cannot be read only if it is the first one of the text. Inside an
+ * array or object it is WIQ_ERR_JSON_BAD_TOKEN where a value is expected, and
+ * WIQ_ERR_JSON_UNEXPECTED_TOKEN where a key, colon, comma or bracket is expected. For the first
+ * token it is one of these:
  * - WIQ_ERR_JSON_UNEXPECTED_END: the text ends inside a string.
  * - WIQ_ERR_JSON_CONTROL_CHAR (-1042): a string contains a character below 0x20.
  * - WIQ_ERR_JSON_BAD_ESCAPE (-1043): an escape has the wrong form.
@@ -1115,7 +1117,7 @@ typedef struct wiq_json_load_error {
 /**
  * Parses a string.
  * @param text  ends at its first NUL; for NULL the status is WIQ_ERR_INVALID_ARG. It is not needed
- *              any more when the call returns.
+ *              after the call.
  * @param flags of ::wiq_json_load_flag; 0 for none
  * @param err   receives how the load ended (::wiq_json_load_error lists every status); may be NULL
  * @return a new tree, which the caller releases with wiq_json_unref(); NULL on failure, with
@@ -1124,8 +1126,8 @@ typedef struct wiq_json_load_error {
 KE_API wiq_json_t* wiq_json_loads(const char* text, i32 flags, wiq_json_load_error* err);
 
 /**
- * Parses what an open stream holds from its position on. Line, column and position count from
- * there.
+ * Parses the rest of an open stream, from its current position. Line, column and position count
+ * from there.
  *
  * A NUL is a character like any other, which begins no token; a NUL directly after a number or a
  * word is read with it and otherwise ignored.
@@ -1154,10 +1156,10 @@ typedef struct WiqJsonVisitor {
  * The class record of WiqJsonVisitor. Every slot returns 0 to go on; any other status ends the
  * walk.
  *
- * Slots may add, remove and replace children of what is being walked. The keys of an object and the
- * length of an array are read before the first child is visited. Each child is then looked up when
- * its turn comes; it is NULL if it is gone, which the slots of the base class refuse with
- * WIQ_ERR_INVALID_ARG. The base class refuses a node with a tag above 10 with
+ * Slots may add, remove and replace children of the containers being walked. The keys of an object
+ * and the length of an array are read before the first child is visited. Each child is then looked
+ * up when its turn comes; if the child is gone, it is NULL, which the slots of the base class
+ * refuse with WIQ_ERR_INVALID_ARG. The base class refuses a node with a tag above 10 with
  * WIQ_ERR_BAD_JSON_TYPE.
  */
 typedef struct WiqJsonVisitorClass {
@@ -1208,13 +1210,13 @@ enum wiq_json_dump_flag {
     WIQ_JSON_DUMP_U128_AS_OBJECT =
         2,                       /**< writes a 128-bit integer as {"u128":"..."}, not as a number */
     WIQ_JSON_DUMP_SORT_KEYS = 4, /**< sorts members by the bytes of their keys */
-    WIQ_JSON_DUMP_PRETTY = 8     /**< a line for each child, indented by two spaces per level */
+    WIQ_JSON_DUMP_PRETTY = 8     /**< puts each child on a line, indented by two spaces per level */
 };
 
 /**
  * Writes a document as text, into a new string.
  *
- * Members come in the object's order, or sorted. Doubles have six decimals and no exponent.
+ * Members are written in the object's order, or sorted. Doubles have six decimals and no exponent.
  * Infinities and NaN are written as "inf", "-inf", "nan" and "-nan", which no JSON parser reads.
  * Characters beyond ASCII are written raw. Documents of any depth can be written.
  * @param node  the document
@@ -1251,7 +1253,7 @@ KE_API i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 
  * @return the number of bytes written, or 2^31 - 1 if there are more; WIQ_ERR_INVALID_ARG,
  *         WIQ_ERR_NO_MEMORY, WIQ_ERR_BAD_FORMAT or WIQ_ERR_BAD_JSON_TYPE as in wiq_json_sdump(),
  *         though the length is not limited; -1 if the stream failed. What was written before a
- *         failure stays; a string that is not valid UTF-8 is not written even in part.
+ *         failure stays; no part of a string that is not valid UTF-8 is written.
  */
 KE_API i32 wiq_json_fdump(wiq_json_t* node, FILE* fp, u32 flags, u32 indent);
 
@@ -1264,10 +1266,10 @@ KE_API i32 wiq_json_fdump(wiq_json_t* node, FILE* fp, u32 flags, u32 indent);
 KE_API char* wiq_json_escape_str(const char* text);
 
 /**
- * Appends a text to a buffer, escaped for JSON, without adding quotes. Escaped are the quote, the
- * backslash and characters below 0x20.
+ * Appends a text to a buffer, escaped for JSON, without adding quotes. The quote, the backslash and
+ * characters below 0x20 are escaped.
  *
- * When out of memory, an append that failed is not reported.
+ * An append that fails when out of memory is not reported.
  * @param text UTF-8; may lie in the buffer
  * @param buf  the buffer
  * @return the length of the buffer; WIQ_ERR_INVALID_ARG if an argument is NULL; WIQ_ERR_BAD_FORMAT
@@ -1293,19 +1295,19 @@ KE_API wiq_json_t* wiq_json_jref_new(const char* uri, u32* err);
 /**
  * Returns the pointer text of a reference.
  * @param node may be NULL
- * @return the text, which the node keeps owning; NULL for any other node and for NULL
+ * @return the text, still owned by the node; NULL for any other node and for NULL
  */
 KE_API const char* wiq_json_jref_uri(const wiq_json_t* node);
 
 /**
- * Follows a reference by one step, to what its pointer names in its own tree. That may be a
- * reference again.
+ * Follows a reference by one step, to what its pointer names in its own tree. That may be another
+ * reference.
  * @param node the reference
  * @param err  chaining status: WIQ_ERR_INVALID_ARG if `node` is not a reference;
  *             WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE, WIQ_ERR_KEY_NOT_FOUND,
  *             WIQ_ERR_INDEX_OUT_OF_RANGE, WIQ_ERR_WRONG_TYPE or WIQ_ERR_NO_MEMORY as in
  *             wiq_json_ptr_get()
- * @return the node, which the tree keeps owning; NULL on failure
+ * @return the node, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_jref_resolve(const wiq_json_t* node, u32* err);
 
@@ -1313,11 +1315,11 @@ KE_API wiq_json_t* wiq_json_jref_resolve(const wiq_json_t* node, u32* err);
  * Follows references to the first value that is not a reference.
  * @param node the first reference
  * @param err  chaining status: 0 if a reference was followed; WIQ_ERR_INVALID_ARG if `node` is not
- *             a reference, in which case it is returned all the same; WIQ_ERR_JREF_CYCLE (-1052) if
+ *             a reference, in which case `node` itself is returned; WIQ_ERR_JREF_CYCLE (-1052) if
  *             the references lead back to themselves; WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *             WIQ_ERR_KEY_NOT_FOUND, WIQ_ERR_INDEX_OUT_OF_RANGE, WIQ_ERR_WRONG_TYPE or
  *             WIQ_ERR_NO_MEMORY as in wiq_json_ptr_get()
- * @return the value, which the tree keeps owning; NULL on failure
+ * @return the value, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
 
@@ -1330,10 +1332,9 @@ KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
  * contains is expanded. Documents of any depth can be expanded.
  *
  * The result may be exponentially larger than the document: sixty lists, each of two references to
- * the one before, stand for 2^60 values, and expanding them fails only when all memory is taken.
- * Check documents from strangers first, or follow single references with wiq_json_jref_deref(). The
- * C++ layer counts the values of the result before it makes any (`ke::json_ref::expand` with a
- * limit).
+ * the one before, become 2^60 values, and expanding them fails only when all memory is taken. Check
+ * untrusted documents first, or follow single references with wiq_json_jref_deref(). The C++ layer
+ * counts the values of the result before it makes any (`ke::json_ref::expand` with a limit).
  * @param root the node to begin at
  * @return 0; WIQ_ERR_INVALID_ARG if `root` is NULL; WIQ_ERR_JREF_CYCLE for references that lead
  *         back to themselves; WIQ_ERR_BAD_JSON_TYPE for a damaged node; WIQ_ERR_NO_MEMORY when out
@@ -1365,18 +1366,18 @@ KE_API i32 wiq_json_jref_expand(wiq_json_t* root);
  * @param fail_prefix on failure, receives a new string with the pointer up to and including the
  *                    step that failed, which the caller releases with free(). It is not written if
  *                    the status is WIQ_ERR_INVALID_ARG or WIQ_ERR_NO_MEMORY. May be NULL.
- * @return the value, which the tree keeps owning; NULL on failure
+ * @return the value, still owned by the tree; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_get(wiq_json_t* root, const char* ptr, u32* err,
                                     char** fail_prefix);
 
 /**
- * Stores a value at the place that a JSON pointer names.
+ * Stores a value at the position that a JSON pointer names.
  *
  * Missing containers on the way are made: an array if the next step is a number or "-", otherwise
  * an object. In an array, "-" appends. Only the last step replaces an existing value.
  *
- * An empty step ends the way early: the value is then stored under the step before it, once more.
+ * An empty step ends the pointer early: the value is then stored under the previous step once more.
  * For example, "/a/" stores at "/a/a".
  * @param root  the container at which the pointer begins
  * @param ptr   a JSON pointer that is not empty and does not begin with "#"
@@ -1398,7 +1399,7 @@ KE_API i32 wiq_json_ptr_put(wiq_json_t* root, const char* ptr, wiq_json_t* value
  * @param err  receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *             WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
  *             wiq_json_ptr_put(); WIQ_ERR_NO_MEMORY also if the value cannot be made. It does not
- *             chain: it is not read first. May be NULL.
+ *             chain: it is not read on entry. May be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_obj(wiq_json_t* root, const char* ptr, u32* err);
@@ -1409,7 +1410,7 @@ KE_API wiq_json_t* wiq_json_ptr_put_obj(wiq_json_t* root, const char* ptr, u32* 
  * @param ptr  as in wiq_json_ptr_put_obj()
  * @param err  receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *             WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
- *             wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ *             wiq_json_ptr_put_obj(). Not read on entry; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_array(wiq_json_t* root, const char* ptr, u32* err);
@@ -1421,7 +1422,7 @@ KE_API wiq_json_t* wiq_json_ptr_put_array(wiq_json_t* root, const char* ptr, u32
  * @param value true or false
  * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
- *              wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ *              wiq_json_ptr_put_obj(). Not read on entry; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_bool(wiq_json_t* root, const char* ptr, bool value, u32* err);
@@ -1433,7 +1434,7 @@ KE_API wiq_json_t* wiq_json_ptr_put_bool(wiq_json_t* root, const char* ptr, bool
  * @param value the number; NaN and infinities are accepted like any other
  * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
- *              wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ *              wiq_json_ptr_put_obj(). Not read on entry; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_double(wiq_json_t* root, const char* ptr, double value,
@@ -1446,7 +1447,7 @@ KE_API wiq_json_t* wiq_json_ptr_put_double(wiq_json_t* root, const char* ptr, do
  * @param value the number
  * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
- *              wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ *              wiq_json_ptr_put_obj(). Not read on entry; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_i64(wiq_json_t* root, const char* ptr, i64 value, u32* err);
@@ -1458,7 +1459,7 @@ KE_API wiq_json_t* wiq_json_ptr_put_i64(wiq_json_t* root, const char* ptr, i64 v
  * @param value the number
  * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
- *              wiq_json_ptr_put_obj(). Not read first; may be NULL.
+ *              wiq_json_ptr_put_obj(). Not read on entry; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_u64(wiq_json_t* root, const char* ptr, u64 value, u32* err);
@@ -1470,8 +1471,8 @@ KE_API wiq_json_t* wiq_json_ptr_put_u64(wiq_json_t* root, const char* ptr, u64 v
  * @param value the number, which is copied
  * @param err   receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *              WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
- *              wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if `value` is NULL. Not read first;
- *              may be NULL.
+ *              wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if `value` is NULL. Not read on
+ *              entry; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_u128(wiq_json_t* root, const char* ptr,
@@ -1485,8 +1486,8 @@ KE_API wiq_json_t* wiq_json_ptr_put_u128(wiq_json_t* root, const char* ptr,
  *             result is that of wiq_json_str_new()
  * @param err  receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *             WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
- *             wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if `text` is NULL. Not read first;
- *             may be NULL.
+ *             wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if `text` is NULL. Not read on
+ *             entry; may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
 KE_API wiq_json_t* wiq_json_ptr_put_str(wiq_json_t* root, const char* ptr, const char* text,
@@ -1499,7 +1500,7 @@ KE_API wiq_json_t* wiq_json_ptr_put_str(wiq_json_t* root, const char* ptr, const
  * @param uri  a JSON pointer, which is copied; see wiq_json_jref_new()
  * @param err  receives 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE,
  *             WIQ_ERR_WRONG_TYPE, WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_NO_MEMORY as in
- *             wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if `uri` is NULL. Not read first;
+ *             wiq_json_ptr_put_obj(); WIQ_ERR_INVALID_ARG also if `uri` is NULL. Not read on entry;
  *             may be NULL.
  * @return the new node, which its container owns; NULL on failure
  */
@@ -1537,7 +1538,7 @@ KE_API i32 wiq_json_ptr_ext(const wiq_json_t* node, wiq_strbuf* buf);
 KE_API i32 wiq_json_ptr_build_obj_ext(const wiq_json_t* obj, const char* key, wiq_strbuf* buf);
 
 /**
- * Appends the JSON pointer of the place after the last element of an array to a buffer.
+ * Appends the JSON pointer of the position after the last element of an array to a buffer.
  * @param array the array
  * @param buf   the buffer
  * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL or `array` is not an array;

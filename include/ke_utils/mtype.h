@@ -1,7 +1,7 @@
 /**
  * @file mtype.h
  * Declares the tagged value: one record that holds a number, a boolean, a status, a string, a blob,
- * a pointer or a 128-bit number, and knows which of them. JSON values are in json.h.
+ * a pointer or a 128-bit number, and a tag that tells which. JSON values are in json.h.
  */
 #ifndef KE_UTILS_MTYPE_H
 #define KE_UTILS_MTYPE_H
@@ -79,8 +79,8 @@ KE_API void wiq_mtype_init(wiq_mtype* value);
 /**
  * Releases what the value owns.
  *
- * The type tag stays, so the value must be set or initialised before it is read again. To finalize
- * a value twice is harmless.
+ * The type tag stays, so the value must be set or initialised before it is read again. Finalizing a
+ * value twice is harmless.
  * @param value the value
  * @return 0, or WIQ_ERR_INVALID_ARG (-7000) if `value` is NULL
  */
@@ -170,11 +170,11 @@ KE_API i32 wiq_mtype_set_uint128(wiq_mtype* value, wiq_uint128 number);
  * Stores a string.
  *
  * With `copy`, the string may be part of what the value owns, for example the value's own string.
- * Without it, it must not, since that is released.
+ * Without `copy`, it must not be, since what the value owns is released.
  * @param value an initialised value; what it owned is released
- * @param str   NUL-terminated; NULL is stored as it is
- * @param copy  nonzero to store a copy, which the value owns; 0 to store the pointer itself, which
- *              stays the caller's
+ * @param str   NUL-terminated; NULL is stored as NULL
+ * @param copy  nonzero to store a copy, which the value owns; 0 to store the pointer itself, and
+ *              the caller still owns the string
  * @return 0; WIQ_ERR_INVALID_ARG if `value` is NULL; WIQ_ERR_NO_MEMORY when out of memory for the
  *         copy, with the old contents gone
  */
@@ -183,8 +183,8 @@ KE_API i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy);
 /**
  * Stores bytes. A blob of 65535 bytes or more has a record of its own, which is allocated.
  *
- * With `copy`, the bytes may be part of what the value owns. Without it, they must not, since that
- * is released.
+ * With `copy`, the bytes may be part of what the value owns. Without `copy`, they must not be,
+ * since what the value owns is released.
  * @param value an initialised value; what it owned is released
  * @param data  may be NULL
  * @param size  number of bytes; a copy of no bytes is stored as NULL
@@ -197,7 +197,7 @@ KE_API i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy);
 KE_API i32 wiq_mtype_set_blob(wiq_mtype* value, const void* data, u64 size, u8 copy, u8 own);
 
 /**
- * Stores a pointer. It must not be one that the value owns already, since that is released.
+ * Stores a pointer. It must not be a pointer that the value already owns, since that is released.
  * @param value an initialised value; what it owned is released
  * @param ptr   any pointer; may be NULL
  * @param own   nonzero if the value is to release the pointer with free()
@@ -331,7 +331,7 @@ KE_API i32 wiq_mtype_copy_ref(const wiq_mtype* src, wiq_mtype* dst);
  * bytes, pointers by their address.
  * @param a may be NULL
  * @param b may be NULL
- * @return true if they are equal; false too if `a` or `b` is NULL
+ * @return true if they are equal; also false if `a` or `b` is NULL
  */
 KE_API bool wiq_mtype_equal(const wiq_mtype* a, const wiq_mtype* b);
 
@@ -342,7 +342,7 @@ KE_API bool wiq_mtype_equal_utf8(const wiq_mtype* a, const wiq_mtype* b);
  * Converts a number, or a string that is a number, without loss.
  * @param value the value
  * @param out   receives the number on success only
- * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL, or the value is a string and holds NULL;
+ * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL, or the value is a string that is NULL;
  *         WIQ_ERR_RANGE (-7001) for a string that is out of range; WIQ_ERR_NOT_INTEGRAL (-7002) for
  *         a fraction; WIQ_ERR_BAD_FORMAT (-7003) for a number that is negative or too large, for
  *         NaN, for a string that is not a number, and for any other type
@@ -350,7 +350,7 @@ KE_API bool wiq_mtype_equal_utf8(const wiq_mtype* a, const wiq_mtype* b);
 KE_API i32 wiq_mtype_to_uint32(const wiq_mtype* value, u32* out);
 
 /**
- * Does what wiq_mtype_to_uint32() does, with 64 bits. Of a double, exactly 2^64 is accepted and
+ * Does what wiq_mtype_to_uint32() does, with 64 bits. A double of exactly 2^64 is accepted and
  * gives 2^63.
  * @param value the value
  * @param out   receives the number on success only

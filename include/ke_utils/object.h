@@ -35,7 +35,7 @@ typedef struct WiqObject {
 /**
  * Initialises the fields that a type adds to a new instance, which is filled with zero bytes.
  *
- * It must not release the instance. If object_new() fails, references that it took to the instance
+ * It must not release the instance. If object_new() fails, references to the instance that it took
  * are void.
  * @return 0; any other value makes object_new() return NULL
  */
@@ -44,19 +44,19 @@ typedef i32 (*WiqInstanceInitFn)(WiqObject* object);
 /**
  * Releases what the fields of a type hold.
  *
- * The instance is freed whatever happens here. A reference that the function takes to it must be
- * given up before the function returns; that does not run the finalisers again. The function must
- * not call object_delete() for the instance.
+ * The instance is freed in any case. A reference to it that the function takes must be released
+ * before the function returns; that does not run the finalisers again. The function must not call
+ * object_delete() for the instance.
  */
 typedef void (*WiqInstanceFinalizeFn)(WiqObject* object);
 
 /**
  * Fills or changes a class record.
  *
- * It runs while the lock of the type whose class is built is held. During that time, object_new()
- * of this type, or of a type that derives from it, returns NULL in this thread. The function must
- * not wait for a thread that needs the class. So types whose initialisers make objects of each
- * other must not be used for the first time by two threads at once. The function must not call
+ * It runs under the lock of the type whose class is being built. During that time, object_new() of
+ * this type, or of a type that derives from it, returns NULL in this thread. The function must not
+ * wait for a thread that needs the class. So types whose initialisers make objects of each other
+ * must not be used for the first time by two threads at once. The function must not call
  * type_uninit() for such a type.
  * @return 0; any other value keeps the class from being built
  */
@@ -79,7 +79,7 @@ struct WiqType {
      *  names the parent as its type. */
     WiqClassInitFn class_base_init;
     WiqClass* klass; /**< the class record once it is built; NULL before */
-    int initialised; /**< nonzero from type_init() to type_uninit(); 0 before */
+    int initialised; /**< nonzero from type_init() to type_uninit(), otherwise 0 */
     wiq_mutex lock;  /**< held while the class is built */
 };
 
@@ -90,16 +90,16 @@ extern KE_API WiqType ObjectType;
  * Makes a type usable and registers it.
  *
  * Nothing is locked: register types before threads use them.
- * @param type   lives as long as the process. For NULL, and for a type that is initialised already,
- *               nothing is done and 0 is returned.
- * @param parent stored into the descriptor unless it is NULL
+ * @param type   must live as long as the process. For NULL, and for a type that is already
+ *               initialised, the function does nothing and returns 0.
+ * @param parent stored in the descriptor unless it is NULL
  * @return 0; WIQ_ERR_LOCK_INIT (-5007) if the lock cannot be made; WIQ_ERR_NO_MEMORY (-5000) when
  *         out of memory for the registry, in which case the function may be called again
  */
 KE_API i32 type_init(WiqType* type, WiqType* parent);
 
 /**
- * Destroys the lock of an initialised type. Its class record and its place in the registry stay.
+ * Destroys the lock of an initialised type. Its class record and its entry in the registry stay.
  * @param type the type; NULL, or a type that is not initialised, is ignored
  * @return 0
  */
@@ -115,8 +115,8 @@ KE_API i32 type_uninit(WiqType* type);
 KE_API WiqType** type_list(u32* count);
 
 /**
- * Tells whether `child` derives from `parent`, at any distance. False if either is NULL, and for a
- * type and itself.
+ * Tells whether `child` derives from `parent`, at any distance. False if either is NULL, or if both
+ * are the same type.
  */
 KE_API bool type_is_child(const WiqType* parent, const WiqType* child);
 
@@ -142,7 +142,7 @@ KE_API WiqClass* class_get_super_class(WiqClass* klass, const WiqType* type);
 /**
  * Makes an instance with a reference count of 1.
  *
- * The class is built first if it has not been yet; threads may do so at the same time. The
+ * If the class has not been built yet, it is built first; threads may do so at the same time. The
  * initialisers run from the root type down.
  * @param type an initialised type
  * @return the object, which object_unref() releases. NULL when out of memory; if the class cannot

@@ -25,10 +25,10 @@ extern "C" {
  *  take positional arguments ("%1$s", "%2$d"), so that a translated format may reorder its
  *  arguments.
  *
- *  Every platform refuses, as if the runtime did, a format with a "%n" conversion, with positions
- *  that leave one out, or with a width or precision beyond 31 bits. Integers, strings and
- *  characters in ASCII, and finite real numbers are written the same way everywhere, except for
- *  what this table lists. "Refused" means WIQ_ERR_FAILED (-7), or a negative length.
+ *  Every platform refuses, as if the runtime did, a format with a "%n" conversion, with a gap in
+ *  its positions, or with a width or precision beyond 31 bits. Integers, strings and characters in
+ *  ASCII, and finite real numbers are written the same way everywhere, except for what this table
+ *  lists. "Refused" means WIQ_ERR_FAILED (-7), or a negative length.
  *
  *  | what | Linux | Windows, UCRT | Windows, msvcrt.dll |
  *  |---|---|---|---|
@@ -42,11 +42,11 @@ extern "C" {
  *  | "%ld" | 64 bits | 32 bits | 32 bits |
  *  | "%Lf" | long double | double | double |
  *  | "%hhd" of 300 | 44 | 44 | 300 |
- *  | "%05s" of "ab" | spaces in front | zeros in front | zeros in front |
+ *  | "%05s" of "ab" | leading spaces | leading zeros | leading zeros |
  *  | "%.3s" of NULL | nothing | (nu | (nu |
- *  | "%I64d" | not what was meant | a 64-bit integer | a 64-bit integer |
+ *  | "%I64d" | an int, 64 columns wide | a 64-bit integer | a 64-bit integer |
  *  | "%m", "%'d" | error text, grouping | refused | refused |
- *  | an unknown conversion ("%y") | written as it is | refused | refused |
+ *  | an unknown conversion ("%y") | written unchanged | refused | refused |
  *  | "%" at the end | refused | refused | refused |
  *  | arguments both with and without positions | not specified | refused | refused |
  *
@@ -65,20 +65,20 @@ extern "C" {
  *  free(text);
  *  @endcode
  *  If such a block cannot grow, the status is WIQ_ERR_NO_MEMORY (-5000), its pointer becomes NULL
- *  and its size the one that was needed; the old block is not released. A caller who wants to go on
- *  keeps a copy of the pointer beforehand, releases the block through that copy, and sets the pair
- *  to {NULL, 0}. While the pointer is NULL and the size is not 0, the functions return
+ *  and its size the one that was needed; the old block is not released. To continue after such a
+ *  failure, save a copy of the pointer beforehand, release the block through that copy, and set the
+ *  pair to {NULL, 0}. While the pointer is NULL and the size is not 0, the functions return
  *  WIQ_ERR_NO_MEMORY unless they have to allocate anyway.
  *  @{ */
 
 /**
- * Formats into a buffer and cuts the text if the buffer is too small. Positional arguments are not
- * allowed.
+ * Formats into a buffer and truncates the text if the buffer is too small. Positional arguments are
+ * not allowed.
  * @param buf    receives the text, which always ends in a NUL; NULL to measure only
  * @param size   size of the buffer in bytes; 0 to measure only
  * @param format printf format
- * @return the length of the whole text without its NUL, even if it was cut: the text fits if this
- *         is less than `size`. Negative if `format` is NULL or the runtime refuses it.
+ * @return the length of the whole text without its NUL, even if it was truncated: the text fits if
+ *         this is less than `size`. Negative if `format` is NULL or the runtime refuses it.
  */
 KE_API i32 wiq_snprintf(char* buf, u64 size, const char* format, ...) KE_PRINTF(3, 4);
 
@@ -94,8 +94,8 @@ KE_API i32 wiq_vscprintf(const char* format, va_list args) KE_PRINTF(1, 0);
 /**
  * Formats into a buffer that must be large enough.
  *
- * After a failure the content of the buffer is not specified, except that after a text that did not
- * fit it ends in a NUL.
+ * After a failure the content of the buffer is unspecified, but ends in a NUL if the text did not
+ * fit.
  * @param buf    receives the text and its NUL
  * @param size   size of the buffer in bytes
  * @param format printf format; positional arguments are allowed
@@ -128,8 +128,8 @@ KE_API i32 wiq_vasprintf(char** out, const char* format, va_list args) KE_PRINTF
 /**
  * Formats into a reusable block and overwrites what it held. The arguments must not lie in the
  * block.
- * @param block  the block's pointer. The block is reallocated if the text with its NUL needs as
- *               many bytes as the block has, or more.
+ * @param block  the block's pointer. The block is reallocated if the text with its NUL needs at
+ *               least as many bytes as the block has.
  * @param size   the size of the block in bytes
  * @param format printf format; positional arguments are allowed
  * @return the length of the text; WIQ_ERR_INVALID_ARG if a pointer is NULL; WIQ_ERR_FAILED if the
@@ -178,9 +178,9 @@ KE_API i32 wiq_rastrcat(char** block, u64* size, const char* str);
 /** @} */
 
 /** @defgroup strings String utilities and number parsing
- *  The integer parsers share one policy. They skip leading white space and take an optional sign.
- *  "0x" or "0X" selects base 16, any other leading "0" base 8; otherwise the base is 10. Of the
- *  following cases, the first that applies gives the status:
+ *  The integer parsers share one policy. They skip leading white space and accept an optional sign.
+ *  "0x" or "0X" selects base 16, any other leading "0" base 8; otherwise the base is 10. The first
+ *  of the following cases that applies gives the status:
  *
  *  | status | when | value stored |
  *  |---|---|---|
@@ -192,7 +192,7 @@ KE_API i32 wiq_rastrcat(char** block, u64* size, const char* str);
  *  | 0 | otherwise | the number |
  *
  *  A wrapped number consists of the low bits of the number, which is first clamped to the range of
- *  an i64: wiq_strtouint16() stores 65535 for "-1". (wiq_strtouint64() differs, see there.)
+ *  an i64: wiq_strtouint16() stores 65535 for "-1". (wiq_strtouint64() differs; see its comment.)
  *  @{ */
 
 /**
@@ -249,8 +249,8 @@ KE_API i32 wiq_strtouint64(const char* text, u64* out);
 /**
  * Reads a double, correctly rounded.
  *
- * The text may begin with white space and a sign. Then follow decimal digits with an optional "."
- * and exponent, a hexadecimal number ("0x1.8p3"), "inf", "infinity", "nan" or "nan(...)", with
+ * The text may begin with white space and a sign. After that come decimal digits with an optional
+ * "." and exponent, a hexadecimal number ("0x1.8p3"), "inf", "infinity", "nan" or "nan(...)", with
  * letters in either case.
  * @param text the text; the number must reach to its end
  * @param out  receives the value: an infinity for a magnitude beyond the range of a double, which
@@ -283,15 +283,15 @@ KE_API i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, b
 KE_API void trim_in_place(char* str);
 
 /**
- * Turns every ASCII letter of a string into upper case, in place.
+ * Converts every ASCII letter of a string to upper case, in place.
  * @param str may be NULL
  * @return `str`
  */
 KE_API char* wiq_upper_all(char* str);
 
 /**
- * Turns the first character of a string, and every character after a space, into upper case if it
- * is an ASCII letter, in place. A tab or line feed does not begin a word. Nothing is turned into
+ * Converts the first character of a string, and every character after a space, to upper case if it
+ * is an ASCII letter, in place. A tab or line feed does not begin a word. Nothing is converted to
  * lower case.
  * @param str may be NULL
  * @return `str`
@@ -310,7 +310,7 @@ KE_API char* wiq_strchr_replace(char* str, char from, char to);
 /**
  * Returns the length of a string that may have no NUL.
  * @param str the bytes; NULL counts as empty
- * @param max number of bytes to look at, at most
+ * @param max maximum number of bytes to read
  * @return the number of bytes before the first NUL, at most `max`
  */
 KE_API u64 wiq_strnlen(const char* str, u64 max);
@@ -346,8 +346,8 @@ typedef struct wiq_uint128 {
 } wiq_uint128;
 
 /**
- * An unsigned 24-bit value as records of fixed layout hold it: three bytes, the least significant
- * first.
+ * An unsigned 24-bit value as it is stored in records of fixed layout: three bytes, the least
+ * significant first.
  */
 typedef struct wiq_uint24 {
     u8 bytes[3]; /**< bits 0 to 23 */
@@ -397,8 +397,8 @@ KE_API bool wiq_uint128_le(wiq_uint128 a, wiq_uint128 b);
  * Reads an unsigned 128-bit number.
  *
  * Spaces and tabs are skipped. An optional "-" negates the value modulo 2^128; "+" is not accepted.
- * Then follow "0x" or "0X" and hexadecimal digits, "0" and octal digits, or decimal digits. A text
- * without any digits ("0x", "-", spaces) is read as 0. A number that is too long wraps modulo
+ * After that come "0x" or "0X" and hexadecimal digits, "0" and octal digits, or decimal digits. A
+ * text without any digits ("0x", "-", spaces) is read as 0. A number that is too long wraps modulo
  * 2^128.
  * @param text the text; the number must reach to its end
  * @param out  receives the value. If a character is not a digit of the base, it receives the value
@@ -461,9 +461,8 @@ KE_API size_t wiq_base64_decode_len(const char* in, size_t n);
 /**
  * Decodes base64 text of the standard alphabet.
  *
- * Line feeds are skipped, and nothing else: a carriage return or space is invalid. The first "="
- * ends the text, whatever follows it. Padding may be missing; a single character that is left over
- * at the end is dropped.
+ * Only line feeds are skipped: a carriage return or space is invalid. The first "=" ends the text,
+ * whatever follows it. Padding may be missing; a single leftover character at the end is dropped.
  * @param in      the text
  * @param n       its length in bytes; it need not be NUL-terminated
  * @param out     receives the bytes, without a terminator; may be `in` itself
@@ -503,7 +502,7 @@ typedef i32 (*WiqMemdumpFn)(void* user, u64 offset, const char* hex, const char*
  * @endcode
  * Each full group is followed by a space, and each full block by `block_gap` more spaces; nothing
  * follows the last byte of a line. Groups and blocks are counted from the start of the data. So if
- * their size does not divide that of a line, the separators stand in different columns in different
+ * their size does not divide that of a line, the separators are in different columns in different
  * lines.
  * @param data        the bytes
  * @param len         their number, not 0
@@ -547,7 +546,7 @@ KE_API u64 wiq_get_lba_count_idema(u64 gb, int sector_size);
  * Returns the number of bytes of a disk.
  * @param gb          the capacity in decimal gigabytes
  * @param sector_size size of a logical sector in bytes. It selects the rule, and the number of
- *                    blocks is multiplied by it as it is: the result for 520 is 520 times the
+ *                    blocks is multiplied by this very size: the result for 520 is 520 times the
  *                    number of blocks for 512.
  * @return the number of bytes
  */

@@ -1,6 +1,6 @@
 /**
  * @file types.h
- * Defines what every other public header is written in: fixed-width integers, the export and format
+ * Defines what all other public headers use: fixed-width integers, the export and format
  * attributes, and the record for a mutex. It declares no function; for those see core.h and the
  * other headers.
  */

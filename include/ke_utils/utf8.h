@@ -1,8 +1,8 @@
 /**
  * @file utf8.h
- * Declares helpers for JSON text beyond ASCII. The parser of json.h reads ASCII with "\u" escapes,
- * but the serializer writes such characters raw, so what was saved could not be loaded. With these
- * helpers it can.
+ * Declares helpers for JSON text beyond ASCII. The parser of json.h reads only ASCII, with "\u"
+ * escapes for other characters, but the serializer writes such characters raw. So what it writes
+ * may not be readable again. With these helpers it is.
  *
  * They are inline and add no export to the library. Include this header where you need them;
  * ke_utils.h does not include it.
@@ -97,8 +97,8 @@ static inline char* ke_utf8_put_(char* to, const char* from, size_t length) {
 }
 
 /*
- * Stores the place in a text that corresponds to a place in its escaped form: that after the
- * characters that become `escaped` bytes.
+ * Stores the location in a text that corresponds to an offset in its escaped form: the location
+ * after the characters that become `escaped` bytes.
  */
 static inline void ke_utf8_place_(const char* text, size_t size, size_t start, size_t escaped,
                                   wiq_json_load_error* err) {
@@ -122,14 +122,14 @@ static inline void ke_utf8_place_(const char* text, size_t size, size_t start, s
 /** @endcond */
 
 /**
- * Turns UTF-8 text into the ASCII that the JSON parser reads.
+ * Converts UTF-8 text to the ASCII that the JSON parser reads.
  *
  * Every character beyond ASCII becomes its "\u" escape, or a pair of them. A byte order mark at the
  * beginning is left out.
  * @param text the text, which needs no NUL after it; NULL only if `size` is 0
  * @param size length of the text in bytes
  * @param err  receives status 0; WIQ_ERR_JSON_BAD_UTF8 (-1049), or WIQ_ERR_JSON_BAD_TOKEN (-1046)
- *             for a NUL, with the place of the bad byte, which is counted; WIQ_ERR_INVALID_ARG
+ *             for a NUL, with the location of the bad byte, which is counted; WIQ_ERR_INVALID_ARG
  *             (-7000) if a needed `text` is NULL; WIQ_ERR_NO_MEMORY (-5000) when out of memory. May
  *             be NULL.
  * @return a new NUL-terminated text, which the caller releases with free(); NULL on failure
@@ -173,15 +173,16 @@ static inline char* ke_utf8_to_json_ascii(const char* text, size_t size, wiq_jso
 }
 
 /**
- * Does what wiq_json_loads() does for UTF-8 text, with or without a byte order mark.
+ * Does what wiq_json_loads() does, but for UTF-8 text, with or without a byte order mark.
  * @param text  the text, which needs no NUL after it and must not contain one
  * @param size  length of the text in bytes
  * @param flags of ::wiq_json_load_flag
  * @param err   receives how the load ended (::wiq_json_load_error lists every status; the text must
- *              be valid UTF-8 as for ke_utf8_to_json_ascii()), with the place in `text`: columns
- *              count characters, positions bytes (a byte order mark counts as bytes, but not as a
- *              character). If the text before the place has 2^31 - 1 bytes or more with its escapes,
- *              the place is that in the escaped text, whose position stays at 2^31 - 1. May be NULL.
+ *              be valid UTF-8 as for ke_utf8_to_json_ascii()), with the location in `text`: columns
+ *              count characters, positions count bytes (a byte order mark counts as bytes, but not
+ *              as a character). If the text before the location has 2^31 - 1 bytes or more in its
+ *              escaped form, the location is the one in the escaped text, and its position is
+ *              2^31 - 1. May be NULL.
  * @return a new tree, which the caller releases with wiq_json_unref(); NULL on failure
  */
 static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 flags,
@@ -195,7 +196,7 @@ static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 
         return NULL;
     root = wiq_json_loads(ascii, flags, err);
     free(ascii);
-    /* A position at its limit no longer says where in the escaped text the place is. */
+    /* A position at its limit no longer tells the location in the escaped text. */
     if (err->position < 0x7FFFFFFF) {
         const i32 status = err->status;
         const size_t start = size >= 3 && memcmp(text, "\xEF\xBB\xBF", 3) == 0 ? 3 : 0;
@@ -211,8 +212,8 @@ static inline wiq_json_t* ke_json_loads_utf8(const char* text, size_t size, i32 
 }
 
 /**
- * Does what wiq_json_sdump() does, but writes ASCII: characters beyond it as "\u" escapes, so that
- * every JSON parser can read the text, including that of this library.
+ * Does what wiq_json_sdump() does, but writes ASCII, with "\u" escapes for other characters, so
+ * that every JSON parser can read the text, including that of this library.
  * @param node  the document
  * @param out   receives a new string, which the caller releases with free(); unchanged on failure
  * @param flags of ::wiq_json_dump_flag
