@@ -86,7 +86,7 @@ class vector {
         new (place) T(copy);
         return 0;
     }
-    /** Replaces the contents by copies of `count` elements, which may lie in this vector, too.
+    /** Replaces the contents with copies of `count` elements, which may lie in this vector, too.
      *  Returns 0; WIQ_ERR_INVALID_ARG (-7000) for a negative count; WIQ_ERR_NO_MEMORY when out of
      *  memory. After a failure the vector is unchanged. */
     status assign(const T* first, i32 count) noexcept {
@@ -111,12 +111,12 @@ class vector {
     }
     /** Removes the last `count` elements. Returns 0, or WIQ_ERR_INVALID_ARG if there are fewer. */
     status pop_back(i32 count = 1) noexcept { return wiq_vector_pop(&vec_, count); }
-    /** Resizes the block so that it has room for exactly so many more elements. Returns 0;
+    /** Resizes the block so that it has room for exactly `extra` more elements. Returns 0;
      *  WIQ_ERR_INVALID_ARG for a negative number; WIQ_ERR_NO_MEMORY when out of memory. */
     status reserve_extra(i32 extra) noexcept { return wiq_vector_extra_capacity(&vec_, extra); }
     /** Removes all elements and keeps the block. */
     void clear() noexcept { (void)wiq_vector_resize(&vec_, 0); }
-    /** Returns the vector of the C interface, which stays owned. */
+    /** Returns the vector of the C interface, still owned by this object. */
     wiq_vector* get() noexcept { return &vec_; }
 
   private:
@@ -178,18 +178,18 @@ class map {
 
     /** Returns the number of entries. */
     u64 size() const noexcept { return ready_ ? map_.size : 0; }
-    /** Tells whether it is empty. */
+    /** Tells whether there are no entries. */
     bool empty() const noexcept { return size() == 0; }
-    /** Tells whether a key is there. */
+    /** Tells whether there is an entry under a key. */
     bool contains(const text_arg& key) const noexcept { return find(key) != nullptr; }
     /** Returns the value under a key, or nullptr if the key is absent. */
     V* find(const text_arg& key) noexcept { return static_cast<V*>(lookup(key)); }
     /** Returns the value under a key, or nullptr if the key is absent. */
     const V* find(const text_arg& key) const noexcept { return static_cast<V*>(lookup(key)); }
 
-    /** Stores a value under a key and replaces the value that is there. Returns 0;
-     *  WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_INVALID_ARG for a key that is NULL or has a NUL
-     *  inside. After a failure the map is unchanged. */
+    /** Stores a value under a key, replacing any value that is there. Returns 0; WIQ_ERR_NO_MEMORY
+     *  when out of memory; WIQ_ERR_INVALID_ARG for a key that is NULL or has a NUL inside. After a
+     *  failure the map is unchanged. */
     status set(const text_arg& key, V value) {
         if (key.c_str() == nullptr)
             return key.status() != 0 ? key.status() : static_cast<i32>(WIQ_ERR_INVALID_ARG);
@@ -283,8 +283,8 @@ class map {
     const_iterator begin() const noexcept { return {&map_, ready_ ? 0 : map_.bucket_count}; }
     const_iterator end() const noexcept { return {&map_, map_.bucket_count}; }
     /** @} */
-    /** Returns the map of the C interface, which stays owned. Its keys are `char*` from malloc(),
-     *  and its values are `V*` from new. */
+    /** Returns the map of the C interface, still owned by this object. Its keys are `char*` from
+     *  malloc(), and its values are `V*` from new. */
     wiq_map* get() noexcept { return &map_; }
 
   private:
@@ -308,7 +308,7 @@ class map {
 template <class V>
 class locked_map {
   public:
-    /** Makes an empty map. If that fails, when out of memory or since the mutex cannot be made,
+    /** Makes an empty map. If that fails, when out of memory or because the mutex cannot be made,
      *  every set() and find_or_make() returns the status. */
     locked_map() noexcept {
         status_ = wiq_safe_map_init(&map_, 0, wiq_hash_str, wiq_cmp_str, std::free,
@@ -324,7 +324,7 @@ class locked_map {
 
     /** Returns the number of entries. */
     u64 size() noexcept { return status_ == 0 ? wiq_safe_map_size(&map_) : 0; }
-    /** Tells whether a key is there. */
+    /** Tells whether there is an entry under a key. */
     bool contains(const text_arg& key) noexcept {
         return status_ == 0 && key.c_str() != nullptr && wiq_safe_map_test_key(&map_, key.c_str());
     }
@@ -382,9 +382,9 @@ class locked_map {
         keeper.rethrow();
         return made;
     }
-    /** Stores a value under a key and replaces the value that is there. Returns 0;
-     *  WIQ_ERR_NO_MEMORY when out of memory; WIQ_ERR_LOCK_INIT if the mutex could not be made;
-     *  WIQ_ERR_INVALID_ARG for a key that is NULL or has a NUL inside. */
+    /** Stores a value under a key, replacing any value that is there. Returns 0; WIQ_ERR_NO_MEMORY
+     *  when out of memory; WIQ_ERR_LOCK_INIT if the mutex could not be made; WIQ_ERR_INVALID_ARG
+     *  for a key that is NULL or has a NUL inside. */
     status set(const text_arg& key, V value) {
         if (status_ != 0 || key.status() != 0)
             return status_ != 0 ? status_ : key.status();
@@ -422,7 +422,7 @@ class locked_map {
     }
     /** Calls `visitor(std::string_view key, V& value)` for every entry while the lock is held. The
      *  visitor must not add or remove entries. An exception that it throws ends the walk and is
-     *  thrown on to the caller. */
+     *  passed on to the caller. */
     template <class Visitor>
     void for_each(Visitor&& visitor) {
         walk([&](void* key, void* value) {
@@ -526,7 +526,7 @@ class string_list {
     void clear() noexcept { (void)wiq_vector_resize(&list_, 0); }
     /** Returns the number of strings. */
     i32 size() const noexcept { return list_.size; }
-    /** Tells whether it is empty. */
+    /** Tells whether there are no strings. */
     bool empty() const noexcept { return list_.size == 0; }
     /** Returns the string at an index, which is not checked. */
     std::string_view operator[](i32 index) const noexcept { return text_of(texts()[index]); }
@@ -566,7 +566,7 @@ class string_list {
     iterator begin() const noexcept { return iterator(texts()); }
     iterator end() const noexcept { return iterator(texts() + list_.size); }
     /** @} */
-    /** Returns the list of the C interface, which stays owned. */
+    /** Returns the list of the C interface, still owned by this object. */
     wiq_strv* get() noexcept { return &list_; }
 
   private:

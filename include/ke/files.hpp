@@ -1,10 +1,9 @@
 /**
  * @file files.hpp
  * Works with files and paths: reads whole files and replaces them atomically, loads and saves
- * documents, makes and removes directories, takes path strings apart and joins them, opens schema
- * files, and converts between UTF-8 and wide text. File names are UTF-8 and may use either
- * separator on both platforms, unless a function's comment says otherwise. INI files are in
- * ini.hpp.
+ * documents, makes and removes directories, splits and joins path strings, opens schema files, and
+ * converts between UTF-8 and wide text. File names are UTF-8 and may use either separator on both
+ * platforms, unless a function's comment says otherwise. INI files are in ini.hpp.
  */
 #ifndef KE_FILES_HPP
 #define KE_FILES_HPP
@@ -121,8 +120,8 @@ inline save_target target_of(const char* path) {
     return {path, true};
 }
 #else
-// Returns the path that a chain of symbolic links ends in, where there need not be a file. Returns
-// "" if the chain does not end.
+// Follows a chain of symbolic links and returns the path at its end, whether or not a file exists.
+// Returns "" if the chain does not end.
 inline std::string end_of_links(std::string path) {
     constexpr int most = 40;  // as many as the system follows
     char text[4096];          // the longest path that the system takes
@@ -137,7 +136,7 @@ inline std::string end_of_links(std::string path) {
 }
 inline save_target target_of(const char* text) {
     std::string path(text);
-    // Linux gets "/" for the library's separator "\", as from the functions of the library.
+    // As in the library's own functions, Linux gets "/" for the separator "\".
     for (char& c : path)
         c = c == '\\' ? '/' : c;
     struct stat there;
@@ -193,14 +192,14 @@ status save(const text_arg& path, Write write) {
 }  // namespace detail
 
 /**
- * Writes a file, and replaces one that is there. The text is written to a temporary file in the
- * same directory and flushed to the disk, and then that file takes the final name in one step.
- * After a failure the old file is unchanged.
+ * Writes a file, replacing any that is there. The text is written to a temporary file in the same
+ * directory and flushed to the disk, and then that file takes the final name in one step. After a
+ * failure the old file is unchanged.
  *
  * On Linux the new file gets the permissions of the one that it replaces; if it replaces none, only
  * its owner may read and write it. A symbolic link is followed, and the file that it leads to is
- * replaced. What is not a file, such as a device or a named pipe, is written to and not replaced. On Windows
- * a symbolic link is replaced itself, and a device is a failure.
+ * replaced. What is not a regular file, such as a device or a named pipe, is written to and not
+ * replaced. On Windows a symbolic link itself is replaced, and a device is a failure.
  * @return 0; a status of wiq_fopen(); WIQ_ERR_IO (-3) if the file cannot be written or replaced
  */
 inline status save_text(const text_arg& path, std::string_view text) {
@@ -212,7 +211,7 @@ inline status save_text(const text_arg& path, std::string_view text) {
 }
 
 /** Loads a UTF-8 document from a file. Returns the document, a status of wiq_load_file(), or a
- *  status of the parser with the place of the mistake. */
+ *  status of the parser with the location of the error. */
 inline result<json> load_file(const text_arg& path, load_flags flags = {}) {
     if (path.status() != 0)
         return result<json>::failure(path.status());
@@ -273,12 +272,12 @@ inline bool has_access(const text_arg& path, access_mode mode = access_mode::exi
     return path.c_str() != nullptr && wiq_access(path.c_str(), static_cast<int>(mode)) == 0;
 }
 /** Returns the directory of the running executable, or WIQ_ERR_NOT_FOUND (-3002) if it cannot be
- *  found out or when out of memory. */
+ *  determined or when out of memory. */
 inline result<std::string> install_dir() {
     return detail::taken_text(wiq_install_dir(), WIQ_ERR_NOT_FOUND);
 }
-/** Returns the user's home directory, or WIQ_ERR_NOT_FOUND if it cannot be found out or when out of
- *  memory. */
+/** Returns the user's home directory, or WIQ_ERR_NOT_FOUND if it cannot be determined or when out
+ *  of memory. */
 inline result<std::string> home_dir() {
     return detail::taken_text(wiq_home_dir(), WIQ_ERR_NOT_FOUND);
 }
@@ -306,8 +305,8 @@ inline bool is_absolute(const text_arg& path) noexcept {
 inline bool is_file_name(std::string_view name) noexcept {
     return name.find_first_of("\\/") == std::string_view::npos;
 }
-/** Joins parts with one "\\" between each two, as wiq_append_path() does. Returns the path, or a
- *  status of wiq_append_path(). */
+/** Joins parts with "\\" between them, as wiq_append_path() does. Returns the path, or a status of
+ *  wiq_append_path(). */
 template <class... Parts>
 result<std::string> join_path(const Parts&... parts) {
     struct joined_text : wiq_strbuf {
@@ -378,8 +377,8 @@ class arguments {
 
     /** Returns the number of arguments. */
     int count() const noexcept { return count_; }
-    /** Returns the array, which stays owned. It is like that of main(), but has no NULL at its
-     *  end. */
+    /** Returns the array, still owned by this object. It is like that of main(), but has no NULL at
+     *  its end. */
     char** get() const& noexcept { return texts_; }
     char** get() && = delete;
     /** @name Walking the texts: `for (std::string_view word : words)`

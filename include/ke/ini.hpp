@@ -1,6 +1,6 @@
 /**
  * @file ini.hpp
- * Reads INI files: ke::ini reads a file into a map that also holds the place of each value, and
+ * Reads INI files: ke::ini reads a file into a map that also holds the location of each value, and
  * ke::parse_ini() calls a handler for each section and key, for files that repeat them.
  */
 #ifndef KE_INI_HPP
@@ -20,15 +20,15 @@ namespace ke {
 /** A value of an INI file. */
 struct ini_value {
     std::string text;                 /**< the value, without quotes */
-    WiqIniLocation location = {};     /**< place of the value */
-    WiqIniLocation key_location = {}; /**< place of its key */
+    WiqIniLocation location = {};     /**< location of the value */
+    WiqIniLocation key_location = {}; /**< location of its key */
 };
 
 /** A section: its values by key, and the text that follows its name in the brackets. */
 struct ini_section {
     std::map<std::string, ini_value, std::less<>> values; /**< the last one of equal keys */
     std::string argument;                                 /**< "" if the section has none */
-    WiqIniLocation location = {};                         /**< place of its name */
+    WiqIniLocation location = {};                         /**< location of its name */
 };
 
 namespace detail {
@@ -46,7 +46,7 @@ struct ini_state {
  * `status key(key, location, value, value_location)`. The texts are of type std::string_view and
  * valid during the call. If the handler returns a failure or throws, parsing ends, and this
  * function returns that failure or throws that exception.
- * @return 0; WIQ_ERR_INI_SYNTAX (-7010) with the place of the mistake; the handler's status;
+ * @return 0; WIQ_ERR_INI_SYNTAX (-7010) with the location of the error; the handler's status;
  *         WIQ_ERR_NO_MEMORY (-5000) when out of memory; WIQ_ERR_INVALID_ARG (-7000) for a stream
  *         that is NULL; WIQ_ERR_IO (-3) for a line of 2^31 bytes or more
  */
@@ -94,7 +94,7 @@ inline constexpr bool lends<ini> = true;
 }  // namespace detail
 
 /** An INI file as a map of sections. If a section occurs again, its keys are added to those of the
- *  first one, which keeps its argument and place. */
+ *  first one, which keeps its argument and location. */
 class ini {
   public:
     /** Reads a stream to its end. Returns the statuses of parse_ini(). */
@@ -118,7 +118,7 @@ class ini {
     }
     /** Moves the sections out of a temporary and returns them. */
     std::map<std::string, ini_section, std::less<>> sections() && { return std::move(sections_); }
-    /** Returns a value with its place, or nullptr if the section or the key is absent. */
+    /** Returns a value with its location, or nullptr if the section or the key is absent. */
     const ini_value* find(std::string_view section, std::string_view key) const& {
         const auto found = sections_.find(section);
         if (found == sections_.end())

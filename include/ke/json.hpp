@@ -4,7 +4,7 @@
  * value that can be changed. This is the header to include; it includes the others of the family:
  * json_view.hpp reads documents, json_convert.hpp converts between C++ types and JSON values,
  * json_ranges.hpp has the ranges over elements and members, json_edit.hpp implements the changes,
- * and json_expand.hpp the limit of expansions.
+ * and json_expand.hpp counts and limits what expand() makes.
  *
  * @code
  * auto report = ke::json::parse(text);
@@ -90,14 +90,14 @@ class KE_BORROWS_ json_ref : public json_view {
     /** @} */
 
     /**
-     * Stores a value under a key and replaces the value that is there. A literal key that begins
-     * with "/" is refused with WIQ_ERR_PTR_SYNTAX (-7019), since it looks like a JSON pointer whose
+     * Stores a value under a key, replacing any value that is there. A literal key that begins with
+     * "/" is refused with WIQ_ERR_PTR_SYNTAX (-7019), since it looks like a JSON pointer whose
      * suffix was forgotten. Write "/a/b"_ptr for the pointer, or ke::key("/a/b") for a member that
      * really has that name.
      */
     template <class V = json>
     status set(const text_arg& key, V&& value);
-    /** Stores a value at the place that a JSON pointer names, and makes the containers that are
+    /** Stores a value at the position that a JSON pointer names, and makes any containers that are
      *  missing on the way. The step "-" appends to an array. After a failure, containers that were
      *  made before the failing step stay. */
     template <class V = json>
@@ -115,8 +115,8 @@ class KE_BORROWS_ json_ref : public json_view {
     status insert(I index, V&& value);
 
     /** @name Linking a value into a weak container
-     *  The container refers to a value of another tree, and the value stays in its place there.
-     *  Both functions return WIQ_ERR_INVALID_ARG (-7000) if this is not a weak container.
+     *  The container refers to a value of another tree, and the value stays where it is. Both
+     *  functions return WIQ_ERR_INVALID_ARG (-7000) if this is not a weak container.
      *  @{ */
     /** Links a value under a key of a weak object. */
     status link(const text_arg& key, json_ref value) noexcept {
@@ -136,11 +136,11 @@ class KE_BORROWS_ json_ref : public json_view {
     }
     /** @} */
 
-    /** Returns the object under a key, and makes an empty one there if the key is absent. */
+    /** Returns the object under a key. If the key is absent, first makes an empty object there. */
     result<json_ref> object_at(const text_arg& key) noexcept {
         return made_at(key, wiq_json_obj_getd_obj);
     }
-    /** Returns the array under a key, and makes an empty one there if the key is absent. */
+    /** Returns the array under a key. If the key is absent, first makes an empty array there. */
     result<json_ref> array_at(const text_arg& key) noexcept {
         return made_at(key, wiq_json_obj_getd_array);
     }
@@ -164,9 +164,9 @@ class KE_BORROWS_ json_ref : public json_view {
     status pop_back(i32 count = 1) noexcept {
         return node_ == nullptr ? err_empty : wiq_json_array_pop(node_, count);
     }
-    /** Removes every element of an array, or every member of an object, for whose value
-     *  `test(value)` is true. The test is called for every value before anything is removed, so it
-     *  may throw. Elements that it appends stay. Returns how many were removed, or a status. */
+    /** Removes every element of an array, or every member of an object, whose value makes
+     *  `test(value)` true. The test is called for every value before anything is removed, so it may
+     *  throw. Elements that it appends stay. Returns how many were removed, or a status. */
     template <class Test>
     result<i32> erase_if(Test&& test);
     /** Removes all members of an object or all elements of an array. */
@@ -176,23 +176,23 @@ class KE_BORROWS_ json_ref : public json_view {
     template <class Less>
     status sort(Less&& less);
 
-    /** Puts another value in this value's place in its container, and returns this value; returns
+    /** Replaces this value in its container with another one, and returns this value; returns
      *  WIQ_ERR_INVALID_ARG if this value is in no container or the other one cannot be attached. */
     template <class V>
     result<json> replace(V&& value);
     /** Replaces every reference that can be reached from this value by a copy of its target. The
      *  value itself is never replaced. References that were replaced before a failure stay
-     *  replaced. A small document can stand for a result that takes all memory; the overload with
-     *  a limit refuses it. */
+     *  replaced. The result of a small document can take all memory; the overload with a limit
+     *  refuses to make it. */
     status expand() noexcept { return node_ == nullptr ? err_empty : wiq_json_jref_expand(node_); }
     /**
-     * Does what expand() does, but first counts what that would make, and changes nothing if it is
-     * too much. Use it for documents from strangers. Counting takes time and memory linear in the
-     * document.
+     * Does what expand() does, but first counts the values that this would make, and changes
+     * nothing if there are too many. Use it for untrusted documents. Counting takes time and memory
+     * linear in the document.
      * @param max_values the most values that this value may have afterwards, itself included, as
-     *                   expanded_size() counts them. The copies that are made may together have as
-     *                   many values, too: outside this value, more can be copied than it holds in
-     *                   the end, since the references in the targets are also replaced.
+     *                   expanded_size() counts them. The limit also applies to all copies together.
+     *                   They can have more values than this value has in the end, since references
+     *                   in targets outside of it are replaced, too.
      * @return 0; WIQ_ERR_RANGE (-7001) if there would be more values; a status of expanded_size(),
      *         in both cases with nothing changed; WIQ_ERR_NO_MEMORY when out of memory, in which
      *         case references that were replaced before stay replaced
@@ -253,7 +253,7 @@ class KE_OWNS_ json : public json_ref {
     json(json_view view) noexcept : json_ref(view.node()) { wiq_json_ref(node_); }
     /**
      * Makes a document from a braced list: `ke::json{{"a", 1}, {"b", {1, 2}}}`. If every item is a
-     * pair that begins with a text, the list is an object, otherwise it is an array; array() and
+     * pair that begins with a text, the list becomes an object, otherwise an array; array() and
      * object() say explicitly which. A list of one handle is a copy of that handle, as everywhere
      * in C++, and shares its value. The new handle is empty if an item cannot be converted: when
      * out of memory, for an empty handle, for a text with a NUL inside, or if a to_json() fails.

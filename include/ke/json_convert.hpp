@@ -1,8 +1,8 @@
 /**
  * @file json_convert.hpp
  * Converts C++ values to JSON values and back: numbers, texts, the containers of the standard
- * library, optionals, and the user's own types. A type can be converted if these two functions
- * stand in its namespace:
+ * library, optionals, and the user's own types. A type can be converted if these two functions are
+ * declared in its namespace:
  * @code
  * ke::status to_json(ke::json& out, const drive& from);
  * ke::status from_json(ke::json_view in, drive& to);

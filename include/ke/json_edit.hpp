@@ -59,8 +59,9 @@ status json_ref::insert(I index, V&& value) {
         return WIQ_ERR_INDEX_OUT_OF_RANGE;
     detail::fixed_array<json> behind(static_cast<std::size_t>(size - place));
     KE_TRY(push_back(std::forward<V>(value)));
-    // The array has room for all elements now, so nothing fails from here on. The elements after
-    // the new one's place are taken off the end and appended again after it.
+    // The array's table now has space for all elements, and removing elements does not shrink it,
+    // so nothing fails from here on. The elements that belong after the new one are taken off the
+    // end and appended again after it.
     const json added = json(json_view(wiq_json_array_pop_elem(node_)));
     for (std::size_t left = behind.size(); left > 0; --left)
         behind[left - 1] = json(json_view(wiq_json_array_pop_elem(node_)));
@@ -76,8 +77,8 @@ inline status json_ref::remove_at(const text_arg& key) noexcept {
     return wiq_json_obj_remove(node_, key.c_str());
 }
 // Replaces the contents of an array by elements that it already holds. It takes all elements off
-// and appends the given ones in their new order, for which the array has room. The others are
-// released.
+// and appends the given ones in their new order. This does not fail, since removing elements does
+// not shrink the array's table. The other elements are released.
 inline status json_ref::refill(const json* elements, std::size_t count) noexcept {
     i32 status = wiq_json_array_pop(node_, size());
     for (std::size_t i = 0; i < count; ++i) {

@@ -1,7 +1,7 @@
 /**
  * @file json_expand.hpp
- * Implements json_view::expanded_size() and json_ref::expand() with a limit: they count what an
- * expansion of references would make before anything is made. Included by json.hpp.
+ * Implements json_view::expanded_size() and json_ref::expand() with a limit: they count the values
+ * that an expansion of references would make before it makes any. Included by json.hpp.
  */
 #ifndef KE_JSON_HPP
 #include "ke/json.hpp"  // which includes this header in the right place
@@ -25,8 +25,8 @@ inline u64 add_saturating(u64 a, u64 b) noexcept {
     return a + b < a ? ~u64{0} : a + b;
 }
 
-// What is known of the containers and references that the count has met: a hash table from the
-// addresses of nodes, with open addressing. At most three quarters of its slots are used.
+// What is known of the containers and references that the count has met: a hash table with open
+// addressing, whose keys are the addresses of nodes. At most three quarters of its slots are used.
 class expansion_memo {
   public:
     struct entry {
@@ -36,8 +36,8 @@ class expansion_memo {
         bool replaced;  // a reference whose copy has been counted
     };
 
-    // Returns the entry of a node, and makes one if there is none. Returns nullptr when out of
-    // memory. The entry stays in its place until the next call.
+    // Returns the entry of a node, which it makes if the node has no entry yet. Returns nullptr
+    // when out of memory. The entry is valid until the next call.
     entry* at(const wiq_json_t* node, bool& made) noexcept {
         if (used_ >= capacity_ / 4 * 3 && !grow())
             return nullptr;
@@ -54,7 +54,7 @@ class expansion_memo {
 
   private:
     entry* slot_of(const wiq_json_t* node) noexcept {
-        // The bits of an address are spread by a multiplication with 2^64 / the golden ratio.
+        // A multiplication by 2^64 / the golden ratio spreads the bits of an address.
         const u64 hash = u64{reinterpret_cast<std::uintptr_t>(node)} * 0x9E3779B97F4A7C15u;
         for (auto place = static_cast<std::size_t>(hash >> 20);; ++place) {
             entry* const slot = slots_.get() + (place & (capacity_ - 1));
@@ -132,7 +132,8 @@ class expansion_count {
         sum = add_saturating(sum, size);
     }
 
-    // Meets a value on the way from the visit owner_. It is counted at once if it leads nowhere.
+    // Meets a value to which the visit `owner_` leads. It is counted at once if it leads nowhere
+    // itself.
     i32 meet(wiq_json_t* node, wiq_json_t* root, role met) noexcept {
         const json_view value(node);
         if (value.kind() > kind::reference)
@@ -187,7 +188,7 @@ class expansion_count {
                 walk_.status =
                     meet(wiq_json_array_get_ext(container, i, 0, nullptr), root, walk_.met);
         }
-        // The first child comes to the top of the stack, since it is counted first.
+        // The first child must be on top of the stack, since it is counted first.
         for (i32 low = owner_ + 1, high = visits_.size - 1; low < high; ++low, --high) {
             const visit other = at(low);
             at(low) = at(high);
@@ -212,7 +213,7 @@ class expansion_count {
             if (!entry.replaced)
                 copied_ = add_saturating(copied_, size);
             entry.replaced = true;
-            // The reference is replaced in its own container. A weak one goes on referring to it.
+            // The reference is replaced in its own container. A weak container still refers to it.
             if (now.met == as_weak_child)
                 size = 1;
         }

@@ -2,7 +2,7 @@
  * @file json_members.hpp
  * Defines KE_JSON_MEMBERS, which makes a struct convertible to and from JSON by the names of its
  * members: it defines the to_json() and from_json() that json_convert.hpp looks for. Most of this
- * header is a loop of the preprocessor. Included by json_convert.hpp.
+ * header is a preprocessor loop. Included by json_convert.hpp.
  */
 #ifndef KE_JSON_HPP
 #include "ke/json.hpp"  // which includes this header in the right place
@@ -101,9 +101,8 @@
 /** @endcond */
 
 /**
- * Makes a struct convertible to and from a JSON object. Write it inside the struct, with the names
- * of the struct and of its members, of which there may be 64 at most:
- * `KE_JSON_MEMBERS(drive, name, celsius)`.
+ * Makes a struct convertible to and from a JSON object. Write it inside the struct, with the name
+ * of the struct and the names of at most 64 members: `KE_JSON_MEMBERS(drive, name, celsius)`.
  *
  * Each member is written to the object, and read from it, under its own name. An empty
  * std::optional is not written, and a std::optional whose key is absent is read as an empty one.

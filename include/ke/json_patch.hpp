@@ -1,7 +1,7 @@
 /**
  * @file json_patch.hpp
- * Changes a document by a second document that describes the changes: JSON merge patch (RFC 7396)
- * and JSON patch (RFC 6902).
+ * Applies changes that a second document describes: JSON merge patch (RFC 7396) and JSON patch (RFC
+ * 6902).
  */
 #ifndef KE_JSON_PATCH_HPP
 #define KE_JSON_PATCH_HPP
@@ -17,7 +17,7 @@ namespace ke {
  *  @{ */
 
 namespace detail {
-// Replaces the handle's value by another one, also in its container if it is in one.
+// Replaces the handle's value with another one, also in its container if it is in one.
 inline status become(json& target, json value) {
     if (parent_of(target.node()) != nullptr) {
         const json_view next = value;
@@ -106,7 +106,7 @@ inline bool split(std::string_view text, std::string& above, std::string& last) 
     }
     return true;
 }
-// Returns the index that a step names, as RFC 6901 writes indices, with nine digits at most; -1 for
+// Returns the index that a step names, in the form of RFC 6901 and with at most nine digits; -1 for
 // anything else.
 inline i32 index_of_step(const std::string& step) {
     if (step.empty() || step.size() > 9 || (step.size() > 1 && step[0] == '0') ||

@@ -1,8 +1,8 @@
 /**
  * @file json_ranges.hpp
  * Defines the ranges that json_view::elements() and json_view::members() return. A range holds a
- * reference to its container, so a range over a temporary document is safe. Taking that reference
- * and giving it up are the only atomic operations of a walk. Included by json.hpp.
+ * reference to its container, so a range over a temporary document is safe. Taking and releasing
+ * that reference are the only atomic operations of a walk. Included by json.hpp.
  */
 #ifndef KE_JSON_HPP
 #include "ke/json.hpp"  // which includes this header in the right place
@@ -19,7 +19,8 @@ namespace ke {
 
 namespace detail {
 
-// Returned by operator-> of an iterator that makes its values: it holds the value meanwhile.
+// Returned by operator-> of an iterator that makes its values: it holds the value until the
+// expression ends.
 template <class T>
 struct arrow {
     T value;

@@ -59,9 +59,9 @@ enum class kind : u16 {
 
 /** Flags of the functions that write text; combine them with `|`. */
 enum dump_flag : u32 {
-    pretty = WIQ_JSON_DUMP_PRETTY,       /**< one member or element a line, two blanks a level */
-    sort_keys = WIQ_JSON_DUMP_SORT_KEYS, /**< members sorted by key */
-    u128_as_object = WIQ_JSON_DUMP_U128_AS_OBJECT /**< 128-bit numbers as objects of two halves */
+    pretty = WIQ_JSON_DUMP_PRETTY,                /**< one child per line, two spaces per level */
+    sort_keys = WIQ_JSON_DUMP_SORT_KEYS,          /**< members sorted by key */
+    u128_as_object = WIQ_JSON_DUMP_U128_AS_OBJECT /**< 128-bit numbers as {"u128":"..."} */
 };
 /** Combines flags. */
 constexpr dump_flag operator|(dump_flag a, dump_flag b) noexcept {
@@ -78,8 +78,8 @@ constexpr load_flag operator|(load_flag a, load_flag b) noexcept {
 }
 
 /** The flags that a function takes: those declared above, or one flag of the C interface. A number
- *  does not compile, since it would be a mistake: in `dump(4)` it would be meant as a width, and in
- *  `parse(text, size)` as a length. */
+ *  does not compile, since it would be a mistake: `dump(4)` would mean a width, and
+ *  `parse(text, size)` would mean a length. */
 template <class Own, class C>
 class flag_set {
   public:
@@ -156,7 +156,7 @@ class KE_OWNS_ path {
         text_ += '/' + std::to_string(index);
         return *this;
     }
-    /** Returns a path with one step more. */
+    /** Returns a path with one more step. */
     template <class Step>
     friend path operator/(path from, const Step& step) {
         return std::move(from /= step);
@@ -173,7 +173,7 @@ class KE_OWNS_ path {
 
 namespace detail {
 
-// The first fields of a node. Their layout is part of the interface (json.h, "A node in memory").
+// The first fields of a node. Their layout is part of the interface (json.h, "JSON values").
 struct node_header {
     u16 tag;
     u8 flags;
@@ -220,8 +220,8 @@ constexpr bool index_of(I index, i32& out) noexcept {
 /**
  * A borrowed view of a value, through which the value can be read.
  *
- * A view takes no reference. It is valid only while the document exists and the value stays in its
- * place there; share() makes an owner of the value, which keeps it alive.
+ * A view takes no reference. It is valid only while the document exists and the value stays where
+ * it is; share() makes an owner of the value, which keeps it alive.
  *
  * A view is empty if it was default-constructed or comes from a look-up that found nothing. An
  * empty view is false in a condition, its kind is ke::kind::nothing, its size is 0, look-ups in it
@@ -245,7 +245,7 @@ class KE_BORROWS_ json_view {
 
     /** Tells whether there is a value. */
     explicit operator bool() const noexcept { return node_ != nullptr; }
-    /** Returns the node, which the document keeps owning; NULL if the view is empty. */
+    /** Returns the node, still owned by the document; NULL if the view is empty. */
     wiq_json_t* node() const noexcept { return node_; }
 
     /** @name Kinds
@@ -281,9 +281,8 @@ class KE_BORROWS_ json_view {
     result<T> to() const;
 
     /** @name Look-ups
-     *  Each returns an empty view if there is no such value. When out of memory to copy a key or
-     *  text that is a std::string_view of 256 bytes or more, they return an empty view, too; get()
-     *  tells the two cases apart.
+     *  Each returns an empty view if there is no such value, or when out of memory to copy a key or
+     *  text that is a std::string_view of 256 bytes or more; get() tells the two cases apart.
      *  @{ */
     /** Returns the member under a key. */
     json_view operator[](const text_arg& key) const noexcept {
@@ -367,7 +366,7 @@ class KE_BORROWS_ json_view {
     json_members<json_view> members() const;
     /** @} */
 
-    /** @name The value's place
+    /** @name The value's position
      *  @{ */
     /** Returns the strong container that the value is in; an empty view if it is in none. */
     json_view parent() const noexcept { return json_view(detail::parent_of(node_)); }
@@ -378,7 +377,7 @@ class KE_BORROWS_ json_view {
             top = above;
         return top;
     }
-    /** Returns the value's key in its parent object, which keeps owning the text; NULL if the value
+    /** Returns the value's key in its parent object, which still owns the text; NULL if the value
      *  is not in an object. */
     const char* parent_key() const noexcept { return wiq_json_parent_key(node_); }
     /** Returns the value's index in its parent array; -1 if the value is not in an array. */
@@ -396,7 +395,7 @@ class KE_BORROWS_ json_view {
 
     /** @name References
      *  @{ */
-    /** Returns the JSON pointer of a reference, which keeps owning the text; NULL for anything
+    /** Returns the JSON pointer of a reference, which still owns the text; NULL for anything
      *  else. */
     const char* reference_text() const noexcept { return wiq_json_jref_uri(node_); }
     /** Follows references to the first value that is not a reference, and returns it. A value that
@@ -414,12 +413,13 @@ class KE_BORROWS_ json_view {
     /**
      * Counts the values that this value would have after json_ref::expand(): itself, and every
      * value below it. Nothing is made or changed. References to containers that hold references can
-     * multiply: 60 lines of text can stand for 2^60 values, which would take all memory. Measure
-     * documents from strangers before you expand them, or give expand() a limit.
+     * multiply the values: 60 lines of text can become 2^60 values, which would take all memory.
+     * Measure untrusted documents before you expand them, or give expand() a limit.
      *
-     * A text counts as one value, however long it is. If this value is a reference, which expand()
-     * leaves as it is, its target's values are counted. Time and extra memory are linear in the
-     * document, whatever the result, and documents of any depth can be counted.
+     * A text counts as one value, however long it is. If this value is a reference, its target's
+     * values are counted, although expand() does not replace this value itself. Time and extra
+     * memory are linear in the document, whatever the result, and documents of any depth can be
+     * counted.
      * @return the number of values, or 2^64 - 1 if there are more; ke::err_empty for an empty view;
      *         WIQ_ERR_JREF_CYCLE (-1052) for references, or weak containers, that lead back to
      *         themselves; WIQ_ERR_BAD_JSON_TYPE for a damaged value; WIQ_ERR_NO_MEMORY (-5000) when

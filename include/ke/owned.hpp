@@ -35,9 +35,9 @@ class owned {
     /** @} */
     ~owned() { reset(); }
 
-    /** Returns the object, which stays owned. */
+    /** Returns the object, which the owner keeps. */
     T* get() const noexcept { return held_; }
-    /** Returns the object, which stays owned. */
+    /** Returns the object, which the owner keeps. */
     T* operator->() const noexcept { return held_; }
     /** Tells whether there is an object. */
     explicit operator bool() const noexcept { return held_ != nullptr; }

@@ -1,7 +1,7 @@
 /**
  * @file platform.hpp
- * Wraps the time functions, dynamic libraries, and the allocation hooks and leak tracker, which two
- * classes restore at the end of a scope.
+ * Wraps the time functions, dynamic libraries, the allocation hooks and the leak tracker. Two
+ * classes restore the hooks at the end of a scope.
  */
 #ifndef KE_PLATFORM_HPP
 #define KE_PLATFORM_HPP

@@ -1,7 +1,7 @@
 /**
  * @file status.hpp
  * Defines what functions of this layer return: ke::status says how a call ended (a number, a
- * sentence and, for parsers, a place in the text), and ke::result holds a value or the status of
+ * sentence and, for parsers, a location in the text), and ke::result holds a value or the status of
  * the call that failed to produce it. Both are [[nodiscard]].
  *
  * The layer itself throws nothing; only the standard library (std::bad_alloc) and functions of the
@@ -99,7 +99,7 @@ class [[nodiscard]] status {
     /** Deleted: a bool is not a status, and `return false` would mean success. */
     template <class T, std::enable_if_t<std::is_same_v<T, bool>, int> = 0>
     status(T) = delete;
-    /** Makes a status with a place in a text. */
+    /** Makes a status with a location in a text. */
     constexpr explicit status(const wiq_json_load_error& error) noexcept : error_(error) {}
 
     /** Tells whether the call succeeded. */
@@ -116,7 +116,7 @@ class [[nodiscard]] status {
         return error_.status;
     }
 
-    /** Returns the line in the text, from 1; 0 if the status has no place. */
+    /** Returns the line in the text, from 1; 0 if the status has no location. */
     constexpr i32 line() const noexcept { return error_.line; }
     /** Returns the column in the line, from 1; 0 if no character of the line was consumed. */
     constexpr i32 column() const noexcept { return error_.column; }
@@ -124,9 +124,9 @@ class [[nodiscard]] status {
     constexpr i32 position() const noexcept { return error_.position; }
     /** Returns the name, such as "WIQ_ERR_RANGE". */
     const char* name() const noexcept { return status_name(error_.status); }
-    /** Returns the meaning in a few words, without the place. */
+    /** Returns the meaning in a few words, without the location. */
     const char* message() const noexcept { return status_text(error_.status); }
-    /** Returns the meaning with the place, if there is one: "line 2, column 4: an invalid ...". */
+    /** Returns the meaning with the location, if any: "line 2, column 4: an invalid ...". */
     std::string describe() const {
         std::string text;
         if (error_.line > 0)
@@ -140,9 +140,9 @@ class [[nodiscard]] status {
     void value() const;
 #endif
 
-    /** @name Comparison by number; the place does not count
+    /** @name Comparison by number; the location does not count
      *  @{ */
-    /** Compares the numbers only; the place does not count. */
+    /** Compares the numbers only; the location does not count. */
     friend constexpr bool operator==(const status& a, const status& b) noexcept {
         return a.code() == b.code();
     }
@@ -221,7 +221,7 @@ class [[nodiscard]] result {
     /** Returns how the call ended; success if there is a value. */
     ke::status status() const noexcept { return status_; }
 
-    /** @name The number, place and meaning of the status
+    /** @name The number, location and meaning of the status
      *  @{ */
     /** Does what the function of the same name of status() does. */
     i32 code() const noexcept { return status_.code(); }

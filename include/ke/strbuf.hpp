@@ -165,17 +165,17 @@ class strbuf {
     status append_hex(const void* bytes, u64 count) noexcept {
         return count == 0 ? 0 : wiq_strbuf_printhex(&buf_, bytes, count);
     }
-    /** Replaces the text by that of a field of fixed width, which ends at the first NUL or fills
+    /** Replaces the text with that of a field of fixed width, which ends at the first NUL or fills
      *  the field. With `trim`, white space at both ends is left out. Returns 0; WIQ_ERR_INVALID_ARG
      *  if `bytes` is NULL and `width` is not 0; WIQ_ERR_NO_MEMORY, in which case the text is
      *  empty. */
     status assign_field(const void* bytes, u64 width, bool trim) noexcept {
         return wiq_strbuf_struct_str(&buf_, bytes, width, trim);
     }
-    /** Resizes the block so that it has room for exactly so many more bytes, which may also shrink
+    /** Resizes the block so that it has room for exactly `bytes` more bytes, which may also shrink
      *  it. Returns 0 or WIQ_ERR_NO_MEMORY. */
     status reserve_extra(u64 bytes) noexcept { return wiq_strbuf_extra_capacity(&buf_, bytes); }
-    /** Cuts the text to a length. Returns 0, or WIQ_ERR_INVALID_ARG if the text is shorter. */
+    /** Truncates the text to a length. Returns 0, or WIQ_ERR_INVALID_ARG if the text is shorter. */
     status truncate(u64 length) noexcept {
         return length == 0 && buf_.data == nullptr ? 0 : wiq_strbuf_reset_pos(&buf_, length);
     }
@@ -184,7 +184,7 @@ class strbuf {
     /** Hands the text over to the caller; the buffer is empty afterwards and may be used again.
      *  When out of memory, returns an empty owner and leaves the text unchanged. */
     c_text release() noexcept { return c_text(wiq_strbuf_release(&buf_)); }
-    /** Returns the buffer of the C interface, which stays owned. */
+    /** Returns the buffer of the C interface, still owned by this object. */
     wiq_strbuf* get() noexcept { return &buf_; }
 
   private:

@@ -20,7 +20,7 @@ namespace ke {
 struct status_value {
     i32 code; /**< the status */
 };
-/** A block of bytes that belongs to somebody else. */
+/** A block of bytes that somebody else owns. */
 struct bytes_view {
     const void* data; /**< may be NULL with a size of 0 */
     u64 size;         /**< in bytes */
@@ -56,7 +56,7 @@ class tagged {
     /**
      * Stores a number, bool, 128-bit number, text, ke::status_value, ke::bytes_view, `void*` or
      * nullptr (which makes it null). An integer of 32 bits or fewer is stored as one of 32 bits.
-     * What a `void*` points to stays the caller's.
+     * What a `void*` points to still belongs to the caller.
      * @return 0; WIQ_ERR_NO_MEMORY (-5000) when out of memory, in which case the value is null (or
      *         unchanged, if a std::string_view of 256 bytes or more could not be copied for the
      *         call); WIQ_ERR_INVALID_ARG (-7000) for a text with a NUL inside, with the value
@@ -183,7 +183,7 @@ class tagged {
     }
     /** Tells whether types or contents differ. */
     friend bool operator!=(const tagged& a, const tagged& b) noexcept { return !(a == b); }
-    /** Returns the record of the C interface, which stays owned. */
+    /** Returns the record of the C interface, still owned by this object. */
     wiq_mtype* get_record() noexcept { return &value_; }
 
   private:

@@ -96,12 +96,12 @@ struct dump_layout {
     int line_bytes = 16;  /**< bytes in a line */
     int group_bytes = 4;  /**< bytes in a group */
     int block_bytes = 8;  /**< bytes in a block */
-    int block_gap = 1;    /**< blanks after a block */
+    int block_gap = 1;    /**< spaces after a block */
     bool ascii = true;    /**< true for a column of characters */
     bool pad_last = true; /**< true to fill a short last line with spaces */
 };
 /** Dumps memory line by line: calls `line(u64 offset, std::string_view hex, std::string_view
- *  ascii)` for each line, which may throw. Returns 0; WIQ_ERR_INVALID_ARG (-7000) if `bytes` is
+ *  ascii)`, which may throw, for each line. Returns 0; WIQ_ERR_INVALID_ARG (-7000) if `bytes` is
  *  NULL, `size` is 0 or the block gap is negative; WIQ_ERR_NO_MEMORY (-5000) when out of memory. */
 template <class Line>
 status dump_memory(const void* bytes, std::size_t size, Line&& line,
@@ -134,7 +134,7 @@ inline u64 lba_count(u64 gigabytes, int sector_size) noexcept {
 inline u64 capacity_bytes(u64 gigabytes, int sector_size) noexcept {
     return wiq_gb_to_bytes_idema(gigabytes, sector_size);
 }
-/** Returns the capacity in decimal gigabytes of a drive with so many logical blocks (IDEMA). */
+/** Returns the capacity in decimal gigabytes of a drive with this many logical blocks (IDEMA). */
 inline u64 capacity_gigabytes(u64 blocks, int sector_size) noexcept {
     return wiq_get_cap_idema(blocks, sector_size);
 }

@@ -1,8 +1,8 @@
 /**
  * @file text_arg.hpp
- * Defines ke::text_arg, the type of the text parameters whose text goes to the C interface. It
- * passes a NUL-terminated text and copies it only if the original may not end in a NUL. Users never
- * name this type: they pass literals, std::string or std::string_view.
+ * Defines ke::text_arg, the type of the text parameters that are passed on to the C interface, as
+ * NUL-terminated text. It copies a text only if the original may not end in a NUL. Users never name
+ * this type: they pass literals, std::string or std::string_view.
  */
 #ifndef KE_TEXT_ARG_HPP
 #define KE_TEXT_ARG_HPP

@@ -47,7 +47,7 @@ class uint128 {
     constexpr u64 low() const noexcept { return value_.lo; }
     /** Tells whether the number is not zero. */
     constexpr explicit operator bool() const noexcept { return (value_.lo | value_.hi) != 0; }
-    /** Converts to a built-in integer; bits that it has no room for are lost. */
+    /** Converts to a built-in integer; bits that do not fit are lost. */
     template <class T, std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<T, bool>, int> = 0>
     constexpr explicit operator T() const noexcept {
         if constexpr (sizeof(T) > sizeof(u64))  // the compiler's own 128-bit integer

@@ -13,8 +13,8 @@ namespace ke {
 /** @addtogroup cpp
  *  @{ */
 
-/** Parses a UTF-8 document, with or without a byte order mark. The place in the status of a failure
- *  is a place in `text`. */
+/** Parses a UTF-8 document, with or without a byte order mark. The location in the status of a
+ *  failure is a location in `text`. */
 inline result<json> parse_utf8(std::string_view text, load_flags flags = {}) {
     wiq_json_load_error error;
     wiq_json_t* const node =

@@ -51,7 +51,7 @@ class object {
 
     /** Tells whether there is an object. */
     explicit operator bool() const noexcept { return object_ != nullptr; }
-    /** Returns the object, which stays owned. */
+    /** Returns the object, still owned by this handle. */
     T* get() const noexcept { return reinterpret_cast<T*>(object_); }
     /** Gives access to the object's fields. */
     T* operator->() const noexcept { return get(); }
