@@ -26,9 +26,9 @@ extern "C" {
  *  arguments.
  *
  *  Every platform refuses, as if the runtime did, a format with a "%n" conversion, with a gap in
- *  its positions, or with a width or precision beyond 31 bits. Integers, strings and characters in
- *  ASCII, and finite real numbers are written the same way everywhere, except for what this table
- *  lists. "Refused" means WIQ_ERR_FAILED (-7), or a negative length.
+ *  its positions ("%2$s" without "%1$s"), or with a width or precision beyond 31 bits. Integers,
+ *  strings and characters in ASCII, and finite real numbers are written the same way everywhere,
+ *  except for what this table lists. "Refused" means WIQ_ERR_FAILED (-7), or a negative length.
  *
  *  | what | Linux | Windows, UCRT | Windows, msvcrt.dll |
  *  |---|---|---|---|
