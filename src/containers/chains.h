@@ -14,13 +14,14 @@
 
 namespace ke {
 
-// Returns the bucket of a hash: its low bits, after the hash was widened as a signed number.
+// Returns the bucket of a hash: its low bits, after the hash has been sign-extended to 64 bits.
 constexpr u64 bucket_of(u32 hash, u64 mask) {
     return mask & static_cast<u64>(static_cast<i64>(static_cast<i32>(hash)));
 }
 
-// Returns the number of buckets for so many entries: the smallest power of two above four thirds of
-// it, or 1 for none. The product has 64 bits and wraps for a capacity of 2^62 and more.
+// Returns the number of buckets for `capacity` entries: the smallest power of two above four thirds
+// of that number, or 1 if it is 0. The product has 64 bits and wraps for a capacity of 2^62 or
+// more.
 constexpr u64 initial_buckets(u64 capacity) {
     const u64 least = capacity * 4 / 3;
     u64 count = 1;
@@ -29,7 +30,7 @@ constexpr u64 initial_buckets(u64 capacity) {
     return count;
 }
 
-// Returns the number of entries that a table of so many buckets holds before it grows.
+// Returns the number of entries that a table of `bucket_count` buckets holds before it grows.
 constexpr u64 load_limit(u64 bucket_count) {
     return bucket_count * 3 / 4;
 }
@@ -51,8 +52,8 @@ inline void remove_from_chain(Entry** link, const Entry* entry) {
 }
 
 // Entries follow each other in the order of their hashes, so the processor cannot foresee where in
-// memory the next one is. In a table that is too large for the caches, a walk fetches the entry that
-// it will reach some buckets later. About half of the buckets are empty.
+// memory the next one is. In a table that is too large for the caches, a walk prefetches the entry
+// that it will reach some buckets later. About half of the buckets are empty.
 constexpr u64 kFetchAhead = 12;
 constexpr bool is_large(u64 mask) {
     return mask >= 8191;
@@ -60,16 +61,16 @@ constexpr bool is_large(u64 mask) {
 template <class Entry>
 inline void fetch_ahead(Entry* const* buckets, u64 mask, u64 bucket) {
     const auto later = reinterpret_cast<uintptr_t>(buckets[(bucket + kFetchAhead) & mask]);
-    // Fetching from where nothing is, as for an empty bucket, does nothing; but arithmetic on its null
-    // pointer would be undefined. NOLINTBEGIN(performance-no-int-to-ptr)
+    // Prefetching from an invalid address, as for an empty bucket, does nothing; but arithmetic on
+    // the null pointer of such a bucket would be undefined. NOLINTBEGIN(performance-no-int-to-ptr)
     __builtin_prefetch(reinterpret_cast<const void*>(later));
     __builtin_prefetch(reinterpret_cast<const void*>(later + 64));
     // NOLINTEND(performance-no-int-to-ptr)
 }
 
-// Doubles a table in its own array, which must have room for as many more buckets after its first
-// `count`. One more bit of the hash counts then, so each chain splits into two: one for its own
-// bucket, and one for the bucket `count` further on. No bucket gets entries of two chains.
+// Doubles a table in its own array, which must have space for another `count` buckets after the
+// first `count`. One more bit of the hash then counts, so each chain splits into two: one for its
+// own bucket, and one for the bucket `count` further on. No bucket gets entries of two chains.
 template <class Entry>
 void split_chains(Entry** buckets, u64 count) {
     for (u64 bucket = 0; bucket < count; ++bucket) {
@@ -99,7 +100,8 @@ inline Entry* first_from(Entry* const* buckets, u64 mask, u64 bucket) {
     return nullptr;
 }
 
-// The same in a large table. Not inline: walks over small tables need none of its registers.
+// The same for a large table. Not inline, so that walks over small tables need not save the
+// registers that it uses.
 template <class Entry>
 [[gnu::noinline]] Entry* first_from_large(Entry* const* buckets, u64 mask, u64 bucket) {
     for (; bucket <= mask; ++bucket) {

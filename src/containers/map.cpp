@@ -17,7 +17,7 @@ u64 mask_of(const wiq_map* map) {
 // Returns the entry with an equal key, or nullptr.
 wiq_map_entry* find(const wiq_map* map, u32 hash, const void* key) {
     wiq_map_entry* entry = map->buckets[ke::bucket_of(hash, mask_of(map))];
-    // The same pointer is an equal key, without a call of cmp.
+    // An identical pointer is an equal key; cmp is not called for it.
     while (entry != nullptr && entry->key != key &&
            !(entry->hash == hash && map->cmp(entry->key, key)))
         entry = entry->next;
@@ -162,7 +162,8 @@ void* wiq_map_memoize(wiq_map* map, void* key, wiq_map_factory_fn factory, void*
         value = entry->value;
     } else {
         value = factory(key, user, &result);
-        // The factory may have stored the key itself, or made the map grow: store() searches anew.
+        // The factory may have stored the key itself, or made the map grow, so store() searches
+        // again.
         if (result == 0)
             result = store(map, key, hash, value, nullptr);
     }

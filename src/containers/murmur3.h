@@ -67,8 +67,8 @@ inline u32 tail_of(const u8* p, size_t count) {
     }
 }
 
-// The same if there is at least one block before them: it loads the last four bytes and shifts
-// those of the block out. There is no branch, since the number of bytes is hard to predict.
+// The same if there is at least one block before them: it loads the last four bytes and shifts out
+// those that belong to the block. There is no branch, since the number of bytes is hard to predict.
 inline u32 tail_before(const u8* p, size_t count) {
     return static_cast<u32>(u64{load(p + count - 4)} << (8 * count) >> 32);
 }

@@ -15,8 +15,8 @@ class SmallBuffer {
     SmallBuffer& operator=(const SmallBuffer&) = delete;
     ~SmallBuffer() { free(block_); }
 
-    // Returns room for so many bytes, whose content is undefined; or nullptr when out of memory,
-    // with what was there unchanged.
+    // Returns space for `count` bytes, whose content is undefined; or nullptr when out of memory,
+    // with the old block unchanged.
     char* room(size_t count) {
         if (count <= N)
             return inline_;

@@ -1,5 +1,6 @@
 // An explicit stack for walks over documents of any depth. The first items are stored inside the
-// object, so that ordinary documents need no allocation; after that, in a block that doubles.
+// object, so that ordinary documents need no allocation; when there are more, all are in a block
+// that doubles.
 #pragma once
 
 #include <cstdlib>

@@ -32,21 +32,21 @@ void truncate(wiq_strbuf* buf, u64 len) {
         buf->data[len] = '\0';
 }
 
-// Appends bytes for which there is room. They may be part of the block.
+// Appends bytes for which the block has space. They may be part of the block.
 void append(wiq_strbuf* buf, const char* bytes, u64 count) {
     memmove(buf->data + buf->len, bytes, count);
     buf->len += count;
     buf->data[buf->len] = '\0';
 }
 
-// Returns the size to which a block grows that must have `needed` bytes: at least twice its size,
-// if that does not wrap.
+// Returns the size to which a block grows when it must have `needed` bytes: at least twice its
+// size, unless that wraps.
 u64 grown_capacity(const wiq_strbuf* buf, u64 needed) {
     const u64 doubled = buf->capacity <= UINT64_MAX / 2 ? 2 * buf->capacity : needed;
     return doubled > needed ? doubled : needed;
 }
 
-// Appends a text that did not fit at the first attempt. An argument may lie in the buffer. So the
+// Appends a text that did not fit at the first attempt. An argument may lie in the buffer, so the
 // old block is kept until the text has been formatted into a new one.
 i32 append_long(wiq_strbuf* buf, size_t length, const char* format, va_list args) {
     const u64 needed = buf->len + length + 1;
@@ -75,7 +75,8 @@ i32 append_formatted(wiq_strbuf* buf, const char* format, va_list args, va_list 
     const size_t length = attempt.length();
     if (attempt.text() == nullptr)
         return append_long(buf, length, format, again);
-    // If this moves the block, the text is on the stack: one in the block's room needs no growth.
+    // If this moves the block, the text is on the stack: a text in the block's free space needs no
+    // growth.
     const i32 status = ke::strbuf_reserve(buf, length + 1);
     if (status != 0)
         return status;

@@ -1,5 +1,5 @@
-// Room in a string buffer for code that writes its text straight into it, and arguments that may
-// lie in the buffer themselves.
+// Space in a string buffer for code that writes its text straight into it, and arguments that may
+// themselves lie in the buffer.
 #pragma once
 
 #include <cstdint>
@@ -13,8 +13,8 @@ namespace ke {
 // or WIQ_ERR_NO_MEMORY with nothing changed.
 i32 strbuf_grow(wiq_strbuf* buf, u64 needed);
 
-// Makes room for n more bytes. The caller counts the terminating NUL among them. Returns 0, or
-// WIQ_ERR_NO_MEMORY with nothing changed.
+// Makes room for `n` more bytes, which include the terminating NUL. Returns 0, or WIQ_ERR_NO_MEMORY
+// with nothing changed.
 inline i32 strbuf_reserve(wiq_strbuf* buf, u64 n) {
     if (n > UINT64_MAX - buf->len)
         return WIQ_ERR_NO_MEMORY;

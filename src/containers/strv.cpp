@@ -63,7 +63,7 @@ char* wiq_strv_get(const wiq_strv* strv, u32 index) {
 }
 
 void wiq_strv_sort(wiq_strv* strv) {
-    // Not qsort(): in some runtimes it takes quadratic time for an order that somebody chose.
+    // Not qsort(), which in some runtimes takes quadratic time for a maliciously chosen order.
     if (strv->size > 1) {
         auto** slots = static_cast<char**>(strv->data);
         std::sort(slots, slots + strv->size, comes_before);

@@ -29,8 +29,8 @@ i32 set_capacity(wiq_vector* vec, i32 capacity) {
 }
 
 // The size is set after the last callback. So a callback that changes the vector would work on
-// elements that do not exist yet, or any more. It must not do so; where it is noticed, the function
-// stops with this status and leaves the vector as the callback left it.
+// elements that do not exist yet, or that no longer exist. A callback must not do so; if the change
+// is noticed, the function stops with this status and leaves the vector as the callback left it.
 constexpr i32 kChanged = WIQ_ERR_FAILED;
 
 i32 grow(wiq_vector* vec, i32 size) {
