@@ -125,8 +125,8 @@ class Decoder {
     }
 
     // Decodes groups of four alphabet characters, as long as they follow each other directly and
-    // fit. Stops before the first that does not. Returns the number of characters taken. Only for
-    // count_ == 0.
+    // fit. Stops before the first group that does not. Returns the number of characters taken. Only
+    // for count_ == 0.
     size_t take_groups(const char* in, size_t n) {
         size_t i = 0;
         for (; n - i >= 4 && fits(3); i += 4) {
@@ -153,8 +153,8 @@ class Decoder {
         return 0;
     }
 
-    // Decodes what is left over: three sextets hold two bytes, two sextets hold one, and a single
-    // one holds none.
+    // Decodes what is left over: three sextets contain two bytes, two contain one, and a single one
+    // contains none.
     i32 finish() {
         const size_t bytes = count_ == 0 ? 0 : count_ - 1;
         if (!fits(bytes))

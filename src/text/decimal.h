@@ -10,9 +10,9 @@ namespace ke {
 
 constexpr size_t kMaxDecimalDigits64 = 20;  // 2^64 - 1, or a sign and 19 digits
 
-// Returns the eight decimal digits of a value below 10^8, one in each byte, the first in the lowest.
-// The value is halved in steps: two numbers of four digits, four of two, eight of one. Each step
-// divides all numbers by one multiplication with a reciprocal that is exact in its range.
+// Returns the eight decimal digits of a value below 10^8, one in each byte, the first in the lowest
+// byte. The value is split in steps: into two numbers of four digits, four of two, eight of one.
+// Each step divides all numbers by one multiplication with a reciprocal that is exact in its range.
 constexpr u64 eight_digits(u32 value) {
     const u64 fours = value / 10000 | static_cast<u64>(value % 10000) << 32;
     const u64 hundreds = (fours * 10486 >> 20) & 0x0000007F0000007F;
@@ -23,7 +23,7 @@ constexpr u64 eight_digits(u32 value) {
 
 constexpr u64 kZeros = 0x3030303030303030;
 
-// Stores eight characters, that of the lowest byte first.
+// Stores eight characters, the one in the lowest byte first.
 inline void store_eight(char* out, u64 text) {
     if constexpr (std::endian::native == std::endian::big)
         text = __builtin_bswap64(text);
@@ -35,14 +35,14 @@ inline char* write_eight_digits(char* out, u32 value) {
     return out + 8;
 }
 
-// Writes the last six of them, but overwrites eight bytes.
+// Writes the last six of the eight digits, but overwrites eight bytes.
 inline char* write_six_digits(char* out, u32 value) {
     store_eight(out, (eight_digits(value) + kZeros) >> 16);
     return out + 6;
 }
 
-// Writes up to eight digits without leading zeros, but overwrites eight bytes. The value must not be 0,
-// which would have no digit.
+// Writes up to eight digits without leading zeros, but overwrites eight bytes. The value must not
+// be 0, which would have no digits.
 inline char* write_up_to_eight_digits(char* out, u32 value) {
     const u64 digits = eight_digits(value);
     const int skipped = std::countr_zero(digits) / 8;
@@ -50,8 +50,8 @@ inline char* write_up_to_eight_digits(char* out, u32 value) {
     return out + 8 - skipped;
 }
 
-// Writes `value` at `out`, which has room for kMaxDecimalDigits64 characters; returns the end of
-// what was written. May overwrite all of this room.
+// Writes `value` at `out`, which must have space for kMaxDecimalDigits64 characters; returns the
+// end of what was written. May overwrite all of this space.
 inline char* write_u64(char* out, u64 value) {
     constexpr u64 kUnit = 100000000;
     if (value < 10) {
@@ -80,7 +80,7 @@ inline char* write_i64(char* out, i64 value) {
 constexpr size_t kMaxDoubleText = 1 + 309 + 1 + 6;
 
 // Writes a double as "%f" does in the "C" locale; infinities and NaN are "inf" and "nan". Returns
-// the end. Up to kMaxDoubleText bytes must have room at `out`.
+// the end. `out` must have space for kMaxDoubleText bytes.
 char* write_double(char* out, double value);
 
 }  // namespace ke

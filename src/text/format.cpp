@@ -1,4 +1,4 @@
-// Formatted strings: three primitives on top of the runtime's printf, and on top of them the
+// Formatted strings: three primitives on top of the runtime's printf, and, on top of these, the
 // functions that make a new string or reuse a block of the caller. The growable string buffer is in
 // containers/strbuf.cpp.
 #include <cstdarg>
@@ -30,8 +30,8 @@ bool FormatAttempt::format(char* room, size_t size, const char* format, va_list 
 namespace {
 
 // Grows a block to `need` bytes. If this fails, the caller's pair is overwritten all the same: the
-// block's pointer is then NULL, the size is the one that was needed, and the old block is still the
-// caller's to release.
+// block's pointer is then NULL, the size is the one that was needed, and the caller must still
+// release the old block.
 void grow_block(char** block, u64* size, u64 need) {
     *size = need;
     *block = static_cast<char*>(realloc(*block, need));
@@ -43,8 +43,8 @@ u64 text_length(const char* block, u64 size) {
     return size == 0 || block == nullptr ? 0 : strlen(block);
 }
 
-// Puts the text of an attempt and a NUL into `out`, which has room for both. A text that did not
-// fit is formatted again. Returns its length or WIQ_ERR_FAILED.
+// Puts the text of an attempt and a NUL into `out`, which must have space for both. A text that did
+// not fit is formatted again. Returns its length or WIQ_ERR_FAILED.
 i32 put_text(char* out, const ke::FormatAttempt& attempt, const char* format, va_list args) {
     const size_t length = attempt.length();
     if (attempt.text() == nullptr)
@@ -55,7 +55,7 @@ i32 put_text(char* out, const ke::FormatAttempt& attempt, const char* format, va
 }
 
 // Appends a text that did not fit at the first attempt. An argument may lie in the string of the
-// block. So the old block is kept until the text has been formatted into a new one.
+// block, so the old block is kept until the text has been formatted into a new one.
 i32 append_long(char** block, u64* size, u64 used, size_t length, const char* format,
                 va_list args) {
     const u64 total = used + length + 1;
@@ -81,7 +81,8 @@ i32 append_formatted(char** block, u64* size, const char* format, va_list args, 
         return WIQ_ERR_FAILED;
     if (attempt.text() == nullptr)
         return append_long(block, size, used, attempt.length(), format, again);
-    // If this moves the block, the text is on the stack: one in the block's room needs no growth.
+    // If this moves the block, the text is on the stack: a text in the block's free space needs no
+    // growth.
     const u64 total = used + attempt.length() + 1;
     if (total > *size)
         grow_block(block, size, total);

@@ -1,5 +1,5 @@
-// Formatting a text whose length is not known beforehand. The first attempt goes into room that is
-// there anyway; only a text that did not fit is formatted again. The functions that make strings
+// Formatting a text whose length is not known beforehand. The first attempt writes into space that
+// exists anyway; only a text that does not fit is formatted again. The functions that make strings
 // and the string buffer share this.
 #pragma once
 
@@ -10,9 +10,9 @@
 
 namespace ke {
 
-// A first attempt. It writes either into the room after a string's NUL, or onto the stack if there
-// is more room there. The string itself stays as it is, so it may be among the arguments, even
-// those of a second attempt.
+// A first attempt. It writes either into the free space after a string's NUL, or onto the stack if
+// there is more space there. The string itself does not change, so it may be among the arguments,
+// even those of a second attempt.
 class FormatAttempt {
   public:
     static constexpr size_t kStackRoom = 512;
@@ -27,8 +27,9 @@ class FormatAttempt {
 
     // The length of the whole text, even if it did not fit.
     size_t length() const { return length_; }
-    // The text, not terminated, or nullptr if it did not fit. A text that does not fit into the
-    // room is on the stack, so it stays valid when the caller has to move the block of the room.
+    // The text, not terminated, or nullptr if it did not fit. A text that does not fit into `room`
+    // is on the stack, so it stays valid when the caller has to move the block that contains
+    // `room`.
     // NOLINTNEXTLINE(clang-analyzer-unix.Malloc)
     const char* text() const { return text_; }
 

@@ -1,7 +1,7 @@
 // Memory as lines of hexadecimal digits in groups and blocks, with an optional column of
 // characters. Each line is passed to a callback. Groups and blocks are counted from the start of
-// the data, not of the line. So if their size does not divide that of a line, the separators stand
-// in different columns in different lines.
+// the data, not of the line. So if their size does not divide that of a line, the separators are in
+// different columns in different lines.
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -24,7 +24,7 @@ constexpr std::array<std::array<char, 2>, 256> make_digits() {
 constexpr std::array<std::array<char, 2>, 256> kByteDigits = make_digits();
 
 // The sizes of lines, groups and blocks in bytes of data, and the number of spaces between two
-// blocks. In what follows, a cell is the place of one byte in a line.
+// blocks. In what follows, a cell is the position of one byte in a line.
 struct Layout {
     u64 line;
     u64 group;

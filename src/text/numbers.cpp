@@ -88,7 +88,7 @@ i32 convert_narrow_unsigned(const char* text, Unsigned* out) {
     constexpr i64 kMax = std::numeric_limits<Unsigned>::max();
     i64 value = 0;
     const i32 status = convert_signed(text, &value);
-    // Stored for a negative number too, which then wraps.
+    // A negative number is stored, too, and wraps.
     *out = static_cast<Unsigned>(value);
     if (value < 0)
         return WIQ_ERR_BAD_FORMAT;
@@ -99,10 +99,10 @@ i32 convert_narrow_unsigned(const char* text, Unsigned* out) {
     return status;
 }
 
-// Returns where the first digit that is not zero stands, as a power of the base: 0 directly after
-// the point, 1 before it ("1" has order 1, "0.01" order -1). In base 16 the unit is a power of two.
-// The text from `p` to `end` is a valid number in the base (10 or 16), with an exponent after its
-// mark ("e" or "p").
+// Returns the position of the first nonzero digit, as a power of the base: 0 directly after the
+// point, 1 directly before it ("1" has order 1, "0.01" order -1). In base 16 it is counted in
+// powers of two, four for each digit. The text from `p` to `end` must be a valid number in base 10
+// or 16, and any exponent must follow a mark ("e" or "p").
 i64 order_of(const char* p, const char* end, u32 base) {
     constexpr i64 kMaxExponent = i64{1} << 56;  // no text is that long, and the sums stay in range
     const i64 weight = base == 16 ? 4 : 1;
@@ -135,9 +135,9 @@ i64 order_of(const char* p, const char* end, u32 base) {
     return order + (negative ? -exponent : exponent);
 }
 
-// Whether std::from_chars() may read a number wrongly. Of a decimal exponent it reads no more
-// digits once those read make 2^28. In base 16 it counts the bits of the digits in an int, which
-// 2^29 digits overflow.
+// Whether std::from_chars() may read a number wrongly. In base 10 it ignores the rest of an
+// exponent once the digits read make 2^28. In base 16 it counts the bits of the digits in an int,
+// which 2^29 digits overflow.
 bool is_too_long(const char* first, const char* end, u32 base) {
     constexpr i64 kTrustedHexDigits = 1'000'000;
     constexpr i64 kTrustedExponent = 8;  // digits
@@ -155,8 +155,8 @@ bool is_too_long(const char* first, const char* end, u32 base) {
 }
 
 // Returns the value of such a number. The number is written again, with a small exponent and with
-// as many digits as can matter: 767, and one more that says whether any digit after them is not
-// zero.
+// as many digits as can matter: 767, and one more that tells whether any digit after them is
+// nonzero.
 double read_too_long(const char* p, const char* end, u32 base) {
     constexpr size_t kMaxDigits = 767;
     constexpr i64 kMaxOrder = 2000;  // greater than the exponent of any double, in either base

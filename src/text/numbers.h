@@ -7,8 +7,8 @@
 
 namespace ke {
 
-// Reads a decimal integer. The caller has made sure that the text is an optional "-" and at least
-// one digit, and nothing else. Returns false, with *out unchanged, if the number does not fit.
+// Reads a decimal integer. The text must be an optional "-" and at least one digit, and nothing
+// else; this is not checked. Returns false, with *out unchanged, if the number does not fit.
 inline bool parse_i64(const char* first, const char* last, i64* out) {
     const bool negative = *first == '-';
     if (negative)

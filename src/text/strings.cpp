@@ -14,7 +14,7 @@ i32 wiq_struct_str(const void* src, u64 width, char** block, u64* size, bool tri
     char* old = nullptr;
     if (size == nullptr || *block == nullptr || width >= *size) {
         // The old block is freed only at the end, since the field may lie in it. A width to which 1
-        // cannot be added is more than any memory.
+        // cannot be added exceeds any memory.
         old = *block;
         *block = width == UINT64_MAX ? nullptr : static_cast<char*>(malloc(width + 1));
         if (*block == nullptr)

@@ -17,8 +17,8 @@ constexpr wiq_uint128 from_native(u128 a) {
 
 constexpr size_t kMaxDecimalDigits128 = 39;
 
-// Writes the decimal digits of `value` at `out`, which has room for kMaxDecimalDigits128
-// characters; returns the end of what was written. Nothing is terminated.
+// Writes the decimal digits of `value` at `out`, which must have space for kMaxDecimalDigits128
+// characters; returns the end of what was written. Does not terminate the text.
 char* write_u128(char* out, wiq_uint128 value);
 
 }  // namespace ke

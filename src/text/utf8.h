@@ -1,4 +1,4 @@
-// UTF-8 as the JSON reader and writer see it: the length of a sequence that its first byte
+// UTF-8 as the JSON reader and writer see it: the length that the first byte of a sequence
 // announces, and whether the whole sequence is valid (RFC 3629: shortest form, no surrogate, at
 // most U+10FFFF).
 #pragma once
