@@ -1,11 +1,11 @@
 // Class records. The record of a type is built when its first object is made, and is never freed.
 // It starts as a copy of the parent's record. Then class_base_init of each ancestor changes it,
-// from the root down, and at last the type's own class_init. While the ancestors change it, its
+// from the root down, and finally the type's own class_init. While the ancestors change it, its
 // `type` is still the parent.
 //
 // Each type has a lock. It is held while the parent's class is built under the parent's lock, so
 // locks are always taken from child to parent. An initialiser runs under the lock of the type that
-// is being built. So it cannot make an object of that type or of one that derives from it: the
+// is being built, so it cannot make an object of that type or of one that derives from it: the
 // thread would wait for a lock that it holds itself. build_class() detects that and fails.
 
 #include "object/class.h"
@@ -74,8 +74,9 @@ void store_resolved(const WiqType* type, SizeField field) {
     size_of(type, field).store(resolve(type, field), std::memory_order_relaxed);
 }
 
-// Copies the parent's record, whose class is built first, and lets the ancestors change the copy.
-// They do so in each record anew, although the parent's record already has what they changed there.
+// Builds the parent's class if necessary, copies its record, and lets the ancestors change the
+// copy. They do so in every record, although the copy already contains what they changed in the
+// parent's.
 i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
     WiqType* parent = type->parent;
     if (parent == nullptr)
@@ -92,7 +93,7 @@ i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
     });
 }
 
-// Fills a new record of zeros, up to and including the type's own class_init.
+// Fills a new record, which is zero, up to and including the type's own class_init.
 i32 fill(WiqType* type, WiqClass* record) {
     const i32 status = fill_from_ancestors(type, record);
     if (status != 0)

@@ -25,7 +25,7 @@ struct Limits<u64> {
     static i32 parse(const char* text, u64* out) { return wiq_strtouint64(text, out); }
 };
 
-// 2^64 does not fit into 64 bits. It gives the number by which x86 processors answer such a
+// 2^64 does not fit into 64 bits. It gives the number that x86 processors return for such a
 // conversion.
 constexpr u64 kOutOfRange = u64{1} << 63;
 

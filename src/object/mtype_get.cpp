@@ -1,5 +1,5 @@
-// Tagged values: what type they are of, and what they hold. Getters convert nothing; for a value of
-// another type they return 0, false or NULL.
+// Tagged values: their types and contents. Getters convert nothing; for a value of another type
+// they return 0, false or NULL.
 
 #include "ke_utils/mtype.h"
 

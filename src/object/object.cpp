@@ -1,5 +1,5 @@
-// Instances. The initialisers of the type and its ancestors make them, that of the root first; the
-// finalisers release them, that of the most derived type first.
+// Instances. The initialisers of the type and its ancestors run from the root type down; the
+// finalisers run from the most derived type up.
 
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
-// Type descriptors: the registry of types, and the question which type derives from which. Types
-// are registered before threads use them, so nothing here is locked.
+// Type descriptors: the registry of types, and which type derives from which. Types are registered
+// before threads use them, so nothing here is locked.
 
 #include <uv.h>
 
