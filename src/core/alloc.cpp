@@ -1,5 +1,5 @@
 // Allocation functions that call the hooks of their caller, and the plain functions below them. A
-// hook receives addresses of a call's variables and may change what is there. So each function
+// hook receives the addresses of a call's variables and may change the variables, so each function
 // works on copies of its arguments, and reads them again after every hook.
 
 #include <bit>
@@ -27,8 +27,8 @@ void* hooked_malloc(size_t size, bool zero, wiq_alloc_fail_fn fail, wiq_malloc_p
 }
 
 // Whether a runtime may be asked for this block. The runtimes disagree about an alignment that is
-// not a power of two, and about a size that wraps when the room for the alignment is added, so such
-// blocks are refused here.
+// not a power of two, and about a size that wraps when the space for the alignment is added, so
+// such blocks are refused here.
 bool is_possible(size_t size, size_t alignment) {
     constexpr size_t kRuntimeRecord = 64;  // more than any runtime stores beside a block
     return std::has_single_bit(alignment) && alignment <= SIZE_MAX / 2 &&
@@ -93,8 +93,8 @@ i32 wiq_wrap_aligned_alloc(void** out, size_t size, size_t alignment, wiq_alloc_
 }
 
 void wiq_wrap_aligned_free(void* ptr, wiq_free_fn hook) {
-    // The hook may keep the block from being released, but cannot make another block be released in
-    // its place.
+    // The hook may keep the block from being released, but cannot cause another block to be
+    // released instead.
     void* seen = ptr;
     if (hook != nullptr)
         hook(&seen);

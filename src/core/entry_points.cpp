@@ -52,7 +52,7 @@ i32 wiq_dlopen_real(const char* path, wiq_lib* lib) {
         return WIQ_ERR_INVALID_ARG;
     if (ke::os::open_module(path, uv_lib(lib)) == 0)
         return 0;
-    // Releases the error text too: a record that failed to open holds nothing.
+    // This releases the error text, too: a record that failed to open holds nothing.
     uv_dlclose(uv_lib(lib));
     return WIQ_ERR_DLOPEN;
 }

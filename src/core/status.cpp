@@ -1,6 +1,6 @@
 // The mapping between the two ranges of statuses that describe conversions: the library's own
-// parsers and converters return those of -70xx, and a tool reports those of -10xx about its user's
-// data.
+// parsers and converters return those from -7000 to -7099, and a tool reports those from -1000 to
+// -1099 about its user's data.
 
 #include "ke_utils/core.h"
 

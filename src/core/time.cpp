@@ -21,7 +21,7 @@ i32 wiq_get_tm(struct tm* out) {
 int calc_tm_to_ms(const struct tm* tm) {
     if (tm == nullptr)
         return WIQ_ERR_INVALID_ARG;
-    // Unsigned arithmetic: whatever the fields hold, the result wraps instead of being undefined.
+    // Unsigned arithmetic: whatever the fields are, the result wraps instead of being undefined.
     const u32 seconds = (static_cast<u32>(tm->tm_hour) * 60 + static_cast<u32>(tm->tm_min)) * 60 +
                         static_cast<u32>(tm->tm_sec);
     return static_cast<i32>(seconds * kMsPerSecond);
