@@ -16,7 +16,7 @@ constexpr size_t kLineStep = 128;
 constexpr size_t kLongLine = size_t{64} * 1024;
 
 // Returns the size of an open file, and moves back to its start. Returns WIQ_ERR_FILE_EMPTY for an
-// empty file, and WIQ_ERR_IO if the size cannot be found out or does not fit into 31 bits.
+// empty file, and WIQ_ERR_IO if the size cannot be determined or does not fit into 31 bits.
 i32 measure(FILE* fp) {
     if (fseek(fp, 0, SEEK_END) != 0)
         return WIQ_ERR_IO;
@@ -75,8 +75,8 @@ void trim_line(Line* line) {
 }
 
 // Reads a line that begins with the byte `c`. Returns its length; WIQ_ERR_NO_MEMORY; or WIQ_ERR_IO
-// for a line longer than `max_length`, whose next byte is then still to be read. The buffer holds
-// the line as far as it was read, with a NUL unless memory ran out.
+// for a line longer than `max_length`, whose next byte is then still to be read. The buffer
+// contains the part of the line that was read, with a NUL unless memory ran out.
 i32 read_line(Line* line, int c, FILE* stream, size_t max_length) {
     for (; c != EOF; c = ke::os::getc_locked(stream)) {
         if (line->length == max_length) {
@@ -84,7 +84,7 @@ i32 read_line(Line* line, int c, FILE* stream, size_t max_length) {
             line->data[line->length] = '\0';
             return WIQ_ERR_IO;
         }
-        // Room for the byte and a NUL; a sum, so that the test also holds for a size of 0 or 1.
+        // Room for the byte and a NUL. As a sum, the test also works for a size of 0 or 1.
         if (line->length + 2 > line->size && grow_line(line) != 0)
             return WIQ_ERR_NO_MEMORY;
         line->data[line->length++] = static_cast<char>(c);
@@ -115,7 +115,7 @@ i32 getline_locked(char** line, size_t* size, FILE* stream, size_t max_length) {
         return result;
     }
     trim_line(&reading);
-    // After a failure too, since the block that the caller knew may have moved.
+    // Stored after a failure, too, since the caller's block may have moved.
     *line = reading.data;
     *size = reading.size;
     return result;

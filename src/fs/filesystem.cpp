@@ -1,4 +1,4 @@
-// The file system: thin wrappers of the system's calls, whose outcome becomes a status.
+// The file system: thin wrappers around the system's calls, which turn their results into statuses.
 
 #include <uv.h>
 
@@ -48,8 +48,8 @@ i32 status_of_mkdir(u32 code) {
     }
 }
 
-// Makes one directory whose parents exist. Returns the system's code, except that something else
-// that has this name counts as a path that leads nowhere.
+// Makes one directory whose parents exist. Returns the system's code, except that if something else
+// has this name, the code is that of a missing path.
 u32 make_level(const char* path) {
     const u32 code = ke::os::make_dir(path);
     if (code == ke::os::kErrorAlreadyExists && ke::os::path_kind(path) == ke::os::PathKind::kOther)

@@ -32,7 +32,7 @@ struct IniToken {
     u32 length;
 };
 
-// Tells which bytes end a word. This is a table, since it is asked about every byte of a file.
+// Tells which bytes end a word. This is a table, since it is consulted for every byte of a file.
 struct WordEnds {
     constexpr WordEnds() : ends() {
         for (int c = 0; c < 256; ++c) {
@@ -130,7 +130,7 @@ u32 clamp_to_u32(u64 count) {
     return count < UINT32_MAX ? static_cast<u32>(count) : UINT32_MAX;
 }
 
-// Parses the lines of one stream and calls back.
+// Parses the lines of one stream and calls the callbacks.
 class IniParser {
   public:
     IniParser(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,
@@ -250,7 +250,7 @@ class IniParser {
     static bool ends_statement(const IniToken& token) {
         return token.kind == kIniComment || token.kind == kIniEol;
     }
-    // Returns a quoted text without its quotes, and any other token as it is.
+    // Returns a quoted text without its quotes, and any other token unchanged.
     static IniToken without_quotes(const IniToken& token) {
         return token.kind == kIniQuoted ? IniToken{token.kind, token.start + 1, token.length - 2}
                                         : token;

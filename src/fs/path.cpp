@@ -1,5 +1,5 @@
-// Path strings, without a look at the file system. The separator that is written is always "\";
-// which functions also recognise "/" depends on their purpose.
+// Path strings; the file system is not accessed. The functions always write "\" as the separator;
+// whether they also recognise "/" depends on their purpose.
 
 #include <cstdarg>
 #include <cstdlib>
@@ -33,13 +33,13 @@ i32 append_part(wiq_strbuf* buf, const ke::BufferArg& part, u64 length, i32 befo
     const i32 appended = wiq_strbuf_write(buf, part.now(buf), length);
     if (appended >= 0)
         return appended + separators;
-    // Takes the separator back: on its own it would make another path.
+    // Remove the separator again: on its own it would make a different path.
     wiq_strbuf_erase(buf, static_cast<u64>(separators));
     return appended;
 }
 
-// Appends a part as it was when the buffer was as in `before`. A part that lies in the buffer's
-// text ended where that text did, although by now more text may follow it.
+// Appends a part as it was when the buffer was in the state `before`. A part that lies in the
+// buffer's text ended where that text did, although more text may follow it by now.
 i32 append_part_of(const wiq_strbuf& before, wiq_strbuf* buf, const char* part, i32 total) {
     const ke::BufferArg arg(&before, part);
     if (!arg.inside())

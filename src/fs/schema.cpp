@@ -15,7 +15,8 @@ namespace {
 constexpr u64 kPathSize = 260;
 constexpr const char* kSchemaDirs[] = {"schemas", "..\\schemas"};
 
-// Returns the text of a directory for a path. If there is no directory, the path names no file.
+// Returns the text that stands for a directory in a path. Without a directory, the path names no
+// file.
 const char* text_of(const char* dir) {
     return dir == nullptr ? "(null)" : dir;
 }
@@ -34,7 +35,7 @@ char* wiq_schema_filename(const char* command, bool input, u32* err) {
         report(err, WIQ_ERR_NO_MEMORY);
         return nullptr;
     }
-    // NOLINTNEXTLINE(bugprone-not-null-terminated-result): the suffix brings the NUL.
+    // NOLINTNEXTLINE(bugprone-not-null-terminated-result): the suffix contains the NUL.
     memcpy(name, command, length);
     memcpy(name + length, suffix, suffix_size);
     return wiq_strchr_replace(name, '-', '_');
@@ -57,7 +58,7 @@ FILE* wiq_schema_open(const char* filename, u32* err) {
     for (const char* schemas : kSchemaDirs) {
         const i32 length = wiq_strbuf_rprintf(&path, "%s\\%s\\%s", text_of(dir), schemas, filename);
         if (length < 0) {
-            // A name that is too long to be formatted is not that of any file.
+            // No file has a name that is too long to be formatted.
             report(err, length == WIQ_ERR_FAILED ? static_cast<i32>(WIQ_ERR_NOT_FOUND) : length);
             break;
         }
