@@ -1,4 +1,4 @@
-// What both platforms make of the errors of the C runtime.
+// How both platforms translate the errors of the C runtime.
 #pragma once
 
 #include <cerrno>

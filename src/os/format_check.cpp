@@ -1,4 +1,4 @@
-// See format_check.h. Modifiers are accepted in any order. So a format that has them in the wrong
+// See format_check.h. Modifiers are accepted in any order, so a format that has them in the wrong
 // order, which a runtime would read in its own way, is still checked for what is dangerous.
 #include "os/format_check.h"
 
@@ -34,7 +34,7 @@ class Modifiers {
             read_number();
             return true;
         }
-        // Widths in bits, such as "wf32" (C23); runtimes that know them read the digits as part of
+        // Bit widths, such as "wf32" (C23): runtimes that support them read the digits as part of
         // the modifier.
         if (text_[0] == 'w' && text_[1] == 'f' && is_digit(text_[2]))
             ++text_;

@@ -13,9 +13,9 @@ extern "C" _invalid_parameter_handler __cdecl _set_thread_local_invalid_paramete
 
 namespace ke::os {
 
-// While an object of this class lives, a bad argument makes the call of the runtime fail, with
-// errno set, and nothing else, in this thread. Afterwards the program's own handlers, for this
-// thread and for all threads, are as before.
+// While an object of this class exists, the only effect of a bad argument in this thread is that
+// the runtime's call fails, with errno set. Afterwards the program's own handlers, for this thread
+// and for all threads, are as before.
 class InvalidParametersFail {
   public:
 #if defined(_UCRT)

@@ -1,7 +1,7 @@
 // The seam with the operating system and the C runtime. Everything that differs between platforms
 // is declared here once and implemented twice, in posix*.cpp and windows*.cpp. Nothing outside
 // src/os asks which platform it is on. What is the same everywhere (malloc, strlen, qsort) is not
-// here, and nothing here knows the library's containers or JSON.
+// here, and nothing here depends on the library's containers or JSON.
 #pragma once
 
 #include <cstdarg>
@@ -15,7 +15,7 @@ namespace ke::os {
 // --- Memory --------------------------------------------------------------------------------------
 
 // Returns a block of `size` bytes at a multiple of `alignment`, or nullptr when out of memory. The
-// alignment must be a power of two, and the sum of both must be far from the largest size. The
+// alignment must be a power of two, and the sum of both must be far below the largest size. The
 // block is released with aligned_free() only.
 void* aligned_alloc(size_t size, size_t alignment);
 void aligned_free(void* ptr);
@@ -27,8 +27,8 @@ i32 thread_id();
 
 // --- Secrets -------------------------------------------------------------------------------------
 
-// Returns a number that nobody outside of the process can guess. If the system cannot provide one,
-// the number at least differs from process to process.
+// Returns a number that nobody outside the process can guess. If the system cannot provide one, the
+// number at least differs from process to process.
 u64 random_u64();
 
 // --- Time ----------------------------------------------------------------------------------------
@@ -40,7 +40,7 @@ i64 unix_time();
 bool utc_time(i64 seconds, struct tm* out);
 
 // --- Formatting, always in the "C" locale --------------------------------------------------------
-// A format that is_refused_format() names fails here like one that the runtime rejects.
+// A format that is_refused_format() refuses fails here as if the runtime had rejected it.
 
 // Returns the length of the text without its NUL, or a negative number if the runtime rejects the
 // format. Positional arguments ("%2$s") are allowed.
@@ -49,7 +49,7 @@ i32 format_length(const char* format, va_list args);
 // includes a text that does not fit. Positional arguments are allowed.
 i32 format_text(char* buf, size_t size, const char* format, va_list args);
 // Does what format_text() does, but a text that does not fit is not a failure: its length, `size`
-// or more, is returned, and what the buffer then holds is of no use.
+// or more, is returned, and the content of the buffer is then unspecified.
 i32 format_or_measure(char* buf, size_t size, const char* format, va_list args);
 // Does what format_length() does, without positional arguments.
 i32 format_length_plain(const char* format, va_list args);
@@ -90,8 +90,8 @@ enum class FileResult {
 
 // Opens a stream, or returns nullptr with the reason in *result.
 FILE* open_file(const char* path, const char* mode, FileResult* result);
-// Replaces the six "X" at the end of tmpl so that no existing file has the name. The caller has
-// checked that they are there.
+// Replaces the six "X" at the end of `tmpl` so that no existing file has the name. The caller must
+// have checked that they are there.
 FileResult make_temp_name(char* tmpl);
 // Opens a stream for a file that must not exist before the call, if the mode creates files.
 FILE* open_new_file(const char* path, const char* mode, FileResult* result);
@@ -106,7 +106,7 @@ u32 make_dir(const char* path);
 enum class PathKind { kDirectory, kOther, kUnknown };
 PathKind path_kind(const char* path);
 // Returns the full path of the running executable as a new UTF-8 text, or nullptr if it cannot be
-// had.
+// determined.
 char* executable_path();
 
 // --- Streams, locked once and then read in bulk --------------------------------------------------
@@ -115,9 +115,9 @@ void lock_stream(FILE* fp);
 void unlock_stream(FILE* fp);
 // Does what getc() does, for a stream that the caller has locked.
 int getc_locked(FILE* fp);
-// Returns what getc_locked() returns next without asking the system: the unread bytes in the buffer
-// of a stream that the caller has locked. Empty if there are none, or if the runtime does not show
-// its buffer.
+// Returns the bytes that getc_locked() can return without asking the system: the unread ones in the
+// buffer of a stream that the caller has locked. Empty if there are none, or if the runtime does
+// not expose its buffer.
 struct BufferedBytes {
     const char* first;
     const char* last;

@@ -32,7 +32,8 @@ u64 random_u64() {
     u64 number = 0;
     if (getrandom(&number, sizeof(number), 0) == static_cast<ssize_t>(sizeof(number)))
         return number;
-    // Addresses differ from process to process too, so that of a local variable is mixed in.
+    // Addresses also differ from process to process, so the address of a local variable is mixed
+    // in.
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     number = static_cast<u64>(now.tv_nsec) << 32 ^ static_cast<u64>(now.tv_sec) ^
@@ -61,8 +62,8 @@ bool utc_time(i64 seconds, struct tm* out) {
 
 namespace {
 
-// While an object of this class lives, the calling thread formats in the "C" locale. Other threads,
-// and the setting of the process, are untouched.
+// While an object of this class exists, the calling thread formats in the "C" locale. Other
+// threads, and the setting of the process, are untouched.
 class CLocaleScope {
   public:
     CLocaleScope() : before_(uselocale(c_locale())) {}
@@ -104,8 +105,7 @@ i32 format_or_measure(char* buf, size_t size, const char* format, va_list args) 
     return vsnprintf(buf, size, format, args);
 }
 
-// vsnprintf() handles positional arguments itself, so the plain function does the same as the
-// other.
+// vsnprintf() handles positional arguments itself, so both functions do the same.
 i32 format_length_plain(const char* format, va_list args) {
     return format_length(format, args);
 }

@@ -51,7 +51,8 @@ u32 announced_length(u8 lead) {
 // Returns how many bytes from `s` on could begin a valid sequence of `length` bytes. This is the
 // maximal subpart that one replacement character stands for (Unicode 15, section 3.9, table 3-8).
 // Only the second byte has a range of its own, which depends on the lead byte; the bytes after it
-// are any continuation bytes. The NUL at the end of the text is not one, so nothing after it is read.
+// are any continuation bytes. The NUL at the end of the text is no continuation byte, so nothing
+// after it is read.
 u32 maximal_subpart(const u8* s, u32 length) {
     const u8 lead = s[0];
     u8 low = 0x80;

@@ -1,5 +1,5 @@
-// Files, directories and stream locks on POSIX systems. Paths come with either separator: "\" is
-// turned into "/" on the way to the system, and every other byte is kept as it is.
+// Files, directories and stream locks on POSIX systems. Paths may use either separator: "\" is
+// turned into "/" on the way to the system, and every other byte is unchanged.
 
 #include <fcntl.h>
 #include <sys/random.h>
@@ -54,9 +54,9 @@ bool ends_in_separator(const char* path) {
     return length > 0 && path[length - 1] == '/';
 }
 
-// Translates the errno of a call that takes the names of files into what Windows would say: a name
-// below a file, and a name that is too long, are not found. A name that ends in a separator cannot
-// be that of a file, which is another error.
+// Translates the errno of a call that takes file names into what Windows would report: a name below
+// a file, and a name that is too long, are not found. A name that ends in a separator cannot be
+// that of a file, which is another error.
 FileResult result_of_name_errno(bool ends_in_separator) {
     if (errno == ENAMETOOLONG || (errno == ENOTDIR && !ends_in_separator))
         return FileResult::kNotFound;
@@ -64,8 +64,8 @@ FileResult result_of_name_errno(bool ends_in_separator) {
 }
 
 // As above, for opening. Access to a directory is denied. The system gives the same error (EISDIR)
-// for a name that ends in a separator if the mode would create a file of that name; that is no
-// matter of access.
+// for a name that ends in a separator if the mode would create a file of that name; that has
+// nothing to do with access.
 FileResult result_of_open_errno(const char* path) {
     if (errno != EISDIR)
         return result_of_name_errno(ends_in_separator(path));
@@ -77,8 +77,8 @@ FileResult result_of_open_errno(const char* path) {
 // Opens a file that programs started by this one do not inherit. A directory is refused: the system
 // would open it for reading, although it cannot be read.
 FILE* open_existing(const char* path, const char* mode) {
-    // The "e" goes after the first letter, since the runtime looks at the first seven letters of a
-    // mode only.
+    // The "e" is inserted after the first letter, since the runtime reads only the first seven
+    // letters of a mode.
     char inherited_by_none[16];
     if (mode[0] == '\0') {
         errno = EINVAL;
@@ -222,8 +222,8 @@ bool is_same_name(const char* a, const char* b) {
 
 // Renames without replacing, on file systems that cannot do so in one step. It gives the file a
 // second name, which fails if that name is taken, and then removes the first. What cannot have a
-// second name, such as a directory, is renamed after a look at the target; an empty directory that
-// somebody makes in between is then replaced.
+// second name, such as a directory, is renamed after a check that the target does not exist; an
+// empty directory that somebody makes in between is then replaced.
 int rename_in_steps(const char* from, const char* to) {
     if (link(from, to) == 0) {
         if (unlink(from) == 0)

@@ -1,4 +1,4 @@
-// The seam's memory, threads, time and formatting on Windows, by means of the runtime's own
+// The seam's memory, threads, time and formatting on Windows, on top of the runtime's own
 // functions. Files and text encoding are in windows_files.cpp.
 #define _CRT_RAND_S  // NOLINT(bugprone-reserved-identifier): asks for rand_s()
 #include <windows.h>
@@ -32,7 +32,8 @@ u64 random_u64() {
     unsigned low = 0;
     if (rand_s(&high) == 0 && rand_s(&low) == 0)
         return u64{high} << 32 | low;
-    // Addresses differ from process to process too, so that of a local variable is mixed in.
+    // Addresses also differ from process to process, so the address of a local variable is mixed
+    // in.
     LARGE_INTEGER now;
     QueryPerformanceCounter(&now);
     const u64 number = static_cast<u64>(now.QuadPart) << 32 ^ GetCurrentProcessId();
@@ -55,7 +56,7 @@ bool utc_time(i64 seconds, struct tm* out) {
 
 namespace {
 
-// The older runtime skips the letters by which 16-bit systems told far pointers from near ones.
+// The older runtime skips the letters that told far pointers from near ones on 16-bit systems.
 #if defined(_UCRT)
 constexpr const char* kModifiers = "";
 #else
@@ -93,8 +94,8 @@ i32 format_text(char* buf, size_t size, const char* format, va_list args) {
     return -1;
 }
 
-// The runtime's function does not tell a text that is too long from a format that it refuses, so a
-// failed call is followed by one that measures.
+// The runtime's function fails in the same way for a text that is too long and for a format that it
+// refuses, so a failed call is followed by one that measures.
 i32 format_or_measure(char* buf, size_t size, const char* format, va_list args) {
     va_list counted;  // NOLINT(cppcoreguidelines-init-variables): the next line does it
     va_copy(counted, args);
@@ -117,7 +118,7 @@ void format_text_cut(char* buf, size_t size, const char* format, va_list args) {
     if (format == nullptr || is_refused_format(format, kModifiers))
         return;
     const InvalidParametersFail guard;
-    // The result is negative for a text that was cut as well, so it says nothing.
+    // The result is also negative for a text that was cut, so it is ignored.
     _vsnprintf_s_l(buf, size, _TRUNCATE, format, c_locale(), args);
 }
 

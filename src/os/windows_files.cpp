@@ -1,4 +1,4 @@
-// Files, directories, text conversion and stream locks on Windows, by means of the wide-character
+// Files, directories, text conversion and stream locks on Windows, on top of the wide-character
 // functions of the system and of the runtime. Paths are UTF-8 until they get here.
 
 // First, because libuv's header must be the one that includes the headers of the system.
@@ -36,8 +36,8 @@ FileResult result_of_last_error() {
     }
 }
 
-// Makes a name that is too long "not found", as it is on the other platform: only some of the
-// system's calls say so.
+// Reports a name that is too long as not found, as the other platform does: only some of the
+// system's calls do so.
 FileResult result_of_name(FileResult result, const wchar_t* path) {
     const bool unclear = result == FileResult::kInvalid || result == FileResult::kOther;
     return unclear && is_too_long(path) ? FileResult::kNotFound : result;

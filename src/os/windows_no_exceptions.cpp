@@ -1,8 +1,8 @@
 // Replaces the part of the C++ runtime that handles exceptions, in the DLL. The library throws
-// nothing. But std::from_chars() in the compiler's C++ library names the handler of C++ exceptions,
-// and that would bring in everything that unwinds a stack: locks, threads, the functions of a
-// debugger. This file is linked into the DLL only; a program that uses the static library has its
-// own C++ runtime.
+// nothing. But std::from_chars() in the compiler's C++ library refers to the handler of C++
+// exceptions, which would bring in everything that unwinds a stack: locks, threads, the functions
+// of a debugger. This file is linked into the DLL only; a program that uses the static library has
+// its own C++ runtime.
 #include <windows.h>
 
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // See windows_path.h. A path that is short enough keeps the plain form. In the extended form the
-// system does not interpret "/", "." and "..", so the path must be a full name; the system itself
-// makes that.
+// system does not interpret "/", "." and "..", so the path must be a full name, which the system
+// itself makes.
 #include "os/windows_path.h"
 
 #include <windows.h>
@@ -24,7 +24,7 @@ bool is_separator(wchar_t c) {
 }
 
 // Whether a path begins with a drive and its root. The full name of such a path is no longer than
-// the path, so it need not be asked for.
+// the path, so the system need not be asked for it.
 bool has_drive_and_root(const wchar_t* text) {
     return text[0] != L'\0' && text[1] == L':' && is_separator(text[2]);
 }
@@ -35,14 +35,14 @@ bool is_special(const wchar_t* text) {
            is_separator(text[3]);
 }
 
-// Returns a new text with the extended form of a path, or nullptr when out of memory or if there is
-// none. `size` is the number of characters of its full form, the NUL included.
+// Returns a new text with the extended form of a path, or nullptr when out of memory or if the path
+// has none. `size` is the number of characters of its full form, the NUL included.
 wchar_t* extended(const wchar_t* text, DWORD size) {
     constexpr size_t kRoom = sizeof(kExtendedShare) / sizeof(wchar_t);
     auto* result = static_cast<wchar_t*>(malloc((kRoom + size) * sizeof(wchar_t)));
     if (result == nullptr)
         return nullptr;
-    // The full name is written after room for the longest prefix, and then moved to follow the
+    // The full name is written after space for the longest prefix, and then moved to follow the
     // prefix that it gets.
     wchar_t* full = result + kRoom;
     const DWORD length = GetFullPathNameW(text, size, full, nullptr);

@@ -1,5 +1,5 @@
-// Conversions between UTF-8 and the wide characters of Windows, by means of the system's functions.
-// These count in 31 bits, so a text is converted in pieces. The size of a piece is an argument of the
+// Conversions between UTF-8 and the wide characters of Windows, by the system's functions. These
+// count in 31 bits, so a text is converted in pieces. The size of a piece is an argument of the
 // template so that a test needs no text of a gigabyte.
 #pragma once
 
@@ -39,9 +39,9 @@ size_t piece_of(const wchar_t* text, size_t left) {
     return IS_HIGH_SURROGATE(text[kPiece - 1]) ? kPiece - 1 : kPiece;
 }
 
-// Converts a text of `length` units with `piece`, which converts one piece of it, or measures it if
-// there is no room. Returns a new text, or nullptr with the reason in *code. The first loop
-// measures, the second converts, so both must cut the text into the same pieces.
+// Converts a text of `length` units with `piece`, which converts one piece of it, or only measures
+// it if the output has no space. Returns a new text, or nullptr with the reason in *code. The first
+// loop measures, the second converts, so both must cut the text into the same pieces.
 template <class To, size_t kPiece, class From, class Convert>
 To* convert_in_pieces(const From* text, size_t length, const Convert& piece, u32* code) {
     size_t size = 0;
