@@ -10,7 +10,7 @@
  *    negative status instead. Nothing is logged, nothing is thrown, nothing aborts.
  *
  * 2. The err argument. A function that returns a pointer or a value takes the address of a `u32` as
- *    its last argument (a few take it elsewhere; their comment says so) and stores the status
+ *    its last argument (a few take it elsewhere; their comments say so) and stores the status
  *    there, 0 on success; read it as `(i32)err`. Pass NULL if you do not want it. In the JSON
  *    family the argument also chains: if it holds a nonzero status on entry, the function does
  *    nothing, leaves it unchanged and returns NULL, 0 or false. So a series of calls can share one

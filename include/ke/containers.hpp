@@ -1,7 +1,7 @@
 /**
  * @file containers.hpp
  * Wraps the vector, hash map, locked map and string list of the C interface in classes that own
- * what they hold. They are meant for code that shares these records with C; other code can use the
+ * their contents. They are meant for code that shares these records with C; other code can use the
  * containers of the standard library. The string buffer is in strbuf.hpp.
  */
 #ifndef KE_CONTAINERS_HPP
@@ -206,7 +206,7 @@ class map {
         const i32 status = wiq_map_put(&map_, pair.key.get(), pair.value.get());
         if (map_.size == before)
             return status;
-        // The pair is stored: a put whose table could not grow has stored it all the same.
+        // The pair is stored: a put whose table could not grow has stored it nonetheless.
         pair.release();
         return 0;
     }
@@ -366,7 +366,7 @@ class locked_map {
                 detail::owned_pair<V> pair(key, V(*fresh));
                 const i32 status =
                     pair ? wiq_map_put(&map_.map, pair.key.get(), pair.value.get()) : 0;
-                // A put whose table could not grow has stored the pair all the same.
+                // A put whose table could not grow has stored the pair nonetheless.
                 if (!pair || wiq_map_get(&map_.map, pair.key.get()) != pair.value.get())
                     return result<V>::failure(pair ? status : WIQ_ERR_NO_MEMORY);
                 pair.release();
@@ -397,7 +397,7 @@ class locked_map {
         bool stored = false;
         const auto put = [&] {
             status = wiq_map_put(&map_.map, pair.key.get(), pair.value.get());
-            // A put whose table could not grow has stored the pair all the same.
+            // A put whose table could not grow has stored the pair nonetheless.
             stored = wiq_map_get(&map_.map, pair.key.get()) == pair.value.get();
             return true;
         };

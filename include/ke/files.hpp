@@ -113,7 +113,7 @@ inline i32 replace_file(const std::string& from, const std::string& to) noexcept
 // What save() writes.
 struct save_target {
     std::string path;
-    bool is_file;  // whether a new file takes its place; a device or a pipe is written to
+    bool is_file;  // whether a new file replaces it; otherwise it is a device or a pipe to write to
 };
 #if defined(_WIN32)
 inline save_target target_of(const char* path) {

@@ -512,8 +512,9 @@ status read_real(json_view from, T& to) noexcept {
                 return wide;
             value = static_cast<double>(magnitude.high()) * 18446744073709551616.0 +
                     static_cast<double>(magnitude.low());
-            // A T holds every integer up to 2^digits, and beyond that those that end in enough zero
-            // bits: after the trailing zeros are shifted out, the rest must fit into `digits` bits.
+            // A T can represent every integer up to 2^digits, and larger ones that end in enough
+            // zero bits: after the trailing zeros are shifted out, the rest must fit into `digits`
+            // bits.
             constexpr int digits = std::is_same_v<T, float> ? std::numeric_limits<float>::digits
                                                             : std::numeric_limits<double>::digits;
             u64 high = magnitude.high();

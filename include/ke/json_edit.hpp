@@ -76,9 +76,9 @@ status json_ref::insert(I index, V&& value) {
 inline status json_ref::remove_at(const text_arg& key) noexcept {
     return wiq_json_obj_remove(node_, key.c_str());
 }
-// Replaces the contents of an array by elements that it already holds. It takes all elements off
-// and appends the given ones in their new order. This does not fail, since removing elements does
-// not shrink the array's table. The other elements are released.
+// Replaces the contents of an array with elements that it already contains. It takes all elements
+// off and appends the given ones in their new order. This does not fail, since removing elements
+// does not shrink the array's table. The other elements are released.
 inline status json_ref::refill(const json* elements, std::size_t count) noexcept {
     i32 status = wiq_json_array_pop(node_, size());
     for (std::size_t i = 0; i < count; ++i) {

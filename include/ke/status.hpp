@@ -1,8 +1,8 @@
 /**
  * @file status.hpp
- * Defines what functions of this layer return: ke::status says how a call ended (a number, a
- * sentence and, for parsers, a location in the text), and ke::result holds a value or the status of
- * the call that failed to produce it. Both are [[nodiscard]].
+ * Defines the types that functions of this layer return: ke::status says how a call ended (a
+ * number, a sentence and, for parsers, a location in the text), and ke::result holds a value or the
+ * status of the call that failed to produce it. Both are [[nodiscard]].
  *
  * The layer itself throws nothing; only the standard library (std::bad_alloc) and functions of the
  * user that it calls may throw. If KE_UTILS_EXCEPTIONS is defined (in the whole program, before the
@@ -38,7 +38,7 @@ namespace ke {
 
 /** @defgroup cpp The C++ layer
  *  The layer has one header per family of functions under `ke/`; `ke_utils.hpp` includes them all.
- *  Every function calls one or a few C functions, and what their comments say holds here, too.
+ *  Every function calls one or a few C functions, and their comments apply here, too.
  *  @{ */
 
 using ::i16;

@@ -1,7 +1,6 @@
 /**
  * @file tagged.hpp
- * Defines ke::tagged, a class that wraps the tagged value of the C interface and owns what it
- * holds.
+ * Defines ke::tagged, a class that wraps the tagged value of the C interface and owns its contents.
  */
 #ifndef KE_TAGGED_HPP
 #define KE_TAGGED_HPP

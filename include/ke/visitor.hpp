@@ -114,7 +114,7 @@ inline const type_registration visitor_registration(visitor_type, WiqJsonVisitor
  * call visit().
  *
  * A function that is not overridden does what the C visitor does. An override for a container,
- * member or element must call the function of this base class to walk what is below, which is
+ * member or element must call the function of this base class to walk the values below, which are
  * skipped otherwise. A failure that an override returns ends the walk, and visit() returns it.
  * Overrides may throw, and may call visit() for another value.
  *

@@ -42,7 +42,7 @@ typedef struct wiq_vector {
 
 /**
  * Initialises an embedded vector, which wiq_vector_finalize() releases.
- * @param vec       the record; what it held before is forgotten, not released
+ * @param vec       the record; its old contents are overwritten, not released
  * @param elem_size size of one element in bytes, not 0
  * @param size      number of elements to begin with, which are constructed in ascending order
  * @param init_cb   called on each new element; if NULL, the memory of new elements is not
@@ -220,7 +220,7 @@ typedef struct wiq_map {
 
 /**
  * Initialises an embedded map, which wiq_map_finalize() releases.
- * @param map        the record; what it held before is forgotten, not released
+ * @param map        the record; its old contents are overwritten, not released
  * @param capacity   number of entries to expect. The number of buckets is the smallest power of two
  *                   above four thirds of it, computed in 64 bits, which wraps from 2^62 on.
  * @param hash       required
@@ -406,7 +406,7 @@ typedef struct wiq_safe_map {
 
 /**
  * Initialises an embedded locked map, which wiq_safe_map_finalize() releases.
- * @param map        the record; what it held before is forgotten, not released
+ * @param map        the record; its old contents are overwritten, not released
  * @param capacity   as in wiq_map_init()
  * @param hash       as in wiq_map_init()
  * @param cmp        as in wiq_map_init()
@@ -515,12 +515,12 @@ KE_API void wiq_safe_map_foreach(wiq_safe_map* map, wiq_map_foreach_fn callback,
  *  WIQ_ERR_NO_MEMORY when out of memory, with nothing changed. When the block of a buffer must grow
  *  to append, it at least doubles.
  *
- *  What is appended may lie in the buffer itself: wiq_strbuf_write(), the printing functions,
- *  wiq_strbuf_printhex() and the appending functions of other headers take the text as it was
- *  before the call. The functions that empty the buffer first are different. wiq_strbuf_rwrite()
- *  and wiq_strbuf_struct_str() read such bytes after the buffer has been emptied, when its first
- *  byte is the NUL. wiq_strbuf_rprintf() and wiq_strbuf_rvprintf() must not be given arguments that
- *  lie in the buffer.
+ *  The appended text may lie in the buffer itself: wiq_strbuf_write(), the printing functions,
+ *  wiq_strbuf_printhex() and the appending functions of other headers read it as it was before the
+ *  call. The functions that empty the buffer first are different. wiq_strbuf_rwrite() and
+ *  wiq_strbuf_struct_str() read such bytes after the buffer has been emptied, when its first byte
+ *  is the NUL. wiq_strbuf_rprintf() and wiq_strbuf_rvprintf() must not be given arguments that lie
+ *  in the buffer.
  *  @{ */
 
 /** A growable text, followed by a NUL. */
@@ -532,10 +532,10 @@ typedef struct wiq_strbuf {
 
 /**
  * Initialises an empty buffer, which wiq_strbuf_finalize() or wiq_strbuf_release() ends.
- * @param buf      the record; what it held before is forgotten, not released
+ * @param buf      the record; its old contents are overwritten, not released
  * @param capacity size of the first block in bytes; 0 stands for 64
  * @return 0; WIQ_ERR_INVALID_ARG if `buf` is NULL; WIQ_ERR_NO_MEMORY when out of memory, in which
- *         case the record holds no block
+ *         case the record has no block
  */
 KE_API i32 wiq_strbuf_init(wiq_strbuf* buf, u64 capacity);
 
@@ -726,7 +726,7 @@ typedef wiq_vector wiq_strv;
 
 /**
  * Initialises an empty string vector, which wiq_strv_finalize() releases.
- * @param strv the record; what it held before is forgotten, not released
+ * @param strv the record; its old contents are overwritten, not released
  * @return 0, or WIQ_ERR_INVALID_ARG if `strv` is NULL
  */
 KE_API i32 wiq_strv_init(wiq_strv* strv);

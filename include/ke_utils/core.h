@@ -280,7 +280,7 @@ KE_API void* wiq_wrap_realloc(void* ptr, size_t size, wiq_alloc_fail_fn fail,
 /**
  * Copies a string and calls hooks before and after the allocation.
  *
- * The size that the hooks see includes the NUL. What is copied always has the length that was
+ * The size that the hooks see includes the NUL. The copied text always has the length that was
  * measured before the hooks ran, so a pre hook must not make the block smaller.
  * @param str  NUL-terminated; for NULL the result is NULL, and no hook is called
  * @param fail as in wiq_wrap_malloc()

@@ -73,9 +73,9 @@ KE_API void free_narrow_array(int count, char** items, u32* err);
 KE_API const char* wiq_basename(const char* path);
 
 /**
- * Cuts a path, in place, to the directory of its last part: "C:\\dir\\f" becomes "C:\\dir", "C:\\f"
- * becomes "C:\\", "\\f" becomes "\\", and "f" becomes "".
- * @param path cut in place; may be NULL
+ * Truncates a path, in place, to the directory of its last part: "C:\\dir\\f" becomes "C:\\dir",
+ * "C:\\f" becomes "C:\\", "\\f" becomes "\\", and "f" becomes "".
+ * @param path truncated in place; may be NULL
  * @return `path`; NULL for NULL
  */
 KE_API char* wiq_dirname(char* path);
@@ -106,7 +106,7 @@ KE_API char* wiq_build_path(const char* dir, const char* name);
  * Appends a part to a path.
  *
  * A "\\" is put before the part, unless the buffer is empty or ends in "\\", or the part is empty.
- * @param buf  holds the path
+ * @param buf  contains the path
  * @param part may lie in the buffer
  * @return the number of bytes appended, the separator included; WIQ_ERR_INVALID_ARG (-7000) if an
  *         argument is NULL; WIQ_ERR_NO_MEMORY (-5000) when out of memory and WIQ_ERR_RANGE (-7001)
@@ -118,7 +118,7 @@ KE_API i32 wiq_append_path(wiq_strbuf* buf, const char* part);
  * Appends `count` parts (of type const char*), each as wiq_append_path() does.
  *
  * Parts that lie in the buffer are read as they were before the call.
- * @param buf   holds the path
+ * @param buf   contains the path
  * @param count number of parts that follow
  * @return the number of bytes appended in all; 0 for a count below 1; otherwise the first failure
  *         of wiq_append_path() (WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY or WIQ_ERR_RANGE), with the
@@ -265,7 +265,7 @@ KE_API i32 wiq_unlink(const char* path);
 KE_API i32 wiq_load_file(const char* path, void** out, size_t pad);
 
 /**
- * Reads a line, including its "\n", or what is left before the end of the stream.
+ * Reads a line, including its "\n", or the rest of the stream if there is no further "\n".
  * @param line   the address of a block from malloc(), or of NULL. The block may move; it grows by
  *               128 bytes at a time.
  * @param size   size of the block in bytes; ignored if the block is NULL

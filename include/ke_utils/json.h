@@ -279,7 +279,7 @@ KE_API void wiq_json_unref(wiq_json_t* node);
 
 /**
  * Destroys a node, whatever its count and whoever else holds it. If it has a parent, the parent is
- * not told. NULL is ignored.
+ * not updated. NULL is ignored.
  */
 KE_API void wiq_json_delete_impl(wiq_json_t* node);
 
@@ -311,7 +311,7 @@ KE_API const char* wiq_json_parent_key(const wiq_json_t* node);
 /** @} */
 
 /** @defgroup json_object JSON objects
- *  An object holds members by key, in a hash map. The order of its members is that of a ::wiq_map
+ *  An object stores members by key, in a hash map. The order of its members is that of a ::wiq_map
  *  with the same history and wiq_hash_str(), not the order of insertion. Keys are copied; keys with
  *  the same bytes are the same key.
  *
@@ -320,7 +320,7 @@ KE_API const char* wiq_json_parent_key(const wiq_json_t* node);
  *  If the index cannot be allocated, the chain is searched member by member; no call fails because
  *  of that.
  *
- *  What a getter returns stays owned by the object; call wiq_json_ref() to keep it.
+ *  What a getter returns is still owned by the object; call wiq_json_ref() to keep it.
  *  @{ */
 
 /** Flags of wiq_json_obj_get_ext() and wiq_json_array_get_ext(). */
@@ -606,7 +606,7 @@ KE_API wiq_json_t* wiq_json_obj_get_jref(const wiq_json_t* obj, const char* key,
  * Returns the object under a key. If the key is absent, first puts a new, empty, strong object
  * there. References are followed.
  *
- * A reference that leads nowhere is a failure, not an absent key, and stays as it is.
+ * A reference that leads nowhere is a failure, not an absent key, and is left unchanged.
  * @param obj the object to search
  * @param key the key
  * @param err chaining status: WIQ_ERR_INVALID_ARG if `obj` is not an object or `key` is NULL;
@@ -670,8 +670,8 @@ KE_API i32 wiq_json_obj_remove(wiq_json_t* obj, const char* key);
 /** @} */
 
 /** @defgroup json_array JSON arrays
- *  An array holds elements by index. A negative index counts from the end, so -1 is the last
- *  element. What a getter returns stays owned by the array; call wiq_json_ref() to keep it.
+ *  An array stores elements by index. A negative index counts from the end, so -1 is the last
+ *  element. What a getter returns is still owned by the array; call wiq_json_ref() to keep it.
  *  @{ */
 
 /**
@@ -827,7 +827,7 @@ KE_API wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u3
  * falls to 0. If a weak array is given the element that it has at this index, it keeps its
  * reference, and the caller gets another one.
  * @param array the array
- * @param index from 0; negative from the end. The child records the index as it is passed, even a
+ * @param index from 0; negative from the end. The child records the index exactly as passed, even a
  *              negative one (see wiq_json_parent_index()), until elements move and are renumbered.
  * @param child as in wiq_json_array_push_ext()
  * @param err   chaining status: WIQ_ERR_INVALID_ARG as in wiq_json_array_push_ext();
@@ -1238,7 +1238,8 @@ KE_API i32 wiq_json_sdump(wiq_json_t* node, char** out, u32 flags);
  * @param indent with ::WIQ_JSON_DUMP_PRETTY, the number of spaces before every line except the
  *               first
  * @return 0; WIQ_ERR_INVALID_ARG, WIQ_ERR_NO_MEMORY, WIQ_ERR_BAD_FORMAT or WIQ_ERR_BAD_JSON_TYPE as
- *         in wiq_json_sdump(); the length is not limited. What was written before a failure stays.
+ *         in wiq_json_sdump(); the length is not limited. Text that was written before a failure
+ *         stays.
  */
 KE_API i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 indent);
 
@@ -1252,7 +1253,7 @@ KE_API i32 wiq_json_sdump_ext(wiq_json_t* node, wiq_strbuf* buf, u32 flags, u32 
  * @param indent as in wiq_json_sdump_ext()
  * @return the number of bytes written, or 2^31 - 1 if there are more; WIQ_ERR_INVALID_ARG,
  *         WIQ_ERR_NO_MEMORY, WIQ_ERR_BAD_FORMAT or WIQ_ERR_BAD_JSON_TYPE as in wiq_json_sdump(),
- *         though the length is not limited; -1 if the stream failed. What was written before a
+ *         though the length is not limited; -1 if the stream failed. Text that was written before a
  *         failure stays; no part of a string that is not valid UTF-8 is written.
  */
 KE_API i32 wiq_json_fdump(wiq_json_t* node, FILE* fp, u32 flags, u32 indent);
@@ -1273,7 +1274,7 @@ KE_API char* wiq_json_escape_str(const char* text);
  * @param text UTF-8; may lie in the buffer
  * @param buf  the buffer
  * @return the length of the buffer; WIQ_ERR_INVALID_ARG if an argument is NULL; WIQ_ERR_BAD_FORMAT
- *         for invalid UTF-8, with what is before it appended; WIQ_ERR_RANGE if the buffer would
+ *         for invalid UTF-8, with the text before it appended; WIQ_ERR_RANGE if the buffer would
  *         have 2^31 bytes or more, with nothing appended
  */
 KE_API i32 wiq_json_escape_str_ext(const char* text, wiq_strbuf* buf);
@@ -1328,8 +1329,8 @@ KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
  * place.
  *
  * The copies contain no references. A reference that somebody else holds survives as a
- * free-standing node. The root itself is never replaced: if it is a reference, only what its target
- * contains is expanded. Documents of any depth can be expanded.
+ * free-standing node. The root itself is never replaced: if it is a reference, only the references
+ * inside its target are expanded. Documents of any depth can be expanded.
  *
  * The result may be exponentially larger than the document: sixty lists, each of two references to
  * the one before, become 2^60 values, and expanding them fails only when all memory is taken. Check
@@ -1339,9 +1340,9 @@ KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
  * @return 0; WIQ_ERR_INVALID_ARG if `root` is NULL; WIQ_ERR_JREF_CYCLE for references that lead
  *         back to themselves; WIQ_ERR_BAD_JSON_TYPE for a damaged node; WIQ_ERR_NO_MEMORY when out
  *         of memory; WIQ_ERR_PTR_SYNTAX, WIQ_ERR_PTR_BAD_ESCAPE, WIQ_ERR_KEY_NOT_FOUND,
- *         WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_WRONG_TYPE as in wiq_json_ptr_get(). What was
- *         replaced before a failure stays replaced. If memory runs out before the walk begins,
- *         `root` keeps one more reference than before.
+ *         WIQ_ERR_INDEX_OUT_OF_RANGE or WIQ_ERR_WRONG_TYPE as in wiq_json_ptr_get(). References
+ *         that were replaced before a failure stay replaced. If memory runs out before the walk
+ *         begins, `root` keeps one more reference than before.
  */
 KE_API i32 wiq_json_jref_expand(wiq_json_t* root);
 
@@ -1529,7 +1530,7 @@ KE_API i32 wiq_json_ptr_ext(const wiq_json_t* node, wiq_strbuf* buf);
 /**
  * Appends the JSON pointer of an object, "/" and a key to a buffer.
  * @param obj the object
- * @param key appended as it is, without escapes; may lie in the buffer
+ * @param key appended without escapes; may lie in the buffer
  * @param buf the buffer
  * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL or `obj` is not an object;
  *         WIQ_ERR_NO_MEMORY when out of memory, and WIQ_ERR_WRONG_TYPE as in wiq_json_ptr(), with

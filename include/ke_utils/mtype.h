@@ -88,14 +88,14 @@ KE_API i32 wiq_mtype_finalize(wiq_mtype* value);
 
 /**
  * Makes the value null.
- * @param value an initialised value; what it owned is released
+ * @param value an initialised value; anything it owned is released
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
 KE_API i32 wiq_mtype_set_null(wiq_mtype* value);
 
 /**
  * Stores a boolean.
- * @param value   an initialised value; what it owned is released
+ * @param value   an initialised value; anything it owned is released
  * @param boolean 0 is false, any other byte is true
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
@@ -103,7 +103,7 @@ KE_API i32 wiq_mtype_set_bool(wiq_mtype* value, u8 boolean);
 
 /**
  * Stores a signed 32-bit number.
- * @param value  an initialised value; what it owned is released
+ * @param value  an initialised value; anything it owned is released
  * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
@@ -111,7 +111,7 @@ KE_API i32 wiq_mtype_set_int32(wiq_mtype* value, i32 number);
 
 /**
  * Stores a signed 64-bit number.
- * @param value  an initialised value; what it owned is released
+ * @param value  an initialised value; anything it owned is released
  * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
@@ -119,7 +119,7 @@ KE_API i32 wiq_mtype_set_int64(wiq_mtype* value, i64 number);
 
 /**
  * Stores an unsigned 32-bit number.
- * @param value  an initialised value; what it owned is released
+ * @param value  an initialised value; anything it owned is released
  * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
@@ -127,7 +127,7 @@ KE_API i32 wiq_mtype_set_uint32(wiq_mtype* value, u32 number);
 
 /**
  * Stores an unsigned 64-bit number.
- * @param value  an initialised value; what it owned is released
+ * @param value  an initialised value; anything it owned is released
  * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
@@ -135,7 +135,7 @@ KE_API i32 wiq_mtype_set_uint64(wiq_mtype* value, u64 number);
 
 /**
  * Stores a 32-bit float.
- * @param value  an initialised value; what it owned is released
+ * @param value  an initialised value; anything it owned is released
  * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
@@ -143,7 +143,7 @@ KE_API i32 wiq_mtype_set_float(wiq_mtype* value, float number);
 
 /**
  * Stores a 64-bit float.
- * @param value  an initialised value; what it owned is released
+ * @param value  an initialised value; anything it owned is released
  * @param number the number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
@@ -151,7 +151,7 @@ KE_API i32 wiq_mtype_set_double(wiq_mtype* value, double number);
 
 /**
  * Stores a status code.
- * @param value  an initialised value; what it owned is released
+ * @param value  an initialised value; anything it owned is released
  * @param status any number
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
  */
@@ -159,7 +159,7 @@ KE_API i32 wiq_mtype_set_status(wiq_mtype* value, i32 status);
 
 /**
  * Stores an unsigned 128-bit number in a block of its own, which the value always owns.
- * @param value  an initialised value; what it owned is released
+ * @param value  an initialised value; anything it owned is released
  * @param number the number
  * @return 0; WIQ_ERR_INVALID_ARG if `value` is NULL; WIQ_ERR_NO_MEMORY when out of memory, with the
  *         old contents gone
@@ -171,7 +171,7 @@ KE_API i32 wiq_mtype_set_uint128(wiq_mtype* value, wiq_uint128 number);
  *
  * With `copy`, the string may be part of what the value owns, for example the value's own string.
  * Without `copy`, it must not be, since what the value owns is released.
- * @param value an initialised value; what it owned is released
+ * @param value an initialised value; anything it owned is released
  * @param str   NUL-terminated; NULL is stored as NULL
  * @param copy  nonzero to store a copy, which the value owns; 0 to store the pointer itself, and
  *              the caller still owns the string
@@ -185,7 +185,7 @@ KE_API i32 wiq_mtype_set_utf8(wiq_mtype* value, const char* str, u8 copy);
  *
  * With `copy`, the bytes may be part of what the value owns. Without `copy`, they must not be,
  * since what the value owns is released.
- * @param value an initialised value; what it owned is released
+ * @param value an initialised value; anything it owned is released
  * @param data  may be NULL
  * @param size  number of bytes; a copy of no bytes is stored as NULL
  * @param copy  nonzero to store a copy, 0 to store the pointer itself
@@ -198,7 +198,7 @@ KE_API i32 wiq_mtype_set_blob(wiq_mtype* value, const void* data, u64 size, u8 c
 
 /**
  * Stores a pointer. It must not be a pointer that the value already owns, since that is released.
- * @param value an initialised value; what it owned is released
+ * @param value an initialised value; anything it owned is released
  * @param ptr   any pointer; may be NULL
  * @param own   nonzero if the value is to release the pointer with free()
  * @return 0, or WIQ_ERR_INVALID_ARG if `value` is NULL
@@ -303,7 +303,7 @@ KE_API i32 wiq_mtype_get_status(const wiq_mtype* value);
  * then owned by both. Copying a value to itself changes nothing and returns 0. What `src` holds may
  * be borrowed from `dst`, unless it is a pointer.
  * @param src the value to copy
- * @param dst an initialised value; what it owned is released
+ * @param dst an initialised value; anything it owned is released
  * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL; WIQ_ERR_NO_MEMORY when out of memory, in
  *         which case `dst` must be set again before it is read, as after a setter that fails
  */
@@ -317,7 +317,7 @@ KE_API i32 wiq_mtype_copy(const wiq_mtype* src, wiq_mtype* dst);
  * changes nothing and returns 0. What `src` holds must not be borrowed from `dst`, since that is
  * released.
  * @param src the value to borrow from
- * @param dst an initialised value; what it owned is released
+ * @param dst an initialised value; anything it owned is released
  * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL; WIQ_ERR_NO_MEMORY when out of memory for
  *         the record of a long blob, in which case `dst` must be set again before it is read, as
  *         after a setter that fails

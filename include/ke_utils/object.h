@@ -42,7 +42,7 @@ typedef struct WiqObject {
 typedef i32 (*WiqInstanceInitFn)(WiqObject* object);
 
 /**
- * Releases what the fields of a type hold.
+ * Releases what the fields of a type own.
  *
  * The instance is freed in any case. A reference to it that the function takes must be released
  * before the function returns; that does not run the finalisers again. The function must not call
@@ -71,7 +71,7 @@ struct WiqType {
     WiqType* parent;      /**< the type that this one extends; NULL for the root */
     size_t instance_size; /**< bytes of an instance with its parents' fields; 0: as in the parent */
     WiqInstanceInitFn instance_init;         /**< initialises the type's own fields; or NULL */
-    WiqInstanceFinalizeFn instance_finalize; /**< releases what they hold; or NULL */
+    WiqInstanceFinalizeFn instance_finalize; /**< releases what they own; or NULL */
     size_t class_size;                       /**< bytes of the class record; 0: as in the parent */
     WiqClassInitFn class_init;               /**< fills the class record of this type; or NULL */
     /** Changes the class record of every type that derives from this one, but not this type's own;

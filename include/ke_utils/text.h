@@ -54,7 +54,7 @@ extern "C" {
  *  wiq_snprintf() does not refuse a format for an unknown conversion, or for a "%" at its end: it
  *  skips them.
  *
- *  A reusable block is a pair that the caller holds: a pointer to a heap string, and the size of
+ *  A reusable block is a pair that the caller keeps: a pointer to a heap string, and the size of
  *  the block in bytes. It starts as {NULL, 0}, grows when it must, never shrinks, and is released
  *  with free():
  *  @code
@@ -126,7 +126,7 @@ KE_API i32 wiq_asprintf(char** out, const char* format, ...) KE_PRINTF(2, 3);
 KE_API i32 wiq_vasprintf(char** out, const char* format, va_list args) KE_PRINTF(2, 0);
 
 /**
- * Formats into a reusable block and overwrites what it held. The arguments must not lie in the
+ * Formats into a reusable block and overwrites its content. The arguments must not lie in the
  * block.
  * @param block  the block's pointer. The block is reallocated if the text with its NUL needs at
  *               least as many bytes as the block has.
@@ -299,10 +299,10 @@ KE_API char* wiq_upper_all(char* str);
 KE_API char* wiq_upper_first(char* str);
 
 /**
- * Replaces every byte `from` of a string by `to`, in place. The NUL at its end is not replaced.
+ * Replaces every byte `from` of a string with `to`, in place. The NUL at its end is not replaced.
  * @param str  may be NULL
  * @param from the byte to replace
- * @param to   the byte to put in its place
+ * @param to   the byte that replaces it
  * @return `str`
  */
 KE_API char* wiq_strchr_replace(char* str, char from, char to);
@@ -346,7 +346,7 @@ typedef struct wiq_uint128 {
 } wiq_uint128;
 
 /**
- * An unsigned 24-bit value as it is stored in records of fixed layout: three bytes, the least
+ * An unsigned 24-bit value in the form that records of fixed layout contain: three bytes, the least
  * significant first.
  */
 typedef struct wiq_uint24 {
@@ -444,7 +444,7 @@ KE_API size_t wiq_base64_encode_len(size_t n);
  * @param out_len on entry the size of `out` in bytes, at least wiq_base64_encode_len(); on success
  *                the length of the text without its NUL
  * @return 0; WIQ_ERR_INVALID_ARG if a pointer is NULL; WIQ_ERR_BUFFER_TOO_SMALL if the text does
- *         not fit, in which case `out` holds an empty text if its size is not 0
+ *         not fit, in which case `out` contains an empty text if its size is not 0
  */
 KE_API i32 wiq_base64_encode(const u8* in, size_t n, char* out, size_t* out_len);
 
@@ -470,7 +470,7 @@ KE_API size_t wiq_base64_decode_len(const char* in, size_t n);
  *                must be at least 1; on success the number of bytes written
  * @return 0; WIQ_ERR_INVALID_ARG if a pointer is NULL; WIQ_ERR_BUFFER_TOO_SMALL if the bytes do not
  *         fit, or if the size is 0, even for an empty text; WIQ_ERR_INVALID_VALUE (-1011) for an
- *         invalid character. What was decoded before a failure stays in `out`.
+ *         invalid character. Bytes that were decoded before a failure stay in `out`.
  */
 KE_API i32 wiq_base64_decode(const char* in, size_t n, u8* out, size_t* out_len);
 

@@ -26,7 +26,7 @@ typedef uint32_t u32; /**< unsigned, 32 bits */
 typedef uint64_t u64; /**< unsigned, 64 bits */
 
 /**
- * Marks what the library exports.
+ * Marks the functions and variables that the library exports.
  *
  * Define KE_UTILS_STATIC to use the static library (the CMake target `ke_utils::ke_utils_static`
  * does so). A consumer of the shared library defines nothing.

@@ -54,7 +54,7 @@ static inline size_t ke_utf8_length_(const char* text, size_t size, size_t at) {
             return 0;
     }
     if (length > 2) {
-        /* The second byte shows overlong forms, surrogates, and what is above U+10FFFF. */
+        /* The second byte reveals overlong forms, surrogates, and code points above U+10FFFF. */
         const u8 second = ke_utf8_byte_(text, at + 1);
         if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
             (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F))
