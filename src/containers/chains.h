@@ -4,7 +4,7 @@
 //
 // A table is an array of buckets, each of which points to the first entry of its chain. The number
 // of buckets is a power of two; `mask` is that number less one. The order of a walk can be
-// observed, so it is fixed: a new entry goes to the end of its chain, and growth takes the old
+// observed, so it is fixed: a new entry is linked at the end of its chain, and growth takes the old
 // chains in order and puts each entry at the front of its new chain.
 #pragma once
 
@@ -76,7 +76,8 @@ void split_chains(Entry** buckets, u64 count) {
     for (u64 bucket = 0; bucket < count; ++bucket) {
         if (is_large(count - 1))
             fetch_ahead(buckets, count - 1, bucket);
-        // An index instead of a branch: the processor cannot predict to which half an entry goes.
+        // An index instead of a branch: the processor cannot predict which half an entry belongs
+        // to.
         Entry* heads[2] = {nullptr, nullptr};
         for (Entry* entry = buckets[bucket]; entry != nullptr;) {
             Entry* next = entry->next;
@@ -100,8 +101,8 @@ inline Entry* first_from(Entry* const* buckets, u64 mask, u64 bucket) {
     return nullptr;
 }
 
-// The same for a large table. Not inline, so that walks over small tables need not save the
-// registers that it uses.
+// Does what first_from() does, for a large table. Not inline, so that walks over small tables need
+// not save the registers that it uses.
 template <class Entry>
 [[gnu::noinline]] Entry* first_from_large(Entry* const* buckets, u64 mask, u64 bucket) {
     for (; bucket <= mask; ++bucket) {

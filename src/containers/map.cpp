@@ -117,7 +117,7 @@ wiq_map* wiq_map_new(u64 capacity, wiq_hash_fn hash, wiq_cmp_fn cmp, wiq_release
 }
 
 i32 wiq_map_finalize(wiq_map* map) {
-    // Repeated for what key_free and value_free have stored meanwhile.
+    // Repeated, since key_free and value_free may have stored entries meanwhile.
     do {
         wiq_map_remove_all(map);
     } while (map->size != 0);

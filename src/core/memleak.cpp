@@ -39,7 +39,7 @@ void on_malloc(void** result, size_t*) {
 }
 
 // A reallocation counts as the end of the old block and the start of a new one. If it fails, the
-// old block lives on, although its end has been counted; the balance is then one too low, as
+// old block still exists, although its end has been counted; the balance is then one too low, as
 // documented.
 void before_realloc(void** ptr, size_t*) {
     count_free(*ptr);

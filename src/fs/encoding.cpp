@@ -34,7 +34,7 @@ char** narrow_array(int count, const wchar_t* const* items, u32* err) {
     }
     for (int i = 0; i < count; ++i) {
         narrowed[i] = narrow(items[i], err);
-        // A caller that does not want the code takes what could be converted, with gaps.
+        // A caller that passes no `err` gets what could be converted, with gaps.
         if (narrowed[i] == nullptr && err != nullptr) {
             free_narrow_array(i, narrowed, nullptr);
             return nullptr;

@@ -11,8 +11,8 @@
 namespace {
 
 constexpr size_t kLineStep = 128;
-// While a line of this size or more is read, its block is larger than its size says. Otherwise an
-// allocator that cannot grow a large block in place would copy it again for every few bytes.
+// While a line of this size or more is read, its block is larger than the recorded size. Otherwise
+// an allocator that cannot grow a large block in place would copy it again for every few bytes.
 constexpr size_t kLongLine = size_t{64} * 1024;
 
 // Returns the size of an open file, and moves back to its start. Returns WIQ_ERR_FILE_EMPTY for an

@@ -53,7 +53,7 @@ class LineScanner {
   public:
     LineScanner(const char* line, u32 length) : line_(line), length_(length) {}
 
-    // Returns the next token; kIniEol at the end of the line, as often as it is called there.
+    // Returns the next token; at the end of the line, always kIniEol.
     IniToken next() {
         while (position_ < length_ && (line_[position_] == ' ' || line_[position_] == '\t'))
             ++position_;

@@ -59,7 +59,7 @@ bool is_built_by_this_thread(WiqType* type) {
     return false;
 }
 
-// Returns a size of a type; 0 stands for that of the nearest ancestor that gives one.
+// Returns a size of a type; if it is 0, that of the nearest ancestor that gives one.
 size_t resolve(const WiqType* type, SizeField field) {
     for (; type != nullptr; type = type->parent) {
         const size_t size = size_of(type, field).load(std::memory_order_relaxed);
@@ -69,7 +69,7 @@ size_t resolve(const WiqType* type, SizeField field) {
     return 0;
 }
 
-// Stores the size that a 0 stands for into the descriptor.
+// Replaces a size of 0 in the descriptor with the size that it stands for.
 void store_resolved(const WiqType* type, SizeField field) {
     size_of(type, field).store(resolve(type, field), std::memory_order_relaxed);
 }

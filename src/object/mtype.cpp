@@ -2,7 +2,7 @@
 //
 // What a value owns:
 //   - the block of a 128-bit number, always;
-//   - the record of a long blob (kLongBlob), always; WIQ_MTYPE_LONG_BLOB says that there is one;
+//   - the record of a long blob (kLongBlob), always; WIQ_MTYPE_LONG_BLOB tells that there is one;
 //   - a string, the data of a blob or a pointer, if WIQ_MTYPE_OWNED is set.
 // No setter keeps the old contents. A setter that fails because it is out of memory leaves a value
 // with the old type that owns nothing: it can be set or finalized, but not read.
@@ -92,7 +92,7 @@ bool equal_blobs(const wiq_mtype* a, const wiq_mtype* b) {
     const void* data_b = wiq_mtype_get_blob(b, &length_b);
     if (length_a != length_b || length_a == 0)
         return length_a == length_b;
-    // Only a caller's mistake makes a blob with a length, but without data; it equals itself.
+    // A blob with a length but no data is a caller's mistake; it equals itself.
     return data_a == data_b ||
            (data_a != nullptr && data_b != nullptr && memcmp(data_a, data_b, length_a) == 0);
 }
