@@ -2,7 +2,7 @@
  * @file callback.hpp
  * Runs callbacks of the user inside calls of the C interface. An exception must not pass through
  * the stack frames of C functions, so it is kept until the C function has returned, and is then
- * rethrown. Not for users of the library.
+ * rethrown. This header is not for users of the library.
  */
 #ifndef KE_CALLBACK_HPP
 #define KE_CALLBACK_HPP

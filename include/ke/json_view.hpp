@@ -429,7 +429,7 @@ class KE_BORROWS_ json_view {
     result<u64> expanded_size() const noexcept;
     /** @} */
 
-    /** Returns an owner of the value, which may be in a container. Costs one atomic addition. */
+    /** Returns an owner of the value, which may be in a container. It costs one atomic addition. */
     json share() const noexcept;
     /** Returns a deep copy. */
     result<json> clone() const;

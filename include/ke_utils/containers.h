@@ -168,12 +168,12 @@ KE_API i32 wiq_vector_extra_capacity(wiq_vector* vec, i32 extra);
  *  Except for wiq_map_init() and wiq_map_new(), no function tests whether the map is NULL.
  *  @{ */
 
-/** Returns the hash of a key. Must not change the map. */
+/** Returns the hash of a key. It must not change the map. */
 typedef u32 (*wiq_hash_fn)(const void* key);
 
 /**
  * Tells whether a stored key and the key that is searched for are equal. It is called only for keys
- * with the same hash that are different pointers. Must not change the map.
+ * with the same hash that are different pointers. It must not change the map.
  */
 typedef bool (*wiq_cmp_fn)(const void* stored_key, const void* probe_key);
 

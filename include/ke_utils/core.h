@@ -32,7 +32,7 @@ extern "C" {
 #define KE_UTILS_VERSION (KE_VERSION_MAJOR * 10000 + KE_VERSION_MINOR * 100 + KE_VERSION_PATCH)
 
 /**
- * Tells whether these headers have this version or a later one. Works in \#if and in constant
+ * Tells whether these headers have this version or a later one. It works in \#if and in constant
  * expressions.
  */
 #define KE_VERSION_AT_LEAST(major, minor, patch) \

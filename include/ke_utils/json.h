@@ -212,8 +212,8 @@ KE_API bool wiq_json_has_weak_refs(const wiq_json_t* node);
  * Tells whether the node is a signed 64-bit integer or, with `ext`, a number that
  * wiq_json_i64_get() returns without loss.
  * @param node may be NULL
- * @param ext  true to accept any other integer in the range, too, and a whole double from -2^63 up
- *             to and including 2^63. (The upper bound is compared as a double, and is accepted
+ * @param ext  true to also accept any other integer in the range, and any whole double from -2^63
+ *             up to and including 2^63. (The upper bound is compared as a double, and is accepted
  *             although it does not fit.)
  * @return true if it is; false also for NULL
  */
@@ -223,7 +223,7 @@ KE_API bool wiq_json_is_i64_ext(const wiq_json_t* node, bool ext);
  * Tells whether the node is an unsigned 64-bit integer or, with `ext`, a number that
  * wiq_json_u64_get() returns without loss.
  * @param node may be NULL
- * @param ext  true to accept any other integer in the range, too, and a whole double from 0 up to
+ * @param ext  true to also accept any other integer in the range, and any whole double from 0 up to
  *             and including 2^64
  * @return true if it is; false also for NULL
  */
@@ -233,8 +233,8 @@ KE_API bool wiq_json_is_u64_ext(const wiq_json_t* node, bool ext);
  * Tells whether the node is an unsigned 128-bit integer or, with `ext`, a number that
  * wiq_json_u128_get() returns without loss.
  * @param node may be NULL
- * @param ext  true to accept any other integer that is not negative, too, and a whole double from 0
- *             up to and including 2^64
+ * @param ext  true to also accept any other integer that is not negative, and any whole double from
+ *             0 up to and including 2^64
  * @return true if it is; false also for NULL
  */
 KE_API bool wiq_json_is_u128_ext(const wiq_json_t* node, bool ext);
@@ -243,7 +243,7 @@ KE_API bool wiq_json_is_u128_ext(const wiq_json_t* node, bool ext);
  * Tells whether the node is a double or, with `ext`, a number that wiq_json_double_get() returns
  * without loss.
  * @param node may be NULL
- * @param ext  true to accept an integer with a magnitude of at most 2^53, too
+ * @param ext  true to also accept an integer with a magnitude of at most 2^53
  * @return true if it is; false also for NULL
  */
 KE_API bool wiq_json_is_double_ext(const wiq_json_t* node, bool ext);
@@ -821,7 +821,7 @@ KE_API i32 wiq_json_array_size(const wiq_json_t* array);
 KE_API wiq_json_t* wiq_json_array_get_ext(const wiq_json_t* array, i32 index, u32 flags, u32* err);
 
 /**
- * Replaces an element with a child and hands the element over to the caller. Needs no memory.
+ * Replaces an element with a child and hands the element over to the caller. This needs no memory.
  *
  * The array gives up its reference to the old element without destroying it, even if the count
  * falls to 0. If a weak array is given the element that it has at this index, it keeps its
@@ -898,12 +898,13 @@ KE_API wiq_json_t* wiq_json_array_find_str(const wiq_json_t* array, const char* 
  * an element is replaced after it was dropped, a weak array drops the new element, while a strong
  * array keeps it.
  *
- * Meant for strong arrays, and for weak arrays whose elements are not in other arrays. A weak array
- * is sorted by the indices that its elements have in their own parent arrays (0 for an element that
- * has none). There, dropped elements get indices from this array's size upwards, and such an index
- * counts wherever the array lists the element. So if a node is listed twice and dropped once, its
- * last occurrence is the one that is lost. A dropped element whose parent is another array keeps
- * its new index, so that wiq_json_parent_index() is wrong from then on.
+ * This function is meant for strong arrays, and for weak arrays whose elements are not in other
+ * arrays. A weak array is sorted by the indices that its elements have in their own parent arrays
+ * (0 for an element that has none). There, dropped elements get indices from this array's size
+ * upwards, and such an index counts wherever the array lists the element. So if a node is listed
+ * twice and dropped once, its last occurrence is the one that is lost. A dropped element whose
+ * parent is another array keeps its new index, so that wiq_json_parent_index() is wrong from then
+ * on.
  * @param array the array
  * @param keep  tells whether an element stays
  * @param user  passed on to `keep`
@@ -997,7 +998,7 @@ KE_API i32 wiq_json_make_orphan_ex(wiq_json_t* node, u32* err);
 
 /**
  * Replaces a node in its parent, and hands the node over to the caller as wiq_json_make_orphan()
- * does. Needs no memory.
+ * does. This needs no memory.
  * @param node        the node to replace
  * @param replacement a free-standing node that is not one of the containers around `node`
  * @return 0, also for a node that has no parent, in which case nothing is done; WIQ_ERR_INVALID_ARG

@@ -108,7 +108,8 @@ KE_API i32 type_uninit(WiqType* type);
 /**
  * Returns the registered types in the order of their registration; the six built-in ones are the
  * first.
- * @param count receives their number; may be NULL
+ * @param count receives their number, or WIQ_ERR_INVALID_ARG (-7000) if there is no registry; may
+ *              be NULL
  * @return an array that the library owns, valid until the next type_init(); NULL if there was no
  *         memory for the registry
  */
