@@ -219,6 +219,7 @@ void wiq_map_remove_all(wiq_map* map) {
 }
 
 void wiq_map_foreach(const wiq_map* map, wiq_map_foreach_fn callback, void* user) {
+    // The callback must not insert or remove entries, so the table and its chains stay as they are.
     const u64 mask = mask_of(map);
     for (const wiq_map_entry* entry = ke::first_from(map->buckets, mask, 0); entry != nullptr;
          entry = ke::next_in_table(map->buckets, mask, entry)) {

@@ -138,6 +138,7 @@ void* wiq_vector_push(wiq_vector* vec) {
 i32 wiq_vector_pop(wiq_vector* vec, i32 count) {
     if (vec == nullptr || count < 0)
         return WIQ_ERR_INVALID_ARG;
+    // If there are fewer elements, the new size is negative, which is refused.
     return wiq_vector_resize(vec, vec->size - count);
 }
 

@@ -71,6 +71,7 @@ i32 type_uninit(WiqType* type) {
 }
 
 WiqType** type_list(u32* count) {
+    // Without a registry, the vector's status is stored as the number, as documented.
     if (count != nullptr)
         *count = static_cast<u32>(wiq_vector_size(registry));
     return registry == nullptr ? nullptr : static_cast<WiqType**>(registry->data);

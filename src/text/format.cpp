@@ -59,6 +59,7 @@ i32 put_text(char* out, const ke::FormatAttempt& attempt, const char* format, va
 i32 append_long(char** block, u64* size, u64 used, size_t length, const char* format,
                 va_list args) {
     const u64 total = used + length + 1;
+    // A size without a block means that a growth has failed. Only a larger size is tried again.
     if (total <= *size && *block == nullptr)
         return WIQ_ERR_NO_MEMORY;
     char* old = *block;
