@@ -16,7 +16,7 @@ extern "C" {
 #endif
 
 /** @defgroup version Version
- *  The version of these headers. The version of a loaded library is the one that its file has.
+ *  The version of these headers. The version of a loaded library is that of its file.
  *  @{ */
 
 #define KE_VERSION_MAJOR 1 /**< changes when the binary interface breaks */
