@@ -60,6 +60,32 @@ std::vector<std::string> keys_in_walking_order(const wiq_json_t* node) {
     return keys;
 }
 
+// Returns how many nodes below this one do not know their parent and their position in it.
+i32 badly_linked(const wiq_json_t* node) {
+    i32 bad = 0;
+    for (i32 i = 0; i < wiq_json_array_size(node); ++i) {
+        const wiq_json_t* child = wiq_json_array_get_ext(node, i, 0, nullptr);
+        bad += child->parent != node || wiq_json_parent_index(child) != i;
+        bad += badly_linked(child);
+    }
+    struct Walk {
+        const wiq_json_t* node;
+        i32 bad;
+    } walk = {node, 0};
+    if (wiq_json_is_obj(node)) {
+        wiq_json_obj_foreach(
+            node,
+            [](const char* key, wiq_json_t* child, void* user) {
+                auto* const at = static_cast<Walk*>(user);
+                at->bad += child->parent != at->node || wiq_json_parent_key(child) != key;
+                at->bad += badly_linked(child);
+                return true;
+            },
+            &walk);
+    }
+    return bad + walk.bad;
+}
+
 TEST(OpenContainers, TreesEqualThoseBuiltByCalls) {
     for (const auto& [depth, width] :
          {std::pair{1, 0}, {2, 1}, {3, 2}, {40, 3}, {9, 100}, {7, 700}, {3, 5000}, {300, 9}}) {
@@ -69,6 +95,7 @@ TEST(OpenContainers, TreesEqualThoseBuiltByCalls) {
         ASSERT_NE(parsed, nullptr) << depth << " deep, " << width << " wide";
         EXPECT_EQ(text_of(parsed), text_of(built));
         EXPECT_EQ(keys_in_walking_order(parsed.get()), keys_in_walking_order(built.get()));
+        EXPECT_EQ(badly_linked(parsed.get()), 0) << depth << " deep, " << width << " wide";
     }
 }
 

@@ -81,8 +81,9 @@ class Lexer {
             case ']':
             case ':':
             case ',':
+                // Such a token has no text, so the reader has not needed memory for it.
                 current_.token = c;
-                return reader_.failed() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 0;
+                return 0;
             default:
                 return scan_from(c);
         }
