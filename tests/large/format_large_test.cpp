@@ -31,6 +31,9 @@ TEST_F(FormatLarge, TheLongestText) {
     EXPECT_EQ(wiq_strbuf_printf(&buf, "%sy", text.data()), INT32_MAX);
     EXPECT_EQ(buf.len, k2G + 1);
     EXPECT_STREQ(buf.data + k2G - 1, "xy");
+    EXPECT_EQ(wiq_strbuf_rprintf(&buf, "%sz", text.data()), INT32_MAX);
+    EXPECT_EQ(buf.len, k2G - 1);
+    EXPECT_STREQ(buf.data + k2G - 3, "xz");
     wiq_strbuf_finalize(&buf);
     char* block = nullptr;
     u64 size = 0;
@@ -39,6 +42,17 @@ TEST_F(FormatLarge, TheLongestText) {
     EXPECT_EQ(size, k2G + 2);
     EXPECT_STREQ(block + k2G - 1, "xy");
     free(block);
+}
+
+// A size beyond 31 and 32 bits is not truncated to a small one.
+TEST_F(FormatLarge, TheSizeOfABuffer) {
+    for (const size_t size : {k2G, k4G, k4G + 3}) {
+        SCOPED_TRACE(size);
+        Text text(size, 'x');
+        EXPECT_EQ(wiq_snprintf(text.data(), size, "%d", 123456), 6);
+        EXPECT_STREQ(text.data(), "123456");
+        EXPECT_TRUE(is_all(text.data() + 7, size - 7, 'x'));
+    }
 }
 
 // As an i32, one length would be negative, and another one small.

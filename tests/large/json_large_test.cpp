@@ -51,13 +51,50 @@ TEST_F(JsonLarge, References) {
     }
 }
 
-TEST_F(JsonLarge, MembersWithLongTexts) {
-    Text text(k4G + 5, 'x');
-    wiq_json_t* obj = wiq_json_obj_new(0, nullptr);
-    EXPECT_NE(wiq_json_obj_put_str(obj, "a", text.data(), nullptr), nullptr);
+// A long reference is followed as far as its target: the key is not found, and it is not one of five bytes.
+TEST_F(JsonLarge, FollowedReferences) {
+    Text text(k4G + 8, 'x');
+    text.beginning("#/");
+    wiq_json_t* root = wiq_json_loads("{\"xxxxx\":1,\"xxxxxx\":2}", 0, nullptr);
+    wiq_json_t* ref = wiq_json_obj_put_jref(root, "r", text.data(), nullptr);
     text.release();
-    EXPECT_EQ(strlen(wiq_json_obj_get_str(obj, "a", nullptr)), text.size());
-    wiq_json_unref(obj);
+    ASSERT_NE(ref, nullptr);
+    EXPECT_EQ(strlen(wiq_json_jref_uri(ref)), text.size());
+    u32 err = 0;
+    EXPECT_EQ(wiq_json_jref_deref(ref, &err), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_KEY_NOT_FOUND);
+    EXPECT_EQ(wiq_json_jref_expand(root), WIQ_ERR_KEY_NOT_FOUND);
+    EXPECT_TRUE(wiq_json_is_jref(wiq_json_obj_get_ext(root, "r", 0, nullptr)));
+    wiq_json_unref(root);
+}
+
+TEST_F(JsonLarge, ChildrenWithLongTexts) {
+    Text text(k4G + 5, 'x');
+    wiq_json_t* root = wiq_json_loads("{\"list\":[]}", 0, nullptr);
+    wiq_json_t* list = wiq_json_obj_get_array(root, "list", nullptr);
+    using Put = wiq_json_t* (*)(wiq_json_t*, const char*, const char*, u32*);
+    for (const Put put : {wiq_json_obj_put_str, wiq_json_obj_put_jref}) {
+        wiq_json_t* child = put(root, "a", text.data(), nullptr);
+        ASSERT_NE(child, nullptr);
+        EXPECT_EQ(strlen(wiq_json_is_jref(child) ? wiq_json_jref_uri(child)
+                                                 : wiq_json_obj_get_str(root, "a", nullptr)),
+                  text.size());
+        EXPECT_EQ(wiq_json_obj_remove(root, "a"), 0);
+    }
+    for (const Put put : {wiq_json_ptr_put_str, wiq_json_ptr_put_jref}) {
+        wiq_json_t* child = put(root, "/list/-", text.data(), nullptr);
+        ASSERT_NE(child, nullptr);
+        EXPECT_EQ(
+            strlen(wiq_json_is_jref(child) ? wiq_json_jref_uri(child) : wiq_json_str_get(child)),
+            text.size());
+        EXPECT_EQ(wiq_json_array_pop(list, 1), 0);
+    }
+    wiq_json_t* child = wiq_json_array_push_str(list, text.data(), nullptr);
+    text.release();
+    ASSERT_NE(child, nullptr);
+    EXPECT_EQ(strlen(wiq_json_str_get(child)), text.size());
+    EXPECT_TRUE(is_all(wiq_json_str_get(child), text.size(), 'x'));
+    wiq_json_unref(root);
 }
 
 // A key must be shorter than 2 GiB. Longer ones are neither found nor stored.

@@ -131,6 +131,11 @@ TEST_F(PathLarge, NamesOfFiles) {
         EXPECT_LT(wiq_unlink(path.data()), 0);
         EXPECT_EQ(wiq_rmdir(path.data()), WIQ_ERR_IO);
         EXPECT_LT(wiq_mkdir(path.data()), 0);
+        path.ending("\\f");
+        EXPECT_LT(wiq_mkdir_parents(path.data()), 0);
+        path.ending("XXXXXX");
+        EXPECT_EQ(wiq_mkstemp(path.data(), &err, "wb"), nullptr);
+        EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO);
     }
 }
 
