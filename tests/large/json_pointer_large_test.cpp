@@ -111,7 +111,7 @@ TEST_F(JsonPointerLarge, WhatFailed) {
         wiq_json_t* value = wiq_json_null_new(nullptr);
         EXPECT_EQ(wiq_json_ptr_put(root, pointer.data(), value), WIQ_ERR_NO_MEMORY);
         EXPECT_EQ(wiq_json_obj_size(wiq_json_obj_get_obj(root, "a", nullptr)), 0);
-        pointer.ending("~");
+        pointer.ending("k~");
         err = 0;
         EXPECT_EQ(wiq_json_ptr_get(root, pointer.data(), &err, nullptr), nullptr);
         EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_PTR_BAD_ESCAPE);
