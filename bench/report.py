@@ -23,9 +23,9 @@ PACKAGES = ["rapidjson-dev", "libboost-json1.81-dev", "libcjson-dev", "libjson-c
 # (title, words, operations, what the first column of figures shows)
 QUESTIONS = [
     ("How fast do I read a document?",
-     "Parsing a text in memory and releasing the document, nothing else.", ["parse+release"], "rate"),
+     "Parsing a text in memory and releasing the document.", ["parse+release"], "rate"),
     ("How fast do I write one?", "Into a new string, in one line.", ["dump compact"], "rate"),
-    ("How fast do I write one for people?", "Into a new string, indented.", ["dump pretty"], "rate"),
+    ("How fast do I write one for people to read?", "Into a new string, indented.", ["dump pretty"], "rate"),
     ("How fast do I copy one?", "A copy of the whole document, and its release.", ["copy+release"], "time"),
     ("How fast do I compare two?", "Two documents from the same text, which are equal.", ["equal"], "time"),
     ("How fast do I find a member?", "Each key of the document once, in the order of the text.", ["look-up"], "time"),
@@ -41,7 +41,7 @@ GOALS = [
     ("parse\\+release", ".*", "Boost.JSON", 1.0, "reading: Boost.JSON"),
     ("parse\\+release", ".*", "RapidJSON pool", 1.0, "reading: RapidJSON with its pool"),
     ("parse\\+release", ".*", "floor", 1 / 1.3, "reading: within 1.3 times of the floor"),
-    ("dump compact|dump pretty", "(?!reals|canada|syn_numbers).*", "json-c", 2.0, "writing: 2 times json-c (reals apart)"),
+    ("dump compact|dump pretty", "(?!reals|canada|syn_numbers).*", "json-c", 2.0, "writing: 2 times json-c (except reals)"),
     ("dump compact|dump pretty", ".*", "RapidJSON", 1.0, "writing: RapidJSON"),
     ("copy\\+release", ".*", "json-c", 2.0, "copying: 2 times json-c"),
     ("copy\\+release", ".*", "cJSON", 2.0, "copying: 2 times cJSON"),
@@ -171,13 +171,13 @@ def streams(results):
         rows.append([name, time(memory), time(stream), "%.2f" % (stream / memory)])
     if len(rows) == 1:
         return []
-    return ["", "### And from a file?", "", "Parsing from an open stream and releasing, ke_utils alone. The text of the"
-            " stream is in memory, so that no disk is measured.", ""] + table(rows)
+    return ["", "### And from a file?", "", "Parsing from an open stream and releasing, only with ke_utils. The text"
+            " of the stream is in memory, so no disk is measured.", ""] + table(rows)
 
 
 def others(results):
     """Returns the table of operations that do not concern documents: one row each, all other libraries in one cell."""
-    rows = [["operation", "input", OURS, "beside"]]
+    rows = [["operation", "input", OURS, "compared with"]]
     asked = {operation for question in QUESTIONS for operation in question[2]}
     for (operation, name), libraries in results.samples.items():
         peers = sorted(set(libraries) - {OURS, "floor"})
@@ -346,8 +346,8 @@ def main():
     replace_between(page, "goals", [""] + goals(results))
     replace_between(page, "machine", ["", machine()])
     write(args.write + "/benchmarks-tables.md",
-          "# Every figure\n\nWhat [BENCHMARKS.md](BENCHMARKS.md) is made of: CPU time of one run of each operation, or bytes"
-          " of heap, over the rounds.\n" + "\n".join(raw(results)) + "\n")
+          "# Every figure\n\nThe measurements behind [BENCHMARKS.md](BENCHMARKS.md): CPU time of one run of each operation, or"
+          " bytes of heap, over all rounds.\n" + "\n".join(raw(results)) + "\n")
     write(args.write + "/benchmarks.svg", chart(results))
     write(args.write + "/growth.svg", growth_chart(found))
 
