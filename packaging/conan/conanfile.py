@@ -1,4 +1,4 @@
-"""Conan 2 recipe; `conan create packaging/conan` builds the tree that it stands in."""
+"""Conan 2 recipe; `conan create packaging/conan` builds the source tree that contains it."""
 
 import os
 import re

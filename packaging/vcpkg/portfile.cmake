@@ -1,4 +1,4 @@
-# An overlay port: vcpkg install ke-utils --overlay-ports=packaging/vcpkg. It builds the tree that it stands in.
+# An overlay port: vcpkg install ke-utils --overlay-ports=packaging/vcpkg. It builds the source tree that contains it.
 set(SOURCE_PATH "${CURRENT_PORT_DIR}/../..")
 
 vcpkg_check_features(OUT_FEATURE_OPTIONS features FEATURES tool KE_BUILD_TOOLS)
