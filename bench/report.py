@@ -346,8 +346,8 @@ def main():
     replace_between(page, "goals", [""] + goals(results))
     replace_between(page, "machine", ["", machine()])
     write(args.write + "/benchmarks-tables.md",
-          "# Every figure\n\nThe measurements behind [BENCHMARKS.md](BENCHMARKS.md): CPU time of one run of each operation, or"
-          " bytes of heap, over all rounds.\n" + "\n".join(raw(results)) + "\n")
+          "# Every figure\n\nThe measurements that [BENCHMARKS.md](BENCHMARKS.md) summarises: CPU time of one run"
+          " of each operation, or bytes of heap, over all rounds.\n" + "\n".join(raw(results)) + "\n")
     write(args.write + "/benchmarks.svg", chart(results))
     write(args.write + "/growth.svg", growth_chart(found))
 
