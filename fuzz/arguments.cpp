@@ -1,5 +1,5 @@
-// Scripts of calls with bad arguments. The input decides for each argument whether it is a good one: a call with a
-// bad argument is refused with the status of the reference, and changes nothing; otherwise it succeeds.
+// Scripts of calls with bad arguments. The input decides which arguments are bad. A call with a bad argument must
+// change nothing and fail with the status that the reference gives; any other call must succeed.
 #include "arguments.h"
 
 #include <iterator>
@@ -42,7 +42,7 @@ void check_status(const Op& op, size_t table) {
     CHECK(!args.bad || args.text() == before);
 }
 
-// The status is fresh, or holds an earlier failure, or is not asked for.
+// The status variable is 0, or holds an earlier failure, or is not passed at all.
 void check_chaining(const Op& op) {
     const size_t number = op.a % std::size(chaining::kCalls);
     const ChainingCall& call = chaining::kCalls[number];

@@ -1,5 +1,5 @@
-// What the calls of the target `arguments` take their arguments from: good ones, and in their places bad ones where a
-// bit of the input says so.
+// Supplies the arguments for the calls of the target `arguments`: a good one, or a bad one if a bit of the input says
+// so.
 #pragma once
 
 #include "script.h"
@@ -29,7 +29,7 @@ class Args {
         CHECK(wiq_mtype_finalize(&value) == 0);
     }
 
-    // Whether the next argument is a bad one.
+    // Returns whether the next argument is a bad one.
     bool next_is_bad() {
         const bool is_bad = bit();
         bad = bad || is_bad;
@@ -43,27 +43,27 @@ class Args {
     T either(T good, T wrong) {
         return next_is_bad() ? wrong : good;
     }
-    // Nodes of a kind; a bad one is NULL or of another kind.
+    // Each returns a node of its kind; a bad one is NULL or of another kind.
     wiq_json_t* object() { return next_is_bad() ? (bit() ? nullptr : array) : root; }
     wiq_json_t* list() { return next_is_bad() ? (bit() ? nullptr : root) : array; }
     wiq_json_t* reference() {
         return next_is_bad() ? (bit() ? nullptr : root) : wiq_json_obj_get_jref(root, "r", nullptr);
     }
-    // A node that can be attached; a bad one is NULL, or has a parent, or is the root of all.
+    // Returns a node that can be attached; a bad one is NULL, or has a parent, or is the root.
     wiq_json_t* free_node() {
         return next_is_bad() ? (bit()   ? nullptr
                                 : bit() ? root
                                         : wiq_json_array_get_ext(array, 0, 0, nullptr))
                              : child;
     }
-    // What the document is; it may be compared before and after a call.
+    // Returns the document's text, to compare the document before and after a call.
     std::string text() const { return dump(root, 0); }
 
     const u8 number;
     bool bad = false;
     wiq_json_t* root;
     wiq_json_t* array;  // in the root
-    wiq_json_t* child;  // free-standing
+    wiq_json_t* child;  // has no parent
     wiq_strbuf buf = {};
     wiq_vector vec = {};
     wiq_strv strv = {};
@@ -82,22 +82,22 @@ class Args {
     u32 bits_;
 };
 
-// A call that returns a status, or a number that says as much.
+// A call that returns a status, or a number that tells success from failure.
 struct StatusCall {
     i32 (*make)(Args& args);
     i32 good;
     i32 refused = WIQ_ERR_INVALID_ARG;
 };
 
-// A call that returns something, or nothing, and stores its status. A call that chains does nothing after an earlier
-// failure.
+// A call that stores its status and returns whether it had a result. A call that chains does nothing after an
+// earlier failure.
 struct ChainingCall {
     bool (*make)(Args& args, u32* err);
     bool chains = true;
     i32 refused = WIQ_ERR_INVALID_ARG;
 };
 
-// The status of a call that returns something new or NULL, and nothing else.
+// Returns the status for a call that reports failure only by returning NULL.
 inline i32 made(const void* result) {
     return result != nullptr ? 0 : static_cast<i32>(WIQ_ERR_INVALID_ARG);
 }
@@ -107,7 +107,7 @@ i32 made_block(T* block) {
     return made(block);
 }
 
-// Releases what a call has made.
+// Releases what a call has made. Returns whether it made anything.
 inline bool released(wiq_json_t* node) {
     wiq_json_unref(node);
     return node != nullptr;

@@ -1,4 +1,4 @@
-// The calls of the target `arguments` that store their status: JSON, and those that open files.
+// The calls of the target `arguments` that store their status: those on JSON documents, and those that open files.
 #pragma once
 
 #include "arguments.h"

@@ -7,7 +7,7 @@
 
 namespace plain {
 
-// What takes a list of arguments.
+// A function that takes a va_list is called through one with variable arguments.
 inline i32 append_list(wiq_strbuf* buf, bool empty_first, const char* format, ...) {
     va_list args;
     va_start(args, format);
@@ -149,7 +149,7 @@ inline const StatusCall kCore[] = {
          return status;
      },
      0, WIQ_ERR_NO_MEMORY},
-    // The hooks change what they are shown. The failure hook is told of each failure.
+    // The hooks change the values that they are given. The failure hook is called for each failure.
     {[](Args& a) {
          static size_t failed;
          failed = 0;
@@ -165,7 +165,7 @@ inline const StatusCall kCore[] = {
     {[](Args& a) {
          static size_t failed;
          failed = 0;
-         // The size of 0 allocates nothing, and a result that a hook takes away is a failure.
+         // A size of 0 allocates nothing. If a hook sets the result to NULL, that is a failure.
          static void* taken;
          taken = nullptr;
          void* block = wiq_wrap_malloc(
@@ -235,7 +235,7 @@ inline const StatusCall kCore[] = {
          return status;
      },
      0},
-    // What is no type, no class and no object.
+    // NULL in place of a type, a class or an object.
     {[](Args&) { return type_init(nullptr, nullptr) | type_uninit(nullptr); }, 0},
     {[](Args& a) {
          WiqObject* object = object_new(&WiqJsonVisitorType);

@@ -5,7 +5,7 @@
 
 namespace json {
 
-// Changes the tag of a node, which its record begins with, to one that no kind has, as long as the object lives.
+// While the object lives, the node has a tag that belongs to no kind. The tag is the first field of the record.
 class Damage {
   public:
     Damage(wiq_json_t* node, bool really) : tag_(reinterpret_cast<u16*>(node)), before_(*tag_) {
@@ -106,7 +106,7 @@ inline const StatusCall kStatuses[] = {
          return length;
      },
      12},
-    // A stream that takes nothing.
+    // A stream to which nothing can be written.
     {[](Args& a) {
          FILE* fp = fopen(a.either("/dev/null", "/dev/full"), "w");
          CHECK(fp != nullptr);

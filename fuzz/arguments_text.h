@@ -5,7 +5,7 @@
 
 namespace plain {
 
-// The functions that take a list of arguments.
+// Functions that take a va_list are called through these, which have variable arguments.
 inline i32 print_list(char* buf, u64 size, const char* format, ...) {
     va_list args;
     va_start(args, format);
@@ -28,7 +28,7 @@ inline i32 reuse_list(char** block, u64* size, const char* format, ...) {
     return status;
 }
 
-// A stream that holds a line, as long as the object lives.
+// A stream of two lines, open as long as the object lives.
 class Stream {
   public:
     Stream() : fp_(fmemopen(text_, strlen(text_), "r")) { CHECK(fp_ != nullptr); }
@@ -42,7 +42,7 @@ class Stream {
     FILE* fp_;
 };
 
-// A block that is reused, as long as the object lives.
+// A reusable block, freed with the object.
 struct Block {
     Block() = default;
     Block(const Block&) = delete;
@@ -189,7 +189,7 @@ inline const StatusCall kText[] = {
          return wiq_rapsprintf(&block.text, &block.size, a.either("%d", "%n"), 17);
      },
      2, WIQ_ERR_FAILED},
-    // A block whose growth failed: it has a size and no pointer.
+    // A block that failed to grow: it has a size but no pointer.
     {[](Args& a) {
          Block block;
          block.size = a.either(u64{0}, u64{9});

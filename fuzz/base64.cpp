@@ -1,5 +1,5 @@
-// Base64: encoded bytes are decoded to the same bytes, and any text is decoded, or refused within its bounds,
-// as by a model of the rules.
+// Base64: encoded bytes are decoded to the same bytes. Any text is decoded or refused as by a model of the rules,
+// and nothing outside its bounds is read.
 #include <vector>
 
 #include "input.h"

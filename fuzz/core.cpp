@@ -106,7 +106,7 @@ void check_time(const Op& op) {
     wiq_sleep_real_ptr(0);
 }
 
-// Loads an existing module, with an existing symbol or not, or a module that does not exist.
+// Loads an existing module and looks up a symbol that may not exist, or tries a module that does not exist.
 void check_module(bool there, bool symbol) {
     wiq_lib lib = {};
     const i32 status = wiq_dlopen_real_ptr(there ? "libm.so.6" : "/nonexistent/module.so", &lib);

@@ -11,14 +11,14 @@ void* __real_realloc(void* block, size_t size);
 
 namespace {
 
-int g_allocations_left = -1;  // before one fails; negative: none fails
+int g_allocations_left = -1;  // that succeed before one fails; negative: none fails
 
 bool allocation_fails() {
     return g_allocations_left >= 0 && g_allocations_left-- == 0;
 }
 
 constexpr i32 kStopped = -4711;
-int g_prints_left = -1;  // before one fails; negative: none fails
+int g_prints_left = -1;  // that succeed before one fails; negative: none fails
 i32 (*g_print_string)(WiqJsonVisitor* self, const char* text);
 
 i32 stopping_print_string(WiqJsonVisitor* self, const char* text) {
@@ -149,7 +149,7 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     g_prints_left = -1;
     const Text starved = by_slots(&g_types[0], root, flags, signed_indent, allocations);
     CHECK(starved.status == 0 || starved.status == WIQ_ERR_NO_MEMORY);
-    // If an object's keys cannot be collected, it is written as an empty object, and that is not a failure.
+    // If an object's keys cannot be collected, it is written as an empty object; this is not a failure.
     CHECK(starved.bytes.size() <= expected.bytes.size());
     wiq_json_unref(root);
     return 0;

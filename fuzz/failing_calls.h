@@ -1,5 +1,5 @@
-// Makes some of the library's next system calls fail, in one of the library's functions. After that no descriptor may
-// be open that was not open before.
+// Makes some system calls fail within one call of the library. After it, no descriptor may be open that was not open
+// before.
 #pragma once
 
 #include <dirent.h>
@@ -16,7 +16,7 @@ namespace failing {
 inline bool g_armed;
 inline int g_good;   // calls that succeed before one fails
 inline u32 g_which;  // which of the calls after them fail: the first one if bit 0 is set, and so on
-inline int g_reason;  // for which they do
+inline int g_reason;  // the error with which they fail
 inline std::multiset<std::string> g_fired;
 
 inline size_t open_descriptors() {
@@ -29,7 +29,7 @@ inline size_t open_descriptors() {
     return count;
 }
 
-// The calls of the next function of the library fail as these operands say.
+// Selects which system calls fail in the next call of the library, and with which error.
 inline void prepare(u8 good, u8 which, u8 reason) {
     constexpr int kReasons[] = {EIO,        EACCES, ENOENT,       EEXIST, EINVAL, ENOSYS,
                                 EOPNOTSUPP, EPERM,  ENOMEM,       ENOSPC, EROFS,  EISDIR,
@@ -48,7 +48,7 @@ auto faulty(Call call) {
     const auto result = call();
     g_armed = false;
     g_which = 0;
-    // A stream that the call has returned is open.
+    // If the call has returned a stream, its descriptor is open.
     size_t returned = 0;
     if constexpr (std::is_same_v<decltype(call()), FILE*>)
         returned = result != nullptr ? 1 : 0;
@@ -69,7 +69,7 @@ int reason_to_fail(const char* function) {
         return 0;
     }
     const bool is_bad = failing::g_which % 2 != 0;
-    // If all calls fail, so do those after the last bit.
+    // If all bits are set, the calls after the last bit fail, too.
     failing::g_which = failing::g_which == UINT32_MAX ? UINT32_MAX : failing::g_which / 2;
     if (!is_bad)
         return 0;

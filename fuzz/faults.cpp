@@ -1,5 +1,5 @@
-// Every call on the nodes of a document, valid and invalid, while one allocation or all from some point on
-// fail: the statuses are those in the reference, nothing leaks, and the document is valid afterwards.
+// Makes every call, valid and invalid, on the nodes of a document while one allocation fails, or all from some point
+// on. The statuses are those in the reference, nothing leaks, and the document is valid afterwards.
 #include "input.h"
 
 extern "C" {
@@ -11,7 +11,7 @@ void* __real_realloc(void* block, size_t size);
 namespace {
 
 bool g_armed;
-int g_left;  // allocations before one fails
+int g_left;  // allocations that succeed before one fails
 bool g_all;  // all later ones fail, too
 
 bool fails() {

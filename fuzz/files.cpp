@@ -1,6 +1,6 @@
 // A script of operations on files and folders, compared with a model of the folder's contents. It runs in a
-// separate folder, which is empty again afterwards. System calls may fail: then the status says so, and the folder's
-// contents are those before or after the operation.
+// separate folder, which is empty again afterwards. If system calls fail, the status says so, and each file is as it
+// was before the operation or as the operation leaves it.
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -72,7 +72,7 @@ class Run {
     void check() const { CHECK(actual() == tree_); }
 
   private:
-    // Reads what the folder holds.
+    // Returns the folder's contents.
     static Tree actual() {
         Tree tree;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(base())) {
@@ -86,8 +86,8 @@ class Run {
         }
         return tree;
     }
-    // After an operation in which system calls have failed: all that the folder holds was there before or is part of
-    // what the operation makes, and what both have is there.
+    // Called after an operation in which system calls have failed. Everything in the folder must be as it was before
+    // the operation or as the operation should leave it; a path that exists in both states must still exist.
     void settle(const Tree& before, const Tree& after) {
         tree_ = actual();
         for (const auto& [path, content] : tree_) {
@@ -97,7 +97,7 @@ class Run {
         for (const auto& [path, content] : before)
             CHECK(after.count(path) == 0 || tree_.count(path) != 0);
     }
-    // A status that a function may return when a system call fails.
+    // Returns whether a function may return this status when a system call fails.
     static bool is_failure(i32 status) {
         return status == WIQ_ERR_IO || status == WIQ_ERR_ACCESS_DENIED ||
                status == WIQ_ERR_NOT_FOUND;
@@ -151,7 +151,7 @@ class Run {
               (fired() && (status == 0 || status == WIQ_ERR_ALREADY_EXISTS ||
                            status == WIQ_ERR_PATH_NOT_FOUND || status == WIQ_ERR_ACCESS_DENIED ||
                            status == WIQ_ERR_IO)));
-        // A parent that only seems to be missing is made again, which does no harm.
+        // If a parent only seems to be missing, it is made again, which does no harm.
         CHECK(status == expected || failing::g_fired.size() != failing::g_fired.count("access"));
         Tree after = tree_;
         for (std::string at = path; expected == 0 && !at.empty(); at = above(at))
@@ -169,7 +169,7 @@ class Run {
         if (fired()) {
             CHECK((fp != nullptr) == (err == 0) && (err == 0 || is_failure(static_cast<i32>(err))));
             CHECK(fp == nullptr || good);
-            // The file is emptied before it is looked at.
+            // Opening empties the file before a later system call can fail.
             Tree after = tree_;
             if (good)
                 after[path] = "";
@@ -243,7 +243,7 @@ class Run {
         const bool free = tree_.count(to) == 0 && is_folder(above(to)) && !inside;
         const bool good = there && (from == to || free);
         const i32 status = faulty([&] { return wiq_rename(real(from).c_str(), real(to).c_str()); });
-        // What "exists" according to the system has its own name.
+        // If the system reports that the new name exists, the library accepts a renaming to the same name.
         const bool believed = from == to && failing::g_reason == EEXIST;
         CHECK(fired() ? (status == 0 ? good || believed : is_failure(status))
                       : (status == 0) == good);
@@ -251,13 +251,13 @@ class Run {
             tree_ = moved(from, to);
         if (!fired())
             return;
-        // If the old name could not be removed, nor then the new one, the file has both.
+        // If neither the old name nor, after that, the new one could be removed, the file has both.
         Tree both = tree_;
         if (status != 0 && good && failing::g_fired.count("unlink") > 1 && is_file(from))
             both[to] = tree_.at(from);
         const Tree now = actual();
         CHECK(now == tree_ || now == both);
-        // One of two names goes: what is written to the file by one of them, the other one shows, too.
+        // Remove one of the two names: a change to the file under one name would show under the other.
         if (now != tree_)
             CHECK(std::filesystem::remove(base() + "/" + to));
     }
@@ -290,7 +290,7 @@ class Run {
         CHECK(wiq_unlink(name.c_str()) == 0);
     }
 
-    // Asks for folders, times and modules while system calls fail.
+    // Calls functions on known folders, times and modules while system calls fail.
     static void places(const Op& op) {
         if (op.e % 8 < 3) {
             char* text = faulty(op.e % 8 == 0 ? wiq_install_dir : wiq_home_dir);
@@ -301,7 +301,7 @@ class Run {
             CHECK(faulty([&] { return wiq_get_tm(&now); }) ==
                   (fired() ? WIQ_ERR_TIME_CONVERSION : 0));
         } else if (op.e % 8 == 4) {
-            // It sleeps on after an interruption.
+            // The function continues to sleep after an interruption, so the failures must end at some point.
             failing::g_which %= 256;
             faulty([] {
                 wiq_sleep_real(0);

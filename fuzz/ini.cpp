@@ -1,4 +1,4 @@
-// INI texts: every reported position is in the text, where the word is.
+// INI texts: every reported position is within the text and is where the reported word starts.
 #include "input.h"
 
 namespace {

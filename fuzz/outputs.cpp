@@ -1,4 +1,4 @@
-// Everything that the library returns has been written to the last byte: documents, buffers and records made
+// Every byte that the library returns has been written: documents, buffers and records made
 // from hostile input. The target uses blocks from malloc() and not the C++ library, which is not instrumented
 // for MemorySanitizer. It is the only target under MemorySanitizer, and one of many under AddressSanitizer.
 #include <stdio.h>

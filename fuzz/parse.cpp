@@ -1,5 +1,5 @@
-// A string and a stream must be read in the same way: tree, status, line, column and position. A document
-// that is written must be read again as an equal one, and then be written as the same text.
+// A string and a stream must be read with the same result: tree, status, line, column and position. A document
+// that is written must be read back as an equal one, which must then be written as the same text.
 #include "input.h"
 
 int LLVMFuzzerTestOneInput(const u8* data, size_t size) {

@@ -1,5 +1,5 @@
-// Scripts of calls while an allocation, or all from some point on, fails, or no mutex can be made: what a call returns
-// and leaves is what the reference says, and no block is lost.
+// Scripts of calls while one allocation fails, or all from some point on, or no mutex can be made. The results and
+// what each call leaves are those in the reference, and no block is lost.
 #include "starved.h"
 
 #include <uv.h>
@@ -49,7 +49,7 @@ int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
         load,        make_of,    change,  expand,     filter,   make_text, use_texts, use_buffer,
         use_strings, use_vector, use_map, use_values, use_type, use_paths, use_file,
     };
-    // The classes of the visitors are built once, and are no leak.
+    // The classes of the visitors are built once and are never freed, so build them before counting blocks.
     static const bool ready = [] {
         object_unref(object_new(&WiqJsonVisitorType));
         wiq_json_t* node = wiq_json_null_new(nullptr);

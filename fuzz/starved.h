@@ -1,5 +1,5 @@
-// Makes an allocation fail, or all from some point on, and counts the blocks that are in use. What the library calls is
-// replaced by the linker (see CMakeLists.txt); what the C and C++ libraries allocate for themselves is not.
+// Makes one allocation fail, or all from some point on, and counts the blocks that are in use. The linker redirects
+// the library's calls (see CMakeLists.txt); allocations within the C and C++ libraries are not affected.
 #pragma once
 
 #include "script.h"
@@ -8,7 +8,7 @@ namespace starved {
 
 inline long g_blocks;  // in use
 inline bool g_armed;
-inline int g_left;    // allocations before one fails
+inline int g_left;    // allocations that succeed before one fails
 inline bool g_all;    // all later ones fail, too
 inline bool g_fired;  // one has failed
 inline bool g_no_locks;
@@ -26,7 +26,7 @@ inline void* counted(void* block) {
     return block;
 }
 
-// Prepares for the calls of one operation: no allocation fails if `op.a` is 0, otherwise the one with this number.
+// Prepares for the calls of one operation. `op.a` is the number of the allocation that fails; 0 means none.
 inline void begin(const Op& op) {
     g_left = op.a == 0 ? INT32_MAX : op.a - 1;
     g_all = op.b % 2 != 0;
@@ -43,7 +43,7 @@ auto starving(Call call) {
     return result;
 }
 
-// The status of a call that can fail only for want of memory.
+// Returns whether a call that can fail only for lack of memory has failed.
 inline bool is_starved(i32 status) {
     CHECK(status >= 0 || (status == WIQ_ERR_NO_MEMORY && g_fired));
     return status < 0;

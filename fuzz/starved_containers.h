@@ -1,19 +1,19 @@
-// Operations on texts, containers, tagged values and types for the target `starved`. Each releases all that it was given.
+// Operations on texts, containers, tagged values and types for the target `starved`. Each releases everything that it
+// was given.
 #pragma once
 
 #include "starved.h"
 
 namespace starved {
 
-// Formatted texts and reusable blocks. A block that cannot grow is still the caller's.
+// A reusable block for formatted text. If the block cannot grow, the caller still owns it.
 struct Block {
     Block() = default;
     Block(const Block&) = delete;
     Block& operator=(const Block&) = delete;
     ~Block() { free(text); }
 
-    // Makes a call that may replace the block. After a failure to allocate, the pair holds NULL and the size that was
-    // needed.
+    // Makes a call that may replace the block. If it is out of memory, it stores NULL and the size that it needed.
     template <class Call>
     bool change(Call call) {
         char* before = text;
@@ -60,7 +60,7 @@ inline void use_texts(const Op& op) {
                     [&] { return wiq_rastrcat(&block.text, &block.size, part.c_str()); });
                 break;
             default: {
-                // This one does not touch the size when out of memory.
+                // This function leaves the size unchanged when out of memory.
                 char* before = block.text;
                 const u64 room = block.size;
                 expected = "x";
@@ -113,7 +113,7 @@ inline void use_buffer(const Op& op) {
         check(starving([&] { return wiq_strbuf_printhex(&buf, "\x1f\xf0", 2); }),
               expected + "1FF0");
         check(starving([&] { return wiq_strbuf_extra_capacity(&buf, op.e); }), expected);
-        // Bytes of the block that lie after the text.
+        // Append bytes that lie in the block after the text.
         if (buf.capacity - buf.len > 4) {
             memcpy(buf.data + buf.len + 2, "\xab\xcd", 2);
             check(starving([&] { return wiq_strbuf_printhex(&buf, buf.data + buf.len + 2, 2); }),
@@ -122,7 +122,7 @@ inline void use_buffer(const Op& op) {
         check(starving([&] { return wiq_append_path(&buf, "dir"); }),
               expected + (expected.empty() ? "dir" : "\\dir"));
     }
-    // This one empties the buffer first.
+    // This function empties the buffer first.
     if (is_starved(
             starving([&] { return wiq_strbuf_struct_str(&buf, "  field  ", 9, op.e % 2 == 0); })))
         expected.clear();
@@ -155,7 +155,7 @@ inline void use_strings(const Op& op) {
     CHECK(wiq_strv_finalize(&strv) == 0);
 }
 
-// A vector; once, a callback may change the vector that it is called for.
+// A vector. A callback may change, once, the vector for which it is called.
 inline wiq_vector* g_meddled;
 inline int g_until;
 
@@ -233,7 +233,7 @@ inline void use_map(const Op& op) {
             });
             CHECK(value == key_of(i));
         }
-        // After a failure the entry may be stored: then only the table could not grow.
+        // After a failure the entry may still be stored, if only the table could not grow.
         const u64 after = wiq_map_size(map);
         CHECK(is_starved(status) ? after - before <= 1 : after - before == 1);
         CHECK(wiq_map_test_key(map, key_of(i)) == (after != before) && old == nullptr);
@@ -250,7 +250,7 @@ inline void use_map(const Op& op) {
         CHECK(seen == wiq_map_size(map));
         wiq_map_delete(map);
     }
-    // The locked map needs a mutex besides.
+    // The locked map also needs a mutex.
     wiq_safe_map safe;
     const i32 status = starving([&] {
         return wiq_safe_map_init(&safe, op.c, wiq_hash_str, wiq_cmp_str, nullptr, nullptr);
@@ -270,7 +270,7 @@ inline void use_map(const Op& op) {
         wiq_safe_map_delete(made);
 }
 
-// Tagged values. After a setter that was out of memory the value may only be set again.
+// Tagged values. After a setter has run out of memory, the value may only be set again.
 inline void use_values(const Op& op) {
     const std::string bytes(size_t{op.c} * 300, 'b');
     wiq_mtype value;
@@ -292,7 +292,7 @@ inline void use_values(const Op& op) {
             CHECK(wiq_mtype_set_null(&copy) == 0);
         else
             CHECK(wiq_mtype_equal(&value, &copy));
-        // A number of 128 bits would be shared, and then be released by both.
+        // The two values would share a 128-bit number, and both would release it.
         if (kind == 1)
             continue;
         if (is_starved(starving([&] { return wiq_mtype_copy_ref(&value, &copy); })))

@@ -7,12 +7,12 @@
 
 namespace starved {
 
-// Names of files and folders, so long that they need memory to be translated.
+// Names of files and folders that are so long that translating them takes memory.
 inline void use_paths(const Op& op) {
     const std::string name = "/nonexistent\\" + std::string(size_t{op.c} * 4, 'n');
     const std::string short_name = "/nonexistent\\n";
-    // A path that cannot be translated is an encoding failure, an unknown access is a granted one, and a directory is
-    // out of memory.
+    // If a path cannot be translated, most functions report WIQ_ERR_ENCODING; wiq_access() grants the access, and
+    // making a folder reports WIQ_ERR_NO_MEMORY.
     const i32 unlinked = starving([&] { return wiq_unlink(name.c_str()); });
     CHECK(unlinked == WIQ_ERR_NOT_FOUND || (unlinked == WIQ_ERR_ENCODING && g_fired));
     const i32 removed = starving([&] { return wiq_rmdir(name.c_str()); });
@@ -29,7 +29,7 @@ inline void use_paths(const Op& op) {
     CHECK(starving([&] { return wiq_fopen(name.c_str(), "r", &err); }) == nullptr);
     CHECK(static_cast<i32>(err) == WIQ_ERR_NOT_FOUND ||
           (static_cast<i32>(err) == WIQ_ERR_ENCODING && g_fired));
-    // Nobody may make a file below this one.
+    // Nothing can be created below /dev/null.
     const std::string made = "/dev/null\\" + std::string(size_t{op.c} * 4, 'n');
     const i32 folder = starving([&] {
         return op.d % 4 < 2 ? wiq_mkdir(made.c_str())
@@ -65,7 +65,7 @@ inline void use_paths(const Op& op) {
     free(widened);
 }
 
-// What a file holds: whole, by lines and as an INI file.
+// Reads a file as a whole, line by line and as an INI file.
 inline void use_file(const Op& op) {
     char name[] = "/tmp/ke-fuzz-XXXXXX";
     const int descriptor = mkstemp(name);

@@ -1,4 +1,5 @@
-// Operations on JSON documents for the target `starved`: what succeeds is right, and what fails changes nothing.
+// Operations on JSON documents for the target `starved`: a call that succeeds has the right result, and one that
+// fails changes nothing.
 #pragma once
 
 #include "starved.h"
@@ -10,7 +11,7 @@ inline std::string quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
 
-// A document of a shape and size.
+// Returns a document of the given shape and size.
 inline std::string document_of(u8 shape, size_t n) {
     const auto repeated = [](size_t count, auto part, const char* between) {
         std::string text;
@@ -95,7 +96,7 @@ inline std::string document_of(u8 shape, size_t n) {
     }
 }
 
-// A document that is read while memory fails.
+// Reads a document while allocations fail.
 inline void load(const Op& op) {
     std::string text = document_of(op.c, op.d);
     const i32 flags = op.e % 2 != 0 ? i32{WIQ_JSON_REJECT_DUPLICATES} : 0;
@@ -119,7 +120,7 @@ inline void load(const Op& op) {
     wiq_json_unref(right);
 }
 
-// A document to work on, and what it was.
+// A document to work on, and its original text.
 struct Document {
     explicit Document(const Op& op)
         : root(wiq_json_loads(document_of(op.c, op.d).c_str(), 0, nullptr)), before(text()) {
@@ -131,7 +132,7 @@ struct Document {
     ~Document() { wiq_json_unref(root); }
 
     std::string text() const { return dump(root, 0); }
-    // The deepest of the first children.
+    // Follows the last element of each array and the first member of each object to the innermost node.
     wiq_json_t* innermost() const {
         wiq_json_t* node = root;
         for (wiq_json_t* next = root; next != nullptr;
@@ -152,7 +153,7 @@ struct Document {
     std::string before;
 };
 
-// Everything that is made of a document without changing it.
+// Makes everything that can be made from a document without changing it.
 inline void make_of(const Op& op) {
     const Document document(op);
     wiq_json_t* root = document.root;
@@ -162,7 +163,7 @@ inline void make_of(const Op& op) {
     wiq_json_t* copy = starving([&] { return wiq_json_copy(root, &err); });
     CHECK((copy == nullptr) == is_starved(static_cast<i32>(err)));
     CHECK(copy == nullptr || wiq_json_equal(copy, root));
-    // An answer is never wrongly yes, and wrongly no only for want of memory.
+    // The answer for a copy is yes, unless memory runs out.
     CHECK(copy == nullptr || starving([&] { return wiq_json_subset(root, copy, op.e); }) ||
           g_fired);
     wiq_json_unref(copy);
@@ -217,7 +218,7 @@ inline void make_of(const Op& op) {
     CHECK(document.text() == document.before);
 }
 
-// Changes: after one that fails, the document is what it was.
+// Changes a document. After a change that fails, the document is as it was before.
 inline void change(const Op& op) {
     const Document document(op);
     wiq_json_t* root = document.root;
@@ -256,7 +257,7 @@ inline void change(const Op& op) {
                      }) == 0);
         }
     }
-    // An element that is not the last one leaves a null behind.
+    // If the removed element is not the last one, a null takes its place.
     wiq_json_t* first = wiq_json_array_get_ext(root, 0, 0, nullptr);
     if (first != nullptr) {
         wiq_json_ref(first);
@@ -269,7 +270,7 @@ inline void change(const Op& op) {
         wiq_json_unref(first);
     }
     wiq_json_unref(child);
-    // Containers that are made on the way stay.
+    // Containers that were made on the way remain, even after a failure.
     const std::string path = (wiq_json_is_array(root) ? "/-/x/-/y/" : "/w/x/-/y/") + long_text;
     err = 0;
     const bool put =
@@ -278,7 +279,7 @@ inline void change(const Op& op) {
     CHECK(put ? document.text() != before : !document.text().empty());
 }
 
-// A text that could not be copied is missing, and the node is there.
+// If only the text could not be copied, there is a node without a text.
 inline void make_text(const Op& op) {
     const std::string text(size_t{op.c} * 8, 't');
     u32 err = 0;
@@ -302,7 +303,7 @@ inline void make_text(const Op& op) {
     wiq_json_unref(node);
 }
 
-// References are expanded as far as memory lasts.
+// Expands references while allocations fail.
 inline void expand(const Op& op) {
     const std::string text = document_of(op.c, op.d);
     wiq_json_t* root = wiq_json_loads(text.c_str(), 0, nullptr);
@@ -313,14 +314,14 @@ inline void expand(const Op& op) {
     CHECK(status != expected || dump(root, 0) == dump(other, 0));
     CHECK(!dump(root, 0).empty());
     wiq_json_unref(other);
-    // If memory ran out before the walk began, the root has one reference more.
+    // If memory ran out before the walk began, the root has an extra reference.
     if (status == WIQ_ERR_NO_MEMORY)
         wiq_json_delete_impl(root);
     else
         wiq_json_unref(root);
 }
 
-// A weak array that lists elements twice, and nodes of several parents.
+// Filters a weak array that lists some nodes twice, and nodes with different parents.
 inline void filter(const Op& op) {
     const Document document(op);
     u32 err = 0;

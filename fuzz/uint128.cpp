@@ -1,4 +1,4 @@
-// 128-bit numbers compared with the compiler's.
+// Operations on 128-bit numbers, compared with those of the compiler's own 128-bit type.
 #include "input.h"
 
 namespace {
