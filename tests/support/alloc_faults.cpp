@@ -1,7 +1,7 @@
 // See alloc_faults.h.
 #include "support/alloc_faults.h"
 
-// First, because libuv's header must be the one that includes the headers of the system.
+// Must come first, because libuv's header must be the one that includes the system's headers.
 #include <uv.h>
 
 #include <gtest/gtest.h>

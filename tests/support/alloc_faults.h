@@ -42,8 +42,8 @@ class AllocFaults {
     bool fired_ = false;
 };
 
-// If set, is called before every allocation of a thread that has armed faults. A test uses it for what
-// otherwise only another thread could do in the middle of a call.
+// If set, is called before every allocation of a thread that has armed faults. A test uses it to do, in the
+// middle of a call, what otherwise only another thread could do.
 extern void (*g_on_allocation)();
 
 // Like malloc(), but never fails because of armed faults. The block is counted.

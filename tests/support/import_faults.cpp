@@ -13,7 +13,7 @@ T* at_address(size_t offset) {
     return reinterpret_cast<T*>(reinterpret_cast<char*>(GetModuleHandleW(nullptr)) + offset);
 }
 
-// Where the table of imports has the address of a function; nullptr if the program imports none of this name.
+// Returns the place of a function's address in the table of imports; nullptr if the program does not import it.
 void** entry_of(const char* name) {
     const auto* dos = at_address<IMAGE_DOS_HEADER>(0);
     const auto* headers = at_address<IMAGE_NT_HEADERS>(static_cast<size_t>(dos->e_lfanew));

@@ -1,6 +1,6 @@
-// Puts a function of a test in the place of one that the program imports from a DLL of the system, for Windows. What
-// the linker does on the other platform (system_faults.h) it cannot do here, where calls go through the program's table
-// of imports; so the table is changed. The library must be linked statically, and what DLLs call themselves stays.
+// For Windows: replaces a function that the program imports from a DLL of the system by a function of a test. On Linux
+// the linker does this (system_faults.h); on Windows calls go through the program's table of imports, so this changes
+// the table. The library must be linked statically. Calls that DLLs make are not affected.
 //
 //   ReplacedImport import("GetFileAttributesW", +[](const wchar_t*) -> DWORD { return INVALID_FILE_ATTRIBUTES; });
 #pragma once
@@ -15,7 +15,7 @@ class ReplacedImport {
     ReplacedImport(const ReplacedImport&) = delete;
     ReplacedImport& operator=(const ReplacedImport&) = delete;
 
-    // The function whose place it is.
+    // The function that was replaced.
     template <class Function>
     Function* original() const {
         return reinterpret_cast<Function*>(original_);
