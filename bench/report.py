@@ -1,9 +1,8 @@
 #!/usr/bin/env python3
 """Compares the results of the benchmarks, arranged by the questions that a user asks.
 
-Benchmarks are named OPERATION/INPUT/LIBRARY. A ratio above 1 says that ke_utils takes so many times less time (or
-memory) than the peer. With --write FOLDER, BENCHMARKS.md there gets new figures, and its tables and pictures are
-written anew.
+Benchmarks are named OPERATION/INPUT/LIBRARY. A ratio is the peer's time (or memory) divided by that of ke_utils, so
+above 1 ke_utils is better. With --write FOLDER, updates the figures, tables and pictures of BENCHMARKS.md there.
 """
 
 import argparse

@@ -3,9 +3,9 @@
 
     bench/tool_memory.py KE [MEGABYTES]        default 200; of the documents for commands that pass on what they read
 
-What streams stays below 64 MB, whatever the size. What needs the whole document stays within 4 times the
-text of its inputs (and 8 MB for the program), measured on what has the most values for its bytes: arrays of small
-numbers and of small objects, one object of many members, and INI files of short lines.
+A command that streams stays below 64 MB, whatever the size. A command that needs the whole document takes at most
+4 times the text of its inputs (plus 8 MB for the program). The documents are those with the most values per byte:
+arrays of small numbers and of small objects, one object of many members, and INI files of short lines.
 """
 import os
 import shutil
@@ -15,7 +15,7 @@ import tempfile
 
 
 def write_repeated(path, size, piece, last):
-    """Writes an array of one element, repeated, and a last one."""
+    """Writes an array that repeats one element, followed by a last one."""
     block = piece * (1000000 // len(piece))
     with open(path, "w") as out:
         out.write("[")
@@ -36,7 +36,7 @@ def write_members(path, size):
 
 
 def write_ini(path, size, line):
-    """Writes a section of lines, each with its own number where the pattern has one."""
+    """Writes a section of lines from a pattern, in which each line's number is inserted."""
     with open(path, "w") as out:
         out.write("[a]\nk=0\n")
         number = 0
@@ -46,7 +46,7 @@ def write_ini(path, size, line):
 
 
 def peak(command):
-    """Returns the peak memory in MB of a command, which must end with 0 or, as a comparison, 1."""
+    """Returns the peak memory in MB of a command, which must exit with 0 or, for a comparison, with 1."""
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL)
     _, status, usage = os.wait4(process.pid, 0)
     process.returncode = os.waitstatus_to_exitcode(status)
