@@ -208,7 +208,7 @@ TEST(Aliasing, AfterEmptyingTheBufferOnlyTheRestIsRead) {
     }
 }
 
-TEST(Aliasing, AFieldInTheBuffer) {
+TEST(Aliasing, StructStrOfAFieldInTheBuffer) {
     struct Row {
         u64 offset;
         u64 width;
@@ -235,7 +235,7 @@ TEST(Aliasing, AFieldInTheBuffer) {
 }
 
 // The block shrinks to what the digits need, and the bytes are after that.
-TEST(Aliasing, DigitsOfBytesAfterTheText) {
+TEST(Aliasing, PrinthexOfBytesAfterTheText) {
     for (u64 offset = 3; offset != 60; ++offset) {
         wiq_strbuf buf;
         ASSERT_EQ(wiq_strbuf_init(&buf, 64), 0);

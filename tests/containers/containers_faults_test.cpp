@@ -87,7 +87,7 @@ TEST(MapFaults, NewAndInit) {
     });
 }
 
-TEST(MapFaults, ALockThatCannotBeMade) {
+TEST(MapFaults, FailureToMakeALock) {
     const long before = live_blocks();
     g_fail_mutex_init = true;
     wiq_safe_map map;
@@ -122,7 +122,7 @@ TEST(MapFaults, PutKeepsTheMapValid) {
     EXPECT_EQ(points, 4u);
 }
 
-TEST(MapFaults, MemoizeHandsTheValueOverUnstored) {
+TEST(MapFaults, MemoizeReturnsTheValueUnstored) {
     SweepAllocations([](AllocFaults& faults) {
         wiq_map map;
         ASSERT_EQ(wiq_map_init(&map, 0, wiq_hash_int, wiq_cmp_int, nullptr, nullptr), 0);
@@ -161,7 +161,7 @@ void sweep_strbuf(const char* name, i32 (*operate)(wiq_strbuf* buf)) {
     EXPECT_EQ(points, 2u);
 }
 
-TEST(StrbufFaults, AppendsLeaveTheTextAlone) {
+TEST(StrbufFaults, FailedAppendsLeaveTheTextUnchanged) {
     sweep_strbuf("putc", [](wiq_strbuf* buf) { return wiq_strbuf_putc(buf, 'd'); });
     sweep_strbuf("write", [](wiq_strbuf* buf) { return wiq_strbuf_write(buf, "def", 3); });
     sweep_strbuf("printf", [](wiq_strbuf* buf) { return wiq_strbuf_printf(buf, "%d", 12345); });

@@ -117,7 +117,7 @@ TEST_F(Map, PutOfAnEqualKeyKeepsTheNewOne) {
         second);
 }
 
-TEST_F(Map, ReplaceHandsTheOldValueBack) {
+TEST_F(Map, ReplaceReturnsTheOldValue) {
     void* old = this;
     EXPECT_EQ(wiq_map_replace(&map_, text("k"), text("a"), &old), 0);
     EXPECT_EQ(old, nullptr);
@@ -146,7 +146,7 @@ TEST_F(Map, RemoveReleasesWhatTheMapOwns) {
     EXPECT_EQ(wiq_map_size(&map_), 0u);
 }
 
-TEST_F(Map, RemoveHandsOutWhatTheMapDoesNotOwn) {
+TEST_F(Map, RemoveReturnsWhatTheMapDoesNotOwn) {
     wiq_map plain;
     ASSERT_EQ(wiq_map_init(&plain, 0, wiq_hash_str, wiq_cmp_str, release_key, nullptr), 0);
     wiq_map_put(&plain, text("k"), text("v"));
@@ -173,7 +173,7 @@ TEST_F(Map, RemoveAllKeepsTheBuckets) {
     EXPECT_EQ(wiq_map_put(&map_, text("a"), text("again")), 0);
 }
 
-TEST_F(Map, ForeachStopsWhenToldTo) {
+TEST_F(Map, ForeachStopsWhenTheCallbackReturnsFalse) {
     for (const char* key : {"a", "b", "c"})
         wiq_map_put(&map_, text(key), text(key));
     int visits = 0;

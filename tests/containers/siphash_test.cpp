@@ -23,7 +23,7 @@ TEST(SipHash, PublishedValues) {
     EXPECT_EQ(hash_of_counting_bytes(15), 0xa129ca6149be45e5u);
 }
 
-TEST(SipHash, TheKeyCounts) {
+TEST(SipHash, EveryPartOfTheInputChangesTheHash) {
     const u64 hash = ke::siphash13(kKey, "text", 4);
     EXPECT_NE(hash, ke::siphash13({kKey.k0 ^ 1, kKey.k1}, "text", 4));
     EXPECT_NE(hash, ke::siphash13({kKey.k0, kKey.k1 ^ 1}, "text", 4));

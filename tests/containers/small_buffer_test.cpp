@@ -23,7 +23,7 @@ TEST(SmallBuffer, ShortTextsNeedNoMemory) {
     EXPECT_EQ(points, 0u);
 }
 
-TEST(SmallBuffer, GrowsAndIsUsedAgain) {
+TEST(SmallBuffer, GrowsAndIsReused) {
     SmallBuffer<16> buffer;
     char* inside = buffer.room(1);
     char* block = buffer.room(17);

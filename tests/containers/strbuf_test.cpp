@@ -143,7 +143,7 @@ TEST_F(Strbuf, WriteGrowsToTheLargerOfNeedAndDouble) {
     EXPECT_EQ(buf_.capacity, 64u + 1000 + 1);
 }
 
-TEST_F(Strbuf, RwriteStartsAnew) {
+TEST_F(Strbuf, RwriteReplacesTheText) {
     set("before");
     EXPECT_EQ(wiq_strbuf_rwrite(&buf_, "after", 5), 5);
     EXPECT_EQ(text(), "after");
@@ -185,7 +185,7 @@ TEST_F(Strbuf, PrintfOfTextsOfEveryLength) {
     }
 }
 
-TEST_F(Strbuf, RprintfStartsAnew) {
+TEST_F(Strbuf, RprintfReplacesTheText) {
     set("before");
     EXPECT_EQ(wiq_strbuf_rprintf(&buf_, "%u", 42u), 2);
     EXPECT_EQ(text(), "42");
@@ -261,7 +261,7 @@ TEST_F(Strbuf, GetcOfMoreThanTwoGibibytes) {
     }
 }
 
-TEST_F(Strbuf, StructStrOfNothingAndOfTooMuch) {
+TEST_F(Strbuf, StructStrOfEmptyAndOversizedFields) {
     set("before");
     EXPECT_EQ(wiq_strbuf_struct_str(&buf_, nullptr, 0, true), 0);
     EXPECT_EQ(text(), "");
@@ -317,7 +317,7 @@ TEST_F(Strbuf, ExtraCapacityIsExact) {
     EXPECT_EQ(buf_.capacity, 4u);
 }
 
-TEST_F(Strbuf, ReleaseHandsTheTextOver) {
+TEST_F(Strbuf, ReleaseTransfersTheText) {
     set("abc");
     char* released = wiq_strbuf_release(&buf_);
     EXPECT_STREQ(released, "abc");

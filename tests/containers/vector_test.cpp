@@ -144,7 +144,7 @@ TEST_F(Vector, ResizeRefusesBadArguments) {
     wiq_vector_finalize(&vec);
 }
 
-TEST_F(Vector, AGrowthThatCannotBeIsRefused) {
+TEST_F(Vector, ImpossibleGrowthIsRefused) {
     wiq_vector vec;
     ASSERT_EQ(wiq_vector_init(&vec, UINT64_MAX / 2, 0, nullptr, nullptr), 0);
     EXPECT_EQ(wiq_vector_resize(&vec, 3), WIQ_ERR_NO_MEMORY);
@@ -155,7 +155,7 @@ TEST_F(Vector, AGrowthThatCannotBeIsRefused) {
     EXPECT_EQ(vec.data, nullptr);
 }
 
-TEST_F(Vector, PopDestroysTheLastOnes) {
+TEST_F(Vector, PopDestroysTheLastElements) {
     wiq_vector vec;
     ASSERT_EQ(wiq_vector_init(&vec, sizeof(int), 4, make, drop), 0);
     EXPECT_EQ(wiq_vector_pop(&vec, 0), 0);
@@ -192,7 +192,7 @@ TEST_F(Vector, GetCountsFromBothEnds) {
     EXPECT_EQ(wiq_vector_get_const(nullptr, 0), nullptr);
 }
 
-TEST_F(Vector, SizeOfNothingIsAStatus) {
+TEST_F(Vector, SizeOfNullIsAStatus) {
     wiq_vector vec = counted(3);
     EXPECT_EQ(wiq_vector_size(&vec), 3);
     wiq_vector_finalize(&vec);
@@ -281,7 +281,7 @@ TEST_F(Vector, CallbacksMayTakeAndReleaseAReference) {
 
 // This is not allowed, but detected: the walk over the elements stops, and nothing outside the block is
 // touched.
-TEST_F(Vector, ACallbackThatChangesTheVectorIsNoticed) {
+TEST_F(Vector, ACallbackThatChangesTheVectorIsDetected) {
     const wiq_vector_elem_fn changes[] = {
         [](void*) {
             g_vec->init_cb = nullptr;

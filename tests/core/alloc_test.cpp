@@ -103,14 +103,14 @@ TEST_F(Alloc, MallocZeroFills) {
     free(block);
 }
 
-TEST_F(Alloc, MallocOfNothingIsNullAndNoFailure) {
+TEST_F(Alloc, MallocOfZeroBytesReturnsNullWithoutFailing) {
     EXPECT_EQ(wiq_wrap_malloc(0, false, fail_hook, malloc_pre, malloc_post), nullptr);
     EXPECT_EQ(g_log, (Log{"pre 0", "post null 0"}));
     EXPECT_EQ(wiq_wrap_malloc(0, true, fail_hook, nullptr, nullptr), nullptr);
     EXPECT_EQ(g_log.size(), 2u);
 }
 
-TEST_F(Alloc, PreHookCanMakeItNothing) {
+TEST_F(Alloc, PreHookCanSetTheSizeToZero) {
     g_change_size = true;
     g_new_size = 0;
     EXPECT_EQ(wiq_wrap_malloc(10, false, fail_hook, malloc_pre, malloc_post), nullptr);
@@ -174,13 +174,13 @@ TEST_F(Alloc, ReallocGrowsAndKeepsContents) {
     free(block);
 }
 
-TEST_F(Alloc, ReallocToNothingReleasesAndReportsAFailureOfZero) {
+TEST_F(Alloc, ReallocToZeroBytesReleasesAndReportsAFailureOfZero) {
     void* block = malloc(4);
     EXPECT_EQ(wiq_wrap_realloc(block, 0, fail_hook, realloc_pre, realloc_post), nullptr);
     EXPECT_EQ(g_log, (Log{"pre block 0", "post null 0", "fail 0"}));
 }
 
-TEST_F(Alloc, ReallocOfNullToNothingReportsAFailureOfZero) {
+TEST_F(Alloc, ReallocOfNullToZeroBytesReportsAFailureOfZero) {
     EXPECT_EQ(wiq_wrap_realloc(nullptr, 0, fail_hook, nullptr, nullptr), nullptr);
     EXPECT_EQ(g_log, (Log{"fail 0"}));
 }
@@ -264,7 +264,7 @@ TEST_F(Alloc, AlignedAllocFailureIsReported) {
     EXPECT_EQ(g_log, (Log{"fail " + std::to_string(SIZE_MAX / 4)}));
 }
 
-TEST_F(Alloc, AlignedAllocRefusesAnAlignmentThatIsNoPowerOfTwo) {
+TEST_F(Alloc, AlignedAllocRefusesAnAlignmentThatIsNotAPowerOfTwo) {
     for (size_t alignment :
          {size_t{3}, size_t{5}, size_t{24}, size_t{4095}, SIZE_MAX, SIZE_MAX - 7}) {
         void* block = &g_log;

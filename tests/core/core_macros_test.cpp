@@ -79,7 +79,7 @@ TEST(StatusText, AnErrorArgumentHoldsAFailureOrNone) {
     EXPECT_TRUE(KE_FAILED(i32{WIQ_ERR_EOF}));
 }
 
-TEST(Version, IsTheProjects) {
+TEST(Version, MatchesTheProject) {
     EXPECT_STREQ(KE_VERSION_STRING, KE_TEST_VERSION);
     EXPECT_STREQ(core_macros_version(), KE_TEST_VERSION);
     EXPECT_EQ(std::to_string(KE_VERSION_MAJOR) + "." + std::to_string(KE_VERSION_MINOR) + "." +
@@ -87,7 +87,7 @@ TEST(Version, IsTheProjects) {
               KE_TEST_VERSION);
 }
 
-TEST(Version, CanBeAskedForAtCompileTime) {
+TEST(Version, CanBeTestedAtCompileTime) {
     constexpr int kMajor = KE_VERSION_MAJOR;
     constexpr int kMinor = KE_VERSION_MINOR;
     constexpr int kPatch = KE_VERSION_PATCH;

@@ -62,7 +62,7 @@ TEST(EntryPoints, ReplacingASlotDoesNotReachTheLibrary) {
     wiq_time_real_ptr = wiq_time_real;
 }
 
-TEST(EntryPoints, SleepLastsAtLeastAsLongAsAsked) {
+TEST(EntryPoints, SleepLastsAtLeastAsLongAsRequested) {
     const auto before = std::chrono::steady_clock::now();
     wiq_sleep_real(0);
     wiq_sleep_real(50);
@@ -133,7 +133,7 @@ TEST(EntryPoints, LoadsAModuleAndFindsItsSymbol) {
     wiq_dlclose_real(&lib);
 }
 
-TEST(EntryPoints, MissingArgumentsAreAnswered) {
+TEST(EntryPoints, MissingArgumentsAreRefused) {
     wiq_lib lib = {};
     lib.handle = &lib;
     EXPECT_EQ(wiq_dlopen_real(nullptr, &lib), WIQ_ERR_INVALID_ARG);
@@ -152,7 +152,7 @@ TEST(EntryPoints, MissingArgumentsAreAnswered) {
     EXPECT_EQ(wiq_get_tm(nullptr), WIQ_ERR_TIME_CONVERSION);
 }
 
-TEST(EntryPoints, AMissingModule) {
+TEST(EntryPoints, LoadingAMissingModuleFails) {
     wiq_lib lib = {};
     EXPECT_EQ(wiq_dlopen_real("no_such_module.so", &lib), WIQ_ERR_DLOPEN);
     EXPECT_EQ(lib.errmsg, nullptr);

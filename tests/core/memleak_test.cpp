@@ -79,7 +79,7 @@ TEST_F(Memleak, CountsAllocationsAndFrees) {
     EXPECT_EQ(wiq_memleak_balance(), 0);
 }
 
-TEST_F(Memleak, NothingAllocatedOrFreedIsNotCounted) {
+TEST_F(Memleak, CallsThatAllocateOrFreeNothingAreNotCounted) {
     EXPECT_EQ(take(0), nullptr);
     EXPECT_EQ(take(SIZE_MAX / 2), nullptr);
     give(nullptr);

@@ -68,7 +68,7 @@ TEST(Status, TableKeepsEveryNumber) {
     EXPECT_EQ(constants, kPromised);
 }
 
-TEST(Status, EveryRowHasAMeaningOfItsOwn) {
+TEST(Status, MeaningsAreUnique) {
     std::set<std::string> meanings;
 #define ROW(number, name, meaning)      \
     EXPECT_STRNE("", meaning) << #name; \

@@ -52,7 +52,7 @@ TEST(Time, ClockText) {
     }
 }
 
-TEST(Time, MissingArgumentsAreAnswered) {
+TEST(Time, MissingArgumentsAreRefused) {
     EXPECT_EQ(calc_tm_to_ms(nullptr), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(time_ms_to_string(1, 2, nullptr), WIQ_ERR_INVALID_ARG);
 }
