@@ -65,7 +65,7 @@ TEST(CppVisitor, CallsWhatIsOverridden) {
     EXPECT_EQ(nothing.visit(root), 0);
 }
 
-TEST(CppVisitor, EndsWithAStatusOrAThrow) {
+TEST(CppVisitor, StopsOnAStatusOrAnException) {
     const json root = parsed(R"({"a":{"b":1}})");
     Outline outline;
     outline.stop_at = "b";
@@ -241,7 +241,7 @@ TEST(CppPlatform, HooksForAScope) {
     EXPECT_EQ(wiq_free_cb, nullptr);
 }
 
-TEST(CppErrorCode, SpeaksTheStandardsWay) {
+TEST(CppErrorCode, WorksWithStandardErrorCodes) {
     const std::error_code code = ke::make_error_code(WIQ_ERR_NOT_FOUND);
     EXPECT_TRUE(code);
     EXPECT_EQ(code.value(), WIQ_ERR_NOT_FOUND);

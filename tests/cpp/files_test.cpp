@@ -68,7 +68,7 @@ TEST_F(CppFiles, AFailureLeavesTheOldFile) {
     EXPECT_EQ(ke::save_text(std::string("a\0b", 3), "x"), WIQ_ERR_INVALID_ARG);
 }
 
-TEST_F(CppFiles, AnEmptyNameIsNoFile) {
+TEST_F(CppFiles, SavingUnderAnEmptyNameFails) {
     EXPECT_EQ(ke::save_text("", "x"), WIQ_ERR_IO);
 }
 
@@ -123,7 +123,7 @@ TEST_F(CppFiles, PipesAreWrittenTo) {
 }
 #endif
 
-TEST_F(CppFiles, FailuresSayWhatAndWhere) {
+TEST_F(CppFiles, FailuresReportStatusAndPosition) {
     EXPECT_EQ(ke::load_file(path("none.json")).status(), WIQ_ERR_NOT_FOUND);
     const std::string name = path("broken.json");
     EXPECT_EQ(ke::save_text(name, "{\"\xC3\xA9\":\n  x}"), 0);

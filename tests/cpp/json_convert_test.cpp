@@ -118,7 +118,7 @@ TEST(CppConvert, StandardContainers) {
     EXPECT_EQ(root["l"].to<std::vector<json_view>>()->size(), 3u);
 }
 
-TEST(CppConvert, ArraysOfTheLanguage) {
+TEST(CppConvert, BuiltInArrays) {
     const int numbers[] = {1, 2};
     const char* const names[] = {"a", "b"};
     const bool table[2][1] = {{true}, {false}};
@@ -132,7 +132,7 @@ TEST(CppConvert, ArraysOfTheLanguage) {
     EXPECT_EQ(root["none"].to<std::vector<int>>().value_or({3}), std::vector<int>{3});
 }
 
-TEST(CppConvert, TypesOfTheUser) {
+TEST(CppConvert, UserDefinedTypes) {
     const drive made{"A1", 12, "lab", {{"flash", 40.5}}, {3, 4}};
     const json value = json::of(made);
     EXPECT_EQ(text_of(value),
@@ -174,7 +174,7 @@ TEST(CppConvert, SixtyFourMembers) {
 
 TEST(CppConvert, MissingAndWrongMembers) {
     const json whole = json::of(drive{"A1", 12, {}, {}, {}});
-    EXPECT_FALSE(whole.contains("label")) << "an optional that is empty is left out";
+    EXPECT_FALSE(whole.contains("label")) << "an empty optional is left out";
     drive target{"old", 1, "kept", {}, {}};
     EXPECT_EQ(from_json(whole, target), 0);
     EXPECT_FALSE(target.label.has_value());

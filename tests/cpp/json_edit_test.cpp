@@ -94,7 +94,7 @@ TEST(CppSet, ListsInBraces) {
     EXPECT_FALSE(root.contains("empty"));
 }
 
-TEST(CppSet, AValueThatLivesElsewhereIsCopied) {
+TEST(CppSet, AValueWithAParentIsCopied) {
     json root = parsed(R"({"a":{"n":1}})");
     json other = json::object();
     EXPECT_EQ(other.set("x", root["a"]), 0);
@@ -112,7 +112,7 @@ TEST(CppSet, AValueThatLivesElsewhereIsCopied) {
     EXPECT_EQ(root["all"].size(), 2);
 }
 
-TEST(CppSet, AFreeValueIsCopiedOrMovesIn) {
+TEST(CppSet, AValueWithoutAParentIsCopiedOrMoved) {
     json root = json::object();
     json list = json::array();
     EXPECT_EQ(list.push_back(1), 0);
@@ -214,7 +214,7 @@ TEST(CppSet, ByIndex) {
     EXPECT_EQ(json::object().insert(0, 1), WIQ_ERR_INVALID_ARG);
 }
 
-TEST(CppSet, ContainersOnTheWay) {
+TEST(CppSet, MissingContainersAreMade) {
     json root = parsed(R"({"n":1})");
     EXPECT_EQ(root.object_at("a")->set("x", 1), 0);
     EXPECT_EQ(root.object_at("a")->set("y", 2), 0);
@@ -224,7 +224,7 @@ TEST(CppSet, ContainersOnTheWay) {
     EXPECT_EQ(text_of(root), R"({"a":{"x":1,"y":2},"l":[3],"n":1})");
 }
 
-TEST(CppTake, MembersElementsAndPlaces) {
+TEST(CppTake, MembersElementsAndPointers) {
     json root = parsed(R"({"a":{"b":1,"x/y":9},"l":[1,2,3,2]})");
     const json b = root.take("/a/b"_ptr).value();
     EXPECT_EQ(b, 1);
@@ -245,7 +245,7 @@ TEST(CppTake, MembersElementsAndPlaces) {
     EXPECT_EQ(text_of(root), R"({"again":{},"l":[]})");
 }
 
-TEST(CppErase, ByPlace) {
+TEST(CppErase, ByIndexAndPointer) {
     json root = parsed(R"({"a":{"b":1},"l":[1,2,3,4,5]})");
     EXPECT_EQ(root.erase("/a/b"_ptr), 0);
     EXPECT_EQ(root["l"].erase(0), 0);
@@ -260,7 +260,7 @@ TEST(CppErase, ByPlace) {
     EXPECT_EQ(text_of(root), "{}");
 }
 
-TEST(CppErase, ByTest) {
+TEST(CppErase, ByPredicate) {
     json list = parsed("[1,2,3,4,5,6]");
     EXPECT_EQ(list.erase_if([](json_view v) { return *v.to<int>() % 2 == 0; }).value(), 3);
     EXPECT_EQ(text_of(list), "[1,3,5]");
@@ -326,7 +326,7 @@ TEST(CppReplace, InPlace) {
     EXPECT_EQ(a, "new");
 }
 
-TEST(CppWeak, RefersWithoutOwningThePlace) {
+TEST(CppWeak, RefersToValuesThatKeepTheirParents) {
     json root = parsed(R"({"a":{"n":1},"b":[2]})");
     json weak = json::weak_array();
     json named = json::weak_object();
@@ -351,7 +351,7 @@ TEST(CppWeak, RefersWithoutOwningThePlace) {
     EXPECT_EQ(text_of(root), R"({"a":{"n":1},"b":[2]})");
 }
 
-TEST(CppWeak, TheElementThatAPointerNamesGoes) {
+TEST(CppWeak, ErasesTheElementThatAPointerNames) {
     json root = parsed("[1,2]");
     json lists = json::weak_object();
     json weak = json::weak_array();
@@ -366,7 +366,7 @@ TEST(CppWeak, TheElementThatAPointerNamesGoes) {
     EXPECT_EQ(lists.erase("/list/2"_ptr), WIQ_ERR_INDEX_OUT_OF_RANGE);
 }
 
-TEST(CppWeak, WhatATestAppendsStays) {
+TEST(CppWeak, ElementsThatAPredicateAppendsRemain) {
     json weak = json::weak_array();
     json strong = json::array();
     for (json_ref list : {json_ref(weak), json_ref(strong)}) {

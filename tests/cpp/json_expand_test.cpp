@@ -1,5 +1,5 @@
-// What an expansion of references would make, counted before it is made: against what the expansion really
-// makes, and on documents that stand for more than memory can hold.
+// The size of an expansion, which is counted before any reference is expanded: compared with the result of the
+// expansion, and for documents that would expand to more than memory can hold.
 #include <algorithm>
 #include <random>
 #include <string>
@@ -40,7 +40,7 @@ std::string reference_text(const std::string& where) {
     return "{\"$ref\":\"" + where + "\"}";
 }
 
-// {"v0":[1], "v1":["v0" twice], "v2":["v1" twice], ...}
+// Returns {"v0":[1], "v1":[two references to "v0"], "v2":[two references to "v1"], ...}.
 std::string doubling(int steps) {
     std::string text = "{\"v0\":[1]";
     for (int i = 1; i <= steps; ++i) {
@@ -126,7 +126,7 @@ TEST(CppExpansion, FailuresChangeNothing) {
     EXPECT_EQ(nothing.expand(1), ke::err_empty);
 }
 
-// Sixty lines stand for more values than there are bytes in any memory. The count is exact as long as it has
+// Sixty lines expand to more values than there are bytes in any memory. The count is exact as long as it fits in
 // 64 bits, and stops at the largest number.
 TEST(CppExpansion, Doubling) {
     for (const int steps : {10, 60, 61, 62, 63, 64, 200, 20000}) {
@@ -192,8 +192,8 @@ TEST(CppExpansion, MillionLevels) {
     });
 }
 
-// What is outside of the value is expanded, too, if a reference leads there, and may be much more than what
-// the value holds in the end.
+// If a reference leads out of the value, its target outside is expanded, too. That can take many more copies than
+// the value itself contains in the end.
 TEST(CppExpansion, CopiesOutsideCountToo) {
     const int n = 300;
     std::string text = "{\"start\":[" + reference_text("/t0") + "]";
@@ -224,8 +224,8 @@ TEST(CppExpansion, AReferenceStaysAndItsTargetCounts) {
     EXPECT_EQ(lost.expanded_size().status(), WIQ_ERR_WRONG_TYPE);
 }
 
-// A weak container goes on referring to a reference that is replaced in its own container. Its other children
-// count where they are met, as a walk over the result meets them.
+// When a reference is replaced in its own container, a weak container still refers to the reference. The other
+// children of a weak container are counted each time that a walk over the result meets them.
 TEST(CppExpansion, WeakContainers) {
     json root = parsed(R"({"a":[1,2],"b":{"$ref":"/a"},"l":[{"$ref":"/list"}]})");
     json list = json::weak_array();
@@ -269,7 +269,7 @@ TEST(CppExpansion, WeakContainers) {
     EXPECT_EQ(ring.erase("self"), 0);
 }
 
-// Random documents of up to some forty values, with references to places of which most exist.
+// Random documents of up to about forty values, with references, most of whose targets exist.
 class RandomDocument {
   public:
     explicit RandomDocument(unsigned seed) : random_(seed) {}
@@ -364,7 +364,7 @@ TEST(CppExpansion, RandomDocumentsAgreeWithTheExpansion) {
         SCOPED_TRACE(seed);
         RandomDocument random(seed);
         json root = random.make();
-        // The same place is the root in half of the documents, and then nothing is outside.
+        // In half of the documents the expansion starts at the root, so nothing is outside of it.
         json_ref start = random.number(2) == 0 ? json_ref(root) : random.a_place();
         const std::string text = text_of(root);
         const auto size = start.expanded_size();
@@ -380,7 +380,7 @@ TEST(CppExpansion, RandomDocumentsAgreeWithTheExpansion) {
         const bool is_reference = start.is_reference();
         ASSERT_EQ(wiq_json_jref_expand(start.node()), 0) << text;
         EXPECT_EQ(tally_of(is_reference ? *start.resolve() : start).values, *size) << text;
-        // What the copies hold: what the document has grown by, and one for each reference replaced.
+        // The number of copied values: the growth of the document, plus one for each replaced reference.
         const Tally old_tally = tally_of(before);
         const Tally new_tally = tally_of(root);
         const ke::u64 copied =

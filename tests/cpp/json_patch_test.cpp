@@ -131,7 +131,7 @@ TEST(CppPatch, AFailureChangesNothing) {
     EXPECT_EQ(ke::apply_patch(target, nothing), ke::err_empty);
 }
 
-TEST(CppPatch, InThePlaceOfAPart) {
+TEST(CppPatch, PatchesAPartInPlace) {
     json root = parsed(R"({"a":{"x":1}})");
     json a = root["a"];
     EXPECT_EQ(ke::apply_patch(a, parsed(R"([{"op":"add","path":"/y","value":2}])")), 0);

@@ -160,7 +160,7 @@ TEST(CppView, KeysOfEveryKindOfText) {
     EXPECT_EQ(root[""], "no name");
 }
 
-TEST(CppView, ATextWithANulInsideIsNoKey) {
+TEST(CppView, ATextThatContainsANulIsNotAKey) {
     json root = parsed(R"({"a":1})");
     const std::string broken("a\0b", 3);
     EXPECT_FALSE(root[broken]);
@@ -196,7 +196,7 @@ void expect_range_of() {
     EXPECT_EQ(json::of(true).template to<T>().status(), WIQ_ERR_WRONG_TYPE);
     EXPECT_EQ(json::of(limits::max()), limits::max());
 }
-TEST(CppView, EveryIntegerTypeHasItsRange) {
+TEST(CppView, IntegerTypesAreRangeChecked) {
     expect_range_of<signed char>();
     expect_range_of<unsigned char>();
     expect_range_of<short>();
@@ -277,7 +277,7 @@ TEST(CppView, ComparesWithScalars) {
                  std::numeric_limits<double>::quiet_NaN());
 }
 
-TEST(CppView, GetSaysWhatIsMissing) {
+TEST(CppView, GetReportsWhatIsMissing) {
     const json root = parsed(R"({"a":{"n":300},"l":[1]})");
     EXPECT_EQ(root.get<int>("/a/n"_ptr).value(), 300);
     EXPECT_EQ(root.get<int>("b").status(), WIQ_ERR_KEY_NOT_FOUND);
@@ -320,7 +320,7 @@ TEST(CppView, PathsAreBuiltOfSteps) {
     EXPECT_EQ(text_of(cut), R"({"a":1})");
 }
 
-TEST(CppView, KnowsItsPlace) {
+TEST(CppView, KnowsItsParentAndLocation) {
     const json root = parsed(R"({"a":[7,{"b":1}]})");
     const json_view b = root.at("/a/1/b"_ptr);
     EXPECT_STREQ(b.parent_key(), "b");
@@ -406,7 +406,7 @@ TEST(CppRanges, KeepATemporaryAlive) {
     EXPECT_EQ(*elements.begin(), 1);
 }
 
-TEST(CppRanges, OutliveTheContainersPlace) {
+TEST(CppRanges, ContainersMayBeErasedDuringTheWalk) {
     json root = parsed(R"({"list":[1,2,3]})");
     int seen = 0;
     for (auto element : root["list"].elements()) {
@@ -420,7 +420,7 @@ TEST(CppRanges, OutliveTheContainersPlace) {
     EXPECT_TRUE(root.empty());
 }
 
-TEST(CppRanges, GiveMutablePlaces) {
+TEST(CppRanges, GiveMutableHandles) {
     json root = parsed(R"({"l":[{"n":1},{"n":2}]})");
     for (auto drive : root["l"].elements())
         EXPECT_EQ(drive.set("n", *drive["n"].to<int>() + 1), 0);

@@ -109,7 +109,7 @@ TEST(CppFaults, Setting) {
     SweepDocument([&](ke::json& document) { return document.set(std::string_view(key), 1); });
 }
 
-// Enough containers and references for the tables of the count to grow several times.
+// There are enough containers and references for the counter's tables to grow several times.
 TEST(CppFaults, MeasuringExpansions) {
     std::string text = "{\"a\":[1,2],\"list\":[[3]";
     for (int i = 0; i < 300; ++i)
@@ -128,7 +128,7 @@ TEST(CppFaults, MeasuringExpansions) {
     EXPECT_GT(points, 10u);
 }
 
-TEST(CppFaults, WhatNeedsNoMemoryOfTheLibrary) {
+TEST(CppFaults, RemovingAndSortingNeedNoMemory) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         ke::json document = *ke::json::parse(kText);
         faults.arm();

@@ -20,7 +20,7 @@ TEST(CppStatus, Texts) {
     EXPECT_NE(std::string(ke::status_text(ke::err_empty)), "unknown status");
 }
 
-TEST(CppStatus, IsANumberWithASentence) {
+TEST(CppStatus, HasANumberAndAMessage) {
     constexpr ke::status good;
     static_assert(good.ok() && !good.failed() && good.code() == 0);
     const ke::status bad = WIQ_ERR_RANGE;
@@ -79,7 +79,7 @@ ke::result<int> failing_number(bool by_name) {
         return WIQ_ERR_RANGE;
     return -7;
 }
-TEST(CppResult, ANameIsAFailureAlsoForNumbers) {
+TEST(CppResult, AStatusNameIsAFailureEvenForNumbers) {
     EXPECT_EQ(failing_number(true).status(), WIQ_ERR_RANGE);
     EXPECT_EQ(failing_number(false).value(), -7) << "a number is a number";
     const ke::result<bool> truth = WIQ_ERR_NOT_FOUND;
@@ -95,7 +95,7 @@ TEST(CppResult, NeedsNoDefaultConstructor) {
     EXPECT_EQ(*ke::result<std::unique_ptr<int>>(std::make_unique<int>(4)).value(), 4);
 }
 
-TEST(CppResult, ParserFailuresSayWhere) {
+TEST(CppResult, ParserFailuresReportThePosition) {
     const ke::result<json> root = json::parse("[\n x]");
     ASSERT_FALSE(root);
     EXPECT_EQ(root.status(), WIQ_ERR_JSON_BAD_TOKEN);

@@ -62,7 +62,7 @@ TEST(CppStrbuf, Formats) {
     static_assert(ke::detail::count_places("{0}") == -1);
 }
 
-TEST(CppStrbuf, NothingIsAppendedByHalves) {
+TEST(CppStrbuf, AppendsAllOrNothing) {
     ke::strbuf text;
     EXPECT_EQ(text.append("kept"), 0);
     EXPECT_EQ(text.append("a", std::string("b\0c", 3)), WIQ_ERR_INVALID_ARG);

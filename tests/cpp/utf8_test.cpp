@@ -23,7 +23,7 @@ TEST(CppUtf8, RawTextRoundTrips) {
     EXPECT_EQ(ke::dump_ascii(json()).status(), ke::err_empty);
 }
 
-TEST(CppUtf8, EveryCodePointAtAnEdge) {
+TEST(CppUtf8, EveryCodePointAtABoundary) {
     for (const char* character :
          {"\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
           "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"}) {
@@ -81,7 +81,7 @@ TEST(CppUtf8, AByteOrderMarkIsSkipped) {
     EXPECT_FALSE(parse_utf8("[\xEF\xBB\xBF]")) << "elsewhere it is a character";
 }
 
-TEST(CppUtf8, TrailingTextIsLeftWhereItIs) {
+TEST(CppUtf8, TrailingTextIsNotRead) {
     const std::string text = "[\"\xC3\xA9\"] \"\xC3\xA9\"";
     wiq_json_load_error error;
     wiq_json_t* const first =
