@@ -26,7 +26,7 @@ std::wstring wide(const std::vector<u32>& code_points) {
     return text;
 }
 
-TEST(Encoding, BothWays) {
+TEST(Encoding, RoundTrips) {
     struct Row {
         std::vector<u32> code_points;
         const char* utf8;

@@ -1,5 +1,5 @@
-// Lines that are longer than a length can express. The limit, which is 2^31 - 1 bytes for users, is an
-// argument inside the library, so short lines can reach it.
+// Lines whose length exceeds the largest i32. Inside the library the limit, which is 2^31 - 1 bytes for
+// users, is an argument, so short lines can reach it.
 #include "fs/file.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@
 
 namespace {
 
-TEST(FileLines, ALineThatIsLongerThanTheLimit) {
+TEST(FileLines, GetlineRefusesLinesBeyondTheLimit) {
     for (const size_t longest : {1, 2, 126, 127, 128, 300}) {
         const std::string most = std::string(longest - 1, 'x') + "\n";
         FILE* stream = stream_of(most + std::string(longest, 'y') + "\nlast");
@@ -35,7 +35,7 @@ TEST(FileLines, ALineThatIsLongerThanTheLimit) {
     }
 }
 
-TEST(FileLines, AFreshBufferForALineThatIsTooLong) {
+TEST(FileLines, AFreshBufferKeepsThePartThatWasRead) {
     FILE* stream = stream_of(std::string(1000, 'y'));
     char* line = nullptr;
     size_t size = 77;

@@ -82,7 +82,7 @@ TEST_F(LoadFile, Failures) {
     EXPECT_EQ(data, nullptr);
 }
 
-TEST_F(LoadFile, ADirectoryIsNoFile) {
+TEST_F(LoadFile, ADirectoryIsRefused) {
     void* data = nullptr;
     EXPECT_EQ(wiq_load_file(".", &data, 1), WIQ_ERR_ACCESS_DENIED);
     free(data);
@@ -130,7 +130,7 @@ class Getline : public testing::Test {
     size_t size_ = 0;
 };
 
-TEST_F(Getline, LinesAsTheyStand) {
+TEST_F(Getline, LinesKeepTheirEnds) {
     fill("ab\r\ncd");
     EXPECT_EQ(next(), "ab\r\n");
     EXPECT_EQ(next(), "cd");
@@ -214,7 +214,7 @@ TEST_F(Getline, ReusesABufferThatFits) {
     EXPECT_EQ(line_, before);
 }
 
-TEST_F(Getline, MissingArgumentsAreAnswered) {
+TEST_F(Getline, MissingArgumentsAreRefused) {
     EXPECT_EQ(wiq_getline(nullptr, &size_, stream_), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_getline(&line_, nullptr, stream_), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_getline(&line_, &size_, nullptr), WIQ_ERR_INVALID_ARG);
@@ -233,7 +233,7 @@ TEST_F(Getline, APipeThatEndsInTheMiddleOfALine) {
 }
 
 #ifndef _WIN32
-TEST(Streams, APipeHasNoSizeToLoad) {
+TEST(Streams, LoadingAPipeFailsForLackOfASize) {
     Pipe pipe;
     ASSERT_NE(pipe.reader, nullptr);
     void* data = nullptr;
@@ -300,7 +300,7 @@ TEST(Streams, ADocumentWithoutAReader) {
     wiq_json_unref(root);
 }
 
-TEST(Streams, ADirectoryIsNoDocument) {
+TEST(Streams, ADirectoryIsNotADocument) {
     u32 err = 0;
     FILE* directory = wiq_fopen(".", "r", &err);
     ASSERT_EQ(directory, nullptr);

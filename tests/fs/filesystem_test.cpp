@@ -358,7 +358,7 @@ TEST_F(Filesystem, MkdirManyLevels) {
     EXPECT_EQ(wiq_access(deep.c_str(), 0), 0);
 }
 
-TEST_F(Filesystem, MkdirWhereAFileStands) {
+TEST_F(Filesystem, MkdirWhereAFileExists) {
     const std::string made = file("f");
     EXPECT_EQ(wiq_mkdir(made.c_str()), WIQ_ERR_PATH_NOT_FOUND);
     EXPECT_EQ(wiq_mkdir((made + "\\below").c_str()), WIQ_ERR_PATH_NOT_FOUND);
@@ -366,7 +366,7 @@ TEST_F(Filesystem, MkdirWhereAFileStands) {
     EXPECT_EQ(read_all(made), "content");
 }
 
-TEST_F(Filesystem, MkdirOfNothing) {
+TEST_F(Filesystem, MkdirOfAnEmptyName) {
     EXPECT_NE(wiq_mkdir(""), 0);
 }
 
@@ -403,7 +403,7 @@ TEST_F(Filesystem, Rename) {
     EXPECT_EQ(wiq_rename(to.c_str(), nullptr), WIQ_ERR_INVALID_ARG);
 }
 
-TEST_F(Filesystem, RenameReplacesNothing) {
+TEST_F(Filesystem, RenameDoesNotReplace) {
     const std::string f = file("f", "f");
     const std::string g = file("g", "g");
     const std::string d = path("d");
@@ -428,7 +428,7 @@ TEST_F(Filesystem, RenameReplacesNothing) {
     EXPECT_EQ(wiq_rename(none.c_str(), none.c_str()), WIQ_ERR_NOT_FOUND);
 }
 
-TEST_F(Filesystem, ANameIsRenamedOntoItself) {
+TEST_F(Filesystem, RenameToTheSameName) {
     const std::string f = file("f", "f");
     const std::string d = path("d");
     ASSERT_EQ(wiq_mkdir(d.c_str()), 0);
@@ -451,7 +451,7 @@ TEST_F(Filesystem, ANameIsRenamedOntoItself) {
 }
 
 #ifndef _WIN32
-TEST_F(Filesystem, TwoNamesOfOneFileAreNotOneName) {
+TEST_F(Filesystem, RenameToAnotherNameOfTheSameFile) {
     const std::string a = file("a", "both");
     const std::string b = path("b");
     ASSERT_EQ(link((root_ + "/a").c_str(), (root_ + "/b").c_str()), 0);

@@ -58,7 +58,7 @@ TEST_F(Privilege, OpenFilesAreNotInherited) {
     }
 }
 
-TEST_F(Privilege, TemporaryFilesAreTheirOwners) {
+TEST_F(Privilege, TemporaryFilesBelongToTheirOwnerOnly) {
     const mode_t before = umask(0);
     std::string tmpl = root_ + "\\tXXXXXX";
     u32 err = 0;

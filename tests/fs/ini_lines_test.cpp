@@ -1,5 +1,5 @@
-// INI files with lines that are longer than a length can express. The limit, which is 2^31 - 1 bytes for
-// users, is an argument inside the library, so short lines can reach it.
+// INI files with lines whose length exceeds the largest i32. Inside the library the limit, which is 2^31 - 1 bytes for
+// users, is an argument, so short lines can reach it.
 #include "fs/ini.h"
 
 #include <gtest/gtest.h>

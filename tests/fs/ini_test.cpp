@@ -73,7 +73,7 @@ i32 parse(const std::string& text, ParseRun* run) {
 
 using Events = std::vector<std::string>;
 
-TEST(Ini, WhatIsWellFormed) {
+TEST(Ini, WellFormedFiles) {
     struct Row {
         std::string text;
         Events events;
@@ -103,7 +103,7 @@ TEST(Ini, WhatIsWellFormed) {
     }
 }
 
-TEST(Ini, EveryMistakeWithItsPlace) {
+TEST(Ini, EveryMistakeWithItsPosition) {
     struct Row {
         std::string text;
         const char* error;
@@ -164,7 +164,7 @@ TEST(Ini, ACallbackStopsTheParse) {
     }
 }
 
-TEST(Ini, CallbacksMayBeMissing) {
+TEST(Ini, CallbacksMayBeNull) {
     FILE* stream = stream_of("[a \"b\"]\nk=v\n");
     EXPECT_EQ(wiq_ini_parse(stream, nullptr, nullptr, nullptr, nullptr), 0);
     fclose(stream);

@@ -75,7 +75,7 @@ TEST_F(Schema, IsFoundOneFolderUp) {
     wiq_json_unref(schema);
 }
 
-TEST_F(Schema, TheOneBesideTheProgramComesFirst) {
+TEST_F(Schema, TheFolderNextToTheProgramComesFirst) {
     put(above_, "[2]");
     put(beside_, "[1]");
     wiq_json_t* schema = wiq_load_schema(kName, nullptr);

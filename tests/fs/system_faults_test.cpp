@@ -174,7 +174,7 @@ class RenamingInSteps : public SystemFaultsOfFiles, public testing::WithParamInt
     }
 };
 
-TEST_P(RenamingInSteps, GivesTheSameAnswers) {
+TEST_P(RenamingInSteps, GivesTheSameStatuses) {
     write("f", "f");
     write("g", "g");
     ASSERT_EQ(wiq_mkdir(in("d").c_str()), 0);
@@ -198,7 +198,7 @@ TEST_P(RenamingInSteps, GivesTheSameAnswers) {
 }
 
 // A file that cannot have a second name is renamed after checking that the target does not exist.
-TEST_F(SystemFaultsOfFiles, RenamingWhatHasNoSecondName) {
+TEST_F(SystemFaultsOfFiles, RenamingWithoutHardLinks) {
     for (const int reason : {EPERM, EOPNOTSUPP, ENOSYS, EMLINK, EIO}) {
         SCOPED_TRACE(strerror(reason));
         write("from", "moved");
@@ -246,7 +246,7 @@ TEST_F(SystemFaultsOfFiles, RenamingInStepsLosesNothing) {
     }
 }
 
-// What has the new name stays, even if the system cannot tell that there is something.
+// A file that has the new name remains, even if the system cannot tell that it exists.
 TEST_F(SystemFaultsOfFiles, RenamingBlindlyReplacesNothing) {
     for (const int reason : {EIO, ENOMEM, EACCES, EPERM, ENOSYS}) {
         SCOPED_TRACE(strerror(reason));
