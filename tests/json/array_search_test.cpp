@@ -101,7 +101,7 @@ TEST(JsonArrayFilter, DropsTheFirstAndTheThirdOfFive) {
     EXPECT_EQ(wiq_json_parent_index(kept[2]), 2);
 }
 
-TEST(JsonArrayFilter, AsksAboutEveryElementOnceInOrder) {
+TEST(JsonArrayFilter, CallsThePredicateOncePerElementInOrder) {
     Tree array = make("[3,1,2,5]");
     std::string asked;
     wiq_json_array_filter(
@@ -119,7 +119,7 @@ TEST(JsonArrayFilter, AsksAboutEveryElementOnceInOrder) {
     EXPECT_EQ(text_of(array), "[]");
 }
 
-TEST(JsonArrayFilter, LeavesDroppedElementsToWhoHoldsThem) {
+TEST(JsonArrayFilter, DroppedElementsSurviveIfReferenced) {
     Tree array = make("[1,2,3]");
     wiq_json_t* held = elem(array, 0);
     wiq_json_ref(held);
@@ -131,7 +131,7 @@ TEST(JsonArrayFilter, LeavesDroppedElementsToWhoHoldsThem) {
 }
 
 // An element that was swapped in at a negative index records that index, so it comes first.
-TEST(JsonArrayFilter, ANegativePlaceComesFirst) {
+TEST(JsonArrayFilter, NegativeIndexesComeFirst) {
     const struct {
         const char* before;
         std::vector<i32> swapped;  // for 100, 102, ...
@@ -171,7 +171,7 @@ TEST(JsonArrayFilter, RefusesWrongArguments) {
     EXPECT_EQ(text_of(array), "[1]");
 }
 
-TEST(JsonArrayFilter, WeakArrayOfFreeStandingNodes) {
+TEST(JsonArrayFilter, WeakArrayOfNodesWithoutParents) {
     std::vector<Tree> nodes;
     Tree weak = make("w[]");
     for (i64 i = 0; i < 30; ++i) {
@@ -293,7 +293,7 @@ TEST(JsonArrayFilter, EmptyArrays) {
     }
 }
 
-TEST(JsonArrayFilter, WeakArraySortsByPlacesElsewhere) {
+TEST(JsonArrayFilter, WeakArraySortsByTheIndexesInTheOwner) {
     Tree owner = make("[10,20,31,40]");
     Tree weak = make("w[]");
     for (const i32 index : {3, 2, 0, 1}) {
@@ -313,7 +313,7 @@ TEST(JsonArrayFilter, WeakArraySortsByPlacesElsewhere) {
     EXPECT_EQ(text_of(owner), "[10,20,null,40]");
 }
 
-TEST(JsonArrayFilter, WeakArrayLeavesKeysWhole) {
+TEST(JsonArrayFilter, WeakArrayLeavesKeysUnchanged) {
     Tree owner = make("{\"a\":1,\"b\":2,\"c\":3}");
     Tree weak = make("w[]");
     for (const char* key : {"a", "b", "c"}) {
@@ -354,7 +354,7 @@ TEST(JsonArraySort, SortsAndNumbers) {
     EXPECT_EQ(wiq_json_array_sort(array.get(), nullptr), WIQ_ERR_INVALID_ARG);
 }
 
-TEST(JsonArraySort, WeakArrayLeavesPlacesAlone) {
+TEST(JsonArraySort, WeakArrayLeavesIndexesUnchanged) {
     Tree owner = make("[5,3,9]");
     Tree weak = make("w[]");
     for (const i32 index : {0, 1, 2}) {

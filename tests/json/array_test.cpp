@@ -62,7 +62,7 @@ TEST(JsonArrayPush, RefusesWhatItCannotTake) {
     EXPECT_EQ(count(elem(array, 0)), 1);
 }
 
-TEST(JsonArrayPush, WeakArrayLeavesTheParentAlone) {
+TEST(JsonArrayPush, WeakArrayDoesNotSetTheParent) {
     Tree owner = make("[1,2]");
     Tree weak = make("w[]");
     wiq_json_t* child = elem(owner, 1);
@@ -138,7 +138,7 @@ TEST(JsonArrayBuild, BuildersRefuseAndChain) {
     EXPECT_EQ(text_of(array), "[]");
 }
 
-TEST(JsonArraySwap, HandsTheOldElementOver) {
+TEST(JsonArraySwap, ReturnsTheOldElement) {
     Tree array = make("[1,[2],3]");
     u32 err = 0;
     wiq_json_t* fresh = tree::node("9");
@@ -153,7 +153,7 @@ TEST(JsonArraySwap, HandsTheOldElementOver) {
     EXPECT_EQ(parent(old.get()), nullptr);
 }
 
-TEST(JsonArraySwap, NotesTheIndexAsItWasGiven) {
+TEST(JsonArraySwap, RecordsTheIndexAsGiven) {
     Tree array = make("[1,2]");
     wiq_json_t* fresh = tree::node("9");
     Tree old(wiq_json_array_swap(array.get(), -1, fresh, nullptr));
@@ -184,7 +184,7 @@ TEST(JsonArraySwap, RefusesAndChains) {
         {"no child", array.get(), 0, nullptr, WIQ_ERR_INVALID_ARG},
         {"a child with a parent", array.get(), 0, elem(owner, 0), WIQ_ERR_INVALID_ARG},
         {"itself", array.get(), 0, array.get(), WIQ_ERR_INVALID_ARG},
-        {"behind the end", array.get(), 1, child.get(), WIQ_ERR_INDEX_OUT_OF_RANGE},
+        {"after the end", array.get(), 1, child.get(), WIQ_ERR_INDEX_OUT_OF_RANGE},
         {"before the start", array.get(), -2, child.get(), WIQ_ERR_INDEX_OUT_OF_RANGE},
     };
     for (const auto& row : rows) {
@@ -215,7 +215,7 @@ TEST(JsonArraySwap, InAWeakArray) {
 }
 
 // The caller must release the returned element, even if the array holds it again.
-TEST(JsonArraySwap, OfAnElementForItself) {
+TEST(JsonArraySwap, ReplacesAnElementByItself) {
     for (const i32 index : {0, -2}) {
         Tree weak = make("w[1,2]");
         wiq_json_t* one = elem(weak, 0);
@@ -267,7 +267,7 @@ TEST(JsonArrayPut, ReplacesOrAppendsAtTheEnd) {
     EXPECT_EQ(text_of(empty), "[4]");
 }
 
-TEST(JsonArrayPut, LeavesAnElementToWhoHoldsIt) {
+TEST(JsonArrayPut, ReplacedElementsSurviveIfReferenced) {
     Tree array = make("[[1],2]");
     wiq_json_t* held = elem(array, 0);
     wiq_json_ref(held);
@@ -309,7 +309,7 @@ TEST(JsonArrayPop, ReleasesTheLastElements) {
     EXPECT_EQ(text_of(array), "[]");
 }
 
-TEST(JsonArrayPop, HandsTheLastElementOver) {
+TEST(JsonArrayPop, ReturnsTheLastElement) {
     Tree array = make("[1,[2]]");
     Tree last(wiq_json_array_pop_elem(array.get()));
     EXPECT_EQ(text_of(last), "[2]");

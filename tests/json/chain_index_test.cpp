@@ -1,5 +1,5 @@
-// Objects whose keys all have the same hash: results, order and cost are those of any other object. There are
-// so many members that a search that walked the chain would exceed the test's time limit.
+// Objects whose keys all have the same hash: results, order and cost are those of any other object. The number of
+// members is so large that the tests would exceed their time limit if searches walked the chain.
 #include <gtest/gtest.h>
 
 #include <algorithm>

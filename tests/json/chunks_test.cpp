@@ -96,14 +96,14 @@ TEST(Chunks, BlocksOfAllSizesFindTheirChunk) {
     EXPECT_EQ(live_blocks(), before);
 }
 
-TEST(Chunks, AnUnusedOneNeedsNothing) {
+TEST(Chunks, AnUnusedOneAllocatesNothing) {
     const long before = live_blocks();
     Chunks chunks;
     EXPECT_EQ(live_blocks(), before);
 }
 
 // A root of any kind has a block of its own, which free() can release.
-TEST(Chunks, RootsAreApart) {
+TEST(Chunks, RootsHaveTheirOwnBlocks) {
     const std::string uri(2000, 'u');
     for (const std::string& text :
          {std::string("null"), std::string("true"), std::string("1"), std::string("1.5"),
@@ -151,7 +151,7 @@ void expect_in_chunks(const wiq_json_t* node) {
         nullptr);
 }
 
-TEST(Chunks, AllBelowTheRootIsInThem) {
+TEST(Chunks, HoldEverythingBelowTheRoot) {
     Tree parsed = parse(
         "{\"a\":[null,true,false,1,1.5,123456789012345678901234567890,\"text\",{\"$ref\":\"#\"},[],"
         "{}],"
@@ -163,7 +163,7 @@ TEST(Chunks, AllBelowTheRootIsInThem) {
     EXPECT_TRUE(wiq_json_equal(parsed.get(), copied.get()));
 }
 
-TEST(Chunks, FewBlocksAreTaken) {
+TEST(Chunks, ADocumentTakesFewBlocks) {
     const long before = live_blocks();
     Tree parsed = parse(array_of(10000));
     const long parsed_blocks = live_blocks() - before;
@@ -204,7 +204,7 @@ TEST(Chunks, AnyNodeOutlivesItsDocument) {
     }
 }
 
-TEST(Chunks, GoWithTheirLastNode) {
+TEST(Chunks, AreFreedWithTheirLastNode) {
     const int count = 5000;
     for (const bool copied : {false, true}) {
         Tree obj = parse(object_of(count));
@@ -334,7 +334,7 @@ TEST(Chunks, SmallDocuments) {
 }
 
 // A document that is edited for a long time takes new memory from elsewhere and does not grow.
-TEST(Chunks, EditsDoNotAddUp) {
+TEST(Chunks, RepeatedEditsDoNotTakeMoreMemory) {
     Tree doc = parse("{\"list\":" + array_of(50) + ",\"map\":" + object_of(50) + "}");
     wiq_json_t* list = member(doc, "list");
     wiq_json_t* map = member(doc, "map");

@@ -43,7 +43,7 @@ TEST(JsonCopyFaults, EveryAllocationOfACopy) {
     sweep_copy(("{\"a\":\"" + text + "\",\"" + key + "\":1}").c_str(), 4);
 }
 
-TEST(JsonCopyFaults, TheWayBackUpNeedsMemoryToo) {
+TEST(JsonCopyFaults, EveryAllocationOfADeepCopy) {
     // Deep enough for the list of open containers to outgrow its inline storage.
     const std::string deep(100, '[');
     sweep_copy((deep + "1" + std::string(100, ']')).c_str(), 13);

@@ -74,7 +74,7 @@ TEST(JsonCopy, IsIndependentOfItsSource) {
     EXPECT_EQ(text_of(copy), "{\"a\":[1,2,3],\"s\":\"x\"}");
 }
 
-TEST(JsonCopy, OfAPartIsFreeStanding) {
+TEST(JsonCopy, OfAPartHasNoParent) {
     Tree source = make("{\"a\":[1,{\"b\":2}]}");
     Tree copy(wiq_json_copy(wiq_json_obj_get_array(source.get(), "a", nullptr), nullptr));
     EXPECT_EQ(text_of(copy), "[1,{\"b\":2}]");

@@ -110,7 +110,7 @@ void build_class() {
     wiq_json_unref(root);
 }
 
-TEST(DumpFaults, DeepOnes) {
+TEST(DumpFaults, DeepDocuments) {
     build_class();
     const std::string deep = std::string(60, '[') + "{\"a\":{}}" + std::string(60, ']');
     wiq_json_t* root = wiq_json_loads(deep.c_str(), 0, nullptr);

@@ -290,7 +290,7 @@ TEST(Dump, MoreThanTwoGibibytesToAStream) {
     fclose(stream);
 }
 
-TEST(Dump, MemberOrderIsTheObjects) {
+TEST(Dump, MembersKeepTheOrderOfTheObject) {
     wiq_json_t* root = parsed(R"({"zeta":1,"alpha":2,"mid":3,"x":4,"y":5,"beta":6})");
     wiq_strv keys;
     ASSERT_EQ(wiq_strv_init(&keys), 0);
@@ -550,7 +550,7 @@ wiq_json_t* random_tree(int depth) {
     }
 }
 
-TEST_F(DumpSlots, TheShortWayGivesTheSameText) {
+TEST_F(DumpSlots, TheDirectPathWritesTheSameText) {
     int failures = 0;
     for (int i = 0; i < 400; ++i) {
         wiq_json_t* root = random_tree(5);
@@ -800,7 +800,7 @@ TEST_F(DumpSlots, AFailureOfAnyPrintEndsTheWalk) {
     wiq_json_unref(root);
 }
 
-TEST_F(DumpSlots, PrintingNoString) {
+TEST_F(DumpSlots, PrintingNullAsAString) {
     for (WiqType* type : {&g_str_subclass, &g_file_subclass}) {
         WiqObject* object = object_new(type);
         ASSERT_NE(object, nullptr);

@@ -75,7 +75,7 @@ TEST_P(JsonDeep, CopyAndCompare) {
     });
 }
 
-// An attachment does not search all levels above for a cycle each time.
+// Attaching a node does not search all levels above it for a cycle each time.
 TEST_P(JsonDeep, AttachManyContainersFarDown) {
     Tree root(build(GetParam(), kMillion / 5, 1));
     wiq_json_t* deepest = root.get();

@@ -35,7 +35,7 @@ const struct {
     {"weak array", [](u32* err) { return wiq_json_array_weak_new(65, err); }, 2},
 };
 
-TEST(JsonNewFaults, GiveNullAndTheStatus) {
+TEST(JsonNewFaults, ReturnNullAndSetTheStatus) {
     for (const auto& row : kConstructors) {
         SCOPED_TRACE(row.name);
         const size_t points = SweepAllocations([&](AllocFaults& faults) {

@@ -39,7 +39,7 @@ const Kind kKinds[] = {
     {"reference", 10, "reference", [](u32* err) { return wiq_json_jref_new("#/a", err); }},
 };
 
-TEST(JsonNew, MakesFreeStandingNodesOfItsKind) {
+TEST(JsonNew, MakesNodesOfItsKindWithoutParents) {
     for (const Kind& kind : kKinds) {
         SCOPED_TRACE(kind.name);
         u32 err = 0;
@@ -67,7 +67,7 @@ TEST(JsonNew, DoesNothingAfterAnEarlierFailure) {
     }
 }
 
-TEST(JsonNew, NeedsNoErr) {
+TEST(JsonNew, ErrMayBeNull) {
     for (const Kind& kind : kKinds) {
         SCOPED_TRACE(kind.name);
         Tree node(kind.make(nullptr));

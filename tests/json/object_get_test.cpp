@@ -21,7 +21,7 @@ std::string node_text(const wiq_json_t* node) {
 const struct {
     const char* name;
     Getter get;
-    const char* nothing;  // the text for a missing value
+    const char* nothing;  // what the getter returns, as text, if there is no value
 } kGetters[] = {
     {"obj",
      [](const wiq_json_t* o, const char* k, u32* e) {
@@ -211,7 +211,7 @@ TEST(JsonObjGet, ReturnsBorrowedNodes) {
     EXPECT_EQ(tree::count(node), 1);
 }
 
-TEST(JsonObjGetd, MakesWhatIsAbsent) {
+TEST(JsonObjGetd, MakesMissingMembers) {
     Tree doc = make("{}");
     u32 err = 0;
     wiq_json_t* obj = wiq_json_obj_getd_obj(doc.get(), "o", &err);

@@ -128,7 +128,7 @@ TEST(JsonObjPut, TakesTheKeyFromTheTextThatItReplaces) {
     EXPECT_EQ(text_of(obj), "{\"self\":5}");
 }
 
-TEST(JsonObjPut, WeakObjectLeavesTheParentAlone) {
+TEST(JsonObjPut, WeakObjectDoesNotSetTheParent) {
     Tree owner = make("{\"a\":1}");
     wiq_json_t* child = member(owner, "a");
     Tree weak = make("w{}");
@@ -282,7 +282,7 @@ TEST(JsonObj, Remove) {
 }
 
 // A child's key is the very string that the object holds, however the child was added.
-TEST(JsonObjPut, AChildKnowsTheKeyByItsAddress) {
+TEST(JsonObjPut, AChildReturnsTheKeyOfItsMember) {
     Tree obj(wiq_json_loads("{\"parsed\":1,\"replaced\":2,\"swapped\":[3],\"twice\":4,\"twice\":5}",
                             0, nullptr));
     for (i32 i = 0; i < 50; ++i) {
@@ -402,7 +402,7 @@ TEST(JsonObjKeys, AppendsToTheVector) {
     wiq_strv_finalize(&keys);
 }
 
-TEST(JsonObjForeach, StopsWhenToldTo) {
+TEST(JsonObjForeach, StopsWhenTheCallbackReturnsFalse) {
     Tree obj = make("{\"a\":1,\"b\":2,\"c\":3}");
     int calls = 0;
     const WiqJsonMemberFn stop_at_second = [](const char*, wiq_json_t*, void* user) {

@@ -172,7 +172,7 @@ std::string nulls(int count) {
 
 // 2048 elements, 1024 members and 32 containers fit in the inline storage. In each of these texts, the next one
 // needs memory for something else.
-TEST(OpenContainers, EveryWayToRunOut) {
+TEST(OpenContainers, EveryWayToRunOutOfMemory) {
     const std::string long_key(3000, 'k');
     sweep_load("[" + nulls(2100) + "null]");
     sweep_load("[" + nulls(2048) + "{\"a\":1}]");
@@ -276,7 +276,7 @@ TEST(OpenContainers, DuplicateKeysWithoutMemory) {
     sweep_load("{\"\\n\":{\"$ref\":\"#/a\",\"$ref\":\"#\"}}");
 }
 
-TEST(OpenContainers, AReferenceWithADuplicateKeyIsOne) {
+TEST(OpenContainers, TheLastOfDuplicateKeysDecidesWhetherItIsAReference) {
     for (const char* text :
          {"{\"$ref\":\"#\"}", "{\"$ref\":\"#/a\",\"$ref\":\"#\"}", "{\"$ref\":1,\"$ref\":\"#\"}"}) {
         Tree root(wiq_json_loads(text, 0, nullptr));
@@ -290,7 +290,7 @@ TEST(OpenContainers, AReferenceWithADuplicateKeyIsOne) {
 }
 
 // Objects whose keys must be unique, keys in memory that is reused, and both.
-TEST(OpenContainers, ContainersMadeBeforeTheirEnd) {
+TEST(OpenContainers, ContainersThatAreMadeBeforeTheyClose) {
     const i32 unique = static_cast<i32>(WIQ_JSON_REJECT_DUPLICATES);
     const std::string long_key(1500, 'k');
     for (const std::string& key :

@@ -33,7 +33,7 @@ TEST(JsonOrphanFaults, AnInnerElementStaysWithoutAPlaceholder) {
     EXPECT_EQ(points, 2 * 1u);
 }
 
-TEST(JsonOrphanFaults, TheOtherMovesNeedNoMemory) {
+TEST(JsonOrphanFaults, OtherMovesNeedNoMemory) {
     Tree root = make("{\"a\":1,\"b\":2,\"c\":[3,4,6]}");
     Tree replacement = make("5");
     wiq_json_t* a = wiq_json_obj_get_ext(root.get(), "a", 0, nullptr);

@@ -114,7 +114,7 @@ TEST(JsonSwapChild, InAnArray) {
     EXPECT_EQ(count(replacement), 1);
 }
 
-TEST(JsonSwapChild, RefusesWhatCannotTakeThePlace) {
+TEST(JsonSwapChild, RefusesInvalidReplacements) {
     Tree array = make("[0,[1]]");
     Tree obj = make("{\"a\":1}");
     Tree node = make("5");

@@ -40,8 +40,8 @@ std::string object_of(const std::string& value, size_t count) {
     return text + "}";
 }
 
-// The lists of the parser hold the open containers and their children, not what is in children that are
-// closed: as long as no container has many children, they stay small, whatever the document.
+// The parser's lists hold the open containers and their children, but not the contents of closed children. So they
+// stay small, whatever the size of the document, as long as no container has many children.
 TEST(ParserMemory, ScratchIsBoundedByWhatIsOpen) {
     const std::string small = list_of("[0,0,0,0,0,0,0,0,0,0]", 40);
     const std::string objects = list_of(object_of("[{\"a\":0},{}]", 10), 40);
@@ -63,8 +63,8 @@ TEST(ParserMemory, ScratchIsBoundedByWhatIsOpen) {
             }
         }
     }
-    // One list with many closed containers in it: they are children of an open one, 8
-    // bytes each, and the list is copied when it doubles.
+    // Many closed containers that are children of an open one take 8 bytes each, and the list is copied when it
+    // doubles.
     const std::string many = list_of(list_of("0", 10), 100000);
     begin_peak();
     wiq_json_t* node = wiq_json_loads(many.c_str(), 0, nullptr);
@@ -72,7 +72,7 @@ TEST(ParserMemory, ScratchIsBoundedByWhatIsOpen) {
     wiq_json_unref(node);
 }
 
-// A build with AddressSanitizer gives each node a chunk of its own, so that these figures mean nothing there.
+// With AddressSanitizer, each node has a chunk of its own, so these figures do not apply.
 #if defined(__SANITIZE_ADDRESS__)
 #define KE_OWN_CHUNKS
 #elif defined(__has_feature)
@@ -101,7 +101,7 @@ std::string colliding_object(size_t count) {
 struct Shape {
     const char* name;
     std::string (*make)(size_t count);
-    // Bytes of heap for each byte of text, bounds of both.
+    // Upper bounds of the bytes of heap for each byte of text: of the finished document, and of the peak.
     double finished;
     double peak;
 };

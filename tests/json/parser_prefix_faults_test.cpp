@@ -1,6 +1,6 @@
-// Documents that are cut at every byte while every allocation fails: from a string, from bytes of a known
-// length and from a stream. The status is the one that the text has without a failure, or that memory ran out;
-// nothing is returned then, and nothing leaks.
+// Documents that are cut off at every byte, with each allocation failing in turn: from a string, from bytes of a
+// known length and from a stream. Either the status is the one for the text, or memory ran out. Then nothing is
+// returned, and nothing leaks.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -38,8 +38,8 @@ const struct Source {
      true},
 };
 
-// What json.h lists for wiq_json_load_error, except for the statuses of a NULL argument and of raw characters
-// beyond ASCII.
+// Returns whether json.h lists the status for wiq_json_load_error. Statuses that cannot occur here are left out:
+// those for a NULL argument and for raw non-ASCII characters.
 bool is_documented(i32 status) {
     for (const i32 known :
          {0, +WIQ_ERR_JSON_TRAILING_DATA, +WIQ_ERR_JSON_UNEXPECTED_END,
@@ -140,7 +140,7 @@ TEST(ParserPrefixFaults, LargeOnes) {
               50u);
 }
 
-// Only the reader of bytes takes characters beyond ASCII.
+// Only the reader of bytes accepts non-ASCII characters.
 TEST(ParserPrefixFaults, BytesBeyondAscii) {
     const std::string text = "{\"\xC3\xA9\":[\"\xE2\x82\xAC\",\"\xF0\x9F\x98\x80\"]}";
     ScratchFile file;

@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST_F(ParserTable, NothingThere) {
+TEST_F(ParserTable, EmptyTexts) {
     constexpr Rejected kRows[] = {
         {"", kPlace, 0},
         {" ", kPlace, 1},
@@ -212,7 +212,7 @@ TEST_F(ParserTable, StringsRejected) {
 }
 
 // The first byte of a valid sequence becomes the status; no byte of an invalid sequence is counted.
-TEST_F(ParserTable, NonAsciiAtTheTop) {
+TEST_F(ParserTable, NonAsciiAtTopLevel) {
     constexpr Rejected kRows[] = {
         {"\xC3\xA9", -61, 1},
         {"\xC2\x80", -62, 1},

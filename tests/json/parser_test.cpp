@@ -46,7 +46,7 @@ TEST(Parser, RecordIsReset) {
 }
 
 // As with every constructor, the caller owns one reference: releasing it frees the tree.
-TEST(Parser, TreeIsFreeStanding) {
+TEST(Parser, TreeHasNoParent) {
     wiq_json_t* node =
         wiq_json_loads("{\"a\":{\"$ref\":\"#\"},\"b\":[{\"$ref\":\"#\"}]}", 0, nullptr);
     ASSERT_NE(node, nullptr);
@@ -127,7 +127,7 @@ TEST(Parser, StreamIsReadNoFurtherThanNeeded) {
         EXPECT_EQ(file.load(row.content, row.flags).consumed, row.consumed) << row.content;
 }
 
-TEST(Parser, ValuesOneAfterAnotherFromStream) {
+TEST(Parser, SuccessiveValuesFromStream) {
     ScratchFile file;
     FILE* stream = file.with("{\"a\":1}\n[2] \"x\"\ttrue 17 {\"$ref\":\"#\"}");
     std::string seen;
@@ -144,7 +144,7 @@ TEST(Parser, ValuesOneAfterAnotherFromStream) {
     EXPECT_EQ(error.position, 0);
 }
 
-TEST(Parser, StreamStartsWhereItStands) {
+TEST(Parser, StreamIsReadFromItsPosition) {
     ScratchFile file;
     FILE* stream = file.with("header [1,2]");
     ASSERT_EQ(fseek(stream, 7, SEEK_SET), 0);
@@ -224,7 +224,7 @@ TEST(Parser, ManyMembersAndElements) {
 }
 
 // Reading the values of a long text one by one takes time proportional to the length of the text.
-TEST(Parser, ValuesOneAfterAnotherFromString) {
+TEST(Parser, SuccessiveValuesFromString) {
     constexpr int kCount = 200000;
     std::string text;
     for (int i = 0; i < kCount; ++i)

@@ -110,7 +110,7 @@ TEST(PointerFaults, GetPutAndBuild) {
 
 namespace {
 
-// References that lead to one another, more of them than the walk has inline slots for.
+// References that lead to one another; there are more of them than the walk has inline slots.
 TEST(ReferenceFaults, LongChains) {
     // Use one and two arrays, so that the slots run out at either kind of step.
     for (const int arrays : {1, 2}) {
@@ -124,7 +124,7 @@ TEST(ReferenceFaults, LongChains) {
     }
 }
 
-// A chain of references that is longer than what an expansion keeps on the stack.
+// A chain of references that does not fit in the list that an expansion keeps on the stack.
 TEST(ReferenceFaults, ExpandALongChain) {
     std::string text = "[{\"$ref\":\"/1\"}";
     for (int i = 1; i < 100; ++i)

@@ -81,7 +81,7 @@ void check_row(Reader& reader, const Row& row) {
     EXPECT_FALSE(reader.failed());
 }
 
-TEST(Reader, BytesAndPlaces) {
+TEST(Reader, BytesAndPositions) {
     ScratchFile file;
     for (const Row& row : kRows) {
         SCOPED_TRACE(describe_text(row.text));

@@ -44,7 +44,7 @@ TEST_F(JsonCount, AnUnreferencedNodeDiesWithItsFirstUnref) {
     EXPECT_EQ(blocks(), 0);
 }
 
-TEST_F(JsonCount, ReferencesAdd) {
+TEST_F(JsonCount, ReferencesAddUp) {
     wiq_json_t* one = node("[1,2]");
     wiq_json_ref(one);
     wiq_json_ref(one);
@@ -139,7 +139,7 @@ TEST_F(JsonCount, FinalizeLeavesLargeContainersEmpty) {
     }
 }
 
-TEST_F(JsonCount, DeleteDestroysWhateverTheCount) {
+TEST_F(JsonCount, DeleteIgnoresTheCount) {
     wiq_json_t* root = node("[1,[2]]");
     wiq_json_ref(root);
     wiq_json_ref(root);
@@ -260,7 +260,7 @@ TEST(JsonCountThreads, ManyThreadsHoldOneNode) {
     EXPECT_EQ(text_of(root), "{\"a\":[1]}");
 }
 
-TEST(JsonCountThreads, TheLastOneReleases) {
+TEST(JsonCountThreads, TheLastThreadReleasesTheNode) {
     const long before = live_blocks();
     for (int round = 0; round < 200; ++round) {
         wiq_json_t* root = node("{\"a\":[1,{\"b\":\"text\"}]}");

@@ -79,7 +79,7 @@ TEST(Reference, ResolveIsOneStep) {
     wiq_json_unref(root);
 }
 
-TEST(Reference, AStrayReferenceIsItsOwnRoot) {
+TEST(Reference, AReferenceWithoutAParentIsItsOwnRoot) {
     wiq_json_t* self = wiq_json_jref_new("#", nullptr);
     EXPECT_EQ(wiq_json_jref_resolve(self, nullptr), self);
     u32 err = 0;

@@ -160,7 +160,7 @@ TEST_F(StreamReader, AsFromMemory) {
 
 // A load begins at the stream's current position: in the middle of its buffer, or before a byte that was
 // pushed back.
-TEST_F(StreamReader, FromWhereTheStreamStands) {
+TEST_F(StreamReader, FromThePositionOfTheStream) {
     const std::string text = "[1,[2.5,{\"a\":\"text\"}],3] 4";
     for (const size_t size : {size_t{0}, size_t{2}, size_t{5}, size_t{4096}}) {
         const Result inner = load(text, WIQ_JSON_ALLOW_TRAILING, size, 3);
@@ -180,7 +180,7 @@ TEST_F(StreamReader, FromWhereTheStreamStands) {
 }
 
 // Loads one value after another from one stream; the byte after a number is lost to the next load.
-TEST_F(StreamReader, OneValueAfterAnother) {
+TEST_F(StreamReader, SuccessiveValues) {
     std::string text;
     for (int i = 0; i < 3000; ++i)
         text +=
@@ -229,7 +229,7 @@ struct Drip {
     size_t at;
     size_t portion;
 };
-TEST_F(StreamReader, ASourceOfTheProgram) {
+TEST_F(StreamReader, AStreamThatTheProgramImplements) {
     for (const std::string& text : texts()) {
         const Result expected = load(text, WIQ_JSON_ALLOW_TRAILING, 0);
         for (const size_t portion : {1, 2, 3, 5, 17}) {

@@ -1,5 +1,5 @@
-// A stream that shows a text a stretch at a time, as a runtime does that reads it into a buffer of a certain size. The
-// runtime of Windows does not show its buffers, so this is how the reader of streams is tested there.
+// A stream that shows a text in parts, like a runtime that reads into a buffer of a certain size. The runtime of Windows
+// does not show its buffers, so the reader of streams is tested with this.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ struct Stretches {
     int locks = 0;
 };
 
-// What BasicStreamReader asks of a stream.
+// The stream functions that BasicStreamReader requires.
 struct StretchStream {
     Stretches* from;
 

@@ -9,7 +9,7 @@ namespace {
 using tree::make;
 using tree::Tree;
 
-TEST(JsonSubsetFaults, AnswersNo) {
+TEST(JsonSubsetFaults, OutOfMemoryAnswersNo) {
     const std::string deep = std::string(100, '[') + "1" + std::string(100, ']');
     Tree a = make(deep.c_str());
     Tree b = make(deep.c_str());

@@ -198,7 +198,7 @@ TEST(JsonSubset, Arrays) {
     }
 }
 
-TEST(JsonSubset, RunsOfRuns) {
+TEST(JsonSubset, NestedRuns) {
     // The rule for runs also applies to nested arrays.
     EXPECT_TRUE(subset("[[2],[3]]", "[[0],[1,2],[3,4]]", 1));
     EXPECT_FALSE(subset("[[2],[3]]", "[[0],[1,2],[3,4]]", 3));
@@ -209,7 +209,7 @@ TEST(JsonSubset, RunsOfRuns) {
     EXPECT_FALSE(subset("[{\"k\":[2]}]", "[0,{\"k\":[1,2],\"l\":0}]", 9));
 }
 
-TEST(JsonSubset, HigherFlagBitsMeanNothing) {
+TEST(JsonSubset, HigherFlagBitsAreIgnored) {
     EXPECT_TRUE(subset("[1,3]", "[1,2,3]", 16));
     EXPECT_FALSE(subset("[1,3]", "[1,2,3]", 17));
 }

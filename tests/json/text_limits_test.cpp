@@ -1,5 +1,5 @@
-// Texts that are longer than the result can express. The limit, which is 2^31 - 1 bytes for users, is an
-// argument inside the library, so short texts can reach it.
+// Texts whose length exceeds the largest i32. Inside the library the limit, which is 2^31 - 1 bytes for users, is
+// an argument, so short texts can reach it.
 #include "json/model/text_limits.h"
 
 #include <gtest/gtest.h>
@@ -19,11 +19,11 @@ using ke::json::escape_within;
 using ke::json::pointer_within;
 using ke::json::sdump_within;
 
-TEST(TextLimits, OfUsers) {
+TEST(TextLimits, TheLimitIsInt32Max) {
     EXPECT_EQ(ke::json::kMaxTextLength, u64{INT32_MAX});
 }
 
-// Calls a function with a limit that its text of `length` bytes just meets, and with a limit one lower.
+// Calls a function twice: with a limit that equals the length of its text, and with a limit one lower.
 template <class Make>
 void expect_limit(const std::string& expected, const Make& make) {
     char before[] = "before";

@@ -81,7 +81,7 @@ TEST(JsonGet, ReadsEveryKindAsEveryNumber) {
     }
 }
 
-TEST(JsonGet, GivesOneAnswerForDoublesThatDoNotFit) {
+TEST(JsonGet, DoublesThatDoNotFitHaveFixedResults) {
     for (const double value : {kNan, kInf, -kInf, 1e300, -1e300, kTwoTo64}) {
         Tree node(wiq_json_double_new(value, nullptr));
         EXPECT_EQ(wiq_json_i64_get(node.get()), INT64_MIN) << value;

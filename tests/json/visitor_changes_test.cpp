@@ -217,7 +217,7 @@ TEST_F(VisitorChanges, OfTheArrayBeingWalked) {
 
 // If a slot detaches the container being walked, the walk still finishes, provided that somebody holds the
 // container.
-TEST_F(VisitorChanges, AContainerThatIsTakenOutAndHeld) {
+TEST_F(VisitorChanges, AContainerThatIsRemovedButHeld) {
     Tree root = make("{\"a\":{\"b\":1,\"c\":2}}");
     wiq_json_t* inner = wiq_json_obj_get_obj(root.get(), "a", nullptr);
     wiq_json_ref(inner);
@@ -231,8 +231,8 @@ TEST_F(VisitorChanges, AContainerThatIsTakenOutAndHeld) {
     EXPECT_EQ(text_of(root), "{}");
 }
 
-// What the base class does with a child that no longer exists.
-TEST_F(VisitorChanges, AChildThatIsGoneIsRefused) {
+// The base class refuses a child that no longer exists.
+TEST_F(VisitorChanges, ARemovedChildIsRefused) {
     WiqObject* object = object_new(&WiqJsonVisitorType);
     auto* self = reinterpret_cast<WiqJsonVisitor*>(object);
     Tree obj = make("{}");

@@ -176,7 +176,7 @@ TEST_F(Visitor, SlotsAreInOrder) {
     EXPECT_EQ(sizeof(WiqJsonVisitorClass), 19 * sizeof(void*));
 }
 
-TEST_F(Visitor, TheTypeItself) {
+TEST_F(Visitor, NameParentAndSizeOfTheType) {
     EXPECT_STREQ(WiqJsonVisitorType.name, "WiqJsonVisitor");
     EXPECT_EQ(WiqJsonVisitorType.parent, &ObjectType);
     EXPECT_EQ(sizeof(WiqJsonVisitor), sizeof(WiqObject));
