@@ -264,7 +264,7 @@ TEST(Class, InitialisersThatNeedOneAnotherDoNotHang) {
     EXPECT_EQ(g_made, (Log{"first not", "second"}));
 }
 
-TEST(Class, MistakesOfATypesAuthorHaveNoClass) {
+TEST(Class, InvalidTypesHaveNoClass) {
     Family& uninitialised = new_family();
     uninitialised.leaf.parent = &uninitialised.base;
     EXPECT_EQ(object_new(&uninitialised.leaf), nullptr);

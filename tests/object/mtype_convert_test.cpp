@@ -156,7 +156,7 @@ TEST_F(MtypeConvert, Bounds) {
     EXPECT_EQ(untouched, 3u);
 }
 
-TEST_F(MtypeConvert, MissingArgumentsAreAnswered) {
+TEST_F(MtypeConvert, MissingArgumentsAreRefused) {
     u32 small = 0;
     u64 large = 0;
     EXPECT_EQ(wiq_mtype_to_uint32(nullptr, &small), WIQ_ERR_INVALID_ARG);

@@ -61,7 +61,7 @@ const Kind kKinds[] = {
     {12, [](wiq_mtype* v) { return wiq_mtype_set_status(v, -5000); }, wiq_mtype_is_status},
 };
 
-TEST_F(Mtype, EachTypeIsItselfOnly) {
+TEST_F(Mtype, EachTypeIsOnlyItself) {
     for (const Kind& kind : kKinds) {
         SCOPED_TRACE(static_cast<int>(kind.tag));
         ASSERT_EQ(kind.set(&value_), 0);
@@ -141,7 +141,7 @@ TEST_F(Mtype, BlobsAroundTheLimit) {
     }
 }
 
-TEST_F(Mtype, BlobOwnershipIsWhatTheCallerSays) {
+TEST_F(Mtype, BlobOwnershipIsWhatTheCallerRequests) {
     // Borrowed, not owned.
     char data[] = "data";
     EXPECT_EQ(wiq_mtype_set_blob(&value_, data, 4, 0, 0), 0);
@@ -167,7 +167,7 @@ TEST_F(Mtype, BlobOwnershipIsWhatTheCallerSays) {
     EXPECT_EQ(wiq_mtype_get_blob(&value_, nullptr), longer.data());
 }
 
-TEST_F(Mtype, BlobsOfNoBytes) {
+TEST_F(Mtype, EmptyBlobs) {
     char data[] = "data";
     struct Row {
         const void* data;

@@ -21,7 +21,7 @@ TEST(StaticObject, BuiltInTypesAreRegisteredInTheStaticLibraryToo) {
 }
 
 // The first object makes the class records of the built-in types, which are kept and are not leaks.
-TEST(ObjectFaults, NewGivesNull) {
+TEST(ObjectFaults, NewReturnsNull) {
     object_delete(object_new(&WiqJsonVisitorType));
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         faults.arm();
@@ -33,7 +33,7 @@ TEST(ObjectFaults, NewGivesNull) {
     EXPECT_EQ(points, 2u);
 }
 
-TEST(ObjectFaults, ClassBuildingLeavesNoHalfClass) {
+TEST(ObjectFaults, AFailedBuildLeavesNoPartialClass) {
     for (size_t nth = 1; nth <= 3; ++nth) {
         // Descriptors live as long as the registry.
         auto* parent = new WiqType{};  // NOLINT

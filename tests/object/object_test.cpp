@@ -152,7 +152,7 @@ TEST_F(Object, InitialisersMayTakeAndReleaseAReference) {
     EXPECT_EQ(g_log, (Log{"finalize r"}));
 }
 
-TEST_F(Object, OfTheRootTypeIsAHeaderAlone) {
+TEST_F(Object, OfTheRootTypeIsOnlyAHeader) {
     WiqObject* object = object_new(&ObjectType);
     ASSERT_NE(object, nullptr);
     EXPECT_EQ(object_get_class(object)->type, &ObjectType);

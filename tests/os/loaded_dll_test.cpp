@@ -46,14 +46,14 @@ std::string pdb_of(HMODULE module) {
     return "none";
 }
 
-TEST(LoadedDll, StandsBesideTheProgram) {
+TEST(LoadedDll, IsNextToTheProgram) {
     const HMODULE dll = GetModuleHandleW(L"ke_utils.dll");
     ASSERT_NE(dll, nullptr);
     EXPECT_EQ(file_of(dll), folder_of(file_of(nullptr)) + L"ke_utils.dll");
 }
 
 // ctest sets KE_TEST_PDB to the PDB of the build under test, or to "none".
-TEST(LoadedDll, IsOfTheBuildThatIsTested) {
+TEST(LoadedDll, BelongsToTheTestedBuild) {
     const char* expected = getenv("KE_TEST_PDB");
     const std::string pdb = pdb_of(GetModuleHandleW(L"ke_utils.dll"));
     EXPECT_EQ(pdb, expected == nullptr ? pdb : expected);

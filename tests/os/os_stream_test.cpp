@@ -1,4 +1,4 @@
-// A stream that is locked and read in bulk: what of its buffer can be seen is what is read next.
+// A stream that is locked and read in bulk: the visible part of its buffer holds the bytes that are read next.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 
 using namespace ke::os;
 
-TEST(Stream, TheBufferIsWhatComesNext) {
+TEST(Stream, TheBufferHoldsTheNextBytes) {
     std::string text;
     for (int i = 0; i < 3000; ++i)
         text += std::to_string(i);

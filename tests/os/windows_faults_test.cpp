@@ -1,5 +1,5 @@
-// Calls of Windows and of its runtime that fail, each in its turn: the status is the one that the header states, and no
-// file is created or remains.
+// Calls of Windows and of its runtime fail, one after the other: the status is the one that the header states, and no
+// file is created or left over.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* kName = "windows_faults.tmp";
 
-// The error that the replaced functions give.
+// The error that the replaced functions report.
 DWORD g_error = 0;
 int g_errno = 0;
 
@@ -36,7 +36,7 @@ void make_file(const char* content) {
     fclose(fp);
 }
 
-TEST(WindowsFaults, ADirectoryThatCannotBeMade) {
+TEST(WindowsFaults, FailureToMakeADirectory) {
     const ReplacedImport import(
         "CreateDirectoryW", +[](const wchar_t*, SECURITY_ATTRIBUTES*) -> BOOL {
             SetLastError(g_error);
@@ -59,8 +59,9 @@ TEST(WindowsFaults, ADirectoryThatCannotBeMade) {
     }
 }
 
-// It is there when it is made and gone when it is asked what it is: still it was there.
-TEST(WindowsFaults, AFileThatGoesBetweenTwoLooks) {
+// The folder cannot be made because a file has its name. Then the file disappears before its kind is determined. The
+// status still says that something had the name.
+TEST(WindowsFaults, AFileThatDisappearsBetweenTwoChecks) {
     make_file("");
     EXPECT_EQ(wiq_mkdir(kName), WIQ_ERR_PATH_NOT_FOUND);
     {
@@ -74,7 +75,7 @@ TEST(WindowsFaults, AFileThatGoesBetweenTwoLooks) {
     remove(kName);
 }
 
-TEST(WindowsFaults, NoMemoryForANameWhoseKindIsAsked) {
+TEST(WindowsFaults, MkdirOverAFileWithoutMemory) {
     make_file("");
     std::set<i32> statuses;
     SweepAllocations([&statuses](AllocFaults& faults) {
@@ -86,13 +87,13 @@ TEST(WindowsFaults, NoMemoryForANameWhoseKindIsAsked) {
             EXPECT_EQ(status, WIQ_ERR_PATH_NOT_FOUND);
         }
     });
-    // A copy that cannot be made, a name that cannot be converted, and one whose kind stays unknown.
+    // In this order: the name cannot be copied; it cannot be converted; its kind stays unknown; nothing fails.
     EXPECT_EQ(statuses, (std::set<i32>{WIQ_ERR_NO_MEMORY, WIQ_ERR_IO, WIQ_ERR_ALREADY_EXISTS,
                                        WIQ_ERR_PATH_NOT_FOUND}));
     remove(kName);
 }
 
-TEST(WindowsFaults, NoNameLeftForATemporaryFile) {
+TEST(WindowsFaults, NoFreeNameForATemporaryFile) {
     const ReplacedImport import(
         "_wmktemp", +[](wchar_t*) -> wchar_t* {
             errno = g_errno;
@@ -122,13 +123,13 @@ TEST(WindowsFaults, NoMemoryForATemporaryFile) {
         statuses.insert(static_cast<i32>(err));
         if (fp != nullptr)
             fclose(fp);
-        // Nothing is there that was not given to the caller.
+        // The file exists only if the caller has received it.
         EXPECT_EQ(remove(tmpl.c_str()) == 0, fp != nullptr) << tmpl;
     });
     EXPECT_EQ(statuses, (std::set<i32>{0, WIQ_ERR_IO, WIQ_ERR_ENCODING}));
 }
 
-TEST(WindowsFaults, NoPathOfTheProgram) {
+TEST(WindowsFaults, InstallDirWithoutAPathOfTheProgram) {
     const ReplacedImport import(
         "GetModuleFileNameW", +[](HMODULE, wchar_t*, DWORD) -> DWORD { return 0; });
     EXPECT_EQ(wiq_install_dir(), nullptr);
@@ -148,7 +149,7 @@ TEST(WindowsFaults, WithoutRandomBytes) {
 #endif
 
 // Another thread changes the current directory after the name has been measured.
-TEST(WindowsFaults, AFullNameThatHasGrown) {
+TEST(WindowsFaults, AFullNameThatGrowsBetweenTwoCalls) {
     static DWORD(WINAPI * original)(const wchar_t*, DWORD, wchar_t*, wchar_t**) = nullptr;
     const std::string path = std::string(200, 'n') + "\\" + std::string(200, 'n');
     {
@@ -169,8 +170,8 @@ TEST(WindowsFaults, AFullNameThatHasGrown) {
     EXPECT_EQ(live_blocks(), before);
 }
 
-// The size of a file that cannot be moved in, or is too large, or cannot be had.
-TEST(WindowsFaults, AFileWithoutASize) {
+// The size is unknown because the position in the file cannot be changed or queried; or it is too large.
+TEST(WindowsFaults, LoadingAFileWhoseSizeIsUnknown) {
     make_file("content");
     const auto load = [] {
         void* data = nullptr;

@@ -89,7 +89,7 @@ TEST(WindowsPath, AShortNameInALongDirectory) {
         EXPECT_TRUE(RemoveDirectoryA(deep.c_str()));
 }
 
-TEST(WindowsPath, NamesThatNoFileHas) {
+TEST(WindowsPath, NamesBeyondTheSystemsLimits) {
     using ke::os::is_too_long;
     EXPECT_FALSE(is_too_long(L""));
     EXPECT_FALSE(is_too_long(std::wstring(255, L'n').c_str()));
@@ -104,7 +104,7 @@ TEST(WindowsPath, NamesThatNoFileHas) {
     EXPECT_FALSE(is_too_long(path.substr(0, 32767).c_str()));
 }
 
-TEST(WindowsPathFaults, WithoutMemoryThereIsNoPath) {
+TEST(WindowsPathFaults, OutOfMemoryGivesNoPath) {
     for (const std::string& path : {std::string("short"), kLong + "\\" + kLong}) {
         SweepAllocations([&path](AllocFaults& faults) {
             faults.arm();

@@ -1,4 +1,4 @@
-// Conversions of texts in pieces: wherever the pieces end, the result is what the system makes of the whole text.
+// Conversions of texts in pieces: wherever a piece ends, the result is that of converting the whole text at once.
 #include "os/windows_text.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ namespace {
 using ke::os::narrow_in_pieces;
 using ke::os::widen_in_pieces;
 
-// The system's own conversions, in one go; "(invalid)".
+// The system's own conversions of a whole text; they return "(invalid)" if the text is invalid.
 std::string narrow_whole(const std::wstring& text) {
     if (text.empty())
         return "";
@@ -94,13 +94,13 @@ TEST(WindowsText, RandomTexts) {
     }
 }
 
-// Bytes that continue no sequence: each stands for one replacement character, in whichever piece it is.
-TEST(WindowsText, BytesThatContinueNothing) {
+// Continuation bytes outside of any sequence: each is replaced by one character, in whichever piece it is.
+TEST(WindowsText, StrayContinuationBytes) {
     for (size_t count = 1; count < 20; ++count)
         check_widen("x" + std::string(count, '\x80') + "y");
 }
 
-TEST(WindowsTextFaults, WithoutMemoryThereIsNone) {
+TEST(WindowsTextFaults, OutOfMemoryGivesNoText) {
     SweepAllocations([](AllocFaults& faults) {
         u32 code = 0;
         faults.arm();

@@ -133,7 +133,7 @@ TEST(Base64, NullPointers) {
     EXPECT_EQ(wiq_base64_decode_len(nullptr, 5), 0u);
 }
 
-TEST(Base64, DecodeRows) {
+TEST(Base64, DecodeTable) {
     const struct {
         const char* text;
         i32 status;
@@ -187,7 +187,7 @@ TEST(Base64, EveryByteIsSextetMarkOrInvalid) {
     }
 }
 
-TEST(Base64, DecodeTestsCapacityBeforeLength) {
+TEST(Base64, DecodeChecksCapacityBeforeLength) {
     size_t length = 0;
     u8 out = 7;
     EXPECT_EQ(wiq_base64_decode("", 0, &out, &length), WIQ_ERR_BUFFER_TOO_SMALL);

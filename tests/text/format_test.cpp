@@ -350,7 +350,7 @@ TEST_F(Block, AppendString) {
     EXPECT_EQ(size_, 6u);
 }
 
-TEST_F(Block, AppendingUsesTheRoomThatIsThere) {
+TEST_F(Block, AppendingUsesTheFreeRoom) {
     text_ = static_cast<char*>(malloc(100));
     size_ = 100;
     text_[0] = '\0';

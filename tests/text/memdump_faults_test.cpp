@@ -1,4 +1,4 @@
-// Dumps when there is no memory for their two texts.
+// Dumps when allocations fail: each line needs memory for its hexadecimal text and for its column.
 #include "ke_utils/core.h"
 #include "ke_utils/text.h"
 #include "support/alloc_faults.h"

@@ -208,7 +208,7 @@ TEST(Memdump, BadArguments) {
     EXPECT_TRUE(collector.lines.empty());
 }
 
-TEST(Memdump, ATextBeyondMemory) {
+TEST(Memdump, ALineThatDoesNotFitInMemory) {
     Collector collector;
     const u8 byte = 0;
     EXPECT_EQ(wiq_memdump_ex(&byte, 1, INT_MAX, 1, 1, INT_MAX, false, true, collect, &collector),

@@ -365,7 +365,7 @@ TEST(Numbers, HexadecimalDoublesOfManyDigits) {
     }
 }
 
-TEST(Numbers, DoublesFromNoText) {
+TEST(Numbers, DoublesFromEmptyOrMissingText) {
     double value = 77;
     EXPECT_EQ(wiq_strtodouble(nullptr, &value), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_strtodouble("1", nullptr), WIQ_ERR_INVALID_ARG);

@@ -15,7 +15,7 @@ std::string trimmed(std::string text) {
     return text.c_str();
 }
 
-TEST(Trim, Rows) {
+TEST(Trim, Table) {
     const struct {
         const char* text;
         const char* expected;
@@ -78,7 +78,7 @@ TEST(Upper, First) {
     EXPECT_EQ(wiq_upper_first(nullptr), nullptr);
 }
 
-TEST(Replace, Rows) {
+TEST(Replace, Table) {
     char path[] = "a/b//c";
     EXPECT_EQ(wiq_strchr_replace(path, '/', '\\'), path);
     EXPECT_STREQ(path, "a\\b\\\\c");
@@ -97,7 +97,7 @@ TEST(Replace, Rows) {
     EXPECT_EQ(wiq_strchr_replace(nullptr, 'a', 'b'), nullptr);
 }
 
-TEST(Strnlen, Rows) {
+TEST(Strnlen, Table) {
     EXPECT_EQ(wiq_strnlen(nullptr, 5), 0u);
     EXPECT_EQ(wiq_strnlen("abc", 0), 0u);
     EXPECT_EQ(wiq_strnlen("abc", 2), 2u);
@@ -113,7 +113,7 @@ int sign(int value) {
     return (value > 0) - (value < 0);
 }
 
-TEST(Strcasecmp, Rows) {
+TEST(Strcasecmp, Table) {
     const struct {
         const char* a;
         const char* b;
@@ -145,7 +145,7 @@ class StructStr : public testing::Test {
     u64 size_ = 0;
 };
 
-TEST_F(StructStr, Rows) {
+TEST_F(StructStr, Table) {
     const struct {
         const char* field;
         u64 width;

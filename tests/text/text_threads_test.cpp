@@ -128,7 +128,7 @@ class Work {
     std::string done_;
 };
 
-TEST(TextThreads, EachGetsWhatASingleOneGets) {
+TEST(TextThreads, EachThreadGetsTheSameResults) {
     StartLine start(kThreads);
     std::vector<std::string> first(kThreads);
     std::atomic<int> same{0};

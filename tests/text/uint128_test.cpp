@@ -163,7 +163,7 @@ TEST(Uint128, FromText) {
     }
 }
 
-TEST(Uint128, FromNoText) {
+TEST(Uint128, FromEmptyOrMissingText) {
     wiq_uint128 out = {77, 77};
     EXPECT_EQ(wiq_uint128_from_str("", &out), WIQ_ERR_BAD_FORMAT);
     EXPECT_EQ(wiq_uint128_from_str(nullptr, &out), WIQ_ERR_INVALID_ARG);
