@@ -77,7 +77,7 @@ TEST(KeValues, AreFoundAsTheLibraryFindsThem) {
     });
 }
 
-TEST(KeValues, AreChosenByWhatTheyHold) {
+TEST(KeValues, AreSelectedByTheirContents) {
     write_file("ke_where.json", "[{\"a=b\":1,\"s\":\"[x,y]\"},{\"s\":\"z\"}]");
     expect_rows({
         // The file after the option is not taken for a second condition.

@@ -176,7 +176,7 @@ TEST_F(KeEveryCommand, MayReplaceItsInput) {
     }
 }
 
-TEST_F(KeEveryCommand, RefusesBadInputAndSaysWhere) {
+TEST_F(KeEveryCommand, RefusesBadInputAndReportsThePosition) {
     for (const Command& command : commands()) {
         SCOPED_TRACE(name_of(command));
         if (command.format == Format::none || command.format == Format::bytes)
@@ -194,7 +194,7 @@ TEST_F(KeEveryCommand, RefusesBadInputAndSaysWhere) {
     }
 }
 
-TEST_F(KeEveryCommand, AnswersEmptyInput) {
+TEST_F(KeEveryCommand, HandlesEmptyInput) {
     write_file(in("empty"), "");
     for (const Command& command : commands()) {
         if (command.format == Format::none)
@@ -282,7 +282,7 @@ int status_with_output_at(int fd, const std::vector<std::string>& args, const st
     return status;
 }
 
-TEST_F(KeEveryCommand, EndsWhenItsReaderHasGone) {
+TEST_F(KeEveryCommand, StopsWhenItsReaderIsGone) {
     for (const Command& command : commands()) {
         SCOPED_TRACE(name_of(command));
         write_file(in("file"), good_text(command.format, 0));
@@ -299,7 +299,7 @@ TEST_F(KeEveryCommand, EndsWhenItsReaderHasGone) {
     }
 }
 
-TEST_F(KeEveryCommand, SaysThatTheDiskIsFull) {
+TEST_F(KeEveryCommand, ReportsThatTheDiskIsFull) {
     const int full = open("/dev/full", O_WRONLY);
     ASSERT_GE(full, 0);
     for (const Command& command : commands()) {
@@ -368,8 +368,8 @@ TEST_F(KeEveryCommand, LeavesNothingBehindWhenASignalEndsIt) {
 #endif
 
 #ifdef _WIN32
-// Wine shows the devices of Linux in drive Z. Windows itself has no disk that is always full.
-TEST_F(KeEveryCommand, SaysThatTheDiskIsFull) {
+// Under Wine, the devices of Linux are files in drive Z. Windows itself has no disk that is always full.
+TEST_F(KeEveryCommand, ReportsThatTheDiskIsFull) {
     size_t seen = 0;
     for (const Command& command : commands()) {
         if (command.silent)
@@ -387,7 +387,7 @@ TEST_F(KeEveryCommand, SaysThatTheDiskIsFull) {
     EXPECT_GT(seen, 20u);
 }
 
-TEST_F(KeEveryCommand, SaysThatItsReaderHasGone) {
+TEST_F(KeEveryCommand, ReportsThatItsReaderIsGone) {
     for (const Command& command : commands()) {
         if (command.silent)
             continue;

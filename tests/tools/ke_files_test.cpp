@@ -111,7 +111,7 @@ TEST_F(KeFiles, NamesInBrackets) {
 
 #ifndef _WIN32
 // The other name keeps the old text: the file to which it refers is not modified.
-TEST_F(KeFiles, WithTwoNames) {
+TEST_F(KeFiles, OnlyTheGivenNameIsReplaced) {
     write_file(in("r.json"), "[1]");
     ASSERT_EQ(link((folder() + "/r.json").c_str(), (folder() + "/other").c_str()), 0);
     EXPECT_EQ(ke({"json", "set", "/0", "2", in("r.json"), "--in-place"}).status, 0);
@@ -154,7 +154,7 @@ TEST_F(KeFiles, LargeOnesShowNoProgressInAPipe) {
     EXPECT_EQ(piped.err, "");
 }
 
-TEST_F(KeFiles, DeepDocumentsAreNoTrouble) {
+TEST_F(KeFiles, DeepDocumentsAreHandled) {
     constexpr size_t kLevels = 200000;
     const std::string deep = std::string(kLevels, '[') + std::string(kLevels, ']');
     EXPECT_EQ(ke({"json", "format", "--compact"}, deep).out, deep + "\n");

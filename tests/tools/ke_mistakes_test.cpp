@@ -30,7 +30,7 @@ void expect_rows(const std::vector<Row>& rows) {
 #define BAD_TOKEN "an invalid character or word in JSON text (WIQ_ERR_JSON_BAD_TOKEN, -1046)"
 #define ADVICE "; write a value, and a text in double quotes"
 
-TEST(KeMistakes, PlacesInDocuments) {
+TEST(KeMistakes, PositionsInDocuments) {
     expect_rows({
         {{"json", "format"},
          "{\"a\":1,\n \"b\": tru}",
@@ -77,7 +77,7 @@ TEST(KeMistakes, ShowNoControlCharacters) {
 }
 
 // Missing arguments and unknown options.
-TEST(KeMistakes, SayWhatACommandTakes) {
+TEST(KeMistakes, ShowTheUsageOfTheCommand) {
     const std::string hint = "\nTry \"ke --help\" or \"ke COMMAND --help\".\n";
     expect_rows({
         {{"ini", "set"},
@@ -134,7 +134,7 @@ TEST(KeMistakes, LongLinesAreShownInPart) {
     EXPECT_EQ(line[column], 'x') << outcome.err;
 }
 
-TEST(KeMistakes, PlacesInIniFiles) {
+TEST(KeMistakes, PositionsInIniFiles) {
     expect_rows({
         {{"ini", "to-json"},
          "[a]\n  b c\n",

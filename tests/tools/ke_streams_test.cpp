@@ -12,7 +12,7 @@
 
 namespace {
 
-TEST(KeStreams, DumpAPiece) {
+TEST(KeStreams, DumpParts) {
     const std::string bytes = std::string(20, 'a') + std::string(20, 'b');
     expect_rows({
         {{"dump", "--skip", "18", "--length", "4", "--group", "0"},
@@ -27,7 +27,7 @@ TEST(KeStreams, DumpAPiece) {
 }
 
 // A dump in pieces looks the same as a dump in one piece.
-TEST(KeStreams, DumpsHaveNoSeams) {
+TEST(KeStreams, DumpsDoNotDependOnBlockBoundaries) {
     std::string bytes;
     for (u64 i = 0; i < 700000; ++i)
         bytes += static_cast<char>(i * 7919 >> 5);
@@ -123,7 +123,7 @@ TEST_F(KeLongFiles, WritesIntoDescriptors) {
     EXPECT_EQ(read_file(in("r.json")), "[1]");
 }
 
-TEST_F(KeLongFiles, AReaderThatGoesEndsTheTool) {
+TEST_F(KeLongFiles, StopsWhenItsReaderIsGone) {
     EXPECT_EQ(shell("yes | head -c 50000000 | \"$0\" dump | head -n 1 > " + folder() +
                     "/out; s=(\"${PIPESTATUS[@]}\"); test ${s[3]} = 0 && test ${s[2]} != 0"),
               0);
