@@ -2,7 +2,7 @@
 """Compares how the instructions of each measured operation grow with what the reference says.
 
   growth.py PROGRAM docs/costs.md
-PROGRAM is run under callgrind for inputs of N, 2N and 4N. Instructions, not seconds: the same on every machine."""
+PROGRAM is run under callgrind for inputs of N, 2N and 4N. Unlike seconds, instructions are the same on every machine."""
 
 import glob
 import math

@@ -2,9 +2,9 @@
 """Compares the library's instructions for operations on whole documents with those in a table.
 
   instructions.py PROGRAM TABLE [--update]
-PROGRAM is run under callgrind. Only what the library executes itself counts: the C runtime chooses its functions by
-the processor. More than 3 per cent above the table fails; --update writes the table anew, which belongs into the same
-commit, with the reason."""
+PROGRAM is run under callgrind. Only the library's own instructions count, because the C runtime chooses its functions by
+the processor. A count of more than 3 per cent above the table is a failure. --update rewrites the table; commit it
+together with the change, and give the reason."""
 
 import glob
 import os

@@ -7,7 +7,7 @@
 #include "support/temporary_stream.h"
 #ifdef _WIN32
 #include <windows.h>
-// Needs the header above.
+// Must come after windows.h.
 #include <psapi.h>
 #else
 #include <sys/resource.h>

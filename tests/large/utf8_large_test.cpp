@@ -37,7 +37,7 @@ TEST_F(Utf8Large, EscapedTexts) {
     }
 }
 
-// The place is that in the escaped text, whose position does not count further.
+// The reported position is that in the escaped text, and stops at the largest number.
 TEST_F(Utf8Large, PlacesBeyondTheLimit) {
     const size_t count = k2G / 6 + 1;
     Text text(2 * count + 4, ' ');

@@ -50,7 +50,7 @@ TEST_F(VectorLarge, ElementsBeyondFourGibibytes) {
     wiq_vector_finalize(&vec);
 }
 
-// From 2^62 on, four thirds of the capacity wrap in 64 bits, to 0 for multiples of that.
+// From a capacity of 2^62 on, four thirds of it overflow 64 bits; for multiples of 2^62 the result is 0.
 TEST_F(VectorLarge, CapacitiesOfAMap) {
     const auto hash = [](const void*) { return u32{0}; };
     const auto equal = [](const void*, const void*) { return true; };
