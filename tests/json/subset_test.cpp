@@ -74,7 +74,7 @@ TEST(JsonEqual, NonNumericKindsEqualOnlyThemselves) {
     }
 }
 
-// What a getter returns for a node that is no number must not pass for the number 0.
+// What a getter returns for a node that is not a number must not pass for the number 0.
 TEST(JsonEqual, ZeroEqualsNoOtherKind) {
     const wiq_uint128 zero = {0, 0};
     const Tree zeros[] = {Tree(wiq_json_u128_new(&zero, nullptr)),
