@@ -23,12 +23,12 @@ TEST(KeBadInput, Base64) {
 
 TEST(KeBadInput, Numbers) {
     expect_rows({
-        {{"number", "0x"}, "", 2, "", "number \"0x\": is no number: hexadecimal digits"},
+        {{"number", "0x"}, "", 2, "", "number \"0x\": is not a number: hexadecimal digits"},
         {{"number", "-1"}, "", 2, "", "number \"-1\": has a sign"},
-        {{"number", ""}, "", 2, "", "number \"\": is no number"},
-        {{"number", "09"}, "", 2, "", "number \"09\": is no number: octal"},
-        {{"number", "0x1g"}, "", 2, "", "number \"0x1g\": is no number"},
-        {{"number", " 1"}, "", 2, "", "number \" 1\": is no number"},
+        {{"number", ""}, "", 2, "", "number \"\": is not a number"},
+        {{"number", "09"}, "", 2, "", "number \"09\": is not a number: octal"},
+        {{"number", "0x1g"}, "", 2, "", "number \"0x1g\": is not a number"},
+        {{"number", " 1"}, "", 2, "", "number \" 1\": is not a number"},
         {{"number", "0x100000000000000000000000000000000"},
          "",
          2,
@@ -45,7 +45,7 @@ TEST(KeBadInput, Numbers) {
         {{"capacity", "18446744073709551616"}, "", 2, "", "capacity \"18446744073709551616\": "},
         {{"capacity", "--lba", "97696367"}, "", 2, "", "--lba \"97696367\": is out of range"},
         {{"capacity", "--lba", "36028797018963968"}, "", 2, "", "--lba \"36028797018963968\": is"},
-        {{"capacity", "-5"}, "", 2, "", "capacity \"-5\": is no number"},
+        {{"capacity", "-5"}, "", 2, "", "capacity \"-5\": is not a number"},
     });
 }
 
@@ -81,14 +81,18 @@ TEST(KeBadInput, FoldersAsFiles) {
 
 TEST(KeBadInput, MistypedWords) {
     expect_rows({
-        {{"jsn"}, "", 64, "", "\"jsn\" is no command; did you mean \"json\"?"},
-        {{"bogus"}, "", 64, "", "\"bogus\" is no command; there are json, ini, dump, base64"},
+        {{"jsn"}, "", 64, "", "\"jsn\" is not a command; did you mean \"json\"?"},
+        {{"bogus"}, "", 64, "", "\"bogus\" is not a command; there are json, ini, dump, base64"},
         {{"json", "fromat"},
          "",
          64,
          "",
-         "\"fromat\" is no command of \"json\"; did you mean \"format\"?"},
-        {{"ini", "sett"}, "", 64, "", "\"sett\" is no command of \"ini\"; did you mean \"set\"?"},
+         "\"fromat\" is not a command of \"json\"; did you mean \"format\"?"},
+        {{"ini", "sett"},
+         "",
+         64,
+         "",
+         "\"sett\" is not a command of \"ini\"; did you mean \"set\"?"},
         {{"schema", "json", "gte"},
          "",
          2,

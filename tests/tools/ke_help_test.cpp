@@ -118,7 +118,7 @@ TEST(KeHelp, IsACommandToo) {
     EXPECT_EQ(ke({"help"}).out, ke({"--help"}).out);
     const Outcome outcome = ke({"help", "json", "gte"});
     EXPECT_EQ(outcome.status, 64);
-    EXPECT_EQ(outcome.err, "ke: \"gte\" is no command; did you mean \"get\"?\n");
+    EXPECT_EQ(outcome.err, "ke: \"gte\" is not a command; did you mean \"get\"?\n");
 }
 
 // A completion script names every command with every option.

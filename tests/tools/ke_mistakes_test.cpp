@@ -91,17 +91,17 @@ TEST(KeMistakes, ShowTheUsageOfTheCommand) {
         {{"ini", "set", "a", "k", "-x", "f"},
          "",
          64,
-         "The following argument was not expected: -x; what begins with \"-\" and is no option "
-         "stands behind \"--\"\nUsage: ke ini set SECTION KEY VALUE [FILE]" +
+         "The following argument was not expected: -x; put \"--\" before an argument that begins "
+         "with \"-\" and is not an option\nUsage: ke ini set SECTION KEY VALUE [FILE]" +
              hint},
         {{"json", "get", "/a", "--wehre", "/b=1"},
          "",
          64,
-         "\"--wehre\" is no option of \"json get\"; did you mean \"--where\"?" + hint},
+         "\"--wehre\" is not an option of \"json get\"; did you mean \"--where\"?" + hint},
         {{"json", "get", "/a", "--compacct=1"},
          "",
          64,
-         "\"--compacct\" is no option of \"json get\"; did you mean \"--compact\"?" + hint},
+         "\"--compacct\" is not an option of \"json get\"; did you mean \"--compact\"?" + hint},
         {{"ini"},
          "",
          64,
@@ -112,7 +112,7 @@ TEST(KeMistakes, ShowTheUsageOfTheCommand) {
         {{"json", "fromat"},
          "",
          64,
-         "\"fromat\" is no command of \"json\"; did you mean \"format\"?" + hint},
+         "\"fromat\" is not a command of \"json\"; did you mean \"format\"?" + hint},
     });
     // After "--", every argument is a word.
     EXPECT_EQ(ke({"ini", "set", "a", "k", "--", "-x"}, "[a]\n").out, "[a]\nk = -x\n");

@@ -147,13 +147,13 @@ int decode(const std::string& file, const Common& common) {
 }  // namespace
 
 void add_base64_commands(CLI::App& app, Session& session) {
-    CLI::App* base64 = app.add_subcommand("base64", "Turn bytes into base64 text and back");
+    CLI::App* base64 = app.add_subcommand("base64", "Convert bytes to base64 text and back");
     base64->require_subcommand(1);
 
     auto args = std::make_shared<EncodeArgs>();
     CLI::App* to_text = base64->add_subcommand("encode", "Print a file's bytes as base64");
     add_input(*to_text, args->file);
-    to_text->add_option("--wrap", args->wrap, "Break lines after so many characters; 0: not at all")
+    to_text->add_option("--wrap", args->wrap, "Characters per line; 0: a single line")
         ->capture_default_str();
     to_text->callback([args, &session] {
         session.action = [args, &session] { return encode(*args, session.common); };
@@ -161,7 +161,7 @@ void add_base64_commands(CLI::App& app, Session& session) {
 
     auto file = std::make_shared<std::string>();
     CLI::App* to_bytes =
-        base64->add_subcommand("decode", "Print the bytes that a base64 text stands for");
+        base64->add_subcommand("decode", "Print the bytes that a base64 text encodes");
     add_input(*to_bytes, *file);
     to_bytes->callback([file, &session] {
         session.action = [file, &session] { return decode(*file, session.common); };

@@ -99,21 +99,23 @@ void add_dump_command(CLI::App& app, Session& session) {
     CLI::App* command = app.add_subcommand("dump", "Print a file's bytes in hexadecimal");
     add_input(*command, args->file);
     const CLI::Range sizes(0, 1 << 20);
-    command->add_option("--line", args->line, "Bytes a line; 0: all")
+    command->add_option("--line", args->line, "Bytes per line; 0: all")
         ->check(sizes)
         ->capture_default_str();
-    command->add_option("--group", args->group, "Bytes a group, set off by a blank; 0: no groups")
+    command
+        ->add_option("--group", args->group, "Bytes per group, separated by a blank; 0: no groups")
         ->check(sizes)
         ->capture_default_str();
-    command->add_option("--block", args->block, "Bytes a block, set off by the gap; 0: no blocks")
+    command
+        ->add_option("--block", args->block, "Bytes per block, separated by the gap; 0: no blocks")
         ->check(sizes)
         ->capture_default_str();
     command->add_option("--gap", args->gap, "Blanks between blocks")
         ->check(CLI::Range(0, 80))
         ->capture_default_str();
     command->add_flag("--ascii", args->ascii, "Add a column of characters");
-    command->add_option("--skip", args->skip, "Begin so many bytes into the file");
-    command->add_option("--length", args->length, "Print so many bytes at most");
+    command->add_option("--skip", args->skip, "Skip this many bytes of the file");
+    command->add_option("--length", args->length, "Print at most this many bytes");
     command->callback([args, &session] {
         session.action = [args, &session] { return dump(*args, session.common); };
     });

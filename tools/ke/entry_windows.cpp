@@ -8,7 +8,7 @@ extern "C" int wmain(int argc, wchar_t** argv) {
     u32 code = 0;
     char** items = narrow_array(argc, argv, &code);
     if (items == nullptr) {
-        fprintf(stderr, "ke: an argument is no valid Unicode text\n");
+        fprintf(stderr, "ke: an argument is not valid Unicode text\n");
         return 64;
     }
     const std::vector<std::string> args(items + (argc > 0 ? 1 : 0), items + argc);

@@ -70,7 +70,7 @@ std::string_view advice(i32 status) {
         case WIQ_ERR_JSON_BAD_ESCAPE:
             return "write a backslash as \\\\, or one of the escapes of JSON";
         case WIQ_ERR_JSON_BAD_NUMBER:
-            return "write digits without a leading 0 or +, and digits behind a point or an e";
+            return "write digits without a leading 0 or +, and digits after a point or an e";
         case WIQ_ERR_JSON_BAD_TOKEN:
             return "write a value, and a text in double quotes";
         case WIQ_ERR_JSON_BAD_UTF8:

@@ -23,7 +23,8 @@ std::string help_on(const CLI::App& app, const std::vector<std::string>& words) 
                 next = below;
         }
         if (next == nullptr)
-            throw Failure{"\"" + word + "\" is no command" + suggestion(word, names), kExitUsage};
+            throw Failure{"\"" + word + "\" is not a command" + suggestion(word, names),
+                          kExitUsage};
         command = next;
         path += " " + word;
     }
@@ -34,8 +35,9 @@ std::string help_on(const CLI::App& app, const std::vector<std::string>& words) 
 
 void add_help_commands(CLI::App& app, Session& session) {
     auto words = std::make_shared<std::vector<std::string>>();
-    CLI::App* help = app.add_subcommand("help", "Print what a command does and takes");
-    help->add_option("command", *words, "The command, as json get")->type_name("COMMAND");
+    CLI::App* help =
+        app.add_subcommand("help", "Print what a command does and which arguments it takes");
+    help->add_option("command", *words, "The command, such as json get")->type_name("COMMAND");
     help->callback([words, &app, &session] {
         session.action = [words, &app, &session] {
             write_output(help_on(app, *words), session.common);

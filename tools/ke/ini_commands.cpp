@@ -201,7 +201,9 @@ void add_get(CLI::App& ini, Session& session) {
             [args](const std::string& argument) { args->name.argument = argument; },
             "The section's argument, as in [section \"argument\"]")
         ->type_name("TEXT");
-    command->add_option("-f,--file", args->file, "The file to read, not behind the words")
+    command
+        ->add_option("-f,--file", args->file,
+                     "The file to read, given here and not after the words")
         ->type_name("FILE")
         ->transform(CLI::Validator(refuse_empty, ""));
     command->callback([args, &session] {
@@ -248,8 +250,9 @@ void add_ini_commands(CLI::App& app, Session& session) {
     add_edits(*ini, session);
 
     auto sections = std::make_shared<IniArgs>();
-    command = add_command(*ini, session, sections, "sections",
-                          "Print the sections, each with its argument behind a tab", list_sections);
+    command =
+        add_command(*ini, session, sections, "sections",
+                    "Print the sections, each followed by a tab and its argument", list_sections);
     add_input(*command, sections->file);
 
     auto keys = std::make_shared<IniArgs>();

@@ -80,9 +80,10 @@ bool is_quoted(const std::string& text, size_t value_offset) {
 // Returns a value in the form that the file needs: with quotes if it requires them or had them before.
 std::string written(const std::string& value, bool quotes) {
     if (value.empty())
-        throw Failure{"an INI file has no empty values; remove the key instead"};
+        throw Failure{"an INI file cannot hold an empty value; remove the key instead"};
     if (value.find_first_of(std::string_view("\"\r\n\0", 4)) != std::string::npos)
-        throw Failure{"an INI file has no values with a double quote, a line break or a zero byte"};
+        throw Failure{
+            "an INI file cannot hold a value with a double quote, a line break or a zero byte"};
     const bool plain = value.find_first_of("#;=[]") == std::string::npos &&
                        std::all_of(value.begin(), value.end(),
                                    [](char c) { return static_cast<u8>(c) > ' ' || c == ' '; }) &&
@@ -97,7 +98,7 @@ void check_word(const std::string& what, const std::string& word) {
     });
     if (!good)
         throw Failure{what + " \"" + word +
-                      "\" cannot stand in an INI file: it is one word without \" # ; = [ ]"};
+                      "\" cannot appear in an INI file: it must be one word without \" # ; = [ ]"};
 }
 
 std::string new_section(const std::string& text, const IniName& name, const std::string& key,
@@ -197,7 +198,7 @@ std::string set_in_ini(const Input& input, const IniName& name, const std::strin
     check_word("the key", key);
     if (name.argument &&
         (name.argument->empty() || name.argument->find_first_of("\"\r\n") != std::string::npos))
-        throw Failure{"the argument \"" + *name.argument + "\" cannot stand in an INI file"};
+        throw Failure{"the argument \"" + *name.argument + "\" cannot appear in an INI file"};
     for (const std::string& part : {name.section, name.argument.value_or(""), key, value})
         check_characters(input.encoding, part);
     const std::string& text = input.bytes;

@@ -104,7 +104,7 @@ int format(const FormatArgs& args, const Common& common) {
 
 void add_format(CLI::App& json, Session& session) {
     auto args = std::make_shared<FormatArgs>();
-    CLI::App* command = json.add_subcommand("format", "Lay a document out anew");
+    CLI::App* command = json.add_subcommand("format", "Change the layout of a document");
     add_inputs(*command, args->files);
     add_layout(*command, args->layout);
     command->add_flag("--u128-as-object", args->layout.u128_as_object,

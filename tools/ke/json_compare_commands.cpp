@@ -51,7 +51,8 @@ int report_equality(const Pair& pair, const Common& common) {
 void add_equal(CLI::App& json, Session& session) {
     auto pair = std::make_shared<Pair>();
     CLI::App* command = json.add_subcommand(
-        "equal", "Exit status 0 if two documents are equal, else 1 and the first difference");
+        "equal",
+        "Exit with 0 if two documents are equal, otherwise with 1 and the first difference");
     add_pair(*command, *pair);
     command->callback([pair, &session] {
         session.action = [pair, &session] { return report_equality(*pair, session.common); };
@@ -107,7 +108,7 @@ int report_subset(const SubsetArgs& args, const Common& common) {
 void add_subset(CLI::App& json, Session& session) {
     auto args = std::make_shared<SubsetArgs>();
     CLI::App* command =
-        json.add_subcommand("subset", "Exit status 0 if A is contained in B, else 1");
+        json.add_subcommand("subset", "Exit with 0 if A is contained in B, otherwise with 1");
     add_pair(*command, args->pair);
     command->add_flag("--contiguous", args->contiguous, "Array elements as one run");
     command->add_flag("--prefix", args->prefix, "With --contiguous: the run starts B's array");

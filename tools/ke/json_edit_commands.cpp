@@ -168,7 +168,7 @@ void sort_words(SetArgs& args, const CLI::App& command) {
 void add_set(CLI::App& json, Session& session) {
     auto args = std::make_shared<SetArgs>();
     CLI::App* command = json.add_subcommand(
-        "set", "Store a value where a JSON pointer names it, making the containers on the way");
+        "set", "Store a value where a JSON pointer points to, and make missing containers");
     command
         ->add_option("pointer", args->pointer,
                      "A JSON pointer; \"-\" as a step appends to an array")
@@ -176,14 +176,14 @@ void add_set(CLI::App& json, Session& session) {
         ->required();
     command->add_option("value", args->value, "The value, as JSON text")->type_name("VALUE");
     add_input(*command, args->file);
-    command->add_flag("--string", args->string, "The value is a text as it stands, not JSON");
+    command->add_flag("--string", args->string, "The value is a plain text, not JSON");
     command
         ->add_option("--value-file", args->value_file,
-                     "The value is what this file holds, \"-\" for standard input; there is no "
-                     "VALUE then")
+                     "Read the value from this file, \"-\" for standard input; leave VALUE "
+                     "out then")
         ->type_name("FILE")
         ->transform(CLI::Validator(refuse_empty, ""));
-    command->add_option("--also", args->also, "A further edit, made after those before it")
+    command->add_option("--also", args->also, "A further edit, made after the previous ones")
         ->type_name("POINTER VALUE")
         ->type_size(2)
         ->allow_extra_args(false);
@@ -208,7 +208,9 @@ void add_remove(CLI::App& json, Session& session) {
         ->type_name("POINTER")
         ->required();
     add_input(*command, args->file);
-    command->add_option("--also", args->also, "A further place, found after those before are gone")
+    command
+        ->add_option("--also", args->also,
+                     "A further value to remove, found after the previous ones are gone")
         ->type_name("POINTER")
         ->allow_extra_args(false);
     add_form(*command, args->form);

@@ -144,7 +144,7 @@ void add_view(CLI::App& command, GetArgs& args) {
     length->excludes(type);
     command
         .add_option("--where", args.where,
-                    "Only values in which POINTER names VALUE, a text or JSON, as /state=failed")
+                    "Only values in which POINTER leads to VALUE, a text or JSON: /state=failed")
         ->type_name("POINTER=VALUE")
         ->allow_extra_args(false);
 }
@@ -154,12 +154,13 @@ void add_view(CLI::App& command, GetArgs& args) {
 void add_json_get_command(CLI::App& json, Session& session) {
     auto args = std::make_shared<GetArgs>();
     CLI::App* command = json.add_subcommand("get", "Print the value that a JSON pointer names");
-    command->add_option("pointer", args->pointer, "A JSON pointer, as \"/smart/attributes/0\"")
+    command->add_option("pointer", args->pointer, "A JSON pointer, such as \"/smart/attributes/0\"")
         ->type_name("POINTER")
         ->required();
     add_inputs(*command, args->files);
     command
-        ->add_option("-p,--pointer", args->pointers, "A further place; may be given several times")
+        ->add_option("-p,--pointer", args->pointers,
+                     "A further pointer; may be given several times")
         ->type_name("POINTER")
         ->allow_extra_args(false);
     command->add_flag("--glob", args->glob,
@@ -172,9 +173,9 @@ void add_json_get_command(CLI::App& json, Session& session) {
                 args->fallback = value;
                 args->has_fallback = true;
             },
-            "Print VALUE, JSON text, for a place that is missing")
+            "Print VALUE, JSON text, for a missing value")
         ->type_name("VALUE");
-    command->add_flag("--lines", args->lines, "One value a line");
+    command->add_flag("--lines", args->lines, "One value per line");
     add_layout(*command, args->layout);
     add_json_lines(*command, args->several);
     command->callback([args, &session] {

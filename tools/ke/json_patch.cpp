@@ -57,7 +57,8 @@ class Operation {
     Pointer pointer_member(const char* key) const {
         const std::string text = text_member(key);
         if (!text.empty() && text[0] != '/')
-            throw failure("\"" + text + "\" is no JSON pointer: it begins with \"/\" or is empty");
+            throw failure("\"" + text +
+                          "\" is not a JSON pointer: one begins with \"/\" or is empty");
         try {
             Pointer pointer = parse_pointer(text);
             pointer.enters_references = true;
@@ -119,7 +120,7 @@ Splices plan_one(const std::string& name, const std::string& text, const Operati
                         std::string(document.text_of(document.find(operation.from()))));
     if (kind != "test")
         throw operation.failure(
-            "\"" + kind + "\" is no operation" +
+            "\"" + kind + "\" is not an operation" +
             suggestion(kind, {"add", "remove", "replace", "move", "copy", "test"}));
     const NodeId node = document.find(path);
     if (!is_equal(document, node, operation.document(), operation.value()))

@@ -210,8 +210,8 @@ void add_report(CLI::App& json, Session& session, const char* name, const char* 
 void add_json_report_commands(CLI::App& json, Session& session) {
     add_report(json, session, "paths", "Print the pointer of every leaf with its value",
                list_paths);
-    add_report(json, session, "types", "Count values by kind; tell depth and largest number",
-               print_statistics);
+    add_report(json, session, "types",
+               "Count values by kind; print the depth and the largest number", print_statistics);
 }
 
 }  // namespace tool

@@ -65,7 +65,7 @@ u64 count_characters(const std::string& text) {
 void print_keys(Sink& sink, const Document& document) {
     const NodeId root = document.root();
     if (document.kind(root) != Kind::object && document.kind(root) != Kind::array)
-        throw Failure{"--keys: the value is no object and no array"};
+        throw Failure{"--keys: the value is neither an object nor an array"};
     u64 index = 0;
     for (NodeId child : document.children(root)) {
         sink.write(document.kind(root) == Kind::object ? decode_string(document.key(child))
@@ -83,7 +83,7 @@ void print_length(Sink& sink, const Document& document) {
     else if (document.kind(root) == Kind::object || document.kind(root) == Kind::array)
         length = document.children(root).size();
     else
-        throw Failure{"--length: the value is no object, no array and no string"};
+        throw Failure{"--length: the value is not an object, an array or a string"};
     sink.write(std::to_string(length) + "\n");
 }
 

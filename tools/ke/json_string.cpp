@@ -108,10 +108,10 @@ std::string encode_string(std::string_view text) {
     };
     const std::string whole(text);
     if (whole.find('\0') != std::string::npos)
-        throw Failure{"a text with a zero byte is no JSON string of the library"};
+        throw Failure{"a text with a zero byte cannot be a JSON string of the library"};
     const std::unique_ptr<char, Free> escaped(wiq_json_escape_str(whole.c_str()));
     if (!escaped)
-        throw Failure{"a text is no valid UTF-8; convert it first"};
+        throw Failure{"a text is not valid UTF-8; convert it first"};
     return "\"" + std::string(escaped.get()) + "\"";
 }
 

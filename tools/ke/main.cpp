@@ -18,7 +18,7 @@ namespace tool {
 namespace {
 
 constexpr const char* kFooter =
-    "The options above stand before or behind the command. A command that takes a FILE reads\n"
+    "The options above may come before or after the command. A command that takes a FILE reads\n"
     "standard input without one or with \"-\".\n"
     "Exit status: 0 done; 1 a comparison's answer is no, or a command could not keep a value; 2 "
     "the\n"
@@ -29,18 +29,18 @@ void add_all(CLI::App& app, Session& session) {
     app.set_version_flag("--version", "ke " KE_VERSION_STRING);
     app.add_flag("--quiet", session.common.quiet, "Show no progress on large files");
     app.add_option("-o,--output", session.common.output,
-                   "Write to FILE, replaced only when everything succeeded")
+                   "Write to FILE, which is replaced only if everything succeeds")
         ->type_name("FILE")
         ->transform(CLI::Validator(refuse_empty, ""));
     const CLI::AsSizeValue bytes(false);  // "64MB" is 64 * 1024 * 1024
-    app.add_option("--max-size", limits().size, "Refuse inputs of more than BYTES, as 64MB")
+    app.add_option("--max-size", limits().size, "Refuse inputs of more than BYTES, such as 64MB")
         ->type_name("BYTES")
         ->transform(bytes);
     app.add_option("--max-depth", limits().depth,
-                   "Refuse JSON with more than N containers within one another")
+                   "Refuse JSON with containers nested more than N deep")
         ->type_name("N")
         ->check(CLI::Range(u64{1}, u64{1000000000}));
-    app.add_option("--max-memory", limits().memory, "End rather than take more memory than BYTES")
+    app.add_option("--max-memory", limits().memory, "Fail rather than take more memory than BYTES")
         ->type_name("BYTES")
         ->transform(bytes);
     add_json_commands(app, session);

@@ -18,7 +18,7 @@ void print(const std::string& text, const Session& session) {
 u64 to_u64(const std::string& what, const std::string& text) {
     u64 value = 0;
     if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos)
-        throw Failure{what + " \"" + text + "\": is no number; write decimal digits"};
+        throw Failure{what + " \"" + text + "\": is not a number; write decimal digits"};
     // The library would read a number with a leading zero as octal.
     const std::string digits = text.substr(std::min(text.find_first_not_of('0'), text.size() - 1));
     const i32 status = wiq_strtouint64(digits.c_str(), &value);
@@ -69,13 +69,14 @@ int show_capacity(const CapacityArgs& args, const Session& session) {
 void add_capacity(CLI::App& app, Session& session) {
     auto args = std::make_shared<CapacityArgs>();
     CLI::App* command = app.add_subcommand(
-        "capacity", "Blocks of a drive by its advertised size, or the other way");
+        "capacity", "Convert a drive's advertised size to its number of blocks, or back");
     auto* gb =
         command->add_option("gb", args->gb, "Advertised capacity, decimal gigabytes, 50 or more");
     gb->type_name("GB");
-    auto* lba = command->add_option("--lba", args->lba, "The number of logical blocks instead");
+    auto* lba =
+        command->add_option("--lba", args->lba, "The number of logical blocks, instead of GB");
     lba->type_name("N")->excludes(gb);
-    command->add_option("--sector", args->sector, "Bytes a logical sector")
+    command->add_option("--sector", args->sector, "Bytes per logical sector")
         ->check(CLI::IsMember({512, 4096}))
         ->capture_default_str();
     command->callback([args, command, &session] {
@@ -104,9 +105,9 @@ std::string objection(const std::string& text) {
                           : base == 8 ? "01234567"
                                       : "0123456789";
     if (digits.empty() || digits.find_first_not_of(allowed) != std::string::npos)
-        return std::string("is no number: ") +
-               (base == 16  ? "hexadecimal digits are due behind \"0x\""
-                : base == 8 ? "octal digits are due behind \"0\""
+        return std::string("is not a number: ") +
+               (base == 16  ? "hexadecimal digits are due after \"0x\""
+                : base == 8 ? "octal digits are due after \"0\""
                             : "decimal digits are due, or \"0x\" and hexadecimal digits");
     wiq_uint128 value;
     check("number", wiq_uint128_from_str(text.c_str(), &value));
@@ -149,7 +150,7 @@ void add_number(CLI::App& app, Session& session) {
 void add_hash(CLI::App& app, Session& session) {
     auto text = std::make_shared<std::string>();
     CLI::App* command =
-        app.add_subcommand("hash", "Print the hash under which the library's maps keep a key");
+        app.add_subcommand("hash", "Print the hash that the library's maps use for a key");
     command->add_option("text", *text, "The key")->type_name("TEXT")->required();
     command->callback([text, &session] {
         session.action = [text, &session] {

@@ -24,7 +24,7 @@ std::string refuse_empty(std::string& text) {
 
 void add_in_place(CLI::App& command, Session& session) {
     command.add_flag("--in-place", session.common.in_place,
-                     "Replace the input file, only when everything succeeded");
+                     "Replace the input file, but only if everything succeeds");
 }
 
 void add_input(CLI::App& command, std::string& file) {

@@ -204,7 +204,7 @@ struct Replacement::State {
             temporary.clear();
             if (errno == ENOENT || errno == ENOTDIR)
                 throw failure(shown, WIQ_ERR_NOT_FOUND);
-            throw system_failure(shown, "no temporary file can be made beside it");
+            throw system_failure(shown, "no temporary file can be made next to it");
         }
     }
 

@@ -150,7 +150,7 @@ struct Replacement::State {
             if (GetLastError() != ERROR_FILE_EXISTS && GetLastError() != ERROR_ALREADY_EXISTS)
                 break;
         }
-        throw system_failure(shown, "no temporary file can be made beside it");
+        throw system_failure(shown, "no temporary file can be made next to it");
     }
 
     // Copies the access rights and attributes of the old file.

@@ -210,7 +210,7 @@ void Scanner::expect_colon() {
     if (c == -1)
         fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN, "the text ends where a colon is due");
     if (c != ':')
-        fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN, "a colon is due behind a key");
+        fail(WIQ_ERR_JSON_UNEXPECTED_TOKEN, "a colon is due after a key");
     ++p_;
     expected_ = Expected::value;
     text_ = std::string_view(source_.at_offset(key), length);

@@ -58,7 +58,7 @@ i32 status_of(const std::string& text) {
 void add_status_command(CLI::App& app, Session& session) {
     auto text = std::make_shared<std::string>();
     CLI::App* command =
-        app.add_subcommand("status", "Tell the name and the meaning of a status code");
+        app.add_subcommand("status", "Print the name and the meaning of a status code");
     command
         ->add_option("code", *text, "The code as -1037, as the unsigned 4294966259, or by its name")
         ->type_name("CODE")

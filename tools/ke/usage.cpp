@@ -66,7 +66,7 @@ std::string unknown_option(const CLI::App& root, const Named& named,
             break;
         if (name.compare(0, 2, "--") == 0 &&
             std::find(known.begin(), known.end(), name) == known.end())
-            return "\"" + name + "\" is no option of \"" + named.path + "\"" +
+            return "\"" + name + "\" is not an option of \"" + named.path + "\"" +
                    suggestion(name, known);
     }
     return "";
@@ -93,7 +93,7 @@ std::string usage_mistake(const CLI::App& root, const CLI::ParseError& error,
     const std::vector<std::string> below = names_below(*named.app);
     const std::string behind = named.path.empty() ? "" : " of \"" + named.path + "\"";
     if (!named.unknown.empty())
-        return "\"" + named.unknown + "\" is no command" + behind +
+        return "\"" + named.unknown + "\" is not a command" + behind +
                suggestion(named.unknown, below);
     std::string mistake = error.what();
     if (!below.empty()) {
@@ -109,7 +109,7 @@ std::string usage_mistake(const CLI::App& root, const CLI::ParseError& error,
         return option;
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr &&
         mistake.find(": -") != std::string::npos)
-        mistake += "; what begins with \"-\" and is no option stands behind \"--\"";
+        mistake += "; put \"--\" before an argument that begins with \"-\" and is not an option";
     return mistake + "\nUsage: " + usage_of(named);
 }
 
