@@ -15,7 +15,7 @@
 
 namespace {
 
-// --- The two kinds of map behind one set of calls ------------------------------------------------------
+// --- One set of calls for the two kinds of map ---------------------------------------------------------
 
 struct Kind {
     const char* name;

@@ -35,7 +35,7 @@ def counts(program, size, folder):
 
 
 def orders(page):
-    """What the page says: the rows of its table of measured operations."""
+    """Returns the rows of the page's table of measured operations."""
     with open(page) as file:
         text = file.read().split("## Measured growth", 1)[1]
     return dict(re.findall(r"^\| ([^|]+?) \| ([^|]+?) \|", text, re.M))

@@ -19,7 +19,7 @@ SLACK = 100  # instructions, for operations that take only hundreds
 
 
 def own_instructions(text):
-    """The sum of the costs of all lines of the library's functions, without those of the calls they make."""
+    """Returns the sum of the costs of all lines of the library's functions, without those of the calls they make."""
     names, total, ours, skip = {}, 0, False, False
     for line in text.splitlines():
         found = re.match(r"ob=\((\d+)\)(?: (.*))?$", line)

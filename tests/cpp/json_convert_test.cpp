@@ -190,7 +190,7 @@ TEST(CppConvert, MissingAndWrongMembers) {
     EXPECT_EQ(target.label, "kept");
     EXPECT_EQ(wrong.set("extra", 1), 0);
     EXPECT_EQ(wrong.set("hours", 1), 0);
-    EXPECT_EQ(wrong.to<drive>()->hours, 1u) << "members that nobody asks for are passed over";
+    EXPECT_EQ(wrong.to<drive>()->hours, 1u) << "members that are not requested are ignored";
     EXPECT_EQ(json::of(3).to<drive>().status(), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(json().to<drive>().status(), ke::err_empty);
 }

@@ -54,11 +54,11 @@ TEST(ParserConformance, StructuresToAccept) {
         {"array of arrays, blanks", "[[]   ]"sv, "[[]]"},
         {"empty array", "[]"sv, "[]"},
         {"empty string in array", "[\"\"]"sv, "[\"\"]"},
-        {"array behind newline", "[\"a\"]\n"sv, "[\"a\"]"},
+        {"newline after array", "[\"a\"]\n"sv, "[\"a\"]"},
         {"false in array", "[false]"sv, "[false]"},
         {"mixed array", "[null, 1, \"1\", {}]"sv, "[null,1,\"1\",{}]"},
         {"null in array", "[null]"sv, "[null]"},
-        {"newline behind element", "[1\n]"sv, "[1]"},
+        {"newline after element", "[1\n]"sv, "[1]"},
         {"leading blank", " [1]"sv, "[1]"},
         {"trailing blank", "[2] "sv, "[2]"},
         {"several nulls", "[1,null,null,null,2]"sv, "[1,null,null,null,2]"},
@@ -192,7 +192,7 @@ TEST(ParserConformance, ArraysToReject) {
         {"no comma", "[1 true]"sv, nullptr, kPlace},
         {"invalid byte", "[a\xE5]"sv, nullptr, kToken},
         {"colon for comma", "[\"\": 1]"sv, nullptr, kPlace},
-        {"comma behind", "[\"\"],"sv, nullptr, kTrailing},
+        {"comma after array", "[\"\"],"sv, nullptr, kTrailing},
         {"comma and number", "[,1]"sv, nullptr, kPlace},
         {"double comma", "[1,,2]"sv, nullptr, kPlace},
         {"double extra comma", "[\"x\",,]"sv, nullptr, kPlace},
@@ -261,7 +261,7 @@ TEST(ParserConformance, NumbersToReject) {
         {"leading zero", "[012]"sv, nullptr, kToken},
         {"negative leading zero", "[-012]"sv, nullptr, kToken},
         {"negative, no digit before point", "[-.123]"sv, nullptr, kToken},
-        {"letter behind", "[-1x]"sv, nullptr, kPlace},
+        {"letter after number", "[-1x]"sv, nullptr, kPlace},
         {"real with letter", "[1.2a-3]"sv, nullptr, kPlace},
         {"no fraction", "[1.]"sv, nullptr, kToken},
         {"starts with point", "[.123]"sv, nullptr, kToken},
@@ -302,7 +302,7 @@ TEST(ParserConformance, ObjectsToReject) {
         {"unquoted key", "{a: \"b\"}"sv, nullptr, kPlace},
         {"unterminated value", "{\"a\":\"a"sv, nullptr, kToken},
         {"lone string inside", "{ \"foo\" : \"bar\", \"a\" }"sv, nullptr, kPlace},
-        {"garbage behind", "{\"a\":\"b\"}#"sv, nullptr, kTrailing},
+        {"garbage after object", "{\"a\":\"b\"}#"sv, nullptr, kTrailing},
     };
     check_all(kCases, Answer::kRejected);
 }
@@ -324,7 +324,7 @@ TEST(ParserConformance, StringsToReject) {
         {"cut surrogate", "[\"\\uD834\\uDd\"]"sv, nullptr, kToken},
         {"cut surrogate, bad escape", "[\"\\uD800\\uD800\\x\"]"sv, nullptr, kToken},
         {"bad hexadecimal digit", "[\"\\uqqqq\"]"sv, nullptr, kToken},
-        {"invalid byte behind escape", "[\"\\\xE5\"]"sv, nullptr, kToken},
+        {"invalid byte after backslash", "[\"\\\xE5\"]"sv, nullptr, kToken},
         {"invalid byte in u escape", "[\"\\u\xE5\"]"sv, nullptr, kToken},
         {"escape a", "[\"\\a\"]"sv, nullptr, kToken},
         {"leading u escape", "[\\u0020\"asd\"]"sv, nullptr, kToken},
@@ -338,7 +338,7 @@ TEST(ParserConformance, StringsToReject) {
         {"raw tab", "[\"\t\"]"sv, nullptr, kToken},
         {"raw tab, alone", "\"\t\""sv, nullptr, kControl},
         {"capital U", "\"\\UA66D\""sv, nullptr, kEscape},
-        {"garbage behind", "\"\"x"sv, nullptr, kTrailing},
+        {"garbage after string", "\"\"x"sv, nullptr, kTrailing},
     };
     check_all(kCases, Answer::kRejected);
 }

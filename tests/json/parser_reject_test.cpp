@@ -285,7 +285,7 @@ TEST_F(ParserTable, NonAsciiAtTopLevel) {
     check_all(kRows);
 }
 
-// Inside containers, the status depends on where an invalid token stands, not on what is wrong with it.
+// Inside containers, the status depends on the position of an invalid token, not on what is wrong with it.
 TEST_F(ParserTable, ArraysRejected) {
     constexpr Rejected kRows[] = {
         {"[", kEnd, 1},

@@ -35,7 +35,7 @@ TEST_F(KeIniFiles, BecomeJsonWithoutLoss) {
          2,
          "",
          "standard input:4:2: \"x\" is both a key and an argument of the section"},
-        {{"ini", "to-json"}, "[a]\nk = \xFF\n", 2, "", "standard input:2:5: a text is no valid"},
+        {{"ini", "to-json"}, "[a]\nk = \xFF\n", 2, "", "standard input:2:5: a text is not valid"},
         // Names and values end where the parser ends them.
         {{"ini", "to-json", "--compact"},
          "[z \"p q\"]\nk=\"a;b \" # c\n[z r] ; c\n b\t=\ta  b \t# c\r\na=1\n b =2;\nb=x",

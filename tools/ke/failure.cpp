@@ -42,7 +42,7 @@ std::string_view shown_line(std::string_view text, size_t offset, size_t* positi
     return text.substr(first, last - first);
 }
 
-// Returns blanks of the same width as the text, keeping tabs, so that the caret stands under its position.
+// Returns blanks of the same width as the text, keeping tabs, so that the caret appears under its position.
 std::string blank_like(std::string_view text) {
     std::string blanks;
     for (char c : text) {
