@@ -207,7 +207,7 @@ inline status patch_one(json& target, json_view step) {
  * @return 0; ke::err_empty if a handle is empty; WIQ_ERR_WRONG_TYPE (-7018) if the patch is not an
  *         array; WIQ_ERR_INVALID_VALUE (-1011) if a test fails; WIQ_ERR_INVALID_ARG (-7000) for an
  *         unknown operation, or for moving a value into itself; a status of a look-up or of set();
- *         WIQ_ERR_NO_MEMORY (-5000) when out of memory
+ *         WIQ_ERR_NO_MEMORY when out of memory
  */
 inline status apply_patch(json& target, json_view patch) {
     if (!target || !patch)

@@ -422,9 +422,9 @@ class KE_BORROWS_ json_view {
      * counted.
      * @return the number of values, or 2^64 - 1 if there are more; ke::err_empty for an empty view;
      *         WIQ_ERR_JREF_CYCLE (-1052) for references, or weak containers, that lead back to
-     *         themselves; WIQ_ERR_BAD_JSON_TYPE for a damaged value; WIQ_ERR_NO_MEMORY (-5000) when
-     *         out of memory; for a reference that leads nowhere the status of the look-up, such as
-     *         WIQ_ERR_KEY_NOT_FOUND (-1037)
+     *         themselves; WIQ_ERR_BAD_JSON_TYPE (-7014) for a damaged value;
+     *         WIQ_ERR_NO_MEMORY (-5000) when out of memory; for a reference that leads nowhere the
+     *         status of the look-up, such as WIQ_ERR_KEY_NOT_FOUND
      */
     result<u64> expanded_size() const noexcept;
     /** @} */

@@ -131,7 +131,7 @@ class json_visitor {
     json_visitor& operator=(const json_visitor&) = delete;
     virtual ~json_visitor() = default;
 
-    /** Walks a value. Returns 0; ke::err_empty for an empty view; WIQ_ERR_FAILED (-7) if the
+    /** Walks a value. Returns 0; ke::err_empty for an empty view; WIQ_ERR_FAILED if the
      *  visitor cannot be made; WIQ_ERR_NO_MEMORY (-5000) when out of memory to list the keys of an
      *  object; or the failure that ended the walk. */
     ke::status visit(json_view value) {
