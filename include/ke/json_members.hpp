@@ -79,21 +79,24 @@
 #define KE_EACH_63_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_62_(do_, __VA_ARGS__))
 #define KE_EACH_64_(do_, a, ...) do_(a) KE_EXPAND_(KE_EACH_63_(do_, __VA_ARGS__))
 #define KE_PICK_( \
-    a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, a13, a14, a15, a16, a17, a18, a19, a20, a21, a22, \
-    a23, a24, a25, a26, a27, a28, a29, a30, a31, a32, a33, a34, a35, a36, a37, a38, a39, a40, a41, a42, \
-    a43, a44, a45, a46, a47, a48, a49, a50, a51, a52, a53, a54, a55, a56, a57, a58, a59, a60, a61, a62, \
-    a63, a64, name, ...) name
+    a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, a13, a14, a15, a16, a17, a18, a19, a20, \
+    a21, a22, a23, a24, a25, a26, a27, a28, a29, a30, a31, a32, a33, a34, a35, a36, a37, a38, \
+    a39, a40, a41, a42, a43, a44, a45, a46, a47, a48, a49, a50, a51, a52, a53, a54, a55, a56, \
+    a57, a58, a59, a60, a61, a62, a63, a64, \
+    name, ...) name
 #define KE_EACH_(do_, ...) \
     KE_EXPAND_(KE_PICK_(__VA_ARGS__, \
-        KE_EACH_64_, KE_EACH_63_, KE_EACH_62_, KE_EACH_61_, KE_EACH_60_, KE_EACH_59_, KE_EACH_58_, \
-        KE_EACH_57_, KE_EACH_56_, KE_EACH_55_, KE_EACH_54_, KE_EACH_53_, KE_EACH_52_, KE_EACH_51_, \
-        KE_EACH_50_, KE_EACH_49_, KE_EACH_48_, KE_EACH_47_, KE_EACH_46_, KE_EACH_45_, KE_EACH_44_, \
-        KE_EACH_43_, KE_EACH_42_, KE_EACH_41_, KE_EACH_40_, KE_EACH_39_, KE_EACH_38_, KE_EACH_37_, \
-        KE_EACH_36_, KE_EACH_35_, KE_EACH_34_, KE_EACH_33_, KE_EACH_32_, KE_EACH_31_, KE_EACH_30_, \
-        KE_EACH_29_, KE_EACH_28_, KE_EACH_27_, KE_EACH_26_, KE_EACH_25_, KE_EACH_24_, KE_EACH_23_, \
-        KE_EACH_22_, KE_EACH_21_, KE_EACH_20_, KE_EACH_19_, KE_EACH_18_, KE_EACH_17_, KE_EACH_16_, \
-        KE_EACH_15_, KE_EACH_14_, KE_EACH_13_, KE_EACH_12_, KE_EACH_11_, KE_EACH_10_, KE_EACH_9_, \
-        KE_EACH_8_, KE_EACH_7_, KE_EACH_6_, KE_EACH_5_, KE_EACH_4_, KE_EACH_3_, KE_EACH_2_, KE_EACH_1_, \
+        KE_EACH_64_, KE_EACH_63_, KE_EACH_62_, KE_EACH_61_, KE_EACH_60_, KE_EACH_59_, \
+        KE_EACH_58_, KE_EACH_57_, KE_EACH_56_, KE_EACH_55_, KE_EACH_54_, KE_EACH_53_, \
+        KE_EACH_52_, KE_EACH_51_, KE_EACH_50_, KE_EACH_49_, KE_EACH_48_, KE_EACH_47_, \
+        KE_EACH_46_, KE_EACH_45_, KE_EACH_44_, KE_EACH_43_, KE_EACH_42_, KE_EACH_41_, \
+        KE_EACH_40_, KE_EACH_39_, KE_EACH_38_, KE_EACH_37_, KE_EACH_36_, KE_EACH_35_, \
+        KE_EACH_34_, KE_EACH_33_, KE_EACH_32_, KE_EACH_31_, KE_EACH_30_, KE_EACH_29_, \
+        KE_EACH_28_, KE_EACH_27_, KE_EACH_26_, KE_EACH_25_, KE_EACH_24_, KE_EACH_23_, \
+        KE_EACH_22_, KE_EACH_21_, KE_EACH_20_, KE_EACH_19_, KE_EACH_18_, KE_EACH_17_, \
+        KE_EACH_16_, KE_EACH_15_, KE_EACH_14_, KE_EACH_13_, KE_EACH_12_, KE_EACH_11_, \
+        KE_EACH_10_, KE_EACH_9_, KE_EACH_8_, KE_EACH_7_, KE_EACH_6_, KE_EACH_5_, KE_EACH_4_, \
+        KE_EACH_3_, KE_EACH_2_, KE_EACH_1_, \
         none)(do_, __VA_ARGS__))
 // clang-format on
 #define KE_WRITE_MEMBER_(name) KE_TRY(::ke::detail::write_member(ke_out, #name, ke_value.name));

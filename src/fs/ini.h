@@ -8,7 +8,8 @@
 
 namespace ke {
 
-// Does what wiq_ini_parse() does, but returns WIQ_ERR_IO for a line of more than `max_length` bytes.
+// Does what wiq_ini_parse() does, but returns WIQ_ERR_IO for a line of more than `max_length`
+// bytes.
 i32 ini_parse(FILE* stream, WiqIniSectionFn on_section, WiqIniKeyFn on_key, WiqIniErrorFn on_error,
               void* user, size_t max_length);
 

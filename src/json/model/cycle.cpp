@@ -10,8 +10,8 @@
 namespace ke::json {
 namespace {
 
-// Returns the first child, nullptr if the container is empty. A weak container is not the parent of its
-// children, so they are not below it.
+// Returns the first child, nullptr if the container is empty. A weak container is not the parent of
+// its children, so they are not below it.
 wiq_json* first_child(wiq_json* node) {
     if (is_weak(node))
         return nullptr;

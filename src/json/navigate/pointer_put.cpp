@@ -94,8 +94,8 @@ class PointerWriter {
     bool created_ = false;
 };
 
-// What the typed functions share: stores the value that `make` makes, or releases it if it cannot be
-// stored. `make` gets a pointer to the status of making it.
+// What the typed functions share: stores the value that `make` makes, or releases it if it cannot
+// be stored. `make` gets a pointer to the status of making it.
 template <class Make>
 wiq_json_t* put_new(wiq_json_t* root, const char* ptr, u32* err, Make make) {
     u32 made = 0;

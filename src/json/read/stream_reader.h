@@ -1,7 +1,7 @@
-// Reads JSON text from an open stream. The stream is locked as long as the reader lives, and is left
-// as if every byte had come by fgetc(): nothing beyond the byte after a token is read. Where the
-// runtime shows the stream's buffer, the text is read from there, a stretch at a time. Elsewhere each
-// byte is a stretch of its own.
+// Reads JSON text from an open stream. The stream is locked as long as the reader lives, and is
+// left as if every byte had come by fgetc(): nothing beyond the byte after a token is read. Where
+// the runtime shows the stream's buffer, the text is read from there, a stretch at a time.
+// Elsewhere each byte is a stretch of its own.
 #pragma once
 
 #include <algorithm>
@@ -28,9 +28,9 @@ struct SystemStream {
 // The stream is an argument of the template so that a test can choose the stretches, also where the
 // runtime does not show the stream's buffer.
 //
-// Invariants: the bytes from next_ to end_ have not been read yet; those of the stretch before next_
-// are ASCII. The text of the current token is what kept_ holds, followed by the bytes from token_ to
-// next_. The counters cover everything before mark_.
+// Invariants: the bytes from next_ to end_ have not been read yet; those of the stretch before
+// next_ are ASCII. The text of the current token is what kept_ holds, followed by the bytes from
+// token_ to next_. The counters cover everything before mark_.
 template <class Stream>
 class BasicStreamReader {
   public:
@@ -56,8 +56,8 @@ class BasicStreamReader {
             return next_special();
         return *next_++;
     }
-    // Takes back the byte that next() has just returned. Only values above 0 can be taken back, so a
-    // NUL stays consumed. To the stream the byte counts as read all the same.
+    // Takes back the byte that next() has just returned. Only values above 0 can be taken back, so
+    // a NUL stays consumed. To the stream the byte counts as read all the same.
     void unread(int c) {
         if (c > 0) {
             read_to_ = next_;
