@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <random>
+#include <thread>
 
 #include "json/tree.h"
 #include "support/colliding_keys.h"
+#include "support/start_line.h"
 
 namespace {
 
@@ -229,6 +231,35 @@ TEST_F(JsonCollidingKeysAsAMap, Parsed) {
         EXPECT_EQ(wiq_json_obj_size(parsed.get()), static_cast<i32>(count));
         EXPECT_EQ(keys_of(parsed), keys_of(built));
     }
+}
+
+// The random numbers behind an index are drawn when the first chain gets one. In this suite's process, that
+// happens in eight threads at once, each with an object of its own; then all read each other's objects, which
+// they could not if any thread had kept other numbers than the rest.
+TEST(JsonCollidingKeysThreads, DrawTheirRandomNumbersOnce) {
+    constexpr size_t kThreads = 8;
+    const std::vector<std::string> keys = colliding::keys(200);
+    const std::string text = colliding::object_text(keys);
+    StartLine begin(kThreads);
+    StartLine built(kThreads);
+    std::vector<Tree> objects(kThreads);
+    std::vector<size_t> found(kThreads);
+    std::vector<std::thread> threads;
+    for (size_t own = 0; own < kThreads; ++own) {
+        threads.emplace_back([&, own] {
+            begin.arrive_and_wait();
+            objects[own] = Tree(wiq_json_loads(text.c_str(), 0, nullptr));
+            built.arrive_and_wait();
+            for (const Tree& object : objects) {
+                for (const std::string& key : keys)
+                    found[own] += wiq_json_obj_has_key(object.get(), key.c_str());
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const size_t count : found)
+        EXPECT_EQ(count, kThreads * keys.size());
 }
 
 }  // namespace
