@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -491,6 +492,83 @@ TEST(SystemFaultsOfStreams, ADocumentThatBreaksOffIsRejected) {
             EXPECT_EQ(error.status == 0, fails_at == 0);
             wiq_json_unref(root);
             fclose(fp);
+        }
+    }
+}
+
+// A disk that is full after so many bytes, and the stream that writes to it.
+struct Disk {
+    size_t room;
+    std::string written;
+};
+
+ssize_t write_some(void* cookie, const char* from, size_t size) {
+    auto* disk = static_cast<Disk*>(cookie);
+    const size_t count = std::min(size, disk->room - disk->written.size());
+    disk->written.append(from, count);
+    if (count == 0)
+        errno = ENOSPC;
+    return static_cast<ssize_t>(count);
+}
+
+// Whatever fits has been written when the dump fails, and nothing is written twice.
+TEST(SystemFaultsOfStreams, ADiskThatIsFullAfterEachByte) {
+    wiq_json_t* root = wiq_json_loads(
+        "{\"a\": [1, 2.5, \"text\\u00e9\", null, true], \"b\": {\"$ref\": \"/a\"}, \"c\": {}}", 0,
+        nullptr);
+    ASSERT_NE(root, nullptr);
+    for (const u32 flags : {0u, u32{WIQ_JSON_DUMP_PRETTY}}) {
+        char* whole = nullptr;
+        const i32 length = wiq_json_sdump(root, &whole, flags);
+        ASSERT_GT(length, 0);
+        const std::string text = whole;
+        free(whole);
+        for (size_t room = 0; room <= text.size(); ++room) {
+            Disk disk{room, ""};
+            cookie_io_functions_t functions = {};
+            functions.write = write_some;
+            FILE* fp = fopencookie(&disk, "w", functions);
+            ASSERT_NE(fp, nullptr);
+            setvbuf(fp, nullptr, _IONBF, 0);
+            EXPECT_EQ(wiq_json_fdump(root, fp, flags, 0), room < text.size() ? -1 : length) << room;
+            EXPECT_EQ(ferror(fp) != 0, room < text.size()) << room;
+            EXPECT_EQ(disk.written, text.substr(0, room));
+            fclose(fp);
+        }
+    }
+    wiq_json_unref(root);
+}
+
+// One byte at a time, with a failure at each byte: what was read before it has been passed on, once and in
+// order, and nothing else. To a reader of lines, a failure looks like the end of the file.
+TEST(SystemFaultsOfStreams, AnIniFileThatBreaksOff) {
+    const std::string text = "[one]\nkey = value\n; comment\n[two]\nother = \"quoted\"\n";
+    const auto parse = [&text](size_t fails_at, int reason, std::string* seen) {
+        Source source{text, 0, 0, fails_at, reason};
+        FILE* fp = stream_of(&source);
+        const auto on_section = [](const char*, const WiqIniLocation*, const char*,
+                                   const WiqIniLocation*, void* user) {
+            *static_cast<std::string*>(user) += "[";
+            return i32{0};
+        };
+        const auto on_key = [](const char* key, const WiqIniLocation*, const char*,
+                               const WiqIniLocation*, void* user) {
+            *static_cast<std::string*>(user) += key + std::string(";");
+            return i32{0};
+        };
+        const i32 status = wiq_ini_parse(fp, on_section, on_key, nullptr, seen);
+        fclose(fp);
+        return status;
+    };
+    std::string whole;
+    EXPECT_EQ(parse(0, 0, &whole), 0);
+    EXPECT_EQ(whole, "[key;[other;");
+    for (int reason : {EINTR, EIO}) {
+        for (size_t fails_at = 1; fails_at <= text.size() + 1; ++fails_at) {
+            std::string seen;
+            const i32 status = parse(fails_at, reason, &seen);
+            EXPECT_TRUE(status == 0 || status == WIQ_ERR_INI_SYNTAX) << status;
+            EXPECT_EQ(whole.substr(0, seen.size()), seen) << "failing at " << fails_at;
         }
     }
 }
