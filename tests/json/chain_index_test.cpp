@@ -233,9 +233,9 @@ TEST_F(JsonCollidingKeysAsAMap, Parsed) {
     }
 }
 
-// The random numbers behind an index are drawn when the first chain gets one. In this suite's process, that
-// happens in eight threads at once, each with an object of its own; then all read each other's objects, which
-// they could not if any thread had kept other numbers than the rest.
+// The first chain that gets an index makes the library draw random numbers. ctest runs this suite in a process
+// of its own, so eight threads draw them at once, each for its own object. If a thread kept numbers of its
+// own, the others would not find the keys of its object.
 TEST(JsonCollidingKeysThreads, DrawTheirRandomNumbersOnce) {
     constexpr size_t kThreads = 8;
     const std::vector<std::string> keys = colliding::keys(200);
