@@ -103,7 +103,8 @@ inline ChainIndex* index_over(const Members& members, u64 bucket) {
 // an index.
 constexpr u32 kMaxStepsBeforeIndex = 4;
 
-// These continue a search that has passed kMaxStepsBeforeIndex members, at the next one.
+// These continue a search that has followed kMaxStepsBeforeIndex links, at the member it has
+// reached.
 Member* find_after(const Members& members, const Key& key, Member* from);
 Member** link_after(const Members& members, const Key& key, Member** from);
 

@@ -20,9 +20,11 @@ namespace {
 //
 // One round of the outer loop covers the members that would be added between two growths; `size` is
 // the number of buckets that the table would have at that time. The member that causes a growth is
-// linked before it (insert_member() in object.cpp), so it is the last of its round: a table of 2
-// buckets grows when the second member is added, so the first round has two members. `count` is
-// above the load limit of all smaller tables, so only the last round is incomplete.
+// linked before the table grows (insert_member() in object.cpp), so it is the last of its round: a
+// table of 2 buckets grows when the second member is added, so the first round has two members.
+// Only the last round may be incomplete, because `count` is above the load limit of all smaller
+// tables. A table of 2^k buckets has grown k - 1 times, so the first round goes to the front if k
+// is even, and the sides alternate from round to round.
 template <class LinkOf>
 inline bool fill_table(Members* members, Member* const* list, u64 count, LinkOf link_of_key) {
     const u64 buckets = u64{members->mask} + 1;
@@ -49,8 +51,10 @@ inline bool fill_table(Members* members, Member* const* list, u64 count, LinkOf 
 }  // namespace
 
 // A chain without an index is searched step by step, so a large table with many keys in one chain
-// would take quadratic time. The limit prevents that: at a link that does not end the chain,
-// fill_table() gives up. Tables without a tail are small and need no limit.
+// would take quadratic time. The limit prevents that: if it is reached, the link does not end the
+// chain, and fill_table() gives up. This happens when a chain of more than kMaxShortChain members
+// is to get one more, which is also when an index would be made. Tables without a tail are small
+// and need no limit.
 bool build_table(Members* members, Member* const* list, u64 count) {
     if (members->mask < kMinBucketsWithTail - 1) {
         return fill_table(members, list, count,

@@ -41,7 +41,7 @@ struct Member {
     // Returns whether the block has two owners that do not know of each other: this member, which
     // has another child now, and the node that was made with it and follows it in the block. The
     // owner that leaves first clears the mark, and the other one frees the block. They may belong
-    // to different threads.
+    // to different threads. (In a chunk, the chunk's count of blocks says who leaves last.)
     bool is_shared() const { return (word().load(std::memory_order_acquire) & kShared) != 0; }
     void share() { word().fetch_or(kShared, std::memory_order_relaxed); }
     // Clears the mark. Returns whether it was set, that is, whether the other owner still needs the
@@ -95,8 +95,9 @@ inline bool has_key(const Member* member, const Key& key) {
            memcmp(member->key(), key.text, key.length) == 0;
 }
 
-// Chains are longer than this only if somebody chose the keys for it. Such a chain gets an index
-// (chain_index.h) when a member is added to it.
+// Chains are longer than this only if somebody chose the keys for it. A longer chain gets an index
+// (chain_index.h) when one more member is added to it. So a chain of kMaxShortChain + 1 members has
+// no index yet.
 constexpr u32 kMaxShortChain = 16;
 // Walks a chain. Returns the link to the member with this key; if not found, the null link at
 // the end of the chain, where such a member would be added. The table must exist.
@@ -106,8 +107,8 @@ inline Member** link_of(const Members& members, const Key& key) {
         link = &(*link)->next;
     return link;
 }
-// The same, but gives up after `limit` members without the key, and then returns the link after
-// them: a link to a member that does not have the key.
+// The same, but follows at most `limit` links. If the member it has then reached does not have the
+// key either, it returns the link to this member; so it compares up to `limit` + 1 members.
 inline Member** link_within(const Members& members, const Key& key, u32 limit) {
     Member** link = &members.buckets[bucket_of(key.hash, members.mask)];
     for (; *link != nullptr && !has_key(*link, key) && limit != 0; --limit)
@@ -207,9 +208,10 @@ static_assert(load_limit(kMaxBuckets) <= INT32_MAX);
 
 // The longest key that a member can have.
 constexpr size_t kMaxKeyLength = INT32_MAX;
+static_assert(kMaxKeyLength >> 31 == 0, "the highest bit of length_and_mark is the mark");
 
-// Returns the number of buckets of a table to which `size` members, at least one, were added one by
-// one. The first member makes a table of 2 buckets.
+// Returns how many buckets a table has after `size` members, at least one, were added one by one.
+// The first member makes a table of 2 buckets.
 constexpr u64 grown_buckets(u64 size) {
     u64 count = 2;
     while (load_limit(count) < size)
@@ -218,9 +220,9 @@ constexpr u64 grown_buckets(u64 size) {
 }
 
 // Fills an empty table, which must have grown_buckets(count) buckets, so that it looks as if the
-// members had been added one by one. Returns false if two members have the same key, or if a table
-// with a tail would get a chain of more than kMaxShortChain members. The table and the
-// members' links are then useless, and the caller starts again with an empty table.
+// members had been added one by one. Returns false if two members have the same key, or if adding
+// them one by one would make an index. The table and the members' links are then useless, and the
+// caller starts again with an empty table.
 bool build_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json
