@@ -54,6 +54,7 @@ ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
 ChainIndex* ChainIndex::make(u64 buckets) {
     // One entry for each member that the table holds before it grows, and one for the member that
     // makes it grow: that member is linked before the table grows (insert_member() in object.cpp).
+    static_assert(sizeof(ChainIndex) % alignof(Entry) == 0 && alignof(Entry) <= 2 * sizeof(u32));
     const size_t size =
         sizeof(ChainIndex) + 2 * buckets * sizeof(u32) + (load_limit(buckets) + 1) * sizeof(Entry);
     // calloc() takes large blocks from the system, which makes their pages zero when they are first

@@ -54,6 +54,9 @@ bool wiq_json_is_bool(const wiq_json_t* node) {
     return wiq_json_is_true(node) || wiq_json_is_false(node);
 }
 
+static_assert(kJsonI64 + 1 == kJsonU64 && kJsonU64 + 1 == kJsonU128 && kJsonU128 + 1 == kJsonDouble,
+              "the types of numbers follow each other");
+
 bool wiq_json_is_int(const wiq_json_t* node) {
     return node != nullptr && node->type >= kJsonI64 && node->type <= kJsonU128;
 }
