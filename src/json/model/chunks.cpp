@@ -17,7 +17,7 @@ constexpr bool kOneBlockEach = false;
 
 // All sizes are 8 below a multiple of 16: with the 8 bytes that the usual allocators put before a
 // block, they are multiples of 16.
-constexpr size_t kMinChunkSize = 128 - 8;
+static_assert(Chunks::kMinChunkSize % 16 == 8);
 // Together with a document's record, such a chunk takes at most 16 KB.
 constexpr size_t kMaxChunkSize = 16 * 1024 - 64 - 8;
 static_assert(sizeof(Document) <= 64);
@@ -28,7 +28,7 @@ size_t chunk_size(size_t total, size_t block) {
     const size_t needed = sizeof(Chunk) + block;
     if (kOneBlockEach)
         return needed;
-    const size_t least = total == 0 ? kMinChunkSize : 2 * kMinChunkSize;
+    const size_t least = total == 0 ? Chunks::kMinChunkSize : 2 * Chunks::kMinChunkSize;
     const size_t size = std::clamp(total / 2, least, kMaxChunkSize);
     return (std::max(size, needed) + 7) / 16 * 16 + 8;
 }

@@ -62,12 +62,16 @@ inline void share_chunk(Chunk* chunk) {
 // Takes blocks from one chunk after another, and keeps the record of the document that they form.
 class Chunks {
   public:
-    // The greatest distance of a node from its mark, and from the start of its block. A node whose
-    // block directly follows a mark is within the first limit if it is within the second.
+    // The greatest distance of a node from its mark: what the 6 bits of `home` can hold.
     static constexpr size_t kMaxDistance = size_t{63} * 8;
+    // The greatest distance of a node from the start of its block. It leaves room for a mark
+    // directly before the block.
     static constexpr size_t kMaxOffset = kMaxDistance - sizeof(Chunk*);
     // Larger blocks get a chunk of their own.
     static constexpr size_t kMaxBlockSize = 1000;
+    // The size of the first chunk, unless its first block needs more. 8 less than a multiple of 16,
+    // see chunks.cpp.
+    static constexpr size_t kMinChunkSize = 128 - 8;
 
     Chunks() = default;
     Chunks(const Chunks&) = delete;
@@ -103,6 +107,8 @@ class Chunks {
     // Enters a block outside of the chunks in the document's record; an untouched document frees it
     // with free(). Returns false when out of memory.
     bool record(void* block);
+    // Marks the document as touched. This has no effect as long as there is no record: the caller
+    // must know that one exists.
     void touch_document() { touch(document_); }
 
     // Returns the document's record, which then belongs to the caller; nullptr for a document that

@@ -50,7 +50,7 @@ OpenContainers::~OpenContainers() {
     for (; !frames_.empty(); frames_.pop()) {
         const Frame& frame = frames_.top();
         // The container's own member is in neither members_ nor a table yet, so nothing else frees
-        // it.
+        // it. free_member() cannot: it asks the child, and this member has none yet.
         if (member_has_own_block(frame))
             free(frame.member);
         discard_frame(frame);
@@ -148,8 +148,9 @@ i32 OpenContainers::close(wiq_json** root) {
     const i32 status = frame.type == kJsonArray ? finish_array(&frame) : finish_object(&frame);
     if (status != 0)
         return status;
-    // If a key came twice, an object that had several members may have only one now. Then its table
-    // is not recorded, so it may be freed with the object.
+    // If a key came twice, an object that had several members may have only one now. Its table was
+    // then made by finish_with_duplicates() and is not recorded, so it may be freed with the
+    // object. (An object with unique keys was looked at above, before its table was recorded.)
     const TextNode* uri = frame.members_in_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
         return replace_by_reference(uri, root);
@@ -172,7 +173,7 @@ i32 OpenContainers::add_to_outer(wiq_json* node, Member* member, const Frame& fr
 // Records the table of the innermost container, unless it is the root's, which is freed with the
 // root. Returns false when out of memory. It must be called while either the table is empty or no
 // child of the frame waits in elems_ or members_, so that a failure leaves every child with one
-// owner.
+// owner. For a container without a table it does nothing.
 bool OpenContainers::record_table_of(const Frame& frame) {
     return frames_.size() == 1 || record_table(&chunks_, frame.node);
 }
@@ -236,8 +237,8 @@ i32 OpenContainers::finish_object(Frame* frame) {
     Member** const members = members_of(*frame);
     if (count != 0 && !build_table(&obj->members, members, count))
         return finish_with_duplicates(frame);
-    // The table has no index, since build_table() refuses long chains.
-    // The children of a container that was made early know it already.
+    // The table has no index: build_table() fails where one would be made. The children of a
+    // container that was made early have it as parent already.
     for (size_t i = 0; i < count && !early; ++i)
         link_to_parent(obj, members[i], members[i]->child);
     return 0;
@@ -247,12 +248,14 @@ i32 OpenContainers::finish_object(Frame* frame) {
 // ones with the same key. attach_member() also links each child to its parent. If an insertion
 // fails, the members that are not in the table yet stay in members_.
 //
-// build_table() also refuses members that share a long chain. They come here, too, and the table
-// gets an index.
+// Objects with a long chain, which build_table() refuses, too, are also filled here. Their tables
+// get an index.
 i32 OpenContainers::finish_with_duplicates(Frame* frame) {
     // The table may be recorded and is freed now; replaced members and their children are freed,
-    // too. So the record must never free the blocks in it. The touch is not lost: the first chunk
-    // is too small for two members, so the document already has a record.
+    // too. So the record must never free the blocks in it. The touch is not lost, because a record
+    // exists: a document has one unless all its blocks are in its first chunk, and that is too
+    // small for two members.
+    static_assert(sizeof(Chunk) + 2 * (member_span(0) + sizeof(wiq_json)) > Chunks::kMinChunkSize);
     chunks_.touch_document();
     drop_table(frame->node);
     auto* obj = as<ObjectNode>(frame->node);
@@ -285,6 +288,8 @@ i32 OpenContainers::replace_by_reference(const TextNode* uri, wiq_json** root) {
                                         frame.is_member ? &frame.key : nullptr, chunks_of_top());
     if (reference == nullptr)
         return WIQ_ERR_NO_MEMORY;
+    // The container's own member has its own block only if the key is too long to share one. Then
+    // the reference has no member in its block either.
     Member* member = member_has_own_block(frame) ? frame.member : nullptr;
     if (member == nullptr && frame.is_member && !has_member_in_block(reference)) {
         member = member_for(reference, frame.key, &chunks_);

@@ -2,13 +2,14 @@
 // with its table after it in one block, because only then is the size of its table known. Until
 // then its children wait in a list, in the order in which they came.
 //
-//   frames           one for each open container: its type, its key, where its children begin
-//   elems, members   the children of the outermost container, then those of the next one, ...
+//   frames_            one for each open container: its type, its key, where its children begin
+//   elems_, members_   the children of the outermost container, then those of the next one, ...
 //
 // For example, after `{"a": [1, 2` there are two frames, the object's and the array's. The nodes 1
-// and 2 wait in elems; members is empty, as "a" gets its member when the array closes.
+// and 2 wait in elems_; members_ is empty, as "a" gets its member when the array closes.
 //
-// Some containers are made earlier, and from then on their children have them as parent:
+// Some containers are made early, without a table, and from then on their children have them as
+// parent:
 //   - one with more children than a table in the node's block can hold;
 //   - one whose key lies in memory that the next token overwrites;
 //   - an object whose keys must be unique. Its members go into its own table at once.
@@ -38,7 +39,7 @@ class OpenContainers {
     // Returns where the memory of the next value comes from: nullptr for the root, which has a
     // block of its own.
     Chunks* chunks() { return frames_.empty() ? nullptr : &chunks_; }
-    // The same if a container is open.
+    // The same when a container is known to be open.
     Chunks* chunks_of_children() { return &chunks_; }
 
     // Opens a container. If it is to be a member, `key` is its key, and `key_stays` tells whether
@@ -76,8 +77,10 @@ class OpenContainers {
     struct Frame {
         wiq_json* node;  // nullptr until it is made
         Member* member;  // the container's own; nullptr unless it was made early and is a member
-        Key key;         // the container's own, if it is a member
-        size_t first;    // where its children begin in elems_ or members_
+        // The container's own, if it is a member. The text stays readable while the container is
+        // open: it is either in the source or in `member`.
+        Key key;
+        size_t first;  // where its children begin in elems_ or members_
         u16 type;
         bool is_member;
         bool members_in_table;  // its members are in the node's table already, not in members_
