@@ -2,7 +2,7 @@
 //
 // Releasing a tree needs neither recursion nor memory. A dying container remembers in its own
 // fields which children are left, and the way back to the dying container from which it was taken.
-// What the fields then stand for is declared in `namespace dying`. The order is that of a recursive
+// `namespace dying` declares what the fields then stand for. The order is that of a recursive
 // release: the whole subtree of a child before the next child.
 
 #include "json/model/refcount.h"
@@ -20,8 +20,10 @@ namespace ke::json {
 namespace {
 
 // Added to the count of a container while it is being emptied. A weak container in its subtree may
-// hold a reference to it. When that is given up, the count stays far above 0, so the container is
-// not released a second time.
+// still hold a reference to it. For example, a new root has a count of 0; a weak array below it
+// that lists the root raises this to 1, and one wiq_json_unref() releases the root. When the weak
+// array then gives up its reference, the count stays far above 0, so the root is not released a
+// second time.
 constexpr i32 kDying = 1 << 30;
 
 void set_count(wiq_json* node, i32 count) {
@@ -64,13 +66,14 @@ i32 give_up_reference(wiq_json* node) {
 // Drops a container's reference to a child; `weak` tells whether the container is weak. Returns
 // whether the child is to be destroyed; otherwise the child may be gone already, as another owner
 // may have freed it since. If a strong container has the only reference, the child's header stays
-// unchanged, with a count of 1 and the container as parent: it is not worth writing to memory that
-// is about to be freed.
+// unchanged, with a count of 1 and the container as parent, to save the writes to memory that is
+// about to be freed.
 inline bool give_up_child(bool weak, wiq_json* child) {
     if (!weak) {
         if (has_one_owner(child))
             return true;
-        // This must come before the reference is given up.
+        // This must come before the reference is given up: afterwards another owner may free the
+        // child, and it would not do so if the child still had a parent.
         unlink_from_parent(child);
     }
     return is_dead(child, give_up_reference(child));
@@ -108,13 +111,13 @@ void order_by_address(const Members& members) {
     }
 }
 
-// What the fields of a container stand for while it dies, until drop_table() zeroes them. Whoever
-// still holds a reference to it (a weak container in its subtree may) uses nothing but its count in
-// that time.
+// What the fields of a container stand for while it dies, until drop_table() zeroes them. Meanwhile
+// a weak container in its subtree may still hold a reference to it, but uses only its count.
 //
-// Freeing a large block makes malloc consolidate every free small block. So a container with many
-// children is turned into a chain of them before it is emptied, and its table is freed first, while
-// there are few free small blocks. The chain is in the same union as the table's address.
+// Freeing a large block makes malloc consolidate every free small block. So before a container with
+// many children is emptied, these are linked to a chain and its table is freed, while there are few
+// free small blocks. The chain is in the same union as the table's address; when it is empty, there
+// is simply no table.
 namespace dying {
 
 // The dying container from which this one was taken. Not used for the outermost one.
@@ -127,8 +130,8 @@ i32& slots_left(Elements& elems) {
     return elems.size;
 }
 
-// Of an object with a table: the buckets before this number hold the members that are left. It is
-// not the number of members.
+// Of an object with a table: the buckets before this number hold the members that are left. So
+// while the object dies, `size` is not its number of members.
 u32& buckets_left(Members& members) {
     return members.size;
 }
@@ -153,8 +156,8 @@ void set_chain(Elements& elems, wiq_json* chain) {
     elems.capacity = kChainedElems;
 }
 
-// A container with more children than this becomes a chain. No inline table holds so many, so the
-// table is freed without asking is_inline().
+// A container with more children than this becomes a chain. No inline table holds so many, so its
+// table has a block of its own, which chain_members() and chain_elems() may free.
 constexpr u64 kMaxChildrenInTable = kMaxInlineSlots;
 static_assert(kMaxInlineMembers <= kMaxChildrenInTable && kMaxInlineSlots <= kMaxChildrenInTable);
 
@@ -289,7 +292,8 @@ wiq_json* take_next_child(wiq_json* node) {
 }
 
 // Takes the record from a root that dies, if it has one. If the document is untouched, everything
-// below the root is freed at once. Returns whether that was done.
+// below the root is freed at once. Returns whether that was done. (No block that a FreedNodes still
+// counts is among what is freed: whatever took a node out of a document has touched it.)
 bool release_document(wiq_json* root) {
     Document* document = take_document(root);
     // Relaxed order is enough, see touch() in document.h.
@@ -331,8 +335,8 @@ void release_children(wiq_json* top) {
                 drop_table(child);
                 freed.add(child);
             } else {
-                // Nobody else holds the child, so its count and parent can serve the release. The
-                // loop goes down into it.
+                // Nobody else holds the child, so its count and parent are free for the release.
+                // The loop goes down into it.
                 set_count(child, kDying);
                 dying::container_above(child) = node;
                 begin_emptying(child);

@@ -33,8 +33,8 @@ i32 reserve_slots(ArrayNode* array, i32 capacity) {
     return 0;
 }
 
-// Serves both kinds of table. A large container was turned into a chain, which is empty by now: the
-// null pointer in the place of the table is freed without effect.
+// Also called for a large container that refcount.cpp has turned into a chain of its children. The
+// chain is empty by now: the null pointer in the place of the table is freed without effect.
 void drop_table(wiq_json* container) {
     if (container->type == kJsonArray) {
         auto* array = as<ArrayNode>(container);
