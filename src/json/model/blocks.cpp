@@ -6,10 +6,11 @@
 
 namespace ke::json {
 
-// Frees a member that does not share a block with its child. Either it has a block of its own, or
-// it shares one with an earlier child, with which it was made and which may have been freed
-// already. Only in the latter case is the member marked as shared. Then the header of that child
-// can still be read, since the member is an owner of the block.
+// Either the member has a block of its own, or it shares one with an earlier child, with which it
+// was made. Only in the latter case can the member be marked as shared. Then the header of that
+// child can still be read, even if the child has been released, since the member owns the block,
+// too. The mark may also be gone because the earlier child left first; the block is then the
+// member's alone.
 void free_separate_member(Member* member) {
     if (member->is_shared()) {
         auto* made_with = reinterpret_cast<wiq_json*>(end_of(member));

@@ -27,19 +27,20 @@ inline char* end_of(const Member* member) {
     return reinterpret_cast<char*>(const_cast<Member*>(member)) + member_span(member->key_length());
 }
 
-// Returns whether a node that was made with a key has its member before it in its block. Such a
-// node is at least the size of a member away from the start of the block or from its mark. A node
-// without one stands at the start of its block or directly after the mark of its own chunk, or it
-// is a root that has a record. The answer says nothing about a node that was made without a key in
-// a chunk.
+// Returns whether a node has its member before it in its block: then it is at least the size of a
+// member away from the start of the block or from its mark. A node whose member is elsewhere stands
+// at the start of its block or directly after the mark of its own chunk, or is a root that has a
+// record. For a node that was made in a chunk without a key, the answer means nothing: it may be
+// far from its mark, too.
 inline bool has_member_in_block(const wiq_json* node) {
     static_assert(Chunks::kDistanceAlone < member_span(0) / 8 && kHomeOfRoot < member_span(0) / 8);
     return node->home > Chunks::kDistanceAlone;
 }
 
-// Returns whether a member and its child were made in one block, the node directly after its
-// member. No other node that may have a member directly follows one: in a chunk, a mark, the
-// chunk's header or another node precedes it.
+// Returns whether a member and its child were made in one block, where the node directly follows
+// the member. The first test excludes nodes that begin an allocation, which may happen to lie after
+// a member's block. Any other node either follows the member with which it was made or, in a chunk,
+// a mark or another node. So a node that follows this member was made with it.
 inline bool shares_block(const Member* member, const wiq_json* child) {
     return has_member_in_block(child) && end_of(member) == reinterpret_cast<const char*>(child);
 }
@@ -93,7 +94,7 @@ inline Document* take_document(wiq_json* node) {
     return std::exchange(node->position.document, nullptr);
 }
 
-// Marks the document as touched that a node lies in, or of which it is the root.
+// Marks as touched the document in which a node lies, or whose root it is.
 inline void touch(wiq_json* node) {
     if (node->in_chunk != 0)
         touch((*mark_of(node))->document);
@@ -101,8 +102,9 @@ inline void touch(wiq_json* node) {
         touch(node->position.document);
 }
 
-// These change a node's reference count as any thread may at any time, and return the new value. A
-// new reference to a node in a chunk touches its document; a reference to the root does not.
+// These change a node's reference count atomically, since any thread may do so at any time, and
+// return the new value. A new reference to a node in a chunk touches its document; a reference to
+// the root does not.
 inline i32 count_up(wiq_json* node) {
     if (node->in_chunk != 0)
         touch((*mark_of(node))->document);
@@ -114,8 +116,8 @@ inline i32 count_down(wiq_json* node) {
 
 // Called before a container that callers may know gets a child. A strong container touches its own
 // document and the child's. If the child is a root, it loses its record, because the position of a
-// child replaces it. A weak container leaves its children alone, since several threads may add one
-// root to weak containers of theirs at once.
+// child replaces it. A weak container changes nothing in its children, because several threads may
+// at once add the same root, each to a weak container of its own.
 inline void touch_to_attach(wiq_json* container, wiq_json* child) {
     if (is_weak(container))
         return;
@@ -160,9 +162,10 @@ inline void drop_node(wiq_json* node) {
         free_node_outside_chunks(node);
 }
 
-// Frees a member that is in no table. Its child must be alive: the child's header says whether the
-// child owns the block, and then nothing is done.
+// Frees a member that does not share a block with its child.
 void free_separate_member(Member* member);
+// Frees a member that is in no table, unless its block belongs to its child, whose header says so.
+// The child must therefore be alive.
 inline void free_member(Member* member) {
     if (!shares_block(member, member->child))
         free_separate_member(member);

@@ -10,8 +10,8 @@
 namespace ke::json {
 namespace {
 
-// Returns the first child, nullptr if the container is empty. A weak container is not the parent of
-// its children, so they are not below it.
+// Returns the first node below a node, or nullptr. A weak container is not the parent of its
+// children, so they are not below it.
 wiq_json* first_child(wiq_json* node) {
     if (is_weak(node))
         return nullptr;
@@ -71,8 +71,9 @@ bool would_form_cycle(const wiq_json* container, wiq_json* child) {
         // if it is this root.
         if (up->parent == nullptr)
             return up == child;
-        // The walk through the subtree need not look for the container: it meets a node of depth n
-        // after n steps at least, and by then the way up from that node has ended at the child.
+        // The walk through the subtree need not compare its nodes with the container. If the
+        // container is n levels below the child, the walk needs at least n steps to get there, and
+        // by then the way up has climbed these n levels and ended at the child.
         below = next_below(child, below);
         if (below == nullptr)
             return false;

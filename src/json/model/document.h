@@ -31,7 +31,7 @@ struct Document {
 //
 // Relaxed order is enough. Only a thread that may use the document touches it, and it gives up its
 // own references afterwards, or hands them on with the ordering that all sharing of nodes needs. So
-// each touch happens before the root's last reference is given up, when the flag is read.
+// each touch happens before the root's last reference is given up, and the flag is read after that.
 inline void touch(Document* document) {
     if (document != nullptr && !document->touched.load(std::memory_order_relaxed))
         document->touched.store(true, std::memory_order_relaxed);

@@ -26,7 +26,8 @@ constexpr size_t kSizeInChunk = (sizeof(Node) + 7) / 8 * 8;
 wiq_json* allocate_node(u16 type, size_t size, const Key* key, Chunks* chunks);
 
 // These two make a node in a chunk. They serve the usual elements and members of a document, whose
-// sizes are known at compile time; a node directly follows its member.
+// sizes are known at compile time. The key of a member must not be longer than
+// kMaxKeyLengthWithNode; the node directly follows its member.
 template <class Node>
 inline Node* new_elem(u16 type, Chunks* chunks) {
     char* block = chunks->take(kSizeInChunk<Node>, 0);
@@ -73,8 +74,8 @@ inline Node* new_node_of(u16 type, const Value& value, const Key* key = nullptr,
 wiq_json* new_text_node(u16 type, const char* text, size_t length, const Key* key = nullptr,
                         Chunks* chunks = nullptr);
 
-// Returns a string node with a copy of the text, or without text if there is memory for the node
-// alone. Returns nullptr when out of memory.
+// Returns a string node with a copy of the text; if there is only enough memory for a node without
+// text, such a node. Returns nullptr when out of memory.
 wiq_json* new_string(const char* text, const Key* key = nullptr);
 
 // Return an empty object or array with room for `capacity` children; `flags` is 0 or kJsonWeak.

@@ -14,36 +14,38 @@
 //   array               its Elements, and perhaps its table
 //
 // A container that is made with room for a few children has its table directly after its node, in
-// the same block. When the container outgrows that table, it gets one in a block of its own; the
-// room after the node then stays unused. All other tables are in blocks of their own from the
-// beginning.
+// the same block; the bit `has_inline_room` says that there is such room. A container that outgrows
+// this table gets one in a block of its own, and the room after the node then stays unused. All
+// other tables have blocks of their own from the beginning.
 //
-// A node that is made as an object's member shares one block with that member:
+// A node that is made as an object's member usually shares one block with that member:
 //
 //                       ┌───────────────────┬──────────────┬───────────────────┐
 //                       │ Member            │ k e y ... \0 │ node, its text    │
 //                       └───────────────────┴──────────────┴───────────────────┘
 //                       ◄──────── home, in units of 8 ─────►
 //
-// `home` is the distance from the start of the block to the node; it is 0 for a node that stands at
-// the start of its block. The block belongs to the node, which outlives the member: a member that
-// leaves its object does not free the block, and is never used again. If another child takes the
-// node's place, the member stays in the object and the block has two owners: the member and the
-// node. The one that leaves last frees the block. A member has a block of its own if its node was
-// made before it was put into the object, if the node is large, or if the key is long. The bit
-// `has_inline_room` says that there is room for a table after a container's node.
+// `home` is the distance from the start of the block to the node; it is 0 for a node at the start
+// of its block. A member has a block of its own if its node was made before it was put into the
+// object, if the node is large, or if the key is long.
+//
+// A shared block belongs to the node, which may outlive the member: a member that leaves its object
+// does not free the block, and is never used again. But if another child takes the node's place,
+// the member stays in the object, and the block has two owners, the member and the node. The one
+// that leaves last frees the block.
 //
 // The parser and a copy place the blocks of all their nodes, except roots, in chunks (chunks.h).
 // The bit `in_chunk` says so, and `home` is then the distance from the last mark before the node.
-// The owners of a block are the same as above, but a member that stays when another child takes its
-// node's place counts as one more block of the chunk. `home`, `in_chunk` and `has_inline_room` are
-// written when the node is made and do not change while it lives, except for `home` in a root:
+// Such a block has the same owners, but each owner counts as one block of the chunk, and it is the
+// chunk that is freed with the last of them.
 //
-// A root has a block of its own. If its document has a record (document.h), the root's `home` is
-// kHomeOfRoot, which is no distance, and its position is the record. The record is taken from the
-// root, and `home` set back to 0, before the root gets a parent or is freed.
+// `home`, `in_chunk` and `has_inline_room` are written when the node is made and do not change
+// while it lives, with one exception: the `home` of a root. A root has a block of its own. If its
+// document has a record (document.h), `home` is kHomeOfRoot, which is no distance, and the position
+// is the record. Before the root gets a parent or is freed, the record is taken from it and `home`
+// is set back to 0.
 //
-// The model itself releases what a container holds, in refcount.cpp, without recursion.
+// refcount.cpp releases what a container holds, without recursion.
 #pragma once
 
 #include "json/model/chunks.h"
@@ -168,9 +170,8 @@ inline i32 size_of(const ArrayNode* array) {
     return array->elems.size;
 }
 
-// The `home` of a root with a record, see above. Without `in_chunk` it cannot be a distance: a node
-// that shares its block with a member is farther from the start of the block, see the assertion
-// after member_span().
+// The `home` of a root with a record, see above. It cannot be taken for the distance of a node
+// outside of chunks: that is 0, or at least the size of a member (asserted after member_span()).
 constexpr u8 kHomeOfRoot = 1;
 inline bool has_document(const wiq_json* node) {
     return node->home == kHomeOfRoot && node->in_chunk == 0;

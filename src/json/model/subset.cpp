@@ -65,7 +65,7 @@ inline Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
         case kJsonObject:
         case kJsonArray:
             return Answer::kLookInside;
-        case kJsonI64:
+        case kJsonI64:  // has its 64 bits where a U64Node has them
         case kJsonU64:
             same = as<U64Node>(a)->value == as<U64Node>(b)->value;
             break;
@@ -100,9 +100,10 @@ struct Pair {
 // The three machines below work alike. start() begins and next() continues: they compare pairs of
 // children until the machine has its answer, which they return, or until they meet two containers.
 // Then they store these in *question and return kLookInside. resume() takes the answer to the
-// question and continues.
+// question and continues. *question means nothing with any other answer.
 
-// Objects: each member of a must have its counterpart, with the same key, in b.
+// Objects: each member of a must have its counterpart, with the same key, in b. The machine moves
+// on to the next member before it asks its question.
 struct ObjectMatch {
     const ObjectNode* a;
     const ObjectNode* b;
@@ -146,7 +147,8 @@ struct ObjectMatch {
 
 // Arrays in which b may have other elements between those that match. Each element of a is matched
 // with the first element of b, after the last match, that contains it. To take a later one could
-// only leave less of b for the rest of a, so the machine never goes back.
+// only leave less of b for the rest of a, so the machine never goes back. It moves on when it has
+// the answer to its question, and so does RunMatch.
 struct GapMatch {
     const ArrayNode* a;
     const ArrayNode* b;
@@ -187,8 +189,8 @@ struct GapMatch {
 };
 
 // Arrays in which a must be one run of b: all of a is tried at offset 0 of b, then at offset 1, and
-// so on. Only here do the flags for prefix and length have a meaning; the latter only with the
-// former.
+// so on. Only here does the flag for a prefix matter, and the flag for the length only together
+// with it.
 struct RunMatch {
     const ArrayNode* a;
     const ArrayNode* b;
@@ -284,7 +286,8 @@ Answer resume(Match* match, bool matched, Pair* question) {
     }
 }
 
-// Compares two containers. If the stack cannot grow, the answer is no.
+// Compares two containers. If the stack cannot grow, the answer is no. Circles, which only weak
+// containers can form, are not detected: a comparison that goes round in them ends only there.
 bool compare_containers(Pair pair, u32 flags) {
     SmallStack<Match, 16> waiting;
     for (;;) {
