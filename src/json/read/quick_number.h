@@ -4,6 +4,7 @@
 #pragma once
 
 #include <bit>
+#include <cfloat>
 #include <cstdint>
 #include <cstring>
 
@@ -26,6 +27,7 @@ struct QuickNumber {
 // A significand of up to 2^53 and powers of ten up to 10^22 are doubles without rounding. So their
 // product or quotient is rounded only once, which gives the correct result (W. D. Clinger, "How to
 // Read Floating Point Numbers Accurately", 1990).
+static_assert(FLT_EVAL_METHOD == 0, "a result in a wider format would be rounded twice");
 constexpr u64 kExactSignificand = u64{1} << 53;
 constexpr int kExactPower = 22;
 inline constexpr double kPowersOfTen[kExactPower + 1] = {
@@ -54,7 +56,8 @@ struct PowersOfFive {
         for (int i = -1; i >= kMinPower; --i, power *= 5) {
             // Long division of 2^(bits + 127) by the power, one binary digit after another. The
             // quotient has 128 digits, because 2^bits is at least the power and less than its
-            // double. 5^27 has fewer than 64 bits, so `rest` cannot overflow.
+            // double. 5^27 has fewer than 64 bits, so `rest` cannot overflow. No division comes out
+            // even, so adding 1 to the quotient rounds it up.
             int bits = 0;
             while (u128{1} << bits < power)
                 ++bits;
@@ -73,6 +76,9 @@ struct PowersOfFive {
     Value values[kMaxPower - kMinPower + 1];
 };
 inline constexpr PowersOfFive kPowersOfFive;
+static_assert(kPowersOfFive.values[0].hi >> 63 == 1 &&
+                  kPowersOfFive.values[kMaxPower - kMinPower].hi >> 63 == 1,
+              "the highest bit of every significand is set");
 
 // Returns significand * 10^power, correctly rounded. The significand must not be 0, and the power
 // must lie between kMinPower and kMaxPower; all results are then normal numbers. This is
@@ -85,8 +91,9 @@ inline constexpr PowersOfFive kPowersOfFive;
     const int shift = std::countl_zero(significand);
     significand <<= shift;
     u128 product = static_cast<u128>(significand) * five.hi;
-    // The low half of the power adds less than 1 to the upper half of the product. That can only
-    // matter if it carries into the bits that are kept, so if all bits below them are set.
+    // The low half of the power would add at most 1 to the upper half of the product. That only
+    // matters if it carries into the bits that are kept, so if all bits below them are set: nine or
+    // ten bits, of which the lowest nine are tested.
     constexpr u64 kBelow = ~u64{0} >> (kMantissaBits + 3);
     if ((static_cast<u64>(product >> 64) & kBelow) == kBelow)
         product += static_cast<u128>(significand) * five.lo >> 64;
@@ -97,10 +104,11 @@ inline constexpr PowersOfFive kPowersOfFive;
     u64 mantissa = hi >> extra;
     // floor(power * log2(10)) by a multiplication, which is right for these powers.
     int exponent = ((217706 * power) >> 16) + 63 + upper - shift + 1023;
-    // The next step rounds up if the last bit is set. But a product halfway between two doubles,
-    // which only these powers can give, must be rounded to the even one. So if the result would
-    // become odd, its last bit is cleared. A product is halfway if no bit after the last one is
-    // set; the 1 allows for a reciprocal that was rounded up.
+    // The next step rounds up if the last bit of the mantissa is set. But a product halfway between
+    // two doubles, which only the powers from -4 to 23 can give, must be rounded to the even one.
+    // So if rounding up would make the result odd, the last bit is cleared, and the step rounds
+    // down. A product is halfway if no bit after that last bit is set; the 1 allows for a
+    // reciprocal that was rounded up.
     if (static_cast<u64>(product) <= 1 && power >= -4 && power <= 23 && (mantissa & 3) == 1 &&
         mantissa << extra == hi)
         mantissa &= ~u64{1};
@@ -123,13 +131,15 @@ inline EightDigits read_eight_digits(const char* p) {
     memcpy(&bytes, p, sizeof(bytes));
     constexpr u64 kOnes = 0x0101010101010101;
     // In `others`, the high bit of a byte is set if the character is above "9" or below "0". Only
-    // the byte of such a character can give a carry, so all bytes up to the first one are right.
+    // the byte of such a character can carry into the next byte, so the first such byte and all
+    // before it are right.
     const u64 digits = bytes ^ ('0' * kOnes);
     const u64 others = (digits | (digits + (0x7F - 9) * kOnes)) & (0x80 * kOnes);
     const int count = others == 0 ? 8 : std::countr_zero(others) / 8;
     // Shifts the digits to the end, with zeros before them, so that what followed them is lost.
-    // Then pairs, groups of four and all eight are combined. For example, 2561 is 10 * 256 + 1, so
-    // the first product adds ten times each digit to the one after it.
+    // Then digits are combined into pairs, pairs into groups of four, and these into one number.
+    // For example, 2561 is 10 * 256 + 1, so the first product adds ten times each digit to the one
+    // after it.
     u64 value = count == 0 ? 0 : digits << (8 * (8 - count));
     value = (value & (0x0F * kOnes)) * 2561 >> 8;
     value = (value & 0x00FF00FF00FF00FF) * 6553601 >> 16;
@@ -174,8 +184,9 @@ inline const char* read_exponent(const char* p, int* exponent) {
 }
 
 // Reads the number at `first`. The text must end in a byte that cannot occur in a number, and be
-// readable up to `safe_end`. Returns kNone for anything that the fast path cannot both validate and
-// convert, and for a number that is followed by a byte beyond ASCII, which makes it invalid.
+// readable up to `safe_end`. Returns kNone for anything that the fast path cannot validate, for
+// integers that do not fit an i64, and for a number that is followed by a byte beyond ASCII, which
+// makes it invalid. Any other byte may follow; what it means is for the next token.
 [[gnu::always_inline]] inline QuickNumber read_number(const char* first, const char* safe_end) {
     constexpr ptrdiff_t kMaxDigits = 19;  // of a significand: all of them fit
     const bool negative = *first == '-';
@@ -193,8 +204,8 @@ inline const char* read_exponent(const char* p, int* exponent) {
         if (p == fraction)
             return {};
         count += p - fraction;
-        // With more digits, neither the significand nor the power is used, and the number of digits
-        // may not fit an int.
+        // With more digits, neither the significand nor the power is used, so the power may be any;
+        // the number of digits might not fit an int.
         power = count <= kMaxDigits ? -static_cast<int>(p - fraction) : 0;
         is_real = true;
     }
