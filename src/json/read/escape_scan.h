@@ -1,5 +1,6 @@
-// Finds the end of a run of characters that the serializer copies unchanged: ASCII from 0x20 up,
-// except the quote and the backslash. With SSE2, which every x86-64 processor has, sixteen bytes
+// Finds the end of a run of plain characters: ASCII from 0x20 up, except the quote and the
+// backslash. In a JSON string they stand for themselves: the parser takes them and the serializer
+// copies them unchanged. With SSE2, which every x86-64 processor has, sixteen bytes
 // are examined at a time. The bytewise form serves other machines, the ends of texts, and tests as
 // a reference.
 #pragma once
@@ -44,7 +45,7 @@ inline const char* skip_plain_ascii(const char* p, const char* end) {
     return skip_plain_ascii_bytewise(p, end);
 }
 
-// Copies `count` bytes and returns whether all of them are such characters. Nothing after `out` +
+// Copies `count` bytes and returns whether all of them are plain characters. Nothing after `out` +
 // `count` is written.
 inline bool copy_plain_ascii(char* out, const char* p, size_t count) {
 #if defined(__SSE2__)
@@ -83,6 +84,7 @@ inline bool copy_plain_ascii(char* out, const char* p, size_t count) {
         memcpy(&last, p + count - 4, sizeof(last));
         memcpy(out, &first, sizeof(first));
         memcpy(out + count - 4, &last, sizeof(last));
+        // The upper half is zero, which must not count.
         const __m128i both = _mm_unpacklo_epi32(_mm_cvtsi32_si128(first), _mm_cvtsi32_si128(last));
         return (_mm_movemask_epi8(special(both)) & 0xFF) == 0;
     }

@@ -69,9 +69,9 @@ class Lexer {
     Lexer(const Lexer&) = delete;
     Lexer& operator=(const Lexer&) = delete;
 
-    // Reads the next token. Returns 0, or the status of the failure; the token is then
-    // kTokenInvalid, except that it may be any after WIQ_ERR_NO_MEMORY. At the end of the text the
-    // token is kTokenEnd and the status 0.
+    // Reads the next token. At the end of the text the token is kTokenEnd and the status 0. Returns
+    // 0, or the status of the failure. After a failure the token is kTokenInvalid; only after
+    // WIQ_ERR_NO_MEMORY it may be any.
     i32 scan() {
         const int c = reader_.first_of_token();
         switch (c) {
@@ -122,7 +122,7 @@ class Lexer {
     i32 scan_longer(int c) {
         if (c == '"')
             return scan_string();
-        // kTokenEnd for the end; otherwise a failure or a byte beyond ASCII.
+        // The end, which is a token; or a failure or a byte beyond ASCII.
         if (c < 0) {
             current_.token = c == WIQ_ERR_EOF ? kTokenEnd : kTokenInvalid;
             return c == WIQ_ERR_EOF ? 0 : c;
@@ -225,7 +225,8 @@ class Lexer {
         return convert_number(text, is_real);
     }
 
-    // Converts a number whose syntax was checked; only a byte beyond ASCII may still follow it.
+    // Converts a number whose syntax was checked. If it is followed by a byte beyond ASCII, that
+    // byte is the last of `text`.
     i32 convert_number(std::string_view text, bool is_real) {
         const char* first = text.data();
         const char* last = first + text.size();
@@ -273,8 +274,8 @@ class Lexer {
         return string_value(text.data() + 1, text.data() + text.size() - 1, escaped);
     }
 
-    // Checks the escape after a backslash. Whether a "\u" escape stands for a valid character is
-    // found out only by decode_string().
+    // Checks the escape after a backslash. Only decode_string() finds out whether a "\u" escape
+    // stands for a valid character.
     bool scan_escape() {
         if (reader_.skip_unicode_escape())
             return true;

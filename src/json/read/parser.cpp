@@ -3,8 +3,9 @@
 //
 // Inside containers the parser only uses the kind of a token, not the status of reading it: a token
 // that cannot be read gives WIQ_ERR_JSON_BAD_TOKEN where a value is expected, and
-// WIQ_ERR_JSON_UNEXPECTED_TOKEN where a comma, a colon, a key or a bracket is. Only the first token
-// of a text reports its own status. WIQ_ERR_NO_MEMORY is the exception: it is reported everywhere.
+// WIQ_ERR_JSON_UNEXPECTED_TOKEN where a comma, a colon, a key or a closing bracket is expected.
+// Only the first token of a text reports its own status. WIQ_ERR_NO_MEMORY is the exception: it is
+// reported everywhere.
 
 #include "json/model/make.h"
 #include "json/read/lexer.h"

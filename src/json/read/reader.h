@@ -11,7 +11,7 @@
 //   WIQ_ERR_JSON_BAD_UTF8   an invalid sequence (-1049), of which nothing is counted; all later
 //                           calls return it, too
 //
-// Nothing is read after a byte beyond ASCII: a token that contains one is the last.
+// A token that contains a byte beyond ASCII is the last: nothing is read after that byte.
 #pragma once
 
 #include <cstring>
@@ -24,6 +24,9 @@
 #include "text/utf8.h"
 
 namespace ke::json {
+
+static_assert(WIQ_ERR_EOF < INT8_MIN && WIQ_ERR_JSON_BAD_UTF8 < INT8_MIN,
+              "next() returns no byte that looks like a status");
 
 // Each number stays at INT32_MAX if the text is too long for it.
 struct Location {
@@ -41,9 +44,10 @@ constexpr bool starts_character(u8 byte) {
     return utf8_length(byte) != 0;
 }
 
-// Whether the five characters at `p` are the rest of an escape such as "\\u00e9", after its
+// Returns whether the five characters at `p` are the rest of an escape such as "\\u00e9", after its
 // backslash.
 inline bool is_unicode_escape(const char* p) {
+    // The value of a character that is no hexadecimal digit is negative, and makes `digits` so.
     const i32 digits = hex_digit_value(p[1]) | hex_digit_value(p[2]) | hex_digit_value(p[3]) |
                        hex_digit_value(p[4]);
     return p[0] == 'u' && digits >= 0;
@@ -105,8 +109,8 @@ class StringReader {
     }
 
     // Reads the rest of a string, including its closing quote, in one piece. Returns false, with
-    // nothing read, unless the string ends before plain_end_ and has only plain characters (those
-    // that a string contains unescaped); any other string must be read in another way.
+    // nothing read, unless the string ends before plain_end_ and has only plain characters
+    // (escape_scan.h); any other string must be read in another way.
     bool take_plain_string(const char** text, size_t* length) {
         if (next_ >= plain_end_)
             look_ahead();
@@ -209,7 +213,7 @@ class StringReader {
     const char* start_;
     const char* next_;
     const char* token_;
-    const char* plain_end_;  // between next_ and here is no NUL
+    const char* plain_end_;  // no NUL lies between next_ and here; may be before next_
     size_t ahead_ = 128;
 };
 

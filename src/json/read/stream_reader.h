@@ -1,7 +1,7 @@
 // Reads JSON text from an open stream. The stream is locked as long as the reader lives, and is
 // left as if every byte had come by fgetc(): nothing beyond the byte after a token is read. Where
-// the runtime shows the stream's buffer, the text is read from there, a stretch at a time.
-// Elsewhere each byte is a stretch of its own.
+// the runtime shows the stream's buffer, the text is read from there, a stretch at a time: all
+// bytes that are in the buffer. Elsewhere each byte is a stretch of its own.
 #pragma once
 
 #include <algorithm>
@@ -94,7 +94,8 @@ class BasicStreamReader {
         return take_plain(&next_, end_, text, length);
     }
 
-    // Reading a number always reads the byte after it, too, so that byte must be in the stretch.
+    // Reading a number always reads the byte after it, too, and takes it back. So that byte must be
+    // in the stretch, and must not be a NUL, which cannot be taken back.
     QuickNumber take_number() {
         if (kept_.len != 0 || token_ >= number_limit_)
             return {};
@@ -261,7 +262,7 @@ class BasicStreamReader {
     const char* end_ = single_;
     const char* token_ = single_;
     const char* mark_ = single_;
-    const char* read_to_ = single_;       // after the byte that was taken back
+    const char* read_to_ = single_;       // after the byte that was taken back last
     const char* number_limit_ = single_;  // a number that begins before this ends in the stretch
     bool in_buffer_ = false;              // the stretch lies in the stream's buffer, not in single_
     bool failed_ = false;
