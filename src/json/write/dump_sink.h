@@ -15,8 +15,8 @@ namespace ke::json {
 template <class Derived>
 class WindowSink {
   public:
-    // Returns room for n characters, or nullptr with the status in failure(). Commit what you wrote
-    // by passing its end to commit().
+    // Returns room for n characters, at least one, or nullptr with the status in failure(). Commit
+    // what you wrote by passing its end to commit().
     char* room(size_t n) {
         return static_cast<size_t>(end_ - next_) >= n ? next_
                                                       : static_cast<Derived*>(this)->more_room(n);

@@ -13,7 +13,7 @@ namespace ke::json {
 struct JsonDumpVisitor {
     WiqJsonVisitor base;
     u32 flags;
-    i32 indent;  // blanks before a line; if pretty, changes by two a level
+    i32 indent;  // blanks before a line; in pretty output it changes by two with each level
 };
 
 struct JsonDumpStrVisitor {

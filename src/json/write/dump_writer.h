@@ -2,8 +2,9 @@
 // one, but without recursion and without a call for each token. The open containers are on an
 // explicit stack.
 //
-// The text goes to a sink (dump_sink.h). room(n) returns room for n characters, in which the writer
-// writes; commit(end) says where they end. Without a commit, the next call of room() discards them.
+// The text goes to a sink (dump_sink.h). room(n) returns room for n characters, as many as the
+// writer asks for; the writer fills it, and commit(end) says where they end. Without a commit, the
+// next call of room() discards them.
 #pragma once
 
 #include "containers/small_stack.h"
@@ -79,7 +80,7 @@ class DumpWriter {
     };
 
     // Writes a value. Of a container it writes only the opening bracket and pushes a frame; dump()
-    // writes the rest.
+    // then calls the function that writes the rest.
 
     i32 value(const wiq_json* node) {
         switch (node->type) {
@@ -116,10 +117,11 @@ class DumpWriter {
         }
     }
 
-    // These write children of the innermost open container until one of them opens another
-    // container, and continue there when dump() calls them again. After the last child they close
-    // the container. Opening a container may move the stack, so `frame` is not used after that;
-    // `done` and `member` are set for the next child before a child is written.
+    // These write children of the innermost open container up to the first that is a container
+    // itself. When that one is complete, dump() calls them again, and they continue with the next
+    // child. After the last child they close the container. Opening a container may move the stack,
+    // so `frame` is not used after that; `done` and `member` are set for the next child before a
+    // child is written.
     i32 elements(Frame* frame) {
         wiq_json** const elems = elems_of(as<ArrayNode>(frame->container));
         while (frame->done != frame->count) {
@@ -237,7 +239,8 @@ class DumpWriter {
 
     // Writes a text in quotes, and after it the first `tail_length` characters of `tail`. The usual
     // text is short and plain ASCII: it is copied and checked at the same time. If it turns out not
-    // to be plain, nothing has been committed, and it is written again with escapes.
+    // to be plain, nothing has been committed, and it is written again with escapes. A long text is
+    // written in pieces, so as not to ask for room for six times its length.
     i32 quoted(const char* text, size_t length, const char* tail, size_t tail_length) {
         constexpr size_t kShort = 1024;
         if (length >= kShort)

@@ -73,8 +73,8 @@ i32 escape_within(const char* text, wiq_strbuf* buf, u64 max_length) {
     const size_t length = strlen(text);
     if (is_too_long(text, length, buf->len, max_length))
         return WIQ_ERR_RANGE;
-    // The text may lie in the buffer, and moves with it. A failure to append because of a lack of
-    // memory is not reported.
+    // The text may lie in the buffer, and moves with it. If appending runs out of memory, that is
+    // not reported.
     const BufferArg arg(buf, text);
     for (size_t at = 0; at != length;) {
         const char* run = arg.now(buf) + at;

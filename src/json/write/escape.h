@@ -20,8 +20,8 @@ constexpr bool needs_escape(u8 c) {
     return c < 0x20 || c == '"' || c == '\\';
 }
 
-// Returns the end of the run of characters from `p` that are copied unchanged. *valid is false if
-// the run ends at an invalid UTF-8 sequence.
+// Returns the end of the run of characters from `p` that are copied unchanged, including those
+// beyond ASCII. *valid is false if the run ends at an invalid UTF-8 sequence.
 inline const char* plain_run(const char* p, const char* end, bool* valid) {
     *valid = true;
     for (;;) {
@@ -41,7 +41,7 @@ inline const char* plain_run(const char* p, const char* end, bool* valid) {
     }
 }
 
-// Returns whether a text can be escaped, which is if it contains no invalid UTF-8 sequence.
+// Returns whether a text can be escaped: whether it contains no invalid UTF-8 sequence.
 inline bool is_valid_text(const char* p, const char* end) {
     bool valid = true;
     while (valid && p != end) {
