@@ -12,7 +12,9 @@
 //
 // The walk uses an explicit stack: neither a deep document nor a chain of references that lead to
 // each other uses the thread's stack. The end of such a chain is remembered for each reference in
-// it, so that it is followed only once.
+// it, so that it is followed only once. Only references are remembered: a target is walked again
+// for each reference that leads to it, and a circle of weak containers ends only when out of
+// memory.
 
 #include <atomic>
 
@@ -63,8 +65,8 @@ class Expansion {
         if (copy == nullptr)
             return static_cast<i32>(err);
         const i32 status = wiq_json_swap_child(reference, copy);
-        // The copy found no place if wiq_json_swap_child() failed, or if the reference has no
-        // parent because only a weak container holds it.
+        // The copy, whose count is 0, found no place if wiq_json_swap_child() failed, or if the
+        // reference has no parent because only a weak container holds it.
         if (copy->parent == nullptr)
             wiq_json_unref(copy);
         return status;
@@ -112,8 +114,8 @@ class Expansion {
     // since. For every further reference in the chain, targets_ remembers the end. That stays right
     // in the second phase: a reference is only ever replaced by a copy of its end.
     //
-    // No address in targets_ becomes that of another node: `expanded_` keeps the references that
-    // have been replaced, and other nodes stay where they are.
+    // No address in targets_ or states_ becomes that of another node: `expanded_` keeps the
+    // references that have been replaced, and no other node is freed.
     //
     // While a chain is followed, its references are on chain_ and lead to themselves in targets_.
     // After a failure they stay so, but then the whole expansion ends.

@@ -22,7 +22,7 @@ size_t escaped_length(const char* key) {
 }
 
 // Writes an index as a signed number, like those that the array functions take, and returns its
-// length. Overwrites kMaxDecimalDigits64 bytes.
+// length. The room must have kMaxDecimalDigits64 bytes, all of which may be overwritten.
 size_t write_index(char* out, u32 index) {
     return static_cast<size_t>(write_i64(out, static_cast<i32>(index)) - out);
 }

@@ -1,6 +1,6 @@
 // Writes by JSON pointer. Containers that are missing on the way are made. An empty segment ends
-// the way as the end of the pointer does, and the value goes once more where the segment before it
-// leads: "/a//b" stores under "a" in the container at "/a".
+// the pointer, and what follows it is ignored. The segment before it has been followed by then, and
+// also says where to store the value: "/a//b" stores it under "a" in the container at "/a".
 
 #include <cstring>
 

@@ -15,7 +15,7 @@ enum WiqJsonPtrTokenKind : u32 {
 
 struct WiqJsonPtrToken {
     u32 kind;
-    u32 index;         // of an INDEX token: the low 32 bits of the number
+    u32 index;         // of kStepIndex: the low 32 bits of the number
     const char* name;  // the decoded text; nullptr before the first segment
 };
 
