@@ -27,8 +27,8 @@ namespace {
 using SizeField = size_t WiqType::*;
 
 // The sizes are read and written atomically: while this thread reads an ancestor's size, another
-// one may be replacing a 0 there by the size that it stands for. Both threads get the same result,
-// whichever comes first.
+// thread may be replacing a 0 there with the size that it stands for. This thread gets the same
+// result from either.
 std::atomic_ref<size_t> size_of(const WiqType* type, SizeField field) {
     return std::atomic_ref(const_cast<WiqType*>(type)->*field);
 }
@@ -45,7 +45,7 @@ std::atomic_ref<int> state_of(WiqType* type) {
 
 // Returns the number of this thread: negative, and different from that of all other threads.
 int building_state() {
-    return -os::thread_id();
+    return -os::thread_id();  // which is positive
 }
 
 // Returns whether this thread is building the class of a type or of one of its ancestors, so that
@@ -84,6 +84,9 @@ i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
     const i32 status = build_class(parent);
     if (status != 0)
         return status;
+    // These sizes can be read without atomics: those of the parent are final, since its class is
+    // built, and those of `type` are only changed under the lock that this thread holds.
+    //
     // A record that is too small for a copy of its parent's is a mistake of the type's author.
     if (type->class_size < parent->class_size || type->instance_size < parent->instance_size)
         return WIQ_ERR_FAILED;

@@ -6,10 +6,12 @@
 namespace ke {
 
 // Builds the class records of a type and its ancestors, unless they are built already. Returns 0;
-// otherwise the type still has no class record, and the result is WIQ_ERR_NO_MEMORY, the status of
-// an initialiser that failed, or WIQ_ERR_FAILED if the type or an ancestor is not initialised, has
-// no name or no parent, has a smaller record or instance than its parent, or is being built by this
-// very thread.
+// otherwise the type still has no class record, and the result is one of these:
+//   - WIQ_ERR_NO_MEMORY;
+//   - the status of an initialiser that failed;
+//   - WIQ_ERR_FAILED: the type or an ancestor is not initialised, has no name or (unless it is
+//     ObjectType) no parent, has a smaller record or instance than its parent, or is being built by
+//     this very thread.
 i32 build_class(WiqType* type);
 
 // Returns the class record, or nullptr until it is built. Another thread may be building it at the

@@ -4,8 +4,8 @@
 //   - the block of a 128-bit number, always;
 //   - the record of a long blob (kLongBlob), always; WIQ_MTYPE_LONG_BLOB tells that there is one;
 //   - a string, the data of a blob or a pointer, if WIQ_MTYPE_OWNED is set.
-// No setter keeps the old contents. A setter that fails because it is out of memory leaves a value
-// with the old type that owns nothing: it can be set or finalized, but not read.
+// No setter keeps the old contents. A setter that runs out of memory leaves the value with its old
+// type and a payload that must not be read, but owning nothing: it can be set again or finalized.
 
 #include <cstdlib>
 #include <cstring>
@@ -51,7 +51,7 @@ i32 begin_set(wiq_mtype* value) {
     return 0;
 }
 
-// Sets a value that needs no memory; `store` writes the payload.
+// Sets a value that needs no memory; `store` writes the payload. The flags are 0 afterwards.
 template <class Store>
 i32 set_scalar(wiq_mtype* value, u8 type, const Store& store) {
     const i32 status = begin_set(value);
@@ -238,6 +238,7 @@ i32 wiq_mtype_copy_ref(const wiq_mtype* src, wiq_mtype* dst) {
         return WIQ_ERR_INVALID_ARG;
     if (src == dst)
         return 0;
+    // Nothing that `src` holds may be borrowed from `dst`, as it is released here.
     clear(dst);
     if (src->type == WIQ_MTYPE_BLOB) {
         u64 length = 0;
