@@ -80,7 +80,7 @@ class Expansion {
         wiq_json* container;
         const Member* member;  // of an object: the next one
         i32 index;             // of an array: the next one
-        wiq_json* finished;
+        wiq_json* finished;    // the node, if `container` is NULL
     };
 
     // For every reference the walk asks whether it is in one of the arrays. A map from addresses
