@@ -220,9 +220,9 @@ constexpr u64 grown_buckets(u64 size) {
 }
 
 // Fills an empty table, which must have grown_buckets(count) buckets, so that it looks as if the
-// members had been added one by one. Returns false if two members have the same key, or if adding
-// them one by one would make an index. The table and the members' links are then useless, and the
-// caller starts again with an empty table.
+// members had been added one by one. Returns false if two members have the same key, or if a chain
+// of more than kMaxShortChain members in a table with a tail would get one more. The table and the
+// members' links are then useless, and the caller starts again with an empty table.
 bool build_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json

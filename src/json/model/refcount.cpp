@@ -115,9 +115,9 @@ void order_by_address(const Members& members) {
 // a weak container in its subtree may still hold a reference to it, but uses only its count.
 //
 // Freeing a large block makes malloc consolidate every free small block. So before a container with
-// many children is emptied, these are linked to a chain and its table is freed, while there are few
-// free small blocks. The chain is in the same union as the table's address; when it is empty, there
-// is simply no table.
+// many children is emptied, its children are linked into a chain and its table is freed, while
+// there are few free small blocks. The chain is in the same union as the table's address, so the
+// empty chain is the same as no table.
 namespace dying {
 
 // The dying container from which this one was taken. Not used for the outermost one.
@@ -293,7 +293,8 @@ wiq_json* take_next_child(wiq_json* node) {
 
 // Takes the record from a root that dies, if it has one. If the document is untouched, everything
 // below the root is freed at once. Returns whether that was done. (No block that a FreedNodes still
-// counts is among what is freed: whatever took a node out of a document has touched it.)
+// counts is among what is freed: its node was moved out of this document or had a reference from
+// outside, and either would have touched the document.)
 bool release_document(wiq_json* root) {
     Document* document = take_document(root);
     // Relaxed order is enough, see touch() in document.h.

@@ -115,7 +115,7 @@ class Expansion {
     // in the second phase: a reference is only ever replaced by a copy of its end.
     //
     // No address in targets_ or states_ becomes that of another node: `expanded_` keeps the
-    // references that have been replaced, and no other node is freed.
+    // references that have been replaced, and nothing else that the walk has met is freed.
     //
     // While a chain is followed, its references are on chain_ and lead to themselves in targets_.
     // After a failure they stay so, but then the whole expansion ends.

@@ -1,8 +1,7 @@
 // Finds the end of a run of plain characters: ASCII from 0x20 up, except the quote and the
-// backslash. In a JSON string they stand for themselves: the parser takes them and the serializer
-// copies them unchanged. With SSE2, which every x86-64 processor has, sixteen bytes
-// are examined at a time. The bytewise form serves other machines, the ends of texts, and tests as
-// a reference.
+// backslash. Parser and serializer copy them unchanged. With SSE2, which every x86-64 processor
+// has, sixteen bytes are examined at a time. The bytewise form serves other machines, the ends of
+// texts, and tests as a reference.
 #pragma once
 
 #if defined(__SSE2__)

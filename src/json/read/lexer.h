@@ -122,7 +122,7 @@ class Lexer {
     i32 scan_longer(int c) {
         if (c == '"')
             return scan_string();
-        // The end, which is a token; or a failure or a byte beyond ASCII.
+        // The end of the text, which is a token; or a failure, or a byte beyond ASCII.
         if (c < 0) {
             current_.token = c == WIQ_ERR_EOF ? kTokenEnd : kTokenInvalid;
             return c == WIQ_ERR_EOF ? 0 : c;

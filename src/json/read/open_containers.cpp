@@ -237,8 +237,8 @@ i32 OpenContainers::finish_object(Frame* frame) {
     Member** const members = members_of(*frame);
     if (count != 0 && !build_table(&obj->members, members, count))
         return finish_with_duplicates(frame);
-    // The table has no index: build_table() fails where one would be made. The children of a
-    // container that was made early have it as parent already.
+    // The table has no index: build_table() makes none, and fails if a chain needs one. The
+    // children of a container that was made early have it as parent already.
     for (size_t i = 0; i < count && !early; ++i)
         link_to_parent(obj, members[i], members[i]->child);
     return 0;
@@ -248,13 +248,13 @@ i32 OpenContainers::finish_object(Frame* frame) {
 // ones with the same key. attach_member() also links each child to its parent. If an insertion
 // fails, the members that are not in the table yet stay in members_.
 //
-// Objects with a long chain, which build_table() refuses, too, are also filled here. Their tables
+// Objects with a long chain are filled here, too, since build_table() refuses them. Their tables
 // get an index.
 i32 OpenContainers::finish_with_duplicates(Frame* frame) {
     // The table may be recorded and is freed now; replaced members and their children are freed,
     // too. So the record must never free the blocks in it. The touch is not lost, because a record
-    // exists: a document has one unless all its blocks are in its first chunk, and that is too
-    // small for two members.
+    // exists: a document has one unless all its blocks are in its first chunk. That is too small
+    // for two members, and if a large block made it larger, for anything but this block.
     static_assert(sizeof(Chunk) + 2 * (member_span(0) + sizeof(wiq_json)) > Chunks::kMinChunkSize);
     chunks_.touch_document();
     drop_table(frame->node);
