@@ -17,7 +17,7 @@ struct Stretches {
     size_t at = 0;
     size_t first = 0;   // where the bytes in the buffer begin
     size_t filled = 0;  // and where they end
-    std::string buffer;
+    std::string buffer = {};
     int locks = 0;
 };
 
