@@ -140,6 +140,8 @@ void check_any_format(const std::string& format) {
         if (isdigit(static_cast<u8>(format[i - 1])) != 0 &&
             isdigit(static_cast<u8>(format[i])) != 0)
             return;  // a width of gigabytes, or a missing argument
+        if (format[i] == '$' && (format[i - 1] < '1' || format[i - 1] > '9'))
+            return;  // undefined, and glibc reads what follows as another conversion
     }
     char* text = nullptr;
 #pragma clang diagnostic push

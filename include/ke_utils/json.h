@@ -950,7 +950,13 @@ enum wiq_json_subset_flag {
  */
 KE_API wiq_json_t* wiq_json_copy(const wiq_json_t* node, u32* err);
 
-/** Tells whether two trees are equal: wiq_json_subset() with all four flags. */
+/**
+ * Tells whether two trees are equal: wiq_json_subset() with all four flags.
+ *
+ * The order of `a` and `b` can make a difference for integers and doubles beyond 2^53, because `b`
+ * is read in the kind of `a`: an integer of 2^60 equals a double of 2^60, but not the other way
+ * round. At the limits of the integers, doubles of 2^63 and 2^64 are read as -2^63 and 0.
+ */
 KE_API bool wiq_json_equal(const wiq_json_t* a, const wiq_json_t* b);
 
 /**

@@ -45,6 +45,10 @@ TEST(JsonEqual, Numbers) {
         {"1152921504606846976w", "1152921504606846976.0", true, false},
         {"9007199254740992", "9007199254740992.0", true, true},
         {"9007199254740993", "9007199254740992.0", false, false},
+        // The tests for integers accept the first double beyond the range, which no integer equals.
+        {"-9223372036854775808", "9223372036854775808.0", true, false},
+        {"0u", "18446744073709551616.0", true, false},
+        {"0w", "18446744073709551616.0", true, false},
         {"18446744073709551616w", "0", false, false},
         {"18446744073709551616w", "0u", false, false},
         {"18446744073709551616w", "0.0", false, false},
