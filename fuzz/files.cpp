@@ -88,7 +88,7 @@ class Run {
     }
     // Called after an operation in which system calls have failed. Everything in the folder must be as it was before
     // the operation or as the operation should leave it; a path that exists in both states must still exist.
-    void settle(const Tree& before, const Tree& after) {
+    void accept_either(const Tree& before, const Tree& after) {
         tree_ = actual();
         for (const auto& [path, content] : tree_) {
             const bool old = before.count(path) != 0 && before.at(path) == content;
@@ -157,7 +157,7 @@ class Run {
         for (std::string at = path; expected == 0 && !at.empty(); at = above(at))
             after[at] = std::nullopt;
         if (fired())
-            settle(tree_, after);
+            accept_either(tree_, after);
         else
             tree_ = after;
         CHECK(status != 0 || tree_ == after);
@@ -173,7 +173,7 @@ class Run {
             Tree after = tree_;
             if (good)
                 after[path] = "";
-            settle(tree_, after);
+            accept_either(tree_, after);
         } else {
             CHECK((fp != nullptr) == good);
             CHECK(static_cast<i32>(err) == (good              ? 0

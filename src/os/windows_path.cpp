@@ -73,12 +73,12 @@ SystemPath::SystemPath(const char* path) {
     // No name is that long, so the system need not be asked.
     if (length > kMaxPath)
         return;
-    const bool is_long = length >= kPlainLimit;
+    const bool is_long = length >= kMaxPlainSize;
     if (!is_long && has_drive_and_root(text_))
         return;
     // 0 if there is no full name, as for an empty path.
     const DWORD size = GetFullPathNameW(text_, 0, nullptr, nullptr);
-    if (size == 0 || (size <= kPlainLimit && !is_long))
+    if (size == 0 || (size <= kMaxPlainSize && !is_long))
         return;
     wchar_t* plain = text_;
     text_ = extended(plain, size);

@@ -7,9 +7,9 @@
 
 namespace ke::os {
 
-// The length, with the NUL, of the longest full name that every call takes in the plain form. It is
+// The size, with the NUL, of the longest full name that every call takes in the plain form. It is
 // the limit for directories, which must leave room for the name of a file.
-constexpr size_t kPlainLimit = 248;
+constexpr size_t kMaxPlainSize = 248;
 
 // A path of the library (UTF-8, either separator, relative or not) in the form for the system.
 // get() returns nullptr if it cannot be converted or when out of memory.

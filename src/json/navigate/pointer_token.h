@@ -10,7 +10,7 @@ enum WiqJsonPtrTokenKind : u32 {
     kStepNone = 0,    // the end of the pointer, or an empty segment
     kStepIndex = 1,   // reads as an unsigned number
     kStepName = 2,    // anything else
-    kStepAppend = 3,  // "-", the place after an array's last element
+    kStepAppend = 3,  // "-", the position after an array's last element
 };
 
 struct WiqJsonPtrToken {
