@@ -160,8 +160,8 @@ struct index_place {
     // wiq_json_array_put() would record a negative index as the element's position, and
     // wiq_json_array_filter() would then move the element to the front.
     i32 node(wiq_json_t* value) const noexcept {
-        const i32 from_start = index < 0 ? index + wiq_json_array_size(array) : index;
-        return wiq_json_array_put(array, from_start < 0 ? index : from_start, value);
+        const i32 size = wiq_json_array_size(array);  // negative if it is not an array
+        return wiq_json_array_put(array, index < 0 && index >= -size ? index + size : index, value);
     }
 };
 struct pointer_place {

@@ -198,6 +198,8 @@ TEST(CppSet, ByIndex) {
     EXPECT_EQ(list[-1].parent_index(), 2);
     EXPECT_EQ(list.set(9, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
     EXPECT_EQ(list.set(-4, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
+    EXPECT_EQ(list.set(INT32_MIN, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
+    EXPECT_EQ(json::object().set(INT32_MIN, 1), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(list.set(ke::u64{1} << 32, 1), WIQ_ERR_INDEX_OUT_OF_RANGE);
     EXPECT_EQ(text_of(list), R"(["one",2,3])");
     EXPECT_EQ(list.insert(0, 0), 0);

@@ -543,8 +543,8 @@ TEST(SystemFaultsOfStreams, ADiskThatIsFullAfterEachByte) {
 // order, and nothing else. To a reader of lines, a failure looks like the end of the file.
 TEST(SystemFaultsOfStreams, AnIniFileThatBreaksOff) {
     const std::string text = "[one]\nkey = value\n; comment\n[two]\nother = \"quoted\"\n";
-    const auto parse = [&text](size_t fails_at, int reason, std::string* seen) {
-        Source source{text, 0, 0, fails_at, reason};
+    const auto parse = [](const std::string& of, size_t fails_at, int reason, std::string* seen) {
+        Source source{of, 0, 0, fails_at, reason};
         FILE* fp = stream_of(&source);
         const auto on_section = [](const char*, const WiqIniLocation*, const char*,
                                    const WiqIniLocation*, void* user) {
@@ -561,14 +561,18 @@ TEST(SystemFaultsOfStreams, AnIniFileThatBreaksOff) {
         return status;
     };
     std::string whole;
-    EXPECT_EQ(parse(0, 0, &whole), 0);
+    EXPECT_EQ(parse(text, 0, 0, &whole), 0);
     EXPECT_EQ(whole, "[key;[other;");
     for (int reason : {EINTR, EIO}) {
         for (size_t fails_at = 1; fails_at <= text.size() + 1; ++fails_at) {
             std::string seen;
-            const i32 status = parse(fails_at, reason, &seen);
+            const i32 status = parse(text, fails_at, reason, &seen);
             EXPECT_TRUE(status == 0 || status == WIQ_ERR_INI_SYNTAX) << status;
             EXPECT_EQ(whole.substr(0, seen.size()), seen) << "failing at " << fails_at;
+            std::string lines;
+            const size_t end = text.rfind('\n', fails_at - 1);
+            parse(text.substr(0, end == std::string::npos ? 0 : end), 0, 0, &lines);
+            EXPECT_GE(seen.size(), lines.size()) << "failing at " << fails_at;
         }
     }
 }
