@@ -21,7 +21,7 @@
 // object at once. A chain gets its index when a member is added to it, and keeps it until the chain
 // is empty or the table grows. An index lasts as long as the table has its size, and has room for
 // all members that such a table can hold. If the index cannot be allocated, a long chain is
-// searched step by step, and the next addition tries again.
+// searched step by step, and whoever adds the next member to it tries again.
 #pragma once
 
 #include "json/model/members.h"
@@ -47,7 +47,7 @@ class ChainIndex {
 
     // Covers a chain, which must not be empty.
     void cover(Member* chain, u64 bucket);
-    // Adds the member that has come to the end of a covered chain.
+    // Adds an entry for the member that is now the last one of a covered chain.
     void append(Member* member, u64 bucket) { append(member, bucket, secret_hash(Key(member))); }
     // Covers a chain that growth has made from one that `old` covers: takes over the entries of the
     // members in this bucket, in reversed order, as growth has reversed the chain.
@@ -99,8 +99,8 @@ inline ChainIndex* index_over(const Members& members, u64 bucket) {
     return index != nullptr && index->covers(bucket) ? index : nullptr;
 }
 
-// Few chains have more members than this. A search passes this number of members before it asks for
-// an index.
+// Few chains have more members than this. A search passes this many members before it looks for an
+// index.
 constexpr u32 kMaxStepsBeforeIndex = 4;
 
 // These continue a search that has followed kMaxStepsBeforeIndex links, at the member it has
@@ -108,7 +108,8 @@ constexpr u32 kMaxStepsBeforeIndex = 4;
 Member* find_after(const Members& members, const Key& key, Member* from);
 Member** link_after(const Members& members, const Key& key, Member** from);
 
-// As link_of(), for a key that may be added: a long chain gets an index, if there is enough memory.
+// As link_of(), for a key that may be added: a long chain in a table with a tail gets an index, if
+// there is enough memory.
 inline Member** link_to_add(const Members& members, const Key& key) {
     Member** link = link_within(members, key, kMaxStepsBeforeIndex);
     return *link == nullptr || has_key(*link, key) ? link : link_after(members, key, link);
@@ -166,12 +167,14 @@ inline void replace_member(const Members& members, Member** link, Member* member
         index->replace(old, member);
 }
 
-// Called after a table has grown from `old_buckets` buckets, with the index that it had. Frees that
-// index. Each chain that comes from a chain it covered gets a new index if it is still long and
-// there is enough memory.
+// Called after a table has grown from `old_buckets` buckets to twice as many; `old` is the index
+// that it had before, and is freed. The table gets a new index if there is enough memory. The new
+// index covers each chain that is still long and comes from a chain that `old` covered.
 void rebuild_index(Members* members, ChainIndex* old, u64 old_buckets);
 
-// Frees the index of a table that is about to be freed. The object may have no table.
+// Frees the index of a table that is about to be freed. The object may have no table: none yet, or
+// none any more because it dies and was turned into a chain (refcount.cpp). In the latter case
+// `mask` is large, and `buckets`, the empty chain, is nullptr.
 void free_index_of_large(const Members& members);
 inline void free_index(const Members& members) {
     if (members.mask >= kMinBucketsWithTail - 1) [[unlikely]]

@@ -14,9 +14,11 @@ namespace {
 // Links each member where growth would have left it. Members that are added one by one make the
 // table grow several times, and each growth reverses every chain (chains.h). So a member that would
 // live through an odd number of growths is put at the front of its chain here, and any other one at
-// the back. For example, let A, B and C share a chain of a table with 4 buckets. One by one, they
-// give A, then AB, after the growth to 4 buckets BA, and at last BAC. Here A and B are put at the
-// front, which gives A and BA; C is put at the back, which gives BAC.
+// the back. So as long as an odd number of growths is still to come, each chain here is the reverse
+// of the chain that grows, and what is added at the end of that one comes to the front here. For
+// example, let A, B and C share a chain of a table with 4 buckets. One by one, they give A, then
+// AB, after the growth to 4 buckets BA, and at last BAC. Here A and B are put at the front, which
+// gives A and BA; C is put at the back, which gives BAC.
 //
 // One round of the outer loop covers the members that would be added between two growths; `size` is
 // the number of buckets that the table would have at that time. The member that causes a growth is
@@ -55,6 +57,8 @@ inline bool fill_table(Members* members, Member* const* list, u64 count, LinkOf 
 // chain, and fill_table() gives up. This happens when a chain of more than kMaxShortChain members
 // is to get one more, which is also when an index would be made. Tables without a tail are small
 // and need no limit.
+//
+// `first` in the tail stays 0, as in any new table: no bucket is before that one.
 bool build_table(Members* members, Member* const* list, u64 count) {
     if (members->mask < kMinBucketsWithTail - 1) {
         return fill_table(members, list, count,

@@ -6,8 +6,8 @@
 //                │ buckets │ mask │ size │ 16 bytes, in the object's node
 //                └────┬────┴──────┴──────┘
 //                     └► heads of the chains: mask + 1 of them, after the node or in a block of
-//                        their own. An object without a table has no array. Its mask is 0, as if
-//                        it had one empty bucket.
+//                        their own. In an object without a table, `buckets` is nullptr and `mask`
+//                        and `size` are 0.
 //   Member       ┌──────┬───────┬──────┬────────────┬──────────────┐
 //   (+ key)      │ next │ child │ hash │ key length │ k e y ... \0 │ (+ its child's node, node.h)
 //                └──────┴───────┴──────┴────────────┴▲─────────────┘
@@ -39,13 +39,17 @@ struct Member {
     u32 key_length() const { return word().load(std::memory_order_relaxed) & ~kShared; }
 
     // Returns whether the block has two owners that do not know of each other: this member, which
-    // has another child now, and the node that was made with it and follows it in the block. The
-    // owner that leaves first clears the mark, and the other one frees the block. They may belong
-    // to different threads. (In a chunk, the chunk's count of blocks says who leaves last.)
+    // has another child now, and the node that was made with it and follows it in the block. They
+    // may belong to different threads. Outside of the chunks, the owner that leaves first clears
+    // the mark, and the other one frees the block. In a chunk, nobody clears the mark on leaving:
+    // the chunk's count of blocks says who leaves last.
+    //
+    // Acquire order: an owner that finds the mark cleared frees the block, so whatever the other
+    // one did before it left must happen before that.
     bool is_shared() const { return (word().load(std::memory_order_acquire) & kShared) != 0; }
     void share() { word().fetch_or(kShared, std::memory_order_relaxed); }
-    // Clears the mark. Returns whether it was set, that is, whether the other owner still needs the
-    // block.
+    // Clears the mark. Returns whether it was set, that is, whether the block still had two owners
+    // and now belongs to the other one alone.
     bool unshare() {
         return (word().fetch_and(~kShared, std::memory_order_acq_rel) & kShared) != 0;
     }
@@ -99,7 +103,8 @@ inline bool has_key(const Member* member, const Key& key) {
 // (chain_index.h) when one more member is added to it. So a chain of kMaxShortChain + 1 members has
 // no index yet.
 constexpr u32 kMaxShortChain = 16;
-// Walks a chain. Returns the link to the member with this key; if not found, the null link at
+
+// Walks a chain. Returns the link to the member with this key; otherwise returns the null link at
 // the end of the chain, where such a member would be added. The table must exist.
 inline Member** link_of(const Members& members, const Key& key) {
     Member** link = &members.buckets[bucket_of(key.hash, members.mask)];
@@ -138,10 +143,10 @@ inline TableTail* tail_of(const Members& members) {
     return reinterpret_cast<TableTail*>(members.buckets + members.mask + 1);
 }
 
-// Returns the first member of a large table that has members, and remembers its bucket in the tail.
-// Otherwise a caller who removes the first member again and again would walk over all empty buckets
-// each time. Several threads may read one object at once: they all find and store the same bucket.
-// The loop ends because there are members, and none before `first`.
+// Returns the first member of a table that has a tail and at least one member, and remembers its
+// bucket in the tail. Otherwise a caller who removes the first member again and again would walk
+// over all empty buckets each time. Several threads may read one object at once: they all find and
+// store the same bucket. The loop ends because there is a member, and none is before `first`.
 inline Member* first_in_large(const Members& members) {
     const std::atomic_ref<u64> first(tail_of(members)->first);
     const u64 known = first.load(std::memory_order_relaxed);
@@ -165,7 +170,7 @@ inline Member* next(const Members& members, const Member* member) {
     return next_in_table(members.buckets, members.mask, member);
 }
 
-// As memcpy(), for texts that are mostly short: two overlapping moves instead of a call.
+// As memcpy(), for texts that are mostly short: two moves, which may overlap, instead of a call.
 inline void copy_short(char* out, const char* text, size_t length) {
     if (length > 16) {
         memcpy(out, text, length);
