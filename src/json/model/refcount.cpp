@@ -63,17 +63,18 @@ i32 give_up_reference(wiq_json* node) {
     return count_down(node);
 }
 
-// Drops a container's reference to a child; `weak` tells whether the container is weak. Returns
-// whether the child is to be destroyed; otherwise the child may be gone already, as another owner
-// may have freed it since. If a strong container has the only reference, the child's header stays
+// Gives up a container's reference to a child; `weak` tells whether the container is weak. Returns
+// whether the child is to be destroyed. If not, it must not be used any more: another owner may
+// have freed it since. If a strong container has the only reference, the child's header stays
 // unchanged, with a count of 1 and the container as parent, to save the writes to memory that is
 // about to be freed.
 inline bool give_up_child(bool weak, wiq_json* child) {
     if (!weak) {
         if (has_one_owner(child))
             return true;
-        // This must come before the reference is given up: afterwards another owner may free the
-        // child, and it would not do so if the child still had a parent.
+        // A child of a strong container has no other parent. The link must be cleared before the
+        // reference is given up: afterwards another owner may free the child, and it would not do
+        // so if the child still had a parent.
         unlink_from_parent(child);
     }
     return is_dead(child, give_up_reference(child));
@@ -181,7 +182,8 @@ void chain_members(Members* members) {
 }
 
 // Turns an array's table into a chain, the last element first. The elements are linked by their
-// `position`, so this is not for a weak array: there `position` belongs to the element's parent.
+// `position`, so this is not for a weak array: there `position` belongs to the element's parent. An
+// element that somebody else keeps has its position cleared in give_up_child().
 void chain_elems(Elements* elems) {
     wiq_json* chain = nullptr;
     for (i32 i = 0; i < elems->size; ++i) {
@@ -208,8 +210,8 @@ void begin_emptying(wiq_json* node) {
         dying::buckets_left(members) = members.buckets != nullptr ? members.mask + 1 : 0;
 }
 
-// Frees nodes one after another. Neighbours in one chunk are released together, by one change of
-// the chunk's count.
+// Frees nodes one after another. A run of nodes in one chunk is released by one change of the
+// chunk's count.
 class FreedNodes {
   public:
     FreedNodes() = default;
@@ -240,9 +242,9 @@ class FreedNodes {
         blocks_ = 0;
     }
 
-    // The mark of the last node. If the next node has the same mark, the chunk's address need not
-    // be read from memory. The blocks that are counted keep their chunk alive, so no mark of
-    // another chunk can have this address meanwhile.
+    // The mark of the last node in a chunk. If the next node has the same mark, it is in the same
+    // chunk, and the mark need not be read. This is safe because the blocks that are counted keep
+    // their chunk alive: meanwhile no other chunk can lie at its address.
     Chunk* const* mark_ = nullptr;
     Chunk* chunk_ = nullptr;  // the chunk of the blocks that are counted
     u64 blocks_ = 0;          // counted, but not released yet
@@ -307,8 +309,8 @@ bool release_document(wiq_json* root) {
 }
 
 // Releases the children of a container that is about to be freed or emptied, and everything below
-// them that dies with them. Afterwards the container's fields mean nothing until the caller calls
-// drop_table(), which must come next.
+// them that dies with them. The caller must call drop_table() next; until then the container's
+// fields mean nothing.
 void release_children(wiq_json* top) {
     if (release_document(top))
         return;
