@@ -24,8 +24,11 @@ bool same_text(const TextNode* a, const TextNode* b) {
     return a->length == b->length && memcmp(a->text, b->text, a->length) == 0;
 }
 
-// Numbers of different types are equal if b can be read as a's type without loss and then has a's
-// value.
+// Numbers of different types are equal if wiq_json_is_..._ext() accepts b as a's type, including
+// numbers of other types, and b then reads as a's value. So it matters which of the two is a. For
+// example, the double 2^60 contains the i64 2^60, but not the other way round, since no i64 above
+// 2^53 is accepted as a double. And the double 2^63 contains the i64 -2^63: it is accepted as an
+// i64 although it does not fit, and then reads as -2^63.
 bool same_number_of_other_kind(const wiq_json* a, const wiq_json* b) {
     switch (a->type) {
         case kJsonI64:
@@ -82,6 +85,7 @@ inline Answer compare_nodes(const wiq_json* a, const wiq_json* b) {
             same = same_text(as<TextNode>(a), as<TextNode>(b));
             break;
         default:
+            // The type of null, true and false is their value.
             break;
     }
     return same ? Answer::kYes : Answer::kNo;
@@ -181,7 +185,7 @@ struct GapMatch {
         return next(question);
     }
 
-    // Goes on to the next pair after one that matched or did not.
+    // Passes the element of b that was compared, and if it matched, also the element of a.
     void advance(bool matched) {
         a_index += matched ? 1 : 0;
         ++b_index;
@@ -233,7 +237,7 @@ struct RunMatch {
         return next(question);
     }
 
-    // Goes on to the next pair of the run; or, if the last one did not match, to the next offset.
+    // If the pair matched, goes on to the next pair of the run, otherwise to the next offset.
     void advance(bool matched) {
         if (matched) {
             ++index;

@@ -7,14 +7,14 @@
 //      copy contains a reference.
 //
 // For example, in {"a": {"$ref": "#/b"}, "b": [{"$ref": "#/c"}], "c": 1} the list is: the reference
-// to "c", the reference to "b", the root. Even if the walk meets the reference to "b" first, the
-// expansion of "c", which it meets in the target of "b", is finished before that of "b".
+// to "c", the reference to "b", the root. If the walk meets the reference to "b" first, it goes on
+// in the target, where it meets the reference to "c". The latter is finished first all the same.
 //
-// The walk uses an explicit stack: neither a deep document nor a chain of references that lead to
-// each other uses the thread's stack. The end of such a chain is remembered for each reference in
-// it, so that it is followed only once. Only references are remembered: a target is walked again
-// for each reference that leads to it, and a circle of weak containers ends only when out of
-// memory.
+// The walk uses an explicit stack: neither a deep document nor a long chain of references, each of
+// which leads to the next, uses the thread's stack. The end of such a chain is remembered for each
+// reference in it, so that it is followed only once. Only references are remembered: a target is
+// walked again for each reference that leads to it, and a walk round a circle of weak containers
+// ends only when out of memory.
 
 #include <atomic>
 
@@ -33,7 +33,7 @@ class Expansion {
   public:
     // The weak arrays belong to the caller. `pending` holds the nodes whose expansion is in
     // progress, the innermost last; `expanded` those whose expansion is finished, in that order.
-    // Nodes that they already hold count as such.
+    // What they hold already counts as in progress or finished, too.
     Expansion(wiq_json_t* pending, wiq_json_t* expanded) : pending_(pending), expanded_(expanded) {}
     Expansion(const Expansion&) = delete;
     Expansion& operator=(const Expansion&) = delete;
