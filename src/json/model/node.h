@@ -80,7 +80,7 @@ struct wiq_json {
     i32 refcount;
     wiq_json* parent;
     union {
-        u32 index;                     // in an array
+        u32 index;                     // in an array: usually the slot, see slot_of() in array.h
         const char* key;               // in an object: the text in the member's block
         wiq_json* next;                // in an array that is being released: the next element
         ke::json::Document* document;  // in a root that has a record
@@ -193,6 +193,10 @@ static_assert(kHomeOfRoot < member_span(0) / 8, "no node with a member has a roo
 // chunk, the node's distance then fits the 6 bits of `home`.
 constexpr size_t kMaxKeyLengthWithNode = Chunks::kMaxOffset - sizeof(Member) - 1;
 static_assert(member_span(kMaxKeyLengthWithNode) == Chunks::kMaxOffset);
+static_assert(Chunks::kMaxDistance / 8 < 64, "every distance fits the 6 bits of `home`");
+static_assert(alignof(Member) <= 8 && alignof(U128Node) <= 8 && alignof(TextNode) <= 8 &&
+                  alignof(ObjectNode) <= 8 && alignof(ArrayNode) <= 8,
+              "a node or a member may stand at any multiple of 8 in a chunk");
 
 // The largest table that can follow its node in the same block has this many slots or buckets. An
 // object with so many buckets has at most kMaxInlineMembers members; one more makes the table grow.
