@@ -175,8 +175,8 @@ wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child,
     }
     report(err, 0);
     if (child == elems_of(node)[slot]) {
-        // Only in a weak array. The child stays, and the caller gets a reference to release as
-        // always.
+        // Only in a weak array: a strong one takes no child that has a parent. The child stays, and
+        // the caller gets a reference to release as always.
         count_up(child);
         return child;
     }

@@ -20,9 +20,9 @@ inline wiq_json* elem_at(const ArrayNode* array, i32 index) {
     return slot >= 0 ? elems_of(array)[slot] : nullptr;
 }
 
-// Returns the slot of an element of this array. The element's position is a first guess that is
-// confirmed: it may be a negative index that meant another slot when the array was shorter, or a
-// number that a filter of a weak array has left.
+// Returns the slot of an element, which must be in this array. Its position is tried first, and
+// usually is the slot. But it may also be a negative index that meant another slot when the array
+// was shorter, or a number that a filter of a weak array has left. Then the array is searched.
 inline i32 slot_of(const ArrayNode* array, const wiq_json* elem) {
     const i32 guess = resolve_index(array, static_cast<i32>(elem->position.index));
     if (guess >= 0 && elems_of(array)[guess] == elem)

@@ -15,8 +15,8 @@ void sort_elems(ArrayNode* array, WiqJsonCompareFn compare) {
 }
 
 // Strong arrays: dropped elements are marked by their positions. The callback is asked about the
-// element in a slot, and whatever lies in that slot after the answer is dropped or kept; so the
-// callback may replace elements.
+// element in a slot and may replace elements: its answer applies to whatever lies in that slot
+// afterwards.
 
 // Returns whether a position is one of the `marks` numbers from `first_mark` on.
 bool is_marked(const wiq_json* elem, i32 first_mark, i32 marks) {
@@ -135,9 +135,10 @@ i32 rank_of(const wiq_json* elem) {
     return slot != nullptr ? slot->rank : 0;
 }
 
-// Restores the pointers, the last one first: a node that was dropped twice was tagged twice. Any
-// other node without a parent has no position; it is cleared, so that the node counts as 0 the next
-// time, too. A dropped node whose parent is an array keeps its number as its position.
+// Restores the pointers, the last one first: a node that was dropped twice was tagged twice, and
+// only the first tag replaced its own pointer. Any other node without a parent has no position, so
+// the number that it may have got is cleared: unless it is dropped again, the next filter counts it
+// as 0. A dropped node whose parent is an array keeps its number as its position.
 void restore_positions(FilterSlot* slots, i32 size) {
     for (i32 i = size - 1; i >= 0; --i) {
         wiq_json* elem = slots[i].elem;

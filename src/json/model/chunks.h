@@ -30,7 +30,7 @@ namespace ke::json {
 
 struct Chunk {
     Document* document;  // nullptr if this is the document's only chunk
-    Chunk* previous;     // of the same document; meaningless once it is touched
+    Chunk* previous;     // of the same document; meaningless once the document is touched
     u64 blocks;          // in use, plus 1 as long as blocks may be added
     Chunk* self;         // the first mark
 };

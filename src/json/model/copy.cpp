@@ -25,8 +25,8 @@ Frame frame_of(const wiq_json* container) {
 }
 
 // Returns a copy of one node. A container's copy has no children yet, but a table with room for all
-// of them. Returns nullptr when out of memory, and for a node of an unknown type, with *status
-// saying which.
+// of them. Returns nullptr when out of memory, and for a node of an unknown type; *status then says
+// which of the two, and otherwise means nothing.
 wiq_json* copy_node(const wiq_json* node, const Key* key, Chunks* chunks, i32* status) {
     *status = WIQ_ERR_NO_MEMORY;
     switch (node->type) {

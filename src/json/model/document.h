@@ -26,8 +26,8 @@ struct Document {
     size_t block_capacity;
 };
 
-// Marks a document as touched; nullptr is ignored. The flag is only written once, so that threads
-// that read the document at the same time do not slow each other down.
+// Marks a document as touched; nullptr is ignored. The flag is written only as long as it is not
+// set, so that threads that use the document at the same time do not slow each other down.
 //
 // Relaxed order is enough. Only a thread that may use the document touches it, and it gives up its
 // own references afterwards, or hands them on with the ordering that all sharing of nodes needs. So

@@ -19,6 +19,8 @@ i64 truncate_signed(double value) {
     return static_cast<i64>(value);
 }
 
+// Values below 2^63, and NaN, are converted as signed numbers. From larger ones 2^63 is subtracted
+// before, and added again afterwards; so 2^64 and above give 0.
 u64 truncate_unsigned(double value) {
     if (value >= kTwoTo63)
         return static_cast<u64>(truncate_signed(value - kTwoTo63)) + (u64{1} << 63);

@@ -33,8 +33,8 @@ wiq_json* step(wiq_json* node, const char* name, i32* status) {
 }
 
 // Follows a pointer. On failure, *failed is the length of the pointer up to and including the
-// segment that failed. Of a segment that cannot be decoded, the decoded characters count, and one
-// more.
+// segment that failed. A segment that cannot be decoded counts as one character more than
+// read_segment() has stored; that may be more than the pointer has.
 wiq_json* follow(wiq_json* node, const char* ptr, char* scratch, i32* status, size_t* failed) {
     size_t position = *ptr == '#' ? 1 : 0;
     for (;;) {
