@@ -21,9 +21,9 @@ constexpr bool is_low_surrogate(u32 unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-// Reads an escape whose "\u" is before *p, and the second escape if the first is half of a
-// surrogate pair. Returns the code point, and moves *p after what was read. Returns 0 for "\u0000",
-// which no string may contain, and for a surrogate without its partner.
+// Reads an escape whose "\u" is before *p, and the next one if the two are a surrogate pair.
+// Returns the code point, and moves *p past the escapes. Returns 0 for "\u0000", which no string
+// may contain, and for a surrogate without its partner.
 u32 read_code_point(const char** p, const char* last) {
     const u32 unit = read_unit(*p);
     *p += 4;
@@ -31,6 +31,7 @@ u32 read_code_point(const char** p, const char* last) {
         return 0;
     if (!is_high_surrogate(unit))
         return unit;
+    // The string is well formed, so "\u" is always followed by four digits.
     if (last - *p < 6 || (*p)[0] != '\\' || (*p)[1] != 'u')
         return 0;
     const u32 low = read_unit(*p + 2);

@@ -89,7 +89,8 @@ class Lexer {
         }
     }
     // Reads the next token only if it is this character and no blanks come before it. The current
-    // token does not change. Returns whether it was read; a stream never does that.
+    // token does not change. Returns whether it was read. Even if not, scan() may find it next: a
+    // stream reader takes it only from the current stretch.
     bool take(char c) { return reader_.take(c); }
     int token() const { return current_.token; }
     const Lexeme& current() const { return current_; }
@@ -162,7 +163,7 @@ class Lexer {
     // For what next() returns, which may be negative.
     static bool is_digit_int(int c) { return c >= '0' && c <= '9'; }
 
-    // Skips digits and returns the byte after them.
+    // Skips digits and returns what next() returns after them.
     int skip_digits() {
         reader_.skip_digits();
         int c = reader_.next();
@@ -189,8 +190,8 @@ class Lexer {
         }
     }
 
-    // The fast path could not tell what the number is. This checks its syntax byte by byte and then
-    // converts it.
+    // Reads a number that the fast path left; only its first byte `c` has been read. Checks the
+    // syntax byte by byte and then converts the number.
     i32 scan_any_number(int c) {
         bool is_real = false;
         if (c == '-')
