@@ -28,9 +28,10 @@ const TextNode* uri_of(const Member* member) {
     return is_reference ? as<TextNode>(member->child) : nullptr;
 }
 
-// Releases a node while its document is still being made; nullptr is ignored. Freeing the node does
-// not touch the document, because nobody else knows the node yet. (Releasing the children of a
-// container may touch it. That costs time when the document is released, but it is correct.)
+// Releases a node while its document is still being made; nullptr is ignored. Freeing the node need
+// not touch the document: nobody else knows the node yet, and an untouched document frees its
+// chunks whole, whichever of their blocks are still in use. (Releasing the children of a container
+// may touch the document. That costs time when the document is released, but it is correct.)
 void discard(wiq_json* node) {
     wiq_json_finalize(node);
     if (node != nullptr)

@@ -11,7 +11,7 @@
 // Some containers are made early, without a table, and from then on their children have them as
 // parent:
 //   - one with more children than a table in the node's block can hold;
-//   - one whose key lies in memory that the next token overwrites;
+//   - one whose key lies in memory that the next key overwrites;
 //   - an object whose keys must be unique. Its members go into its own table at once.
 //
 // To record a block always means to enter it in the document's record (document.h), which frees an
@@ -43,14 +43,16 @@ class OpenContainers {
     Chunks* chunks_of_children() { return &chunks_; }
 
     // Opens a container. If it is to be a member, `key` is its key, and `key_stays` tells whether
-    // the key's text outlives the next token. Returns 0 or WIQ_ERR_NO_MEMORY.
+    // the key's text is still readable after the next key was read. With `unique_keys`, the members
+    // of an object go into its table at once, so that has_member() finds them. Returns 0 or
+    // WIQ_ERR_NO_MEMORY.
     i32 open(u16 type, const Key* key, bool key_stays, bool unique_keys);
 
     // Gives a new node to the innermost container. With a key, it becomes a member, and the node
     // must have been made with this key. Returns 0 or WIQ_ERR_NO_MEMORY; in both cases the node no
     // longer belongs to the caller.
     i32 add(wiq_json* node, const Key* key) {
-        // Such a node has no member in its block, so the member needs memory.
+        // The member is still to be made, which may fail; add_child() does that.
         if (key != nullptr && !has_member_in_block(node))
             return add_child(node, nullptr, key);
         node->refcount = 1;
