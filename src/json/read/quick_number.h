@@ -7,6 +7,7 @@
 #include <cfloat>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "ke_utils/types.h"
 #include "text/ctype.h"
@@ -19,9 +20,9 @@ namespace ke::json {
 // real whose text, up to `end`, needs the general conversion.
 struct QuickNumber {
     enum Kind { kNone, kInteger, kReal, kRealText } kind = kNone;
-    const char* end = nullptr;  // not of kNone
-    i64 integer = 0;            // only of kInteger
-    double real = 0;            // only of kReal
+    const char* end = nullptr;  // set for every kind except kNone
+    i64 integer = 0;            // set for kInteger
+    double real = 0;            // set for kReal
 };
 
 // A significand of up to 2^53 and powers of ten up to 10^22 are doubles without rounding. So their
@@ -188,7 +189,9 @@ inline const char* read_exponent(const char* p, int* exponent) {
 // integers that do not fit an i64, and for a number that is followed by a byte beyond ASCII, which
 // makes it invalid. Any other byte may follow; what it means is for the next token.
 [[gnu::always_inline]] inline QuickNumber read_number(const char* first, const char* safe_end) {
-    constexpr ptrdiff_t kMaxDigits = 19;  // of a significand: all of them fit
+    constexpr ptrdiff_t kMaxDigits = 19;  // of a significand
+    static_assert(std::numeric_limits<u64>::digits10 == kMaxDigits,
+                  "every significand of so many digits fits");
     const bool negative = *first == '-';
     const char* digits = negative ? first + 1 : first;
     u64 significand = 0;
