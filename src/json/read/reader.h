@@ -196,9 +196,12 @@ class StringReader {
         return static_cast<i8>(*next_++);
     }
 
-    // Finds text without a NUL after next_, each time twice as much as before, up to kMaxLookAhead.
-    // So apart from the first piece, at most twice as much is examined as is consumed, and what was
-    // examined is still in the nearest cache when it is read.
+    // Finds text without a NUL from next_ on, each time twice as much as before, up to
+    // kMaxLookAhead. So apart from the first piece and the last few bytes, at most about twice as
+    // much is examined as is consumed, and what was examined is still in the nearest cache when it
+    // is read.
+    //
+    // The text may end earlier: memchr() reads as if byte by byte, and nothing after the NUL.
     void look_ahead() {
         const void* nul = memchr(next_, '\0', ahead_);
         plain_end_ = nul != nullptr ? static_cast<const char*>(nul) : next_ + ahead_;

@@ -73,7 +73,7 @@ class BasicStreamReader {
         } while (next_ == end_ && fetch_stretch());
         return next();
     }
-    // Returns the token as far as it was read. The text is valid until the next call.
+    // Returns the token as far as it was read. The text is valid until more is read.
     std::string_view token_text() {
         if (kept_.len == 0)
             return {token_, static_cast<size_t>(next_ - token_)};
@@ -162,7 +162,7 @@ class BasicStreamReader {
     }
 
     // Goes on to the next stretch after all of one has been read. Returns false at the end of the
-    // text; state_ says why.
+    // text or after invalid UTF-8; next() then returns state_.
     bool fetch_stretch() {
         if (state_ != 0)
             return false;
@@ -267,7 +267,7 @@ class BasicStreamReader {
     bool in_buffer_ = false;              // the stretch lies in the stream's buffer, not in single_
     bool failed_ = false;
     char single_[1] = {};
-    int state_ = 0;
+    int state_ = 0;  // 0, or the status that next() returns from now on
     wiq_strbuf kept_ = {};
     Counters counters_;
 };
