@@ -1,6 +1,6 @@
-// Where the serializer writes: a string buffer, or a stream by way of a buffer. Both show
-// the room that is left as a window. So a few characters are written in place after one comparison,
-// and long runs are taken in one piece.
+// Where the serializer writes: a string buffer, or a stream by way of a buffer. Both show the room
+// that is left as a window: a few characters need one comparison and are written in place, and long
+// runs are taken in one piece.
 #pragma once
 
 #include <cstdio>
@@ -81,8 +81,8 @@ class StreamSink : public WindowSink<StreamSink> {
   public:
     static constexpr bool kWholeStrings = true;
 
-    // The caller has initialised the buffer. It grows to this size, and beyond that
-    // only for a piece that needs more room at once.
+    // The caller has initialised the buffer. It grows to this size, and beyond that only for a
+    // piece that needs more room at once.
     static constexpr u64 kBufferSize = u64{32} * 1024;
 
     StreamSink(FILE* stream, wiq_strbuf* buffer) : stream_(stream), buffer_(buffer) {

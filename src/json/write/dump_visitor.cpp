@@ -1,6 +1,6 @@
-// The serializer's classes. If the object's class is one of the two final classes, its walk takes
-// the short cut of dump_writer.h, which gives the same text without recursion. The walk of a
-// client's subclass goes slot by slot, so that every override takes effect.
+// The serializer's classes. An object of exactly one of the library's two output classes takes the
+// short cut of dump_writer.h, which gives the same text without recursion. The walk of a client's
+// subclass goes slot by slot, so that every override takes effect.
 
 #include "json/write/dump_visitor.h"
 
@@ -292,8 +292,8 @@ i32 file_print(WiqJsonVisitor* self, const char* format, ...) {
     return status;
 }
 
-// Writes by way of the scratch buffer, so that nothing reaches the stream of a text that cannot be
-// escaped.
+// Writes by way of the scratch buffer: if a text cannot be escaped, no part of it reaches the
+// stream.
 i32 file_print_string(WiqJsonVisitor* self, const char* text) {
     JsonDumpFileVisitor* visitor = file_visitor(self);
     i32 status = append_quoted(&visitor->scratch, text);
@@ -303,6 +303,7 @@ i32 file_print_string(WiqJsonVisitor* self, const char* text) {
     return status;
 }
 
+// The other fields of a new object are 0 already, which `written` relies on.
 i32 file_instance_init(WiqObject* object) {
     return wiq_strbuf_init(&reinterpret_cast<JsonDumpFileVisitor*>(object)->scratch, 0);
 }

@@ -60,7 +60,8 @@ class DumpWriter {
   private:
     static constexpr size_t kQuotes = 2;
 
-    // A sink for escape_text(), with room that is known to be sufficient.
+    // A sink for escape_text() that checks no room: the caller provides kMaxEscape characters for
+    // each byte of the text.
     struct UncheckedSink {
         char* out;
         i32 write(const char* bytes, size_t count) {
@@ -81,7 +82,6 @@ class DumpWriter {
 
     // Writes a value. Of a container it writes only the opening bracket and pushes a frame; dump()
     // then calls the function that writes the rest.
-
     i32 value(const wiq_json* node) {
         switch (node->type) {
             case kJsonNull:
