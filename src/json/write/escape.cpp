@@ -90,6 +90,7 @@ i32 escape_within(const char* text, wiq_strbuf* buf, u64 max_length) {
         const char* escape_end = write_escape(escape, static_cast<u8>(arg.now(buf)[at++]));
         wiq_strbuf_write(buf, escape, static_cast<size_t>(escape_end - escape));
     }
+    // is_too_long() has checked that the length fits.
     return static_cast<i32>(buf->len);
 }
 

@@ -77,8 +77,8 @@ i32 escape_text(const char* text, const char* end, Sink& sink) {
     return 0;
 }
 
-// Like wiq_json_escape_str_ext(), but returns WIQ_ERR_RANGE, with nothing changed, if the text is
-// longer than `max_length` bytes.
+// Like wiq_json_escape_str_ext(), but returns WIQ_ERR_RANGE, with nothing changed, if the buffer's
+// text would become longer than `max_length` bytes. The limit is at most INT32_MAX.
 i32 escape_within(const char* text, wiq_strbuf* buf, u64 max_length);
 
 }  // namespace ke::json
