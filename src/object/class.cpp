@@ -4,9 +4,11 @@
 // `type` is still the parent.
 //
 // Each type has a lock. It is held while the parent's class is built under the parent's lock, so
-// locks are always taken from child to parent. An initialiser runs under the lock of the type that
-// is being built, so it cannot make an object of that type or of one that derives from it: the
-// thread would wait for a lock that it holds itself. build_class() detects that and fails.
+// build_class() itself takes locks only from child to parent. An initialiser runs under the lock of
+// the type that is being built, so it cannot make an object of that type or of one that derives
+// from it: the thread would wait for a lock that it holds itself. build_class() detects that and
+// fails. It does not detect two threads that wait for each other. That takes types whose
+// initialisers make objects of each other; in a single thread, the inner object_new() fails.
 
 #include "object/class.h"
 
@@ -87,7 +89,9 @@ i32 fill_from_ancestors(WiqType* type, WiqClass* record) {
     // These sizes can be read without atomics: those of the parent are final, since its class is
     // built, and those of `type` are only changed under the lock that this thread holds.
     //
-    // A record that is too small for a copy of its parent's is a mistake of the type's author.
+    // A record that is too small for a copy of its parent's is a mistake of the type's author. As
+    // every type passes this test, every record is at least as large as that of ObjectType: it has
+    // a `type` to be set.
     if (type->class_size < parent->class_size || type->instance_size < parent->instance_size)
         return WIQ_ERR_FAILED;
     memcpy(record, class_of(parent), parent->class_size);
@@ -157,6 +161,8 @@ WiqClass* class_check(WiqClass* klass, const WiqType* type) {
     return klass->type == type || type_is_child(type, klass->type) ? klass : nullptr;
 }
 
+// The class of an ancestor is built before the class that derives from it. So the result is nullptr
+// only if the test fails, or while the class_init of `type` itself runs.
 WiqClass* class_get_super_class(WiqClass* klass, const WiqType* type) {
     return class_check(klass, type) == nullptr ? nullptr : ke::class_of(const_cast<WiqType*>(type));
 }
