@@ -269,6 +269,7 @@ bool wiq_mtype_equal(const wiq_mtype* a, const wiq_mtype* b) {
         case WIQ_MTYPE_UINT64:
         case WIQ_MTYPE_PTR:
             // These types have the same 64 bits in the union.
+            static_assert(sizeof(void*) == sizeof(u64));
             return a->payload.uint64 == b->payload.uint64;
         case WIQ_MTYPE_UINT128: {
             const wiq_uint128 x = wiq_mtype_get_uint128(a);
