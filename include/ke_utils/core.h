@@ -454,8 +454,8 @@ KE_API i32 wiq_gmtime_real(const i64* t, struct tm* out);
  *             the loader does.
  * @param lib  the caller's record, which wiq_dlclose_real() closes
  * @return 0; WIQ_ERR_INVALID_ARG if an argument is NULL, with the record unchanged; WIQ_ERR_DLOPEN
- *         if the module cannot be loaded, in which case the record has been closed and holds no
- *         error text
+ *         if the module cannot be loaded, for example because the path is too long. The record has
+ *         then been closed and holds no error text.
  */
 KE_API i32 wiq_dlopen_real(const char* path, wiq_lib* lib);
 

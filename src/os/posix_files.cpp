@@ -320,12 +320,14 @@ char* executable_path() {
     }
 }
 
+// The system's loader copies a name without a separator to the stack, however long it is. No file
+// has a path of PATH_MAX bytes or more, so the loader does not get to see such a name.
 int open_module(const char* path, uv_lib_t* lib) {
-    const NativePath native(path);
-    if (native.get() != nullptr)
-        return uv_dlopen(native.get(), lib);
     *lib = {};
-    return UV_ENOMEM;
+    if (strnlen(path, PATH_MAX) == PATH_MAX)
+        return UV_ENAMETOOLONG;
+    const NativePath native(path);
+    return native.get() != nullptr ? uv_dlopen(native.get(), lib) : UV_ENOMEM;
 }
 
 // ThreadSanitizer does not know the stream's lock, so it is told about it.

@@ -190,8 +190,12 @@ char* executable_path() {
     return narrow_text(path, &code);
 }
 
+// libuv converts a path to at most 32,768 UTF-16 units and lets the system measure it first, with
+// an int. A unit comes from at most three bytes of UTF-8, so longer paths would not fit anyway.
 int open_module(const char* path, uv_lib_t* lib) {
-    return uv_dlopen(path, lib);
+    constexpr size_t kMaxPath = size_t{3} * 32768;
+    *lib = {};
+    return strnlen(path, kMaxPath) == kMaxPath ? UV_ENAMETOOLONG : uv_dlopen(path, lib);
 }
 
 void lock_stream(FILE* fp) {

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <string>
 
@@ -156,6 +157,31 @@ TEST(EntryPoints, LoadingAMissingModuleFails) {
     wiq_lib lib = {};
     EXPECT_EQ(wiq_dlopen_real("no_such_module.so", &lib), WIQ_ERR_DLOPEN);
     EXPECT_EQ(lib.errmsg, nullptr);
+}
+
+// Longer than the thread's stack, where the system's loader would copy it.
+TEST(EntryPoints, LoadingAModuleWithAHugeNameFails) {
+    for (const size_t length : {size_t{4095}, size_t{4096}, size_t{98304}, size_t{64} << 20}) {
+        SCOPED_TRACE(length);
+        for (const char* first : {"n", "/", "\\"}) {
+            std::string name(length, 'n');
+            name.replace(0, 1, first);
+            wiq_lib lib;
+            memset(&lib, 0xa5, sizeof(lib));
+            EXPECT_EQ(wiq_dlopen_real(name.c_str(), &lib), WIQ_ERR_DLOPEN);
+            EXPECT_EQ(lib.errmsg, nullptr);
+        }
+    }
+}
+
+TEST(EntryPoints, ASymbolWithAHugeNameIsNotFound) {
+    wiq_lib lib = {};
+    ASSERT_EQ(wiq_dlopen_real(beside(KE_TEST_MODULE).c_str(), &lib), 0);
+    void* sym = &lib;
+    EXPECT_EQ(wiq_dlsym_real(&lib, std::string(size_t{64} << 20, 'n').c_str(), &sym),
+              WIQ_ERR_DLSYM);
+    EXPECT_EQ(sym, nullptr);
+    wiq_dlclose_real(&lib);
 }
 
 }  // namespace
