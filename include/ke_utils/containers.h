@@ -649,7 +649,9 @@ KE_API i32 wiq_strbuf_rwrite(wiq_strbuf* buf, const char* bytes, u64 count);
  * @param format printf format; positional arguments ("%1$s") are allowed
  * @return the number of characters appended; WIQ_ERR_INVALID_ARG if `buf` or `format` is NULL;
  *         WIQ_ERR_NO_MEMORY when out of memory, with nothing changed; WIQ_ERR_FAILED if the runtime
- *         refuses the format
+ *         refuses the format. If the runtime runs out of memory after it has measured a text of 512
+ *         characters or more, the status is WIQ_ERR_FAILED too, and as many bytes are appended:
+ *         what has been formatted, followed by NULs.
  */
 KE_API i32 wiq_strbuf_printf(wiq_strbuf* buf, const char* format, ...) KE_PRINTF(2, 3);
 

@@ -430,7 +430,7 @@ KE_API void wiq_sleep_real(u32 ms);
 /**
  * Returns the current time.
  * @param t also receives the time; may be NULL
- * @return seconds since 1970-01-01 00:00:00 UTC
+ * @return seconds since 1970-01-01 00:00:00 UTC; -1 if the system cannot tell
  */
 KE_API i64 wiq_time_real(i64* t);
 

@@ -52,7 +52,7 @@ extern "C" {
  *
  *  UCRT rounds ties to even from Windows 10 version 2004 on, and up before that. On Windows,
  *  wiq_snprintf() does not refuse a format for an unknown conversion, or for a "%" at its end: it
- *  skips them.
+ *  skips them. A runtime that needs memory of its own for a format, and gets none, refuses it.
  *
  *  A reusable block is a pair that the caller keeps: a pointer to a heap string, and the size of
  *  the block in bytes. It starts as {NULL, 0}, grows when it must, never shrinks, and is released
@@ -134,7 +134,9 @@ KE_API i32 wiq_vasprintf(char** out, const char* format, va_list args) KE_PRINTF
  * @param format printf format; positional arguments are allowed
  * @return the length of the text; WIQ_ERR_INVALID_ARG if a pointer is NULL; WIQ_ERR_FAILED if the
  *         runtime refuses the format, with the block unchanged; WIQ_ERR_NO_MEMORY when out of
- *         memory, as described above
+ *         memory, as described above. If the runtime runs out of memory after it has measured a
+ *         text of 512 characters or more, the status is WIQ_ERR_FAILED, and the block contains an
+ *         empty string.
  */
 KE_API i32 wiq_rasprintf(char** block, u64* size, const char* format, ...) KE_PRINTF(3, 4);
 
@@ -158,8 +160,8 @@ KE_API i32 wiq_vrasprintf(char** block, u64* size, const char* format, va_list a
  *               string.
  * @param size   the size of the block in bytes; 0 if there is no string yet
  * @param format printf format; positional arguments are allowed
- * @return the number of characters appended; WIQ_ERR_INVALID_ARG, WIQ_ERR_FAILED or
- *         WIQ_ERR_NO_MEMORY as wiq_rasprintf()
+ * @return the number of characters appended; WIQ_ERR_INVALID_ARG, or WIQ_ERR_FAILED with the string
+ *         unchanged; WIQ_ERR_NO_MEMORY as wiq_rasprintf()
  */
 KE_API i32 wiq_rapsprintf(char** block, u64* size, const char* format, ...) KE_PRINTF(3, 4);
 

@@ -57,12 +57,20 @@ i32 append_long(wiq_strbuf* buf, size_t length, const char* format, va_list args
         return WIQ_ERR_NO_MEMORY;
     if (buf->len != 0)
         memcpy(block, buf->data, buf->len);
-    const i32 written = wiq_vsprintf(block + buf->len, length + 1, format, args);
+    char* text = block + buf->len;
+    text[0] = '\0';
+    text[length] = '\0';
+    const i32 written = wiq_vsprintf(text, length + 1, format, args);
+    // The length counts even if formatting failed. What the runtime has not written is NULs then,
+    // not what happened to be in the new block.
+    if (written < 0) {
+        const size_t done = strlen(text);
+        memset(text + done, 0, length - done);
+    }
     free(buf->data);
     buf->data = block;
     buf->len += length;
     buf->capacity = capacity;
-    // The length counts even if formatting failed. With the NUL, a spoiled buffer is a string too.
     block[buf->len] = '\0';
     return written;
 }

@@ -54,8 +54,9 @@ i32 format_or_measure(char* buf, size_t size, const char* format, va_list args);
 // Does what format_length() does, without positional arguments.
 i32 format_length_plain(const char* format, va_list args);
 // Does what format_text() does, without positional arguments; cuts the text to `size` - 1
-// characters and always terminates it.
-void format_text_cut(char* buf, size_t size, const char* format, va_list args);
+// characters and always terminates it. Returns 0; or -1, with an empty text, if the runtime reports
+// a failure, which may happen for a text that it has measured.
+i32 format_text_cut(char* buf, size_t size, const char* format, va_list args);
 // Does what vfprintf() does, in the "C" locale: returns the number of characters written, or a
 // negative number.
 i32 format_stream(FILE* fp, const char* format, va_list args);

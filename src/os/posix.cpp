@@ -110,13 +110,11 @@ i32 format_length_plain(const char* format, va_list args) {
     return format_length(format, args);
 }
 
-void format_text_cut(char* buf, size_t size, const char* format, va_list args) {
+i32 format_text_cut(char* buf, size_t size, const char* format, va_list args) {
+    if (format_or_measure(buf, size, format, args) >= 0)
+        return 0;
     buf[0] = '\0';
-    if (format == nullptr || is_refused_format(format))
-        return;
-    const CLocaleScope scope;
-    if (vsnprintf(buf, size, format, args) < 0)
-        buf[0] = '\0';
+    return -1;
 }
 
 i32 format_stream(FILE* fp, const char* format, va_list args) {

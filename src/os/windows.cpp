@@ -113,13 +113,14 @@ i32 format_length_plain(const char* format, va_list args) {
     return _vscprintf_l(format, c_locale(), args);
 }
 
-void format_text_cut(char* buf, size_t size, const char* format, va_list args) {
+i32 format_text_cut(char* buf, size_t size, const char* format, va_list args) {
     buf[0] = '\0';
     if (format == nullptr || is_refused_format(format, kModifiers))
-        return;
+        return -1;
     const InvalidParametersFail guard;
     // The result is also negative for a text that was cut, so it is ignored.
     _vsnprintf_s_l(buf, size, _TRUNCATE, format, c_locale(), args);
+    return 0;
 }
 
 i32 format_stream(FILE* fp, const char* format, va_list args) {

@@ -43,12 +43,21 @@ u64 text_length(const char* block, u64 size) {
     return size == 0 || block == nullptr ? 0 : strlen(block);
 }
 
+// Puts a text of a known length and a NUL into `out`. Returns the length; or WIQ_ERR_FAILED, with
+// an empty text: the runtime has measured the text, but may have no memory for formatting it again.
+i32 put_formatted(char* out, size_t length, const char* format, va_list args) {
+    const i32 result = wiq_vsprintf(out, length + 1, format, args);
+    if (result < 0)
+        out[0] = '\0';
+    return result;
+}
+
 // Puts the text of an attempt and a NUL into `out`, which must have space for both. A text that did
-// not fit is formatted again. Returns its length or WIQ_ERR_FAILED.
+// not fit is formatted again. Returns what put_formatted() returns.
 i32 put_text(char* out, const ke::FormatAttempt& attempt, const char* format, va_list args) {
     const size_t length = attempt.length();
     if (attempt.text() == nullptr)
-        return wiq_vsprintf(out, length + 1, format, args);
+        return put_formatted(out, length, format, args);
     memmove(out, attempt.text(), length);  // it may lie in the same block
     out[length] = '\0';
     return static_cast<i32>(length);
@@ -69,7 +78,7 @@ i32 append_long(char** block, u64* size, u64 used, size_t length, const char* fo
         return WIQ_ERR_NO_MEMORY;
     if (used != 0)
         memcpy(*block, old, used);
-    const i32 result = wiq_vsprintf(*block + used, length + 1, format, args);
+    const i32 result = put_formatted(*block + used, length, format, args);
     free(old);
     return result;
 }
@@ -99,8 +108,12 @@ i32 make_string(char** out, const char* format, va_list args, va_list again) {
     *out = static_cast<char*>(malloc(attempt.length() + 1));
     if (*out == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    put_text(*out, attempt, format, again);
-    return static_cast<i32>(attempt.length());
+    const i32 result = put_text(*out, attempt, format, again);
+    if (result < 0) {
+        free(*out);
+        *out = nullptr;
+    }
+    return result;
 }
 
 i32 overwrite_block(char** block, u64* size, const char* format, va_list args, va_list again) {
@@ -113,8 +126,7 @@ i32 overwrite_block(char** block, u64* size, const char* format, va_list args, v
         grow_block(block, size, need);
     if (*block == nullptr)
         return WIQ_ERR_NO_MEMORY;
-    put_text(*block, attempt, format, again);
-    return static_cast<i32>(attempt.length());
+    return put_text(*block, attempt, format, again);
 }
 
 }  // namespace
@@ -127,9 +139,9 @@ i32 wiq_snprintf(char* buf, u64 size, const char* format, ...) {
     if (buf == nullptr || size == 0)
         return length;
     va_start(args, format);
-    ke::os::format_text_cut(buf, size, format, args);
+    const i32 status = ke::os::format_text_cut(buf, size, format, args);
     va_end(args);
-    return length;
+    return status < 0 ? status : length;
 }
 
 i32 wiq_vscprintf(const char* format, va_list args) {

@@ -5,10 +5,12 @@
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -16,9 +18,11 @@
 #include <map>
 #include <string>
 
+#include "ke_utils/containers.h"
 #include "ke_utils/core.h"
 #include "ke_utils/files.h"
 #include "ke_utils/json.h"
+#include "ke_utils/text.h"
 #include "os/os.h"
 
 namespace {
@@ -97,8 +101,45 @@ TEST_F(SystemFaultsOfFiles, Opening) {
                 fclose(fp);
             EXPECT_EQ(contents(), (Files{{"f", "kept"}}));
         });
-        EXPECT_EQ(fired, (Names{"fopen", "fstat"}));
+        EXPECT_EQ(fired, (Names{"fclose", "fopen", "fstat"}));
     }
+}
+
+// That it is a directory is still the reason if it cannot be closed.
+TEST_F(SystemFaultsOfFiles, OpeningADirectory) {
+    const Names fired = SweepSystemCalls([](SystemFaults& faults) {
+        u32 err = 9;
+        faults.arm("fclose");
+        EXPECT_EQ(wiq_fopen(kFolder, "r", &err), nullptr);
+        faults.disarm();
+        EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_ACCESS_DENIED);
+    });
+    EXPECT_EQ(fired, (Names{"fclose"}));
+}
+
+// What fails while the new file is removed again is not the reason either.
+TEST_F(SystemFaultsOfFiles, RemovingATemporaryFile) {
+    for (const char* cleanup : {"close", "unlink"}) {
+        std::string tmpl = in("tXXXXXX");
+        SystemFaults faults(1, SystemFaults::kPersistent, EIO);
+        faults.fail_also(cleanup, ENOENT);
+        u32 err = 9;
+        faults.arm("fdopen");
+        EXPECT_EQ(wiq_mkstemp(tmpl.data(), &err, "w"), nullptr);
+        faults.disarm();
+        EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO) << cleanup;
+        EXPECT_EQ(faults.fired(), (Names{cleanup, "fdopen"}));
+        wiq_unlink(tmpl.c_str());
+    }
+}
+
+TEST(SystemFaultsOfNumbers, WithoutRandomBytesOrAClock) {
+    const Names fired = SweepSystemCalls([](SystemFaults& faults) {
+        faults.arm();
+        ke::os::random_u64();
+        faults.disarm();
+    });
+    EXPECT_EQ(fired, (Names{"clock_gettime", "getrandom"}));
 }
 
 TEST(SystemFaultsOfNumbers, WithoutRandomBytes) {
@@ -131,7 +172,7 @@ TEST_F(SystemFaultsOfFiles, TemporaryFiles) {
         }
         wiq_unlink(tmpl.c_str());
     });
-    EXPECT_EQ(fired, (Names{"access", "fdopen", "getrandom", "open", "unlink"}));
+    EXPECT_EQ(fired, (Names{"access", "close", "fdopen", "getrandom", "open", "unlink"}));
 }
 
 TEST_F(SystemFaultsOfFiles, Loading) {
@@ -141,10 +182,12 @@ TEST_F(SystemFaultsOfFiles, Loading) {
         faults.arm();
         const i32 size = wiq_load_file(in("f").c_str(), &data, 1);
         faults.disarm();
-        EXPECT_EQ(size, faults.fired().empty() ? 7 : static_cast<i32>(WIQ_ERR_IO));
+        // All has been read when the file is closed.
+        const bool read = faults.fired().empty() || faults.fired() == Names{"fclose"};
+        EXPECT_EQ(size, read ? 7 : static_cast<i32>(WIQ_ERR_IO));
         free(data);
     });
-    EXPECT_EQ(fired, (Names{"fopen", "fread", "fseek", "fstat", "ftell"}));
+    EXPECT_EQ(fired, (Names{"fclose", "fopen", "fread", "fseek", "fstat", "ftell"}));
 }
 
 // Whatever fails, the file has its old name or its new one, and an existing target is not replaced.
@@ -352,11 +395,12 @@ TEST(SystemFaultsOfSchemas, Loading) {
         faults.arm();
         wiq_json_t* schema = wiq_load_schema("faults_input.json", &err);
         faults.disarm();
-        EXPECT_EQ(schema == nullptr, !faults.fired().empty());
-        EXPECT_EQ(static_cast<i32>(err), schema == nullptr ? static_cast<i32>(WIQ_ERR_IO) : 0);
+        const bool read = faults.fired().empty() || faults.fired() == Names{"fclose"};
+        EXPECT_EQ(schema != nullptr, read);
+        EXPECT_EQ(static_cast<i32>(err), read ? 0 : static_cast<i32>(WIQ_ERR_IO));
         wiq_json_unref(schema);
     });
-    EXPECT_EQ(fired, (Names{"fopen", "fstat", "readlink"}));
+    EXPECT_EQ(fired, (Names{"fclose", "fopen", "fstat", "readlink", "vsnprintf"}));
     EXPECT_EQ(wiq_unlink(name.c_str()), 0);
     if (made) {
         EXPECT_EQ(wiq_rmdir(beside.c_str()), 0);
@@ -378,6 +422,24 @@ TEST(SystemFaultsOfLocations, AreNull) {
 }
 
 TEST(SystemFaultsOfEntryPoints, HaveTheirStatuses) {
+    EXPECT_EQ(SweepSystemCalls([](SystemFaults& faults) {
+                  i64 stored = 0;
+                  faults.arm();
+                  const i64 now = wiq_time_real(&stored);
+                  faults.disarm();
+                  EXPECT_EQ(now == -1, !faults.fired().empty());
+                  EXPECT_EQ(stored, now);
+              }),
+              (Names{"time"}));
+    EXPECT_EQ(SweepSystemCalls([](SystemFaults& faults) {
+                  struct tm tm;
+                  faults.arm();
+                  const i32 status = wiq_get_tm(&tm);
+                  faults.disarm();
+                  EXPECT_EQ(status,
+                            faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_TIME_CONVERSION));
+              }),
+              (Names{"gmtime_r", "time"}));
     EXPECT_EQ(SweepSystemCalls([](SystemFaults& faults) {
                   const i64 time = 0;
                   struct tm tm;
@@ -410,6 +472,191 @@ TEST(SystemFaultsOfEntryPoints, HaveTheirStatuses) {
               }),
               (Names{"uv_dlsym"}));
     wiq_dlclose_real(&lib);
+}
+
+// A runtime that needs memory for a format may refuse it at any time, also after it has measured the text.
+class SystemFaultsOfFormats : public testing::TestWithParam<size_t> {
+  protected:
+    // Makes a call that returns the length of text(), or WIQ_ERR_FAILED if the runtime fails in it. Returns
+    // how many times the call formats.
+    static size_t sweep(const std::function<i32(SystemFaults&)>& call) {
+        size_t formats = 0;
+        const Names fired = SweepSystemCalls([&call, &formats](SystemFaults& faults) {
+            ++formats;
+            const i32 result = call(faults);
+            EXPECT_EQ(result, faults.fired().empty() ? static_cast<i32>(GetParam())
+                                                     : static_cast<i32>(WIQ_ERR_FAILED));
+        });
+        EXPECT_EQ(fired, Names{"vsnprintf"});
+        return formats / (2 * 5) - 1;
+    }
+    static std::string text() { return std::string(GetParam(), 'x'); }
+    // A text of 512 characters is formatted twice.
+    static size_t times() { return GetParam() < 512 ? 1 : 2; }
+};
+
+INSTANTIATE_TEST_SUITE_P(Lengths, SystemFaultsOfFormats, testing::Values(0, 1, 511, 512, 5000));
+
+TEST_P(SystemFaultsOfFormats, ANewString) {
+    EXPECT_EQ(sweep([](SystemFaults& faults) {
+                  char untouched = 'u';
+                  char* out = &untouched;
+                  faults.arm("vsnprintf");
+                  const i32 result = wiq_asprintf(&out, "%s", text().c_str());
+                  faults.disarm();
+                  if (result < 0) {
+                      EXPECT_EQ(out, nullptr);
+                  } else {
+                      EXPECT_EQ(out, text());
+                  }
+                  free(out);
+                  return result;
+              }),
+              times());
+}
+
+TEST_P(SystemFaultsOfFormats, ABlockThatIsOverwritten) {
+    EXPECT_EQ(sweep([](SystemFaults& faults) {
+                  u64 size = 4;
+                  char* block = strdup("old");
+                  faults.arm("vsnprintf");
+                  const i32 result = wiq_rasprintf(&block, &size, "%s", text().c_str());
+                  faults.disarm();
+                  const bool grew = size != 4;
+                  EXPECT_EQ(block, result >= 0 ? text() : std::string(grew ? "" : "old"));
+                  free(block);
+                  return result;
+              }),
+              times());
+}
+
+TEST_P(SystemFaultsOfFormats, ABlockThatIsAppendedTo) {
+    for (const u64 room : {u64{4}, u64{1024}}) {
+        const size_t formats = sweep([room](SystemFaults& faults) {
+            u64 size = room;
+            char* block = static_cast<char*>(malloc(room));
+            memcpy(block, "old", 4);
+            faults.arm("vsnprintf");
+            const i32 result = wiq_rapsprintf(&block, &size, "%s", text().c_str());
+            faults.disarm();
+            EXPECT_EQ(block, result < 0 ? "old" : "old" + text());
+            free(block);
+            return result;
+        });
+        EXPECT_EQ(formats, GetParam() == 512 && room == 1024 ? 1 : times());
+    }
+}
+
+TEST_P(SystemFaultsOfFormats, AStringBuffer) {
+    EXPECT_EQ(sweep([](SystemFaults& faults) {
+                  wiq_strbuf buf;
+                  EXPECT_EQ(wiq_strbuf_init(&buf, 4), 0);
+                  wiq_strbuf_write(&buf, "old", 3);
+                  faults.arm("vsnprintf");
+                  const i32 result = wiq_strbuf_printf(&buf, "%s", text().c_str());
+                  faults.disarm();
+                  const std::string content(buf.data, buf.len);
+                  if (result >= 0) {
+                      EXPECT_EQ(content, "old" + text());
+                  } else if (content != "old") {
+                      EXPECT_EQ(content, "old" + std::string(GetParam(), '\0'));
+                  }
+                  EXPECT_EQ(buf.data[buf.len], '\0');
+                  wiq_strbuf_finalize(&buf);
+                  return result;
+              }),
+              times());
+}
+
+TEST_P(SystemFaultsOfFormats, ABufferOfTheCaller) {
+    const auto fill = [](char* buf, size_t size, const char* format, ...) {
+        va_list args;
+        va_start(args, format);
+        const i32 result = wiq_vsprintf(buf, size, format, args);
+        va_end(args);
+        return result;
+    };
+    EXPECT_EQ(sweep([fill](SystemFaults& faults) {
+                  std::string buf(GetParam() + 1, '?');
+                  faults.arm("vsnprintf");
+                  const i32 result = fill(buf.data(), buf.size(), "%s", text().c_str());
+                  faults.disarm();
+                  if (result >= 0) {
+                      EXPECT_STREQ(buf.c_str(), text().c_str());
+                  }
+                  return result;
+              }),
+              1u);
+    // This one measures first, and its failures have no status of their own.
+    SweepSystemCalls([](SystemFaults& faults) {
+        char buf[100] = "old";
+        faults.arm("vsnprintf");
+        const i32 length = wiq_snprintf(buf, sizeof(buf), "%s", text().c_str());
+        faults.disarm();
+        EXPECT_EQ(length < 0, !faults.fired().empty());
+        // The text may be there although it could not be measured.
+        if (length >= 0 || buf[0] != '\0') {
+            EXPECT_EQ(buf, text().substr(0, sizeof(buf) - 1));
+        }
+    });
+}
+
+TEST(SystemFaultsOfTexts, AVectorOfStrings) {
+    SweepSystemCalls([](SystemFaults& faults) {
+        wiq_strv strv;
+        ASSERT_EQ(wiq_strv_init(&strv), 0);
+        faults.arm("vsnprintf");
+        const i32 result = wiq_strv_pushf(&strv, "%d", 42);
+        faults.disarm();
+        EXPECT_EQ(result, faults.fired().empty() ? 2 : static_cast<i32>(WIQ_ERR_FAILED));
+        wiq_strv_finalize(&strv);
+    });
+}
+
+TEST(SystemFaultsOfMemory, AlignedBlocks) {
+    EXPECT_EQ(SweepSystemCalls([](SystemFaults& faults) {
+                  void* block = &faults;
+                  faults.arm();
+                  const i32 status = wiq_real_aligned_alloc(&block, 100, 64);
+                  faults.disarm();
+                  EXPECT_EQ(status,
+                            faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY));
+                  EXPECT_EQ(block == nullptr, status != 0);
+                  wiq_real_aligned_free(block);
+              }),
+              Names{"posix_memalign"});
+    static size_t s_refused;
+    const auto refused = [](size_t size) { s_refused = size; };
+    EXPECT_EQ(
+        SweepSystemCalls([refused](SystemFaults& faults) {
+            s_refused = 0;
+            void* block = &faults;
+            faults.arm();
+            const i32 status = wiq_wrap_aligned_alloc(&block, 100, 64, refused, nullptr, nullptr);
+            faults.disarm();
+            EXPECT_EQ(status, faults.fired().empty() ? 0 : static_cast<i32>(WIQ_ERR_NO_MEMORY));
+            EXPECT_EQ(block == nullptr, status != 0);
+            EXPECT_EQ(s_refused, status == 0 ? 0u : 100u);
+            wiq_wrap_aligned_free(block, nullptr);
+        }),
+        Names{"posix_memalign"});
+}
+
+// The runtime has the locale "C" without making it, so this does not happen. The text is formatted in the thread's
+// own locale then. Another process, since the locale is asked for only once.
+TEST(SystemFaultsOfTexts, WithoutALocale) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            SystemFaults faults(1, SystemFaults::kPersistent, ENOMEM);
+            faults.arm("newlocale");
+            char* text = nullptr;
+            const i32 length = wiq_asprintf(&text, "%d %s", 42, "bytes");
+            faults.disarm();
+            fprintf(stderr, "%d %s %zu\n", length, text, faults.fired().size());
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "8 42 bytes 1");
 }
 
 // This is the only call that continues after an interruption, because it promises a minimum duration.

@@ -1,9 +1,10 @@
 // The system calls of the library, under the names that it uses, each of which may fail. For programs that link the
-// library statically with -Wl,--wrap for each of these functions; one of their sources includes this header and
-// defines reason_to_fail().
+// library statically with -Wl,--wrap for each of these functions (cmake/WrapSystemCalls.cmake reads their names from
+// here); one of their sources includes this header and defines reason_to_fail().
 #pragma once
 
 #include <fcntl.h>
+#include <locale.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -35,6 +36,10 @@ inline bool system_call_fails(const char* function) {
 extern "C" {
 
 KE_WRAP(int, access, (const char* path, int mode), (path, mode), -1)
+KE_WRAP(int, clock_gettime, (clockid_t clock, timespec* time), (clock, time), -1)
+// The kernel closes a descriptor in any case, and the runtime releases the stream.
+KE_WRAP(int, close, (int descriptor), (descriptor), (__real_close(descriptor), -1))
+KE_WRAP(int, fclose, (FILE * fp), (fp), (__real_fclose(fp), EOF))
 KE_WRAP(FILE*, fdopen, (int descriptor, const char* mode), (descriptor, mode), nullptr)
 KE_WRAP(FILE*, fopen, (const char* path, const char* mode), (path, mode), nullptr)
 KE_WRAP(size_t, fread, (void* to, size_t size, size_t count, FILE* fp), (to, size, count, fp), 0)
@@ -48,6 +53,10 @@ KE_WRAP(struct tm*, gmtime_r, (const time_t* time, struct tm* out), (time, out),
 KE_WRAP(int, link, (const char* from, const char* to), (from, to), -1)
 KE_WRAP(int, lstat, (const char* path, struct stat* status), (path, status), -1)
 KE_WRAP(int, mkdir, (const char* path, mode_t mode), (path, mode), -1)
+KE_WRAP(locale_t, newlocale, (int categories, const char* name, locale_t base),
+        (categories, name, base), nullptr)
+KE_WRAP(int, posix_memalign, (void** block, size_t alignment, size_t size),
+        (block, alignment, size), ENOMEM)
 KE_WRAP(ssize_t, readlink, (const char* path, char* to, size_t size), (path, to, size), -1)
 KE_WRAP(int, rename, (const char* from, const char* to), (from, to), -1)
 KE_WRAP(int, renameat2,
@@ -55,10 +64,32 @@ KE_WRAP(int, renameat2,
         (from_dir, from, to_dir, to, flags), -1)
 KE_WRAP(int, rmdir, (const char* path), (path), -1)
 KE_WRAP(int, stat, (const char* path, struct stat* status), (path, status), -1)
+KE_WRAP(time_t, time, (time_t * time), (time), -1)
 KE_WRAP(int, unlink, (const char* path), (path), -1)
 KE_WRAP(int, uv_dlopen, (const char* path, uv_lib_t* lib), (path, lib), (*lib = {}, -1))
 KE_WRAP(int, uv_dlsym, (uv_lib_t * lib, const char* name, void** sym), (lib, name, sym), -1)
 KE_WRAP(int, uv_os_homedir, (char* to, size_t* size), (to, size), UV_EIO)
+
+KE_WRAP(int, vfprintf, (FILE * fp, const char* format, va_list args), (fp, format, args), -1)
+KE_WRAP(int, vsnprintf, (char* to, size_t size, const char* format, va_list args),
+        (to, size, format, args), -1)
+
+// The names of the two functions above in a library that is compiled with _FORTIFY_SOURCE.
+int __real___vfprintf_chk(FILE* fp, int flag, const char* format, va_list args);
+int __wrap___vfprintf_chk(FILE* fp, int flag, const char* format, va_list args);
+int __wrap___vfprintf_chk(FILE* fp, int flag, const char* format, va_list args) {
+    return system_call_fails("vfprintf") ? -1 : __real___vfprintf_chk(fp, flag, format, args);
+}
+int __real___vsnprintf_chk(char* to, size_t size, int flag, size_t room, const char* format,
+                           va_list args);
+int __wrap___vsnprintf_chk(char* to, size_t size, int flag, size_t room, const char* format,
+                           va_list args);
+int __wrap___vsnprintf_chk(char* to, size_t size, int flag, size_t room, const char* format,
+                           va_list args) {
+    return system_call_fails("vsnprintf")
+               ? -1
+               : __real___vsnprintf_chk(to, size, flag, room, format, args);
+}
 
 // Unlike the others, this fault interrupts a sleep once; the library then sleeps for the remaining time.
 int __real_nanosleep(const timespec* time, timespec* left);
