@@ -46,6 +46,8 @@ extern "C" {
  *  | "%.3s" of NULL | nothing | (nu | (nu |
  *  | "%I64d" | an int, 64 columns wide | a 64-bit integer | a 64-bit integer |
  *  | "%m", "%'d" | error text, grouping | refused | refused |
+ *  | a text of 2^31 to 2^32 - 1 characters | refused | refused | refused |
+ *  | a longer text | refused | may be cut to its length modulo 2^32 | as UCRT |
  *  | an unknown conversion ("%y") | written unchanged | refused | refused |
  *  | "%" at the end | refused | refused | refused |
  *  | arguments both with and without positions | not specified | refused | refused |

@@ -73,6 +73,13 @@ _locale_t c_locale() {
     return kCLocale;
 }
 
+// Returns the size of a buffer as it is passed to the runtime. No text has more than INT32_MAX
+// characters, and Wine's runtime takes sizes modulo 2^32.
+size_t bounded(size_t size) {
+    constexpr size_t kMaxSize = size_t{1} << 31;
+    return size < kMaxSize ? size : kMaxSize;
+}
+
 }  // namespace
 
 i32 format_length(const char* format, va_list args) {
@@ -86,6 +93,7 @@ i32 format_text(char* buf, size_t size, const char* format, va_list args) {
     if (buf == nullptr || size == 0 || format == nullptr || is_refused_format(format, kModifiers))
         return -1;
     const InvalidParametersFail guard;
+    size = bounded(size);
     const i32 length = _vsprintf_p_l(buf, size, format, c_locale(), args);
     if (length >= 0 && static_cast<size_t>(length) < size)
         return length;
@@ -119,7 +127,7 @@ i32 format_text_cut(char* buf, size_t size, const char* format, va_list args) {
         return -1;
     const InvalidParametersFail guard;
     // The result is also negative for a text that was cut, so it is ignored.
-    _vsnprintf_s_l(buf, size, _TRUNCATE, format, c_locale(), args);
+    _vsnprintf_s_l(buf, bounded(size), _TRUNCATE, format, c_locale(), args);
     return 0;
 }
 
