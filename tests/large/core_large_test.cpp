@@ -47,6 +47,30 @@ TEST(CoreLargeAligned, Blocks) {
     }
 }
 
+// No file and no symbol can have such a name. (The name of the symbol is in messages of the loader, which take
+// twice as much memory again.)
+TEST(CoreLargeModules, Names) {
+    for (const size_t size : kLarge) {
+        SCOPED_TRACE(size);
+        const Text name(size, 'x');
+        wiq_lib lib = {};
+        EXPECT_EQ(wiq_dlopen_real(name.data(), &lib), WIQ_ERR_DLOPEN);
+        EXPECT_EQ(lib.errmsg, nullptr);
+    }
+#ifdef _WIN32
+    constexpr const char* kModule = "kernel32.dll";
+#else
+    constexpr const char* kModule = "libm.so.6";
+#endif
+    const Text name(k2G + 5, 'x');
+    wiq_lib lib = {};
+    ASSERT_EQ(wiq_dlopen_real(kModule, &lib), 0);
+    void* symbol = &lib;
+    EXPECT_EQ(wiq_dlsym_real(&lib, name.data(), &symbol), WIQ_ERR_DLSYM);
+    EXPECT_EQ(symbol, nullptr);
+    wiq_dlclose_real(&lib);
+}
+
 TEST_F(CoreLarge, Copies) {
     for (const size_t size : kLarge) {
         Text text(size, 'x');

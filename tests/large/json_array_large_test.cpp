@@ -101,6 +101,15 @@ TEST_F(JsonArrayLarge, AsManyElementsAsThereCanBe) {
     wiq_json_t* pattern = wiq_json_bool_new(true, nullptr);
     EXPECT_EQ(wiq_json_array_find(array, pattern), last);
     wiq_json_unref(pattern);
+    wiq_json_t* other = wiq_json_null_new(nullptr);
+    err = 0;
+    EXPECT_EQ(wiq_json_array_swap(array, INT32_MAX, other, &err), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INDEX_OUT_OF_RANGE);
+    err = 0;
+    EXPECT_EQ(wiq_json_array_swap(array, INT32_MAX - 1, other, &err), last);
+    EXPECT_EQ(wiq_json_array_swap(array, -1, last, &err), other);
+    wiq_json_unref(other);
+
     // The indexes of dropped elements would need 64 GiB, so the filter fails before it calls the callback.
     i32 asked = 0;
     const auto keep = [](wiq_json_t*, void* user) {
@@ -110,7 +119,8 @@ TEST_F(JsonArrayLarge, AsManyElementsAsThereCanBe) {
     EXPECT_EQ(wiq_json_array_filter(array, keep, &asked), WIQ_ERR_NO_MEMORY);
     EXPECT_EQ(asked, 0);
 
-    EXPECT_EQ(wiq_json_array_pop(array, 1), 0);
+    EXPECT_EQ(wiq_json_array_pop_elem(array), last);
+    wiq_json_unref(last);
     expect_dumped(array, size_t{INT32_MAX} - 1);
     EXPECT_EQ(wiq_json_array_pop(array, INT32_MAX), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_json_array_pop(array, INT32_MAX - 3), 0);

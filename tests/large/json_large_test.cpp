@@ -63,6 +63,9 @@ TEST_F(JsonLarge, FollowedReferences) {
     u32 err = 0;
     EXPECT_EQ(wiq_json_jref_deref(ref, &err), nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_KEY_NOT_FOUND);
+    err = 0;
+    EXPECT_EQ(wiq_json_jref_resolve(ref, &err), nullptr);
+    EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_KEY_NOT_FOUND);
     EXPECT_EQ(wiq_json_jref_expand(root), WIQ_ERR_KEY_NOT_FOUND);
     EXPECT_TRUE(wiq_json_is_jref(wiq_json_obj_get_ext(root, "r", 0, nullptr)));
     wiq_json_unref(root);
