@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 
 #include "ke_utils/core.h"
@@ -173,6 +174,66 @@ TEST(IniFaults, TheLineBufferCannotGrow) {
         EXPECT_EQ(status, faults.fired() ? WIQ_ERR_NO_MEMORY : 0);
         fclose(stream);
     });
+}
+
+// What the callbacks of a parse receive, in order. The strings do not grow while allocations may fail.
+struct IniEvents {
+    IniEvents() { seen.reserve(8192); }
+    i32 parse(FILE* stream) {
+        seen.clear();
+        rewind(stream);
+        const auto on_section = [](const char* name, const WiqIniLocation*, const char* argument,
+                                   const WiqIniLocation*, void* user) {
+            auto* self = static_cast<IniEvents*>(user);
+            self->add({"[", name, "|", argument != nullptr ? argument : "", "]"});
+            return i32{0};
+        };
+        const auto on_key = [](const char* key, const WiqIniLocation*, const char* value,
+                               const WiqIniLocation*, void* user) {
+            static_cast<IniEvents*>(user)->add({key, "=", value, ";"});
+            return i32{0};
+        };
+        const auto on_error = [](const WiqIniLocation*, void* user) {
+            static_cast<IniEvents*>(user)->add({"!"});
+        };
+        return wiq_ini_parse(stream, on_section, on_key, on_error, this);
+    }
+    void add(std::initializer_list<const char*> parts) {
+        for (const char* part : parts)
+            seen += part;
+    }
+
+    std::string seen;
+};
+
+TEST(IniFaults, EveryPrefix) {
+    const std::string content =
+        "; comment\r\n[one]\nkey = value\n\n[two argument]\n k=\"quoted; text\" # x\n" +
+        std::string("[three \"an argument\"]\nlong = ") + std::string(200, 'v') +
+        "\nlonger = " + std::string(600, 'w') + "\nlast = \xc3\xa9";
+    size_t points = 0;
+    for (size_t length = 0; length <= content.size(); ++length) {
+        SCOPED_TRACE(length);
+        FILE* stream = stream_of(content.substr(0, length));
+        ASSERT_NE(stream, nullptr);
+        IniEvents whole;
+        const i32 expected = whole.parse(stream);
+        EXPECT_TRUE(expected == 0 || expected == WIQ_ERR_INI_SYNTAX) << expected;
+        points += SweepAllocations([&](AllocFaults& faults) {
+            IniEvents events;
+            faults.arm();
+            const i32 status = events.parse(stream);
+            faults.disarm();
+            EXPECT_EQ(status, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : expected);
+            // What was read before memory ran out has been delivered, and nothing else.
+            EXPECT_EQ(events.seen,
+                      faults.fired() ? whole.seen.substr(0, events.seen.size()) : whole.seen);
+        });
+        fclose(stream);
+        if (HasFailure())
+            break;
+    }
+    EXPECT_GT(points, 2 * content.size());
 }
 
 TEST(SchemaFaults, Load) {
