@@ -114,6 +114,9 @@ std::string end_of_links(std::string path) {
             return path;
         char target[PATH_MAX];
         const ssize_t length = readlink(path.c_str(), target, sizeof(target));
+        // What may be a link must not be replaced as if it were a file.
+        if (length < 0 && errno != EINVAL && errno != ENOENT)
+            throw system_failure(path, "cannot be written");
         if (length < 0)
             return path;
         const std::string text(target, static_cast<size_t>(length));
