@@ -163,6 +163,17 @@ void elements() {
     begin();
     check(wiq_json_array_filter(array, keep_odd, nullptr) >= 0, "filtering");
     end("filtering an array");
+    // Each new element is told a negative index, which means another slot once the array is longer.
+    wiq_json_t* swapped = parse(list_of(g_size));
+    for (int i = 1; i <= g_size; ++i) {
+        wiq_json_t* elem = wiq_json_i64_new(i, nullptr);
+        wiq_json_unref(wiq_json_array_swap(swapped, -i, elem, nullptr));
+    }
+    check(wiq_json_array_push_i64(swapped, 0, nullptr) != nullptr, "pushing");
+    begin();
+    check(wiq_json_array_filter(swapped, keep_odd, nullptr) >= 0, "filtering");
+    end("filtering an array after replacing its elements");
+    wiq_json_unref(swapped);
     begin();
     while (wiq_json_array_size(array) != 0)
         wiq_json_array_pop(array, 1);
@@ -251,8 +262,25 @@ void references() {
           "resolving");
     end("resolving a reference");
     begin();
+    check(wiq_json_jref_deref(wiq_json_array_get_ext(root, 0, 0, nullptr), nullptr) != nullptr,
+          "following");
+    end("following a chain of references");
+    begin();
     check(wiq_json_jref_expand(root) == 0, "expanding");
     end("expanding a chain of references");
+    wiq_json_unref(root);
+
+    // Each list contains the one before it twice, so the last one has about as many nodes as the size says.
+    text = "[[1]";
+    int last = 0;
+    for (int nodes = 1; nodes < g_size; nodes *= 2, ++last) {
+        const std::string reference = "{\"$ref\":\"/" + std::to_string(last) + "\"}";
+        text += ",[" + reference + "," + reference + "]";
+    }
+    root = parse(text + "]");
+    begin();
+    check(wiq_json_jref_expand(root) == 0, "expanding");
+    end("expanding references that double");
     wiq_json_unref(root);
 }
 
@@ -293,6 +321,21 @@ void containers() {
     for (const std::string& key : keys)
         wiq_map_remove(&map, key.c_str());
     end("emptying a map");
+    wiq_map_finalize(&map);
+
+    keys = colliding::keys(static_cast<size_t>(g_size) / 8);
+    check(wiq_map_init(&map, 0, wiq_hash_str, wiq_cmp_str, nullptr, nullptr) == 0, "a map");
+    begin();
+    for (std::string& key : keys)
+        wiq_map_put(&map, key.data(), key.data());
+    end("building a map of colliding keys");
+    begin();
+    check(wiq_map_get(&map, keys.back().c_str()) != nullptr, "looking up");
+    end("look-up in a map of colliding keys");
+    begin();
+    for (const std::string& key : keys)
+        wiq_map_remove(&map, key.c_str());
+    end("emptying a map of colliding keys");
     wiq_map_finalize(&map);
 
     wiq_vector* vec = wiq_vector_new(sizeof(int), 0, nullptr, nullptr);
@@ -348,6 +391,21 @@ void texts() {
     fclose(ini);
 }
 
+// At most 1,000 levels: no path is longer than 4,096 bytes.
+void folders() {
+    const int levels = g_size / 8;
+    std::string path = "growth";
+    for (int i = 1; i < levels; ++i)
+        path += "\\d";
+    begin();
+    check(wiq_mkdir_parents((path + "\\file").c_str()) == 0, "making folders");
+    end("making folders");
+    for (int i = 0; i < levels; ++i) {
+        check(wiq_rmdir(path.c_str()) == 0, "removing folders");
+        path.resize(path.size() - (i + 1 < levels ? 2 : 0));
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -362,5 +420,6 @@ int main(int argc, char** argv) {
     references();
     containers();
     texts();
+    folders();
     return 0;
 }
