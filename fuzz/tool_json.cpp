@@ -1,9 +1,8 @@
 // The tool's edits of JSON texts: a value that is set or removed is where the library's own edit puts it, and
 // a patch made from two documents turns one into the other.
-#include <memory>
-
 #include "failure.h"
 #include "input.h"
+#include "json/tree.h"
 #include "json_diff.h"
 #include "json_edit.h"
 #include "json_equal.h"
@@ -12,14 +11,8 @@
 
 namespace {
 
-struct Unref {
-    void operator()(wiq_json_t* node) const { wiq_json_unref(node); }
-};
-using Tree = std::unique_ptr<wiq_json_t, Unref>;
-
-Tree parse(const std::string& text) {
-    return Tree(wiq_json_loads(text.c_str(), 0, nullptr));
-}
+using tree::parse;
+using tree::Tree;
 
 // The tool treats empty steps differently, because it supports empty keys, and allows "#" only for reading.
 // It writes a non-ASCII key unescaped, which the library cannot read.

@@ -8,14 +8,11 @@
 namespace {
 
 using tree::count;
+using tree::elem;
 using tree::make;
 using tree::parent;
 using tree::text_of;
 using tree::Tree;
-
-wiq_json_t* elem(const Tree& array, i32 index) {
-    return wiq_json_array_get_ext(array.get(), index, 0, nullptr);
-}
 
 void expect_numbered(const Tree& array) {
     for (i32 i = 0; i < wiq_json_array_size(array.get()); ++i) {

@@ -6,18 +6,12 @@
 namespace {
 
 using tree::count;
+using tree::elem;
 using tree::make;
 using tree::parent;
+using tree::status;
 using tree::text_of;
 using tree::Tree;
-
-i32 status(u32 err) {
-    return static_cast<i32>(err);
-}
-
-wiq_json_t* elem(const Tree& array, i32 index) {
-    return wiq_json_array_get_ext(array.get(), index, 0, nullptr);
-}
 
 TEST(JsonArrayPush, MakesTheArrayTheParent) {
     Tree array = make("[10]");

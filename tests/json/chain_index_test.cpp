@@ -12,6 +12,7 @@
 
 namespace {
 
+using tree::keys_of;
 using tree::Tree;
 
 #if defined(KE_ADDRESS_SANITIZER)
@@ -27,19 +28,6 @@ std::vector<std::string> shuffled(std::vector<std::string> keys) {
 
 Tree parse(const std::vector<std::string>& keys, i32 flags = 0) {
     return Tree(wiq_json_loads(colliding::object_text(keys).c_str(), flags, nullptr));
-}
-
-// Returns the keys in the object's order.
-std::vector<std::string> keys_of(const Tree& obj) {
-    std::vector<std::string> keys;
-    wiq_json_obj_foreach(
-        obj.get(),
-        [](const char* key, wiq_json_t*, void* user) {
-            static_cast<std::vector<std::string>*>(user)->push_back(key);
-            return true;
-        },
-        &keys);
-    return keys;
 }
 
 class JsonCollidingKeysMany : public ::testing::Test {
@@ -246,7 +234,7 @@ TEST(JsonCollidingKeysThreads, DrawTheirRandomNumbersOnce) {
     for (Tree& object : objects) {
         threads.emplace_back([&] {
             start.arrive_and_wait();
-            object = Tree(wiq_json_loads(text.c_str(), 0, nullptr));
+            object = tree::parse(text);
         });
     }
     for (std::thread& thread : threads)

@@ -16,6 +16,9 @@ namespace {
 
 using ke::json::Chunk;
 using ke::json::Chunks;
+using tree::elem;
+using tree::member;
+using tree::parse;
 using tree::text_of;
 using tree::Tree;
 
@@ -27,17 +30,8 @@ constexpr bool kOneBlockEach = false;
 
 constexpr long kMaxChunkSize = 16 * 1024;
 
-Tree parse(const std::string& text) {
-    return Tree(wiq_json_loads(text.c_str(), 0, nullptr));
-}
 Tree copy(const Tree& source) {
     return Tree(wiq_json_copy(source.get(), nullptr));
-}
-wiq_json_t* elem(const Tree& array, i32 index) {
-    return wiq_json_array_get_ext(array.get(), index, 0, nullptr);
-}
-wiq_json_t* member(const Tree& obj, const std::string& key) {
-    return wiq_json_obj_get_ext(obj.get(), key.c_str(), 0, nullptr);
 }
 std::string name(int i) {
     return "key" + std::to_string(i);

@@ -5,6 +5,7 @@
 
 namespace {
 
+using tree::keys_of;
 using tree::make;
 using tree::text_of;
 using tree::Tree;
@@ -108,17 +109,6 @@ TEST(JsonCopy, MembersKeepTheOrderOfAnInsertionInMapOrder) {
         },
         expected.get());
     Tree copy(wiq_json_copy(source.get(), nullptr));
-    const auto keys_of = [](const Tree& obj) {
-        std::vector<std::string> keys;
-        wiq_json_obj_foreach(
-            obj.get(),
-            [](const char* key, wiq_json_t*, void* user) {
-                static_cast<std::vector<std::string>*>(user)->push_back(key);
-                return true;
-            },
-            &keys);
-        return keys;
-    };
     EXPECT_EQ(keys_of(copy), keys_of(expected));
 }
 

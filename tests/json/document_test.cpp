@@ -18,6 +18,7 @@
 namespace {
 
 using ke::json::has_document;
+using tree::parse;
 using tree::text_of;
 using tree::Tree;
 
@@ -53,9 +54,6 @@ std::string document(const std::string& reference = R"(,"ref":{"$ref":"#/a"})") 
            R"(,"table":)" + table(200) + R"(,"long":")" + std::string(3000, 'x') + R"(",")" +
            std::string(3000, 'k') + R"(":[[")" + std::string(2000, 'y') + R"("]])" + reference +
            "}";
-}
-Tree parse(const std::string& text) {
-    return Tree(wiq_json_loads(text.c_str(), 0, nullptr));
 }
 
 struct Step {

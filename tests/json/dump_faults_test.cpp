@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "json/json_text.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "support/alloc_faults.h"
@@ -15,20 +16,6 @@ namespace {
 
 constexpr const char* kRich =
     R"({"n":null,"i":-5,"g":18446744073709551616,"d":2.5,"s":"text","o":{"x":[1,"two",{"y":3}]},"r":{"$ref":"/i"}})";
-
-wiq_json_t* parsed(const char* text) {
-    wiq_json_t* root = wiq_json_loads(text, 0, nullptr);
-    EXPECT_NE(root, nullptr) << text;
-    return root;
-}
-
-std::string dumped(wiq_json_t* node) {
-    char* text = nullptr;
-    EXPECT_GE(wiq_json_sdump(node, &text, WIQ_JSON_DUMP_SORT_KEYS), 0);
-    std::string result = text == nullptr ? "" : text;
-    free(text);
-    return result;
-}
 
 TEST(DumpFaults, Dumps) {
     // Build the classes beforehand, so that each run makes the same allocations.

@@ -13,6 +13,7 @@
 #include <string>
 #include <thread>
 
+#include "json/json_text.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "support/dump_visitors.h"
@@ -26,7 +27,7 @@ constexpr u32 kSorted = WIQ_JSON_DUMP_SORT_KEYS;
 constexpr u32 kAsObject = WIQ_JSON_DUMP_U128_AS_OBJECT;
 
 // Returns the text of a node, or "(status)". Does not release the node.
-std::string dumped(wiq_json_t* node, u32 flags) {
+std::string text_or_status(wiq_json_t* node, u32 flags) {
     char* text = nullptr;
     const i32 length = wiq_json_sdump(node, &text, flags);
     if (length < 0) {
@@ -41,15 +42,9 @@ std::string dumped(wiq_json_t* node, u32 flags) {
 
 // Returns the text of a new node and releases the node.
 std::string text_of(wiq_json_t* node, u32 flags = 0) {
-    std::string text = dumped(node, flags);
+    std::string text = text_or_status(node, flags);
     wiq_json_unref(node);
     return text;
-}
-
-wiq_json_t* parsed(const char* text) {
-    wiq_json_t* root = wiq_json_loads(text, 0, nullptr);
-    EXPECT_NE(root, nullptr) << text;
-    return root;
 }
 
 // Returns what a function writes to a stream.
@@ -86,7 +81,7 @@ TEST(Dump, EveryKindIntoAStream) {
     const std::string expected = "[null,true,false,-5,18446744073709551615,2.500000,\"a\",[],{}]";
     EXPECT_EQ(written([root](FILE* stream) { EXPECT_GT(wiq_json_fdump(root, stream, 0, 0), 0); }),
               expected);
-    EXPECT_EQ(dumped(root, 0), expected);
+    EXPECT_EQ(text_or_status(root, 0), expected);
     wiq_json_unref(root);
     root = wiq_json_u64_new(UINT64_MAX, nullptr);
     EXPECT_EQ(written([root](FILE* stream) { EXPECT_EQ(wiq_json_fdump(root, stream, 0, 0), 20); }),
@@ -301,7 +296,7 @@ TEST(Dump, MembersKeepTheOrderOfTheObject) {
         expected += (i == 0 ? "\"" : ",\"") + std::string(key) +
                     "\":" + std::to_string(wiq_json_obj_get_i64(root, key, nullptr));
     }
-    EXPECT_EQ(dumped(root, 0), expected + "}");
+    EXPECT_EQ(text_or_status(root, 0), expected + "}");
     wiq_strv_finalize(&keys);
     wiq_json_unref(root);
 }
@@ -381,7 +376,7 @@ TEST(Dump, AnUnknownKindIsRefused) {
     wiq_json_t* bad = wiq_json_array_push_bool(root, true, nullptr);
     u16 tag = 11;
     memcpy(bad, &tag, sizeof(tag));
-    EXPECT_EQ(dumped(root, 0), "(-7014)");
+    EXPECT_EQ(text_or_status(root, 0), "(-7014)");
     tag = 8;
     memcpy(bad, &tag, sizeof(tag));
     wiq_json_unref(root);
@@ -389,7 +384,7 @@ TEST(Dump, AnUnknownKindIsRefused) {
 
 TEST(Dump, ToAStream) {
     wiq_json_t* root = parsed(R"({"a":[1,2.5,"text",{"$ref":"#/a"}]})");
-    const std::string expected = dumped(root, 0);
+    const std::string expected = text_or_status(root, 0);
     EXPECT_EQ(written([&](FILE* stream) {
                   fputs("before ", stream);
                   EXPECT_EQ(wiq_json_fdump(root, stream, 0, 0), static_cast<i32>(expected.size()));
@@ -407,7 +402,7 @@ TEST(Dump, LongTextsToAStream) {
             wiq_json_array_push_str(root, text.c_str(), nullptr);
         EXPECT_EQ(
             written([root](FILE* stream) { EXPECT_GT(wiq_json_fdump(root, stream, 0, 0), 0); }),
-            dumped(root, 0));
+            text_or_status(root, 0));
         wiq_json_unref(root);
     }
 }
@@ -822,9 +817,9 @@ TEST(DumpDeep, AMillionLevels) {
     for (size_t i = kLevels; i > 0; --i)
         text += i % 2 == 1 ? "]" : "}";
     run_on_small_stack([&] {
-        wiq_json_t* root = parsed(text.c_str());
-        EXPECT_TRUE(dumped(root, 0) == text);
-        EXPECT_TRUE(dumped(root, kSorted) == text);
+        wiq_json_t* root = parsed(text);
+        EXPECT_TRUE(text_or_status(root, 0) == text);
+        EXPECT_TRUE(text_or_status(root, kSorted) == text);
         EXPECT_TRUE(written([root](FILE* stream) {
                         EXPECT_GT(wiq_json_fdump(root, stream, 0, 0), 0);
                     }) == text);
@@ -870,12 +865,12 @@ TEST(DumpRoundTrip, RandomTreesComeBackEqual) {
     for (int i = 0; i < 300; ++i) {
         wiq_json_t* root = random_ascii_tree(5);
         for (u32 flags : {0u, kPretty, kSorted, kPretty | kSorted}) {
-            const std::string text = dumped(root, flags);
-            wiq_json_t* back = parsed(text.c_str());
+            const std::string text = text_or_status(root, flags);
+            wiq_json_t* back = parsed(text);
             ASSERT_TRUE(wiq_json_equal(root, back)) << text;
             // Sorted text depends only on the document's contents.
             if ((flags & kSorted) != 0) {
-                ASSERT_EQ(dumped(back, flags), text);
+                ASSERT_EQ(text_or_status(back, flags), text);
             }
             wiq_json_unref(back);
         }

@@ -13,15 +13,12 @@
 namespace {
 
 using tree::make;
+using tree::member;
 using tree::text_of;
 using tree::Tree;
 
 bool shares_block(const wiq_json_t* node) {
     return ke::json::has_member_in_block(node);
-}
-
-wiq_json_t* child(const Tree& obj, const char* key) {
-    return wiq_json_obj_get_ext(obj.get(), key, 0, nullptr);
 }
 
 TEST(JsonMembers, BuiltOnesShareABlockWithTheirNodes) {
@@ -44,7 +41,7 @@ TEST(JsonMembers, BuiltOnesShareABlockWithTheirNodes) {
         EXPECT_EQ(reinterpret_cast<uintptr_t>(node) % alignof(void*), 0u);
     }
     ASSERT_EQ(wiq_json_obj_put_ext(obj.get(), "own", wiq_json_null_new(nullptr), nullptr), 0);
-    EXPECT_FALSE(shares_block(child(obj, "own")));
+    EXPECT_FALSE(shares_block(member(obj, "own")));
 }
 
 TEST(JsonMembers, KeysOfEveryLength) {
@@ -73,7 +70,7 @@ TEST(JsonMembers, KeysOfEveryLength) {
         const std::string escaped = "\\t" + key;
         const std::string large = "{\"" + escaped + "\":{\"$ref\":\"\",\"$ref\":\"" + uri + "\"}}";
         Tree apart(wiq_json_loads(large.c_str(), 0, nullptr));
-        const wiq_json_t* reference = child(apart, ("\t" + key).c_str());
+        const wiq_json_t* reference = member(apart, ("\t" + key).c_str());
         ASSERT_NE(reference, nullptr) << length;
         EXPECT_FALSE(shares_block(reference));
         EXPECT_EQ(wiq_json_jref_uri(reference), uri);
@@ -82,8 +79,8 @@ TEST(JsonMembers, KeysOfEveryLength) {
 
 TEST(JsonMembers, ANodeOutlivesItsObject) {
     Tree obj = make("{\"a\":1,\"b\":\"text\",\"c\":{\"d\":[2]}}");
-    wiq_json_t* text = child(obj, "b");
-    wiq_json_t* inner = child(obj, "c");
+    wiq_json_t* text = member(obj, "b");
+    wiq_json_t* inner = member(obj, "c");
     wiq_json_ref(text);
     wiq_json_ref(inner);
     obj.reset();
@@ -118,7 +115,7 @@ TEST(JsonMembers, ReplacedOnesStayWhereTheyWereInTheOrder) {
     wiq_strv_init(&after);
     ASSERT_EQ(wiq_json_obj_keys(obj.get(), &before), 7);
     for (const char* key : {"c", "g", "a"}) {
-        wiq_json_t* old = child(obj, key);
+        wiq_json_t* old = member(obj, key);
         wiq_json_ref(old);
         ASSERT_NE(wiq_json_obj_put_str(obj.get(), key, "new", nullptr), nullptr);
         EXPECT_EQ(tree::count(old), 1);

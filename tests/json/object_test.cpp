@@ -7,17 +7,11 @@ namespace {
 
 using tree::count;
 using tree::make;
+using tree::member;
 using tree::parent;
+using tree::status;
 using tree::text_of;
 using tree::Tree;
-
-i32 status(u32 err) {
-    return static_cast<i32>(err);
-}
-
-wiq_json_t* member(const Tree& obj, const char* key) {
-    return wiq_json_obj_get_ext(obj.get(), key, 0, nullptr);
-}
 
 TEST(JsonObjPut, MakesTheObjectTheParent) {
     Tree obj = make("{}");

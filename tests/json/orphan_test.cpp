@@ -6,17 +6,12 @@
 namespace {
 
 using tree::count;
+using tree::elem;
 using tree::make;
+using tree::member;
 using tree::parent;
 using tree::text_of;
 using tree::Tree;
-
-wiq_json_t* elem(const Tree& array, i32 index) {
-    return wiq_json_array_get_ext(array.get(), index, 0, nullptr);
-}
-wiq_json_t* member(const Tree& obj, const char* key) {
-    return wiq_json_obj_get_ext(obj.get(), key, 0, nullptr);
-}
 
 void expect_free_standing(const wiq_json_t* node, i32 expected_count) {
     EXPECT_EQ(parent(node), nullptr);

@@ -18,16 +18,6 @@ struct Case {
     i32 status = 0;
 };
 
-constexpr i32 kTrailing = WIQ_ERR_JSON_TRAILING_DATA;
-constexpr i32 kEnd = WIQ_ERR_JSON_UNEXPECTED_END;
-constexpr i32 kControl = WIQ_ERR_JSON_CONTROL_CHAR;
-constexpr i32 kEscape = WIQ_ERR_JSON_BAD_ESCAPE;
-constexpr i32 kNumber = WIQ_ERR_JSON_BAD_NUMBER;
-constexpr i32 kPlace = WIQ_ERR_JSON_UNEXPECTED_TOKEN;
-constexpr i32 kToken = WIQ_ERR_JSON_BAD_TOKEN;
-constexpr i32 kUtf8 = WIQ_ERR_JSON_BAD_UTF8;
-constexpr i32 kUnicode = WIQ_ERR_JSON_BAD_UNICODE_ESCAPE;
-
 enum class Answer { kAccepted, kRejected, kEither };
 
 template <size_t N>

@@ -16,6 +16,18 @@
 #include "ke_utils/json.h"
 #include "support/pch.h"
 
+// Short names, so that a row of a table fits on a line.
+constexpr i32 kEnd = WIQ_ERR_JSON_UNEXPECTED_END;
+constexpr i32 kControl = WIQ_ERR_JSON_CONTROL_CHAR;
+constexpr i32 kEscape = WIQ_ERR_JSON_BAD_ESCAPE;
+constexpr i32 kNumber = WIQ_ERR_JSON_BAD_NUMBER;
+constexpr i32 kPlace = WIQ_ERR_JSON_UNEXPECTED_TOKEN;
+constexpr i32 kToken = WIQ_ERR_JSON_BAD_TOKEN;
+constexpr i32 kTwice = WIQ_ERR_JSON_DUPLICATE_KEY;
+constexpr i32 kUtf8 = WIQ_ERR_JSON_BAD_UTF8;
+constexpr i32 kUnicode = WIQ_ERR_JSON_BAD_UNICODE_ESCAPE;
+constexpr i32 kTrailing = WIQ_ERR_JSON_TRAILING_DATA;
+
 // In map order, members appear as a walk visits them; sorted, as a person would write them down.
 enum class MemberOrder { kMap, kSorted };
 

@@ -6,22 +6,17 @@
 #include <cstring>
 #include <string>
 
+#include "json/json_text.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "support/alloc_faults.h"
 
 namespace {
 
-wiq_json_t* parsed(const char* text) {
-    wiq_json_t* root = wiq_json_loads(text, 0, nullptr);
-    EXPECT_NE(root, nullptr) << text;
-    return root;
-}
-
 // Expands the document with each allocation failing; returns the number of allocations.
 size_t sweep_expansion(const std::string& text) {
     return SweepAllocations([&text](AllocFaults& faults) {
-        wiq_json_t* root = parsed(text.c_str());
+        wiq_json_t* root = parsed(text);
         faults.arm();
         const i32 status = wiq_json_jref_expand(root);
         faults.disarm();

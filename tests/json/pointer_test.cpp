@@ -8,25 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "json/json_text.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "support/small_stack.h"
 
 namespace {
-
-wiq_json_t* parsed(const char* text) {
-    wiq_json_t* root = wiq_json_loads(text, 0, nullptr);
-    EXPECT_NE(root, nullptr) << text;
-    return root;
-}
-
-std::string dumped(wiq_json_t* node) {
-    char* text = nullptr;
-    EXPECT_GE(wiq_json_sdump(node, &text, WIQ_JSON_DUMP_SORT_KEYS), 0);
-    std::string result = text == nullptr ? "" : text;
-    free(text);
-    return result;
-}
 
 // --- Reading -----------------------------------------------------------------------------------------
 
@@ -361,7 +348,7 @@ TEST(PointerDeep, AMillionLevels) {
         text += "[";
     text += std::string(kLevels, ']');
     run_on_small_stack([&] {
-        wiq_json_t* root = parsed(text.c_str());
+        wiq_json_t* root = parsed(text);
         wiq_json_t* innermost = root;
         std::string expected;
         while (wiq_json_array_size(innermost) > 0) {

@@ -6,26 +6,13 @@
 #include <cstring>
 #include <string>
 
+#include "json/json_text.h"
 #include "json/tree.h"
 #include "ke_utils/core.h"
 #include "ke_utils/json.h"
 #include "support/small_stack.h"
 
 namespace {
-
-wiq_json_t* parsed(const std::string& text) {
-    wiq_json_t* root = wiq_json_loads(text.c_str(), 0, nullptr);
-    EXPECT_NE(root, nullptr) << text;
-    return root;
-}
-
-std::string dumped(wiq_json_t* node) {
-    char* text = nullptr;
-    EXPECT_GE(wiq_json_sdump(node, &text, WIQ_JSON_DUMP_SORT_KEYS), 0);
-    std::string result = text == nullptr ? "" : text;
-    free(text);
-    return result;
-}
 
 wiq_json_t* member(wiq_json_t* root, const char* key) {
     return wiq_json_obj_get_ext(root, key, 0, nullptr);

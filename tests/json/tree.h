@@ -220,4 +220,35 @@ inline std::string text_of(const Tree& tree) {
     return text_of(tree.get());
 }
 
+// Returns the tree of a JSON text; empty if the text is invalid.
+inline Tree parse(const std::string& text) {
+    return Tree(wiq_json_loads(text.c_str(), 0, nullptr));
+}
+
+// A child as it is, even if it is a reference.
+inline wiq_json_t* elem(const Tree& array, i32 index) {
+    return wiq_json_array_get_ext(array.get(), index, 0, nullptr);
+}
+inline wiq_json_t* member(const Tree& obj, const std::string& key) {
+    return wiq_json_obj_get_ext(obj.get(), key.c_str(), 0, nullptr);
+}
+
+// Returns the keys in the object's order.
+inline std::vector<std::string> keys_of(const Tree& obj) {
+    std::vector<std::string> keys;
+    wiq_json_obj_foreach(
+        obj.get(),
+        [](const char* key, wiq_json_t*, void* user) {
+            static_cast<std::vector<std::string>*>(user)->push_back(key);
+            return true;
+        },
+        &keys);
+    return keys;
+}
+
+// Statuses are negative, but the functions that return a node store them in a u32.
+inline i32 status(u32 err) {
+    return static_cast<i32>(err);
+}
+
 }  // namespace tree

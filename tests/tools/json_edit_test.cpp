@@ -1,39 +1,25 @@
 // Edits of texts: bytes outside the edit are unchanged, and the result is that of the library's own edit.
-// Also the example tables of RFC 7396 and RFC 6902.
+// Also the examples of RFC 7396 and RFC 6902.
 #include "json_edit.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <random>
 
 #include "failure.h"
+#include "json/json_text.h"
+#include "json/tree.h"
 #include "json_diff.h"
 #include "json_equal.h"
 #include "json_merge.h"
 #include "json_patch.h"
-#include "ke_utils/json.h"
+#include "support/patch_examples.h"
 #include "tools/process.h"
 
 namespace {
 
-struct Unref {
-    void operator()(wiq_json_t* node) const { wiq_json_unref(node); }
-};
-using Tree = std::unique_ptr<wiq_json_t, Unref>;
-
-Tree parse(const std::string& text) {
-    return Tree(wiq_json_loads(text.c_str(), 0, nullptr));
-}
-
-std::string dump(wiq_json_t* root) {
-    char* text = nullptr;
-    if (root == nullptr || wiq_json_sdump(root, &text, WIQ_JSON_DUMP_SORT_KEYS) < 0)
-        return "(none)";
-    const std::string result = text;
-    free(text);
-    return result;
-}
+using tree::parse;
+using tree::Tree;
 
 // Documents as people write them: all kinds of blanks and of numbers, and equal keys.
 class Maker {
@@ -110,7 +96,7 @@ TEST(JsonEdit, SetsWhatTheLibrarySetsAndNothingElse) {
                 tool::plan_set(document, tool::parse_pointer(pointer), value);
             ASSERT_EQ(status, 0);
             const std::string after = tool::spliced(before, splices);
-            ASSERT_EQ(dump(parse(after).get()), dump(tree.get())) << after;
+            ASSERT_EQ(dumped(parse(after).get()), dumped(tree.get())) << after;
             ASSERT_EQ(splices.size(), 1u);
             const tool::Splice& splice = splices[0];
             EXPECT_GE(common_ends(before, after), before.size() - (splice.stop - splice.start));
@@ -154,7 +140,7 @@ TEST(JsonEdit, RemovesWhatTheLibraryRemovesAndNothingElse) {
             else
                 wiq_json_array_filter(
                     parent, [](wiq_json_t* elem, void* gone) { return elem != gone; }, node);
-            ASSERT_EQ(dump(parse(after).get()), dump(tree.get())) << after;
+            ASSERT_EQ(dumped(parse(after).get()), dumped(tree.get())) << after;
             ++done;
         } catch (const tool::Failure& failure) {
             ASSERT_EQ(node, nullptr) << failure.message;
@@ -201,27 +187,9 @@ std::string merged(const std::string& target, const std::string& patch) {
     return tool::apply_merge(input, tool::Document("patch", patch));
 }
 
-// The examples of RFC 7396, appendix A.
 TEST(JsonMerge, ExamplesOfTheRfc) {
-    const char* const kTable[][3] = {
-        {"{\"a\":\"b\"}", "{\"a\":\"c\"}", "{\"a\":\"c\"}"},
-        {"{\"a\":\"b\"}", "{\"b\":\"c\"}", "{\"a\":\"b\",\"b\":\"c\"}"},
-        {"{\"a\":\"b\"}", "{\"a\":null}", "{}"},
-        {"{\"a\":\"b\",\"b\":\"c\"}", "{\"a\":null}", "{\"b\":\"c\"}"},
-        {"{\"a\":[\"b\"]}", "{\"a\":\"c\"}", "{\"a\":\"c\"}"},
-        {"{\"a\":\"c\"}", "{\"a\":[\"b\"]}", "{\"a\":[\"b\"]}"},
-        {"{\"a\":{\"b\":\"c\"}}", "{\"a\":{\"b\":\"d\",\"c\":null}}", "{\"a\":{\"b\":\"d\"}}"},
-        {"{\"a\":[{\"b\":\"c\"}]}", "{\"a\":[1]}", "{\"a\":[1]}"},
-        {"[\"a\",\"b\"]", "[\"c\",\"d\"]", "[\"c\",\"d\"]"},
-        {"{\"a\":\"b\"}", "[\"c\"]", "[\"c\"]"},
-        {"{\"a\":\"foo\"}", "null", "null"},
-        {"{\"a\":\"foo\"}", "\"bar\"", "\"bar\""},
-        {"{\"e\":null}", "{\"a\":1}", "{\"e\":null,\"a\":1}"},
-        {"[1,2]", "{\"a\":\"b\",\"c\":null}", "{\"a\":\"b\"}"},
-        {"{}", "{\"a\":{\"bb\":{\"ccc\":null}}}", "{\"a\":{\"bb\":{}}}"},
-    };
-    for (const auto& [target, patch, result] : kTable)
-        EXPECT_EQ(dump(parse(merged(target, patch)).get()), dump(parse(result).get()))
+    for (const auto& [target, patch, result] : kMergeExamples)
+        EXPECT_EQ(dumped(parse(merged(target, patch)).get()), dumped(parse(result).get()))
             << target << patch;
 }
 
@@ -249,40 +217,10 @@ std::string patched(const std::string& text, const std::string& patch) {
     }
 }
 
-// The examples of RFC 6902, appendix A; those that must fail do fail.
 TEST(JsonPatch, ExamplesOfTheRfc) {
-    const char* const kTable[][3] = {
-        {R"({"foo":"bar"})", R"([{"op":"add","path":"/baz","value":"qux"}])",
-         R"({"foo":"bar","baz":"qux"})"},
-        {R"({"foo":["bar","baz"]})", R"([{"op":"add","path":"/foo/1","value":"qux"}])",
-         R"({"foo":["bar","qux","baz"]})"},
-        {R"({"baz":"qux","foo":"bar"})", R"([{"op":"remove","path":"/baz"}])", R"({"foo":"bar"})"},
-        {R"({"foo":["bar","qux","baz"]})", R"([{"op":"remove","path":"/foo/1"}])",
-         R"({"foo":["bar","baz"]})"},
-        {R"({"baz":"qux","foo":"bar"})", R"([{"op":"replace","path":"/baz","value":"boo"}])",
-         R"({"baz":"boo","foo":"bar"})"},
-        {R"({"foo":{"bar":"baz","waldo":"fred"},"qux":{"corge":"grault"}})",
-         R"([{"op":"move","from":"/foo/waldo","path":"/qux/thud"}])",
-         R"({"foo":{"bar":"baz"},"qux":{"corge":"grault","thud":"fred"}})"},
-        {R"({"foo":["all","grass","cows","eat"]})",
-         R"([{"op":"move","from":"/foo/1","path":"/foo/3"}])",
-         R"({"foo":["all","cows","eat","grass"]})"},
-        {R"({"baz":"qux","foo":["a",2,"c"]})",
-         R"([{"op":"test","path":"/baz","value":"qux"},{"op":"test","path":"/foo/1","value":2}])",
-         R"({"baz":"qux","foo":["a",2,"c"]})"},
-        {R"({"baz":"qux"})", R"([{"op":"test","path":"/baz","value":"bar"}])", "failure"},
-        {R"({"foo":"bar"})", R"([{"op":"add","path":"/child","value":{"grandchild":{}}}])",
-         R"({"foo":"bar","child":{"grandchild":{}}})"},
-        {R"({"foo":"bar"})", R"([{"op":"add","path":"/baz","value":"qux","xyz":123}])",
-         R"({"foo":"bar","baz":"qux"})"},
-        {R"({"foo":"bar"})", R"([{"op":"add","path":"/baz/bat","value":"qux"}])", "failure"},
-        {R"({"/":9,"~1":10})", R"([{"op":"test","path":"/~01","value":10}])", R"({"/":9,"~1":10})"},
-        {R"({"/":9,"~1":10})", R"([{"op":"test","path":"/~01","value":"10"}])", "failure"},
-        {R"({"foo":["bar"]})", R"([{"op":"add","path":"/foo/-","value":["abc","def"]}])",
-         R"({"foo":["bar",["abc","def"]]})"},
-    };
-    for (const auto& [text, patch, result] : kTable)
-        EXPECT_EQ(patched(text, patch), result) << text << patch;
+    for (const auto& [target, patch, result] : kPatchExamples)
+        EXPECT_EQ(patched(target, patch), result == nullptr ? "failure" : result)
+            << target << patch;
 }
 
 // For a patch, an object that the library reads as a reference has members like any other.
