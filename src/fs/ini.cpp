@@ -28,8 +28,8 @@ enum TokenKind {
 
 struct IniToken {
     TokenKind kind;
-    u32 start;  // offset in the line
-    u32 length;
+    u32 start;   // offset in the line
+    u32 length;  // in bytes; that of kIniQuoted includes both quotes
 };
 
 // Tells which bytes end a word. This is a table, since it is consulted for every byte of a file.
@@ -48,7 +48,7 @@ bool ends_word(char c) {
     return kWordEnds.ends[static_cast<u8>(c)];
 }
 
-// Splits one line into tokens.
+// Splits one line, with its line break, into tokens.
 class LineScanner {
   public:
     LineScanner(const char* line, u32 length) : line_(line), length_(length) {}
@@ -177,6 +177,7 @@ class IniParser {
 
     // Parses what follows the first word of a line: "=" and a value.
     i32 parse_key(LineScanner& scanner, const IniToken& key) {
+        // A key outside of a section is a mistake of the whole line, so no token is marked.
         if (!in_section_)
             return syntax_error({kIniNone, 0, 0});
         IniToken token = scanner.next();
@@ -191,7 +192,8 @@ class IniParser {
             value.length = token.start + token.length - value.start;
         if (!ends_statement(token))
             return syntax_error(token);
-        // All tokens are known now, so the line may be cut.
+        // At least the "=" lies between the key and the value, so to cut the one does not change
+        // the other.
         const WiqIniLocation key_location = locate(key);
         const WiqIniLocation value_location = locate(without_quotes(value));
         const char* key_text = cut(key);
@@ -226,6 +228,10 @@ class IniParser {
     i32 report_section(const IniToken& name, const IniToken& argument) {
         const WiqIniLocation name_location = locate(name);
         WiqIniLocation argument_location = {0, 0, 0, 0};
+        // A word can directly follow the name only if it begins with a byte that ends words (such
+        // as a form feed). The NUL of the name replaces this byte, so the argument is then empty,
+        // although its location is that of the whole word. The opening quote of a quoted argument
+        // may be replaced without harm.
         const char* name_text = cut(name);
         const char* argument_text = nullptr;
         if (argument.kind != kIniNone) {
@@ -247,6 +253,8 @@ class IniParser {
     static bool is_empty_quoted(const IniToken& token) {
         return token.kind == kIniQuoted && token.length == 2;
     }
+    // Nothing after such a token is scanned. So whatever follows a CR at the end of a comment is
+    // ignored.
     static bool ends_statement(const IniToken& token) {
         return token.kind == kIniComment || token.kind == kIniEol;
     }
@@ -262,7 +270,8 @@ class IniParser {
     }
 
     // Ends the text of a token with a NUL and returns it. That overwrites the byte after the token,
-    // so all tokens of the line must be known by now.
+    // so all tokens of the line must be known by now. After the last token of a line without a line
+    // break, this byte is the NUL with which getline_locked() ends the line.
     const char* cut(const IniToken& token) {
         line_[token.start + token.length] = '\0';
         return line_ + token.start;

@@ -12,7 +12,8 @@ using ke::report;
 
 namespace {
 
-constexpr u64 kPathSize = 260;
+constexpr u64 kPathSize = 260;  // to begin with: the buffer of a longer path grows
+// Relative to the folder of the executable, in the order in which they are searched.
 constexpr const char* kSchemaDirs[] = {"schemas", "..\\schemas"};
 
 // Returns the text that stands for a directory in a path. Without a directory, the path names no

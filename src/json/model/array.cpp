@@ -187,6 +187,7 @@ wiq_json_t* wiq_json_array_swap(wiq_json_t* array, i32 index, wiq_json_t* child,
 i32 wiq_json_array_put(wiq_json_t* array, i32 index, wiq_json_t* child) {
     u32 err = 0;
     wiq_json_t* old = wiq_json_array_swap(array, index, child, &err);
+    // The swap tests the index last, so with this status it has accepted the array and the child.
     if (static_cast<i32>(err) == WIQ_ERR_INDEX_OUT_OF_RANGE && index == size_of(to_array(array)))
         return attach_elem(to_array(array), child);
     if (old == child && child != nullptr) {

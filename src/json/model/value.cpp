@@ -107,6 +107,7 @@ const char* wiq_json_type_string(const wiq_json_t* node) {
     }
 }
 
+// `position` is a union. The type of the parent tells which of its fields is valid.
 i32 wiq_json_parent_index(const wiq_json_t* node) {
     if (node == nullptr || !wiq_json_is_array(node->parent))
         return -1;

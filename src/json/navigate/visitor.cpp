@@ -53,6 +53,8 @@ i32 visit(WiqJsonVisitor* self, wiq_json_t* node) {
 
 i32 walk_members(WiqJsonVisitor* self, wiq_json_t* obj, const wiq_strv* keys, i32 count) {
     const WiqJsonVisitorClass* slots = slots_of(self);
+    // The count is what the slot object_keys returned. If a subclass returns more than it has put
+    // into the list, the list counts.
     for (i32 i = 0; i < count && i < wiq_vector_size(keys); ++i) {
         const char* key = wiq_strv_get(keys, static_cast<u32>(i));
         wiq_json_t* value = wiq_json_obj_get_ext(obj, key, 0, nullptr);
