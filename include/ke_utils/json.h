@@ -976,7 +976,9 @@ KE_API bool wiq_json_equal(const wiq_json_t* a, const wiq_json_t* b);
  * @param a     may be NULL
  * @param b     may be NULL
  * @param flags of ::wiq_json_subset_flag; they apply at every level
- * @return the answer; also false when out of memory to walk a very deep tree
+ * @return the answer; also false when out of memory to walk a very deep tree. Circles of weak
+ *         containers are not detected: a comparison that goes round in one ends only when memory
+ *         runs out.
  */
 KE_API bool wiq_json_subset(const wiq_json_t* a, const wiq_json_t* b, u32 flags);
 
@@ -1337,7 +1339,8 @@ KE_API wiq_json_t* wiq_json_jref_deref(wiq_json_t* node, u32* err);
  *
  * The copies contain no references. A reference that somebody else holds survives as a
  * free-standing node. The root itself is never replaced: if it is a reference, only the references
- * inside its target are expanded. Documents of any depth can be expanded.
+ * inside its target are expanded. Documents of any depth can be expanded. Circles of weak
+ * containers are not detected: an expansion that goes round in one ends only when memory runs out.
  *
  * The result may be exponentially larger than the document: sixty lists, each of two references to
  * the one before, become 2^60 values, and expanding them fails only when all memory is taken. Check

@@ -135,8 +135,9 @@ KE_API WiqClass* class_check(WiqClass* klass, const WiqType* type);
  * slots of an ancestor's record are the parent's implementations.
  * @param klass the class record; may be NULL
  * @param type  the type; may be NULL
- * @return the record, which the library owns; NULL if `type` is not an ancestor, or if an argument
- *         is NULL
+ * @return the record, which the library owns. NULL if `type` is neither the class's own type nor an
+ *         ancestor of it; if an argument is NULL; or, for the class's own type, while the
+ *         class_init of that type runs.
  */
 KE_API WiqClass* class_get_super_class(WiqClass* klass, const WiqType* type);
 
