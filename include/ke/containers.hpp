@@ -80,10 +80,10 @@ class vector {
      *  vector unchanged. */
     status push_back(const T& value) noexcept {
         const T copy = value;  // `value` may lie in the block that moves
-        void* const place = wiq_vector_push(&vec_);
-        if (place == nullptr)
+        void* const elem = wiq_vector_push(&vec_);
+        if (elem == nullptr)
             return WIQ_ERR_NO_MEMORY;
-        new (place) T(copy);
+        new (elem) T(copy);
         return 0;
     }
     /** Replaces the contents with copies of `count` elements, which may lie in this vector, too.

@@ -141,8 +141,8 @@ class ini {
 
         status section(std::string_view name, const WiqIniLocation& location,
                        std::string_view argument, const WiqIniLocation&) {
-            const auto [place, fresh] = sections.try_emplace(std::string(name));
-            open = &place->second;
+            const auto [entry, fresh] = sections.try_emplace(std::string(name));
+            open = &entry->second;
             if (fresh) {
                 open->argument = argument;
                 open->location = location;

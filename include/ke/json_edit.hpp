@@ -34,12 +34,12 @@ status json_ref::set(pointer where, V&& value) {
 }
 template <class V, class I, std::enable_if_t<std::is_integral_v<I>, int>>
 status json_ref::set(I index, V&& value) {
-    i32 place = 0;
+    i32 position = 0;
     if (node_ == nullptr)
         return err_empty;
-    if (!detail::index_of(index, place))
+    if (!detail::index_of(index, position))
         return WIQ_ERR_INDEX_OUT_OF_RANGE;
-    return detail::store(detail::index_place{node_, place}, std::forward<V>(value));
+    return detail::store(detail::index_place{node_, position}, std::forward<V>(value));
 }
 template <class V>
 status json_ref::push_back(V&& value) {
@@ -54,19 +54,19 @@ status json_ref::insert(I index, V&& value) {
     if (!is_array())
         return WIQ_ERR_INVALID_ARG;
     const i32 size = this->size();
-    i32 place = 0;
-    if (!detail::index_of(index, place) || place < 0 || place > size)
+    i32 position = 0;
+    if (!detail::index_of(index, position) || position < 0 || position > size)
         return WIQ_ERR_INDEX_OUT_OF_RANGE;
-    detail::fixed_array<json> behind(static_cast<std::size_t>(size - place));
+    detail::fixed_array<json> following(static_cast<std::size_t>(size - position));
     KE_TRY(push_back(std::forward<V>(value)));
     // The array's table now has space for all elements, and removing elements does not shrink it,
     // so nothing fails from here on. The elements that belong after the new one are taken off the
     // end and appended again after it.
     const json added = json(json_view(wiq_json_array_pop_elem(node_)));
-    for (std::size_t left = behind.size(); left > 0; --left)
-        behind[left - 1] = json(json_view(wiq_json_array_pop_elem(node_)));
+    for (std::size_t left = following.size(); left > 0; --left)
+        following[left - 1] = json(json_view(wiq_json_array_pop_elem(node_)));
     i32 status = wiq_json_array_push_ext(node_, added.node(), nullptr);
-    for (const json& element : behind) {
+    for (const json& element : following) {
         const i32 pushed = wiq_json_array_push_ext(node_, element.node(), nullptr);
         status = status != 0 ? status : pushed;
     }
@@ -90,19 +90,20 @@ inline status json_ref::refill(const json* elements, std::size_t count) noexcept
 template <class I, std::enable_if_t<std::is_integral_v<I>, int>>
 status json_ref::remove_at(I index) {
     const i32 size = this->size();
-    i32 place = 0;
-    (void)detail::index_of(index, place);
-    place = place < 0 ? place + size : place;
-    if (place == size - 1)
+    i32 position = 0;
+    (void)detail::index_of(index, position);
+    position = position < 0 ? position + size : position;
+    if (position == size - 1)
         return wiq_json_array_pop(node_, 1);
     if (is_weak()) {  // wiq_json_array_filter() may change its order
         detail::fixed_array<json> kept(static_cast<std::size_t>(size - 1));
         for (i32 i = 0; i < size - 1; ++i)
-            kept[static_cast<std::size_t>(i)] = (*this)[i < place ? i : i + 1];
+            kept[static_cast<std::size_t>(i)] = (*this)[i < position ? i : i + 1];
         return refill(kept.begin(), kept.size());
     }
     return wiq_json_array_filter(
-        node_, [](wiq_json_t*, void* left) { return (*static_cast<i32*>(left))-- != 0; }, &place);
+        node_, [](wiq_json_t*, void* left) { return (*static_cast<i32*>(left))-- != 0; },
+        &position);
 }
 inline status json_ref::remove_at(pointer where) {
     // Without its last step, the pointer names the container.

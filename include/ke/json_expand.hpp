@@ -56,8 +56,8 @@ class expansion_memo {
     entry* slot_of(const wiq_json_t* node) noexcept {
         // A multiplication by 2^64 / the golden ratio spreads the bits of an address.
         const u64 hash = u64{reinterpret_cast<std::uintptr_t>(node)} * 0x9E3779B97F4A7C15u;
-        for (auto place = static_cast<std::size_t>(hash >> 20);; ++place) {
-            entry* const slot = slots_.get() + (place & (capacity_ - 1));
+        for (auto index = static_cast<std::size_t>(hash >> 20);; ++index) {
+            entry* const slot = slots_.get() + (index & (capacity_ - 1));
             if (slot->node == node || slot->node == nullptr)
                 return slot;
         }
@@ -145,10 +145,10 @@ class expansion_count {
         // A value in a weak container may belong to another tree.
         if (met == as_weak_child)
             root = value.root().node();
-        auto* const place = static_cast<visit*>(wiq_vector_push(&visits_));
-        if (place == nullptr)
+        auto* const added = static_cast<visit*>(wiq_vector_push(&visits_));
+        if (added == nullptr)
             return WIQ_ERR_NO_MEMORY;
-        *place = {node, root, 0, owner_, met, false};
+        *added = {node, root, 0, owner_, met, false};
         return 0;
     }
 

@@ -66,23 +66,23 @@ inline status merge_patch(json& target, json_view patch) {
     std::vector<std::pair<json_ref, json_view>> waiting{{target.ref(), patch}};
     while (!waiting.empty()) {
         const auto [into, from] = waiting.back();
-        json_ref place = into;
+        json_ref object = into;
         waiting.pop_back();
         for (const auto [name, value] : from.members()) {
             const std::string key_text(name);
             if (value.is_null()) {
-                if (place.contains(key_text))
-                    KE_TRY(place.erase(key_text));
+                if (object.contains(key_text))
+                    KE_TRY(object.erase(key_text));
             } else if (value.is_object()) {
-                if (!place[key_text].is_object()) {
+                if (!object[key_text].is_object()) {
                     json fresh = json::object();
                     if (!fresh)
                         return WIQ_ERR_NO_MEMORY;
-                    KE_TRY(place.set(key_text, std::move(fresh)));
+                    KE_TRY(object.set(key_text, std::move(fresh)));
                 }
-                waiting.emplace_back(place[key_text], value);
+                waiting.emplace_back(object[key_text], value);
             } else {
-                KE_TRY(place.set(key_text, value));
+                KE_TRY(object.set(key_text, value));
             }
         }
     }

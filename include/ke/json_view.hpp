@@ -291,9 +291,9 @@ class KE_BORROWS_ json_view {
     /** Returns the element at an index; a negative index counts from the end. */
     template <class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
     json_view operator[](I index) const noexcept {
-        i32 place = 0;
-        return detail::index_of(index, place)
-                   ? json_view(wiq_json_array_get_ext(node_, place, 0, nullptr))
+        i32 position = 0;
+        return detail::index_of(index, position)
+                   ? json_view(wiq_json_array_get_ext(node_, position, 0, nullptr))
                    : json_view();
     }
     /** Returns the value that a JSON pointer names. */
@@ -544,11 +544,11 @@ class KE_BORROWS_ json_view {
     status look(I index, wiq_json_t*& found) const noexcept {
         if (node_ == nullptr)
             return err_empty;
-        i32 place = 0;
-        if (!detail::index_of(index, place))
+        i32 position = 0;
+        if (!detail::index_of(index, position))
             return WIQ_ERR_INDEX_OUT_OF_RANGE;
         u32 err = 0;
-        found = wiq_json_array_get_ext(node_, place, 0, &err);
+        found = wiq_json_array_get_ext(node_, position, 0, &err);
         return static_cast<i32>(err);
     }
     status look(pointer where, wiq_json_t*& found) const noexcept {

@@ -25,22 +25,22 @@ namespace ke {
 namespace detail {
 // Returns the number of "{}" in a format; -1 if it has a brace that is neither doubled nor part of
 // a "{}".
-constexpr int count_places(std::string_view format) noexcept {
-    int places = 0;
+constexpr int count_placeholders(std::string_view format) noexcept {
+    int placeholders = 0;
     for (std::size_t i = 0; i < format.size(); ++i) {
         if (format[i] != '{' && format[i] != '}')
             continue;
         const char next = i + 1 < format.size() ? format[i + 1] : '\0';
         if (format[i] == '{' && next == '}')
-            ++places;
+            ++placeholders;
         else if (next != format[i])
             return -1;
         ++i;
     }
-    return places;
+    return placeholders;
 }
 #if defined(__cpp_consteval)
-void the_format_has_another_number_of_places_than_there_are_arguments();
+void the_format_does_not_have_one_placeholder_for_each_argument();
 #endif
 template <class T>
 struct same {
@@ -63,10 +63,10 @@ class format_text {
     constexpr
 #endif
         format_text(const char (&text)[N]) noexcept
-        : text_(text, N - 1), fits_(detail::count_places(text_) == int{sizeof...(Args)}) {
+        : text_(text, N - 1), fits_(detail::count_placeholders(text_) == int{sizeof...(Args)}) {
 #if defined(__cpp_consteval)
         if (!fits_)
-            detail::the_format_has_another_number_of_places_than_there_are_arguments();
+            detail::the_format_does_not_have_one_placeholder_for_each_argument();
 #endif
     }
     /** Returns the text. */
@@ -154,10 +154,10 @@ class strbuf {
         const u64 before = buf_.len;
         std::string_view rest = format.view();
         i32 status = 0;
-        ((status = status != 0 ? status : append_up_to_place(rest),
+        ((status = status != 0 ? status : append_up_to_placeholder(rest),
           status = status != 0 ? status : append_one(args)),
          ...);
-        status = status != 0 ? status : append_up_to_place(rest);
+        status = status != 0 ? status : append_up_to_placeholder(rest);
         return undo_if(status, before);
     }
     /** Appends each byte as two upper-case hexadecimal digits. Returns 0, WIQ_ERR_NO_MEMORY, or
@@ -261,19 +261,19 @@ class strbuf {
         }
         return append_bytes({digits, static_cast<std::size_t>(length)});
     }
-    i32 append_up_to_place(std::string_view& rest) noexcept {
+    i32 append_up_to_placeholder(std::string_view& rest) noexcept {
         std::size_t from = 0;
         for (std::size_t i = 0; i < rest.size(); ++i) {
             if (rest[i] != '{' && rest[i] != '}')
                 continue;
-            const bool place = rest[i] == '{' && rest[i + 1] == '}';
+            const bool is_placeholder = rest[i] == '{' && rest[i + 1] == '}';
             // The first brace of a doubled one is written together with the text before it.
-            const i32 status = append_bytes(rest.substr(from, i - from + (place ? 0 : 1)));
+            const i32 status = append_bytes(rest.substr(from, i - from + (is_placeholder ? 0 : 1)));
             if (status != 0)
                 return status;
             from = i + 2;
             ++i;
-            if (place) {
+            if (is_placeholder) {
                 rest.remove_prefix(from);
                 return 0;
             }

@@ -41,7 +41,7 @@ class Vector : public testing::Test {
         return vec;
     }
 
-    static std::vector<void*> places(const wiq_vector& vec, std::vector<i32> indexes) {
+    static std::vector<void*> addresses(const wiq_vector& vec, std::vector<i32> indexes) {
         std::vector<void*> list;
         for (i32 index : indexes)
             list.push_back(static_cast<int*>(vec.data) + index);
@@ -67,8 +67,8 @@ TEST_F(Vector, InitConstructsItsFirstElements) {
     EXPECT_EQ(vec.capacity, 3);
     EXPECT_EQ(vec.elem_size, sizeof(int));
     EXPECT_EQ(vec.refcount, 1);
-    EXPECT_EQ(g_made, places(vec, {0, 1, 2}));
-    const std::vector<void*> last_first = places(vec, {2, 1, 0});
+    EXPECT_EQ(g_made, addresses(vec, {0, 1, 2}));
+    const std::vector<void*> last_first = addresses(vec, {2, 1, 0});
     EXPECT_EQ(wiq_vector_finalize(&vec), 0);
     EXPECT_EQ(g_dropped, last_first);
 }
@@ -98,10 +98,10 @@ TEST_F(Vector, PushDoublesTheCapacity) {
     wiq_vector vec = counted(0);
     std::vector<i32> capacities;
     for (int i = 0; i < 9; ++i) {
-        void* place = wiq_vector_push(&vec);
-        ASSERT_NE(place, nullptr);
-        EXPECT_EQ(place, wiq_vector_get(&vec, -1));
-        *static_cast<int*>(place) = i;
+        void* elem = wiq_vector_push(&vec);
+        ASSERT_NE(elem, nullptr);
+        EXPECT_EQ(elem, wiq_vector_get(&vec, -1));
+        *static_cast<int*>(elem) = i;
         capacities.push_back(vec.capacity);
     }
     EXPECT_EQ(capacities, (std::vector<i32>{1, 2, 4, 4, 8, 8, 8, 8, 16}));
@@ -130,9 +130,9 @@ TEST_F(Vector, ResizeConstructsUpwardsAndDestroysDownwards) {
     ASSERT_EQ(wiq_vector_init(&vec, sizeof(int), 2, make, drop), 0);
     g_made.clear();
     EXPECT_EQ(wiq_vector_resize(&vec, 5), 0);
-    EXPECT_EQ(g_made, places(vec, {2, 3, 4}));
+    EXPECT_EQ(g_made, addresses(vec, {2, 3, 4}));
     EXPECT_EQ(wiq_vector_resize(&vec, 1), 0);
-    EXPECT_EQ(g_dropped, places(vec, {4, 3, 2, 1}));
+    EXPECT_EQ(g_dropped, addresses(vec, {4, 3, 2, 1}));
     wiq_vector_finalize(&vec);
 }
 
@@ -161,7 +161,7 @@ TEST_F(Vector, PopDestroysTheLastElements) {
     EXPECT_EQ(wiq_vector_pop(&vec, 0), 0);
     EXPECT_EQ(vec.size, 4);
     EXPECT_EQ(wiq_vector_pop(&vec, 2), 0);
-    EXPECT_EQ(g_dropped, places(vec, {3, 2}));
+    EXPECT_EQ(g_dropped, addresses(vec, {3, 2}));
     EXPECT_EQ(wiq_vector_pop(&vec, 3), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_vector_pop(&vec, -1), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_vector_pop(nullptr, 0), WIQ_ERR_INVALID_ARG);
@@ -240,7 +240,7 @@ TEST_F(Vector, UnrefDestroysWithTheLastOwner) {
     EXPECT_EQ(vec->refcount, 2);
     wiq_vector_unref(vec);
     EXPECT_TRUE(g_dropped.empty());
-    const std::vector<void*> last_first = places(*vec, {2, 1, 0});
+    const std::vector<void*> last_first = addresses(*vec, {2, 1, 0});
     wiq_vector_unref(vec);
     EXPECT_EQ(g_dropped, last_first);
 }

@@ -57,9 +57,10 @@ TEST(CppStrbuf, Formats) {
     EXPECT_EQ(text.append_format("{}", std::string("x")), 0);
     EXPECT_EQ(text.append_format("}}{{"), 0);
     EXPECT_EQ(text.view(), "plainx}{");
-    static_assert(ke::detail::count_places("{}{{}}{}") == 2);
-    static_assert(ke::detail::count_places("{") == -1 && ke::detail::count_places("a}") == -1);
-    static_assert(ke::detail::count_places("{0}") == -1);
+    static_assert(ke::detail::count_placeholders("{}{{}}{}") == 2);
+    static_assert(ke::detail::count_placeholders("{") == -1 &&
+                  ke::detail::count_placeholders("a}") == -1);
+    static_assert(ke::detail::count_placeholders("{0}") == -1);
 }
 
 TEST(CppStrbuf, AppendsAllOrNothing) {

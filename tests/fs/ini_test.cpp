@@ -13,7 +13,7 @@
 
 namespace {
 
-std::string place(const WiqIniLocation& l) {
+std::string location(const WiqIniLocation& l) {
     return std::to_string(l.line) + ":" + std::to_string(l.column) + "+" +
            std::to_string(l.length) + "@" + std::to_string(l.offset);
 }
@@ -38,12 +38,12 @@ i32 on_section(const char* name, const WiqIniLocation* name_location, const char
                const WiqIniLocation* argument_location, void* user) {
     auto* run = static_cast<ParseRun*>(user);
     expect_points_at(*run, *name_location, name);
-    std::string event = std::string("[") + name + "] " + place(*name_location);
+    std::string event = std::string("[") + name + "] " + location(*name_location);
     if (argument != nullptr) {
         expect_points_at(*run, *argument_location, argument);
-        event += std::string(" <") + argument + "> " + place(*argument_location);
+        event += std::string(" <") + argument + "> " + location(*argument_location);
     } else {
-        EXPECT_EQ(place(*argument_location), "0:0+0@0");
+        EXPECT_EQ(location(*argument_location), "0:0+0@0");
     }
     return note(run, event);
 }
@@ -53,8 +53,8 @@ i32 on_key(const char* key, const WiqIniLocation* key_location, const char* valu
     auto* run = static_cast<ParseRun*>(user);
     expect_points_at(*run, *key_location, key);
     expect_points_at(*run, *value_location, value);
-    return note(run, std::string(key) + " " + place(*key_location) + " = " + value + " " +
-                         place(*value_location));
+    return note(run, std::string(key) + " " + location(*key_location) + " = " + value + " " +
+                         location(*value_location));
 }
 
 void on_error(const WiqIniLocation* location, void* user) {
@@ -237,8 +237,9 @@ Events model(const std::string& text) {
         ++number;
         const std::vector<Token> t = tokens_of(line);
         const auto at = [&](const Token& token) {
-            return place({number, static_cast<u32>(token.start) + 1, static_cast<u32>(token.length),
-                          static_cast<u32>(begin + token.start)});
+            return location({number, static_cast<u32>(token.start) + 1,
+                             static_cast<u32>(token.length),
+                             static_cast<u32>(begin + token.start)});
         };
         const auto in = [](Token token) {
             return token.kind == 'q' ? Token{'q', token.start + 1, token.length - 2} : token;

@@ -58,17 +58,17 @@ TEST(Escape, Texts) {
 
 TEST(Escape, EveryPlaceInALongRun) {
     // Long runs are scanned in blocks; the special character can be anywhere in a block.
-    for (size_t place = 0; place < 70; ++place) {
+    for (size_t position = 0; position < 70; ++position) {
         std::string text(70, 'x');
         std::string expected = text;
-        text[place] = '"';
-        expected.replace(place, 1, "\\\"");
-        EXPECT_EQ(escaped(text.c_str()), expected) << place;
-        text[place] = '\x01';
-        expected.replace(place, 2, "\\u0001");
-        EXPECT_EQ(escaped(text.c_str()), expected) << place;
-        text[place] = '\xff';
-        EXPECT_EQ(escaped(text.c_str()), "(-7003)") << place;
+        text[position] = '"';
+        expected.replace(position, 1, "\\\"");
+        EXPECT_EQ(escaped(text.c_str()), expected) << position;
+        text[position] = '\x01';
+        expected.replace(position, 2, "\\u0001");
+        EXPECT_EQ(escaped(text.c_str()), expected) << position;
+        text[position] = '\xff';
+        EXPECT_EQ(escaped(text.c_str()), "(-7003)") << position;
     }
 }
 

@@ -113,12 +113,12 @@ const struct {
 // Which members the callback replaces, relative to the one for which it is called.
 const struct {
     const char* name;
-    bool (*chosen)(i32 place, i32 now);
+    bool (*chosen)(i32 index, i32 now);
 } kChoices[] = {
-    {"this one", [](i32 place, i32 now) { return place == now; }},
-    {"the next one", [](i32 place, i32 now) { return place == now + 1; }},
-    {"the one before", [](i32 place, i32 now) { return place == now - 1; }},
-    {"all others", [](i32 place, i32 now) { return place != now; }},
+    {"this one", [](i32 index, i32 now) { return index == now; }},
+    {"the next one", [](i32 index, i32 now) { return index == now + 1; }},
+    {"the one before", [](i32 index, i32 now) { return index == now - 1; }},
+    {"all others", [](i32 index, i32 now) { return index != now; }},
     {"all", [](i32, i32) { return true; }},
 };
 
@@ -126,7 +126,7 @@ struct ForEach {
     wiq_json_t* obj;
     std::vector<std::string> keys;  // in the order of the walk
     Replace replace;
-    bool (*chosen)(i32 place, i32 now);
+    bool (*chosen)(i32 index, i32 now);
     std::vector<std::string> walked;
 };
 
@@ -134,11 +134,11 @@ bool replace_chosen(const char* key, wiq_json_t* child, void* user) {
     auto* walk = static_cast<ForEach*>(user);
     EXPECT_EQ(child, member(walk->obj, key));
     const i32 now = static_cast<i32>(walk->walked.size());
-    for (i32 place = 0; place < static_cast<i32>(walk->keys.size()); ++place) {
+    for (i32 index = 0; index < static_cast<i32>(walk->keys.size()); ++index) {
         // The key that the callback received outlives any change to its member.
-        const bool self = place == now;
-        if (walk->chosen(place, now))
-            walk->replace(walk->obj, self ? key : walk->keys[static_cast<size_t>(place)].c_str());
+        const bool self = index == now;
+        if (walk->chosen(index, now))
+            walk->replace(walk->obj, self ? key : walk->keys[static_cast<size_t>(index)].c_str());
     }
     walk->walked.emplace_back(key);
     const bool weak = wiq_json_has_weak_refs(walk->obj);
@@ -163,12 +163,12 @@ void expect_walk(ForEach* walk) {
     std::vector<std::string> after;
     collect(walk->obj, &after);
     EXPECT_EQ(after, walk->keys);
-    for (i32 place = 0; place < static_cast<i32>(after.size()); ++place) {
+    for (i32 index = 0; index < static_cast<i32>(after.size()); ++index) {
         bool replaced = false;
         for (i32 now = 0; now < static_cast<i32>(after.size()); ++now)
-            replaced = replaced || walk->chosen(place, now);
+            replaced = replaced || walk->chosen(index, now);
         if (replaced) {
-            EXPECT_EQ(text_of(member(walk->obj, after[static_cast<size_t>(place)])), "\"new\"");
+            EXPECT_EQ(text_of(member(walk->obj, after[static_cast<size_t>(index)])), "\"new\"");
         }
     }
 }

@@ -24,8 +24,8 @@ const WiqJsonVisitorClass* base_slots() {
     return reinterpret_cast<const WiqJsonVisitorClass*>(WiqJsonVisitorType.klass);
 }
 
-void log_child(const std::string& place, wiq_json_t* child) {
-    g_log += (g_log.empty() ? "" : " ") + place + "=" + text_of(child);
+void log_child(const std::string& position, wiq_json_t* child) {
+    g_log += (g_log.empty() ? "" : " ") + position + "=" + text_of(child);
 }
 
 i32 object_member(WiqJsonVisitor*, wiq_json_t* obj, const char* key, wiq_json_t* value,

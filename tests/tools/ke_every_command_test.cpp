@@ -184,9 +184,9 @@ TEST_F(KeEveryCommand, RefusesBadInputAndReportsThePosition) {
         write_file(in("bad"), bad_text(command.format));
         const Outcome outcome = ke(line(command, in("bad")));
         EXPECT_EQ(outcome.status, 2);
-        const std::string place =
+        const std::string location =
             "ke: " + in("bad") + (command.format == Format::ini ? ":3:" : ":2:");
-        EXPECT_EQ(outcome.err.substr(0, place.size()), place) << outcome.err;
+        EXPECT_EQ(outcome.err.substr(0, location.size()), location) << outcome.err;
         const Outcome absent = ke(line(command, in("absent")));
         EXPECT_EQ(absent.status, 2);
         EXPECT_NE(absent.err.find("absent: "), std::string::npos) << absent.err;

@@ -119,11 +119,11 @@ Splice new_key(const Input& input, const IniSection& section, const std::optiona
     if (model) {
         const size_t name = offset_in(input, model->name);
         const size_t start = line_start(text, name);
-        const size_t behind = name + model->name.size();
+        const size_t name_end = name + model->name.size();
         const size_t value_start = offset_in(input, model->value);
         const size_t margin = is_quoted(text, value_start) ? 1 : 0;
         line = text.substr(start, name - start) + key +
-               text.substr(behind, value_start - margin - behind);
+               text.substr(name_end, value_start - margin - name_end);
     }
     const std::string end = line_end_of(text);
     const bool unended = offset == text.size() && text.back() != '\n';

@@ -121,16 +121,16 @@ Splices plan_container(const Style& style, NodeId container, const ContainerEdit
     if (edit.removed.empty() && !edit.add)
         return splices;
     const Document& document = style.document();
-    const size_t inside = document.start(container) + 1;
-    const size_t behind = document.stop(container) - 1;
+    const size_t begin = document.start(container) + 1;
+    const size_t end = document.stop(container) - 1;
     if (!document.has_children(container)) {
         if (edit.add)
-            splices.push_back({inside, behind, first_children(style, container, edit)});
+            splices.push_back({begin, end, first_children(style, container, edit)});
         return splices;
     }
     const bool any_kept = cut(document, container, edit.removed, splices);
     if (!any_kept && !edit.add)
-        return {{inside, behind, ""}};
+        return {{begin, end, ""}};
     const std::string separator = style.separator(container);
     const std::string added = joined(edit, separator, style.colon_in(container));
     const NodeId last = last_child(document, container);

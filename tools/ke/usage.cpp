@@ -91,15 +91,15 @@ std::string usage_mistake(const CLI::App& root, const CLI::ParseError& error,
                           const std::vector<std::string>& args) {
     const Named named = named_command(root, args);
     const std::vector<std::string> below = names_below(*named.app);
-    const std::string behind = named.path.empty() ? "" : " of \"" + named.path + "\"";
+    const std::string of_what = named.path.empty() ? "" : " of \"" + named.path + "\"";
     if (!named.unknown.empty())
-        return "\"" + named.unknown + "\" is not a command" + behind +
+        return "\"" + named.unknown + "\" is not a command" + of_what +
                suggestion(named.unknown, below);
     std::string mistake = error.what();
     if (!below.empty()) {
         if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr)
             return mistake;
-        mistake = "a command" + behind + " is missing; there are ";
+        mistake = "a command" + of_what + " is missing; there are ";
         for (size_t i = 0; i < below.size(); ++i)
             mistake += (i == 0 ? "" : ", ") + below[i];
         return mistake;
