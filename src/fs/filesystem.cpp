@@ -16,7 +16,6 @@ using ke::os::FileResult;
 namespace {
 
 constexpr size_t kMaxHomeDir = 260;
-constexpr size_t kSuffixLength = 6;
 
 i32 status_of(FileResult result) {
     switch (result) {
@@ -123,8 +122,8 @@ FILE* wiq_fopen(const char* path, const char* mode, u32* err) {
 
 FILE* wiq_mkstemp(char* tmpl, u32* err, const char* mode) {
     const size_t length = tmpl == nullptr ? 0 : strlen(tmpl);
-    if (length < kSuffixLength || strcmp(tmpl + length - kSuffixLength, "XXXXXX") != 0 ||
-        mode == nullptr) {
+    if (length < ke::os::kTempSuffixLength ||
+        strcmp(tmpl + length - ke::os::kTempSuffixLength, "XXXXXX") != 0 || mode == nullptr) {
         report(err, WIQ_ERR_INVALID_ARG);
         return nullptr;
     }

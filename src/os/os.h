@@ -91,8 +91,9 @@ enum class FileResult {
 
 // Opens a stream, or returns nullptr with the reason in *result.
 FILE* open_file(const char* path, const char* mode, FileResult* result);
-// Replaces the six "X" at the end of `tmpl` so that no existing file has the name. The caller must
-// have checked that they are there.
+// Replaces the kTempSuffixLength "X" at the end of `tmpl` so that no existing file has the name.
+// The caller must have checked that they are there.
+constexpr size_t kTempSuffixLength = 6;
 FileResult make_temp_name(char* tmpl);
 // Opens a stream for a file that must not exist before the call, if the mode creates files.
 FILE* open_new_file(const char* path, const char* mode, FileResult* result);

@@ -53,8 +53,8 @@ i64 unix_time() {
 
 bool utc_time(i64 seconds, struct tm* out) {
     // The end of the year 3000 at UTC-8. The runtimes of Windows convert about as far.
-    constexpr i64 kLast = 32535244799;
-    if (out == nullptr || seconds < 0 || seconds > kLast)
+    constexpr i64 kMaxSeconds = 32535244799;
+    if (out == nullptr || seconds < 0 || seconds > kMaxSeconds)
         return false;
     const time_t value = static_cast<time_t>(seconds);
     return gmtime_r(&value, out) != nullptr;

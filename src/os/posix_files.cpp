@@ -145,14 +145,13 @@ FILE* open_new_file(const char* path, const char* mode, FileResult* result) {
 FileResult make_temp_name(char* tmpl) {
     static constexpr char kLetters[] =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
-    constexpr int kTries = 100;
-    constexpr size_t kSuffixLength = 6;
-    char* suffix = tmpl + strlen(tmpl) - kSuffixLength;
-    for (int i = 0; i < kTries; ++i) {
-        u8 random[kSuffixLength];
+    constexpr int kMaxTries = 100;
+    char* suffix = tmpl + strlen(tmpl) - kTempSuffixLength;
+    for (int i = 0; i < kMaxTries; ++i) {
+        u8 random[kTempSuffixLength];
         if (getrandom(random, sizeof(random), 0) != static_cast<ssize_t>(sizeof(random)))
             return FileResult::kOther;
-        for (size_t k = 0; k < kSuffixLength; ++k)
+        for (size_t k = 0; k < kTempSuffixLength; ++k)
             suffix[k] = kLetters[random[k] % (sizeof(kLetters) - 1)];
         if (check_access(tmpl, F_OK) != FileResult::kOk)
             return FileResult::kOk;

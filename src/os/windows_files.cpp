@@ -118,11 +118,10 @@ FileResult make_temp_name(char* tmpl) {
     const InvalidParametersFail guard;
     if (_wmktemp(wide.get()) == nullptr)
         return result_of_errno();
-    constexpr size_t kSuffixLength = 6;
-    char* suffix = tmpl + strlen(tmpl) - kSuffixLength;
-    const wchar_t* made = wide.get() + wcslen(wide.get()) - kSuffixLength;
+    char* suffix = tmpl + strlen(tmpl) - kTempSuffixLength;
+    const wchar_t* made = wide.get() + wcslen(wide.get()) - kTempSuffixLength;
     // The runtime writes digits and small letters only, which are the same in UTF-8.
-    for (size_t i = 0; i < kSuffixLength; ++i)
+    for (size_t i = 0; i < kTempSuffixLength; ++i)
         suffix[i] = static_cast<char>(made[i]);
     return FileResult::kOk;
 }
