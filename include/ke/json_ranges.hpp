@@ -147,7 +147,7 @@ class json_members {
      *  allocates if there are more than eight members, and may then throw std::bad_alloc. */
     explicit json_members(json_view object) : object_(object) {
         const i32 size = object.is_object() ? object.size() : 0;
-        if (size > kInside)
+        if (size > kMaxInlineMembers)
             many_.reset(new detail::member_entry[static_cast<std::size_t>(size)]);
         if (size > 0)
             wiq_json_obj_foreach(object.node(), add, this);
@@ -180,7 +180,7 @@ class json_members {
     bool empty() const noexcept { return size_ == 0; }
 
   private:
-    static constexpr i32 kInside = 8;
+    static constexpr i32 kMaxInlineMembers = 8;
 
     static bool add(const char* key, wiq_json_t* child, void* user) {
         auto* const self = static_cast<json_members*>(user);
@@ -192,7 +192,7 @@ class json_members {
     json object_;
     owned<detail::member_entry, detail::delete_entries> many_;
     i32 size_ = 0;
-    detail::member_entry few_[kInside] = {};
+    detail::member_entry few_[kMaxInlineMembers] = {};
 };
 
 inline json_elements<json_view> json_view::elements() const {

@@ -13,7 +13,7 @@ namespace {
 constexpr size_t kLineStep = 128;
 // While a line of this size or more is read, its block is larger than the recorded size. Otherwise
 // an allocator that cannot grow a large block in place would copy it again for every few bytes.
-constexpr size_t kLongLine = size_t{64} * 1024;
+constexpr size_t kMinLongLine = size_t{64} * 1024;
 
 // Returns the size of an open file, and moves back to its start. Returns WIQ_ERR_FILE_EMPTY for an
 // empty file, and WIQ_ERR_IO if the size cannot be determined or does not fit into 31 bits.
@@ -53,7 +53,7 @@ struct Line {
 i32 grow_line(Line* line) {
     const size_t size = line->size + kLineStep;
     if (size > line->room) {
-        const size_t room = size < kLongLine ? size : size + size / 2;
+        const size_t room = size < kMinLongLine ? size : size + size / 2;
         char* grown = static_cast<char*>(realloc(line->data, room));
         if (grown == nullptr)
             return WIQ_ERR_NO_MEMORY;

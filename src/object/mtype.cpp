@@ -2,7 +2,8 @@
 //
 // What a value owns:
 //   - the block of a 128-bit number, always;
-//   - the record of a long blob (kLongBlob), always; WIQ_MTYPE_LONG_BLOB tells that there is one;
+//   - the record of a long blob (see kMinLongBlob), always; WIQ_MTYPE_LONG_BLOB tells that there is
+//     one;
 //   - a string, the data of a blob or a pointer, if WIQ_MTYPE_OWNED is set.
 // No setter keeps the old contents. A setter that runs out of memory leaves the value with its old
 // type and a payload that must not be read, but owning nothing: it can be set again or finalized.
@@ -16,7 +17,7 @@
 namespace {
 
 // Blobs of this size or more have a record with their length; blob_len holds smaller lengths only.
-constexpr u64 kLongBlob = 65535;
+constexpr u64 kMinLongBlob = 65535;
 
 bool has_flag(const wiq_mtype* value, u8 flag) {
     return (value->flags & flag) != 0;
@@ -65,7 +66,7 @@ i32 set_scalar(wiq_mtype* value, u8 type, const Store& store) {
 // Stores data of any size in a cleared value, without copying it and without ownership. Returns 0;
 // WIQ_ERR_NO_MEMORY if a record is needed and cannot be allocated, with the value unchanged.
 i32 store_blob(wiq_mtype* value, void* data, u64 size) {
-    if (size < kLongBlob) {
+    if (size < kMinLongBlob) {
         value->blob_len = static_cast<u16>(size);
         value->payload.blob = data;
         value->type = WIQ_MTYPE_BLOB;

@@ -139,14 +139,14 @@ i64 order_of(const char* p, const char* end, u32 base) {
 // exponent once the digits read make 2^28. In base 16 it counts the bits of the digits in an int,
 // which 2^29 digits overflow.
 bool is_too_long(const char* first, const char* end, u32 base) {
-    constexpr i64 kTrustedHexDigits = 1'000'000;
-    constexpr i64 kTrustedExponent = 8;  // digits
+    constexpr i64 kMaxTrustedHexDigits = 1'000'000;
+    constexpr i64 kMaxTrustedExponentDigits = 8;  // digits
     if (base == 16)
-        return end - first > kTrustedHexDigits;
+        return end - first > kMaxTrustedHexDigits;
     const char* digits = end;
     while (digits != first && is_digit(digits[-1]))
         --digits;
-    if (end - digits <= kTrustedExponent || digits == first)
+    if (end - digits <= kMaxTrustedExponentDigits || digits == first)
         return false;
     const char* mark = digits - 1;
     if ((*mark == '-' || *mark == '+') && mark != first)

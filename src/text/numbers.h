@@ -14,9 +14,9 @@ inline bool parse_i64(const char* first, const char* last, i64* out) {
     if (negative)
         ++first;
     // 18 digits always fit into 64 bits.
-    constexpr int kSafeDigits = 18;
+    constexpr int kMaxSafeDigits = 18;
     u64 magnitude = 0;
-    if (last - first <= kSafeDigits) {
+    if (last - first <= kMaxSafeDigits) {
         for (; first != last; ++first)
             magnitude = magnitude * 10 + static_cast<u64>(*first - '0');
         *out = negative ? -static_cast<i64>(magnitude) : static_cast<i64>(magnitude);

@@ -10,7 +10,7 @@ namespace tool {
 namespace {
 
 // Of longer lines, only the part around the position is shown.
-constexpr size_t kShownBytes = 100;
+constexpr size_t kMaxShownBytes = 100;
 
 bool continues_character(char c) {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
@@ -29,10 +29,10 @@ std::string_view shown_line(std::string_view text, size_t offset, size_t* positi
     size_t last = std::min(text.find('\n', offset), text.size());
     if (last > first && text[last - 1] == '\r' && offset < last)
         --last;
-    if (last - first > kShownBytes) {
-        if (offset - first > kShownBytes / 2)
-            first = offset - kShownBytes / 2;
-        last = std::min(last, first + kShownBytes);
+    if (last - first > kMaxShownBytes) {
+        if (offset - first > kMaxShownBytes / 2)
+            first = offset - kMaxShownBytes / 2;
+        last = std::min(last, first + kMaxShownBytes);
         while (first < offset && continues_character(text[first]))
             ++first;
         while (last > offset && last < text.size() && continues_character(text[last]))
@@ -148,7 +148,7 @@ Failure failure_at(std::string_view file, const Excerpt& excerpt, size_t offset,
 }
 
 std::string suggestion(const std::string& word, const std::vector<std::string>& known) {
-    constexpr size_t kListed = 12;
+    constexpr size_t kMaxListed = 12;
     size_t best = ~size_t{0};
     std::string nearest;
     std::string all;
@@ -162,7 +162,8 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     }
     if (best <= std::max<size_t>(2, word.size() / 3))
         return "; did you mean \"" + nearest + "\"?";
-    return known.size() <= kListed ? "; there are " + all : "; the nearest is \"" + nearest + "\"";
+    return known.size() <= kMaxListed ? "; there are " + all
+                                      : "; the nearest is \"" + nearest + "\"";
 }
 
 void check(std::string_view subject, i32 status) {

@@ -68,9 +68,9 @@ class Difference {
     // A waiting pair needs memory for its own pointer, so values whose texts are the same are not added. Long
     // texts are not compared here, because then each level of a deep document would read everything below it.
     void add(NodeId a, NodeId b, const std::string& pointer) {
-        static constexpr size_t kShortText = 4096;
+        static constexpr size_t kMaxComparedText = 4096;
         const std::string_view text = a_.text_of(a);
-        if (text.size() > kShortText || text != b_.text_of(b))
+        if (text.size() > kMaxComparedText || text != b_.text_of(b))
             todo_.push_back({a, b, pointer});
     }
 

@@ -10,7 +10,7 @@ namespace tool {
 
 namespace {
 
-constexpr size_t kShownBytes = 60;
+constexpr size_t kMaxShownBytes = 60;
 
 // Returns a value as messages show it.
 std::string shown(const Document& document, NodeId node) {
@@ -23,9 +23,9 @@ std::string shown(const Document& document, NodeId node) {
             break;
     }
     std::string_view text = document.text_of(node);
-    if (text.size() <= kShownBytes)
+    if (text.size() <= kMaxShownBytes)
         return std::string(text);
-    size_t cut = kShownBytes;
+    size_t cut = kMaxShownBytes;
     while (cut > 0 && (static_cast<u8>(text[cut]) & 0xC0) == 0x80)
         --cut;
     return std::string(text.substr(0, cut)) + "...";

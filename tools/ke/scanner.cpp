@@ -32,16 +32,16 @@ bool is_digit(int c) {
     return c >= '0' && c <= '9';
 }
 
-constexpr size_t kShownBytes = 40;
+constexpr size_t kMaxShownBytes = 40;
 
 // Returns a piece of text as messages show it.
 std::string quoted(std::string_view text) {
-    std::string shown = "\"" + std::string(text.substr(0, kShownBytes));
-    while (text.size() > kShownBytes && (static_cast<u8>(shown.back()) & 0xC0) == 0x80)
+    std::string shown = "\"" + std::string(text.substr(0, kMaxShownBytes));
+    while (text.size() > kMaxShownBytes && (static_cast<u8>(shown.back()) & 0xC0) == 0x80)
         shown.pop_back();
-    if (text.size() > kShownBytes && static_cast<u8>(shown.back()) >= 0xC0)
+    if (text.size() > kMaxShownBytes && static_cast<u8>(shown.back()) >= 0xC0)
         shown.pop_back();
-    return shown + (text.size() > kShownBytes ? "...\"" : "\"");
+    return shown + (text.size() > kMaxShownBytes ? "...\"" : "\"");
 }
 
 }  // namespace

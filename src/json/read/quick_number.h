@@ -29,9 +29,9 @@ struct QuickNumber {
 // product or quotient is rounded only once, which gives the correct result (W. D. Clinger, "How to
 // Read Floating Point Numbers Accurately", 1990).
 static_assert(FLT_EVAL_METHOD == 0, "a result in a wider format would be rounded twice");
-constexpr u64 kExactSignificand = u64{1} << 53;
-constexpr int kExactPower = 22;
-inline constexpr double kPowersOfTen[kExactPower + 1] = {
+constexpr u64 kMaxExactSignificand = u64{1} << 53;
+constexpr int kMaxExactPower = 22;
+inline constexpr double kPowersOfTen[kMaxExactPower + 1] = {
     1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
     1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
@@ -233,7 +233,7 @@ inline const char* read_exponent(const char* p, int* exponent) {
     if (count > kMaxDigits)
         return {QuickNumber::kRealText, p, 0, 0};
     double value = static_cast<double>(significand);
-    if (significand <= kExactSignificand && power <= kExactPower && power >= -kExactPower)
+    if (significand <= kMaxExactSignificand && power <= kMaxExactPower && power >= -kMaxExactPower)
         value = power < 0 ? value / kPowersOfTen[-power] : value * kPowersOfTen[power];
     else if (significand != 0 && power >= kMinPower && power <= kMaxPower)
         value = scale_by_power(significand, power);

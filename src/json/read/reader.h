@@ -120,7 +120,7 @@ class StringReader {
     // Reads a number in one piece, after its first digit or sign was read. Returns kNone, with
     // nothing more read, for any number that the fast path does not accept.
     QuickNumber take_number() {
-        if (plain_end_ - token_ < kLongNumber)
+        if (plain_end_ - token_ < kMinLongNumber)
             look_ahead();
         const QuickNumber number = read_number(token_, plain_end_);
         if (number.kind != QuickNumber::kNone)
@@ -180,7 +180,7 @@ class StringReader {
 
     // Indentation makes long runs of spaces.
     void skip_spaces() {
-        if (plain_end_ - next_ < kLongRun)
+        if (plain_end_ - next_ < kMinLongRun)
             look_ahead();
         next_ = skip_spaces_before(next_, plain_end_);
     }
@@ -210,8 +210,8 @@ class StringReader {
     }
 
     static constexpr size_t kMaxLookAhead = 16384;
-    static constexpr ptrdiff_t kLongRun = 16;
-    static constexpr ptrdiff_t kLongNumber = 32;
+    static constexpr ptrdiff_t kMinLongRun = 16;
+    static constexpr ptrdiff_t kMinLongNumber = 32;
 
     const char* start_;
     const char* next_;

@@ -242,8 +242,8 @@ class DumpWriter {
     // to be plain, nothing has been committed, and it is written again with escapes. A long text is
     // written in pieces, so as not to ask for room for six times its length.
     i32 quoted(const char* text, size_t length, const char* tail, size_t tail_length) {
-        constexpr size_t kShort = 1024;
-        if (length >= kShort)
+        constexpr size_t kMinLongLength = 1024;
+        if (length >= kMinLongLength)
             return quoted_in_pieces(text, length, tail, tail_length);
         char* out = sink_.room(length + kQuotes + tail_length);
         if (out == nullptr)
