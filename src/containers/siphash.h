@@ -4,7 +4,6 @@
 #pragma once
 
 #include <bit>
-#include <cstring>
 
 #include "containers/murmur3.h"
 #include "ke_utils/types.h"
@@ -64,10 +63,10 @@ u64 siphash_with(const SipKey& key, const char* data, size_t length) {
     siphash::State state(key);
     for (size_t words = length / 8; words != 0; --words, p += 8)
         state.add(siphash::load(p), kPerWord);
-    u8 rest[8] = {};
-    memcpy(rest, p, length % 8);
-    rest[7] = static_cast<u8>(length);
-    state.add(siphash::load(rest), kPerWord);
+    u64 last = u64{length} << 56;
+    for (size_t i = length % 8; i != 0; --i)
+        last |= u64{p[i - 1]} << (8 * (i - 1));
+    state.add(last, kPerWord);
     state.v2 ^= 0xff;
     state.mix(kAtEnd);
     return state.v0 ^ state.v1 ^ state.v2 ^ state.v3;
