@@ -1,9 +1,11 @@
-// Objects with long chains when allocations fail: if the index cannot be allocated, the chain is searched step by
-// step, and nothing else fails.
+// When long chains have an index, and what happens when allocations fail: if the index cannot be allocated, the chain
+// is searched step by step, and nothing else fails.
 #include <gtest/gtest.h>
 
 #include "json/model/chain_index.h"
+#include "json/model/members.h"
 #include "json/model/node.h"
+#include "json/model/table.h"
 #include "json/tree.h"
 #include "support/alloc_faults.h"
 #include "support/colliding_keys.h"
@@ -15,6 +17,12 @@ using tree::Tree;
 
 bool has_index(const Tree& obj) {
     return index_of(ke::json::to_object(obj.get())->members) != nullptr;
+}
+
+bool has_index_over(const Tree& obj, const std::string& key) {
+    const ke::json::Members& members = ke::json::to_object(obj.get())->members;
+    const ke::json::Key searched(key.c_str(), key.size());
+    return index_over(members, ke::bucket_of(searched.hash, members.mask)) != nullptr;
 }
 
 void expect_all(const wiq_json_t* obj, const std::vector<std::string>& keys, size_t count) {
@@ -39,6 +47,44 @@ TEST(JsonChainIndexFaults, OnlyLongChainsHaveOne) {
     EXPECT_TRUE(has_index(copy));
     const Tree again(wiq_json_copy(copy.get(), nullptr));
     EXPECT_TRUE(has_index(again));
+}
+
+TEST(JsonChainIndexFaults, GrowingKeepsIt) {
+    const std::vector<std::string> keys = colliding::keys(97);
+    const Tree obj(wiq_json_obj_new(0, nullptr));
+    for (const std::string& key : keys)
+        ASSERT_NE(wiq_json_obj_put_null(obj.get(), key.c_str(), nullptr), nullptr);
+    EXPECT_TRUE(has_index_over(obj, keys[0])) << "the 97th member made the table grow";
+}
+
+// A table that is built at once has the same order as one that has grown, and its index works.
+TEST(JsonChainIndexFaults, BuiltAtOnce) {
+    for (const size_t count : {97u, 98u, 192u, 193u, 500u}) {
+        SCOPED_TRACE(count);
+        const std::vector<std::string> keys = colliding::keys(count);
+        const Tree obj(wiq_json_obj_new(0, nullptr));
+        for (const std::string& key : keys)
+            ASSERT_NE(wiq_json_obj_put_null(obj.get(), key.c_str(), nullptr), nullptr);
+        const std::vector<std::string> order = tree::keys_of(obj);
+        ke::json::ObjectNode* node = ke::json::to_object(obj.get());
+        std::vector<ke::json::Member*> list;
+        for (const std::string& key : keys)
+            list.push_back(find(node->members, ke::json::Key(key.c_str(), key.size())));
+
+        drop_table(node);
+        ASSERT_EQ(make_table(node, ke::json::grown_buckets(count)), 0);
+        EXPECT_EQ(build_table(&node->members, list.data(), count),
+                  ke::json::TableStatus::kLongChain);
+        drop_table(node);
+        ASSERT_EQ(make_table(node, ke::json::grown_buckets(count)), 0);
+        ASSERT_TRUE(build_indexed_table(&node->members, list.data(), count));
+        EXPECT_TRUE(has_index_over(obj, keys[0]));
+        EXPECT_EQ(tree::keys_of(obj), order);
+        for (const std::string& key : order) {
+            ASSERT_EQ(wiq_json_obj_remove(obj.get(), key.c_str()), 0);
+            ASSERT_FALSE(wiq_json_obj_has_key(obj.get(), key.c_str()));
+        }
+    }
 }
 
 // Fails every allocation while an object is built member by member. If a member cannot be allocated, the

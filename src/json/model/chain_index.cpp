@@ -36,6 +36,13 @@ bool is_long(const Member* chain) {
     return false;
 }
 
+// Returns the member that is this many links farther, or nullptr if the chain ends before.
+const Member* skip(const Member* member, int links) {
+    for (; links != 0 && member != nullptr; --links)
+        member = member->next;
+    return member;
+}
+
 // Returns the table's index after making it cover this chain, which must not be empty. Returns
 // nullptr for a small table and when out of memory.
 ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
@@ -52,32 +59,37 @@ ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
 }  // namespace
 
 ChainIndex* ChainIndex::make(u64 buckets) {
-    // One entry for each member that the table holds before it grows, and one for the member that
+    // Each member that the table holds before it grows has an entry, and so has the member that
     // makes it grow: that member is linked before the table grows (insert_member() in object.cpp).
-    static_assert(sizeof(ChainIndex) % alignof(Entry) == 0 && alignof(Entry) <= 2 * sizeof(u32));
-    const size_t size =
-        sizeof(ChainIndex) + 2 * buckets * sizeof(u32) + (load_limit(buckets) + 1) * sizeof(Entry);
-    // calloc() takes large blocks from the system, which makes their pages zero when they are first
-    // used: the entries of a large index cost nothing until then.
+    // One entry is always left free, where a search ends.
+    static_assert(load_limit(kMinBucketsWithTail) + 1 < kMinBucketsWithTail);
+    static_assert(sizeof(ChainIndex) % alignof(Entry) == 0 &&
+                  kMinBucketsWithTail * sizeof(u32) % alignof(Entry) == 0);
+    const size_t size = sizeof(ChainIndex) + buckets * (sizeof(u32) + sizeof(Entry));
     auto* index = static_cast<ChainIndex*>(calloc(1, size));
-    if (index != nullptr)
+    if (index != nullptr) {
+        index->secret_ = {secret_word(&g_secret0), secret_word(&g_secret1)};
         index->buckets_ = buckets;
+    }
     return index;
-}
-
-u32 ChainIndex::secret_hash(const Key& key) {
-    const SipKey secret = {secret_word(&g_secret0), secret_word(&g_secret1)};
-    return static_cast<u32>(siphash13(secret, key.text, key.length));
 }
 
 const ChainIndex::Entry* ChainIndex::entry_of(const Key& key) const {
     const u32 hash = secret_hash(key);
-    for (u32 number = *head_of(hash); number != 0; number = entry(number)->link) {
+    for (u32 number = home_of(hash); entry(number)->member != nullptr; number = after(number)) {
         const Entry* found = entry(number);
         if (found->hash == hash && has_key(found->member, key))
             return found;
     }
     return nullptr;
+}
+
+u32 ChainIndex::number_of(const Member* member) const {
+    u32 number = home_of(secret_hash(Key(member)));
+    // Ends, since each member of a covered chain has an entry.
+    while (entry(number)->member != member)
+        number = after(number);
+    return number;
 }
 
 Member* ChainIndex::find(const Key& key) const {
@@ -98,59 +110,80 @@ void ChainIndex::cover(Member* chain, u64 bucket) {
         append(chain, bucket);
 }
 
-void ChainIndex::cover_reversed(const ChainIndex& old, u64 old_bucket, u64 bucket) {
-    // From the last member to the first: growth has reversed the chain.
-    for (u32 number = old.tails()[old_bucket]; number != 0; number = old.entry(number)->previous) {
-        const Entry* one = old.entry(number);
-        if (bucket_of(one->member->hash, buckets_ - 1) == bucket)
-            append(one->member, bucket, one->hash);
-    }
+u32 ChainIndex::add_entry(Member* member) {
+    const u32 hash = secret_hash(Key(member));
+    u32 number = home_of(hash);
+    while (entry(number)->member != nullptr)
+        number = after(number);
+    *entry(number) = {member, hash, 0, 0};
+    return number;
 }
 
-// There is always an entry left: make() allocated enough for all members that a table of this size
-// can have.
-void ChainIndex::append(Member* member, u64 bucket, u32 hash) {
-    u32 number = free_;
-    if (number != 0)
-        free_ = entry(number)->link;
-    else
-        number = ++used_;
-    u32* head = head_of(hash);
+void ChainIndex::append(Member* member, u64 bucket) {
+    const u32 number = add_entry(member);
     u32* tail = &tails()[bucket];
-    *entry(number) = {member, hash, *head, *tail, 0};
+    entry(number)->previous = *tail;
     if (*tail != 0)
         entry(*tail)->next = number;
-    *head = number;
     *tail = number;
 }
 
-u32* ChainIndex::entry_link_to(const Member* member) const {
-    u32* link = head_of(secret_hash(Key(member)));
-    // Ends, since each member of a covered chain has an entry.
-    while (entry(*link)->member != member)
-        link = &entry(*link)->link;
-    return link;
+void ChainIndex::prepend(Member* member) {
+    const u32 second = number_of(member->next);
+    const u32 number = add_entry(member);
+    entry(number)->next = second;
+    entry(second)->previous = number;
+}
+
+void ChainIndex::move_entry(u32 from, u32 to) {
+    *entry(to) = *entry(from);
+    const Entry& moved = *entry(to);
+    if (moved.previous != 0)
+        entry(moved.previous)->next = to;
+    u32* back = moved.next != 0 ? &entry(moved.next)->previous
+                                : &tails()[bucket_of(moved.member->hash, buckets_ - 1)];
+    *back = to;
+}
+
+// Fills the gap that an entry leaves with the next one that may stand there, then the gap that this
+// one leaves, and so on up to the next free entry. An entry may stand anywhere from its home on.
+void ChainIndex::remove_entry(u32 number) {
+    const u64 mask = buckets_ - 1;
+    u32 gap = number;
+    for (u32 next = after(gap); entry(next)->member != nullptr; next = after(next)) {
+        const u64 steps_from_home = (next - home_of(entry(next)->hash)) & mask;
+        if (steps_from_home < ((next - gap) & mask))
+            continue;
+        move_entry(next, gap);
+        gap = next;
+    }
+    *entry(gap) = {};
 }
 
 void ChainIndex::unlink(Members* members, const Member* member) {
     const u64 bucket = bucket_of(member->hash, members->mask);
-    u32* link = entry_link_to(member);
-    const u32 number = *link;
-    Entry* gone = entry(number);
-    *link = gone->link;
-    *(gone->previous != 0 ? &entry(gone->previous)->member->next : &members->buckets[bucket]) =
+    const u32 number = number_of(member);
+    const Entry gone = *entry(number);
+    *(gone.previous != 0 ? &entry(gone.previous)->member->next : &members->buckets[bucket]) =
         member->next;
-    if (gone->previous != 0)
-        entry(gone->previous)->next = gone->next;
-    *(gone->next != 0 ? &entry(gone->next)->previous : &tails()[bucket]) = gone->previous;
-    gone->link = free_;
-    free_ = number;
+    if (gone.previous != 0)
+        entry(gone.previous)->next = gone.next;
+    *(gone.next != 0 ? &entry(gone.next)->previous : &tails()[bucket]) = gone.previous;
+    remove_entry(number);
 }
 
-Member* find_after(const Members& members, const Key& key, Member* from) {
+Member* find_after(const Members& members, const Key& key, Member* from, const Member* source) {
     const ChainIndex* index = index_over(members, bucket_of(key.hash, members.mask));
-    if (index != nullptr)
+    if (index != nullptr) {
+        // A search twice as far ahead needs its entry first, to find its member by it.
+        source = skip(source, kPrefetchDistance);
+        if (source != nullptr)
+            index->prefetch_member(Key(source));
+        source = skip(source, kPrefetchDistance);
+        if (source != nullptr)
+            index->prefetch_entry(Key(source));
         return index->find(key);
+    }
     while (from != nullptr && !has_key(from, key))
         from = from->next;
     return from;
@@ -190,7 +223,7 @@ void rebuild_index(Members* members, ChainIndex* old, u64 old_buckets) {
             continue;
         for (const u64 bucket : {from, from + old_buckets}) {
             if (is_long(members->buckets[bucket]))
-                index->cover_reversed(*old, from, bucket);
+                index->cover(members->buckets[bucket], bucket);
         }
     }
     free(old);

@@ -7,15 +7,14 @@
 //             │ * │   │   │   │ index │ first │ the table's tail (members.h); most have no index
 //             └─┬─┴───┴─ ─┴───┴───┬───┴───────┘
 //               ▼                 ▼
-//             the chain        ┌────────┬───────┬───────┬─────────┐
-//                              │ counts │ tails │ heads │ entries │ in one block
-//                              └────────┴───────┴───────┴─────────┘
+//             the chain        ┌──────────────┬───────┬─────────┐
+//                              │ key and size │ tails │ entries │ in one block
+//                              └──────────────┴───────┴─────────┘
 //
 // An entry stands for a member of an indexed chain. It is found by another hash of the member's
 // key, with a secret key that is drawn at random once per process. It links to the previous and the
 // next entry of the chain, so that a member can be added and removed without a walk. The bucket's
-// tail is the entry of the chain's last member, or 0 if the index does not cover the chain. The
-// head of a secret hash is the first of the entries with such a hash.
+// tail is the entry of the chain's last member, or 0 if the index does not cover the chain.
 //
 // Only functions that change the object change its index, because several threads may read one
 // object at once. A chain gets its index when a member is added to it, and keeps it until the chain
@@ -24,6 +23,7 @@
 // searched step by step, and whoever adds the next member to it tries again.
 #pragma once
 
+#include "containers/siphash.h"
 #include "json/model/members.h"
 
 namespace ke::json {
@@ -48,44 +48,59 @@ class ChainIndex {
     // Covers a chain, which must not be empty.
     void cover(Member* chain, u64 bucket);
     // Adds an entry for the member that is now the last one of a covered chain.
-    void append(Member* member, u64 bucket) { append(member, bucket, secret_hash(Key(member))); }
-    // Covers a chain that growth has made from one that `old` covers: takes over the entries of the
-    // members in this bucket, in reversed order, as growth has reversed the chain.
-    void cover_reversed(const ChainIndex& old, u64 old_bucket, u64 bucket);
+    void append(Member* member, u64 bucket);
+    // Adds an entry for the member that is now the first one of a covered chain.
+    void prepend(Member* member);
     // Lets the entry of `old` stand for the member that has replaced it and has the same key.
-    void replace(const Member* old, Member* member) { entry(*entry_link_to(old))->member = member; }
+    void replace(const Member* old, Member* member) { entry(number_of(old))->member = member; }
+    // These start to load what a look-up of the key will read: its entry, and the member that this
+    // entry names, once the entry is loaded. A compiler may drop the call of a function that does
+    // nothing else, so they are always inlined.
+    [[gnu::always_inline]] void prefetch_entry(const Key& key) const {
+        __builtin_prefetch(entry(home_of(secret_hash(key))));
+    }
+    [[gnu::always_inline]] void prefetch_member(const Key& key) const {
+        __builtin_prefetch(entry(home_of(secret_hash(key)))->member);
+    }
     // Takes a member out of its chain, which must be covered.
     void unlink(Members* members, const Member* member);
 
   private:
-    // Entries are numbered from 1; 0 means none.
+    // The entries are a hash table with linear probing (Knuth, The Art of Computer Programming,
+    // volume 3, section 6.4): an entry stands at its home, which its hash tells, or follows its home
+    // without a gap. So a look-up touches little more memory than the entry and the member. Entries
+    // are numbered from 1; 0 means none.
     struct Entry {
-        Member* member;
-        u32 hash;      // of the member's key, with the secret key
-        u32 link;      // the next entry with this head, or the next free one
-        u32 previous;  // in the chain
-        u32 next;      // in the chain
+        Member* member;  // nullptr if the entry is free
+        u32 hash;        // of the member's key, with the secret key
+        u32 previous;    // in the chain
+        u32 next;        // in the chain
     };
 
-    static u32 secret_hash(const Key& key);
-
-    void append(Member* member, u64 bucket, u32 hash);
-    const Entry* entry_of(const Key& key) const;
-
-    // The entries follow the two arrays of `buckets_` u32, which together keep the alignment of a
-    // pointer.
-    u32* tails() const { return reinterpret_cast<u32*>(const_cast<ChainIndex*>(this) + 1); }
-    u32* heads() const { return tails() + buckets_; }
-    Entry* entry(u32 number) const {
-        return reinterpret_cast<Entry*>(heads() + buckets_) + (number - 1);
+    u32 secret_hash(const Key& key) const {
+        return static_cast<u32>(siphash13(secret_, key.text, key.length));
     }
-    u32* head_of(u32 hash) const { return &heads()[hash & (buckets_ - 1)]; }
-    // Returns the link, in a head or in an entry, to the member's entry. There must be one.
-    u32* entry_link_to(const Member* member) const;
 
-    u64 buckets_;
-    u32 used_;  // entries that have been in use: those with higher numbers were never touched
-    u32 free_;  // the first entry that is no longer in use
+    const Entry* entry_of(const Key& key) const;
+    // Returns the number of the member's entry. There must be one.
+    u32 number_of(const Member* member) const;
+    // Makes an entry without neighbours in the chain. Returns its number.
+    u32 add_entry(Member* member);
+    // Frees an entry, and moves others so that none is cut off from its home.
+    void remove_entry(u32 number);
+    // Copies an entry to a free one and makes its neighbours refer to the copy.
+    void move_entry(u32 from, u32 to);
+
+    // The entries follow an array of `buckets_` u32, which keeps the alignment of a pointer.
+    u32* tails() const { return reinterpret_cast<u32*>(const_cast<ChainIndex*>(this) + 1); }
+    Entry* entry(u32 number) const {
+        return reinterpret_cast<Entry*>(tails() + buckets_) + (number - 1);
+    }
+    u32 home_of(u32 hash) const { return static_cast<u32>(hash & (buckets_ - 1)) + 1; }
+    u32 after(u32 number) const { return number == buckets_ ? 1 : number + 1; }
+
+    SipKey secret_;
+    u64 buckets_;  // also the number of entries, of which at least one is always free
 };
 
 // Returns a table's index, or nullptr if it has not been built. A table without a tail has few
@@ -99,13 +114,17 @@ inline ChainIndex* index_over(const Members& members, u64 bucket) {
     return index != nullptr && index->covers(bucket) ? index : nullptr;
 }
 
-// Few chains have more members than this. A search passes this many members before it looks for an
+// Most chains have no more members than this. A search passes this many before it looks for an
 // index.
-constexpr u32 kMaxStepsBeforeIndex = 4;
+constexpr u32 kMaxStepsBeforeIndex = 2;
+
+// Loading an entry or a member of a large object from memory takes as long as a few searches. So a
+// loop of searches prefetches what the search after this many will need.
+constexpr int kPrefetchDistance = 8;
 
 // These continue a search that has followed kMaxStepsBeforeIndex links, at the member it has
 // reached.
-Member* find_after(const Members& members, const Key& key, Member* from);
+Member* find_after(const Members& members, const Key& key, Member* from, const Member* source);
 Member** link_after(const Members& members, const Key& key, Member** from);
 
 // As link_of(), for a key that may be added: a long chain in a table with a tail gets an index, if
@@ -115,14 +134,15 @@ inline Member** link_to_add(const Members& members, const Key& key) {
     return *link == nullptr || has_key(*link, key) ? link : link_after(members, key, link);
 }
 
-// Returns the member with this key, or nullptr.
-inline Member* find(const Members& members, const Key& key) {
+// Returns the member with this key, or nullptr. If the key is that of a member of another object,
+// and the members after it in its chain are searched for next, `source` should be this member.
+inline Member* find(const Members& members, const Key& key, const Member* source = nullptr) {
     if (members.size == 0)
         return nullptr;
     Member* member = members.buckets[bucket_of(key.hash, members.mask)];
     for (u32 left = kMaxStepsBeforeIndex; member != nullptr && !has_key(member, key); --left) {
         if (left == 0)
-            return find_after(members, key, member);
+            return find_after(members, key, member, source);
         member = member->next;
     }
     return member;

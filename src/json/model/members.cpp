@@ -27,8 +27,14 @@ namespace {
 // Only the last round may be incomplete, because `count` is above the load limit of all smaller
 // tables. A table of 2^k buckets has grown k - 1 times, so the first round goes to the front if k
 // is even, and the sides alternate from round to round.
-template <class LinkOf>
-inline bool fill_table(Members* members, Member* const* list, u64 count, LinkOf link_of_key) {
+//
+// link_to() is given a position in the list and returns the link at the end of that member's chain,
+// where it may be added. If it returns another link, the rest is left, with the status that this
+// link gives. added() is told of each member that has been linked, and whether it was put at the
+// front.
+template <class LinkTo, class Added>
+inline TableStatus fill_table(Members* members, Member* const* list, u64 count, LinkTo link_to,
+                              Added added) {
     const u64 buckets = u64{members->mask} + 1;
     bool in_front = std::countr_zero(buckets) % 2 == 0;
     u64 i = 0;
@@ -36,18 +42,20 @@ inline bool fill_table(Members* members, Member* const* list, u64 count, LinkOf 
         const u64 round_end = size == buckets ? count : load_limit(size) + 1;
         for (; i < round_end; ++i) {
             Member* member = list[i];
-            Member** end = link_of_key(*members, Key(member));
+            Member** end = link_to(*members, list + i);
             if (*end != nullptr)
-                return false;
+                return has_key(*end, Key(member)) ? TableStatus::kDuplicateKey
+                                                  : TableStatus::kLongChain;
             Member** link =
                 in_front ? &members->buckets[bucket_of(member->hash, members->mask)] : end;
             member->next = *link;
             *link = member;
+            added(member, in_front);
         }
         in_front = !in_front;
     }
     members->size = static_cast<u32>(count);
-    return true;
+    return TableStatus::kBuilt;
 }
 
 }  // namespace
@@ -59,14 +67,40 @@ inline bool fill_table(Members* members, Member* const* list, u64 count, LinkOf 
 // and need no limit.
 //
 // `first` in the tail stays 0, as in any new table: no bucket is before that one.
-bool build_table(Members* members, Member* const* list, u64 count) {
+TableStatus build_table(Members* members, Member* const* list, u64 count) {
+    const auto ignore = [](Member*, bool) {};
     if (members->mask < kMinBucketsWithTail - 1) {
-        return fill_table(members, list, count,
-                          [](const Members& in, const Key& key) { return link_of(in, key); });
+        return fill_table(
+            members, list, count,
+            [](const Members& in, Member* const* at) { return link_of(in, Key(*at)); }, ignore);
     }
-    return fill_table(members, list, count, [](const Members& in, const Key& key) {
-        return link_within(in, key, kMaxShortChain);
-    });
+    return fill_table(
+        members, list, count,
+        [](const Members& in, Member* const* at) {
+            return link_within(in, Key(*at), kMaxShortChain);
+        },
+        ignore);
+}
+
+bool build_indexed_table(Members* members, Member* const* list, u64 count) {
+    Member* const* const end = list + count;
+    const auto link_to = [end](const Members& in, Member* const* at) {
+        const ChainIndex* index = index_of(in);
+        if (index != nullptr && end - at > kPrefetchDistance)
+            index->prefetch_entry(Key(at[kPrefetchDistance]));
+        return link_to_add(in, Key(*at));
+    };
+    const auto add_to_index = [members](Member* member, bool in_front) {
+        const u64 bucket = bucket_of(member->hash, members->mask);
+        ChainIndex* index = index_over(*members, bucket);
+        if (index == nullptr)
+            return;
+        if (in_front)
+            index->prepend(member);
+        else
+            index->append(member, bucket);
+    };
+    return fill_table(members, list, count, link_to, add_to_index) == TableStatus::kBuilt;
 }
 
 }  // namespace ke::json

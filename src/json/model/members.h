@@ -224,10 +224,17 @@ constexpr u64 grown_buckets(u64 size) {
     return count;
 }
 
+// kLongChain means that a chain of more than kMaxShortChain members in a table with a tail would
+// get one more.
+enum class TableStatus { kBuilt, kDuplicateKey, kLongChain };
+
 // Fills an empty table, which must have grown_buckets(count) buckets, so that it looks as if the
-// members had been added one by one. Returns false if two members have the same key, or if a chain
-// of more than kMaxShortChain members in a table with a tail would get one more. The table and the
-// members' links are then useless, and the caller starts again with an empty table.
-bool build_table(Members* members, Member* const* list, u64 count);
+// members had been added one by one. Unless the result is kBuilt, the table and the members' links
+// are useless, and the caller starts again with an empty table.
+TableStatus build_table(Members* members, Member* const* list, u64 count);
+
+// The same for a table with long chains, which get an index if there is enough memory
+// (chain_index.h). Returns whether it was built, which fails if two members have the same key.
+bool build_indexed_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json

@@ -130,8 +130,9 @@ struct ObjectMatch {
     Answer next(Pair* question) {
         while (member != nullptr) {
             const Key key(member);
-            const Member* other =
-                expected != nullptr && has_key(expected, key) ? expected : find(b->members, key);
+            const Member* other = expected != nullptr && has_key(expected, key)
+                                      ? expected
+                                      : find(b->members, key, member);
             if (other == nullptr)
                 return Answer::kNo;
             const wiq_json* child = member->child;

@@ -150,7 +150,7 @@ i32 OpenContainers::close(wiq_json** root) {
     if (status != 0)
         return status;
     // If a key came twice, an object that had several members may have only one now. Its table was
-    // then made by finish_with_duplicates() and is not recorded, so it may be freed with the
+    // then made by finish_slowly() and is not recorded, so it may be freed with the
     // object. (An object with unique keys was looked at above, before its table was recorded.)
     const TextNode* uri = frame.members_in_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
@@ -236,8 +236,10 @@ i32 OpenContainers::finish_object(Frame* frame) {
     }
     auto* obj = as<ObjectNode>(frame->node);
     Member** const members = members_of(*frame);
-    if (count != 0 && !build_table(&obj->members, members, count))
-        return finish_with_duplicates(frame);
+    const TableStatus status =
+        count == 0 ? TableStatus::kBuilt : build_table(&obj->members, members, count);
+    if (status != TableStatus::kBuilt)
+        return finish_slowly(frame, status == TableStatus::kLongChain ? buckets : 0);
     // The table has no index: build_table() makes none, and fails if a chain needs one. The
     // children of a container that was made early have it as parent already.
     for (size_t i = 0; i < count && !early; ++i)
@@ -245,17 +247,18 @@ i32 OpenContainers::finish_object(Frame* frame) {
     return 0;
 }
 
-// Fills an object's table by adding the members one by one, so that later members replace earlier
-// ones with the same key. attach_member() also links each child to its parent. If an insertion
-// fails, the members that are not in the table yet stay in members_.
-//
-// Objects with a long chain are filled here, too, since build_table() refuses them. Their tables
-// get an index.
-i32 OpenContainers::finish_with_duplicates(Frame* frame) {
+// Fills the table of an object that build_table() could not build. If the reason is a long chain,
+// `buckets` is the number of buckets that the table needs, and the function first tries to build a
+// table with an index; otherwise `buckets` is 0. If there are duplicate keys, it adds the members
+// one by one, so that later members replace earlier ones with the same key. attach_member() also
+// links each child to its parent. If an insertion fails, the members that are not in the table yet
+// stay in members_.
+i32 OpenContainers::finish_slowly(Frame* frame, u64 buckets) {
     // The table may be recorded and is freed now; replaced members and their children are freed,
-    // too. So the record must never free the blocks in it. The touch is not lost, because a record
-    // exists: a document has one unless all its blocks are in its first chunk. That is too small
-    // for two members, and if a large block made it larger, for anything but this block.
+    // too, and so is the index with its object. So the record must never free the blocks in it. The
+    // touch is not lost, because a record exists: a document has one unless all its blocks are in
+    // its first chunk. That is too small for two members, and if a large block made it larger, for
+    // anything but this block.
     static_assert(sizeof(Chunk) + 2 * (member_span(0) + sizeof(wiq_json)) > Chunks::kMinChunkSize);
     chunks_.touch_document();
     drop_table(frame->node);
@@ -264,6 +267,13 @@ i32 OpenContainers::finish_with_duplicates(Frame* frame) {
     const size_t count = count_of(*frame);
     frame->members_in_table = true;
     size_t done = 0;
+    if (buckets != 0 && make_table(obj, buckets) == 0) {
+        // An object with so many members was made early: it is its children's parent already.
+        if (build_indexed_table(&obj->members, members, count))
+            done = count;
+        else
+            drop_table(frame->node);
+    }
     while (done < count && attach_member(obj, members[done], members[done]->child) == 0)
         ++done;
     memmove(members, members + done, (count - done) * sizeof(Member*));

@@ -123,7 +123,7 @@ class OpenContainers {
     bool record_table_of(const Frame& frame);
     i32 finish_array(Frame* frame);
     i32 finish_object(Frame* frame);
-    i32 finish_with_duplicates(Frame* frame);
+    i32 finish_slowly(Frame* frame, u64 buckets);
     const TextNode* reference_in(const Frame& frame);
     i32 replace_by_reference(const TextNode* uri, wiq_json** root);
 
