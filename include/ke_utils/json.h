@@ -316,7 +316,7 @@ KE_API const char* wiq_json_parent_key(const wiq_json_t* node);
  *  the same bytes are the same key.
  *
  *  Unlike a ::wiq_map, an object stays fast even if its keys were chosen to have the same hash: the
- *  members of a long chain are also found through an index, which takes up to 26 bytes per bucket.
+ *  members of a long chain are also found through an index, which takes 28 bytes per bucket.
  *  If the index cannot be allocated, the chain is searched member by member; no call fails because
  *  of that.
  *

@@ -2,6 +2,8 @@
 // is searched step by step, and nothing else fails.
 #include <gtest/gtest.h>
 
+#include <bit>
+
 #include "json/model/chain_index.h"
 #include "json/model/members.h"
 #include "json/model/node.h"
@@ -80,11 +82,22 @@ TEST(JsonChainIndexFaults, BuiltAtOnce) {
         ASSERT_TRUE(build_indexed_table(&node->members, list.data(), count));
         EXPECT_TRUE(has_index_over(obj, keys[0]));
         EXPECT_EQ(tree::keys_of(obj), order);
-        for (const std::string& key : order) {
+        for (const std::string& key : keys) {
             ASSERT_EQ(wiq_json_obj_remove(obj.get(), key.c_str()), 0);
             ASSERT_FALSE(wiq_json_obj_has_key(obj.get(), key.c_str()));
         }
     }
+}
+
+// Of 64 random bits, fewer than 10 or more than 54 are set once in 10^8 times.
+TEST(JsonChainIndexFaults, TheSecretIsRandom) {
+    const ke::SipKey secret = ke::json::ChainIndex::process_secret();
+    for (const u64 word : {secret.k0, secret.k1, secret.k0 ^ secret.k1}) {
+        EXPECT_GE(std::popcount(word), 10);
+        EXPECT_LE(std::popcount(word), 54);
+    }
+    EXPECT_EQ(ke::json::ChainIndex::process_secret().k0, secret.k0);
+    EXPECT_EQ(ke::json::ChainIndex::process_secret().k1, secret.k1);
 }
 
 // Fails every allocation while an object is built member by member. If a member cannot be allocated, the

@@ -68,10 +68,14 @@ ChainIndex* ChainIndex::make(u64 buckets) {
     const size_t size = sizeof(ChainIndex) + buckets * (sizeof(u32) + sizeof(Entry));
     auto* index = static_cast<ChainIndex*>(calloc(1, size));
     if (index != nullptr) {
-        index->secret_ = {secret_word(&g_secret0), secret_word(&g_secret1)};
+        index->secret_ = process_secret();
         index->buckets_ = buckets;
     }
     return index;
+}
+
+SipKey ChainIndex::process_secret() {
+    return {secret_word(&g_secret0), secret_word(&g_secret1)};
 }
 
 const ChainIndex::Entry* ChainIndex::entry_of(const Key& key) const {

@@ -45,6 +45,9 @@ class ChainIndex {
     // Returns the link at the end of a covered chain.
     Member** end_of(u64 bucket) const { return &entry(tails()[bucket])->member->next; }
 
+    // The secret key of all indexes of the process, drawn when it is first needed.
+    static SipKey process_secret();
+
     // Covers a chain, which must not be empty.
     void cover(Member* chain, u64 bucket);
     // Adds an entry for the member that is now the last one of a covered chain.
