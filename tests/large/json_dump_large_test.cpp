@@ -76,6 +76,12 @@ TEST_F(JsonDumpLarge, ToABuffer) {
 TEST_F(JsonDumpLargeThreads, ToAStream) {
     for (const Row& row : kRows) {
         SCOPED_TRACE(row.text);
+#ifdef _WIN32
+        // Wine writes a string to a pipe in one piece, and ends the process if the pipe takes only a part: at
+        // most 2^31 - 4096 bytes.
+        if (row.length > k2G - 4096)
+            continue;
+#endif
         wiq_json_t* list = list_of(row.length, row.times);
         Sink sink('x');
         EXPECT_EQ(wiq_json_fdump(list, sink.stream(), 0, 0), INT32_MAX);
