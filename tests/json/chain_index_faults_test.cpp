@@ -163,6 +163,31 @@ TEST(JsonChainIndexFaults, ParsingAndCopying) {
     EXPECT_GE(without_index, 1u);
 }
 
+// An object in a document gets an index, but there is no memory for the child. Releasing the document frees the
+// index, which is not in its record.
+TEST(JsonChainIndexFaults, AnIndexWithoutAChildIsReleased) {
+    std::vector<std::string> keys = colliding::keys(18);
+    const std::string added = keys.back();
+    keys.pop_back();
+    for (const std::string& key : colliding::ordinary_keys(60)) {
+        if (((wiq_hash_str(key.c_str()) ^ wiq_hash_str(added.c_str())) & 127) != 0)
+            keys.push_back(key);
+    }
+    const std::string text = "[" + colliding::object_text(keys) + "]";
+    size_t with_index = 0;
+    SweepAllocations([&](AllocFaults& faults) {
+        const Tree root(wiq_json_loads(text.c_str(), 0, nullptr));
+        wiq_json_t* obj = wiq_json_array_get_ext(root.get(), 0, 0, nullptr);
+        ASSERT_EQ(index_of(ke::json::to_object(obj)->members), nullptr);
+        faults.arm();
+        const wiq_json_t* child = wiq_json_obj_put_null(obj, added.c_str(), nullptr);
+        faults.disarm();
+        const bool has_one = index_of(ke::json::to_object(obj)->members) != nullptr;
+        with_index += child == nullptr && has_one ? 1 : 0;
+    });
+    EXPECT_EQ(with_index, 2u) << "the node fails, in both ways";
+}
+
 // If a table cannot grow, the chain and its index are unchanged.
 TEST(JsonChainIndexFaults, GrowingFails) {
     const std::vector<std::string> keys = colliding::keys(98);

@@ -182,6 +182,26 @@ TEST(JsonObjFaults, AStringMemberMayLoseItsText) {
     });
 }
 
+// An object in a document gets its first table, but there is no memory for the child. Releasing the document frees
+// the table, which is not in its record.
+TEST(JsonObjFaults, ATableWithoutAChildIsReleased) {
+    for (const bool builds : {true, false}) {
+        SweepAllocations([&](AllocFaults& faults) {
+            const Tree root(wiq_json_loads("{\"empty\":{},\"other\":[1]}", 0, nullptr));
+            wiq_json_t* empty = wiq_json_obj_get_ext(root.get(), "empty", 0, nullptr);
+            const Tree child = make("[\"x\"]");
+            wiq_json_ref(child.get());
+            faults.arm();
+            if (builds)
+                wiq_json_obj_put_null(empty, "a", nullptr);
+            else
+                wiq_json_obj_put_ext(empty, "a", child.get(), nullptr);
+            faults.disarm();
+            EXPECT_EQ(wiq_json_obj_size(empty), faults.fired() ? 0 : 1);
+        });
+    }
+}
+
 TEST(JsonObjFaults, KeysLeaveTheVectorUnchanged) {
     SweepAllocations([&](AllocFaults& faults) {
         Tree obj = make(kFull);

@@ -2,11 +2,12 @@
 // touched it since it was parsed or copied.
 //
 // A document is touched when a node below its root gets another reference, leaves its place or is
-// released, or when a container in it gets another child. Until then nobody else holds any of its
-// nodes, and all its chunks exist. So do the few blocks outside of the chunks: large tables, and
-// members whose key is long or whose value is large. The record holds these chunks and blocks for
-// the root. A touched document is released node by node; its record then only waits for the last
-// chunk.
+// released, or when a container in it gets another child. (An object is touched even if there is no
+// memory for the child in the end, because its table may be new by then.) Until then nobody else
+// holds any of its nodes, and all its chunks exist. So do the few blocks outside of the chunks:
+// large tables, and members whose key is long or whose value is large. The record holds these
+// chunks and blocks for the root. A touched document is released node by node; its record then only
+// waits for the last chunk.
 #pragma once
 
 #include <atomic>

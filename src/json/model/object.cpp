@@ -58,6 +58,14 @@ Member** link_for_key(ObjectNode* obj, const Key& key) {
     return link_to_add(obj->members, key);
 }
 
+// The same for an object that callers may know. It may get its first table here, or the index of a
+// long chain, and keeps it even if there is no memory for the new child. The document has no record
+// of them, so it is touched at once.
+Member** link_to_attach(ObjectNode* obj, const Key& key) {
+    touch(obj);
+    return link_for_key(obj, key);
+}
+
 // Links a member at `end`, the end of its chain, and grows the table if it has become too full.
 // Returns 0, or WIQ_ERR_NO_MEMORY with the members unchanged.
 i32 insert_member(ObjectNode* obj, Member** end, Member* member) {
@@ -100,7 +108,7 @@ void replace_child(ObjectNode* obj, Member* member, wiq_json* child) {
 // Attaches a child; the caller has checked that it may be attached. Returns 0, or WIQ_ERR_NO_MEMORY
 // with the object's members and the child unchanged.
 i32 attach_child(ObjectNode* obj, const Key& key, wiq_json* child) {
-    Member** link = link_for_key(obj, key);
+    Member** link = link_to_attach(obj, key);
     if (link == nullptr)
         return WIQ_ERR_NO_MEMORY;
     if (*link != nullptr) {
@@ -134,7 +142,7 @@ i32 put_child(wiq_json_t* obj, const char* key, wiq_json_t* child) {
 // memory, with the object's members unchanged.
 template <class Make>
 wiq_json* attach_new_child(ObjectNode* obj, const Key& key, Make make) {
-    Member** link = link_for_key(obj, key);
+    Member** link = link_to_attach(obj, key);
     if (link == nullptr)
         return nullptr;
     if (*link != nullptr) {
