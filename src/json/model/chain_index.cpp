@@ -179,7 +179,7 @@ void ChainIndex::unlink(Members* members, const Member* member) {
 Member* find_after(const Members& members, const Key& key, Member* from, const Member* source) {
     const ChainIndex* index = index_over(members, bucket_of(key.hash, members.mask));
     if (index != nullptr) {
-        // A search twice as far ahead needs its entry first, to find its member by it.
+        // The entry is prefetched twice as far ahead as the member: it tells where the member is.
         source = skip(source, kPrefetchDistance);
         if (source != nullptr)
             index->prefetch_member(Key(source));

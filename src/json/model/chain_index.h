@@ -122,7 +122,7 @@ inline ChainIndex* index_over(const Members& members, u64 bucket) {
 constexpr u32 kMaxStepsBeforeIndex = 2;
 
 // Loading an entry or a member of a large object from memory takes as long as a few searches. So a
-// loop of searches prefetches what the search after this many will need.
+// loop of searches prefetches what it will need this many searches later.
 constexpr int kPrefetchDistance = 8;
 
 // These continue a search that has followed kMaxStepsBeforeIndex links, at the member it has

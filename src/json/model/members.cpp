@@ -28,10 +28,10 @@ namespace {
 // tables. A table of 2^k buckets has grown k - 1 times, so the first round goes to the front if k
 // is even, and the sides alternate from round to round.
 //
-// link_to() is given a position in the list and returns the link at the end of that member's chain,
-// where it may be added. If it returns another link, the rest is left, with the status that this
-// link gives. added() is told of each member that has been linked, and whether it was put at the
-// front.
+// link_to() is given a position in the list and returns the null link at the end of that member's
+// chain. If it returns the link to a member instead, because this has the same key or the chain is
+// too long, fill_table() gives up. added() is told of each member that has been linked, and whether
+// it was put at the front.
 template <class LinkTo, class Added>
 inline TableStatus fill_table(Members* members, Member* const* list, u64 count, LinkTo link_to,
                               Added added) {

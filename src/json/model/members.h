@@ -233,8 +233,8 @@ enum class TableStatus { kBuilt, kDuplicateKey, kLongChain };
 // are useless, and the caller starts again with an empty table.
 TableStatus build_table(Members* members, Member* const* list, u64 count);
 
-// The same for a table with long chains, which get an index if there is enough memory
-// (chain_index.h). Returns whether it was built, which fails if two members have the same key.
+// As build_table(), but long chains are no failure: they get an index if there is enough memory
+// (chain_index.h). Returns false if two members have the same key.
 bool build_indexed_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json

@@ -150,8 +150,8 @@ i32 OpenContainers::close(wiq_json** root) {
     if (status != 0)
         return status;
     // If a key came twice, an object that had several members may have only one now. Its table was
-    // then made by finish_slowly() and is not recorded, so it may be freed with the
-    // object. (An object with unique keys was looked at above, before its table was recorded.)
+    // then made by finish_slowly() and is not recorded, so it may be freed with the object. (An
+    // object with unique keys was looked at above, before its table was recorded.)
     const TextNode* uri = frame.members_in_table ? reference_in(frame) : nullptr;
     if (uri != nullptr)
         return replace_by_reference(uri, root);
@@ -249,10 +249,10 @@ i32 OpenContainers::finish_object(Frame* frame) {
 
 // Fills the table of an object that build_table() could not build. If the reason is a long chain,
 // `buckets` is the number of buckets that the table needs, and the function first tries to build a
-// table with an index; otherwise `buckets` is 0. If there are duplicate keys, it adds the members
-// one by one, so that later members replace earlier ones with the same key. attach_member() also
-// links each child to its parent. If an insertion fails, the members that are not in the table yet
-// stay in members_.
+// table with an index. If the reason is a duplicate key, `buckets` is 0. Then, or if the first try
+// fails, the function adds the members one by one, so that later members replace earlier ones with
+// the same key. attach_member() also links each child to its parent. If an insertion fails, the
+// members that are not in the table yet stay in members_.
 i32 OpenContainers::finish_slowly(Frame* frame, u64 buckets) {
     // The table may be recorded and is freed now; replaced members and their children are freed,
     // too, and so is the index with its object. So the record must never free the blocks in it. The
