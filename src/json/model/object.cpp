@@ -58,9 +58,9 @@ Member** link_for_key(ObjectNode* obj, const Key& key) {
     return link_to_add(obj->members, key);
 }
 
-// The same for an object that callers may know. It may get its first table here, or the index of a
-// long chain, and keeps it even if there is no memory for the new child. The document has no record
-// of them, so it is touched at once.
+// As link_for_key(), for an object that may be part of an untouched document. The object keeps its
+// first table, or the index of a long chain, even if there is no memory for the new child. The
+// document has no record of such a table or index, so it must be touched first.
 Member** link_to_attach(ObjectNode* obj, const Key& key) {
     touch(obj);
     return link_for_key(obj, key);
