@@ -70,9 +70,9 @@ class ChainIndex {
 
   private:
     // The entries are a hash table with linear probing (Knuth, The Art of Computer Programming,
-    // volume 3, section 6.4): an entry stands at its home, which its hash tells, or follows its home
-    // without a gap. So a look-up touches little more memory than the entry and the member. Entries
-    // are numbered from 1; 0 means none.
+    // volume 3, section 6.4). An entry is at its home, which its hash determines, or after it, with
+    // no free entry between the two. So a look-up touches little more memory than the entry and the
+    // member. Entries are numbered from 1; 0 means none.
     struct Entry {
         Member* member;  // nullptr if the entry is free
         u32 hash;        // of the member's key, with the secret key

@@ -43,9 +43,10 @@ inline TableStatus fill_table(Members* members, Member* const* list, u64 count, 
         for (; i < round_end; ++i) {
             Member* member = list[i];
             Member** end = link_to(*members, list + i);
-            if (*end != nullptr)
+            if (*end != nullptr) {
                 return has_key(*end, Key(member)) ? TableStatus::kDuplicateKey
                                                   : TableStatus::kLongChain;
+            }
             Member** link =
                 in_front ? &members->buckets[bucket_of(member->hash, members->mask)] : end;
             member->next = *link;
