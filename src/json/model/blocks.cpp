@@ -7,9 +7,9 @@
 namespace ke::json {
 
 // Either the member has a block of its own, or it shares one with an earlier child, with which it
-// was made. Only in the latter case can the member be marked as shared. Then the header of that
+// was made. Only in the latter case can the member's bit kShared be set. Then the header of that
 // child can still be read, even if the child has been released, since the member owns the block,
-// too. The mark may also be gone because the earlier child left first; the block is then the
+// too. The bit may also be cleared because the earlier child left first; the block is then the
 // member's alone.
 void free_separate_member(Member* member) {
     if (member->is_shared()) {

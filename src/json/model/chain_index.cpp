@@ -1,4 +1,5 @@
-// Searches, fills and renews the indexes of long chains. chain_index.h explains what they are for.
+// Searches, fills and replaces the indexes of tables with long chains. chain_index.h explains what
+// they are for.
 
 #include "json/model/chain_index.h"
 
@@ -11,9 +12,9 @@
 namespace ke::json {
 namespace {
 
-// Returns a word of the secret key, which is drawn when it is first asked for. If several threads
-// draw at once, all use the word that was stored first. The lowest bit is always set, because 0
-// means that no word was drawn yet.
+// Returns a word of the secret key, which is drawn when it is first needed. If several threads draw
+// at once, all use the word that was stored first. The lowest bit is always set, because 0 means
+// that the word has not been drawn yet.
 u64 secret_word(std::atomic<u64>* word) {
     u64 value = word->load(std::memory_order_relaxed);
     if (value == 0) {
@@ -36,7 +37,7 @@ bool is_long(const Member* chain) {
     return false;
 }
 
-// Returns the member that is this many links farther, or nullptr if the chain ends before.
+// Returns the member this many links further on, or nullptr if the chain ends before it.
 const Member* skip(const Member* member, int links) {
     for (; links != 0 && member != nullptr; --links)
         member = member->next;
@@ -44,7 +45,7 @@ const Member* skip(const Member* member, int links) {
 }
 
 // Returns the table's index after making it cover this chain, which must not be empty. Returns
-// nullptr for a small table and when out of memory.
+// nullptr if the table has no tail, and when out of memory.
 ChainIndex* index_to_add_to(const Members& members, u64 bucket) {
     if (!has_tail(members))
         return nullptr;
@@ -90,7 +91,7 @@ const ChainIndex::Entry* ChainIndex::entry_of(const Key& key) const {
 
 u32 ChainIndex::number_of(const Member* member) const {
     u32 number = home_of(secret_hash(Key(member)));
-    // Ends, since each member of a covered chain has an entry.
+    // The loop ends because each member of a covered chain has an entry.
     while (entry(number)->member != member)
         number = after(number);
     return number;
@@ -149,8 +150,9 @@ void ChainIndex::move_entry(u32 from, u32 to) {
     *back = to;
 }
 
-// Fills the gap that an entry leaves with the next one that may stand there, then the gap that this
-// one leaves, and so on up to the next free entry. An entry may stand anywhere from its home on.
+// Moves the next entry that may stand in the gap into it, then fills the gap that this entry has
+// left in the same way, and so on up to the next free entry. An entry may stand in a gap unless its
+// home comes after the gap.
 void ChainIndex::remove_entry(u32 number) {
     const u64 mask = buckets_ - 1;
     u32 gap = number;

@@ -1,7 +1,8 @@
 // An index for the long chains of an object's table. The hash of keys and the order of members are
 // part of the interface, so whoever writes a document can choose keys that all fall into one chain.
-// Such a chain gets an index beside it, so that finding a key in it takes no longer than in other
-// chains. Ordinary objects have no chain of that length.
+// The first chain of a table to become that long gives the table an index, which covers this chain
+// and the other long ones: finding a key in a covered chain takes no longer than in a short one.
+// Ordinary objects have no chain of that length, and their tables have no index.
 //
 //   buckets   ┌───┬───┬─ ─┬───┬───────┬───────┐
 //             │ * │   │   │   │ index │ first │ the table's tail (members.h); most have no index
@@ -11,16 +12,18 @@
 //                              │ key and size │ tails │ entries │ in one block
 //                              └──────────────┴───────┴─────────┘
 //
-// An entry stands for a member of an indexed chain. It is found by another hash of the member's
+// An entry stands for a member of a covered chain. It is found by another hash of the member's
 // key, with a secret key that is drawn at random once per process. It links to the previous and the
-// next entry of the chain, so that a member can be added and removed without a walk. The bucket's
-// tail is the entry of the chain's last member, or 0 if the index does not cover the chain.
+// next entry of the chain, so that a member can be added and removed without a walk. For each
+// bucket, `tails` holds the entry of the chain's last member, or 0 if the index does not cover the
+// chain. (The tail of the table is something else: it follows the buckets.)
 //
 // Only functions that change the object change its index, because several threads may read one
-// object at once. A chain gets its index when a member is added to it, and keeps it until the chain
-// is empty or the table grows. An index lasts as long as the table has its size, and has room for
-// all members that such a table can hold. If the index cannot be allocated, a long chain is
-// searched step by step, and whoever adds the next member to it tries again.
+// object at once. A long chain is covered when the next member is added to it, at the latest, and
+// stays covered until it is empty or the table grows, even if it becomes short. When the table
+// grows, a larger index replaces the old one; each has room for all members that a table of its
+// size can hold. If an index cannot be allocated, long chains are searched member by member, and
+// whoever adds the next member to one tries again.
 #pragma once
 
 #include "containers/siphash.h"
@@ -34,8 +37,8 @@ class ChainIndex {
     // memory.
     static ChainIndex* make(u64 buckets);
 
-    // Returns whether the index has all members of this bucket's chain. An empty chain is not
-    // covered.
+    // Returns whether the index covers this bucket's chain, that is, has an entry for each of its
+    // members. An empty chain is not covered.
     bool covers(u64 bucket) const { return tails()[bucket] != 0; }
 
     // Returns the member with this key, otherwise nullptr. The key's chain must be covered.
@@ -48,7 +51,7 @@ class ChainIndex {
     // The secret key of all indexes of the process, drawn when it is first needed.
     static SipKey process_secret();
 
-    // Covers a chain, which must not be empty.
+    // Covers a chain, which must be neither empty nor covered already.
     void cover(Member* chain, u64 bucket);
     // Adds an entry for the member that is now the last one of a covered chain.
     void append(Member* member, u64 bucket);
@@ -56,9 +59,9 @@ class ChainIndex {
     void prepend(Member* member);
     // Lets the entry of `old` stand for the member that has replaced it and has the same key.
     void replace(const Member* old, Member* member) { entry(number_of(old))->member = member; }
-    // These start to load what a look-up of the key will read: its entry, and the member that this
-    // entry names, once the entry is loaded. A compiler may drop the call of a function that does
-    // nothing else, so they are always inlined.
+    // These prefetch what a later search for the key will read: first its entry, then, some time
+    // after that, the member of this entry, for which the entry itself is read. They are always
+    // inlined because a compiler may drop the call of a function that only prefetches.
     [[gnu::always_inline]] void prefetch_entry(const Key& key) const {
         __builtin_prefetch(entry(home_of(secret_hash(key))));
     }
@@ -89,7 +92,8 @@ class ChainIndex {
     u32 number_of(const Member* member) const;
     // Makes an entry without neighbours in the chain. Returns its number.
     u32 add_entry(Member* member);
-    // Frees an entry, and moves others so that none is cut off from its home.
+    // Frees an entry to which the chain no longer refers, and moves others so that none is cut off
+    // from its home.
     void remove_entry(u32 number);
     // Copies an entry to a free one and makes its neighbours refer to the copy.
     void move_entry(u32 from, u32 to);
@@ -106,8 +110,8 @@ class ChainIndex {
     u64 buckets_;  // also the number of entries, of which at least one is always free
 };
 
-// Returns a table's index, or nullptr if it has not been built. A table without a tail has few
-// members, and never has one.
+// Returns a table's index, or nullptr if it has none. A table without a tail has few members and
+// never gets an index. The object may be without a table.
 inline ChainIndex* index_of(const Members& members) {
     return has_tail(members) ? tail_of(members)->index : nullptr;
 }
@@ -125,20 +129,22 @@ constexpr u32 kMaxStepsBeforeIndex = 2;
 // loop of searches prefetches what it will need this many searches later.
 constexpr int kPrefetchDistance = 8;
 
-// These continue a search that has followed kMaxStepsBeforeIndex links, at the member it has
-// reached.
+// These continue a search that has passed kMaxStepsBeforeIndex members and stands at the next one,
+// `from` or `*from`, which does not have the key either. `source` and the two results are those of
+// find() and link_to_add().
 Member* find_after(const Members& members, const Key& key, Member* from, const Member* source);
 Member** link_after(const Members& members, const Key& key, Member** from);
 
-// As link_of(), for a key that may be added: a long chain in a table with a tail gets an index, if
-// there is enough memory.
+// Does what link_of() does, for a key that is being put into the object: in a table with a tail, a
+// long chain is covered first if it is not yet and there is enough memory.
 inline Member** link_to_add(const Members& members, const Key& key) {
     Member** link = link_within(members, key, kMaxStepsBeforeIndex);
     return *link == nullptr || has_key(*link, key) ? link : link_after(members, key, link);
 }
 
-// Returns the member with this key, or nullptr. If the key is that of a member of another object,
-// and the members after it in its chain are searched for next, `source` should be this member.
+// Returns the member with this key, or nullptr. `source` only makes a loop of searches faster. A
+// caller that searches for the keys of another object, in the order of that object's members,
+// should pass the member of the other object whose key this is.
 inline Member* find(const Members& members, const Key& key, const Member* source = nullptr) {
     if (members.size == 0)
         return nullptr;
@@ -151,7 +157,9 @@ inline Member* find(const Members& members, const Key& key, const Member* source
     return member;
 }
 
-// Links a member at `end`, which must be the null link at the end of its chain.
+// Links a member at `end`, which must be the null link at the end of its chain. The table must have
+// at most as many members as its load limit allows; this one may be one too many, since an index
+// has room for it (see ChainIndex::make()).
 inline void link_member(Members* members, Member** end, Member* member) {
     member->next = nullptr;
     *end = member;
@@ -190,14 +198,16 @@ inline void replace_member(const Members& members, Member** link, Member* member
         index->replace(old, member);
 }
 
-// Called after a table has grown from `old_buckets` buckets to twice as many; `old` is the index
-// that it had before, and is freed. The table gets a new index if there is enough memory. The new
-// index covers each chain that is still long and comes from a chain that `old` covered.
+// Replaces the index of a table that has just grown from `old_buckets` buckets to twice as many,
+// and whose tail has no index yet. `old`, the index that the table had before, is freed. If there
+// is enough memory, the table gets a new index, which covers each chain that is still long and
+// comes from a chain that `old` covered.
 void rebuild_index(Members* members, ChainIndex* old, u64 old_buckets);
 
-// Frees the index of a table that is about to be freed. The object may have no table: none yet, or
-// none any more because it dies and was turned into a chain (refcount.cpp). In the latter case
-// `mask` is large, and `buckets`, the empty chain, is nullptr.
+// Frees the index of a table that is about to be freed. The object may be without a table: it may
+// have none yet, or it may be dying and its table may have been turned into a chain (refcount.cpp).
+// In the latter case `mask` is large, and `buckets`, which shares its memory with the chain, is
+// nullptr, since the chain is empty by now.
 void free_index_of_large(const Members& members);
 inline void free_index(const Members& members) {
     if (members.mask >= kMinBucketsWithTail - 1) [[unlikely]]

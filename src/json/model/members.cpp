@@ -12,15 +12,16 @@ namespace ke::json {
 namespace {
 
 // Links each member where growth would have left it. Members that are added one by one make the
-// table grow several times, and each growth reverses every chain (chains.h). So a member that would
-// live through an odd number of growths is put at the front of its chain here, and any other one at
-// the back. So as long as an odd number of growths is still to come, each chain here is the reverse
-// of the chain that grows, and what is added at the end of that one comes to the front here. For
-// example, let A, B and C share a chain of a table with 4 buckets. One by one, they give A, then
-// AB, after the growth to 4 buckets BA, and at last BAC. Here A and B are put at the front, which
-// gives A and BA; C is put at the back, which gives BAC.
+// table grow several times. Each growth reverses every chain (chains.h), and a later member goes to
+// the end of the chain as it is then. This function never reverses a chain. Instead it keeps each
+// chain in the order in which that chain will be after the last growth: if an odd number of growths
+// is still to come, that is the reverse of the present order, so a new member is put at the front;
+// otherwise it is put at the back. For example, let A, B and C share a chain of a table with 4
+// buckets. Added one by one, they give A, then AB, then BA by the growth to 4 buckets, and at last
+// BAC. Here A and B are put at the front, which gives A and BA; C is put at the back, which gives
+// BAC.
 //
-// One round of the outer loop covers the members that would be added between two growths; `size` is
+// One round of the outer loop links the members that would be added between two growths; `size` is
 // the number of buckets that the table would have at that time. The member that causes a growth is
 // linked before the table grows (insert_member() in object.cpp), so it is the last of its round: a
 // table of 2 buckets grows when the second member is added, so the first round has two members.
@@ -28,10 +29,10 @@ namespace {
 // tables. A table of 2^k buckets has grown k - 1 times, so the first round goes to the front if k
 // is even, and the sides alternate from round to round.
 //
-// link_to() is given a position in the list and returns the null link at the end of that member's
-// chain. If it returns the link to a member instead, because this has the same key or the chain is
-// too long, fill_table() gives up. added() is told of each member that has been linked, and whether
-// it was put at the front.
+// link_to() gets the place of a member in the list, and returns the null link at the end of this
+// member's chain. If it returns a link to another member instead, the function stops there: with
+// kDuplicateKey if that member has the same key, otherwise with kLongChain. added() is called after
+// each member is linked, with the member and whether it was put at the front.
 template <class LinkTo, class Added>
 inline TableStatus fill_table(Members* members, Member* const* list, u64 count, LinkTo link_to,
                               Added added) {
@@ -61,11 +62,11 @@ inline TableStatus fill_table(Members* members, Member* const* list, u64 count, 
 
 }  // namespace
 
-// A chain without an index is searched step by step, so a large table with many keys in one chain
-// would take quadratic time. The limit prevents that: if it is reached, the link does not end the
-// chain, and fill_table() gives up. This happens when a chain of more than kMaxShortChain members
-// is to get one more, which is also when an index would be made. Tables without a tail are small
-// and need no limit.
+// This function makes no index, so it searches chains member by member, and many keys in one chain
+// would take quadratic time. The limit prevents that: if a chain has more than kMaxShortChain
+// members, link_within() returns the link to a member instead of the null link, and fill_table()
+// stops. That is when an index would be made, too. Tables without a tail are small and need no
+// limit.
 //
 // `first` in the tail stays 0, as in any new table: no bucket is before that one.
 TableStatus build_table(Members* members, Member* const* list, u64 count) {

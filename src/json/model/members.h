@@ -5,9 +5,9 @@
 //   Members      ┌─────────┬──────┬──────┐
 //                │ buckets │ mask │ size │ 16 bytes, in the object's node
 //                └────┬────┴──────┴──────┘
-//                     └► heads of the chains: mask + 1 of them, after the node or in a block of
-//                        their own. In an object without a table, `buckets` is nullptr and `mask`
-//                        and `size` are 0.
+//                     └► the table: mask + 1 buckets, after the node or in a block of their own. In
+//                        an object without a table, `buckets` is nullptr and `mask` and `size` are
+//                        0.
 //   Member       ┌──────┬───────┬──────┬────────────┬──────────────┐
 //   (+ key)      │ next │ child │ hash │ key length │ k e y ... \0 │ (+ its child's node, node.h)
 //                └──────┴───────┴──────┴────────────┴▲─────────────┘
@@ -41,21 +41,22 @@ struct Member {
     // Returns whether the block has two owners that do not know of each other: this member, which
     // has another child now, and the node that was made with it and follows it in the block. They
     // may belong to different threads. Outside of the chunks, the owner that leaves first clears
-    // the mark, and the other one frees the block. In a chunk, nobody clears the mark on leaving:
-    // the chunk's count of blocks says who leaves last.
+    // the bit kShared, and the other one frees the block. In a chunk, no owner clears the bit when
+    // it leaves: the chunk's count of blocks says which one leaves last.
     //
-    // Acquire order: an owner that finds the mark cleared frees the block, so whatever the other
-    // one did before it left must happen before that.
+    // Acquire order: an owner that finds the bit cleared frees the block, so whatever the other one
+    // did before it left must happen before that.
     bool is_shared() const { return (word().load(std::memory_order_acquire) & kShared) != 0; }
     void share() { word().fetch_or(kShared, std::memory_order_relaxed); }
-    // Clears the mark. Returns whether it was set, that is, whether the block still had two owners
-    // and now belongs to the other one alone.
+    // Clears the bit kShared. Returns whether it was set, that is, whether the block still had two
+    // owners and now belongs to the other one alone.
     bool unshare() {
         return (word().fetch_and(~kShared, std::memory_order_acq_rel) & kShared) != 0;
     }
 
   private:
-    // A key has at most kMaxKeyLength bytes, so this bit is free for the mark.
+    // The bit of length_and_mark that says that the block is shared. The length of a key, at most
+    // kMaxKeyLength, never needs it.
     static constexpr u32 kShared = u32{1} << 31;
 
     std::atomic_ref<u32> word() const {
@@ -71,7 +72,7 @@ inline Member* member_of_key(const char* key) {
 struct Members {
     union {
         Member** buckets;
-        Member* chain;  // of an object that is being released, once its table is freed
+        Member* chain;  // all that is left of a dying object once its table is freed (refcount.cpp)
     };
     u32 mask;
     u32 size;
@@ -99,9 +100,9 @@ inline bool has_key(const Member* member, const Key& key) {
            memcmp(member->key(), key.text, key.length) == 0;
 }
 
-// Chains are longer than this only if somebody chose the keys for it. A longer chain gets an index
-// (chain_index.h) when one more member is added to it. So a chain of kMaxShortChain + 1 members has
-// no index yet.
+// A chain is long if it has more members than this, which happens only if somebody chose the keys
+// for it. The table's index covers a long chain when one more member is added to it, at the latest
+// (chain_index.h); usually a chain of kMaxShortChain + 1 members is not covered yet.
 constexpr u32 kMaxShortChain = 16;
 
 // Walks a chain. Returns the link to the member with this key; otherwise returns the null link at
@@ -121,7 +122,7 @@ inline Member** link_within(const Members& members, const Key& key, u32 limit) {
     return link;
 }
 
-// A large table is followed by this tail, in the same block.
+// A table of at least kMinBucketsWithTail buckets is followed by this tail, in the same block.
 class ChainIndex;
 struct TableTail {
     ChainIndex* index;  // of the long chains, or nullptr (chain_index.h)
@@ -144,7 +145,7 @@ inline TableTail* tail_of(const Members& members) {
 }
 
 // Returns the first member of a table that has a tail and at least one member, and remembers its
-// bucket in the tail. Otherwise a caller who removes the first member again and again would walk
+// bucket in the tail, so that a caller who removes the first member again and again does not walk
 // over all empty buckets each time. Several threads may read one object at once: they all find and
 // store the same bucket. The loop ends because there is a member, and none is before `first`.
 inline Member* first_in_large(const Members& members) {
@@ -170,7 +171,8 @@ inline Member* next(const Members& members, const Member* member) {
     return next_in_table(members.buckets, members.mask, member);
 }
 
-// As memcpy(), for texts that are mostly short: two moves, which may overlap, instead of a call.
+// Does what memcpy() does, for texts that are mostly short: two moves, which may overlap, instead
+// of a call.
 inline void copy_short(char* out, const char* text, size_t length) {
     if (length > 16) {
         memcpy(out, text, length);
@@ -195,7 +197,8 @@ inline void copy_short(char* out, const char* text, size_t length) {
 }
 
 // Makes a member with a copy of the key at the start of a block, which must have at least
-// sizeof(Member) + key.length + 1 bytes. `next` and `child` are not set.
+// sizeof(Member) + key.length + 1 bytes. The key must not be longer than kMaxKeyLength. `next` and
+// `child` are not set.
 inline Member* init_member(void* block, const Key& key) {
     auto* member = static_cast<Member*>(block);
     member->hash = key.hash;
@@ -206,8 +209,8 @@ inline Member* init_member(void* block, const Key& key) {
     return member;
 }
 
-// The number of buckets of the largest table. Its members, at most three quarters of this number,
-// must be counted by an i32.
+// The number of buckets of the largest table. The number of its members, at most three quarters of
+// this, must fit an i32.
 constexpr u64 kMaxBuckets = u64{1} << 31;
 static_assert(load_limit(kMaxBuckets) <= INT32_MAX);
 
@@ -215,8 +218,8 @@ static_assert(load_limit(kMaxBuckets) <= INT32_MAX);
 constexpr size_t kMaxKeyLength = INT32_MAX;
 static_assert(kMaxKeyLength >> 31 == 0, "the highest bit of length_and_mark is the mark");
 
-// Returns how many buckets a table has after `size` members, at least one, were added one by one.
-// The first member makes a table of 2 buckets.
+// Returns how many buckets the table of an object has after `size` members, at least one, were
+// added one by one to an object without a table. The first member makes a table of 2 buckets.
 constexpr u64 grown_buckets(u64 size) {
     u64 count = 2;
     while (load_limit(count) < size)
@@ -224,17 +227,17 @@ constexpr u64 grown_buckets(u64 size) {
     return count;
 }
 
-// kLongChain means that a chain of more than kMaxShortChain members in a table with a tail would
-// get one more.
+// kLongChain means that a long chain in a table with a tail would get one more member.
 enum class TableStatus { kBuilt, kDuplicateKey, kLongChain };
 
 // Fills an empty table, which must have grown_buckets(count) buckets, so that it looks as if the
-// members had been added one by one. Unless the result is kBuilt, the table and the members' links
-// are useless, and the caller starts again with an empty table.
+// members, at least one, had been added one by one. A table that it builds has no index. Unless the
+// result is kBuilt, the table and the members' links mean nothing, and the caller must drop the
+// table and start again with an empty one.
 TableStatus build_table(Members* members, Member* const* list, u64 count);
 
-// As build_table(), but long chains are no failure: they get an index if there is enough memory
-// (chain_index.h). Returns false if two members have the same key.
+// The same for a table with long chains: it gets an index that covers them if there is enough
+// memory (chain_index.h). Returns false if two members have the same key.
 bool build_indexed_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json

@@ -34,9 +34,9 @@ void add_to_count(wiq_json* node, i32 difference) {
     std::atomic_ref<i32>(node->refcount).fetch_add(difference, std::memory_order_relaxed);
 }
 
-// Returns whether a node with this count is to be destroyed. A node that has a parent never is: its
-// parent has a reference. If its count is 0 all the same, somebody has given up one reference too
-// many, and the count is set back to 1.
+// Returns whether a node is to be destroyed, given the count that is left. A node that has a parent
+// never is: its parent holds a reference. If its count is 0 all the same, somebody has given up one
+// reference too many, and this function sets the count back to 1.
 bool is_dead(wiq_json* node, i32 count) {
     if (count > 0)
         return false;
@@ -47,9 +47,10 @@ bool is_dead(wiq_json* node, i32 count) {
     return true;
 }
 
-// Returns whether the caller's own reference is the only one. Nobody else can change the count
-// then, so the usual case, a value with one owner, needs no locked instruction. Acquire order:
-// whatever other owners did before they gave up their references happens before the node is freed.
+// Returns whether the only reference is the one that the caller holds. Nobody else can change the
+// count then, so the usual case, a value with one owner, needs no locked instruction. Acquire
+// order: whatever other owners did before they gave up their references happens before the node is
+// freed.
 bool has_one_owner(wiq_json* node) {
     return std::atomic_ref<i32>(node->refcount).load(std::memory_order_acquire) == 1;
 }
@@ -64,10 +65,10 @@ i32 give_up_reference(wiq_json* node) {
 }
 
 // Gives up a container's reference to a child; `weak` tells whether the container is weak. Returns
-// whether the child is to be destroyed. If not, it must not be used any more: another owner may
-// have freed it since. If a strong container has the only reference, the child's header stays
-// unchanged, with a count of 1 and the container as parent, to save the writes to memory that is
-// about to be freed.
+// whether the caller must destroy the child. If not, the caller must not use the child any more:
+// another owner may have freed it since. If a strong container has the only reference, the child's
+// header stays unchanged, with a count of 1 and the container as parent, to save the writes to
+// memory that is about to be freed.
 inline bool give_up_child(bool weak, wiq_json* child) {
     if (!weak) {
         if (has_one_owner(child))
@@ -80,9 +81,10 @@ inline bool give_up_child(bool weak, wiq_json* child) {
     return is_dead(child, give_up_reference(child));
 }
 
-// Sorts the members of a table roughly by address: afterwards the members of bucket i lie before
-// those of bucket i + 1 in memory, and the table is no longer a hash table. Freeing blocks in the
-// order of their hashes costs the allocator several times as much as in the order of addresses.
+// Sorts the members of a table, which must have some, roughly by address: afterwards the members of
+// bucket i lie before those of bucket i + 1 in memory, and the table is no longer a hash table.
+// Freeing blocks in the order of their hashes costs the allocator several times as much as freeing
+// them in the order of their addresses.
 void order_by_address(const Members& members) {
     Member* all = nullptr;
     u64 lowest = UINT64_MAX;
@@ -115,10 +117,10 @@ void order_by_address(const Members& members) {
 // What the fields of a container stand for while it dies, until drop_table() zeroes them. Meanwhile
 // a weak container in its subtree may still hold a reference to it, but uses only its count.
 //
-// Freeing a large block makes malloc consolidate every free small block. So before a container with
-// many children is emptied, its children are linked into a chain and its table is freed, while
-// there are few free small blocks. The chain is in the same union as the table's address, so the
-// empty chain is the same as no table.
+// When a large block is freed, the allocator may merge every small block that is free. So before a
+// container with many children is emptied, its children are linked into one chain and its table is
+// freed, as long as few small blocks are free. The first child of the chain is stored in the same
+// union as the table's address, so an empty chain looks to drop_table() like no table.
 namespace dying {
 
 // The dying container from which this one was taken. Not used for the outermost one.
@@ -126,18 +128,18 @@ wiq_json*& container_above(wiq_json* node) {
     return node->parent;
 }
 
-// Of an array with a table: the slots before this number hold the elements that are left.
+// Of an array with a table: the number of slots, from the first, that hold the elements left.
 i32& slots_left(Elements& elems) {
     return elems.size;
 }
 
-// Of an object with a table: the buckets before this number hold the members that are left. So
+// Of an object with a table: the number of buckets, from the first, that hold the members left. So
 // while the object dies, `size` is not its number of members.
 u32& buckets_left(Members& members) {
     return members.size;
 }
 
-// These say that a container is a chain of the children that are left, without a table.
+// These say that a container has no table: the children that are left form a chain.
 constexpr u32 kChainedMembers = UINT32_MAX;
 constexpr i32 kChainedElems = -1;
 static_assert(kMaxBuckets - 1 < kChainedMembers, "no table has this mask");
@@ -157,14 +159,15 @@ void set_chain(Elements& elems, wiq_json* chain) {
     elems.capacity = kChainedElems;
 }
 
-// A container with more children than this becomes a chain. No inline table holds so many, so its
-// table has a block of its own, which chain_members() and chain_elems() may free.
+// A container with more children than this is turned into a chain, unless it is a weak array. No
+// inline table holds so many, so its table has a block of its own, which chain_members() and
+// chain_elems() may free.
 constexpr u64 kMaxChildrenInTable = kMaxInlineSlots;
 static_assert(kMaxInlineMembers <= kMaxChildrenInTable && kMaxInlineSlots <= kMaxChildrenInTable);
 
 }  // namespace dying
 
-// Turns an object's table into a chain, roughly in the order of falling addresses.
+// Turns an object's table into one chain, roughly in descending order of addresses.
 void chain_members(Members* members) {
     order_by_address(*members);
     Member* chain = nullptr;
@@ -181,9 +184,9 @@ void chain_members(Members* members) {
     dying::set_chain(*members, chain);
 }
 
-// Turns an array's table into a chain, the last element first. The elements are linked by their
-// `position`, so this is not for a weak array: there `position` belongs to the element's parent. An
-// element that somebody else keeps has its position cleared in give_up_child().
+// Turns the table of a strong array into a chain, the last element first. The elements are linked
+// by their `position`, which in a weak array belongs to the element's parent. If somebody else
+// keeps an element, give_up_child() clears its position.
 void chain_elems(Elements* elems) {
     wiq_json* chain = nullptr;
     for (i32 i = 0; i < elems->size; ++i) {
@@ -195,7 +198,8 @@ void chain_elems(Elements* elems) {
 }
 
 // Prepares a container for take_next_child(). From here on its fields have the meanings that
-// `namespace dying` gives them. A large weak array keeps its table, of which every slot is left.
+// `namespace dying` gives them. An array that keeps its table needs no preparation: slots_left() is
+// its size.
 void begin_emptying(wiq_json* node) {
     if (node->type == kJsonArray) {
         Elements& elems = as<ArrayNode>(node)->elems;
@@ -250,7 +254,8 @@ class FreedNodes {
     u64 blocks_ = 0;          // counted, but not released yet
 };
 
-// These take the next child out of what is left of a container; nullptr if nothing is left.
+// These take the next element or member out of what is left of a container, and return nullptr if
+// nothing is left.
 wiq_json* take_next_elem(Elements& elems) {
     if (!dying::is_chain(elems)) {
         i32& left = dying::slots_left(elems);
@@ -287,19 +292,19 @@ wiq_json* take_next_child(wiq_json* node) {
     Member* member = take_next_member(as<ObjectNode>(node)->members);
     if (member == nullptr)
         return nullptr;
-    // Frees the member while the child is alive: its header tells who owns the block.
+    // The member is freed while the child is alive: the child's header tells who owns the block.
     wiq_json* child = member->child;
     free_member(member);
     return child;
 }
 
-// Takes the record from a root that dies, if it has one. If the document is untouched, everything
-// below the root is freed at once. Returns whether that was done. (No block that a FreedNodes still
-// counts is among what is freed: its node was moved out of this document or had a reference from
-// outside, and either would have touched the document.)
+// Takes the record from a container that dies, if it is a root that has one. If the document is
+// untouched, everything below the root is freed at once. Returns whether that was done. (No block
+// that a FreedNodes still counts can be among them: its node would have been moved out of this
+// document or referred to from outside, and either touches the document.)
 bool release_document(wiq_json* root) {
     Document* document = take_document(root);
-    // Relaxed order is enough, see touch() in document.h.
+    // Relaxed order is enough; see touch() in document.h.
     if (document != nullptr && !document->touched.load(std::memory_order_relaxed)) {
         free_document(document);
         return true;
@@ -309,8 +314,8 @@ bool release_document(wiq_json* root) {
 }
 
 // Releases the children of a container that is about to be freed or emptied, and everything below
-// them that dies with them. The caller must call drop_table() next; until then the container's
-// fields mean nothing.
+// them that dies with them. The caller must call drop_table() next; until then the fields of `top`
+// that describe its table must not be read.
 void release_children(wiq_json* top) {
     if (release_document(top))
         return;
@@ -338,8 +343,8 @@ void release_children(wiq_json* top) {
                 drop_table(child);
                 freed.add(child);
             } else {
-                // Nobody else holds the child, so its count and parent are free for the release.
-                // The loop goes down into it.
+                // Nobody else holds the child, so the release may use its count and its parent. The
+                // loop goes down into the child.
                 set_count(child, kDying);
                 dying::container_above(child) = node;
                 begin_emptying(child);

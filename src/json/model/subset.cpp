@@ -14,8 +14,8 @@
 namespace ke::json {
 namespace {
 
-// The answer to the question whether b contains a. kLookInside means that it depends on the
-// children of the two. Throughout, `a` is the part and `b` is the whole.
+// Whether b contains a. kLookInside means that this depends on their children. Throughout this
+// file, `a` is the part and `b` is the whole.
 enum class Answer { kNo, kYes, kLookInside };
 
 bool same_text(const TextNode* a, const TextNode* b) {
@@ -24,11 +24,11 @@ bool same_text(const TextNode* a, const TextNode* b) {
     return a->length == b->length && memcmp(a->text, b->text, a->length) == 0;
 }
 
-// Numbers of different types are equal if wiq_json_is_..._ext() accepts b as a's type, including
-// numbers of other types, and b then reads as a's value. So it matters which of the two is a. For
-// example, the double 2^60 contains the i64 2^60, but not the other way round, since no i64 above
-// 2^53 is accepted as a double. And the double 2^63 contains the i64 -2^63: it is accepted as an
-// i64 although it does not fit, and then reads as -2^63.
+// Compares two numbers of different types. They are equal if wiq_json_is_..._ext() accepts b for
+// a's type when it also accepts other number types, and if b then reads as a's value. So it matters
+// which of the two is a. For example, the double 2^60 contains the i64 2^60, but not the other way
+// round, since no i64 above 2^53 is accepted as a double. And the double 2^63 contains the i64
+// -2^63: it is accepted as an i64 although it does not fit, and then reads as -2^63.
 bool same_number_of_other_kind(const wiq_json* a, const wiq_json* b) {
     switch (a->type) {
         case kJsonI64:
@@ -106,8 +106,8 @@ struct Pair {
 // Then they store these in *question and return kLookInside. resume() takes the answer to the
 // question and continues. *question means nothing with any other answer.
 
-// Objects: each member of a must have its counterpart, with the same key, in b. The machine moves
-// on to the next member before it asks its question.
+// Objects: for each member of a, b must have a counterpart: a member with the same key whose child
+// contains that of a's member. The machine moves on to the next member before it asks its question.
 struct ObjectMatch {
     const ObjectNode* a;
     const ObjectNode* b;
@@ -151,9 +151,9 @@ struct ObjectMatch {
 };
 
 // Arrays in which b may have other elements between those that match. Each element of a is matched
-// with the first element of b, after the last match, that contains it. To take a later one could
-// only leave less of b for the rest of a, so the machine never goes back. It moves on when it has
-// the answer to its question, and so does RunMatch.
+// with the first element of b, after the last match, that contains it. A later one would only leave
+// less of b for the rest of a, so the machine never goes back. It moves on when it gets the answer
+// to its question, and so does RunMatch.
 struct GapMatch {
     const ArrayNode* a;
     const ArrayNode* b;
@@ -292,7 +292,8 @@ Answer resume(Match* match, bool matched, Pair* question) {
 }
 
 // Compares two containers. If the stack cannot grow, the answer is no. Circles, which only weak
-// containers can form, are not detected: a comparison that goes round in them ends only there.
+// containers can form, are not detected: a comparison that goes round in circles ends only when the
+// stack cannot grow.
 bool compare_containers(Pair pair, u32 flags) {
     SmallStack<Match, 16> waiting;
     for (;;) {

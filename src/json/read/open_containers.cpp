@@ -1,9 +1,10 @@
 // Collects the children of open containers, and makes each container when it closes.
 // open_containers.h explains why it is not made earlier, and when it is.
 //
-// Each child has exactly one owner at all times: elems_, members_ or the table of its container. So
-// ~OpenContainers() can release whatever a failure leaves. While the document is being made, nobody
-// else knows its nodes, so children are moved without changing their counts, which are 1.
+// Whenever something can fail, each child has exactly one owner: elems_, members_ or the table of
+// its container. So ~OpenContainers() can release whatever a failure leaves. While the document is
+// being made, nobody else knows its nodes, so children are moved without changing their counts,
+// which are 1.
 //
 // A recorded block may be freed here in two cases only: after a failure, because the record is then
 // dropped without freeing the blocks in it; and after the document was touched, because a touched
@@ -21,7 +22,8 @@ namespace ke::json {
 
 namespace {
 
-// Returns the string of a member that makes its object a reference, nullptr if the member does not.
+// Returns the string of an object's only member if that member makes the object a reference,
+// otherwise nullptr.
 const TextNode* uri_of(const Member* member) {
     const bool is_reference = member->child->type == kJsonString &&
                               std::string_view(member->key(), member->key_length()) == "$ref";
@@ -30,8 +32,9 @@ const TextNode* uri_of(const Member* member) {
 
 // Releases a node while its document is still being made; nullptr is ignored. Freeing the node need
 // not touch the document: nobody else knows the node yet, and an untouched document frees its
-// chunks whole, whichever of their blocks are still in use. (Releasing the children of a container
-// may touch the document. That costs time when the document is released, but it is correct.)
+// chunks whole, whichever of their blocks are still in use. If the chunk itself goes with the node,
+// free_chunk() touches the document. (Releasing the children of a container may touch it, too. That
+// costs time when the document is released, but it is correct.)
 void discard(wiq_json* node) {
     wiq_json_finalize(node);
     if (node != nullptr)
@@ -58,7 +61,7 @@ OpenContainers::~OpenContainers() {
     }
 }
 
-// Returns whether the container was made early and has a member outside the node's block.
+// Returns whether the container was made early and has a member in a block of its own.
 bool OpenContainers::member_has_own_block(const Frame& frame) {
     return frame.member != nullptr && !has_member_in_block(frame.node);
 }
@@ -161,8 +164,8 @@ i32 OpenContainers::close(wiq_json** root) {
     return add_to_outer(closed.node, closed.member, closed, root);
 }
 
-// Gives a node to the container around a frame that was closed, or to *root. It pushes no frame, so
-// the closed one may be what pop() returned.
+// Gives a node to the container around a frame that was popped, or to *root. It pushes no frame, so
+// `frame` may be the reference that pop() returned.
 i32 OpenContainers::add_to_outer(wiq_json* node, Member* member, const Frame& frame,
                                  wiq_json** root) {
     if (!frames_.empty())
@@ -254,11 +257,13 @@ i32 OpenContainers::finish_object(Frame* frame) {
 // the same key. attach_member() also links each child to its parent. If an insertion fails, the
 // members that are not in the table yet stay in members_.
 i32 OpenContainers::finish_slowly(Frame* frame, u64 buckets) {
-    // The table may be recorded and is freed now; replaced members and their children are freed,
-    // too, and so is the index with its object. So the record must never free the blocks in it. The
-    // touch is not lost, because a record exists: a document has one unless all its blocks are in
-    // its first chunk. That is too small for two members, and if a large block made it larger, for
-    // anything but this block.
+    // From here on the record must never free the blocks in it: the table and the members that are
+    // replaced may be among them, and are freed here. Nor does it know of the index, which is freed
+    // with the object.
+    //
+    // The touch is not lost, because a record exists: a document has one unless all its blocks are
+    // in its first chunk. That chunk is too small for two members, and if a large block made it
+    // larger, it holds only this block.
     static_assert(sizeof(Chunk) + 2 * (member_span(0) + sizeof(wiq_json)) > Chunks::kMinChunkSize);
     chunks_.touch_document();
     drop_table(frame->node);
@@ -291,8 +296,8 @@ const TextNode* OpenContainers::reference_in(const Frame& frame) {
     return count_of(frame) == 1 ? uri_of(members_of(frame)[0]) : nullptr;
 }
 
-// Closes the innermost object, whose only member holds `uri`, and gives a reference to the outer
-// container in its place. The reference gets the object's key, if there is one.
+// Closes the innermost object, whose only member holds `uri`, and gives a reference in its place to
+// the container around it, or to *root. The reference gets the object's key, if there is one.
 i32 OpenContainers::replace_by_reference(const TextNode* uri, wiq_json** root) {
     const Frame& frame = frames_.top();
     wiq_json* reference = new_text_node(kJsonRef, uri->text, uri->length,

@@ -43,16 +43,16 @@ class OpenContainers {
     Chunks* chunks_of_children() { return &chunks_; }
 
     // Opens a container. If it is to be a member, `key` is its key, and `key_stays` tells whether
-    // the key's text is still readable after the next key was read. With `unique_keys`, the members
-    // of an object go into its table at once, so that has_member() finds them. Returns 0 or
+    // the key's text can still be read after the next key has been read. With `unique_keys`, the
+    // members of an object go into its table at once, so that has_member() finds them. Returns 0 or
     // WIQ_ERR_NO_MEMORY.
     i32 open(u16 type, const Key* key, bool key_stays, bool unique_keys);
 
-    // Gives a new node to the innermost container. With a key, it becomes a member, and the node
-    // must have been made with this key. Returns 0 or WIQ_ERR_NO_MEMORY; in both cases the node no
-    // longer belongs to the caller.
+    // Gives a new node, made with chunks(), to the innermost container, which must be open. If that
+    // is an object, `key` is the key with which the node was made; otherwise it is nullptr. Returns
+    // 0 or WIQ_ERR_NO_MEMORY; in both cases the node no longer belongs to the caller.
     i32 add(wiq_json* node, const Key* key) {
-        // The member is still to be made, which may fail; add_child() does that.
+        // The node's member has not been made yet. add_child() makes it, which may fail.
         if (key != nullptr && !has_member_in_block(node))
             return add_child(node, nullptr, key);
         node->refcount = 1;
@@ -60,8 +60,8 @@ class OpenContainers {
                               : add_elem(frames_.top(), node);
     }
 
-    // Returns whether the innermost container has a member with this key. It must be an object
-    // whose keys must be unique.
+    // Returns whether the innermost container, an object opened with `unique_keys`, has a member
+    // with this key.
     bool has_member(const Key& key) {
         return find(as<ObjectNode>(frames_.top().node)->members, key) != nullptr;
     }
@@ -78,9 +78,11 @@ class OpenContainers {
   private:
     struct Frame {
         wiq_json* node;  // nullptr until it is made
-        Member* member;  // the container's own; nullptr unless it was made early and is a member
-        // The container's own, if it is a member. The text stays readable while the container is
-        // open: it is either in the source or in `member`.
+        // The container's own member. It is nullptr unless the container was made early and is to
+        // be a member. Its child is not set before the container closes.
+        Member* member;
+        // The container's own key, if it is to be a member. The text stays readable while the
+        // container is open: it is either in the source or in `member`.
         Key key;
         size_t first;  // where its children begin in elems_ or members_
         u16 type;
@@ -100,13 +102,14 @@ class OpenContainers {
             members_.truncate(frame.first);
     }
 
-    // Gives a node to the innermost container. With a key it becomes a member; `member` is nullptr
-    // if the member shares the node's block or is still to be made. Returns 0 or WIQ_ERR_NO_MEMORY;
-    // in both cases node and member no longer belong to the caller.
+    // Gives a node to the innermost container. If that is an object, `key` is the node's key, and
+    // `member` its member; `member` may be nullptr if the member shares the node's block or has not
+    // been made yet. Of a key whose member has been made, only the length is read. Returns 0 or
+    // WIQ_ERR_NO_MEMORY; in both cases node and member no longer belong to the caller.
     i32 add_child(wiq_json* node, Member* member, const Key* key);
-    // As above, for a node whose count is set and whose member, if it is to have one, is made. If
-    // the container now has more children than a table in its node's block can hold, its node is
-    // made.
+    // These do the same for a node whose count is set and whose member, if it is to have one, has
+    // been made. If the container now has more children than a table in its node's block can hold,
+    // its node is made.
     i32 add_elem(Frame& array, wiq_json* node);
     i32 add_member(Frame& obj, wiq_json* node, Member* member);
 
