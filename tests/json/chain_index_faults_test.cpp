@@ -1,5 +1,5 @@
-// When long chains have an index, and what happens when allocations fail: if the index cannot be allocated, the chain
-// is searched step by step, and nothing else fails.
+// When an index covers a chain, and what happens when allocations fail: if the index cannot be allocated, the chain is
+// searched member by member, and nothing else fails.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -42,8 +42,8 @@ TEST(JsonChainIndexFaults, OnlyLongChainsHaveOne) {
     EXPECT_FALSE(has_index(ordinary));
     const Tree copy(wiq_json_copy(ordinary.get(), nullptr));
     EXPECT_FALSE(has_index(copy));
-    // Adding the 17th member still walks the chain; adding the next one finds a long chain and makes the
-    // index.
+    // Adding the 17th member only walks the chain; adding the next one finds that the chain is long, and
+    // makes the index.
     ASSERT_NE(wiq_json_obj_put_null(copy.get(), keys[0].c_str(), nullptr), nullptr);
     ASSERT_NE(wiq_json_obj_put_null(copy.get(), colliding::keys(18)[17].c_str(), nullptr), nullptr);
     EXPECT_TRUE(has_index(copy));

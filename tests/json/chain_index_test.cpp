@@ -225,9 +225,9 @@ TEST_F(JsonCollidingKeysAsAMap, Parsed) {
     }
 }
 
-// The first chain that gets an index makes the library draw random numbers. ctest runs this suite in a process
-// of its own, so eight threads draw them at once, each for its own object. ThreadSanitizer would report
-// numbers that are not drawn and read as atomic words.
+// The library draws random numbers when it makes its first index. ctest runs this suite in a process of its
+// own, so eight threads draw them at once, each for its own object. ThreadSanitizer would report it if the
+// numbers were not stored in atomic words.
 TEST(JsonCollidingKeysThreads, DrawTheirRandomNumbersOnce) {
     constexpr size_t kThreads = 8;
     const std::vector<std::string> keys = colliding::keys(200);

@@ -316,8 +316,8 @@ TEST(Dump, BadArguments) {
     wiq_json_unref(root);
 }
 
-// A string that cannot be written completely: a buffer gets the part before the invalid byte, a stream none
-// of the string; both get everything that came before the string.
+// If a string cannot be written completely, a buffer gets the part before the invalid byte, and a stream gets
+// nothing of the string; both get everything that came before the string.
 TEST(Dump, AFailureLeavesWhatWasWritten) {
     for (const size_t length : {0, 1, 15, 16, 1000, 1023, 1024, 5000, 100000}) {
         const std::string valid = "\"\n" + std::string(length, 'a');
@@ -394,7 +394,7 @@ TEST(Dump, ToAStream) {
 }
 
 TEST(Dump, LongTextsToAStream) {
-    // Texts longer than any block in which the stream is written, and texts just around that size.
+    // Texts longer than the blocks that are written to the stream, and texts of just about that size.
     for (size_t length : {size_t{10}, size_t{32 * 1024 - 3}, size_t{32 * 1024}, size_t{200000}}) {
         const std::string text(length, 't');
         wiq_json_t* root = wiq_json_array_new(0, nullptr);
@@ -713,8 +713,8 @@ TEST_F(DumpSlots, ThePrintSlotSeesTheFormats) {
     }
 }
 
-// With a walk slot by slot, too, the stream gets nothing of a string that cannot be escaped, nor the next
-// string.
+// In a walk slot by slot, too, the stream gets nothing of a string that cannot be escaped, nor of the string
+// after it.
 TEST_F(DumpSlots, AStreamGetsStringsWholeOrNotAtAll) {
     WiqObject* object = object_new(&g_file_subclass);
     auto* visitor = reinterpret_cast<DumpFileVisitor*>(object);
@@ -829,7 +829,7 @@ TEST(DumpDeep, AMillionLevels) {
 
 // --- Round trips ---------------------------------------------------------------------------------------
 
-// A document of ASCII texts survives the way through text unchanged, except for the decimals of doubles.
+// A document of ASCII texts that is written and parsed again is unchanged, except for the decimals of doubles.
 wiq_json_t* random_ascii_tree(int depth) {
     const wiq_uint128 big = {g_random(), 1 + g_random()};
     switch (g_random() % (depth > 0 ? 8 : 6)) {

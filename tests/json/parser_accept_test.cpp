@@ -197,7 +197,7 @@ TEST_F(ParserTable, ObjectsAccepted) {
         {"{\"$reff\":\"x\"}", "{\"$reff\":\"x\"}"},
         {"{\"a\":{\"$ref\":\"#/b\"},\"b\":1}", "{\"a\":ref:\"#/b\",\"b\":1}"},
         {"[{\"$ref\":\"0\"},{\"$ref\":\"1\"}]", "[ref:\"0\",ref:\"1\"]"},
-        // A reference is not a text either, wherever it leads.
+        // A reference as the value of "$ref" is not a string, so the outer object stays an object.
         {"{\"$ref\":{\"$ref\":\"#/x\"}}", "{\"$ref\":ref:\"#/x\"}"},
         {"{\"$ref\":{\"$ref\":\"#/$ref\"}}", "{\"$ref\":ref:\"#/$ref\"}"},
         {"{\"$ref\":{\"$ref\":\"#\"}}", "{\"$ref\":ref:\"#\"}"},

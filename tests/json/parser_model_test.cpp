@@ -1,6 +1,6 @@
 // Compares the library's parser with the model: every short text over small alphabets; valid documents with
-// bytes changed, dropped, doubled and cut off; random sequences of tokens; and random bytes. Compared are
-// results, order of members, statuses, positions, and what is left in a stream.
+// bytes changed, dropped, doubled and cut off; random sequences of tokens; and random bytes. Both must give the
+// same result, order of members, status and position, and leave the same bytes in a stream.
 #include "json/parser_model.h"
 
 namespace {

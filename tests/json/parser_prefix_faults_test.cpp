@@ -1,5 +1,5 @@
 // Documents that are cut off at every byte, with each allocation failing in turn: from a string, from bytes of a
-// known length and from a stream. Either the status is the one for the text, or memory ran out. Then nothing is
+// known length and from a stream. Either the status is the one for the text, or memory ran out; in that case nothing is
 // returned, and nothing leaks.
 #include <algorithm>
 #include <string>

@@ -107,7 +107,7 @@ namespace {
 
 // References that lead to one another; there are more of them than the walk has inline slots.
 TEST(ReferenceFaults, LongChains) {
-    // Use one and two arrays, so that the slots run out at either kind of step.
+    // Put each reference inside one array, then inside two, so that the slots run out at either kind of step.
     for (const int arrays : {1, 2}) {
         const std::string open(static_cast<size_t>(arrays), '[');
         const std::string close(static_cast<size_t>(arrays), ']');

@@ -1,5 +1,5 @@
-// Tests of JSON pointers: reading, writing and making them, each by a table and then against each other on
-// random trees.
+// Tests of JSON pointers: reading and writing what they point to, and building them. Each has a table; then
+// they are checked against each other on random trees.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

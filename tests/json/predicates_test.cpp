@@ -1,4 +1,4 @@
-// Functions that tell a value's kind, and the types as which it can be read.
+// Functions that tell a value's kind, and which types it can be read as.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -58,7 +58,7 @@ TEST(JsonIs, NothingIsTrueOfUnknownTags) {
     *reinterpret_cast<u16*>(node.get()) = 0;
 }
 
-// Returns the types as which a value can be read with `ext`, one letter each: i (i64), u (u64), w (u128), d (double).
+// Returns the types that a value can be read as with `ext`, one letter each: i (i64), u (u64), w (u128), d (double).
 const struct {
     const char* notation;
     const char* readable_as;

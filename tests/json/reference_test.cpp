@@ -203,7 +203,7 @@ TEST(Expand, TheRootKeepsItsCount) {
 }
 
 // Chains in both directions, and one that all others join. Each reference of a chain must be followed only
-// once: quadratic time would be minutes.
+// once: otherwise the time would be quadratic, and the test would take minutes.
 TEST(Expand, ManyReferencesInAChain) {
     constexpr int kReferences = 100000;
     using Clock = std::chrono::steady_clock;

@@ -14,7 +14,7 @@ using subset_model::plain_subset;
 using subset_model::Value;
 using tree::Tree;
 
-// Sanitizers and debug builds make the pairs slower without making them show more.
+// With sanitizers and in debug builds, a pair takes longer but finds no more mistakes, so there are fewer pairs.
 #if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 constexpr int kPairs = 30000;
 #else
@@ -96,7 +96,7 @@ TEST(JsonSubsetModel, AgreesOnRandomPairs) {
         }
         ASSERT_EQ(wiq_json_equal(left.get(), right.get()), plain_subset(a, b, 15));
     }
-    // Both answers must be frequent, or the pairs would show little.
+    // Both answers must be frequent; otherwise the comparison would prove little.
     EXPECT_GT(yes, kPairs * 16 / 10);
     EXPECT_LT(yes, kPairs * 16 * 9 / 10);
 }

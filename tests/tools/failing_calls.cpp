@@ -1,6 +1,6 @@
-// A library for LD_PRELOAD: in the program that is started with it, the call number KE_FAIL_AT of the functions below
-// fails, for the reason KE_FAIL_REASON (a number of errno); with KE_FAIL_ALL, so do all calls after it. The name of
-// each function that fails is written to the file KE_FAIL_LOG, one a line.
+// A library for LD_PRELOAD. In the program that is started with it, calls of the functions below are counted, and call
+// number KE_FAIL_AT fails for the reason KE_FAIL_REASON (a value of errno); with KE_FAIL_ALL, so do all calls after it.
+// The name of each function that fails is written to the file KE_FAIL_LOG, one per line.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/random.h>
@@ -34,7 +34,7 @@ void log_name(const char* function) {
     syscall(SYS_close, fd);
 }
 
-// Counts a call. Returns whether it must fail, and sets errno then.
+// Counts a call. Returns whether it must fail; if so, errno is set.
 bool fails(const char* function) {
     static const int s_at = number_in("KE_FAIL_AT");
     static const int s_reason = number_in("KE_FAIL_REASON");

@@ -150,7 +150,7 @@ TEST(KeValues, OfManyDocuments) {
     wiq_unlink("ke_2.json");
 }
 
-// Each document is edited by itself. Bytes outside of the edits stay, also those between the documents.
+// Each document is edited by itself. Bytes outside the edits do not change, not even between the documents.
 TEST(KeValues, OfManyDocumentsAreEdited) {
     const std::string lines = " {\"a\": 1.50}\r\n{\"a\":2,\"b\":[1e9]}\n\n{}{ }  \n";
     write_file("ke_change.json", "{\"b\":null,\"c\":0}");
@@ -177,7 +177,7 @@ TEST(KeValues, OfManyDocumentsAreEdited) {
          "{\"c\": []}\n{\"a\":1.50,\"c\":[]}"},
         {{"json", "set", "/c", "7", "--jsonl"}, "", 0, ""},
         {{"json", "set", "/c", "7", "--jsonl"}, " \n", 0, " \n"},
-        // A failure names the document; before 256 KiB nothing of the output appears.
+        // A failure names the document. Until 256 KiB have been written, none of the output appears.
         {{"json", "remove", "/b", "--jsonl"},
          lines,
          2,

@@ -54,7 +54,7 @@ class KeFaults : public Folder {
         constexpr int kLimit = 500;
         Names all;
         for (const int reason : {EINTR, EIO}) {
-            // What is interrupted may be tried again, so not every later call may be interrupted.
+            // An interrupted call may be repeated, so the tool might never end if all later calls were interrupted.
             for (const bool all_later : {false, true}) {
                 if (all_later && reason == EINTR)
                     continue;

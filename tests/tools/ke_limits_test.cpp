@@ -91,8 +91,8 @@ TEST(KeLimits, OfExpansion) {
     });
 }
 
-// Each of these would take hours if every reference were followed to the end of its chain, or looked for its
-// target among all members.
+// Each of these would take hours if every reference were followed to the end of its chain, or if its target were
+// searched for among all members.
 TEST(KeLimits, OfTimeToExpand) {
     const int count = 20000;
     std::string chain = "[0";

@@ -89,7 +89,7 @@ int format(const FormatArgs& args, const Common& common) {
         if (!sink)
             sink = std::make_unique<Sink>(common, source.path());
         if (common.in_place && source.more(source.begin()))
-            sink->encode_as(source.encoding());  // only known by now
+            sink->encode_as(source.encoding());  // not known before more()
         Scanner scanner(source, args.several);
         if (args.layout.sort_keys)
             format_sorted(scanner, *sink, args.layout,

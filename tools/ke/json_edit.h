@@ -1,4 +1,4 @@
-// Edits a document's text without touching any byte outside of what is to be changed. An edit is planned as a
+// Edits a document's text, and changes no byte that the edit does not have to change. An edit is planned as a
 // list of splices; a new member takes on the layout of its surroundings.
 #pragma once
 

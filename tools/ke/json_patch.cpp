@@ -156,7 +156,7 @@ std::string apply_patch(Input& input, const Document& patch) {
         throw patch.failure(patch.root(), "a JSON Patch is an array of operations");
     std::string text = std::move(input.bytes);
     if (!patch.has_children(patch.root()))
-        const Document before(input.name, text);  // report its mistakes even so
+        const Document before(input.name, text);  // only to report mistakes
     for (NodeId node : patch.children(patch.root())) {
         const Operation operation(patch, node);
         try {

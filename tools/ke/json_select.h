@@ -9,7 +9,7 @@
 
 namespace tool {
 
-// Requires the value that the pointer points to to equal `value`, a text or JSON.
+// The condition that what the pointer points to equals `value`, which is a text or JSON.
 struct Condition {
     Pointer pointer;
     std::string value;

@@ -68,8 +68,8 @@ Decimal decimal_of(std::string_view token) {
     if (number.digits.empty())
         return {};
     if (at < token.size()) {
-        // No text has as many digits as such an exponent demands, so a huge exponent is as good as the
-        // largest.
+        // No text has enough digits to make up for an exponent beyond 2^61, so all such exponents can be
+        // treated alike.
         const long long exponent = strtoll(std::string(token.substr(at + 1)).c_str(), nullptr, 10);
         number.power += std::clamp(exponent, -(1LL << 61), 1LL << 61);
     }

@@ -17,8 +17,8 @@ struct UnrefJson {
 // A document that owns itself: it has no parent.
 using Json = std::unique_ptr<wiq_json_t, UnrefJson>;
 
-// Parses a document; `name` is the file or argument that messages name. Throws a Failure, also for a number
-// that the library cannot store.
+// Parses a document; `name` is the file or argument that messages name. Throws a Failure if the text is invalid
+// or contains a number that the library cannot store.
 Json parse_json(const std::string& name, std::string_view text);
 
 // Dumps a tree without blanks. Throws a Failure.

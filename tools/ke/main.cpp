@@ -1,4 +1,4 @@
-// ke: an engineer with a drive report in JSON, an INI file or a binary dump gets an answer from one command.
+// ke answers questions about drive reports in JSON, INI files and binary dumps, each with a single command.
 // This file handles the arguments that all commands share and turns failures into exit statuses.
 #include <algorithm>
 #include <cstdio>

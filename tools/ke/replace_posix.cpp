@@ -1,6 +1,5 @@
 // See replace_file.h. If the file system allows it (O_TMPFILE), the temporary file has no name until it is
-// complete, so no file remains even if the program is killed. Otherwise a signal handler
-// removes the file.
+// complete, so no file remains even if the program is killed. Otherwise a signal handler removes the file.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>

@@ -82,7 +82,7 @@ class Finder:
                         self.sources[name] = file.read()
                 self.source = self.sources[name]
                 self.scope(cursor, [])
-        # Wanted files that this unit includes without finding any mutant in them are done, too.
+        # A wanted file that this unit includes is done, too, even if no mutant was found in it.
         self.done |= here | {path} | {self.relative(i.include.name) for i in unit.get_includes()} & self.wanted
 
     def relative(self, name):

@@ -236,8 +236,8 @@ enum class TableStatus { kBuilt, kDuplicateKey, kLongChain };
 // table and start again with an empty one.
 TableStatus build_table(Members* members, Member* const* list, u64 count);
 
-// The same for a table with long chains: it gets an index that covers them if there is enough
-// memory (chain_index.h). Returns false if two members have the same key.
+// Does what build_table() does, for a table with long chains. It gets an index that covers them if
+// there is enough memory (chain_index.h). Returns false if two members have the same key.
 bool build_indexed_table(Members* members, Member* const* list, u64 count);
 
 }  // namespace ke::json

@@ -107,9 +107,9 @@ class OpenContainers {
     // been made yet. Of a key whose member has been made, only the length is read. Returns 0 or
     // WIQ_ERR_NO_MEMORY; in both cases node and member no longer belong to the caller.
     i32 add_child(wiq_json* node, Member* member, const Key* key);
-    // These do the same for a node whose count is set and whose member, if it is to have one, has
-    // been made. If the container now has more children than a table in its node's block can hold,
-    // its node is made.
+    // These take a node whose count is set and whose member, if it is to have one, has been made.
+    // If the container now has more children than a table in its node's block can hold, its node is
+    // made.
     i32 add_elem(Frame& array, wiq_json* node);
     i32 add_member(Frame& obj, wiq_json* node, Member* member);
 
