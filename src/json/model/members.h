@@ -72,7 +72,7 @@ inline Member* member_of_key(const char* key) {
 struct Members {
     union {
         Member** buckets;
-        Member* chain;  // all that is left of a dying object once its table is freed (refcount.cpp)
+        Member* chain;  // the members left in a dying object without a table (refcount.cpp)
     };
     u32 mask;
     u32 size;

@@ -118,9 +118,9 @@ void order_by_address(const Members& members) {
 // a weak container in its subtree may still hold a reference to it, but uses only its count.
 //
 // When a large block is freed, the allocator may merge every small block that is free. So before a
-// container with many children is emptied, its children are linked into one chain and its table is
-// freed, as long as few small blocks are free. The first child of the chain is stored in the same
-// union as the table's address, so an empty chain looks to drop_table() like no table.
+// container with many children is emptied, while few small blocks are free, its children are linked
+// into one chain and its table is freed. The address of the chain's first child is in the same
+// union as that of the table, so to drop_table() an empty chain looks like no table.
 namespace dying {
 
 // The dying container from which this one was taken. Not used for the outermost one.

@@ -32,7 +32,7 @@ const TextNode* uri_of(const Member* member) {
 
 // Releases a node while its document is still being made; nullptr is ignored. Freeing the node need
 // not touch the document: nobody else knows the node yet, and an untouched document frees its
-// chunks whole, whichever of their blocks are still in use. If the chunk itself goes with the node,
+// chunks whole, whichever of their blocks are still in use. If the chunk is freed with the node,
 // free_chunk() touches the document. (Releasing the children of a container may touch it, too. That
 // costs time when the document is released, but it is correct.)
 void discard(wiq_json* node) {
