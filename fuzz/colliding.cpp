@@ -1,5 +1,5 @@
 // A script of operations on a map, a locked map and an object with the same keys, most of which have the same
-// hash: the three must agree with a model and with each other, also in the order of a walk.
+// hash: the three must agree with a model and with each other, and so must the order of a walk.
 #include <map>
 
 #include "script.h"
@@ -7,7 +7,7 @@
 
 namespace {
 
-// Enough members for chains that an object does not search one by one, and other keys between them.
+// Enough keys for chains that an object's index covers, and other keys between them.
 const std::vector<std::string>& keys() {
     static const std::vector<std::string> all = [] {
         std::vector<std::string> result = colliding::keys(200);

@@ -345,7 +345,7 @@ class Document {
             node->count = 1;
             return;
         }
-        node->count = INT32_MAX;  // so that weak references from below cannot end it again
+        node->count = INT32_MAX;  // so that weak references from below cannot destroy it again
         node->dead = true;
         for (const Member& member : node->members.all())
             release(node, member.child);

@@ -45,7 +45,7 @@ class Pair {
         }
         Node* old = handles_[slot % kHandles];
         handles_[slot % kHandles] = node;
-        // The library's reference is released first, since that may end the node.
+        // The library's reference is released first, since that may destroy the node.
         wiq_json_unref(real(old));
         document_.unref(old);
     }

@@ -1,6 +1,6 @@
-// Every byte that the library returns has been written: documents, buffers and records made
-// from hostile input. The target uses blocks from malloc() and not the C++ library, which is not instrumented
-// for MemorySanitizer. It is the only target under MemorySanitizer, and one of many under AddressSanitizer.
+// Checks that every byte that the library returns has been written: documents, buffers and records made from
+// hostile input. The target uses blocks from malloc() and not the C++ library, which is not instrumented for
+// MemorySanitizer. It is the only target under MemorySanitizer, and one of many under AddressSanitizer.
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>

@@ -163,7 +163,7 @@ void elements() {
     begin();
     check(wiq_json_array_filter(array, keep_odd, nullptr) >= 0, "filtering");
     end("filtering an array");
-    // Each new element is told a negative index, which means another slot once the array is longer.
+    // Each new element records a negative index, which means another slot once the array is longer.
     wiq_json_t* swapped = parse(list_of(g_size));
     for (int i = 1; i <= g_size; ++i) {
         wiq_json_t* elem = wiq_json_i64_new(i, nullptr);

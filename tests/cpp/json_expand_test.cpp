@@ -139,7 +139,7 @@ TEST(CppExpansion, Doubling) {
     }
 }
 
-// Each of these would take hours if anything were counted twice, or if each reference looked for its root.
+// Each of these would take hours if anything were counted twice, or if the root were searched for from each reference.
 TEST(CppExpansion, LinearTime) {
     const int n = 50000;
     std::string many = "{\"big\":[0";

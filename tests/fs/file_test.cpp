@@ -174,8 +174,8 @@ TEST_F(Getline, ALineOf300BytesTakes384) {
     EXPECT_EQ(size_, 384u);
 }
 
-// The reported size is that of a block that grows in steps, whatever it really does. All of it can be written
-// to.
+// The reported size is that of a block that grows in fixed steps, even if the real one grows differently. All of
+// it can be written to.
 TEST_F(Getline, LongLines) {
     for (const size_t length : {65406, 65407, 65408, 65534, 65535, 65536, 98304, 100000, 500000}) {
         std::string line(length, 'x');

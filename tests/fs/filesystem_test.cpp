@@ -468,7 +468,7 @@ TEST_F(Filesystem, RenameToAnotherNameOfTheSameFile) {
     EXPECT_EQ(fchdir(here), 0);
     close(here);
     EXPECT_EQ(read_all(a), "both");
-    // A name of a dangling link is taken.
+    // The name of a dangling link counts as taken.
     const std::string nowhere = path("nowhere");
     ASSERT_EQ(symlink("none", (root_ + "/nowhere").c_str()), 0);
     EXPECT_EQ(wiq_rename(a.c_str(), nowhere.c_str()), WIQ_ERR_IO);

@@ -29,7 +29,7 @@ i32 note(ParseRun* run, const std::string& event) {
     return event == run->stop_at ? 5 : 0;
 }
 
-// Unless it is that of a missing argument, a location must be that of its text in the file.
+// Checks that a location is where its text is in the file. A missing argument has no such location.
 void expect_points_at(const ParseRun& run, const WiqIniLocation& location, const char* text) {
     EXPECT_EQ(run.text.substr(location.offset, location.length), text);
 }

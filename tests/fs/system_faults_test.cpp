@@ -105,7 +105,7 @@ TEST_F(SystemFaultsOfFiles, Opening) {
     }
 }
 
-// That it is a directory is still the reason if it cannot be closed.
+// The status says that the file is a directory, even if the directory cannot be closed again.
 TEST_F(SystemFaultsOfFiles, OpeningADirectory) {
     const Names fired = SweepSystemCalls([](SystemFaults& faults) {
         u32 err = 9;
@@ -117,7 +117,7 @@ TEST_F(SystemFaultsOfFiles, OpeningADirectory) {
     EXPECT_EQ(fired, (Names{"fclose"}));
 }
 
-// What fails while the new file is removed again is not the reason either.
+// A failure to close or remove the new file does not change the status either.
 TEST_F(SystemFaultsOfFiles, RemovingATemporaryFile) {
     for (const char* cleanup : {"close", "unlink"}) {
         std::string tmpl = in("tXXXXXX");
@@ -182,7 +182,7 @@ TEST_F(SystemFaultsOfFiles, Loading) {
         faults.arm();
         const i32 size = wiq_load_file(in("f").c_str(), &data, 1);
         faults.disarm();
-        // All has been read when the file is closed.
+        // The whole file has been read before it is closed, so it does not matter whether closing fails.
         const bool read = faults.fired().empty() || faults.fired() == Names{"fclose"};
         EXPECT_EQ(size, read ? 7 : static_cast<i32>(WIQ_ERR_IO));
         free(data);
@@ -474,7 +474,7 @@ TEST(SystemFaultsOfEntryPoints, HaveTheirStatuses) {
     wiq_dlclose_real(&lib);
 }
 
-// A runtime that needs memory for a format may refuse it at any time, also after it has measured the text.
+// A runtime that needs memory for a format may refuse it at any time, even after it has measured the text.
 class SystemFaultsOfFormats : public testing::TestWithParam<size_t> {
   protected:
     // Makes a call that returns the length of text(), or WIQ_ERR_FAILED if the runtime fails in it. Returns
@@ -642,8 +642,8 @@ TEST(SystemFaultsOfMemory, AlignedBlocks) {
         Names{"posix_memalign"});
 }
 
-// The runtime has the locale "C" without making it, so this does not happen. The text is formatted in the thread's
-// own locale then. Another process, since the locale is asked for only once.
+// If the locale "C" cannot be made, texts are formatted in the thread's own locale. In fact the runtime need not make
+// that locale, so the call never fails. The test runs in another process because the library makes the call only once.
 TEST(SystemFaultsOfTexts, WithoutALocale) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
@@ -743,7 +743,7 @@ TEST(SystemFaultsOfStreams, ADocumentThatBreaksOffIsRejected) {
     }
 }
 
-// A disk that is full after so many bytes, and the stream that writes to it.
+// A disk that is full after a given number of bytes, and the stream that writes to it.
 struct Disk {
     size_t room;
     std::string written;
