@@ -87,7 +87,7 @@ TEST(JsonArrayFaults, AStringElementMayLoseItsText) {
     });
 }
 
-TEST(JsonArrayFaults, AFilterOfAWeakArrayWithoutMemoryCallsNothing) {
+TEST(JsonArrayFaults, AFilterOfAWeakArrayCallsNothingWhenOutOfMemory) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         Tree weak = make("w[1,\"x\",2]");
         i32 asked = 0;

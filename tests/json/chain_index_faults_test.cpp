@@ -33,7 +33,7 @@ void expect_all(const wiq_json_t* obj, const std::vector<std::string>& keys, siz
         ASSERT_EQ(wiq_json_obj_has_key(obj, keys[i].c_str()), i < count) << i;
 }
 
-TEST(JsonChainIndexFaults, OnlyLongChainsHaveOne) {
+TEST(JsonChainIndexFaults, OnlyLongChainsAreCovered) {
     std::vector<std::string> keys = colliding::keys(17);
     for (const std::string& key : colliding::ordinary_keys(2000))
         keys.push_back(key);

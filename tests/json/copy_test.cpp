@@ -95,7 +95,7 @@ TEST(JsonCopy, WeakContainersBecomeStrongOnesOfCopies) {
     expect_copy(weak.get(), copy.get());
 }
 
-TEST(JsonCopy, MembersKeepTheOrderOfAnInsertionInMapOrder) {
+TEST(JsonCopy, InsertsMembersInTheOrderOfTheSource) {
     Tree source(wiq_json_obj_new(0, nullptr));
     for (int i = 0; i < 300; ++i) {
         wiq_json_obj_put_i64(source.get(), ("key" + std::to_string(i * 7)).c_str(), i, nullptr);

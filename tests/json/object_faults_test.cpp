@@ -43,7 +43,7 @@ TEST(JsonObjFaults, PutLeavesObjectAndChildUnchanged) {
                 wiq_json_unref(child);
             }
         });
-        EXPECT_EQ(points, 2 * 2u) << "the entry and the table, each in both ways";
+        EXPECT_EQ(points, 2 * 2u) << "the member and the table, each in both modes";
     }
 }
 

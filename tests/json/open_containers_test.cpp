@@ -260,7 +260,7 @@ TEST(OpenContainers, DuplicateKeys) {
     }
 }
 
-TEST(OpenContainers, DuplicateKeysWithoutMemory) {
+TEST(OpenContainers, DuplicateKeysWhenOutOfMemory) {
     const std::string long_key(1500, 'k');
     for (const int count : {3, 60}) {
         const Twins twins =

@@ -10,7 +10,7 @@ using tree::make;
 using tree::text_of;
 using tree::Tree;
 
-TEST(JsonOrphanFaults, AnInnerElementStaysWithoutAPlaceholder) {
+TEST(JsonOrphanFaults, AnInnerElementStaysIfThereIsNoPlaceholder) {
     const size_t points = SweepAllocations([](AllocFaults& faults) {
         Tree array = make("[0,1,2]");
         wiq_json_t* node = wiq_json_array_get_ext(array.get(), 1, 0, nullptr);

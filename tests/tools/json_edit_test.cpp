@@ -150,7 +150,7 @@ TEST(JsonEdit, RemovesWhatTheLibraryRemovesAndNothingElse) {
 }
 
 // The results for texts in common layouts.
-TEST(JsonEdit, TakesOnTheStyleAround) {
+TEST(JsonEdit, TakesOnTheStyleAroundIt) {
     const struct {
         const char* before;
         const char* pointer;
@@ -235,7 +235,7 @@ TEST(JsonPatch, ReachesIntoReferences) {
 }
 
 // For any two documents, the patch that describes their difference turns one into the other.
-TEST(JsonPatch, OfADifferenceMakesTheOther) {
+TEST(JsonPatch, TurnsOneDocumentIntoTheOther) {
     Maker maker(9);
     const auto document = [&maker] {
         std::string text = maker.value(4);

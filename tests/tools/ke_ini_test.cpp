@@ -136,7 +136,7 @@ TEST_F(KeIniFiles, LeaveNoTemporaryFile) {
 }
 #else
 // A file in UTF-16 consists of characters, so invalid bytes would become other characters.
-TEST_F(KeIniFiles, RefuseBytesThatAreNoCharacters) {
+TEST_F(KeIniFiles, RefuseBytesThatAreNotCharacters) {
     const std::string utf16("\xFF\xFE[\0a\0]\0\n\0", 10);
     const std::string marked = "\xEF\xBB\xBF[a]\n";
     for (const std::string& before : {utf16, marked}) {
