@@ -98,4 +98,15 @@ TEST_F(Strv, SortsByUnsignedBytesWithGapsLast) {
     }
 }
 
+// The order must be strict: if a text came before an equal one, std::sort() would look for the end of a run
+// of equal texts beyond the vector's block.
+TEST_F(Strv, SortsManyEqualTexts) {
+    for (int i = 0; i < 300; ++i)
+        wiq_strv_push(&strv_, i % 100 == 99 ? nullptr : "same");
+    wiq_strv_sort(&strv_);
+    Strings sorted(297, "same");
+    sorted.insert(sorted.end(), 3, "(null)");
+    EXPECT_EQ(list(), sorted);
+}
+
 }  // namespace

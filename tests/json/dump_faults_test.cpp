@@ -134,4 +134,28 @@ TEST(DumpFaults, AStringThatLostItsText) {
     EXPECT_NE(text, nullptr) << "there was one";
 }
 
+// A dump into a stream passes its text on as it goes, so it takes about the same memory for any document that is
+// not deep: a buffer of 32 KB, which counts twice while it grows to that size, and a little for the walk.
+TEST(DumpFaults, AStreamNeedsABoundedBuffer) {
+    build_class();
+    std::string text = "[";
+    while (text.size() < 1'000'000)
+        text += R"({"key":"text","n":[-12,2.5,true]},)";
+    text.back() = ']';
+    wiq_json_t* root = wiq_json_loads(text.c_str(), 0, nullptr);
+    ASSERT_NE(root, nullptr);
+    FILE* stream = temporary_stream();
+    ASSERT_NE(stream, nullptr);
+    for (const u32 flags :
+         {0u, static_cast<u32>(WIQ_JSON_DUMP_SORT_KEYS), static_cast<u32>(WIQ_JSON_DUMP_PRETTY)}) {
+        const long before = live_bytes();
+        begin_peak();
+        EXPECT_GE(wiq_json_fdump(root, stream, flags, 0), static_cast<i32>(text.size()));
+        EXPECT_LE(peak_bytes() - before, 100'000) << flags;
+        EXPECT_EQ(live_bytes(), before);
+    }
+    fclose(stream);
+    wiq_json_unref(root);
+}
+
 }  // namespace

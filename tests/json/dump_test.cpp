@@ -878,4 +878,35 @@ TEST(DumpRoundTrip, RandomTreesComeBackEqual) {
     }
 }
 
+#ifdef __linux__
+// The text is collected in a buffer of 32 KB, so a stream without a buffer of its own, such as stderr, is not
+// called for every token.
+TEST(Dump, AStreamIsWrittenInLargePieces) {
+    struct Target {
+        size_t writes = 0;
+        size_t bytes = 0;
+        static ssize_t write(void* target, const char*, size_t size) {
+            ++static_cast<Target*>(target)->writes;
+            static_cast<Target*>(target)->bytes += size;
+            return static_cast<ssize_t>(size);
+        }
+    };
+    Target target;
+    FILE* stream = fopencookie(&target, "w", {nullptr, Target::write, nullptr, nullptr});
+    ASSERT_NE(stream, nullptr);
+    setvbuf(stream, nullptr, _IONBF, 0);
+    std::string text = "[";
+    while (text.size() < 500'000)
+        text += R"({"key":"text","n":[-12,2.5,true]},)";
+    text.back() = ']';
+    wiq_json_t* root = parsed(text);
+    const i32 length = wiq_json_fdump(root, stream, 0, 0);
+    EXPECT_GE(length, 500'000);
+    EXPECT_EQ(static_cast<size_t>(length), target.bytes);
+    EXPECT_LE(target.writes, target.bytes / 30'000);
+    fclose(stream);
+    wiq_json_unref(root);
+}
+#endif
+
 }  // namespace
