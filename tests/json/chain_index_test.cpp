@@ -71,6 +71,37 @@ TEST(JsonCollidingKeys, HaveOneHash) {
     }
 }
 
+// The lengths must be compared, too: otherwise the shorter key would find the longer one, and a search for the
+// longer one would read beyond the end of the shorter.
+TEST(JsonCollidingKeys, OneBeginsWithTheOther) {
+    const std::string shorter = colliding::keys(1)[0];
+    for (const size_t count : {1, 40}) {  // in a plain chain, and in one with an index
+        const std::vector<std::string> longer = colliding::longer_keys(shorter, count);
+        ASSERT_EQ(longer.size(), count);
+        for (const std::string& key : longer) {
+            ASSERT_EQ(wiq_hash_str(key.c_str()), wiq_hash_str(shorter.c_str()));
+            ASSERT_TRUE(key.starts_with(shorter) && key != shorter);
+        }
+        std::vector<std::string> keys = longer;
+        const Tree without = parse(keys);
+        EXPECT_FALSE(wiq_json_obj_has_key(without.get(), shorter.c_str()));
+        EXPECT_EQ(wiq_json_obj_remove(without.get(), shorter.c_str()), WIQ_ERR_INVALID_ARG);
+        keys.insert(keys.begin(), shorter);
+        ASSERT_NE(wiq_json_obj_put_i64(without.get(), shorter.c_str(), 0, nullptr), nullptr);
+        const Tree parsed = parse(keys);
+        for (const Tree* obj : {&without, &parsed}) {
+            EXPECT_EQ(wiq_json_obj_size(obj->get()), static_cast<i32>(keys.size()));
+            for (const std::string& key : keys) {
+                const wiq_json_t* child = wiq_json_obj_get_ext(obj->get(), key.c_str(), 0, nullptr);
+                ASSERT_STREQ(wiq_json_parent_key(child), key.c_str());
+            }
+        }
+        const Tree only = parse({shorter});
+        for (const std::string& key : longer)
+            ASSERT_FALSE(wiq_json_obj_has_key(only.get(), key.c_str()));
+    }
+}
+
 TEST_F(JsonCollidingKeysMany, ParsedReadAndRemoved) {
     const Tree obj = parse(keys);
     ASSERT_EQ(wiq_json_obj_size(obj.get()), static_cast<i32>(kMany));

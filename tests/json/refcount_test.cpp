@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <uv.h>
 
+#include <thread>
+
 #include "json/tree.h"
 #include "support/alloc_faults.h"
+#include "support/start_line.h"
 
 namespace {
 
@@ -258,6 +261,34 @@ TEST(JsonCountThreads, ManyThreadsHoldOneNode) {
     }
     EXPECT_EQ(count(root.get()), 1);
     EXPECT_EQ(text_of(root), "{\"a\":[1]}");
+}
+
+// A member and the node that was made with it share a block. After the node has left its object, each belongs to
+// somebody else, and they may be released at the same moment.
+TEST(JsonCountThreads, TwoOwnersReleaseOneBlock) {
+    const auto built = [] {
+        wiq_json_t* obj = wiq_json_obj_new(0, nullptr);
+        wiq_json_obj_put_i64(obj, "key", 1, nullptr);
+        return obj;
+    };
+    const auto parsed = [] { return node("{\"key\":1,\"other\":2}"); };
+    const long before = live_blocks();
+    for (int round = 0; round < 1000; ++round) {
+        wiq_json_t* obj = round % 2 == 0 ? built() : parsed();
+        wiq_json_t* child = wiq_json_obj_get_ext(obj, "key", 0, nullptr);
+        wiq_json_ref(child);
+        ASSERT_NE(wiq_json_obj_put_null(obj, "key", nullptr), nullptr);
+        ASSERT_EQ(count(child), 1);
+        StartLine start(2);
+        std::thread other([&] {
+            start.arrive_and_wait();
+            wiq_json_unref(child);
+        });
+        start.arrive_and_wait();
+        wiq_json_unref(obj);
+        other.join();
+        ASSERT_EQ(live_blocks(), before) << round;
+    }
 }
 
 TEST(JsonCountThreads, TheLastThreadReleasesTheNode) {

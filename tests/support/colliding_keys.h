@@ -95,6 +95,18 @@ inline std::vector<std::string> keys(size_t count, uint32_t hash = 12345) {
     return result;
 }
 
+// Returns `count` keys with the same hash as `key`, each of which begins with `key`. The length of `key` must be
+// a multiple of 4.
+inline std::vector<std::string> longer_keys(const std::string& key, size_t count,
+                                            uint32_t hash = 12345) {
+    const auto length = static_cast<uint32_t>(key.size());
+    std::vector<std::string> result =
+        pairs_of_words(state_before(hash, length + 1), state_before(hash, length + 9), count);
+    for (std::string& longer : result)
+        longer.insert(0, key);
+    return result;
+}
+
 // Returns as many ordinary keys of the same length, for comparison.
 inline std::vector<std::string> ordinary_keys(size_t count) {
     std::vector<std::string> result;
