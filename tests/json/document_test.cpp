@@ -355,21 +355,33 @@ TEST(JsonDocument, CollidingKeys) {
 
 TEST(JsonDocument, TheLastOwnerIsAWeakContainer) {
     const std::string text = document("");
+    // The tables of small roots are in the roots' own blocks, those of large ones are not.
+    std::string elems = "[" + text;
+    std::string members = "{\"a\":" + text;
+    for (int i = 0; i < 100; ++i) {
+        elems += "," + std::to_string(i);
+        members += ",\"" + std::to_string(i) + "\":0";
+    }
     for (const bool touched : {false, true}) {
         for (const bool copied : {false, true}) {
             const long before = live_blocks();
-            Tree roots[2] = {parse(text), parse("{\"a\":" + text + "}")};
+            Tree roots[] = {parse(text), parse("{\"a\":" + text + "}"), parse(elems + "]"),
+                            parse(members + "}")};
             Tree array(wiq_json_array_weak_new(0, nullptr));
             Tree obj(wiq_json_obj_weak_new(0, nullptr));
             for (Tree& root : roots) {
                 if (copied)
                     root.reset(wiq_json_copy(Tree(root.release()).get(), nullptr));
-                if (touched) {
+                if (touched && wiq_json_is_obj(root.get())) {
                     ASSERT_NE(wiq_json_obj_put_null(root.get(), "new", nullptr), nullptr);
+                } else if (touched) {
+                    ASSERT_NE(wiq_json_array_push_i64(root.get(), 1, nullptr), nullptr);
                 }
             }
             ASSERT_EQ(wiq_json_array_push_ext(array.get(), roots[0].release(), nullptr), 0);
+            ASSERT_EQ(wiq_json_array_push_ext(array.get(), roots[2].release(), nullptr), 0);
             ASSERT_EQ(wiq_json_obj_put_ext(obj.get(), "root", roots[1].release(), nullptr), 0);
+            ASSERT_EQ(wiq_json_obj_put_ext(obj.get(), "large", roots[3].release(), nullptr), 0);
             EXPECT_EQ(wiq_json_array_push_ext(array.get(), obj.release(), nullptr), 0);
             array.reset();
             EXPECT_EQ(live_blocks(), before);
