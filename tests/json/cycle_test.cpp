@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <string>
 #include <vector>
 
 #include "json/tree.h"
@@ -17,12 +18,13 @@ const wiq_json_t* root_of(const wiq_json_t* node) {
     return node;
 }
 
-i32 attach(wiq_json_t* container, wiq_json_t* child) {
+i32 attach(wiq_json_t* container, wiq_json_t* child, const char* key = "k") {
     return wiq_json_is_array(container) ? wiq_json_array_push_ext(container, child, nullptr)
-                                        : wiq_json_obj_put_ext(container, "k", child, nullptr);
+                                        : wiq_json_obj_put_ext(container, key, child, nullptr);
 }
 
-// Adds a chain of containers, each with siblings before and after the one that leads further down.
+// Adds a chain of containers, each with siblings before and after the one that leads further down. Where the
+// members of an object come depends on their keys.
 std::vector<wiq_json_t*> grow(wiq_json_t* root, i32 levels, std::mt19937* random) {
     std::vector<wiq_json_t*> chain = {root};
     for (i32 level = 1; level < levels; ++level) {
@@ -30,7 +32,8 @@ std::vector<wiq_json_t*> grow(wiq_json_t* root, i32 levels, std::mt19937* random
         wiq_json_t* down =
             (*random)() % 2 == 0 ? wiq_json_array_new(0, nullptr) : wiq_json_obj_new(0, nullptr);
         for (auto i = (*random)() % 3; i > 0; --i)
-            attach(up, tree::node(i == 1 ? "[[],{\"x\":[1]}]" : "w[{},2]"));
+            attach(up, tree::node(i == 1 ? "[[],{\"x\":[1]}]" : "w[{},2]"),
+                   std::to_string((*random)() % 10).c_str());
         if (wiq_json_is_array(up)) {
             wiq_json_array_push_i64(up, 1, nullptr);
             // Its recorded index is negative, and with later children it refers to the wrong element.

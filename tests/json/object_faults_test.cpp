@@ -47,6 +47,20 @@ TEST(JsonObjFaults, PutLeavesObjectAndChildUnchanged) {
     }
 }
 
+// A member with a long key has a block of its own, which is freed if the table cannot grow.
+TEST(JsonObjFaults, NewChildrenUnderLongKeys) {
+    const std::string key(500, 'k');
+    const size_t points = SweepAllocations([&](AllocFaults& faults) {
+        Tree obj = make(kFull);
+        faults.arm();
+        const wiq_json_t* child = wiq_json_obj_put_i64(obj.get(), key.c_str(), 4, nullptr);
+        faults.disarm();
+        EXPECT_EQ(child == nullptr, faults.fired());
+        EXPECT_EQ(wiq_json_obj_size(obj.get()), faults.fired() ? 3 : 4);
+    });
+    EXPECT_EQ(points, 2 * 3u) << "the node, the member and the table, each in both modes";
+}
+
 TEST(JsonObjFaults, ReplacingNeedsNoMemory) {
     for (const char* text : {kFull, "w{\"a\":1,\"b\":2,\"c\":3}"}) {
         const size_t points = SweepAllocations([&](AllocFaults& faults) {
