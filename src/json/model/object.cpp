@@ -164,7 +164,7 @@ wiq_json* attach_new_child(ObjectNode* obj, const Key& key, Make make) {
         free_node(node);
         return nullptr;
     }
-    touch_to_attach(obj, node);
+    // link_to_attach() has touched the object's document, and the node belongs to none yet.
     node->refcount = 1;
     link_to_parent(obj, member, node);
     return node;
