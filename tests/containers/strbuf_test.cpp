@@ -129,6 +129,9 @@ TEST_F(Strbuf, WriteStopsAtNul) {
     EXPECT_EQ(wiq_strbuf_write(nullptr, "x", 1), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_strbuf_write(&buf_, "x", UINT64_MAX), WIQ_ERR_NO_MEMORY);
     EXPECT_EQ(wiq_strbuf_write(&buf_, "x", SIZE_MAX / 2), WIQ_ERR_NO_MEMORY);
+    // With what the buffer holds, these sizes are more than 64 bits can express.
+    for (const u64 less : {1, 2, 3, 5, 6, 7})
+        EXPECT_EQ(wiq_strbuf_write(&buf_, "x", UINT64_MAX - less), WIQ_ERR_NO_MEMORY) << less;
     EXPECT_EQ(text(), "abcxy");
 }
 

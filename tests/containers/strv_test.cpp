@@ -28,6 +28,11 @@ class Strv : public testing::Test {
 
 using Strings = std::vector<std::string>;
 
+TEST_F(Strv, RefusesNull) {
+    EXPECT_EQ(wiq_strv_init(nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_strv_finalize(nullptr), WIQ_ERR_INVALID_ARG);
+}
+
 TEST_F(Strv, PushCopies) {
     char text[] = "abc";
     EXPECT_EQ(wiq_strv_push(&strv_, text), 0);
@@ -101,12 +106,15 @@ TEST_F(Strv, SortsByUnsignedBytesWithGapsLast) {
 // The order must be strict: if a text came before an equal one, std::sort() would look for the end of a run
 // of equal texts beyond the vector's block.
 TEST_F(Strv, SortsManyEqualTexts) {
-    for (int i = 0; i < 300; ++i)
-        wiq_strv_push(&strv_, i % 100 == 99 ? nullptr : "same");
-    wiq_strv_sort(&strv_);
-    Strings sorted(297, "same");
-    sorted.insert(sorted.end(), 3, "(null)");
-    EXPECT_EQ(list(), sorted);
+    for (const int one_in : {2, 100}) {  // is a NULL slot; these are equal, too
+        wiq_vector_resize(&strv_, 0);
+        for (int i = 0; i < 300; ++i)
+            wiq_strv_push(&strv_, i % one_in == 0 ? nullptr : "same");
+        wiq_strv_sort(&strv_);
+        Strings sorted(static_cast<size_t>(300 - 300 / one_in), "same");
+        sorted.resize(300, "(null)");
+        EXPECT_EQ(list(), sorted);
+    }
 }
 
 }  // namespace
