@@ -77,6 +77,22 @@ TEST(ParserFaults, LongTrailingToken) {
     EXPECT_GT(sweep(escaped, 0, WIQ_ERR_JSON_TRAILING_DATA, nullptr), 3u);
 }
 
+// A member with a long key has a block of its own, which is one more allocation. A key that comes twice can turn
+// an object into a reference only when the object is closed.
+TEST(ParserFaults, LongKeysAndLateReferences) {
+    const std::string key = "\"" + std::string(500, 'k');
+    ScratchFile file(ScratchFile::kSmall);
+    for (const std::string& text : {
+             "{" + key + "\":1,\"a\":2," + key + "2\":[{}]}",
+             "{" + key + "\":{\"$ref\":\"#\"}," + key + "2\":{\"$ref\":\"x\",\"$ref\":\"#\"}}",
+             std::string("[{\"$ref\":\"#/0\",\"$ref\":\"#/1\"}]"),
+             std::string("{\"$ref\":\"#/0\",\"$ref\":\"#/1\"}"),
+         }) {
+        EXPECT_GE(sweep(text, 0, 0, nullptr), 6u) << text;
+        EXPECT_GT(sweep(text, 0, 0, &file), 6u) << text;
+    }
+}
+
 TEST(ParserFaults, Scalars) {
     ScratchFile file(ScratchFile::kSmall);
     for (const char* text : {"1", "1.5", "true", "null", "\"a\"", "\"\\n\"", "99999999999999999999",
