@@ -63,17 +63,22 @@ TEST(PathFaults, Strings) {
     sweep_string([] { return wiq_build_path("dir", "name"); });
     sweep_string([] { return wiq_install_dir(); });
     sweep_string([] { return wiq_schema_filename("a-b", true, nullptr); });
-    SweepAllocations([](AllocFaults& faults) {
-        wiq_strbuf buf;
-        ASSERT_EQ(wiq_strbuf_init(&buf, 4), 0);
-        wiq_strbuf_write(&buf, "abc", 3);
-        faults.arm();
-        const i32 appended = wiq_append_path(&buf, "def");
-        faults.disarm();
-        EXPECT_EQ(appended, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY) : 4);
-        EXPECT_STREQ(buf.data, faults.fired() ? "abc" : "abc\\def");
-        wiq_strbuf_finalize(&buf);
-    });
+    // The buffer is full. After it has grown for the separator, "def" fits, and the longer part does not.
+    for (const std::string& part : {std::string("def"), std::string(100, 'd')}) {
+        const size_t points = SweepAllocations([&part](AllocFaults& faults) {
+            wiq_strbuf buf;
+            ASSERT_EQ(wiq_strbuf_init(&buf, 4), 0);
+            wiq_strbuf_write(&buf, "abc", 3);
+            faults.arm();
+            const i32 appended = wiq_append_path(&buf, part.c_str());
+            faults.disarm();
+            EXPECT_EQ(appended, faults.fired() ? static_cast<i32>(WIQ_ERR_NO_MEMORY)
+                                               : static_cast<i32>(part.size() + 1));
+            EXPECT_EQ(buf.data, faults.fired() ? "abc" : "abc\\" + part);
+            wiq_strbuf_finalize(&buf);
+        });
+        EXPECT_EQ(points, part.size() == 3 ? 2u : 4u);
+    }
 }
 
 TEST(FilesystemFaults, Mkdir) {

@@ -98,6 +98,7 @@ TEST_F(Schema, MissingFiles) {
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_IO) << "whatever the opening reported";
     EXPECT_EQ(wiq_load_schema(nullptr, &err), nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INVALID_ARG);
+    err = 9;
     EXPECT_EQ(wiq_schema_open(nullptr, &err), nullptr);
     EXPECT_EQ(static_cast<i32>(err), WIQ_ERR_INVALID_ARG);
 }

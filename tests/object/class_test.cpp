@@ -394,6 +394,29 @@ TEST(ClassThreads, WhoeverWaitedForTheLockFindsTheClassBuilt) {
     EXPECT_EQ(g_built, 1);
 }
 
+// A thread that finds the class built takes no lock. It must still see what the thread that built the class has
+// written. The announcement is relaxed, so it does not order anything itself.
+TEST(ClassThreads, ABuiltClassIsCompleteForEveryThread) {
+    Family& family = new_family();
+    family.leaf.class_init = [](WiqClass* klass) {
+        reinterpret_cast<BaseClass*>(klass)->answer = two;
+        return 0;
+    };
+    family.init();
+    std::atomic<bool> built{false};
+    std::thread reader([&family, &built] {
+        while (!built.load(std::memory_order_relaxed))
+            std::this_thread::yield();
+        WiqObject* object = object_new(&family.leaf);
+        EXPECT_EQ(reinterpret_cast<BaseClass*>(object_get_class(object))->answer(), 2);
+        object_unref(object);
+    });
+    WiqObject* object = object_new(&family.leaf);
+    built.store(true, std::memory_order_relaxed);
+    reader.join();
+    object_unref(object);
+}
+
 // A thread that holds a subtype's lock waits for the parent's class, whose initialiser, in another thread,
 // requests an object of the subtype. There must be no deadlock.
 TEST(ClassThreads, AnInitialiserThatAsksForASubtypeDoesNotHang) {

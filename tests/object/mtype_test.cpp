@@ -312,6 +312,29 @@ TEST(MtypeInit, ClearsEveryField) {
     EXPECT_EQ(value.blob_len, 0u);
 }
 
+// A string may be NULL, and so may the bytes of a blob.
+TEST_F(Mtype, EqualityWithNull) {
+    wiq_mtype other;
+    wiq_mtype_init(&other);
+    wiq_mtype_set_utf8(&value_, nullptr, 0);
+    wiq_mtype_set_utf8(&other, "", 0);
+    for (const bool equal : {false, true}) {
+        EXPECT_EQ(wiq_mtype_equal(&value_, &other), equal);
+        EXPECT_EQ(wiq_mtype_equal(&other, &value_), equal);
+        EXPECT_EQ(wiq_mtype_equal_utf8(&value_, &other), equal);
+        EXPECT_EQ(wiq_mtype_equal_utf8(&other, &value_), equal);
+        wiq_mtype_set_utf8(&other, nullptr, 0);
+    }
+    wiq_mtype_set_blob(&value_, nullptr, 3, 0, 0);
+    wiq_mtype_set_blob(&other, "abc", 3, 0, 0);
+    for (const bool equal : {false, true}) {
+        EXPECT_EQ(wiq_mtype_equal(&value_, &other), equal);
+        EXPECT_EQ(wiq_mtype_equal(&other, &value_), equal);
+        wiq_mtype_set_blob(&other, nullptr, 3, 0, 0);
+    }
+    wiq_mtype_finalize(&other);
+}
+
 TEST_F(Mtype, Equality) {
     wiq_mtype other;
     wiq_mtype_init(&other);
@@ -322,6 +345,7 @@ TEST_F(Mtype, Equality) {
     wiq_mtype_set_bool(&other, 255);
     EXPECT_TRUE(wiq_mtype_equal(&value_, &other));
     wiq_mtype_set_bool(&other, 0);
+    EXPECT_FALSE(wiq_mtype_get_bool(&other));
     EXPECT_FALSE(wiq_mtype_equal(&value_, &other));
     wiq_mtype_set_int32(&value_, 5);
     wiq_mtype_set_uint32(&other, 5);

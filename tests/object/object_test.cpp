@@ -1,6 +1,7 @@
 // Tests of instances: initialisers run root first, finalisers most derived first; reference counts.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -173,6 +174,38 @@ TEST_F(Object, BuiltInVisitorsCanBeChecked) {
     EXPECT_EQ(class_get_super_class(object_get_class(str_visitor), types[0]), types[0]->klass);
     object_unref(str_visitor);
     object_unref(expander);
+}
+
+struct Counter {
+    WiqObject base;
+    int value;
+};
+
+// Whoever releases the object sees what the other owners have changed. The announcement is relaxed, so it does not
+// order anything itself.
+TEST(ObjectThreads, TheLastOwnerSeesTheChangesOfTheOthers) {
+    static int finalized_with;
+    static WiqType type = {};
+    type.name = "Counter";
+    type.instance_size = sizeof(Counter);
+    type.instance_finalize = [](WiqObject* object) {
+        finalized_with = reinterpret_cast<Counter*>(object)->value;
+    };
+    ASSERT_EQ(type_init(&type, &ObjectType), 0);
+    WiqObject* object = object_new(&type);
+    ASSERT_NE(object, nullptr);
+    object_ref(object);
+    std::atomic<bool> left{false};
+    std::thread other([object, &left] {
+        reinterpret_cast<Counter*>(object)->value = 5;
+        object_unref(object);
+        left.store(true, std::memory_order_relaxed);
+    });
+    while (!left.load(std::memory_order_relaxed))
+        std::this_thread::yield();
+    object_unref(object);
+    EXPECT_EQ(finalized_with, 5);
+    other.join();
 }
 
 TEST(ObjectThreads, OwnersOnEightThreads) {
