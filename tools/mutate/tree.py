@@ -107,9 +107,11 @@ class Tree:
                              b"target_compile_options(ke_utils_objects PRIVATE -w -fpermissive -Wno-narrowing)\n")
                 write_if_changed(os.path.join(self.copy, relative), data)
         here = os.path.dirname(os.path.abspath(__file__))
+        # A mutant keeps its number when others, which do not compile, are left out.
+        highest = max((number for number, _ in numbered), default=0)
         for name in ("ke_mutants.h", "ke_mutants.cpp"):
             with open(os.path.join(here, name + ".in"), "rb") as file:
-                data = file.read().replace(b"KE_MUTANT_COUNT", str(len(numbered)).encode())
+                data = file.read().replace(b"KE_MUTANT_COUNT", str(highest).encode())
             write_if_changed(os.path.join(self.copy, "src", name), data)
             kept.add("src/" + name)
         for path, _, files in os.walk(os.path.join(self.copy, "src")):
