@@ -220,6 +220,8 @@ TEST(PointerPut, Arguments) {
     EXPECT_EQ(wiq_json_ptr_put(nullptr, "/a", value), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_json_ptr_put(root, nullptr, value), WIQ_ERR_INVALID_ARG);
     EXPECT_EQ(wiq_json_ptr_put(root, "/a", nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_EQ(wiq_json_ptr_put(root, "/new/b", nullptr), WIQ_ERR_INVALID_ARG);
+    EXPECT_FALSE(wiq_json_obj_has_key(root, "new")) << "nothing is made on the way";
     wiq_json_unref(value);
     wiq_json_unref(root);
 }
