@@ -316,12 +316,14 @@ TEST(Class, CheckedCasts) {
     object_unref(object);
 }
 
+i32 answer_two(WiqClass* klass) {
+    reinterpret_cast<BaseClass*>(klass)->answer = two;
+    return 0;
+}
+
 TEST(Class, SuperClassHoldsTheParentsImplementation) {
     Family& family = new_family();
-    family.leaf.class_init = [](WiqClass* klass) {
-        reinterpret_cast<BaseClass*>(klass)->answer = two;
-        return 0;
-    };
+    family.leaf.class_init = answer_two;
     family.init();
     WiqObject* object = object_new(&family.leaf);
     EXPECT_EQ(reinterpret_cast<BaseClass*>(object_get_class(object))->answer(), 2);
@@ -398,10 +400,7 @@ TEST(ClassThreads, WhoeverWaitedForTheLockFindsTheClassBuilt) {
 // written. The announcement is relaxed, so it does not order anything itself.
 TEST(ClassThreads, ABuiltClassIsCompleteForEveryThread) {
     Family& family = new_family();
-    family.leaf.class_init = [](WiqClass* klass) {
-        reinterpret_cast<BaseClass*>(klass)->answer = two;
-        return 0;
-    };
+    family.leaf.class_init = answer_two;
     family.init();
     std::atomic<bool> built{false};
     std::thread reader([&family, &built] {
